@@ -1,0 +1,94 @@
+# How this project builds: language, warnings, sanitizers, and one function a kind of target.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_CXX_FLAGS_SANITIZE "-O1 -g1 -fno-omit-frame-pointer")
+set(CMAKE_C_FLAGS_SANITIZE "-O1 -g1 -fno-omit-frame-pointer")
+
+set(QOV_SANITIZE "" CACHE STRING "Sanitizers for the whole build, as -fsanitize takes them")
+option(QOV_FUZZ "Build the libFuzzer targets (Clang only)" OFF)
+
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Werror)
+# The same input gives the same bits everywhere: no contraction, no fast-math; std::fma where it is meant.
+add_compile_options(-ffp-contract=off)
+if(QOV_SANITIZE)
+    add_compile_options(-fsanitize=${QOV_SANITIZE} -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${QOV_SANITIZE})
+endif()
+if(QOV_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
+
+find_program(CCACHE ccache)
+if(CCACHE)
+    # Paths relative to the source folder, so that two checkouts share what they have compiled.
+    set(launcher ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 ${CCACHE})
+    set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
+endif()
+
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+
+# A Debian library by its pkg-config name, as the imported target PkgConfig::<alias>.
+function(qov_find alias)
+    if(NOT TARGET PkgConfig::${alias})
+        pkg_check_modules(${alias} REQUIRED IMPORTED_TARGET GLOBAL ${ARGN})
+    endif()
+endfunction()
+
+macro(qov_add_folder folder)
+    if(EXISTS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/CMakeLists.txt)
+        add_subdirectory(${folder})
+    endif()
+endmacro()
+
+# One static library a folder, from all its sources.
+# LINKS: what its headers need. PRIVATE: what only its sources need (third-party libraries belong here).
+function(qov_library name)
+    cmake_parse_arguments(ARG "" "" "LINKS;PRIVATE" ${ARGN})
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+    if(sources)
+        add_library(${name} STATIC ${sources})
+        target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR})
+        target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE ${ARG_PRIVATE})
+    else()
+        add_library(${name} INTERFACE)
+        target_include_directories(${name} INTERFACE ${CMAKE_SOURCE_DIR})
+        target_link_libraries(${name} INTERFACE ${ARG_LINKS})
+    endif()
+endfunction()
+
+# The tests of one folder, as the program test_<name>; each test case is one for ctest.
+# PROPERTIES: ctest properties of all of them (LABELS, RESOURCE_LOCK, TIMEOUT, ENVIRONMENT).
+function(qov_test name)
+    cmake_parse_arguments(ARG "" "" "LINKS;PROPERTIES" ${ARGN})
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+    add_executable(test_${name} ${sources})
+    target_link_libraries(test_${name} PRIVATE ${ARG_LINKS} GTest::gmock GTest::gtest_main)
+    include(GoogleTest)
+    gtest_discover_tests(test_${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
+                         PROPERTIES TIMEOUT 120 ${ARG_PROPERTIES})
+endfunction()
+
+# One Google Benchmark program of the folder benchmarks/, from <name>.cpp; ./bench runs it.
+function(qov_benchmark name)
+    cmake_parse_arguments(ARG "" "" "LINKS" ${ARGN})
+    add_executable(bench_${name} ${name}.cpp)
+    target_link_libraries(bench_${name} PRIVATE ${ARG_LINKS} benchmark::benchmark)
+    add_dependencies(benchmarks bench_${name})
+endfunction()
+
+# One libFuzzer target of the folder fuzz/, from <name>.cpp, with its corpus in fuzz/corpus/<name>.
+function(qov_fuzz name)
+    cmake_parse_arguments(ARG "" "" "LINKS" ${ARGN})
+    add_executable(fuzz_${name} ${name}.cpp)
+    target_link_options(fuzz_${name} PRIVATE -fsanitize=fuzzer)
+    target_link_libraries(fuzz_${name} PRIVATE ${ARG_LINKS})
+endfunction()

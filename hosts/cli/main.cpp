@@ -1,0 +1,40 @@
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include <fmt/core.h>
+
+#include "hosts/cli/Command.h"
+
+namespace {
+
+void printHelp() {
+    fmt::print("usage: kelvane COMMAND [ARGUMENTS]\n\n");
+    for (const auto& command : qov::cli::commands())
+        fmt::print("  {:<12} {}\n", command.name, command.summary);
+    fmt::print("\nkelvane COMMAND --help tells more of one of them.\n");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) try {
+    const qov::cli::Arguments arguments(argv + std::min(argc, 2), argv + argc);
+    const std::string name = argc > 1 ? argv[1] : "--help";
+    if (name == "--help" || name == "-h" || name == "help") {
+        printHelp();
+        return argc > 1 ? 0 : 2;
+    }
+    const auto commands = qov::cli::commands();
+    const auto command = std::ranges::find(commands, name, &qov::cli::Command::name);
+    if (command == commands.end())
+        throw qov::cli::Failure(
+            fmt::format("'{}' is not a command of kelvane; kelvane --help lists them", name), 2);
+    return command->run(arguments);
+} catch (const qov::cli::Failure& failure) {
+    std::fprintf(stderr, "kelvane: %s\n", failure.what());
+    return failure.exitCode();
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "kelvane: %s\n", error.what());
+    return 1;
+}
