@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+namespace platform {
+
+class AVAudioFormat;
+class NSError;
+
+/// One input or output of an audio unit.
+class AUAudioUnitBus {
+ public:
+    /// Null, with *error set where error is given, when there is no format.
+    static std::shared_ptr<AUAudioUnitBus> initWithFormat(std::shared_ptr<AVAudioFormat> format,
+                                                          NSError* error);
+
+    const std::shared_ptr<AVAudioFormat>& format() const { return format_; }
+
+    /// Asks for another format; takes effect when render resources are next allocated.
+    /// False, with *error set where error is given, when there is no format.
+    bool setFormat(std::shared_ptr<AVAudioFormat> format, NSError* error);
+
+    /// 0: not stated.
+    std::uint32_t maximumChannelCount() const { return maximumChannelCount_; }
+    void setMaximumChannelCount(std::uint32_t count) { maximumChannelCount_ = count; }
+
+ private:
+    AUAudioUnitBus() = default;
+
+    std::shared_ptr<AVAudioFormat> format_;
+    std::uint32_t maximumChannelCount_ = 0;
+};
+
+}  // namespace platform

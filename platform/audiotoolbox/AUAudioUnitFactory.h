@@ -1,0 +1,22 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/audiotoolbox/AudioComponentDescription.h"
+
+namespace platform {
+
+class AUAudioUnit;
+class NSError;
+
+/// What a host asks for the audio unit.
+class AUAudioUnitFactory {
+ public:
+    virtual ~AUAudioUnitFactory() = default;
+
+    /// Null, with *error set where error is given, when it cannot be made.
+    virtual std::shared_ptr<AUAudioUnit> createAudioUnit(
+        const AudioComponentDescription& description, NSError* error) = 0;
+};
+
+}  // namespace platform

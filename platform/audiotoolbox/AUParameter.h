@@ -1,0 +1,83 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/audiotoolbox/AURenderEvent.h"
+
+namespace platform {
+
+class AUParameterTree;
+
+enum AudioUnitParameterUnit : std::uint32_t {
+    kAudioUnitParameterUnit_Generic = 0,
+    kAudioUnitParameterUnit_Indexed = 1,
+    kAudioUnitParameterUnit_Boolean = 2,
+};
+
+using AudioUnitParameterOptions = std::uint32_t;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_IsReadable = 0x40000000;
+inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_IsWritable = 0x80000000;
+
+enum AUParameterAutomationEventType : std::uint32_t {
+    AUParameterAutomationEventTypeValue = 0,
+    AUParameterAutomationEventTypeTouch = 1,    // a person takes hold of the control
+    AUParameterAutomationEventTypeRelease = 2,  // and lets go of it
+};
+
+/// Names one observer of a tree, also as the originator of a change; null for none.
+using AUParameterObserverToken = const void*;
+
+/// One parameter of an audio unit, made by AUParameterTree; everything but the
+/// value is fixed from then on. Any thread may read and set the value, the audio thread apart:
+/// changes on it go to the audio unit as render events.
+class AUParameter {
+ public:
+    const std::string& identifier() const { return identifier_; }
+    const std::string& displayName() const { return displayName_; }
+    AUParameterAddress address() const { return address_; }
+    AUValue minValue() const { return minValue_; }
+    AUValue maxValue() const { return maxValue_; }
+    AudioUnitParameterUnit unit() const { return unit_; }
+    /// Empty where the unit says it all.
+    const std::string& unitName() const { return unitName_; }
+    AudioUnitParameterOptions flags() const { return flags_; }
+    const std::vector<std::string>& valueStrings() const { return valueStrings_; }
+    const std::vector<AUParameterAddress>& dependentParameters() const {
+        return dependentParameters_;
+    }
+
+    /// What the tree's value provider says, or the value last set when there is none.
+    AUValue value() const;
+
+    /// Sets the value as it is given (the range is the caller's to keep), tells the audio unit
+    /// through the tree's value observer, then the tree's observers on this very thread, apart
+    /// from `originator`'s own.
+    void setValue(AUValue value, AUParameterObserverToken originator = nullptr,
+                  AUParameterAutomationEventType type = AUParameterAutomationEventTypeValue);
+
+    /// The text for *value, or for the present value when value is null.
+    std::string stringFromValue(const AUValue* value) const;
+
+ private:
+    friend class AUParameterTree;
+    AUParameter() = default;
+
+    std::string identifier_;
+    std::string displayName_;
+    AUParameterAddress address_ = 0;
+    AUValue minValue_ = 0;
+    AUValue maxValue_ = 1;
+    AudioUnitParameterUnit unit_ = kAudioUnitParameterUnit_Generic;
+    std::string unitName_;
+    AudioUnitParameterOptions flags_ = 0;
+    std::vector<std::string> valueStrings_;
+    std::vector<AUParameterAddress> dependentParameters_;
+    mutable std::atomic<AUValue> value_{0};
+    std::weak_ptr<AUParameterTree> tree_;
+};
+
+}  // namespace platform

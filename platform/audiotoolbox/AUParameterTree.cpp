@@ -1,0 +1,127 @@
+#include "platform/audiotoolbox/AUParameterTree.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <utility>
+
+namespace platform {
+
+/// One observer and how many threads are calling it. Removal raises the flag first and then waits
+/// for the count, a call raises the count first and then looks at the flag: one sees the other.
+struct AUParameterTree::Observer {
+    AUParameterAutomationObserver call;
+    std::atomic<bool> removed{false};
+    std::atomic<std::int32_t> callers{0};
+};
+
+std::shared_ptr<AUParameter> AUParameterTree::createParameterWithIdentifier(
+    std::string identifier, std::string name, AUParameterAddress address, AUValue min, AUValue max,
+    AudioUnitParameterUnit unit, std::string unitName, AudioUnitParameterOptions flags,
+    std::vector<std::string> valueStrings, std::vector<AUParameterAddress> dependentParameters) {
+    std::shared_ptr<AUParameter> parameter(new AUParameter);
+    parameter->identifier_ = std::move(identifier);
+    parameter->displayName_ = std::move(name);
+    parameter->address_ = address;
+    parameter->minValue_ = min;
+    parameter->maxValue_ = max;
+    parameter->unit_ = unit;
+    parameter->unitName_ = std::move(unitName);
+    parameter->flags_ = flags;
+    parameter->valueStrings_ = std::move(valueStrings);
+    parameter->dependentParameters_ = std::move(dependentParameters);
+    return parameter;
+}
+
+std::shared_ptr<AUParameterTree> AUParameterTree::createTreeWithChildren(
+    std::vector<std::shared_ptr<AUParameter>> children) {
+    std::shared_ptr<AUParameterTree> tree(new AUParameterTree);
+    for (const auto& parameter : children) parameter->tree_ = tree;
+    tree->children_ = std::move(children);
+    return tree;
+}
+
+std::shared_ptr<AUParameter> AUParameterTree::parameterWithAddress(
+    AUParameterAddress address) const {
+    const auto found = std::ranges::find(children_, address, &AUParameter::address);
+    return found == children_.end() ? nullptr : *found;
+}
+
+std::shared_ptr<AUParameter> AUParameterTree::valueForKey(std::string_view identifier) const {
+    const auto found = std::ranges::find(children_, identifier, &AUParameter::identifier);
+    return found == children_.end() ? nullptr : *found;
+}
+
+AUParameterObserverToken AUParameterTree::tokenByAddingParameterObserver(
+    AUParameterObserver observer) {
+    return add([observer = std::move(observer)](AUParameterAddress address, AUValue value,
+                                                AUParameterAutomationEventType) {
+        observer(address, value);
+    });
+}
+
+AUParameterObserverToken AUParameterTree::tokenByAddingParameterAutomationObserver(
+    AUParameterAutomationObserver observer) {
+    return add(std::move(observer));
+}
+
+AUParameterObserverToken AUParameterTree::add(AUParameterAutomationObserver observer) {
+    const auto added = std::make_shared<Observer>();
+    added->call = std::move(observer);
+    const std::lock_guard lock(mutex_);
+    auto next = std::make_shared<Observers>(*observers_);
+    next->push_back(added);
+    observers_ = std::move(next);
+    return added.get();
+}
+
+void AUParameterTree::removeParameterObserver(AUParameterObserverToken token) {
+    std::shared_ptr<Observer> removed;
+    {
+        const std::lock_guard lock(mutex_);
+        auto next = std::make_shared<Observers>();
+        for (const auto& observer : *observers_) {
+            if (observer.get() == token)
+                removed = observer;
+            else
+                next->push_back(observer);
+        }
+        observers_ = std::move(next);
+    }
+    if (!removed) return;
+    removed->removed = true;
+    while (const auto callers = removed->callers.load()) removed->callers.wait(callers);
+}
+
+void AUParameterTree::tell(AUParameter& parameter, AUValue value,
+                           AUParameterObserverToken originator,
+                           AUParameterAutomationEventType type) const {
+    if (valueObserver_) valueObserver_(parameter, value);
+    std::shared_ptr<const Observers> observers;
+    {
+        const std::lock_guard lock(mutex_);
+        observers = observers_;
+    }
+    for (const auto& observer : *observers) {
+        if (observer.get() == originator) continue;
+        ++observer->callers;
+        if (!observer->removed) observer->call(parameter.address(), value, type);
+        --observer->callers;
+        observer->callers.notify_all();
+    }
+}
+
+void AUParameterTree::setImplementorStringFromValueCallback(
+    AUImplementorStringFromValueCallback callback) {
+    stringFromValue_ = std::move(callback);
+}
+
+void AUParameterTree::setImplementorValueObserver(AUImplementorValueObserver observer) {
+    valueObserver_ = std::move(observer);
+}
+
+void AUParameterTree::setImplementorValueProvider(AUImplementorValueProvider provider) {
+    valueProvider_ = std::move(provider);
+}
+
+}  // namespace platform
