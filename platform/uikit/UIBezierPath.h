@@ -1,0 +1,61 @@
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "platform/coregraphics/CGContext.h"
+#include "platform/coregraphics/CGPath.h"
+
+namespace platform {
+
+/// A path with the line style it is stroked in, drawn on the current context in its current colours.
+class UIBezierPath {
+ public:
+    UIBezierPath() = default;
+    explicit UIBezierPath(CGPath path) : path_(std::move(path)) {}
+    static UIBezierPath rect(const CGRect& r) { return UIBezierPath(CGPath::rect(r)); }
+    static UIBezierPath roundedRect(const CGRect& r, CGFloat cornerRadius) {
+        return UIBezierPath(CGPath::roundedRect(r, cornerRadius));
+    }
+    static UIBezierPath ovalInRect(const CGRect& r) { return UIBezierPath(CGPath::ellipse(r)); }
+    static UIBezierPath arc(CGPoint center, CGFloat radius, CGFloat startAngle, CGFloat endAngle,
+                            bool clockwise);
+
+    const CGPath& cgPath() const { return path_; }
+    void moveToPoint(CGPoint p) { path_.moveTo(p); }
+    void addLineToPoint(CGPoint p) { path_.addLineTo(p); }
+    void addCurveToPoint(CGPoint p, CGPoint control1, CGPoint control2) {
+        path_.addCurveTo(control1, control2, p);
+    }
+    void addArc(CGPoint center, CGFloat radius, CGFloat startAngle, CGFloat endAngle,
+                bool clockwise) {
+        path_.addArc(center, radius, startAngle, endAngle, clockwise);
+    }
+    void closePath() { path_.closeSubpath(); }
+    void appendPath(const UIBezierPath& other) { path_.addPath(other.path_); }
+    void applyTransform(const CGAffineTransform& transform) { path_.apply(transform); }
+    void removeAllPoints() { path_.removeAll(); }
+
+    bool isEmpty() const { return path_.isEmpty(); }
+    CGRect bounds() const { return path_.boundingBox(); }
+    bool containsPoint(CGPoint p) const { return path_.contains(p, usesEvenOddFillRule); }
+
+    /// Without a current context these do nothing.
+    void fill() const;
+    void stroke() const;
+    void addClip() const;
+
+    CGFloat lineWidth = 1;
+    CGLineCap lineCapStyle = CGLineCap::butt;
+    CGLineJoin lineJoinStyle = CGLineJoin::miter;
+    CGFloat miterLimit = 10;
+    bool usesEvenOddFillRule = false;
+    /// Dashes and gaps in turn; empty for an unbroken line.
+    std::vector<CGFloat> lineDashPattern;
+    CGFloat lineDashPhase = 0;
+
+ private:
+    CGPath path_;
+};
+
+}  // namespace platform
