@@ -21,9 +21,12 @@ struct CGAffineTransform {
 
     /// This transform first, then the next.
     CGAffineTransform concatenating(const CGAffineTransform& next) const {
-        return {a * next.a + b * next.c,           a * next.b + b * next.d,
-                c * next.a + d * next.c,           c * next.b + d * next.d,
-                tx * next.a + ty * next.c + next.tx, tx * next.b + ty * next.d + next.ty};
+        return {a * next.a + b * next.c,
+                a * next.b + b * next.d,
+                c * next.a + d * next.c,
+                c * next.b + d * next.d,
+                tx * next.a + ty * next.c + next.tx,
+                tx * next.b + ty * next.d + next.ty};
     }
     /// Applied before this transform: what drawing after a change of coordinates means.
     CGAffineTransform translatedBy(CGFloat x, CGFloat y) const {
@@ -41,16 +44,20 @@ struct CGAffineTransform {
     CGAffineTransform inverted() const {
         const CGFloat det = determinant();
         if (det == 0) return *this;
-        return {d / det,  -b / det, -c / det, a / det, (c * ty - d * tx) / det,
-                (b * tx - a * ty) / det};
+        return {
+            d / det, -b / det, -c / det, a / det, (c * ty - d * tx) / det, (b * tx - a * ty) / det};
     }
 
     CGPoint apply(CGPoint p) const { return {a * p.x + c * p.y + tx, b * p.x + d * p.y + ty}; }
-    CGSize apply(CGSize s) const { return {a * s.width + c * s.height, b * s.width + d * s.height}; }
+    CGSize apply(CGSize s) const {
+        return {a * s.width + c * s.height, b * s.width + d * s.height};
+    }
     /// The upright rectangle around the transformed corners.
     CGRect apply(const CGRect& r) const {
-        const CGPoint p = apply(CGPoint{r.minX(), r.minY()}), q = apply(CGPoint{r.maxX(), r.minY()});
-        const CGPoint s = apply(CGPoint{r.minX(), r.maxY()}), t = apply(CGPoint{r.maxX(), r.maxY()});
+        const CGPoint p = apply(CGPoint{r.minX(), r.minY()}),
+                      q = apply(CGPoint{r.maxX(), r.minY()});
+        const CGPoint s = apply(CGPoint{r.minX(), r.maxY()}),
+                      t = apply(CGPoint{r.maxX(), r.maxY()});
         const auto [left, right] = std::minmax({p.x, q.x, s.x, t.x});
         const auto [top, bottom] = std::minmax({p.y, q.y, s.y, t.y});
         return {left, top, right - left, bottom - top};

@@ -13,7 +13,8 @@ namespace platform {
 class CGFont {
  public:
     /// By its PostScript name: "HelveticaNeue-CondensedBold" and names with "Condensed" get the
-    /// condensed bold face, every other name the regular one. Never null; the same object for one face.
+    /// condensed bold face, every other name the regular one. Never null; the same object for one
+    /// face.
     static std::shared_ptr<const CGFont> named(std::string_view name);
 
     virtual ~CGFont() = default;

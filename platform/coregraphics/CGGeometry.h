@@ -19,7 +19,8 @@ struct CGSize {
     bool operator==(const CGSize&) const = default;
 };
 
-/// A rectangle whose size may be negative until standardized(); the edges below take that into account.
+/// A rectangle whose size may be negative until standardized(); the edges below take that into
+/// account.
 struct CGRect {
     CGPoint origin;
     CGSize size;
@@ -54,8 +55,8 @@ struct CGRect {
     constexpr CGRect offsetBy(CGFloat dx, CGFloat dy) const {
         return {{origin.x + dx, origin.y + dy}, size};
     }
-    /// Smaller by dx on the left and the right, by dy at the top and bottom; negative amounts enlarge.
-    /// null() where nothing would be left.
+    /// Smaller by dx on the left and the right, by dy at the top and bottom; negative amounts
+    /// enlarge. null() where nothing would be left.
     CGRect insetBy(CGFloat dx, CGFloat dy) const;
     /// The smallest rectangle with whole coordinates around this one.
     CGRect integral() const;

@@ -23,7 +23,8 @@ class CGPath {
     void addLineTo(CGPoint p);
     void addCurveTo(CGPoint control1, CGPoint control2, CGPoint p);
     void addQuadCurveTo(CGPoint control, CGPoint p);
-    /// Angles in radians from the x axis; clockwise as seen on the screen. A line leads to its start.
+    /// Angles in radians from the x axis; clockwise as seen on the screen. A line leads to its
+    /// start.
     void addArc(CGPoint center, CGFloat radius, CGFloat startAngle, CGFloat endAngle,
                 bool clockwise);
     void closeSubpath();

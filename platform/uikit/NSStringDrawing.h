@@ -22,8 +22,8 @@ struct NSTextAttributes {
 CGSize sizeWithAttributes(std::string_view text, const NSTextAttributes& attributes);
 /// The first line's upper left corner at the point; broken at line ends only.
 void drawAtPoint(std::string_view text, CGPoint point, const NSTextAttributes& attributes);
-/// From the rectangle's top downward, aligned across, also broken between words where a line would be
-/// wider; what does not fit in height is drawn all the same.
+/// From the rectangle's top downward, aligned across, also broken between words where a line would
+/// be wider; what does not fit in height is drawn all the same.
 void drawInRect(std::string_view text, const CGRect& rect, const NSTextAttributes& attributes);
 /// How high drawInRect fills a rectangle of this width.
 CGFloat heightForWidth(std::string_view text, CGFloat width, const NSTextAttributes& attributes);

@@ -8,7 +8,8 @@
 
 namespace platform {
 
-/// A path with the line style it is stroked in, drawn on the current context in its current colours.
+/// A path with the line style it is stroked in, drawn on the current context in its current
+/// colours.
 class UIBezierPath {
  public:
     UIBezierPath() = default;
