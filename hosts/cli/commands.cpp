@@ -1,9 +1,15 @@
+#include <array>
+
 #include "hosts/cli/Command.h"
+#include "hosts/cli/ParamsCommand.h"
 
 namespace qov::cli {
 
 std::span<const Command> commands() {
-    return {};
+    static constexpr std::array table{
+        Command{"params", "lists the parameters with address, range, default and unit", runParams},
+    };
+    return table;
 }
 
 }  // namespace qov::cli

@@ -1,0 +1,53 @@
+#include "hosts/cli/parseOptions.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <fmt/format.h>
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include "hosts/cli/nearestName.h"
+
+namespace qov::cli {
+namespace {
+
+std::string unknownArgument(CLI::App& app) {
+    const std::string argument = app.remaining().front();
+    if (!argument.starts_with('-')) return fmt::format("'{}' is one argument too many", argument);
+    std::vector<std::string> names;
+    for (const CLI::Option* option : app.get_options())
+        for (const auto& name : option->get_lnames()) names.push_back("--" + name);
+    const std::vector<std::string_view> candidates(names.begin(), names.end());
+    const auto nearest = nearestName(argument.substr(0, argument.find('=')), candidates);
+    return nearest.empty()
+               ? fmt::format("unknown option '{}'", argument)
+               : fmt::format("unknown option '{}'; did you mean '{}'?", argument, nearest);
+}
+
+}  // namespace
+
+std::optional<int> parseOptions(CLI::App& app, const Arguments& arguments) {
+    try {
+        // The library takes its arguments from the back.
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        return std::nullopt;
+    } catch (const CLI::CallForHelp&) {
+        fmt::print("{}", app.help());
+        return 0;
+    } catch (const CLI::ExtrasError&) {
+        throw Failure(
+            fmt::format("{}; {} --help lists what there is", unknownArgument(app), app.get_name()),
+            2);
+    } catch (const CLI::ParseError& error) {
+        std::string line = error.what();
+        std::ranges::replace(line, '\n', ' ');
+        throw Failure(fmt::format("{}; {} --help tells more", line, app.get_name()), 2);
+    }
+}
+
+}  // namespace qov::cli
