@@ -1,0 +1,29 @@
+#include "platform/foundation/NSError.h"
+
+#include <cstring>
+#include <utility>
+
+namespace platform {
+
+NSError::NSError(std::string_view domain, long code, std::string localizedDescription)
+    : domain_(domain), code_(code), description_(std::move(localizedDescription)) {}
+
+NSError NSError::fromErrno(int number) {
+    const char* text = strerrordesc_np(number);  // never translated, unlike strerror
+    return {NSPOSIXErrorDomain, number,
+            "The operation couldn’t be completed. " + std::string(text ? text : "Unknown error")};
+}
+
+std::string NSError::localizedDescription() const {
+    if (!description_.empty()) return description_;
+    const std::string domain = domain_ == NSOSStatusErrorDomain ? "OSStatus" : domain_;
+    return "The operation couldn’t be completed. (" + domain + " error " + std::to_string(code_) +
+           ".)";
+}
+
+std::string NSError::description() const {
+    const std::string text = description_.empty() ? "(null)" : description_;
+    return "Error Domain=" + domain_ + " Code=" + std::to_string(code_) + " \"" + text + '"';
+}
+
+}  // namespace platform
