@@ -1,0 +1,69 @@
+#include "dsp/DSPKernel.h"
+
+#include <algorithm>
+
+#include "dsp/saturate.h"
+#include "platform/audiotoolbox/AURenderEvent.h"
+#include "platform/audiotoolbox/AudioTimeStamp.h"
+
+namespace qov {
+
+namespace {
+
+std::int64_t truncated(double sampleTime) {
+    if (sampleTime != sampleTime) return 0;
+    if (sampleTime >= 0x1p63) return INT64_MAX;
+    if (sampleTime <= -0x1p63) return INT64_MIN;
+    return static_cast<std::int64_t>(sampleTime);
+}
+
+// Frames from now to an event, by the wrapping difference of their times; 0 for one that is late.
+std::uint32_t framesUntil(std::int64_t eventTime, std::int64_t now) {
+    const auto difference = static_cast<std::int64_t>(static_cast<std::uint64_t>(eventTime) -
+                                                      static_cast<std::uint64_t>(now));
+    return saturate<std::uint32_t>(std::max(static_cast<double>(difference), 0.0));
+}
+
+}  // namespace
+
+void DSPKernel::processWithEvents(const platform::AudioTimeStamp& timestamp,
+                                  std::uint32_t frameCount, const platform::AURenderEvent* events) {
+    if (frameCount == 0) return;
+    auto now = truncated(timestamp.mSampleTime);
+    std::uint32_t remaining = frameCount;
+    const platform::AURenderEvent* event = events;
+    do {
+        if (!event) {
+            process(remaining, frameCount - remaining);
+            return;
+        }
+        const std::uint32_t segment = framesUntil(event->head.eventSampleTime, now);
+        if (segment > 0) {
+            process(segment, frameCount - remaining);
+            remaining -= segment;
+            now = static_cast<std::int64_t>(static_cast<std::uint64_t>(now) + segment);
+        }
+        do {
+            handleOneEvent(event);
+            event = event->head.next;
+        } while (event && event->head.eventSampleTime <= now);
+    } while (remaining != 0);
+}
+
+void DSPKernel::handleOneEvent(const platform::AURenderEvent* event) {
+    if (!event) return;
+    switch (event->head.eventType) {
+        case platform::AURenderEventParameter:
+        case platform::AURenderEventParameterRamp:
+            startRamp(event->parameter.parameterAddress, event->parameter.value,
+                      event->parameter.rampDurationSampleFrames);
+            break;
+        case platform::AURenderEventMIDI:
+            handleMIDIEvent(event->MIDI);
+            break;
+        default:
+            break;
+    }
+}
+
+}  // namespace qov

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+
+namespace qov {
+
+/// One channel of 32-bit float frames, 16-byte aligned, owned by this object.
+/// A failed allocation leaves it empty; nothing throws.
+class DynaBuffer {
+ public:
+    DynaBuffer() = default;
+    DynaBuffer(const DynaBuffer&) = delete;
+    DynaBuffer& operator=(const DynaBuffer&) = delete;
+    virtual ~DynaBuffer();
+
+    virtual float* getData() { return data; }
+    virtual std::int32_t getSize() { return size; }
+    virtual void resize(std::int32_t frames) { allocate(frames); }
+    /// Its own size again zeroes the frames, less than 1 releases them, a smaller size changes
+    /// nothing at all, a larger one gives fresh zeroed frames.
+    virtual float* allocate(std::int32_t frames);
+    /// Its own size again changes nothing; any other size drops what was there.
+    virtual float* reallocate(std::int32_t frames);
+    virtual void clear();
+    virtual void release();
+
+    std::int32_t size = 0;  ///< allocated frames
+    float* data = nullptr;
+
+ protected:
+    /// Storage for so many frames, kept behind `size` for later growth without an allocation;
+    /// contents, `size` and what allocate() does stay the same.
+    void reserve(std::int32_t frames);
+
+ private:
+    std::int32_t capacity_ = 0;  // frames that data has room for; at least size
+};
+
+}  // namespace qov

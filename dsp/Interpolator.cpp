@@ -1,0 +1,52 @@
+#include "dsp/Interpolator.h"
+
+#include <cmath>
+#include <limits>
+
+namespace qov {
+
+namespace {
+constexpr std::int64_t rampTicks = 16;
+constexpr float stepOfRamp = 1.0f / rampTicks;
+constexpr float closeEnough = 1e-6f;
+static_assert(closeEnough == 0x1.0c6f7ap-20f);
+}  // namespace
+
+void Interpolator::setTarget(float value) {
+    if (destinationValue == value) return;
+    time = rampTicks;
+    destinationValue = value;
+    const float difference = value - currentValue;
+    if (std::fabs(difference) < closeEnough) {
+        currentValue = value;
+        increase = 0;
+        return;
+    }
+    increase = difference * stepOfRamp;
+    if (std::fabs(increase) < std::numeric_limits<float>::min()) increase = 0;
+}
+
+float Interpolator::tick() {
+    if (delay >= 1) {
+        --delay;
+        return currentValue;
+    }
+    if (increase == 0) return currentValue;
+    currentValue += increase;
+    if ((increase > 0 && currentValue >= destinationValue) ||
+        (increase < 0 && currentValue <= destinationValue)) {
+        currentValue = destinationValue;
+        increase = 0;
+        if (event) event(callee, this, 0);
+    }
+    return currentValue;
+}
+
+void Interpolator::rest(float value) {
+    destinationValue = currentValue = value;
+    increase = 0;
+    time = 512;
+    delay = 0;
+}
+
+}  // namespace qov

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+
+#include "dsp/CircularBuffer.h"
+
+namespace qov {
+
+/// A delay line of one channel whose length changes where it wraps: the new length starts with a
+/// repeat of the frame before it. Render thread, but for lNewSize, which any thread may set.
+class Latency final : public CircularBuffer {
+ public:
+    Latency();
+
+    /// The requested length, not the allocated size.
+    std::int32_t getSize() override;
+    /// Takes the frames in without giving any out.
+    void write(const float* samples, std::int32_t count) override;
+    /// Delays the block in place by lSize frames.
+    void exchange(float* samples, std::int32_t count) override;
+    /// Requests a length in frames, at least 1.
+    virtual void setLength(std::int32_t frames);
+
+    /// Starts a new signal: there is no frame before it. Gets storage for lengths up to `longest`
+    /// frames, so that the render thread finds them ready. Not while rendering.
+    void prepare(std::int32_t longest);
+
+    std::int32_t lSize = 1024;     ///< length in force
+    std::int32_t lNewSize = 1024;  ///< requested length, shared with other threads
+
+ private:
+    void wrap(float precedingFrame);
+
+    // The last frame that the block before gave out: what precedes the first of the next.
+    float lastFrame_ = 0;
+};
+
+}  // namespace qov

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <cstdint>
+
+#include "dsp/CircularBuffer2.h"
+#include "dsp/DSPKernel.h"
+#include "dsp/DynaBuffer2.h"
+#include "dsp/Gainer.h"
+#include "dsp/Interpolator.h"
+#include "dsp/Kelvane.h"
+#include "dsp/Latency.h"
+#include "dsp/Panpot.h"
+#include "dsp/ParameterAddress.h"
+#include "dsp/RenderGate.h"
+#include "dsp/StereoProcessor.h"
+
+namespace platform {
+struct AudioBufferList;
+}
+
+namespace qov {
+
+/// The effect: parameters by address, the stereo chain, and the capture ring behind it, by whose
+/// length the output is late. Samples are 32-bit floats, one buffer a channel.
+///
+/// The render thread runs processWithEvents(). Any thread may set and read parameters, and reset,
+/// at any time; init() and setBuffers() must not run while a cycle does. Values are not clamped.
+class QOV_Kelvane_PluginDSPKernel final : public DSPKernel {
+ public:
+    QOV_Kelvane_PluginDSPKernel();
+    QOV_Kelvane_PluginDSPKernel(const QOV_Kelvane_PluginDSPKernel&) = delete;
+    QOV_Kelvane_PluginDSPKernel& operator=(const QOV_Kelvane_PluginDSPKernel&) = delete;
+
+    /// Adopts a format and gets storage for it; call reset() next. The delay length falls back to
+    /// one frame until kPhaseShift is set again. Formats with other than two channels are copied
+    /// through.
+    void init(std::int32_t channelCount, double rate);
+    /// Ramps, delay line and snapshot back to their start; parameters and the ring stay.
+    void reset();
+
+    /// Switches (addresses 3 to 7) store 1 above 0.5, else 0. Switching bypass on resets.
+    /// Unknown addresses change nothing and read as 0.
+    void setParameter(std::uint64_t address, float value);
+    float getParameter(std::uint64_t address) const;
+
+    /// The lists of the next cycle; each buffer of the output may be the same memory as that of the
+    /// input.
+    void setBuffers(platform::AudioBufferList* inBufferList,
+                    platform::AudioBufferList* outBufferList);
+
+    void process(std::uint32_t frameCount, std::uint32_t bufferOffset) override;
+    /// Control changes 7, 10 and 11 on any channel set volume, panorama and width.
+    void handleMIDIEvent(const platform::AUMIDIEvent& midiEvent) override;
+    /// The duration is ignored: the chain smooths by itself.
+    void startRamp(std::uint64_t address, float value, std::uint32_t duration) override;
+
+    float sampleRate = 44100;
+    float nyquist = 22050;
+    float inverseNyquist = 1.0f / 22050;
+    std::int32_t channels = 2;
+    platform::AudioBufferList* inBufferListPtr = nullptr;
+    platform::AudioBufferList* outBufferListPtr = nullptr;
+    float fStereoWidth = 0;
+    float fPanpot = 0;
+    float fVolume = 1;
+    float fPhaseShift = 0;
+    float fSwap = 0;
+    float fInvert = 0;
+    float fTestMono = 0;
+    float fRecoverMono = 0;
+    float fNormalize = 0;  ///< held, never read
+    float fBypass = 0;
+    Latency latency;
+    Kelvane kelvane;
+    Gainer gainerL, gainerR;  ///< held, not applied
+    Panpot panpot;
+    StereoProcessor stereo;
+    Interpolator stereowidthInterpolator;
+    Interpolator panpotInterpolator;
+    Interpolator volumeInterpolator;
+    DynaBuffer2 buffer;                 ///< copy of the ring at its last wrap
+    CircularBuffer2 circular;           ///< capture ring; may tear under a reader on another thread
+    std::int32_t collectorSize = 1024;  ///< frames per snapshot
+    bool isNewBufferAvailable = false;  ///< shared; the ring went round since a reader cleared it
+
+ private:
+    static void onCaptureFull(void* callee);
+    void resetState();
+    void processStereo(float* left, float* right, std::int32_t count);
+
+    RenderGate gate_;
+};
+
+}  // namespace qov

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <limits>
+
+namespace qov {
+
+/// A real number as an integer: truncated toward zero, held to the type's range, 0 for NaN.
+template <class Integer>
+constexpr Integer saturate(double value) {
+    using Limits = std::numeric_limits<Integer>;
+    static_assert(sizeof(Integer) <= 4, "its limits are exact as double");
+    if (value != value) return 0;
+    if (value <= static_cast<double>(Limits::min())) return Limits::min();
+    if (value >= static_cast<double>(Limits::max())) return Limits::max();
+    return static_cast<Integer>(value);
+}
+
+}  // namespace qov
