@@ -1,0 +1,26 @@
+#pragma once
+
+#include <memory>
+#include <set>
+
+namespace platform {
+
+class UIEvent;
+class UITouch;
+
+/// The touches that one event is about. The order is arbitrary.
+using UITouchSet = std::set<std::shared_ptr<UITouch>>;
+
+/// What can be sent touches. As it stands, a responder hands them to the next one up.
+class UIResponder {
+ public:
+    virtual ~UIResponder() = default;
+
+    virtual UIResponder* next() const { return nullptr; }
+    virtual void touchesBegan(const UITouchSet& touches, UIEvent* event);
+    virtual void touchesMoved(const UITouchSet& touches, UIEvent* event);
+    virtual void touchesEnded(const UITouchSet& touches, UIEvent* event);
+    virtual void touchesCancelled(const UITouchSet& touches, UIEvent* event);
+};
+
+}  // namespace platform
