@@ -18,7 +18,15 @@ AUValue AUParameter::value() const {
 void AUParameter::setValue(AUValue value, AUParameterObserverToken originator,
                            AUParameterAutomationEventType type) {
     value_.store(value, std::memory_order_relaxed);
-    if (const auto tree = tree_.lock()) tree->tell(*this, value, originator, type);
+    const auto tree = tree_.lock();
+    if (!tree) return;
+    if (tree->valueObserver_) tree->valueObserver_(*this, value);
+    tree->tellObservers(*this, value, originator, type);
+}
+
+void AUParameter::didChangeValue(AUParameterObserverToken originator) {
+    if (const auto tree = tree_.lock())
+        tree->tellObservers(*this, value(), originator, AUParameterAutomationEventTypeValue);
 }
 
 std::string AUParameter::stringFromValue(const AUValue* value) const {

@@ -31,9 +31,9 @@ enum AUParameterAutomationEventType : std::uint32_t {
 /// Names one observer of a tree, also as the originator of a change; null for none.
 using AUParameterObserverToken = const void*;
 
-/// One parameter of an audio unit, made by AUParameterTree; everything but the
-/// value is fixed from then on. Any thread may read and set the value, the audio thread apart:
-/// changes on it go to the audio unit as render events.
+/// One parameter of an audio unit, made by AUParameterTree; everything but the value is fixed from
+/// then on. Any thread may read and set the value, the audio thread apart: there, changes go to
+/// the audio unit as render events.
 class AUParameter {
  public:
     const std::string& identifier() const { return identifier_; }
@@ -58,6 +58,10 @@ class AUParameter {
     /// from `originator`'s own.
     void setValue(AUValue value, AUParameterObserverToken originator = nullptr,
                   AUParameterAutomationEventType type = AUParameterAutomationEventTypeValue);
+
+    /// Tells the tree's observers, apart from `originator`'s own, of a value that the audio unit
+    /// has already taken up by itself, from a render event say.
+    void didChangeValue(AUParameterObserverToken originator = nullptr);
 
     /// The text for *value, or for the present value when value is null.
     std::string stringFromValue(const AUValue* value) const;

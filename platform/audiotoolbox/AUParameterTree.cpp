@@ -5,12 +5,15 @@
 #include <cstdint>
 #include <utility>
 
+#include "platform/dispatch/RunLoop.h"
+
 namespace platform {
 
 /// One observer and how many threads are calling it. Removal raises the flag first and then waits
 /// for the count, a call raises the count first and then looks at the flag: one sees the other.
 struct AUParameterTree::Observer {
     AUParameterAutomationObserver call;
+    std::weak_ptr<RunLoop> loop;
     std::atomic<bool> removed{false};
     std::atomic<std::int32_t> callers{0};
 };
@@ -68,6 +71,7 @@ AUParameterObserverToken AUParameterTree::tokenByAddingParameterAutomationObserv
 AUParameterObserverToken AUParameterTree::add(AUParameterAutomationObserver observer) {
     const auto added = std::make_shared<Observer>();
     added->call = std::move(observer);
+    added->loop = RunLoop::current().weak_from_this();
     const std::lock_guard lock(mutex_);
     auto next = std::make_shared<Observers>(*observers_);
     next->push_back(added);
@@ -93,10 +97,9 @@ void AUParameterTree::removeParameterObserver(AUParameterObserverToken token) {
     while (const auto callers = removed->callers.load()) removed->callers.wait(callers);
 }
 
-void AUParameterTree::tell(AUParameter& parameter, AUValue value,
-                           AUParameterObserverToken originator,
-                           AUParameterAutomationEventType type) const {
-    if (valueObserver_) valueObserver_(parameter, value);
+void AUParameterTree::tellObservers(const AUParameter& parameter, AUValue value,
+                                    AUParameterObserverToken originator,
+                                    AUParameterAutomationEventType type) const {
     std::shared_ptr<const Observers> observers;
     {
         const std::lock_guard lock(mutex_);
@@ -105,7 +108,10 @@ void AUParameterTree::tell(AUParameter& parameter, AUValue value,
     for (const auto& observer : *observers) {
         if (observer.get() == originator) continue;
         ++observer->callers;
-        if (!observer->removed) observer->call(parameter.address(), value, type);
+        if (auto loop = observer->loop.lock(); loop && !observer->removed) {
+            const RunLoop::MakeCurrent current(std::move(loop));
+            observer->call(parameter.address(), value, type);
+        }
         --observer->callers;
         observer->callers.notify_all();
     }

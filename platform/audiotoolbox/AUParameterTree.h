@@ -11,8 +11,10 @@
 
 namespace platform {
 
-/// Called after a value was set, on the thread that set it. It may set values and add observers,
-/// but must not remove one: removal waits for it.
+/// Called after a value was set, on the thread that set it, with the run loop current that was so
+/// when it was added: what it queues comes back to the thread it came from. It may set values and
+/// add observers, but must not remove one: removal waits for it. It is not called once that loop
+/// is gone.
 using AUParameterObserver = std::function<void(AUParameterAddress address, AUValue value)>;
 
 /// The same, with what a gesture does to the control.
@@ -62,8 +64,9 @@ class AUParameterTree {
 
     AUParameterTree() = default;
     AUParameterObserverToken add(AUParameterAutomationObserver observer);
-    void tell(AUParameter& parameter, AUValue value, AUParameterObserverToken originator,
-              AUParameterAutomationEventType type) const;
+    void tellObservers(const AUParameter& parameter, AUValue value,
+                       AUParameterObserverToken originator,
+                       AUParameterAutomationEventType type) const;
 
     std::vector<std::shared_ptr<AUParameter>> children_;
     AUImplementorStringFromValueCallback stringFromValue_;

@@ -1,0 +1,149 @@
+#include "platform/audiotoolbox/AUParameterTree.h"
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/dispatch/DispatchQueue.h"
+#include "platform/dispatch/RunLoop.h"
+
+namespace platform {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::shared_ptr<AUParameter> gain(AUParameterAddress address, std::string identifier) {
+    return AUParameterTree::createParameterWithIdentifier(
+        std::move(identifier), "Gain", address, 0, 2, kAudioUnitParameterUnit_Generic, {},
+        kAudioUnitParameterFlag_IsWritable, {}, {});
+}
+
+class AUParameterTreeTest : public testing::Test {
+ protected:
+    AUParameterObserver note(std::string who) {
+        return [this, who](AUParameterAddress address, AUValue value) {
+            calls_.push_back(who + " " + std::to_string(address) + "=" +
+                             std::to_string(static_cast<int>(value)));
+        };
+    }
+
+    std::shared_ptr<AUParameterTree> tree_ =
+        AUParameterTree::createTreeWithChildren({gain(7, "left"), gain(3, "right")});
+    std::shared_ptr<AUParameter> left_ = tree_->parameterWithAddress(7);
+    std::vector<std::string> calls_;
+};
+
+TEST_F(AUParameterTreeTest, FindsByAddressAndIdentifierNotByPosition) {
+    EXPECT_EQ(left_->identifier(), "left");
+    EXPECT_EQ(tree_->valueForKey("right")->address(), 3u);
+    EXPECT_EQ(tree_->parameterWithAddress(0), nullptr);
+    EXPECT_EQ(tree_->valueForKey("Gain"), nullptr);
+}
+
+TEST_F(AUParameterTreeTest, AudioUnitHearsOfAValueBeforeTheObserversInTheirOrder) {
+    tree_->tokenByAddingParameterObserver(note("first"));
+    tree_->tokenByAddingParameterObserver(note("second"));
+    tree_->setImplementorValueObserver(
+        [this](const AUParameter&, AUValue) { calls_.emplace_back("audio unit"); });
+    left_->setValue(2);
+    EXPECT_THAT(calls_, ElementsAre("audio unit", "first 7=2", "second 7=2"));
+}
+
+TEST_F(AUParameterTreeTest, OriginatorDoesNotHearItsOwnChange) {
+    const auto token = tree_->tokenByAddingParameterObserver(note("mine"));
+    tree_->tokenByAddingParameterObserver(note("other"));
+    left_->setValue(1, token);
+    EXPECT_THAT(calls_, ElementsAre("other 7=1"));
+    EXPECT_EQ(left_->value(), 1);
+}
+
+TEST_F(AUParameterTreeTest, ProviderIsTheTruthAboutAValueAndItsText) {
+    AUValue held = 0.25f;
+    EXPECT_EQ(left_->stringFromValue(nullptr), "0");
+    tree_->setImplementorValueProvider([&](const AUParameter&) { return held; });
+    left_->setValue(2);
+    EXPECT_EQ(left_->value(), 0.25f);
+    EXPECT_EQ(left_->stringFromValue(nullptr), "0.25");
+    const AUValue asked = 1.5f;
+    EXPECT_EQ(left_->stringFromValue(&asked), "1.5");
+}
+
+TEST_F(AUParameterTreeTest, ChangeThatTheAudioUnitMadeItselfReachesOnlyObservers) {
+    tree_->setImplementorValueProvider([](const AUParameter&) { return 2.0f; });
+    tree_->setImplementorValueObserver(
+        [this](const AUParameter&, AUValue) { calls_.emplace_back("audio unit"); });
+    const auto token = tree_->tokenByAddingParameterObserver(note("mine"));
+    tree_->tokenByAddingParameterObserver(note("other"));
+    left_->didChangeValue(token);
+    EXPECT_THAT(calls_, ElementsAre("other 7=2"));
+}
+
+TEST_F(AUParameterTreeTest, AutomationObserverSeesTheGesture) {
+    std::vector<AUParameterAutomationEventType> gesture;
+    tree_->tokenByAddingParameterAutomationObserver(
+        [&](AUParameterAddress, AUValue, AUParameterAutomationEventType type) {
+            gesture.push_back(type);
+        });
+    left_->setValue(1, nullptr, AUParameterAutomationEventTypeTouch);
+    left_->setValue(2);
+    left_->setValue(2, nullptr, AUParameterAutomationEventTypeRelease);
+    EXPECT_THAT(gesture, ElementsAre(AUParameterAutomationEventTypeTouch,
+                                     AUParameterAutomationEventTypeValue,
+                                     AUParameterAutomationEventTypeRelease));
+}
+
+TEST_F(AUParameterTreeTest, ObserverMaySetAnotherValueAndAddAnObserver) {
+    bool added = false;
+    tree_->tokenByAddingParameterObserver([&](AUParameterAddress address, AUValue value) {
+        if (address != 7) return;
+        if (!added) tree_->tokenByAddingParameterObserver(note("late"));
+        added = true;
+        tree_->parameterWithAddress(3)->setValue(value);
+    });
+    left_->setValue(1);
+    EXPECT_THAT(calls_, ElementsAre("late 3=1"));
+}
+
+TEST_F(AUParameterTreeTest, WhatAnObserverQueuesComesBackToTheLoopItWasAddedOn) {
+    auto loop = RunLoop::createForTest();
+    {
+        const RunLoop::MakeCurrent current(loop);
+        tree_->tokenByAddingParameterObserver([this](AUParameterAddress address, AUValue value) {
+            DispatchQueue::main().async([=, this] { note("queued")(address, value); });
+        });
+    }
+    std::thread([this] { left_->setValue(1); }).join();
+    EXPECT_THAT(calls_, IsEmpty());
+    loop->pump();
+    EXPECT_THAT(calls_, ElementsAre("queued 7=1"));
+    loop.reset();
+    left_->setValue(2);
+    RunLoop::main().pump();
+    EXPECT_THAT(calls_, ElementsAre("queued 7=1"));
+}
+
+TEST_F(AUParameterTreeTest, RemovedObserverIsNotRunningAnywhere) {
+    std::atomic<bool> stop{false};
+    std::thread setter([&] {
+        while (!stop) left_->setValue(1);
+    });
+    for (int round = 0; round < 50; ++round) {
+        auto target = std::make_unique<std::atomic<int>>(0);
+        const auto token = tree_->tokenByAddingParameterObserver(
+            [counted = target.get()](AUParameterAddress, AUValue) { ++*counted; });
+        while (*target == 0) std::this_thread::yield();
+        tree_->removeParameterObserver(token);
+        target.reset();  // a call that is still under way would touch freed memory
+    }
+    stop = true;
+    setter.join();
+    left_->setValue(1);
+}
+
+}  // namespace
+}  // namespace platform
