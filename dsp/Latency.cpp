@@ -1,11 +1,28 @@
 #include "dsp/Latency.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
+#include "dsp/ChainLoops.h"
 #include "dsp/relaxed.h"
 
 namespace qov {
+
+namespace {
+
+// Shorter lines are not worth a run for each time they wrap.
+constexpr std::int32_t shortestRun = 64;
+
+void copyScaled(const float* in, float* out, std::int32_t count, float gain,
+                const ChainLoops& loops) {
+    if (gain != 1.0f)
+        loops.scale(in, out, count, gain);
+    else if (in != out)
+        std::memcpy(out, in, sizeof(float) * static_cast<std::size_t>(count));
+}
+
+}  // namespace
 
 Latency::Latency() {
     DynaBuffer::allocate(1024);
@@ -27,7 +44,7 @@ void Latency::prepare(std::int32_t longest) {
 void Latency::write(const float* samples, std::int32_t count) {
     if (!samples || lSize == 0) return;
     for (std::int32_t i = 0; i < count; ++i) {
-        if (pos >= std::min(lSize, size)) wrap(lastFrame_);
+        if (pos >= end()) wrap(lastFrame_);
         if (!data || size == 0) return;
         data[pos++] = samples[i];
         lastFrame_ = samples[i];
@@ -38,11 +55,59 @@ void Latency::exchange(float* samples, std::int32_t count) {
     if (!samples) return;
     for (std::int32_t i = 0; i < count; ++i) {
         if (!data || size == 0) return;
-        if (pos >= std::min(lSize, size)) wrap(lastFrame_);
+        if (pos >= end()) wrap(lastFrame_);
         if (!data) return;
         std::swap(samples[i], data[pos++]);
         lastFrame_ = samples[i];
     }
+}
+
+void Latency::exchange(const float* in, float* out, std::int32_t count, float gain,
+                       const ChainLoops& loops) {
+    std::int32_t i = 0;
+    while (i < count && data && size > 0) {
+        if (pos >= end()) {
+            wrap(i > 0 ? out[i - 1] : lastFrame_);
+            if (!data) break;
+        }
+        std::int32_t run = std::min(count - i, end() - pos);
+        if (pos == 0 && lSize < shortestRun && lSize < count - i &&
+            lSize == loadRelaxed(lNewSize)) {
+            run = count - i;
+            shift(in + i, out + i, run, gain, loops);
+        } else {
+            loops.delay(in + i, out + i, data + pos, run, gain);
+            pos += run;
+        }
+        i += run;
+    }
+    if (i > 0) lastFrame_ = out[i - 1];
+    if (i < count) copyScaled(in + i, out + i, count - i, gain, loops);
+}
+
+// A line of few frames from its start over a longer block: the line's frames come first, the block
+// follows, and the last frames of it stay in the line, each where its turn around the line has it.
+void Latency::shift(const float* in, float* out, std::int32_t count, float gain,
+                    const ChainLoops& loops) {
+    const std::int32_t length = lSize, moved = count - length;
+    float first[shortestRun], last[shortestRun];
+    std::copy_n(data, length, first);
+    copyScaled(in + moved, last, length, gain, loops);
+    if (in == out) {
+        copyScaled(in, out, moved, gain, loops);
+        std::memmove(out + length, out, sizeof(float) * static_cast<std::size_t>(moved));
+    } else {
+        copyScaled(in, out + length, moved, gain, loops);
+    }
+    std::copy_n(first, length, out);
+    const std::int32_t turn = moved % length;
+    for (std::int32_t i = 0; i < length; ++i) data[(turn + i) % length] = last[i];
+    pos = (count - 1) % length + 1;
+}
+
+// Within the storage, whatever has been done to it from outside.
+std::int32_t Latency::end() const {
+    return std::min(lSize, size);
 }
 
 void Latency::wrap(float precedingFrame) {

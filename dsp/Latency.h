@@ -6,6 +6,8 @@
 
 namespace qov {
 
+struct ChainLoops;
+
 /// A delay line of one channel whose length changes where it wraps: the new length starts with a
 /// repeat of the frame before it. Render thread, but for lNewSize, which any thread may set.
 class Latency final : public CircularBuffer {
@@ -18,6 +20,9 @@ class Latency final : public CircularBuffer {
     void write(const float* samples, std::int32_t count) override;
     /// Delays the block in place by lSize frames.
     void exchange(float* samples, std::int32_t count) override;
+    /// The same over runs: out = in x gain, delayed. in and out are the same block or apart.
+    void exchange(const float* in, float* out, std::int32_t count, float gain,
+                  const ChainLoops& loops);
     /// Requests a length in frames, at least 1.
     virtual void setLength(std::int32_t frames);
 
@@ -29,7 +34,10 @@ class Latency final : public CircularBuffer {
     std::int32_t lNewSize = 1024;  ///< requested length, shared with other threads
 
  private:
+    std::int32_t end() const;
     void wrap(float precedingFrame);
+    void shift(const float* in, float* out, std::int32_t count, float gain,
+               const ChainLoops& loops);
 
     // The last frame that the block before gave out: what precedes the first of the next.
     float lastFrame_ = 0;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <utility>
 
+#include "dsp/ChainLoops.h"
 #include "dsp/relaxed.h"
 #include "dsp/saturate.h"
 #include "platform/audiotoolbox/AURenderEvent.h"
@@ -29,6 +30,23 @@ float bipolar(float value) {
 // Full scale of kPhaseShift is a hundredth of a second.
 std::int32_t delayFrames(float sampleRate, float value) {
     return std::max(1, saturate<std::int32_t>(sampleRate / 100.0f * value));
+}
+
+constexpr std::uint32_t signBit = 0x80000000;
+
+float* samples(const platform::AudioBufferList* list, std::int32_t channel, std::uint32_t offset) {
+    return static_cast<float*>(list->mBuffers[channel].mData) + offset;
+}
+
+bool areApart(const float* one, const float* other, std::uint32_t frames) {
+    const auto a = reinterpret_cast<std::uintptr_t>(one);
+    const auto b = reinterpret_cast<std::uintptr_t>(other);
+    return (a < b ? b - a : a - b) >= sizeof(float) * frames;
+}
+
+// Half of it is exact: then a product with it in float is rounded once, just as in double.
+bool canHalve(float amount) {
+    return amount * 0.5f * 2.0f == amount || amount != amount;
 }
 
 }  // namespace
@@ -163,54 +181,132 @@ void QOV_Kelvane_PluginDSPKernel::handleMIDIEvent(const platform::AUMIDIEvent& m
     }
 }
 
+// What the chain does in one segment; the stages' own objects hold the rest.
+struct QOV_Kelvane_PluginDSPKernel::Segment {
+    float gain;
+    bool inverted, swapped, recovered, mono;
+};
+
 void QOV_Kelvane_PluginDSPKernel::process(std::uint32_t frameCount, std::uint32_t bufferOffset) {
     if (channels < 1) return;
-    const auto channel = [&](platform::AudioBufferList* list, std::int32_t index) {
-        return static_cast<float*>(list->mBuffers[index].mData) + bufferOffset;
-    };
-    for (std::int32_t c = 0; c < channels; ++c)
-        std::memmove(channel(outBufferListPtr, c), channel(inBufferListPtr, c),
-                     sizeof(float) * frameCount);
-    if (loadRelaxed(fBypass) == 1.0f || channels != 2) return;
-    if (!gate_.beginSegment()) return;
-    processStereo(channel(outBufferListPtr, 0), channel(outBufferListPtr, 1),
-                  static_cast<std::int32_t>(frameCount));
+    if (loadRelaxed(fBypass) == 1.0f || channels != 2 || !gate_.beginSegment()) {
+        copyThrough(frameCount, bufferOffset);
+        return;
+    }
+    renderSegment(frameCount, bufferOffset);
     if (gate_.endSegment()) do {
             resetState();
         } while (gate_.endReset());
 }
 
-void QOV_Kelvane_PluginDSPKernel::processStereo(float* left, float* right, std::int32_t count) {
+void QOV_Kelvane_PluginDSPKernel::copyThrough(std::uint32_t frameCount,
+                                              std::uint32_t bufferOffset) {
+    for (std::int32_t c = 0; c < channels; ++c) {
+        const float* in = samples(inBufferListPtr, c, bufferOffset);
+        float* out = samples(outBufferListPtr, c, bufferOffset);
+        if (in != out) std::memmove(out, in, sizeof(float) * frameCount);
+    }
+}
+
+void QOV_Kelvane_PluginDSPKernel::renderSegment(std::uint32_t frameCount,
+                                                std::uint32_t bufferOffset) {
+    const auto count = static_cast<std::int32_t>(frameCount);
+    const float* inLeft = samples(inBufferListPtr, 0, bufferOffset);
+    const float* inRight = samples(inBufferListPtr, 1, bufferOffset);
+    float* left = samples(outBufferListPtr, 0, bufferOffset);
+    float* right = samples(outBufferListPtr, 1, bufferOffset);
+    const Segment segment = nextSegment();
+    const ChainLoops* loops = ChainLoops::current();
+    const bool ordinary = areApart(left, right, frameCount) &&
+                          (inLeft == left || areApart(inLeft, left, frameCount)) &&
+                          (inRight == right || areApart(inRight, right, frameCount)) &&
+                          areApart(inLeft, right, frameCount) &&
+                          areApart(inRight, left, frameCount);
+    // Its own callback leaves the ring as it is; another one may do as it likes.
+    const bool ringStays = !circular.onBuffer || circular.onBuffer == onCaptureFull;
+    if (loops && ordinary && circular.isReady() && ringStays && canHalve(kelvane.fAmount)) {
+        renderFused(segment, *loops, inLeft, inRight, left, right, count);
+    } else {
+        copyThrough(frameCount, bufferOffset);
+        renderPlain(segment, left, right, count);
+    }
+}
+
+// Reads each parameter once and moves the smoothed ones on by a step.
+QOV_Kelvane_PluginDSPKernel::Segment QOV_Kelvane_PluginDSPKernel::nextSegment() {
+    Segment segment;
     volumeInterpolator.setTarget(loadRelaxed(fVolume));
-    const float gain = volumeInterpolator.tick();
-    if (gain != 1.0f) {
-        for (std::int32_t i = 0; i < count; ++i) {
-            left[i] *= gain;
-            right[i] *= gain;
-        }
-    }
-    latency.exchange(left, count);
-    if (loadRelaxed(fInvert) > 0)
-        for (std::int32_t i = 0; i < count; ++i) left[i] = -left[i];
-    if (loadRelaxed(fSwap) > 0)
-        for (std::int32_t i = 0; i < count; ++i) std::swap(left[i], right[i]);
+    segment.gain = volumeInterpolator.tick();
+    segment.inverted = loadRelaxed(fInvert) > 0;
+    segment.swapped = loadRelaxed(fSwap) > 0;
+    segment.recovered = loadRelaxed(fRecoverMono) > 0;
+    segment.mono = loadRelaxed(fTestMono) > 0;
     const float width = loadRelaxed(fStereoWidth);
-    if (loadRelaxed(fRecoverMono) > 0) {
-        kelvane.fAmount = -width;
-        kelvane.process(left, right, count);
-    }
+    if (segment.recovered) kelvane.fAmount = -width;
     stereowidthInterpolator.setTarget(bipolar(width));
     stereo.fAdjust = std::clamp(stereowidthInterpolator.tick(), -1.0f, 1.0f);
-    stereo.process(left, right, count);
     panpotInterpolator.setTarget(bipolar(loadRelaxed(fPanpot)));
     const float pan = panpotInterpolator.tick();
     panpot.lSmoothed = 0;
     if (pan >= -1.0f && pan <= 1.0f)
         panpot.fPan = panpot.interp.destinationValue = panpot.interp.currentValue = pan;
+    return segment;
+}
+
+// The chain stage by stage and frame by frame: the truth for every faster form.
+void QOV_Kelvane_PluginDSPKernel::renderPlain(const Segment& segment, float* left, float* right,
+                                              std::int32_t count) {
+    if (segment.gain != 1.0f) {
+        for (std::int32_t i = 0; i < count; ++i) {
+            left[i] *= segment.gain;
+            right[i] *= segment.gain;
+        }
+    }
+    latency.exchange(left, count);
+    if (segment.inverted)
+        for (std::int32_t i = 0; i < count; ++i) left[i] = -left[i];
+    if (segment.swapped)
+        for (std::int32_t i = 0; i < count; ++i) std::swap(left[i], right[i]);
+    if (segment.recovered) kelvane.process(left, right, count);
+    stereo.process(left, right, count);
     panpot.process(left, right, count);
-    if (loadRelaxed(fTestMono) > 0)
+    if (segment.mono)
         for (std::int32_t i = 0; i < count; ++i) left[i] = right[i] = (left[i] + right[i]) * 0.5f;
     circular.exchange(left, right, count);
+}
+
+// The same bits in two passes: into the out blocks through gain and delay, then through all other
+// stages into the ring.
+void QOV_Kelvane_PluginDSPKernel::renderFused(const Segment& segment, const ChainLoops& loops,
+                                              const float* inLeft, const float* inRight,
+                                              float* left, float* right, std::int32_t count) {
+    latency.exchange(inLeft, left, count, segment.gain, loops);
+    const float* fromLeft = left;
+    const float* fromRight = inRight;
+    if (segment.gain != 1.0f) {
+        loops.scale(inRight, right, count, segment.gain);
+        fromRight = right;
+    }
+    Shape shape{segment.inverted ? signBit : 0, 0, kelvane.fAmount * 0.5f, stereo.fAdjust,
+                panpot.fPan};
+    if (segment.swapped) {
+        std::swap(fromLeft, fromRight);
+        std::swap(shape.leftSign, shape.rightSign);
+    }
+    const auto shapeRun =
+        loops
+            .shape[ChainLoops::shapeIndex(segment.recovered, shape.width, shape.pan, segment.mono)];
+    for (std::int32_t i = 0; i < count;) {
+        if (circular.pos >= circular.size) {
+            circular.wrap();
+            continue;
+        }
+        const std::int32_t run = std::min(count - i, circular.size - circular.pos);
+        shapeRun(shape, fromLeft + i, fromRight + i, left + i, right + i,
+                 circular.data[0] + circular.pos, circular.data[1] + circular.pos, run);
+        circular.pos += run;
+        i += run;
+    }
 }
 
 void QOV_Kelvane_PluginDSPKernel::onCaptureFull(void* callee) {

@@ -20,6 +20,8 @@ struct AudioBufferList;
 
 namespace qov {
 
+struct ChainLoops;
+
 /// The effect: parameters by address, the stereo chain, and the capture ring behind it, by whose
 /// length the output is late. Samples are 32-bit floats, one buffer a channel.
 ///
@@ -84,9 +86,15 @@ class QOV_Kelvane_PluginDSPKernel final : public DSPKernel {
     bool isNewBufferAvailable = false;  ///< shared; the ring went round since a reader cleared it
 
  private:
+    struct Segment;
     static void onCaptureFull(void* callee);
     void resetState();
-    void processStereo(float* left, float* right, std::int32_t count);
+    void copyThrough(std::uint32_t frameCount, std::uint32_t bufferOffset);
+    void renderSegment(std::uint32_t frameCount, std::uint32_t bufferOffset);
+    Segment nextSegment();
+    void renderPlain(const Segment& segment, float* left, float* right, std::int32_t count);
+    void renderFused(const Segment& segment, const ChainLoops& loops, const float* inLeft,
+                     const float* inRight, float* left, float* right, std::int32_t count);
 
     RenderGate gate_;
 };

@@ -1,0 +1,1 @@
+qov_benchmark(chain LINKS dsp platform_foundation)

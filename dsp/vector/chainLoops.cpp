@@ -1,0 +1,127 @@
+// The hot loops of the chain, compiled once for each form of the processor: QOV_VARIANT names the
+// namespace. Nothing here may call an inline function of the standard library: the linker keeps one
+// copy of such a function, and it could be one that this processor cannot run.
+
+#include <utility>
+
+#include "dsp/ChainLoops.h"
+
+// Frames of one index may share memory; frames of different indices never do.
+#ifdef __clang__
+#define QOV_INDEPENDENT_FRAMES _Pragma("clang loop vectorize(assume_safety)")
+#else
+#define QOV_INDEPENDENT_FRAMES _Pragma("GCC ivdep")
+#endif
+
+namespace qov::QOV_VARIANT {
+
+namespace {
+
+#if defined(__FMA__) || defined(__aarch64__)
+inline float fusedMultiplyAdd(float x, float y, float z) {
+    return __builtin_fmaf(x, y, z);
+}
+#else
+// Without the instruction: the product is exact in double; the sum is rounded to odd, so that the
+// rounding to float that follows is the only one that counts (Boldo and Melquiond).
+inline float fusedMultiplyAdd(float x, float y, float z) {
+    const double product = static_cast<double>(x) * static_cast<double>(y);
+    const double addend = static_cast<double>(z);
+    const double sum = product + addend;
+    const double productPart = sum - addend;
+    const double error = (product - productPart) + (addend - (sum - productPart));
+    const auto bits = __builtin_bit_cast(long long, sum);
+    // Toward the error: away from zero where it has the sum's sign. A NaN compares as no error.
+    const long long away = (error > 0) == (sum > 0) ? 1 : -1;
+    const long long inexact = (error > 0) | (error < 0);
+    const long long step = (bits & 1) == 0 ? away * inexact : 0;
+    return static_cast<float>(__builtin_bit_cast(double, bits + step));
+}
+#endif
+
+inline float flipped(float value, std::uint32_t sign) {
+    return __builtin_bit_cast(float, __builtin_bit_cast(std::uint32_t, value) ^ sign);
+}
+
+void scale(const float* in, float* out, std::int32_t count, float gain) {
+    QOV_INDEPENDENT_FRAMES
+    for (std::int32_t i = 0; i < count; ++i) out[i] = in[i] * gain;
+}
+
+void delay(const float* in, float* out, float* line, std::int32_t count, float gain) {
+    if (gain == 1.0f) {
+        QOV_INDEPENDENT_FRAMES
+        for (std::int32_t i = 0; i < count; ++i) {
+            const float late = line[i];
+            line[i] = in[i];
+            out[i] = late;
+        }
+        return;
+    }
+    QOV_INDEPENDENT_FRAMES
+    for (std::int32_t i = 0; i < count; ++i) {
+        const float late = line[i];
+        line[i] = in[i] * gain;
+        out[i] = late;
+    }
+}
+
+// index: ChainLoops::shapeIndex. The formulas are those of Kelvane, StereoProcessor and Panpot.
+template <int index>
+void shape(const Shape& shape, const float* left, const float* right, float* outLeft,
+           float* outRight, float* ringLeft, float* ringRight, std::int32_t count) {
+    constexpr bool mono = index % 2;
+    constexpr int pan = index / 2 % 3, width = index / 6 % 3;
+    constexpr bool recover = index / 18;
+    const std::uint32_t leftSign = shape.leftSign, rightSign = shape.rightSign;
+    const float part = shape.recover, a = shape.width, p = shape.pan;
+    const float kept = a + 1.0f, minusA = -a, minusP = -p;
+    const float nearFactor = (pan == 1 ? p * -0.4f : p * 0.4f) + 1.0f;
+    const float farFactor = pan == 1 ? 1.0f - p : p + 1.0f;
+    QOV_INDEPENDENT_FRAMES
+    for (std::int32_t i = 0; i < count; ++i) {
+        float l = flipped(left[i], leftSign);
+        float r = flipped(right[i], rightSign);
+        if constexpr (recover) {
+            const float shift = (l - r) * part;
+            l += shift;
+            r += shift;
+        }
+        if constexpr (width == 1) {
+            const float side = (l - r) * 0.5f;
+            l = fusedMultiplyAdd(side, a, l);
+            r = fusedMultiplyAdd(-side, a, r);
+        }
+        if constexpr (width == 2) {
+            const float fromRight = ((l + r) - (l - r)) * 0.5f * minusA;
+            l = fusedMultiplyAdd(l, kept, fromRight);
+            r = fusedMultiplyAdd(r, kept, fromRight);
+        }
+        if constexpr (pan == 1) {
+            r = nearFactor * (l * p + r);
+            l = farFactor * l;
+        }
+        if constexpr (pan == 2) {
+            l = nearFactor * (r * minusP + l);
+            r = farFactor * r;
+        }
+        if constexpr (mono) l = r = (l + r) * 0.5f;
+        const float lateLeft = ringLeft[i], lateRight = ringRight[i];
+        ringLeft[i] = l;
+        ringRight[i] = r;
+        outLeft[i] = lateLeft;
+        outRight[i] = lateRight;
+    }
+}
+
+template <int... index>
+constexpr ChainLoops allLoops(std::integer_sequence<int, index...>) {
+    return {scale, delay, {shape<index>...}};
+}
+
+}  // namespace
+
+extern const ChainLoops loops;
+constexpr ChainLoops loops = allLoops(std::make_integer_sequence<int, 36>());
+
+}  // namespace qov::QOV_VARIANT

@@ -1,0 +1,161 @@
+// Every form of the chain's loops against the plain frame-by-frame code, to the bit.
+
+#include <algorithm>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "tests/dsp/KernelRig.h"
+
+namespace {
+
+using namespace qov;
+using namespace qov::test;
+
+enum class Signal { music, denormal, anyBits, special };
+enum class Buffers { apart, inPlace, crossed, oneInput, overlapping, oneOutput };
+
+std::mt19937& generator() {
+    static std::mt19937 random(20240607);
+    return random;
+}
+
+int pick(int low, int high) {
+    return std::uniform_int_distribution(low, high)(generator());
+}
+
+float frame(Signal signal) {
+    const auto bits = static_cast<std::uint32_t>(generator()());
+    switch (signal) {
+        case Signal::music:
+            return std::uniform_real_distribution(-1.0f, 1.0f)(generator());
+        case Signal::denormal:
+            return std::bit_cast<float>(bits & 0x80FFFFFF);
+        case Signal::anyBits:
+            return std::bit_cast<float>(bits);
+        case Signal::special:
+            break;
+    }
+    constexpr float specials[] = {0.0f,   -0.0f,          INFINITY, -INFINITY, NAN,
+                                  1e-45f, -1e-45f,        3.4e38f,  -3.4e38f,  1.0f,
+                                  0.5f,   1.1754944e-38f, 0x1p-75f, -0x1p-75f};
+    return specials[static_cast<std::size_t>(pick(0, 13))];
+}
+
+float value() {
+    constexpr float edges[] = {0, 1, 0.5f, 0.25f, 1e-39f, -0.5f, 2.5f};
+    return pick(0, 2) ? std::uniform_real_distribution(0.0f, 1.0f)(generator())
+                      : edges[static_cast<std::size_t>(pick(0, 6))];
+}
+
+// One kernel in the form under test and one in plain code, driven alike.
+class Pair {
+ public:
+    explicit Pair(std::string_view form) : form_(form) {}
+
+    void set(std::uint64_t address, float parameter) {
+        tested_.kernel.setParameter(address, parameter);
+        plain_.kernel.setParameter(address, parameter);
+    }
+
+    // Renders the same memory picture with both; where they differ, in words.
+    std::string render(Signal signal, Buffers buffers, int frames) {
+        const auto count = static_cast<std::uint32_t>(frames);
+        Samples memory(4 * count + 1), copy;
+        std::generate(memory.begin(), memory.end(), [&] { return frame(signal); });
+        copy = memory;
+        renderOne(tested_, form_, memory, buffers, count);
+        renderOne(plain_, "scalar", copy, buffers, count);
+        std::string found = difference("memory", memory.data(), copy.data(), memory.size());
+        return found.empty() ? differenceOfState(tested_.kernel, plain_.kernel) : found;
+    }
+
+ private:
+    static void renderOne(KernelRig& rig, std::string_view form, Samples& memory, Buffers buffers,
+                          std::uint32_t count) {
+        ChainLoops::select(form);
+        float* at[] = {memory.data(), memory.data() + count, memory.data() + 2 * count,
+                       memory.data() + 3 * count};
+        switch (buffers) {
+            case Buffers::apart:
+                return rig.render(at[0], at[1], at[2], at[3], count, nullptr);
+            case Buffers::inPlace:
+                return rig.render(at[0], at[1], at[0], at[1], count, nullptr);
+            case Buffers::crossed:
+                return rig.render(at[0], at[1], at[1], at[0], count, nullptr);
+            case Buffers::oneInput:
+                return rig.render(at[0], at[0], at[2], at[3], count, nullptr);
+            case Buffers::overlapping:
+                return rig.render(at[0], at[1], at[0] + 1, at[2] + 1, count, nullptr);
+            case Buffers::oneOutput:
+                return rig.render(at[0], at[1], at[2], at[2], count, nullptr);
+        }
+    }
+
+    std::string_view form_;
+    KernelRig tested_, plain_;
+};
+
+class Forms : public testing::TestWithParam<std::string_view> {
+ protected:
+    void SetUp() override {
+        if (!ChainLoops::select(GetParam())) GTEST_SKIP() << "not for this processor";
+    }
+    void TearDown() override { ChainLoops::select("scalar"); }
+};
+
+TEST_P(Forms, GiveThePlainBitsForEveryLengthSignalSettingAndAliasing) {
+    for (const auto signal : {Signal::music, Signal::denormal, Signal::anyBits, Signal::special}) {
+        Pair pair(GetParam());
+        for (int round = 0; round < 12; ++round) {
+            for (int frames = 1; frames <= 70; ++frames) {
+                for (std::uint64_t address = 0; address <= 9; ++address)
+                    if (address != kBypass && pick(0, 7) == 0) pair.set(address, value());
+                if (pick(0, 63) == 0) pair.set(kBypass, static_cast<float>(pick(0, 1)));
+                if (pick(0, 3) == 0) pair.set(kBypass, 0);
+                const auto buffers = static_cast<Buffers>(pick(0, 5));
+                ASSERT_EQ(pair.render(signal, buffers, frames), "")
+                    << frames << " frames, signal " << static_cast<int>(signal) << ", buffers "
+                    << static_cast<int>(buffers);
+            }
+        }
+    }
+}
+
+// All sets of stages, so that each of the loops is run; neutral ones have their values settle
+// first.
+TEST_P(Forms, GiveThePlainBitsInEverySetOfStages) {
+    for (int set = 0; set < 3 * 3 * 32; ++set) {
+        Pair pair(GetParam());
+        pair.set(kStereoWidth, 0.5f * static_cast<float>(set % 3));
+        pair.set(kPanorama, 0.4f + 0.1f * static_cast<float>(set / 3 % 3));
+        pair.set(kSwapChannels, static_cast<float>(set / 9 % 2));
+        pair.set(kInvertChannel, static_cast<float>(set / 18 % 2));
+        pair.set(kRecoverMono, static_cast<float>(set / 36 % 2));
+        pair.set(kTestMono, static_cast<float>(set / 72 % 2));
+        pair.set(kVolume, set / 144 ? 0.7f : 1.0f);
+        for (int cycle = 0; cycle < 17; ++cycle)
+            ASSERT_EQ(pair.render(Signal::music, Buffers::inPlace, 3), "") << "set " << set;
+        for (const auto buffers : {Buffers::apart, Buffers::inPlace})
+            ASSERT_EQ(pair.render(Signal::anyBits, buffers, 67), "") << "set " << set;
+    }
+}
+
+// Lengths around the block, the ring and short lines, and a longer line after a shorter one.
+TEST_P(Forms, GiveThePlainBitsAcrossWrapsAndChangesOfTheDelayLength) {
+    Pair pair(GetParam());
+    pair.set(kStereoWidth, 0.75f);
+    for (const float shift : {1.0f, 0.5f, 0.0f, 0.005f, 0.143f, 0.145f, 0.148f, 3.0f, 1.0f, 0.0f}) {
+        pair.set(kPhaseShift, shift);
+        for (const int frames :
+             {1, 219, 220, 221, 441, 511, 512, 513, 1024, 2047, 2048, 2049, 5000})
+            for (const auto buffers : {Buffers::apart, Buffers::inPlace})
+                ASSERT_EQ(pair.render(Signal::music, buffers, frames), "")
+                    << shift << ", " << frames << " frames";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Processors, Forms, testing::Values("baseline", "v3", "v4"),
+                         [](const auto& form) { return std::string(form.param); });
+
+}  // namespace

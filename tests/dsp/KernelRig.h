@@ -1,0 +1,116 @@
+#pragma once
+
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "dsp/ChainLoops.h"
+#include "dsp/QOV_Kelvane_PluginDSPKernel.h"
+#include "platform/audiotoolbox/AURenderEvent.h"
+#include "platform/audiotoolbox/AudioBufferList.h"
+#include "platform/audiotoolbox/AudioTimeStamp.h"
+
+namespace qov::test {
+
+using Samples = std::vector<float>;
+
+inline platform::AURenderEvent parameterEvent(std::int64_t time, std::uint64_t address,
+                                              float value) {
+    platform::AURenderEvent event{};
+    event.parameter = {nullptr, time, platform::AURenderEventParameter, {}, 0, address, value};
+    return event;
+}
+
+inline platform::AURenderEvent midiEvent(std::int64_t time, std::uint8_t status,
+                                         std::uint8_t number, std::uint8_t value,
+                                         std::uint16_t length = 3) {
+    platform::AURenderEvent event{};
+    event.MIDI = {nullptr, time, platform::AURenderEventMIDI, 0,
+                  length,  0,    {status, number, value}};
+    return event;
+}
+
+/// Links events in their order; the head, or null for none.
+inline platform::AURenderEvent* linked(std::vector<platform::AURenderEvent>& events) {
+    for (std::size_t i = 0; i < events.size(); ++i)
+        events[i].head.next = i + 1 < events.size() ? &events[i + 1] : nullptr;
+    return events.empty() ? nullptr : events.data();
+}
+
+/// The same to the bit, any NaN being the same as any other.
+inline bool sameBits(float a, float b) {
+    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b) ||
+           (std::isnan(a) && std::isnan(b));
+}
+
+/// Where two runs of frames differ, in words; empty where they do not.
+inline std::string difference(const char* what, const float* a, const float* b, std::size_t count) {
+    for (std::size_t i = 0; i < count; ++i) {
+        if (!sameBits(a[i], b[i]))
+            return std::string(what) + "[" + std::to_string(i) + "]: " + std::to_string(a[i]) +
+                   " and " + std::to_string(b[i]);
+    }
+    return {};
+}
+
+/// A kernel that is ready to render at a rate, on a clock that starts at 0.
+class KernelRig {
+ public:
+    explicit KernelRig(double rate = 44100) {
+        kernel.init(2, rate);
+        kernel.reset();
+    }
+
+    /// Renders one cycle in place.
+    void render(Samples& left, Samples& right, std::vector<platform::AURenderEvent> events = {}) {
+        render(left.data(), right.data(), left.data(), right.data(),
+               static_cast<std::uint32_t>(left.size()), linked(events));
+    }
+
+    void render(float* inLeft, float* inRight, float* left, float* right, std::uint32_t frames,
+                const platform::AURenderEvent* events) {
+        platform::StereoBufferList in(inLeft, inRight, frames), out(left, right, frames);
+        kernel.setBuffers(in.list(), out.list());
+        kernel.processWithEvents({.mSampleTime = static_cast<double>(now)}, frames, events);
+        now += frames;
+    }
+
+    /// Takes a parameter's smoothing to its end with silent cycles, then empties the delays.
+    void settle() {
+        for (int cycle = 0; cycle < 20; ++cycle) {
+            Samples left(256), right(256);
+            render(left, right);
+        }
+    }
+
+    QOV_Kelvane_PluginDSPKernel kernel;
+    std::int64_t now = 0;
+};
+
+/// Everything that two kernels which rendered the same hold in common; empty, or what differs.
+inline std::string differenceOfState(const QOV_Kelvane_PluginDSPKernel& a,
+                                     const QOV_Kelvane_PluginDSPKernel& b) {
+    const auto number = [](const char* what, auto x, auto y) {
+        return x == y ? std::string()
+                      : std::string(what) + ": " + std::to_string(x) + " and " + std::to_string(y);
+    };
+    for (const std::string& found :
+         {number("latency.pos", a.latency.pos, b.latency.pos),
+          number("latency.size", a.latency.size, b.latency.size),
+          number("latency.lSize", a.latency.lSize, b.latency.lSize),
+          number("circular.pos", a.circular.pos, b.circular.pos),
+          number("isNewBufferAvailable", a.isNewBufferAvailable, b.isNewBufferAvailable)})
+        if (!found.empty()) return found;
+    const auto frames = [](const auto& buffer) { return static_cast<std::size_t>(buffer.size); };
+    for (const std::string& found :
+         {difference("line", a.latency.data, b.latency.data, frames(a.latency)),
+          difference("ring left", a.circular.data[0], b.circular.data[0], frames(a.circular)),
+          difference("ring right", a.circular.data[1], b.circular.data[1], frames(a.circular)),
+          difference("snapshot", a.buffer.data[0], b.buffer.data[0], frames(a.buffer))})
+        if (!found.empty()) return found;
+    return {};
+}
+
+}  // namespace qov::test
