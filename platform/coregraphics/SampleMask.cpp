@@ -1,0 +1,211 @@
+#include "platform/coregraphics/SampleMask.h"
+
+#include <array>
+#include <memory>
+#include <numbers>
+
+namespace platform {
+
+namespace {
+
+constexpr int directions = 512;
+constexpr int distances = 128;
+/// No sample lies farther from the centre of its pixel (half a diagonal is 0.7071).
+constexpr CGFloat reach = 0.72;
+constexpr CGFloat distanceScale = distances / (2 * reach);
+
+using Row = std::array<std::uint64_t, distances + 1>;
+
+/// For each direction of an edge's normal and each distance of the pixel's centre from the edge
+/// (positive on the side of the normal): which samples lie on that side.
+class HalfPlanes {
+ public:
+    HalfPlanes() : rows_(new std::array<Row, directions>) {
+        for (int direction = 0; direction < directions; ++direction) {
+            const CGFloat angle = 2 * std::numbers::pi * direction / directions;
+            const CGFloat nx = std::cos(angle), ny = std::sin(angle);
+            Row& row = (*rows_)[direction];
+            row.fill(0);
+            for (int i = 0; i < 64; ++i) {
+                // A lattice in which every sample has a column and a row of its own.
+                const CGFloat sx = (i + 0.5) / 64 - 0.5, sy = (i * 27 % 64 + 0.5) / 64 - 0.5;
+                const CGFloat inside = -(nx * sx + ny * sy);
+                const int first = static_cast<int>(std::ceil((inside + reach) * distanceScale));
+                for (int step = first; step <= distances; ++step)
+                    row[step] |= std::uint64_t{1} << i;
+            }
+        }
+    }
+
+    const Row& towards(CGFloat nx, CGFloat ny) const {
+        const CGFloat turn = std::atan2(ny, nx) / (2 * std::numbers::pi);
+        return (*rows_)[static_cast<int>(std::lrint(turn * directions)) & (directions - 1)];
+    }
+
+    static const HalfPlanes& table() {
+        static const HalfPlanes planes;
+        return planes;
+    }
+
+ private:
+    std::unique_ptr<std::array<Row, directions>> rows_;
+};
+
+std::uint64_t lookUp(const Row& row, CGFloat distance) {
+    const CGFloat step = (distance + reach) * distanceScale + 0.5;
+    return row[static_cast<int>(std::clamp(step, 0.0, CGFloat{distances}))];
+}
+
+/// In 0..255, rounded.
+int countOf(std::uint64_t samples) {
+    samples -= samples >> 1 & 0x5555555555555555u;
+    samples = (samples & 0x3333333333333333u) + (samples >> 2 & 0x3333333333333333u);
+    samples = (samples + (samples >> 4)) & 0x0f0f0f0f0f0f0f0fu;
+    const int count = static_cast<int>(samples * 0x0101010101010101u >> 56);
+    return (count * 255 + 32) / 64;
+}
+
+int over(int below, int above) {
+    return above + (below * (255 - above) + 127) / 255;
+}
+
+/// Whole pixels from..to (exclusive) that touch the interval, within 0..size.
+struct Span {
+    Span(CGFloat from, CGFloat to, int size)
+        : first(static_cast<int>(std::clamp(std::floor(from), 0.0, CGFloat(size)))),
+          end(static_cast<int>(std::clamp(std::floor(to) + 1, 0.0, CGFloat(size)))) {}
+    int first, end;
+};
+
+}  // namespace
+
+void SampleMask::reset(int x, int y, int width, int height) {
+    x_ = x;
+    y_ = y;
+    if (width != width_ || height != height_) {
+        width_ = width;
+        height_ = height;
+        stride_ = (width + 3) / 4 * 4;
+        samples_.assign(static_cast<std::size_t>(width) * height, 0);
+        coverage_.assign(static_cast<std::size_t>(stride_) * height, 0);
+    } else {
+        if (lastRow_ >= firstRow_)
+            std::fill(samples_.begin() + static_cast<std::ptrdiff_t>(firstRow_) * width_,
+                      samples_.begin() + static_cast<std::ptrdiff_t>(lastRow_ + 1) * width_, 0);
+        std::fill(coverage_.begin(), coverage_.end(), 0);
+    }
+    firstRow_ = height;
+    lastRow_ = -1;
+}
+
+void SampleMask::touchRows(int first, int last) {
+    firstRow_ = std::min(firstRow_, first);
+    lastRow_ = std::max(lastRow_, last);
+}
+
+void SampleMask::uniteStrip(CGPoint from, CGPoint to, CGFloat width) {
+    const CGFloat dx = to.x - from.x, dy = to.y - from.y, length = std::hypot(dx, dy);
+    if (!(length > 0)) return;
+    const CGFloat ux = dx / length, uy = dy / length, half = width / 2;
+    const Row& across = HalfPlanes::table().towards(-uy, ux);
+    const Row& along = HalfPlanes::table().towards(ux, uy);
+    // Bounds of the strip, and of its part in one row of pixels.
+    const CGFloat x0 = from.x - x_, y0 = from.y - y_;
+    const CGFloat growX = half * std::abs(uy), growY = half * std::abs(ux);
+    const CGFloat left = std::min(x0, x0 + dx) - growX, right = std::max(x0, x0 + dx) + growX;
+    const Span rows(std::min(y0, y0 + dy) - growY, std::max(y0, y0 + dy) + growY, height_);
+    if (rows.first >= rows.end) return;
+    touchRows(rows.first, rows.end - 1);
+    const bool isFlat = std::abs(uy) < 1e-6;
+    const CGFloat slope = isFlat ? 0 : ux / uy;
+    const CGFloat reachX = isFlat ? right - left : half / std::abs(uy) + std::abs(slope) / 2;
+
+    for (int row = rows.first; row < rows.end; ++row) {
+        const CGFloat py = row + 0.5 - y0, middle = x0 + slope * py;
+        const Span columns(std::max(left, middle - reachX), std::min(right, middle + reachX),
+                           width_);
+        const CGFloat px = columns.first + 0.5 - x0;
+        CGFloat distance = ux * py - uy * px, travelled = ux * px + uy * py;
+        std::uint64_t* samples = &samples_[static_cast<std::size_t>(row) * width_];
+        for (int column = columns.first; column < columns.end; ++column) {
+            std::uint64_t inside =
+                lookUp(across, distance + half) & ~lookUp(across, distance - half);
+            if (travelled < reach) inside &= lookUp(along, travelled);
+            if (travelled > length - reach) inside &= ~lookUp(along, travelled - length);
+            samples[column] |= inside;
+            distance -= uy;
+            travelled += ux;
+        }
+    }
+}
+
+template <typename Visit>
+void SampleMask::visitConvex(std::span<const CGPoint> corners, Visit visit) {
+    struct Edge {
+        CGFloat nx, ny, offset;
+        const Row* row;
+    };
+    constexpr std::size_t most = 16;
+    std::array<Edge, most> edges;
+    const std::size_t count = std::min(corners.size(), most);
+    CGFloat left = corners[0].x, right = left, top = corners[0].y, bottom = top, area = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const CGPoint p = corners[i], q = corners[(i + 1) % count];
+        left = std::min(left, p.x);
+        right = std::max(right, p.x);
+        top = std::min(top, p.y);
+        bottom = std::max(bottom, p.y);
+        area += p.x * q.y - p.y * q.x;
+    }
+    if (!(std::abs(area) > 0)) return;
+    const CGFloat side = area > 0 ? 1 : -1;
+    std::size_t used = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const CGPoint p = corners[i], q = corners[(i + 1) % count];
+        const CGFloat length = std::hypot(q.x - p.x, q.y - p.y);
+        if (!(length > 1e-9)) continue;
+        const CGFloat nx = side * (p.y - q.y) / length, ny = side * (q.x - p.x) / length;
+        edges[used++] = {nx, ny, -(nx * (p.x - x_) + ny * (p.y - y_)),
+                         &HalfPlanes::table().towards(nx, ny)};
+    }
+    const Span rows(top - y_, bottom - y_, height_), columns(left - x_, right - x_, width_);
+    for (int row = rows.first; row < rows.end; ++row) {
+        for (int column = columns.first; column < columns.end; ++column) {
+            std::uint64_t inside = ~std::uint64_t{0};
+            for (std::size_t i = 0; i < used; ++i)
+                inside &= lookUp(*edges[i].row, edges[i].nx * (column + 0.5) +
+                                                    edges[i].ny * (row + 0.5) + edges[i].offset);
+            if (inside) visit(row, column, inside);
+        }
+    }
+}
+
+void SampleMask::uniteConvex(std::span<const CGPoint> corners) {
+    visitConvex(corners, [this](int row, int column, std::uint64_t inside) {
+        touchRows(row, row);
+        samples_[static_cast<std::size_t>(row) * width_ + column] |= inside;
+    });
+}
+
+void SampleMask::coverConvex(std::span<const CGPoint> corners, CGFloat alpha) {
+    const int strength = static_cast<int>(std::lrint(std::clamp(alpha, 0.0, 1.0) * 255));
+    visitConvex(corners, [this, strength](int row, int column, std::uint64_t inside) {
+        std::uint8_t& covered = coverage_[static_cast<std::size_t>(row) * stride_ + column];
+        covered =
+            static_cast<std::uint8_t>(over(covered, (countOf(inside) * strength + 127) / 255));
+    });
+}
+
+std::span<std::uint8_t> SampleMask::coverage() {
+    for (int row = firstRow_; row <= lastRow_; ++row) {
+        const std::uint64_t* samples = &samples_[static_cast<std::size_t>(row) * width_];
+        std::uint8_t* covered = &coverage_[static_cast<std::size_t>(row) * stride_];
+        for (int column = 0; column < width_; ++column)
+            if (samples[column])
+                covered[column] =
+                    static_cast<std::uint8_t>(over(covered[column], countOf(samples[column])));
+    }
+    return coverage_;
+}
+
+}  // namespace platform

@@ -1,0 +1,45 @@
+#include "platform/uikit/UIBezierPath.h"
+
+#include "platform/uikit/UIGraphics.h"
+
+namespace platform {
+
+UIBezierPath UIBezierPath::arc(CGPoint center, CGFloat radius, CGFloat startAngle, CGFloat endAngle,
+                               bool clockwise) {
+    UIBezierPath path;
+    path.addArc(center, radius, startAngle, endAngle, clockwise);
+    return path;
+}
+
+void UIBezierPath::fill() const {
+    auto* context = UIGraphicsGetCurrentContext();
+    if (!context) return;
+    context->beginPath();
+    context->addPath(path_);
+    context->fillPath(usesEvenOddFillRule);
+}
+
+void UIBezierPath::stroke() const {
+    auto* context = UIGraphicsGetCurrentContext();
+    if (!context) return;
+    context->saveGState();
+    context->setLineWidth(lineWidth);
+    context->setLineCap(lineCapStyle);
+    context->setLineJoin(lineJoinStyle);
+    context->setMiterLimit(miterLimit);
+    context->setLineDash(lineDashPhase, lineDashPattern);
+    context->beginPath();
+    context->addPath(path_);
+    context->strokePath();
+    context->restoreGState();
+}
+
+void UIBezierPath::addClip() const {
+    auto* context = UIGraphicsGetCurrentContext();
+    if (!context) return;
+    context->beginPath();
+    context->addPath(path_);
+    context->clip(usesEvenOddFillRule);
+}
+
+}  // namespace platform
