@@ -1,0 +1,98 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+#include <vector>
+
+#include "platform/coregraphics/CGContext.h"
+
+namespace platform {
+
+/// A context that paints nothing but writes down what it was asked to. Two records are equal when
+/// the same calls were made with the same bits; equal records paint the same picture.
+/// Recording into a record that has been used before allocates nothing once it is large enough.
+class DrawingRecord final : public CGContext {
+ public:
+    /// Starts anew, for a target of so many points and pixels a point.
+    void begin(CGSize size, CGFloat scale);
+    /// Makes the calls on another context.
+    void play(CGContext& on) const;
+    /// Whether anything would be painted.
+    bool paints() const { return paints_; }
+    bool operator==(const DrawingRecord& other) const { return bytes_ == other.bytes_; }
+    void swap(DrawingRecord& other) noexcept;
+
+    void saveGState() override;
+    void restoreGState() override;
+    void concatenate(const CGAffineTransform& transform) override;
+    CGAffineTransform ctm() const override { return state_.ctm; }
+
+    void setFillColor(const CGColor& color) override;
+    void setStrokeColor(const CGColor& color) override;
+    void setLineWidth(CGFloat width) override;
+    void setLineCap(CGLineCap cap) override;
+    void setLineJoin(CGLineJoin join) override;
+    void setMiterLimit(CGFloat limit) override;
+    void setLineDash(CGFloat phase, std::span<const CGFloat> lengths) override;
+    void setAlpha(CGFloat alpha) override;
+
+    void beginPath() override;
+    void moveTo(CGPoint p) override;
+    void addLineTo(CGPoint p) override;
+    void addCurveTo(CGPoint control1, CGPoint control2, CGPoint p) override;
+    void closePath() override;
+    void addRect(const CGRect& rect) override;
+    void addPath(const CGPath& path) override;
+
+    void strokePath() override;
+    void fillPath(bool evenOdd) override;
+    void clip(bool evenOdd) override;
+    CGRect clipBoundingBox() const override;
+    void clearRect(const CGRect& rect) override;
+
+    void beginTransparencyLayer() override;
+    void endTransparencyLayer() override;
+
+    void drawLinearGradient(std::span<const CGGradientStop> stops, CGPoint start,
+                            CGPoint end) override;
+    void drawRadialGradient(std::span<const CGGradientStop> stops, CGPoint startCenter,
+                            CGFloat startRadius, CGPoint endCenter, CGFloat endRadius) override;
+
+    /// The pixels are written down, too: the image need not outlive the call.
+    void drawImage(const CGImage& image, const CGRect& rect) override;
+    void drawBitmap(const CGBitmapContext& bitmap, const CGRect& rect) override;
+    /// Faces are the program's own and outlive every record.
+    void showText(std::string_view text, const CGFont& font, CGFloat size, CGPoint origin,
+                  CGFloat tracking) override;
+
+    void strokeTicks(std::span<const CGPoint> points, CGSize delta) override;
+    void fillEllipses(std::span<const CGPoint> points, CGSize size) override;
+    void strokePolyline(std::span<const CGPoint> points, bool closed) override;
+
+ private:
+    enum class Call : std::uint8_t;
+    class Reader;
+    /// What a drawing may ask back.
+    struct State {
+        CGAffineTransform ctm;
+        CGRect clip;  // in pixels
+    };
+
+    template <class T>
+    void put(const T& value);
+    template <class T>
+    void putAll(std::span<const T> values);
+    template <class... T>
+    void record(Call call, const T&... arguments);
+    void extendPath(CGPoint p);
+
+    std::vector<std::byte> bytes_;
+    std::vector<State> saved_;
+    State state_;
+    CGRect path_ = CGRect::null();  // around the current path, in pixels
+    bool paints_ = false;
+};
+
+}  // namespace platform

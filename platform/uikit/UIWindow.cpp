@@ -1,0 +1,298 @@
+#include "platform/uikit/UIWindow.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "platform/coregraphics/CGBitmapContext.h"
+#include "platform/dispatch/RunLoop.h"
+#include "platform/uikit/UIEvent.h"
+#include "platform/uikit/UITouch.h"
+#include "platform/uikit/UIViewController.h"
+#include "platform/uikit/ViewLayer.h"
+
+namespace platform {
+namespace {
+
+using PixelRect = UIWindow::PixelRect;
+
+constexpr CGFloat kFarthest = 1e6;  // pixels from the window's corner that a view can lie
+constexpr std::size_t kMostRects = 8;
+constexpr double kZoomRest = 0.25;  // seconds without a wheel step that end a zoom
+
+bool isEmpty(const PixelRect& r) {
+    return r.width <= 0 || r.height <= 0;
+}
+
+PixelRect intersection(const PixelRect& a, const PixelRect& b) {
+    const int x = std::max(a.x, b.x), y = std::max(a.y, b.y);
+    return {x, y, std::min(a.x + a.width, b.x + b.width) - x,
+            std::min(a.y + a.height, b.y + b.height) - y};
+}
+
+PixelRect around(const PixelRect& a, const PixelRect& b) {
+    const int x = std::min(a.x, b.x), y = std::min(a.y, b.y);
+    return {x, y, std::max(a.x + a.width, b.x + b.width) - x,
+            std::max(a.y + a.height, b.y + b.height) - y};
+}
+
+int pixelSide(CGFloat points, CGFloat scale) {
+    return static_cast<int>(std::clamp<CGFloat>(std::round(points * scale), 1, 32767));
+}
+
+void markAll(UIView& view) {
+    view.layer().setNeedsDisplay();
+    for (const auto& subview : view.subviews()) markAll(*subview);
+}
+
+}  // namespace
+
+UIWindow::UIWindow(CGSize size, CGFloat scale)
+    : UIView({{}, size}), scale_(scale), loop_(RunLoop::current().weak_from_this()) {}
+
+UIWindow::~UIWindow() {
+    const auto loop = loop_.lock();
+    if (loop && deadlineTimer_) loop->cancel(*deadlineTimer_);
+    if (loop && zoomTimer_) loop->cancel(*zoomTimer_);
+}
+
+void UIWindow::setRootViewController(std::shared_ptr<UIViewController> controller) {
+    if (root_) root_->view()->removeFromSuperview();
+    root_ = std::move(controller);
+    if (!root_) return;
+    const auto& view = root_->view();
+    view->setFrame(bounds());
+    view->setAutoresizingMask(UIViewAutoresizingFlexibleWidth | UIViewAutoresizingFlexibleHeight);
+    insertSubview(view, 0);
+}
+
+void UIWindow::setScale(CGFloat scale) {
+    if (scale == scale_) return;
+    scale_ = scale;
+    markAll(*this);
+    damageAll();
+}
+
+void UIWindow::setBackgroundColor(const CGColor& color) {
+    background_ = color.withAlpha(1);
+    damageAll();
+}
+
+// The picture
+
+void UIWindow::damageAll() {
+    damage_ = {
+        {0, 0, pixelSide(bounds().size.width, scale_), pixelSide(bounds().size.height, scale_)}};
+    needsUpdate_ = true;
+}
+
+void UIWindow::addDamage(const PixelRect& rect) {
+    const PixelRect all{0, 0, pixelSide(bounds().size.width, scale_),
+                        pixelSide(bounds().size.height, scale_)};
+    auto added = intersection(rect, all);
+    if (isEmpty(added)) return;
+    needsUpdate_ = true;
+    // Those that overlap become one, so that no pixel is put together twice.
+    for (auto old = damage_.begin(); old != damage_.end();) {
+        if (isEmpty(intersection(*old, added))) {
+            ++old;
+            continue;
+        }
+        added = around(*old, added);
+        damage_.erase(old);
+        old = damage_.begin();
+    }
+    damage_.push_back(added);
+    if (damage_.size() <= kMostRects) return;
+    for (const auto& old : damage_) added = around(added, old);
+    damage_ = {added};
+}
+
+std::optional<PixelRect> UIWindow::pixelsOf(const UIView& view) const {
+    const auto* bitmap = const_cast<UIView&>(view).layer().bitmap();
+    if (!bitmap) return {};
+    // Layers lie on whole pixels: a picture that moves stays sharp.
+    const auto corner = view.convertToWindow({});
+    const auto x = std::round(corner.x * scale_), y = std::round(corner.y * scale_);
+    if (!(std::abs(x) < kFarthest && std::abs(y) < kFarthest)) return {};
+    return PixelRect{static_cast<int>(x), static_cast<int>(y), bitmap->pixelWidth(),
+                     bitmap->pixelHeight()};
+}
+
+void UIWindow::addDamage(const UIView& view) {
+    needsUpdate_ = true;
+    if (view.isHidden()) return;
+    if (const auto rect = pixelsOf(view)) addDamage(*rect);
+    for (const auto& subview : view.subviews()) addDamage(*subview);
+}
+
+void UIWindow::displayTree(UIView& view) {
+    if (view.isHidden() || view.alpha() == 0) return;
+    if (view.layer().needsDisplay()) {
+        const auto before = pixelsOf(view);
+        if (view.layer().display(view, scale_)) {
+            if (before) addDamage(*before);
+            if (const auto after = pixelsOf(view)) addDamage(*after);
+        }
+    }
+    const auto views = view.subviews();
+    for (const auto& subview : views) displayTree(*subview);
+}
+
+void UIWindow::composeTree(CGContext& context, const UIView& view, CGFloat alpha,
+                           const PixelRect& damaged) const {
+    if (view.isHidden() || view.alpha() == 0) return;
+    alpha *= view.alpha();
+    const auto rect = pixelsOf(view);
+    if (rect && !isEmpty(intersection(*rect, damaged))) {
+        context.setAlpha(alpha);
+        context.drawBitmap(*const_cast<UIView&>(view).layer().bitmap(),
+                           CGRect(rect->x, rect->y, rect->width, rect->height));
+    }
+    for (const auto& subview : view.subviews()) composeTree(context, *subview, alpha, damaged);
+}
+
+std::vector<PixelRect> UIWindow::update() {
+    if (!needsUpdate_) return {};
+    const auto keep = shared_from_this();
+    layoutIfNeeded();
+    displayTree(*this);
+    needsUpdate_ = false;
+
+    const int width = pixelSide(bounds().size.width, scale_);
+    const int height = pixelSide(bounds().size.height, scale_);
+    if (!picture_ || picture_->pixelWidth() != width || picture_->pixelHeight() != height) {
+        picture_.reset();
+        picture_ = makeBitmapContext(width, height, 1);
+        damage_ = {{0, 0, width, height}};
+    }
+    auto damaged = std::exchange(damage_, {});
+    if (!picture_) return {};
+    for (const auto& rect : damaged) {
+        const CGRect area(rect.x, rect.y, rect.width, rect.height);
+        picture_->saveGState();
+        picture_->clipTo(area);
+        picture_->setFillColor(background_);
+        picture_->fillRect(area);
+        composeTree(*picture_, *this, 1, rect);
+        picture_->restoreGState();
+    }
+    return damaged;
+}
+
+// Touches
+
+void UIWindow::deliverTouch(std::int64_t identifier, UITouchPhase phase, CGPoint location,
+                            double time) {
+    const auto keep = shared_from_this();
+    auto place = touches_.find(identifier);
+    if (phase == UITouchPhase::began) {
+        if (place != touches_.end())
+            deliverTouch(identifier, UITouchPhase::cancelled, location, time);
+        layoutIfNeeded();
+        touches_[identifier] = std::make_shared<UITouch>(hitTest(location), location, time);
+        place = touches_.find(identifier);
+    } else if (place == touches_.end()) {
+        return;
+    } else {
+        place->second->update(phase, location, time);
+    }
+    const auto touch = place->second;
+    if (const auto view = touch->view(); view && willDeliverTouch) willDeliverTouch(*view);
+    gestures_.deliver(touch);
+    sendToView(touch);
+    if (phase == UITouchPhase::ended || phase == UITouchPhase::cancelled) {
+        touches_.erase(identifier);
+        sent_.erase(touch);
+    }
+    scheduleDeadline();
+}
+
+void UIWindow::sendToView(const std::shared_ptr<UITouch>& touch) {
+    const auto view = touch->view();
+    if (!view) return;
+    if (touch->phase() == UITouchPhase::began) {
+        const bool taken =
+            std::ranges::any_of(sent_, [&](const auto& other) { return other->view() == view; });
+        if (taken && !view->isMultipleTouchEnabled()) return;
+        sent_.insert(touch);
+    } else if (!sent_.contains(touch)) {
+        return;
+    }
+    UITouchSet all;
+    for (const auto& [identifier, other] : touches_) all.insert(other);
+    UIEvent event(std::move(all), touch->timestamp());
+    switch (touch->phase()) {
+        case UITouchPhase::began:
+            view->touchesBegan({touch}, &event);
+            break;
+        case UITouchPhase::moved:
+            view->touchesMoved({touch}, &event);
+            break;
+        case UITouchPhase::stationary:
+            break;
+        case UITouchPhase::ended:
+            view->touchesEnded({touch}, &event);
+            break;
+        case UITouchPhase::cancelled:
+            view->touchesCancelled({touch}, &event);
+            break;
+    }
+}
+
+void UIWindow::cancelTouches() {
+    const auto keep = shared_from_this();
+    endZoom();
+    while (!touches_.empty()) {
+        const auto [identifier, touch] = *touches_.begin();
+        deliverTouch(identifier, UITouchPhase::cancelled, touch->location(nullptr),
+                     touch->timestamp());
+    }
+}
+
+void UIWindow::deliverPinch(UITouchPhase phase, CGPoint location, CGFloat scale, double /*time*/) {
+    const auto keep = shared_from_this();
+    layoutIfNeeded();
+    gestures_.deliverPinch(hitTest(location), phase, location, scale);
+    scheduleDeadline();
+}
+
+void UIWindow::deliverZoomStep(CGPoint location, CGFloat factor, double time) {
+    const auto loop = loop_.lock();
+    if (!loop) return;
+    if (zoomTimer_) {
+        loop->cancel(*zoomTimer_);
+    } else {
+        zoom_ = 1;
+        zoomPlace_ = location;
+        deliverPinch(UITouchPhase::began, location, 1, time);
+    }
+    zoom_ *= factor;
+    deliverPinch(UITouchPhase::moved, zoomPlace_, zoom_, time);
+    // The timer goes with the window, which cancels it.
+    zoomTimer_ = loop->schedule(kZoomRest, false, [this] { endZoom(); });
+}
+
+void UIWindow::endZoom() {
+    if (!zoomTimer_) return;
+    if (const auto loop = loop_.lock()) loop->cancel(*zoomTimer_);
+    zoomTimer_.reset();
+    deliverPinch(UITouchPhase::ended, zoomPlace_, zoom_, 0);
+}
+
+void UIWindow::scheduleDeadline() {
+    const auto loop = loop_.lock();
+    if (!loop) return;
+    if (deadlineTimer_) loop->cancel(*deadlineTimer_);
+    deadlineTimer_.reset();
+    const auto deadline = gestures_.nextDeadline();
+    if (!deadline) return;
+    deadlineTimer_ = loop->schedule(*deadline - loop->now(), false, [this] {
+        const auto keep = shared_from_this();
+        deadlineTimer_.reset();
+        if (const auto mine = loop_.lock()) gestures_.timePassed(mine->now());
+        scheduleDeadline();
+    });
+}
+
+}  // namespace platform

@@ -1,0 +1,103 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/coregraphics/CGColor.h"
+#include "platform/uikit/GestureCenter.h"
+#include "platform/uikit/UIView.h"
+
+namespace platform {
+
+class CGContext;
+class RunLoop;
+
+/// The root of a tree of views, its picture in memory, and the way for touches into it. It knows no
+/// screen: a back end feeds it and shows what update() has changed. Belongs to a shared pointer and
+/// to the run loop that was current when it was made. Main thread.
+class UIWindow : public UIView {
+ public:
+    /// size in points; scale: pixels a point, above 0.
+    explicit UIWindow(CGSize size, CGFloat scale = 1);
+    ~UIWindow() override;
+
+    UIWindow* window() const override { return const_cast<UIWindow*>(this); }
+
+    /// Its view fills the window. Loads the view.
+    void setRootViewController(std::shared_ptr<UIViewController> controller);
+    const std::shared_ptr<UIViewController>& rootViewController() const { return root_; }
+
+    CGFloat scale() const { return scale_; }
+    void setScale(CGFloat scale);
+    void setSize(CGSize size) { setFrame({{}, size}); }
+    /// Behind all views; opaque.
+    void setBackgroundColor(const CGColor& color);
+
+    // The picture
+
+    /// In pixels of the picture.
+    struct PixelRect {
+        int x, y, width, height;
+        bool operator==(const PixelRect&) const = default;
+    };
+
+    /// Lays out and draws what has asked for it, puts the changed places together anew and returns
+    /// them. Empty when the picture is as it was.
+    std::vector<PixelRect> update();
+    /// The window's picture, in pixels (its own scale is 1). Null where the memory is not there.
+    const CGBitmapContext* picture() const { return picture_.get(); }
+    /// Makes the next update() report, and put together, everything.
+    void damageAll();
+    bool needsUpdate() const { return needsUpdate_; }
+
+    // Touches, in points of the window and seconds of the run loop's clock
+
+    /// identifier: the same from touch-down to lifting; the back end's choice.
+    void deliverTouch(std::int64_t identifier, UITouchPhase phase, CGPoint location, double time);
+    /// A pinch without touches; scale: since its start.
+    void deliverPinch(UITouchPhase phase, CGPoint location, CGFloat scale, double time);
+    /// One step of a zooming wheel: a pinch that ends by itself when the wheel rests.
+    void deliverZoomStep(CGPoint location, CGFloat factor, double time);
+    /// Ends all touches as cancelled: the window is going, or its back end has lost track.
+    void cancelTouches();
+
+    /// Called with the view that is about to be sent a touch, before it is sent.
+    std::function<void(UIView& touched)> willDeliverTouch;
+
+    // For views.
+
+    void setNeedsUpdate() { needsUpdate_ = true; }
+    void addDamage(const UIView& view);
+
+ private:
+    void sendToView(const std::shared_ptr<UITouch>& touch);
+    void scheduleDeadline();
+    void endZoom();
+    std::optional<PixelRect> pixelsOf(const UIView& view) const;
+    void addDamage(const PixelRect& rect);
+    void displayTree(UIView& view);
+    void composeTree(CGContext& context, const UIView& view, CGFloat alpha,
+                     const PixelRect& damaged) const;
+
+    std::shared_ptr<UIViewController> root_;
+    std::unique_ptr<CGBitmapContext> picture_;
+    std::vector<PixelRect> damage_;
+    CGColor background_{0, 0, 0, 1};
+    CGFloat scale_;
+    bool needsUpdate_ = true;
+
+    GestureCenter gestures_;
+    std::map<std::int64_t, std::shared_ptr<UITouch>> touches_;
+    /// The touches that their views have been told of.
+    UITouchSet sent_;
+    std::weak_ptr<RunLoop> loop_;
+    std::optional<std::uint64_t> deadlineTimer_, zoomTimer_;
+    CGPoint zoomPlace_;
+    CGFloat zoom_ = 1;
+};
+
+}  // namespace platform
