@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/audiotoolbox/AudioComponentDescription.h"
+
+namespace qov {
+
+/// Under which hosts find the effect.
+inline constexpr platform::AudioComponentDescription componentDescription{
+    .componentType = platform::kAudioUnitType_Effect,
+    .componentSubType = platform::fourCharacterCode("Kelv"),
+    .componentManufacturer = platform::fourCharacterCode("QOVa"),
+};
+
+}  // namespace qov

@@ -1,0 +1,296 @@
+#include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
+
+#include <cmath>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "audiounit/HostBlocks.h"
+#include "platform/foundation/NSError.h"
+#include "tests/audiounit/RenderingUnit.h"
+
+namespace qov {
+namespace {
+
+using namespace platform;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::uint32_t captureFrames = 2048;  // by which the output is late
+
+class AudioUnitTest : public testing::Test {
+ protected:
+    static std::shared_ptr<AVAudioFormat> format(double rate, std::uint32_t channels) {
+        return AVAudioFormat::initStandardFormatWithSampleRate(rate, channels);
+    }
+
+    ConsoleLines console_;
+    RenderingUnit host_;
+    QOV_Kelvane_PluginAudioUnit& unit_ = *host_.unit;
+};
+
+TEST_F(AudioUnitTest, NewInstanceIsNeutralAndSaysSoInItsLog) {
+    EXPECT_THAT(console_.take(),
+                ElementsAre("DIAGNOSTICS: QOW Kelvane DSP Kernel loaded.",
+                            "currentPreset Factory: 0, 1. Default Preset (Init)\n"));
+    const float initial[] = {0.5f, 0.5f, 0, 0, 0, 0, 0, 0};
+    const char* const names[] = {"kStereoWidth",   "kPanorama",    "kPhaseShift", "kSwapChannels",
+                                 "kInvertChannel", "kRecoverMono", "kTestMono",   "kBypass"};
+    const auto& parameters = unit_.parameterTree()->allParameters();
+    ASSERT_EQ(parameters.size(), 8u);
+    for (std::size_t i = 0; i < 8; ++i) {
+        const auto& parameter = *parameters[i];
+        EXPECT_EQ(parameter.address(), i);
+        EXPECT_EQ(parameter.identifier(), names[i]);
+        EXPECT_EQ(parameter.value(), initial[i]) << names[i];
+        EXPECT_EQ(unit_.getParameter(static_cast<std::int32_t>(i)), initial[i]) << names[i];
+        EXPECT_EQ(parameter.flags(), 0x80000000u);
+        EXPECT_EQ(parameter.unit(), i < 3 ? 0u : 2u) << names[i];
+        EXPECT_EQ(parameter.minValue(), 0);
+        EXPECT_EQ(parameter.maxValue(), 1);
+    }
+    EXPECT_EQ(unit_.maximumFramesToRender(), 1024u);
+    EXPECT_EQ(unit_.inputBusses()->operator[](0)->maximumChannelCount(), 2u);
+    EXPECT_EQ(unit_.outputBusses()->operator[](0)->format()->sampleRate(), 44100);
+    EXPECT_TRUE(unit_.canProcessInPlace());
+    EXPECT_EQ(unit_.latency(), 0);
+    EXPECT_THAT(unit_.MIDIOutputNames(), ElementsAre("QOV Kelvane MIDIOut"));
+}
+
+TEST_F(AudioUnitTest, FailedBaseBuildsNothing) {
+    QOV_Kelvane_PluginAudioUnit unit;
+    NSError error;
+    EXPECT_FALSE(unit.initWithComponentDescription({}, 0, &error));
+    EXPECT_TRUE(error);
+    EXPECT_EQ(unit.parameterTree(), nullptr);
+    EXPECT_THAT(unit.factoryPresets(), IsEmpty());
+}
+
+TEST_F(AudioUnitTest, TextIsCoarse) {
+    const auto width = unit_.parameterTree()->parameterWithAddress(kStereoWidth);
+    const std::pair<float, const char*> texts[] = {{0.0f, "0"},
+                                                   {std::nextafterf(0.5f, 0), "0"},
+                                                   {0.5f, "0"},
+                                                   {std::nextafterf(0.5f, 1), "1"},
+                                                   {1.0f, "1"}};
+    for (const auto& [value, text] : texts) EXPECT_EQ(width->stringFromValue(&value), text);
+    width->setValue(0.75f);
+    EXPECT_EQ(width->stringFromValue(nullptr), "1");
+}
+
+TEST_F(AudioUnitTest, OnlyAChangedValueReachesTheKernel) {
+    host_.setValue(kPhaseShift, 1);
+    EXPECT_EQ(unit_.getPhaseShift(), 441);
+    host_.allocate();
+    EXPECT_EQ(unit_.getPhaseShift(), 1) << "allocation forgets the delay";
+    host_.setValue(kPhaseShift, 1);
+    EXPECT_EQ(unit_.getPhaseShift(), 1) << "an equal value is not passed on";
+    host_.setValue(kPhaseShift, 0.5f);
+    EXPECT_EQ(unit_.getPhaseShift(), 220);
+}
+
+TEST_F(AudioUnitTest, SwitchesAnswerWithWhatTheKernelStored) {
+    for (const auto& [set, stored] : {std::pair{0.5f, 0.0f}, {0.75f, 1.0f}, {0.25f, 0.0f}}) {
+        host_.setValue(kTestMono, set);
+        EXPECT_EQ(host_.value(kTestMono), stored) << set;
+    }
+    unit_.setParameter(kVolume, 0.5f);
+    EXPECT_EQ(unit_.getParameter(kVolume), 0.5f);
+    EXPECT_EQ(unit_.getParameter(-1), 0);
+}
+
+TEST_F(AudioUnitTest, ChannelCountsMustAgree) {
+    unit_.inputBusses()->operator[](0)->setFormat(format(48000, 1), nullptr);
+    NSError error;
+    EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(&error));
+    EXPECT_EQ(error, NSError("NSOSStatusErrorDomain", -10875));
+    EXPECT_FALSE(unit_.renderResourcesAllocated());
+    EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(nullptr));
+
+    unit_.outputBus()->setFormat(format(48000, 1), nullptr);
+    EXPECT_TRUE(unit_.allocateRenderResourcesAndReturnError(nullptr));
+    EXPECT_EQ(unit_.getSamplerate(), 48000);
+}
+
+TEST_F(AudioUnitTest, AllocationAnnouncesAndKeepsTheHostsBlocks) {
+    unit_.setMusicalContextBlock([](auto...) { return true; });
+    unit_.setTransportStateBlock([](auto...) { return true; });
+    unit_.setScheduleMIDIEventBlock([](auto...) {});
+    unit_.setMIDIOutputEventBlock([](auto...) { return AUAudioUnitStatus{0}; });
+    console_.take();
+    host_.allocate();
+    EXPECT_THAT(
+        console_.take(),
+        ElementsAre("musicalContextBlock() is defined", "transportStateBlock() is defined.",
+                    "scheduleMIDIEventBlock() is defined.", "MIDIOutputEventBlock() is defined.",
+                    "MIDIOutputEventBlock is defined and will be used."));
+    EXPECT_TRUE(_musicalContext && _transportStateBlock && _scheduleMIDIEventBlock &&
+                _outputEventBlock);
+
+    RenderingUnit other;
+    console_.take();
+    other.allocate();
+    EXPECT_THAT(console_.take(),
+                ElementsAre("MIDIOutputEventBlock is currently undefined and cannot be used with "
+                            "this host."));
+    EXPECT_FALSE(_musicalContext || _transportStateBlock || _scheduleMIDIEventBlock ||
+                 _outputEventBlock);
+}
+
+TEST_F(AudioUnitTest, NeutralOutputIsTheInputLate) {
+    host_.allocate();
+    const auto input = ramp(3 * captureFrames);
+    const auto output = host_.renderAll(input);
+    // Frame i of the ramp is i + 1; the left channel passes the one-frame delay line as well.
+    for (std::uint32_t i = 0; i < output.left.size(); ++i) {
+        const auto late = [&](std::uint32_t by) {
+            return i < by ? 0.0f : static_cast<float>(i - by + 1);
+        };
+        ASSERT_EQ(output.left[i], late(captureFrames + 1)) << i;
+        ASSERT_EQ(output.right[i], -late(captureFrames)) << i;
+    }
+}
+
+TEST_F(AudioUnitTest, NullOutputRendersIntoTheInputBuffers) {
+    host_.allocate();
+    host_.setValue(kBypass, 1);
+    auto input = ramp(16);
+    host_.pulled = StereoBufferList(input.left.data(), input.right.data(), 16);
+    StereoBufferList output(nullptr, nullptr, 16);
+    ASSERT_EQ(0, host_.block(nullptr, &host_.time, 16, 0, output.list(), nullptr, host_.pull));
+    ASSERT_NE(output.mBuffers[0].mData, nullptr);
+    EXPECT_NE(output.mBuffers[0].mData, input.left.data()) << "the pull buffer, not the host's";
+    for (int i = 0; i < 16; ++i) {
+        EXPECT_EQ(static_cast<float*>(output.mBuffers[0].mData)[i], input.left[i]);
+        EXPECT_EQ(static_cast<float*>(output.mBuffers[1].mData)[i], input.right[i]);
+    }
+}
+
+TEST_F(AudioUnitTest, WithoutInputNothingIsRendered) {
+    host_.allocate();
+    const Stereo untouched{{-9, -9}, {-9, -9}};
+    host_.pull = {};
+    EXPECT_EQ(host_.render(ramp(2), {}, kAudioUnitErr_NoConnection), untouched);
+    host_.pull = [](auto...) { return AUAudioUnitStatus{-77}; };
+    EXPECT_EQ(host_.render(ramp(2), {parameterEvent(0, kTestMono, 1)}, -77), untouched);
+    EXPECT_EQ(host_.value(kTestMono), 0) << "the kernel was called";
+}
+
+TEST_F(AudioUnitTest, EachPullStartsFromTheUnitsOwnBuffers) {
+    host_.allocate();
+    std::vector<void*> offered;
+    std::vector<std::uint32_t> bytes;
+    float silence[64] = {};
+    host_.pull = [&](auto*, auto*, auto, auto bus, AudioBufferList* data) {
+        EXPECT_EQ(bus, 0);
+        offered.push_back(data->mBuffers[1].mData);
+        bytes.push_back(data->mBuffers[1].mDataByteSize);
+        data->mBuffers[0].mData = data->mBuffers[1].mData = silence;
+        data->mBuffers[1].mDataByteSize = 4;
+        return AUAudioUnitStatus{0};
+    };
+    host_.render(ramp(8));
+    host_.render(ramp(8));
+    EXPECT_EQ(offered[0], offered[1]);
+    EXPECT_THAT(bytes, ElementsAre(4096u, 4096u)) << "the longest cycle's, whatever the present";
+}
+
+TEST_F(AudioUnitTest, EventsActOnTheirFrame) {
+    host_.allocate();
+    const auto output = host_.render(ramp(4), {parameterEvent(2, kBypass, 1)});
+    EXPECT_EQ(output, (Stereo{{0, 0, 3, 4}, {0, 0, -3, -4}}));
+}
+
+TEST_F(AudioUnitTest, FetchingEitherChannelClearsTheNewDataFlag) {
+    host_.allocate();
+    EXPECT_EQ(unit_.getBufferSize(), 2048);
+    host_.renderAll(ramp(captureFrames));
+    EXPECT_FALSE(unit_.isNewBuffer());
+    host_.render(ramp(1));
+    EXPECT_TRUE(unit_.isNewBuffer());
+    EXPECT_EQ(unit_.getBufferRight()[1], -2);
+    EXPECT_FALSE(unit_.isNewBuffer());
+    host_.renderAll(ramp(captureFrames));
+    EXPECT_TRUE(unit_.isNewBuffer());
+    EXPECT_EQ(unit_.getBufferLeft()[0], 2047) << "the last frame; left is one behind";
+    EXPECT_FALSE(unit_.isNewBuffer());
+}
+
+TEST_F(AudioUnitTest, InstancesOfSeveralThreadsAllocateAtOnce) {
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([] {
+            for (int i = 0; i < 25; ++i) {
+                RenderingUnit host;
+                host.unit->setMIDIOutputEventBlock([](auto...) { return AUAudioUnitStatus{0}; });
+                host.allocate();
+                host.render(ramp(64));
+            }
+        });
+    for (auto& thread : threads) thread.join();
+}
+
+class PresetTest : public AudioUnitTest {
+ protected:
+    PresetTest() { console_.take(); }
+
+    static AUAudioUnit::PresetPointer preset(std::int64_t number, std::optional<std::string> name) {
+        return std::make_shared<AUAudioUnitPreset>(AUAudioUnitPreset{number, std::move(name)});
+    }
+    std::vector<float> values() {
+        std::vector<float> values;
+        for (int address = 0; address < 8; ++address) values.push_back(unit_.getParameter(address));
+        return values;
+    }
+};
+
+TEST_F(PresetTest, FactoryPresetSetsTheKernelThroughTheTreeAndTellsObservers) {
+    for (int address = 0; address < 8; ++address)
+        host_.setValue(static_cast<AUParameterAddress>(address), 1);
+    std::vector<AUParameterAddress> told;
+    unit_.parameterTree()->tokenByAddingParameterObserver(
+        [&](AUParameterAddress address, AUValue) { told.push_back(address); });
+    unit_.setCurrentPreset(preset(1, "a host's own name for it"));
+    EXPECT_THAT(values(), ElementsAre(0.5f, 0.5f, 0, 0, 0, 0, 0, 0));
+    EXPECT_THAT(told, ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
+    EXPECT_THAT(console_.take(),
+                ElementsAre("currentPreset Factory: 1, 2. Default Preset (Init)\n"));
+    EXPECT_EQ(unit_.currentPreset(), unit_.factoryPresets()[1]);
+    EXPECT_THAT(console_.take(), ElementsAre("Returning Current Factory Preset: 1\n"));
+}
+
+TEST_F(PresetTest, CustomPresetIsOnlyRemembered) {
+    host_.setValue(kStereoWidth, 0.25f);
+    const auto before = values();
+    const auto mine = preset(-1, "Mine");
+    unit_.setCurrentPreset(mine);
+    EXPECT_EQ(unit_.currentPreset(), mine);
+    EXPECT_EQ(values(), before);
+    EXPECT_THAT(console_.take(), ElementsAre("currentPreset Custom: -1, Mine\n",
+                                             "Returning Current Custom Preset: -1, Mine\n"));
+}
+
+TEST_F(PresetTest, RejectedPresetsChangeNothing) {
+    unit_.setCurrentPreset(unit_.factoryPresets()[2]);
+    host_.setValue(kPanorama, 0);
+    const auto before = values();
+    console_.take();
+    unit_.setCurrentPreset(preset(5, "No such"));
+    EXPECT_THAT(console_.take(), IsEmpty());
+    unit_.setCurrentPreset(nullptr);
+    unit_.setCurrentPreset(preset(-1, std::nullopt));
+    EXPECT_THAT(console_.take(),
+                ElementsAre("nil passed to setCurrentPreset!",
+                            "setCurrentPreset not set! - invalid AUAudioUnitPreset\n"));
+    EXPECT_EQ(values(), before);
+    EXPECT_EQ(unit_.currentPreset()->name, "3. Default Preset (Init)");
+}
+
+TEST_F(PresetTest, OverviewIsEverythingWhateverTheRoom) {
+    EXPECT_THAT(unit_.parametersForOverviewWithCount(2), ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
+}
+
+}  // namespace
+}  // namespace qov

@@ -1,0 +1,128 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
+#include "audiounit/componentDescription.h"
+#include "platform/audiotoolbox/AURenderEvent.h"
+#include "platform/audiotoolbox/AudioBufferList.h"
+#include "platform/foundation/Console.h"
+
+namespace qov {
+
+/// A stereo signal, or what came out for one.
+struct Stereo {
+    std::vector<float> left;
+    std::vector<float> right;
+    bool operator==(const Stereo&) const = default;
+};
+
+/// Frames 1, 2, 3, … on the left and their negatives on the right: each frame tells its place.
+inline Stereo ramp(std::size_t frames) {
+    Stereo signal;
+    for (std::size_t i = 1; i <= frames; ++i) {
+        signal.left.push_back(static_cast<float>(i));
+        signal.right.push_back(-static_cast<float>(i));
+    }
+    return signal;
+}
+
+/// Keeps the console lines of a scope.
+class ConsoleLines {
+ public:
+    ConsoleLines()
+        : before_(platform::console::setSink(
+              [this](std::string_view line) { lines_.emplace_back(line); })) {}
+    ~ConsoleLines() { platform::console::setSink(std::move(before_)); }
+    ConsoleLines(const ConsoleLines&) = delete;
+    ConsoleLines& operator=(const ConsoleLines&) = delete;
+
+    std::vector<std::string> take() { return std::exchange(lines_, {}); }
+
+ private:
+    std::vector<std::string> lines_;
+    platform::console::Sink before_;
+};
+
+/// An initialised audio unit and a host that renders whole signals through it.
+class RenderingUnit {
+ public:
+    RenderingUnit() : unit(std::make_shared<QOV_Kelvane_PluginAudioUnit>()) {
+        platform::NSError* const none = nullptr;
+        EXPECT_TRUE(unit->initWithComponentDescription(componentDescription, 0, none));
+    }
+
+    void allocate() {
+        ASSERT_TRUE(unit->allocateRenderResourcesAndReturnError(nullptr));
+        block = unit->internalRenderBlock();
+    }
+
+    /// One cycle; `events` holds times from 0 on, sorted. The clock goes on from cycle to cycle.
+    Stereo render(Stereo input, std::vector<platform::AURenderEvent> events = {},
+                  platform::AUAudioUnitStatus expected = 0) {
+        const auto frames = static_cast<std::uint32_t>(input.left.size());
+        pulled = platform::StereoBufferList(input.left.data(), input.right.data(), frames);
+        Stereo output{std::vector<float>(frames, -9), std::vector<float>(frames, -9)};
+        platform::StereoBufferList list(output.left.data(), output.right.data(), frames);
+        for (std::size_t i = 0; i < events.size(); ++i) {
+            events[i].head.next = i + 1 < events.size() ? &events[i + 1] : nullptr;
+            events[i].head.eventSampleTime += static_cast<std::int64_t>(time.mSampleTime);
+        }
+        EXPECT_EQ(expected, block(nullptr, &time, frames, 0, list.list(),
+                                  events.empty() ? nullptr : events.data(), pull));
+        time.mSampleTime += frames;
+        return output;
+    }
+
+    /// A signal of any length, in cycles of at most 512 frames.
+    Stereo renderAll(const Stereo& input) {
+        Stereo output;
+        for (std::size_t at = 0; at < input.left.size(); at += 512) {
+            const auto end = std::min(at + 512, input.left.size());
+            const auto part = [&](const std::vector<float>& channel) {
+                return std::vector<float>(channel.begin() + static_cast<std::ptrdiff_t>(at),
+                                          channel.begin() + static_cast<std::ptrdiff_t>(end));
+            };
+            const auto rendered = render({part(input.left), part(input.right)});
+            output.left.insert(output.left.end(), rendered.left.begin(), rendered.left.end());
+            output.right.insert(output.right.end(), rendered.right.begin(), rendered.right.end());
+        }
+        return output;
+    }
+
+    float value(platform::AUParameterAddress address) const {
+        return unit->parameterTree()->parameterWithAddress(address)->value();
+    }
+    void setValue(platform::AUParameterAddress address, float value) {
+        unit->parameterTree()->parameterWithAddress(address)->setValue(value);
+    }
+
+    std::shared_ptr<QOV_Kelvane_PluginAudioUnit> unit;
+    platform::AUInternalRenderBlock block;
+    platform::AudioTimeStamp time{0, 0, platform::kAudioTimeStampSampleTimeValid};
+    platform::StereoBufferList pulled;  // what the pull block copies from
+    platform::AURenderPullInputBlock pull =
+        [this](platform::AudioUnitRenderActionFlags*, const platform::AudioTimeStamp*,
+               platform::AUAudioFrameCount frames, std::int64_t,
+               platform::AudioBufferList* data) -> platform::AUAudioUnitStatus {
+        for (std::uint32_t i = 0; i < data->mNumberBuffers && i < 2; ++i)
+            std::copy_n(static_cast<const float*>(pulled.mBuffers[i].mData), frames,
+                        static_cast<float*>(data->mBuffers[i].mData));
+        return 0;
+    };
+};
+
+inline platform::AURenderEvent parameterEvent(std::int64_t frame,
+                                              platform::AUParameterAddress address, float value) {
+    platform::AURenderEvent event{};
+    event.parameter = {nullptr, frame, platform::AURenderEventParameter, {}, 0, address, value};
+    return event;
+}
+
+}  // namespace qov
