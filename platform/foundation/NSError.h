@@ -16,6 +16,7 @@ enum NSFileError : int {
     NSFileReadUnknownError = 256,
     NSFileReadNoPermissionError = 257,
     NSFileReadNoSuchFileError = 260,
+    NSFileReadTooLargeError = 263,
     NSFileWriteUnknownError = 512,
     NSFileWriteNoPermissionError = 513,
     NSFileWriteFileExistsError = 516,

@@ -19,6 +19,7 @@ NSError readError(const std::string& name, int number) {
     const auto sentence = "The file " + name + " couldn’t be opened";
     switch (number) {
         case ENOENT:
+        case ENOTDIR:
             return cocoa(NSFileReadNoSuchFileError, sentence + " because there is no such file.");
         case EACCES:
         case EPERM:

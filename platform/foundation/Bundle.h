@@ -1,0 +1,28 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/foundation/URL.h"
+
+namespace platform {
+
+/// The program or plug-in that this code is in, and the folder of the files that belong to it.
+class Bundle {
+ public:
+    /// Of the executable or, in a plug-in, of the shared object that the platform is linked into.
+    static const Bundle& main();
+    /// Of a given program or shared object.
+    explicit Bundle(std::string modulePath) : modulePath_(std::move(modulePath)) {}
+
+    /// Empty where the system does not say.
+    const std::string& executablePath() const { return modulePath_; }
+    /// The first of these that is a folder: Resources/ beside the module, ../share/<its name
+    /// without extension>/ of an installation, the module's own folder. Nothing if none is.
+    std::optional<URL> resourceURL() const;
+
+ private:
+    std::string modulePath_;
+};
+
+}  // namespace platform

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace platform {
+
+/// The address of a file or of something on the network, as RFC 3986 writes it.
+class URL {
+ public:
+    /// Nothing for a text that is no URL reference as it stands: empty, with characters that would
+    /// have to be percent-encoded (blanks, anything beyond ASCII), a broken % sequence, host or
+    /// port.
+    static std::optional<URL> withString(std::string_view string);
+
+    /// Any bytes but NUL make a path; a relative one starts at the current directory. The form
+    /// without isDirectory looks whether the path is one.
+    static URL fileURLWithPath(std::string_view path);
+    static URL fileURLWithPath(std::string_view path, bool isDirectory);
+
+    const std::string& absoluteString() const { return string_; }
+    /// As written; empty for a relative reference.
+    const std::string& scheme() const { return scheme_; }
+    bool isFileURL() const;
+    /// Without brackets, user and port; empty if there is none.
+    const std::string& host() const { return host_; }
+    std::optional<int> port() const { return port_; }
+    /// Percent-decoded and without a slash at its end ("/" stays); empty if it holds a NUL.
+    const std::string& path() const { return path_; }
+    /// The path is written with a slash at its end.
+    bool hasDirectoryPath() const { return isDirectory_; }
+    /// of path().
+    std::string lastPathComponent() const;
+
+    bool operator==(const URL& other) const { return string_ == other.string_; }
+
+ private:
+    URL() = default;
+
+    std::string string_, scheme_, host_, path_;
+    std::optional<int> port_;
+    bool isDirectory_ = false;
+};
+
+}  // namespace platform

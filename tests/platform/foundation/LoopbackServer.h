@@ -1,0 +1,94 @@
+#pragma once
+
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+/// A server on 127.0.0.1 that answers each connection's first request as the test says, then
+/// closes.
+class LoopbackServer {
+ public:
+    class Connection {
+     public:
+        explicit Connection(int socket) : socket_(socket) {}
+
+        /// Sends bytes as they are. False once the other side is gone.
+        bool send(std::string_view bytes) const {
+            while (!bytes.empty()) {
+                const auto sent = ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+                if (sent <= 0) return false;
+                bytes.remove_prefix(static_cast<std::size_t>(sent));
+            }
+            return true;
+        }
+        void respond(std::string_view status, std::string_view body) const {
+            send("HTTP/1.1 " + std::string(status) + "\r\nContent-Length: " +
+                 std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + std::string(body));
+        }
+
+     private:
+        int socket_;
+    };
+    /// Called on a thread of the connection's own with the request's target ("/a.png").
+    using Handler = std::function<void(const std::string& target, const Connection&)>;
+
+    explicit LoopbackServer(Handler handler) : handler_(std::move(handler)) {
+        setenv("no_proxy", "*", 1);
+        listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        auto* generic = reinterpret_cast<sockaddr*>(&address);
+        if (bind(listener_, generic, size) != 0 || listen(listener_, 16) != 0) std::abort();
+        getsockname(listener_, generic, &size);
+        port_ = ntohs(address.sin_port);
+        acceptor_ = std::thread([this] { accept(); });
+    }
+    ~LoopbackServer() {
+        shutdown(listener_, SHUT_RDWR);
+        acceptor_.join();
+        for (auto& connection : connections_) connection.join();
+        close(listener_);
+    }
+
+    std::string address(std::string_view target) const {
+        return "http://127.0.0.1:" + std::to_string(port_) + std::string(target);
+    }
+
+ private:
+    void accept() {
+        for (;;) {
+            const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+            if (socket < 0) return;
+            connections_.emplace_back([this, socket] {
+                answer(socket);
+                close(socket);
+            });
+        }
+    }
+    void answer(int socket) const {
+        std::string request;
+        char buffer[1024];
+        while (request.find("\r\n\r\n") == std::string::npos) {
+            const auto count = recv(socket, buffer, sizeof buffer, 0);
+            if (count <= 0) return;
+            request.append(buffer, static_cast<std::size_t>(count));
+        }
+        const auto start = request.find(' ') + 1;
+        handler_(request.substr(start, request.find(' ', start) - start), Connection(socket));
+    }
+
+    Handler handler_;
+    int listener_ = -1;
+    int port_ = 0;
+    std::thread acceptor_;
+    std::vector<std::thread> connections_;
+};
