@@ -20,8 +20,6 @@
 namespace qov::cli {
 namespace {
 
-using soundFormat::Carrier;
-
 constexpr std::uint32_t bufferFrames = 8192;
 /// From here on the sizes in a WAV header might not hold.
 constexpr std::int64_t largestWav = 0xFFF00000;
