@@ -22,11 +22,11 @@ namespace qov::cli {
 namespace {
 
 // All lengths are points; a PNG has `pixelScale` pixels for each.
-constexpr double pixelScale = 2;
+constexpr double pixelScale = 1.5;
 constexpr double margin = 40;
 constexpr double gap = 44;
 constexpr double plotSide = fieldSide / pixelScale;
-constexpr double headHeight = 62;
+constexpr double headHeight = 70;
 constexpr double stripHeight = 58;
 constexpr double stripGap = 16;
 constexpr double stripsTop = headHeight + plotSide + 34;
@@ -131,7 +131,7 @@ Surface density(const StereoField& field) {
     const auto halo = blurred(field.visits(), side, 9);
     const double perFrame = 1e6 / static_cast<double>(std::max<std::int64_t>(field.frames(), 1));
     constexpr double exposure = 2.2;
-    constexpr double brightest = 8.0;  // natural log of a cell's light that is shown in full
+    constexpr double brightest = 9.2;  // natural log of a cell's light that is shown in full
     std::array<Colour, 1024> table{};
     for (std::size_t i = 0; i < table.size(); ++i)
         table[i] = glowAt(static_cast<double>(i) / (table.size() - 1));
@@ -208,7 +208,7 @@ void drawPlot(cairo_t* cr, const StereoField& field) {
     const double corners = radius / std::numbers::sqrt2 + 15;
     drawText(cr, -corners, -corners + 4, "L", 17, text, Align::right, true);
     drawText(cr, corners, -corners + 4, "R", 17, text, Align::left, true);
-    drawText(cr, 0, -radius + 20, "MID", 11, faintText, Align::centre);
+    drawText(cr, 0, -radius - 8, "MID", 11, faintText, Align::centre);
     drawText(cr, -radius + 10, -5, "SIDE", 11, faintText);
     drawText(cr, radius - 10, -5, "SIDE", 11, faintText, Align::right);
     cairo_restore(cr);
@@ -220,13 +220,15 @@ struct Strip {
     const char* top;
     const char* bottom;
     double lowest, highest, rest;  ///< the line is filled from `rest` on
+    Colour below;                  ///< of what is filled under `rest`
     double (*value)(const StereoField::Slice& slice);
 };
 constexpr std::array strips{
-    Strip{"WIDTH", "side", "mono", 0, 1, 0, [](const StereoField::Slice& s) { return s.width(); }},
-    Strip{"CORRELATION", "+1", "\u22121", -1, 1, 0,
+    Strip{"WIDTH", "side", "mono", 0, 1, 0, amber,
+          [](const StereoField::Slice& s) { return s.width(); }},
+    Strip{"CORRELATION", "+1", "\u22121", -1, 1, 0, against,
           [](const StereoField::Slice& s) { return s.correlation(); }},
-    Strip{"BALANCE", "right", "left", -1, 1, 0,
+    Strip{"BALANCE", "right", "left", -1, 1, 0, amber,
           [](const StereoField::Slice& s) { return s.balance(); }},
 };
 
@@ -247,27 +249,38 @@ void drawStrip(cairo_t* cr, const Strip& strip, const std::vector<StereoField::S
     cairo_stroke(cr);
 
     const double step = width / static_cast<double>(slices.size());
-    for (std::size_t i = 0; i < slices.size(); ++i) {
-        if (slices[i].isSilent()) continue;
-        const double value = strip.value(slices[i]);
-        const double y = height(value);
-        const double from = height(strip.rest);
-        setColour(cr, value < 0 && strip.value == strips[1].value ? against : amber, 0.34);
-        cairo_rectangle(cr, static_cast<double>(i) * step, std::min(y, from), step + 0.2,
-                        std::abs(y - from));
-        cairo_fill(cr);
-    }
-    bool isDown = false;
-    for (std::size_t i = 0; i < slices.size(); ++i) {
-        if (slices[i].isSilent()) {
+    const auto curve = [&](bool isClosed) {
+        double lastX = 0;
+        bool isDown = false;
+        const auto lift = [&] {
+            if (isDown && isClosed) cairo_line_to(cr, lastX, height(strip.rest));
             isDown = false;
-            continue;
+        };
+        for (std::size_t i = 0; i < slices.size(); ++i) {
+            if (slices[i].isSilent()) {
+                lift();
+                continue;
+            }
+            const double x = (static_cast<double>(i) + 0.5) * step;
+            if (!isDown && isClosed) cairo_move_to(cr, x, height(strip.rest));
+            isDown || isClosed ? cairo_line_to(cr, x, height(strip.value(slices[i])))
+                               : cairo_move_to(cr, x, height(strip.value(slices[i])));
+            isDown = true;
+            lastX = x;
         }
-        const double x = (static_cast<double>(i) + 0.5) * step;
-        const double y = height(strip.value(slices[i]));
-        isDown ? cairo_line_to(cr, x, y) : cairo_move_to(cr, x, y);
-        isDown = true;
+        lift();
+    };
+    for (const bool isAbove : {true, false}) {
+        cairo_save(cr);
+        cairo_rectangle(cr, 0, isAbove ? 0 : height(strip.rest), width,
+                        isAbove ? height(strip.rest) : stripHeight - height(strip.rest));
+        cairo_clip(cr);
+        curve(true);
+        setColour(cr, isAbove ? amber : strip.below, 0.34);
+        cairo_fill(cr);
+        cairo_restore(cr);
     }
+    curve(false);
     setColour(cr, amber);
     cairo_set_line_width(cr, 1.5);
     cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);

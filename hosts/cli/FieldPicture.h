@@ -20,7 +20,7 @@ struct FieldPanel {
 enum class PictureKind { png, svg };
 
 /// Cells of the plot that a panel wants.
-inline constexpr std::size_t fieldSide = 1240;
+inline constexpr std::size_t fieldSide = 930;
 /// Slices of time that a panel wants.
 inline constexpr std::size_t fieldSlices = 372;
 

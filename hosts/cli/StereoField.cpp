@@ -9,7 +9,7 @@ namespace {
 
 constexpr std::size_t distanceBins = 4096;
 constexpr double farthest = 2;        // |L| = |R| = 1 lies at the square root of 2
-constexpr double nearlyAll = 0.9995;  // of the frames lie within reach()
+constexpr double nearlyAll = 0.9999;  // of the frames lie within reach()
 constexpr double stepInCells = 1.5;   // of the traced path
 constexpr int mostSteps = 32;         // between two frames
 constexpr double silence = 1e-12;     // mean square, -120 dB
