@@ -72,10 +72,10 @@ void UIGestureRecognizer::timePassed(double now) {
 
 void UIGestureRecognizer::stopWaiting(bool recognise) {
     if (!std::exchange(waiting_, false)) return;
-    if (recognise)
-        enter(State::ended);
-    else
+    if (!recognise)
         fail();
+    else if (mayBegin())
+        enter(State::ended);
 }
 
 void UIGestureRecognizer::fail() {
@@ -98,10 +98,7 @@ void UIGestureRecognizer::reset() {
 }
 
 bool UIGestureRecognizer::begin() {
-    if (!mayBegin()) {
-        fail();
-        return false;
-    }
+    if (!mayBegin()) return false;
     enter(State::began);
     return true;
 }
@@ -111,25 +108,27 @@ void UIGestureRecognizer::change() {
 }
 
 void UIGestureRecognizer::end() {
-    deadline_.reset();
     if (isActive()) {
+        deadline_.reset();
         enter(State::ended);
         return;
     }
     const auto first = required_.lock();
-    const bool mustWait = first && first->isEnabled() && first->state() == State::possible;
-    if ((first && first->state() == State::ended) || !mayBegin())
-        fail();
-    else if (mustWait)
+    if (first && first->isEnabled() && first->state() == State::possible) {
         waiting_ = true;
-    else
+    } else if (first && first->state() == State::ended) {
+        fail();
+    } else if (mayBegin()) {
         enter(State::ended);
+    }
 }
 
-bool UIGestureRecognizer::mayBegin() const {
+bool UIGestureRecognizer::mayBegin() {
     const auto hit = touches_.empty() ? nullptr : touches_.front()->view();
-    return (!hit || hit->gestureRecognizerShouldBegin(*this)) &&
-           (!center_ || center_->mayBegin(*this));
+    const bool allowed = (!hit || hit->gestureRecognizerShouldBegin(*this)) &&
+                         (!center_ || center_->mayBegin(*this));
+    if (!allowed) fail();
+    return allowed;
 }
 
 void UIGestureRecognizer::enter(State state) {

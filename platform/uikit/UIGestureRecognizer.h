@@ -90,7 +90,7 @@ class UIGestureRecognizer {
 
  private:
     friend class UIView;
-    bool mayBegin() const;
+    bool mayBegin();
     void enter(UIGestureRecognizerState state);
 
     std::vector<Action> targets_;
