@@ -1,0 +1,26 @@
+#pragma once
+
+#include "files/File.h"
+
+namespace qov {
+
+/// A file with children: files and folders in the order in which they were found. What is asked of
+/// a folder it passes on to them, so a call may go as deep as the tree does.
+class Folder : public File {
+ public:
+    Folder() = default;
+    /// Lets go of the subtree without recursion, however deep it is.
+    ~Folder() override;
+
+    FileList children;
+
+    /// The whole subtree follows.
+    void setExpanded(bool value) override;
+    void makeExpandedList(FileList& list) override;
+    void findFileWithUID(const std::string& uid, std::shared_ptr<File>& found) override;
+    void xml(std::string& result, std::int64_t indent) const override;
+    /// The folder's own lines, then those of its children.
+    void dumpout() const override;
+};
+
+}  // namespace qov

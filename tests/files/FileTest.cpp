@@ -1,0 +1,164 @@
+#include "files/File.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "files/Folder.h"
+#include "tests/files/CapturedLines.h"
+
+namespace {
+
+using namespace qov;
+using platform::Date;
+using platform::Number;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+/// 2026-01-05 15:04:05 and 2026-07-05 15:04:05 UTC; the tests run in that zone.
+const platform::FileAttributes someAttributes{
+    {platform::NSFileSize, Number(std::uint64_t{1234567})},
+    {platform::NSFileCreationDate, Date::withTimeIntervalSince1970(1767625445)},
+    {platform::NSFileModificationDate, Date::withTimeIntervalSince1970(1783263845)},
+    {platform::NSFileSystemFileNumber, Number(std::uint64_t{42})}};
+constexpr auto times = "created='Jan 5, 2026 at 3:04:05 PM' modified='Jul 5, 2026 at 3:04:05 PM' ";
+constexpr auto noTimes = "created='(invalid attribute)' modified='(invalid attribute)' ";
+
+template <class Entry>
+std::shared_ptr<Entry> make(const std::string& subpath) {
+    auto entry = std::make_shared<Entry>();
+    entry->setRootpath("/base");
+    entry->setSubpath(subpath);
+    entry->isDirectory = std::is_same_v<Entry, Folder>;
+    return entry;
+}
+
+std::string listed(const File& file) {
+    std::string text;
+    file.list(text);
+    return text;
+}
+
+class FileModel : public testing::Test {
+ protected:
+    void SetUp() override {
+        setenv("TZ", "UTC", 1);
+        tzset();
+    }
+    CapturedLines console;
+};
+
+TEST_F(FileModel, EntriesAreNumberedOnInTheOrderOfTheirMakingWhateverTheirClass) {
+    const FileBase base;
+    const auto file = std::make_shared<File>();
+    const auto folder = std::make_shared<Folder>();
+    EXPECT_GE(base.getID(), 1);
+    EXPECT_EQ(file->getID(), base.getID() + 1);
+    EXPECT_EQ(folder->getIDFormatted(), std::to_string(base.getID() + 2));
+}
+
+TEST_F(FileModel, TheDepthFollowsTheComponentsOfTheSubpath) {
+    const auto file = std::make_shared<File>();
+    const std::pair<const char*, int> cases[] = {{"a", 0}, {"a/b", 1}, {"music/set/a.wav", 2}};
+    for (const auto& [subpath, depth] : cases) {
+        file->setSubpath(subpath);
+        EXPECT_EQ(file->_indent, depth) << subpath;
+    }
+    EXPECT_EQ(file->getFileName(), "a.wav");
+    EXPECT_EQ(file->getFileExtension(), "wav");
+    EXPECT_EQ(file->getParentPath(), "music/set");
+    file->dumpout();
+    for (const auto& line : console.take()) EXPECT_EQ(line.substr(0, 3), "\t\t<");
+    file->setSubpath("");
+    EXPECT_EQ(file->_indent, -1);
+    file->setRootpath("/home/somebody/music/");
+    EXPECT_EQ(file->getFileName(), "music");
+    EXPECT_DEATH(file->dumpout(), "Fatal error: .*negative");
+}
+
+TEST_F(FileModel, WithoutAttributesNumbersAreMinusOneAndTextsSaySo) {
+    const auto file = make<File>("a");
+    EXPECT_EQ(file->getFileSize(), Number(-1));
+    EXPECT_EQ(listed(*file), std::string("<file id='-1' name='a' size='(invalid attribute)' ") +
+                                 noTimes + "depth='0' />");
+    const Date before;
+    const auto created = file->getCreationDate(), modified = file->getModificationDate();
+    EXPECT_FALSE(created < before || Date() < modified);
+}
+
+TEST_F(FileModel, AMissingOrMistypedAttributeIsFatal) {
+    const auto file = make<File>("a");
+    file->attributes.set(platform::NSFileSize, Date());
+    EXPECT_DEATH((void)file->getFileSizeFormatted(), "NSFileSize");
+    EXPECT_DEATH((void)file->getCreationDate(), "NSFileCreationDate");
+    EXPECT_DEATH((void)file->getSystemFileNumber(), "NSFileSystemFileNumber");
+}
+
+TEST_F(FileModel, TextFormsKeepEveryByteAndEveryOddity) {
+    const auto root = make<Folder>("");
+    const auto set = make<Folder>("it's");
+    const auto file = make<File>("it's/<a>&\xff.wav");
+    root->children = {set};
+    set->children = {file};
+    set->_expanded = true;
+    for (const auto& entry : {std::static_pointer_cast<File>(set), file})
+        entry->attributes = someAttributes;
+
+    const auto fileText = std::string("<file name='<a>&\xff.wav' size='1.2 MB' ") + times;
+    std::string xml;
+    root->xml(xml, 0);
+    EXPECT_EQ(xml, std::string("\n<folder path='/base' expanded='false' ") + noTimes +
+                       "depth='-1' >\n\t<folder subpath='it's' expanded='true' " + times +
+                       "depth='0' >\n\t\t" + fileText + "depth='1' />\n\t</folder>\n</folder>");
+    EXPECT_EQ(listed(*set),
+              std::string("<folder id='42' name 'it's' subpath='it's' ") + times + "depth='0' />");
+    EXPECT_EQ(listed(*file), std::string("\t<file id='42' name='<a>&\xff.wav' size='1.2 MB' ") +
+                                 times + "depth='1' />");
+    EXPECT_DEATH(file->xml(xml, -1), "Fatal error");
+}
+
+TEST_F(FileModel, TheDumpHasOneLineAFieldInDeclaredOrder) {
+    const auto file = make<File>("a");
+    file->exists = true;
+    const auto item = "<item id=" + file->getIDFormatted();
+    file->FileBase::dumpout();
+    EXPECT_THAT(console.take(), ElementsAre(item + " _remote='false' _expanded='false' "
+                                                   "_selected='false' _indent='0' />"));
+    file->dumpout();
+    EXPECT_THAT(console.take(),
+                ElementsAre(item + " filename='a' />",
+                            item + " uid=-1 parent='nil' rootpath='/base' subpath='a' exists=true "
+                                   "isDirectory=false isWritable=false isReadeble=false "
+                                   "isExecutable=false isDeleteble=false attributes='[:]' />",
+                            item + " label='uid' type='NSNumber' value=-1' />",
+                            item + " label='parent' type='Optional<File>' value=nil' />",
+                            item + " label='rootpath' type='String' value=/base' />",
+                            item + " label='subpath' type='String' value=a' />",
+                            item + " label='exists' type='Bool' value=true' />",
+                            item + " label='isDirectory' type='Bool' value=false' />",
+                            item + " label='isWritable' type='Bool' value=false' />",
+                            item + " label='isReadeble' type='Bool' value=false' />",
+                            item + " label='isExecutable' type='Bool' value=false' />",
+                            item + " label='isDeleteble' type='Bool' value=false' />",
+                            HasSubstr(" label='attributes' type='Dictionary<")));
+}
+
+TEST_F(FileModel, ATreeIsFreedWithItsRootHoweverDeepItIs) {
+    auto root = make<Folder>("");
+    std::weak_ptr<Folder> last;
+    auto folder = root;
+    for (int depth = 0; depth < 200'000; ++depth) {
+        auto child = std::make_shared<Folder>();
+        child->setParent(folder);
+        folder->children = {child};
+        last = folder = child;
+    }
+    folder.reset();
+    const auto kept = std::make_shared<File>();
+    kept->setParent(root);
+    root->children.push_back(kept);
+    root.reset();
+    EXPECT_TRUE(last.expired());
+    EXPECT_EQ(kept->parent(), nullptr);
+}
+
+}  // namespace
