@@ -1,1 +1,0 @@
-qov_fuzz(image_loader LINKS util)
