@@ -1,0 +1,22 @@
+#pragma once
+
+#include "editor/PluginFrameBaseEx.h"
+#include "platform/uikit/UIControl.h"
+
+namespace qov {
+
+/// The editor's background view.
+class PluginFrameEx : public platform::UIControl {
+ public:
+    using UIControl::UIControl;
+
+    void draw(platform::CGRect rect) override;
+
+    float contrast = 0.25f;  // 0 black .. 1 white; takes a redraw to be seen
+    platform::UIColor mainColor = platform::UIColor::lightGray();
+
+ private:
+    PluginFrameBaseEx baseClass;
+};
+
+}  // namespace qov

@@ -1,0 +1,205 @@
+#include "editor/StereoControls.h"
+
+#include <algorithm>
+
+#include "editor/AudioUnitViewController.h"
+#include "platform/foundation/Console.h"
+#include "platform/foundation/fatalError.h"
+#include "platform/uikit/UITouch.h"
+
+namespace qov {
+
+using platform::CGFloat;
+using platform::CGPoint;
+
+namespace {
+
+enum Address : int {
+    kStereoWidth,
+    kPanorama,
+    kPhaseShift,
+    kSwapChannels,
+    kInvertChannel,
+    kRecoverMono,
+    kTestMono,
+    kBypass,
+};
+// Display options, which never reach the audio unit.
+enum Option : int {
+    optionNormalized = 10,
+    optionOscillograph = 11,
+    optionSuspended = 12,
+    optionDrawMode = 13,
+};
+
+/// Canvas units of a drag along both axes at once that span half the range.
+constexpr float dragRange = 300;
+
+platform::UIColor grey(CGFloat white) {
+    return {white, white, white, 1};
+}
+
+}  // namespace
+
+void StereoControls::draw(platform::CGRect rect) {
+    baseClass.viewController = viewController;
+    baseClass.drawControls(rect, StereoControlsBase::ResizingBehavior::aspectFit);
+}
+
+void StereoControls::updateParameter(int address, float value) {
+    const bool isOn = value >= 0.5f;
+    switch (address) {
+        case kStereoWidth:
+            baseClass.stereoWidthNormalized = value;
+            break;
+        case kPanorama:
+            baseClass.panoramaNormalized = value;
+            break;
+        case kPhaseShift:
+            baseClass.phaseShiftValue = value;
+            break;
+        case kSwapChannels:
+            baseClass.isSwapOn = isOn;
+            break;
+        case kInvertChannel:
+            baseClass.isInvert = isOn;
+            break;
+        case kRecoverMono:
+            baseClass.isRecover = isOn;
+            break;
+        case kTestMono:
+            baseClass.isMonoOn = isOn;
+            break;
+        default:  // the suspend toggle shows touches only
+            break;
+    }
+    setNeedsDisplay();
+}
+
+void StereoControls::setBrightness(float value) {
+    baseClass.colorBackground = grey(value);
+    baseClass.colorContrast = grey(1 - value);
+    setNeedsDisplay();
+}
+
+void StereoControls::hitTestHotspots(CGPoint point) {
+    currentEditingMode = baseClass.modeAt(point);
+    platform::console::print("Current editing mode is: " + currentEditingMode);
+}
+
+CGPoint StereoControls::canvasLocation(const platform::UITouchSet& touches) const {
+    if (touches.empty()) platform::fatalError("the panel was sent no touch");
+    const CGPoint p = (*touches.begin())->location(this);
+    return {p.x / drawScaleX, p.y / drawScaleY};
+}
+
+void StereoControls::touchesBegan(const platform::UITouchSet& touches, platform::UIEvent*) {
+    const auto controller = viewController.lock();
+    if (!controller) return;
+    startLocation = canvasLocation(touches);
+    hitTestHotspots(startLocation);
+    controller->touchesLocked = !currentEditingMode.empty();
+    const auto to = delegate.lock();
+    if (currentEditingMode.empty() || !to) return;
+    beginEditing(*to);
+    setNeedsDisplay();
+    sendActions(platform::UIControlEventTouchDown);
+}
+
+void StereoControls::beginEditing(StereoControlsDelegate& to) {
+    const std::string& mode = currentEditingMode;
+    if (mode == "stereo width") {
+        baseClass.isStereoWidthActive = true;
+        startValue = baseClass.stereoWidthNormalized;
+    } else if (mode == "panorama") {
+        baseClass.isPanoramaActive = true;
+        startValue = baseClass.panoramaNormalized;
+    } else if (mode == "phase shift") {
+        baseClass.isPhaseShiftActive = true;
+        startValue = baseClass.phaseShiftValue;
+    } else if (mode == "reset1") {
+        baseClass.isPanoramaResetActive = true;
+        to.onStereoControlsParameter(kPanorama, 0.5f);
+    } else if (mode == "reset2") {
+        baseClass.isStereoWidthResetActive = true;
+        to.onStereoControlsParameter(kStereoWidth, 0.5f);
+    } else if (mode == "swap channels") {
+        toggle(baseClass.isSwapOn, to, kSwapChannels);
+    } else if (mode == "invert channel") {
+        toggle(baseClass.isInvert, to, kInvertChannel);
+    } else if (mode == "recover mono") {
+        toggle(baseClass.isRecover, to, kRecoverMono);
+    } else if (mode == "test mono") {
+        toggle(baseClass.isMonoOn, to, kTestMono);
+    } else if (mode == "graph normalized") {
+        toggleOption(baseClass.isNormalized, to, optionNormalized);
+    } else if (mode == "bezier") {
+        toggleOption(baseClass.isBezier, to, optionDrawMode);
+    } else if (mode == "show oscillograph") {
+        toggleOption(baseClass.isOscillograph, to, optionOscillograph);
+    } else if (mode == "go pro") {
+        toggleOption(baseClass.isGoPro, to, optionSuspended);
+        to.onStereoControlsParameter(kBypass, baseClass.isGoPro ? 1.0f : 0.0f);
+    }
+}
+
+void StereoControls::toggle(bool& flag, StereoControlsDelegate& to, int parameter) {
+    flag = !flag;
+    to.onStereoControlsParameter(parameter, flag ? 1.0f : 0.0f);
+}
+
+void StereoControls::toggleOption(bool& flag, StereoControlsDelegate& to, int option) {
+    flag = !flag;
+    to.onStereoControlsOption(option, flag ? 1.0f : 0.0f);
+}
+
+void StereoControls::touchesMoved(const platform::UITouchSet& touches, platform::UIEvent*) {
+    const auto to = delegate.lock();
+    if (!to) return;
+    const CGPoint p = canvasLocation(touches);
+    // Scaled down twice: a larger panel takes longer drags. Kept as it feels today.
+    const CGFloat dx = (p.x - startLocation.x) / drawScaleX * scaler;
+    const CGFloat dy = (p.y - startLocation.y) / drawScaleY * scaler;
+    const float delta = std::clamp(static_cast<float>(dy - dx) * 0.5f / dragRange, -1.0f, 1.0f);
+    const CGFloat value = std::clamp(startValue - delta, 0.0, 1.0);
+    const auto edit = [&](CGFloat& shown, int address) {
+        shown = value;
+        to->onStereoControlsParameter(address, static_cast<float>(value));
+    };
+    if (currentEditingMode == "stereo width") {
+        edit(baseClass.stereoWidthNormalized, kStereoWidth);
+    } else if (currentEditingMode == "panorama") {
+        edit(baseClass.panoramaNormalized, kPanorama);
+    } else if (currentEditingMode == "phase shift") {
+        edit(baseClass.phaseShiftValue, kPhaseShift);
+    }
+    setNeedsDisplay();
+    sendActions(platform::UIControlEventValueChanged);
+}
+
+void StereoControls::touchesEnded(const platform::UITouchSet& touches, platform::UIEvent* event) {
+    const auto controller = viewController.lock();
+    if (!controller || !delegate.lock()) return;
+    touchesMoved(touches, event);
+    if (currentEditingMode == "stereo width") baseClass.isStereoWidthActive = false;
+    if (currentEditingMode == "panorama") baseClass.isPanoramaActive = false;
+    if (currentEditingMode == "phase shift") baseClass.isPhaseShiftActive = false;
+    if (currentEditingMode == "reset1") baseClass.isPanoramaResetActive = false;
+    if (currentEditingMode == "reset2") baseClass.isStereoWidthResetActive = false;
+    currentEditingMode.clear();
+    controller->touchesLocked = false;
+    setNeedsDisplay();
+    // A canvas point held against the bounds in points; kept as it is.
+    sendActions(bounds().contains(startLocation) ? platform::UIControlEventTouchUpInside
+                                                 : platform::UIControlEventTouchUpOutside);
+}
+
+void StereoControls::touchesCancelled(const platform::UITouchSet&, platform::UIEvent*) {
+    const auto controller = viewController.lock();
+    if (!controller) return;
+    controller->touchesLocked = false;
+    setNeedsDisplay();
+    sendActions(platform::UIControlEventTouchCancel);
+}
+
+}  // namespace qov

@@ -1,0 +1,436 @@
+#include "editor/StereoControlsBase.h"
+
+#include <array>
+#include <cmath>
+#include <numbers>
+
+#include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
+#include "editor/AudioUnitViewController.h"
+#include "editor/PanelStyle.h"
+#include "platform/coregraphics/CGContext.h"
+#include "platform/uikit/NSStringDrawing.h"
+#include "platform/uikit/UIGraphics.h"
+
+namespace qov {
+
+using platform::CGColor;
+using platform::CGContext;
+using platform::CGFloat;
+using platform::CGLineCap;
+using platform::CGLineJoin;
+using platform::CGPath;
+using platform::CGPoint;
+using platform::CGRect;
+using platform::NSTextAlignment;
+
+CGFloat drawScaleX = 1;
+CGFloat drawScaleY = 1;
+
+namespace {
+
+constexpr CGRect canvas{0, 0, 680, 440};
+constexpr CGPoint center{340, 220};
+constexpr CGRect screen{208.5, 92.5, 263, 255};
+constexpr CGFloat lastKnobAngle = 140;     // degrees to either side
+constexpr CGFloat lastPanoramaAngle = 45;  // degrees to either side
+constexpr CGFloat levelReach = 254;        // units of a full meter
+constexpr CGFloat widthReach = 256;        // units from the centre to a bracket at full width
+constexpr CGColor suspendRed{1, 0.16, 0.12, 1};
+
+CGFloat radians(CGFloat degrees) {
+    return degrees * std::numbers::pi / 180;
+}
+
+/// -1..1 from 0..1.
+CGFloat bipolar(CGFloat normalized) {
+    return 2 * normalized - 1;
+}
+
+std::string wholeNumber(CGFloat value) {
+    return std::to_string(static_cast<std::int64_t>(std::round(value)));
+}
+
+std::string percentText(const char* name, CGFloat normalized) {
+    return name + wholeNumber(bipolar(normalized) * 100) + "%";
+}
+
+// Painting, in few words.
+
+void fill(CGContext& context, const CGPath& path, const CGColor& color) {
+    context.setFillColor(color);
+    context.beginPath();
+    context.addPath(path);
+    context.fillPath();
+}
+
+void stroke(CGContext& context, const CGPath& path, const CGColor& color, CGFloat width,
+            CGLineCap cap = CGLineCap::round) {
+    context.setStrokeColor(color);
+    context.setLineWidth(width);
+    context.setLineCap(cap);
+    context.setLineJoin(CGLineJoin::round);
+    context.beginPath();
+    context.addPath(path);
+    context.strokePath();
+}
+
+CGPath line(CGPoint from, CGPoint to) {
+    CGPath path;
+    path.moveTo(from);
+    path.addLineTo(to);
+    return path;
+}
+
+/// From above (0 degrees), clockwise.
+CGPath arc(CGPoint middle, CGFloat radius, CGFloat fromDegrees, CGFloat toDegrees) {
+    CGPath path;
+    path.addArc(middle, radius, radians(fromDegrees - 90), radians(toDegrees - 90),
+                toDegrees > fromDegrees);
+    return path;
+}
+
+CGPoint around(CGPoint middle, CGFloat radius, CGFloat degrees) {
+    return {middle.x + radius * std::sin(radians(degrees)),
+            middle.y - radius * std::cos(radians(degrees))};
+}
+
+void fillVertically(CGContext& context, const CGPath& path, const CGColor& top,
+                    const CGColor& bottom) {
+    const CGRect box = path.boundingBox();
+    context.saveGState();
+    context.beginPath();
+    context.addPath(path);
+    context.clip();
+    context.drawLinearGradient(
+        std::array{platform::CGGradientStop{0, top}, platform::CGGradientStop{1, bottom}},
+        {0, box.minY()}, {0, box.maxY()});
+    context.restoreGState();
+}
+
+/// Vertically centred by its capitals.
+void text(CGContext& context, const std::string& words, const char* fontName, CGFloat size,
+          const CGRect& box, const CGColor& color, NSTextAlignment alignment,
+          CGFloat tracking = 0) {
+    const auto font = platform::CGFont::named(fontName);
+    const CGFloat rest = box.width() - (font->width(words, tracking) - tracking) * size;
+    CGFloat x = box.minX();
+    if (alignment == NSTextAlignment::center) x += rest / 2;
+    if (alignment == NSTextAlignment::right) x += rest;
+    context.setFillColor(color);
+    context.showText(words, *font, size, {x, box.midY() + font->capHeight() * size / 2}, tracking);
+}
+
+constexpr const char* labelFace = "HelveticaNeue";
+constexpr const char* boldFace = "HelveticaNeue-CondensedBold";
+
+void drawPlate(CGContext& context, const PanelStyle& style) {
+    const CGPath plate = CGPath::roundedRect({12.5, 12.5, 655, 415}, 9);
+    fillVertically(context, plate, style.plateTop, style.plateBottom);
+    stroke(context, plate, style.plateEdge, 1);
+}
+
+/// A dark field set into the plate.
+void drawSlot(CGContext& context, const PanelStyle& style, const CGRect& box, CGFloat radius,
+              const CGColor& edge) {
+    const CGPath path = CGPath::roundedRect(box, radius);
+    fill(context, path, style.ground);
+    // A lit lower lip makes it lie below the plate.
+    stroke(context, CGPath::roundedRect(box.offsetBy(0, 1), radius), style.plateEdge, 1);
+    stroke(context, path, edge, 1);
+}
+
+void drawKnob(CGContext& context, const PanelStyle& style, CGPoint middle, CGFloat value,
+              bool isActive, const CGColor& emphasis) {
+    for (int mark = -5; mark <= 5; ++mark) {
+        const CGFloat angle = mark * lastKnobAngle / 5;
+        const bool isMain = mark == 0 || std::abs(mark) == 5;
+        stroke(context,
+               line(around(middle, 22.5, angle), around(middle, isMain ? 26 : 24.5, angle)),
+               isMain ? style.ink : style.inkFaint, 1);
+    }
+    const CGFloat angle = bipolar(value) * lastKnobAngle;
+    stroke(context, arc(middle, 18.5, -lastKnobAngle, lastKnobAngle), style.ground, 4);
+    if (std::abs(angle) > 0.1) stroke(context, arc(middle, 18.5, 0, angle), emphasis, 2.5);
+    const CGRect body{middle.x - 15, middle.y - 15, 30, 30};
+    fill(context, CGPath::ellipse(body.insetBy(-0.5, -0.5).offsetBy(0, 1)), CGColor::gray(0, 0.35));
+    fillVertically(context, CGPath::ellipse(body), style.knobTop, style.knobBottom);
+    stroke(context, CGPath::ellipse(body.insetBy(0.5, 0.5)),
+           isActive ? emphasis : CGColor::gray(1, 0.16), 1);
+    context.saveGState();
+    context.translateBy(middle.x, middle.y);
+    context.rotateBy(radians(angle));
+    stroke(context, line({0, -14}, {0, 0}), isActive ? emphasis : style.light, 2);
+    context.restoreGState();
+}
+
+/// A value's text over a scale that fills from its middle.
+void drawReadout(CGContext& context, const PanelStyle& style, const CGRect& box,
+                 const std::string& words, CGFloat value, bool isActive, const CGColor& emphasis) {
+    drawSlot(context, style, box, 4, isActive ? emphasis : style.edge);
+    text(context, words, boldFace, 12, {box.minX() + 10, box.minY() + 4, box.width() - 20, 14},
+         isActive ? emphasis : style.light, NSTextAlignment::left);
+    const CGFloat left = box.minX() + 10, right = box.maxX() - 10, middle = box.midX();
+    const CGFloat y = box.maxY() - 8;
+    for (int mark = -10; mark <= 10; ++mark) {
+        const CGFloat x = middle + mark * (right - left) / 20;
+        const bool isMain = mark % 5 == 0;
+        stroke(context, line({x, y - (isMain ? 5.5 : 4)}, {x, y - 2.5}), style.lightFaint, 1,
+               CGLineCap::butt);
+    }
+    stroke(context, line({left, y}, {right, y}), CGColor::gray(0.86, 0.14), 3);
+    const CGFloat x = middle + bipolar(value) * (right - left) / 2;
+    if (std::abs(x - middle) > 0.1) stroke(context, line({middle, y}, {x, y}), emphasis, 3);
+    stroke(context, line({x, y - 5}, {x, y + 2}), isActive ? emphasis : style.light, 2);
+}
+
+/// A button that goes back to the middle: an arrow on its way round to the start.
+void drawReset(CGContext& context, const PanelStyle& style, const CGRect& box, bool isActive,
+               const CGColor& emphasis) {
+    const CGPath shape = CGPath::roundedRect(box, 4);
+    fill(context, CGPath::roundedRect(box.offsetBy(0, 1), 4), CGColor::gray(0, 0.3));
+    fillVertically(context, shape, isActive ? style.ground : style.knobTop, style.knobBottom);
+    const CGColor color = isActive ? emphasis : style.light;
+    stroke(context, shape, isActive ? emphasis : style.edge, 1);
+    const CGPoint middle = box.center();
+    stroke(context, arc(middle, 6, 50, 320), color, 1.75);
+    const CGPoint tip = around(middle, 6, 318);
+    CGPath head;
+    head.moveTo({tip.x + 4.2, tip.y + 0.4});
+    head.addLineTo({tip.x - 1.6, tip.y + 4.0});
+    head.addLineTo({tip.x - 1.6, tip.y - 3.4});
+    head.closeSubpath();
+    fill(context, head, color);
+}
+
+}  // namespace
+
+void StereoControlsBase::keepDrawScale(platform::CGSize scale) {
+    drawScaleX = scale.width;
+    drawScaleY = scale.height;
+}
+
+std::string StereoControlsBase::phaseShiftText() const {
+    const auto controller = viewController.lock();
+    // Without an audio unit, the range of 10 ms at 44100 Hz.
+    if (!controller) return "phase shift: " + wholeNumber(phaseShiftValue * 441) + " samples";
+    if (!controller->audioUnit()) platform::fatalError("the panel's audio unit is missing");
+    return "phase shift: " +
+           wholeNumber(phaseShiftValue * controller->audioUnit()->getPhaseShift()) + " samples (" +
+           std::to_string(controller->getMilliseconds()) + " ms)";
+}
+
+void StereoControlsBase::drawControls(const CGRect& frame, ResizingBehavior resizing) {
+    auto* context = platform::UIGraphicsGetCurrentContext();
+    const CGRect target = resizing.apply(canvas, frame);
+    if (context) {
+        context->saveGState();
+        context->translateBy(target.minX(), target.minY());
+        context->scaleBy(target.width() / canvas.width(), target.height() / canvas.height());
+        const std::string phaseShift = phaseShiftText();
+        const PanelStyle style(colorBackground.cgColor(), colorContrast.cgColor());
+        drawPlate(*context, style);
+        drawScreen(*context, style);
+        drawStereoField(*context, style);
+        drawLevels(*context);
+        drawStereoWidth(*context, style);
+        drawPanorama(*context, style);
+        drawPhaseShift(*context, style, phaseShift);
+        drawToggles(*context, style);
+        text(*context, "KELVANE", boldFace, 20, {48, 40, 140, 20}, style.ink, NSTextAlignment::left,
+             0.12);
+        text(*context, "[ QOV ]", boldFace, 28, {510.5, 49, 131, 28}, style.ink,
+             NSTextAlignment::right);
+        context->restoreGState();
+    }
+    drawHotspots({0, 0, frame.size.width, frame.size.height}, ResizingBehavior::stretch);
+}
+
+void StereoControlsBase::drawScreen(CGContext& context, const PanelStyle& style) const {
+    drawSlot(context, style, screen, 8, isGoPro ? suspendRed : style.edge);
+    const CGColor faint = CGColor::gray(0.86, 0.10);
+    stroke(context, CGPath::ellipse({center.x - 118, center.y - 118, 236, 236}), faint, 1);
+    stroke(context, CGPath::ellipse({center.x - 59, center.y - 59, 118, 118}), faint, 1);
+    // The needle's scale: a mark each 20 % of panorama.
+    for (int mark = -5; mark <= 5; ++mark) {
+        const CGFloat angle = mark * -markersAngle / 5;
+        const bool isMain = mark == 0 || std::abs(mark) == 5;
+        stroke(context, line(around(center, 118, angle), around(center, isMain ? 109 : 113, angle)),
+               CGColor::gray(0.86, isMain ? 0.55 : 0.3), 1);
+    }
+    const CGColor letter = CGColor::gray(0.86, 0.45);
+    text(context, "L", boldFace, 12, {screen.minX() + 12, screen.minY() + 10, 12, 12}, letter,
+         NSTextAlignment::left);
+    text(context, "R", boldFace, 12, {screen.maxX() - 24, screen.minY() + 10, 12, 12}, letter,
+         NSTextAlignment::right);
+}
+
+void StereoControlsBase::drawStereoField(CGContext& context, const PanelStyle& style) const {
+    context.saveGState();
+    context.translateBy(center.x, center.y);
+    context.setLineDash(0, std::array<CGFloat, 2>{2, 2});
+    for (const CGFloat angle : {-45, 45}) {
+        context.saveGState();
+        context.rotateBy(radians(angle));
+        stroke(context, line({-118, 0}, {118, 0}), style.light, 0.5);
+        context.restoreGState();
+    }
+    context.setLineDash(0, {});
+
+    // Turned as a whole by the panorama: needle, base line and the two brackets.
+    const CGColor amber = colorEmphasize.cgColor();
+    context.rotateBy(radians(bipolar(panoramaNormalized) * lastPanoramaAngle));
+    const CGFloat reach = widthReach * stereoWidthNormalized;
+    stroke(context, line({-reach, 0}, {reach, 0}), amber.withAlpha(0.28), 1);
+    stroke(context, line({0, -122}, {0, -106}),
+           isPanoramaActive || isPanoramaResetActive ? amber : amber.withAlpha(0.8), 2.5);
+    const bool isActive = isStereoWidthActive || isStereoWidthResetActive;
+    for (const int side : {-1, 1}) {
+        const CGFloat inner = side * (reach - 10), outer = side * (reach + 10);
+        CGPath bracket;
+        bracket.moveTo({inner, -34});
+        bracket.addLineTo({outer, -34});
+        bracket.addLineTo({outer, 34});
+        bracket.addLineTo({inner, 34});
+        if (isActive) stroke(context, bracket, amber.withAlpha(0.22), 8);
+        stroke(context, bracket, isActive ? amber : amber.withAlpha(0.85), 2.5);
+    }
+    context.restoreGState();
+}
+
+void StereoControlsBase::drawLevels(CGContext& context) const {
+    const CGFloat levels[]{levelLeftValue, levelRightValue};
+    const CGFloat angles[]{45, -45};  // the channels' own diagonals
+    for (int channel = 0; channel < 2; ++channel) {
+        const CGFloat length = levels[channel] * levelReach;
+        if (!(length > 0)) continue;
+        context.saveGState();
+        context.translateBy(center.x, center.y);
+        context.rotateBy(radians(angles[channel]));
+        stroke(context, line({-length / 2, 0}, {length / 2, 0}), colorEmphasize.cgColor(), 2);
+        context.restoreGState();
+    }
+}
+
+void StereoControlsBase::drawStereoWidth(CGContext& context, const PanelStyle& style) const {
+    const CGColor amber = colorEmphasize.cgColor();
+    const bool isActive = isStereoWidthActive || isStereoWidthResetActive;
+    drawReset(context, style, {197.5, 365.5, 34, 28}, isStereoWidthResetActive, amber);
+    drawReadout(context, style, {244.5, 361.5, 192, 36},
+                percentText("stereo width: ", stereoWidthNormalized), stereoWidthNormalized,
+                isActive, amber);
+    drawKnob(context, style, {467, 379}, stereoWidthNormalized, isActive, amber);
+}
+
+void StereoControlsBase::drawPanorama(CGContext& context, const PanelStyle& style) const {
+    const CGColor amber = colorEmphasize.cgColor();
+    const bool isActive = isPanoramaActive || isPanoramaResetActive;
+    drawReset(context, style, {448.5, 49.5, 34, 28}, isPanoramaResetActive, amber);
+    drawReadout(context, style, {245.5, 45.5, 192, 36},
+                percentText("panorama: ", panoramaNormalized), panoramaNormalized, isActive, amber);
+    drawKnob(context, style, {215, 63}, panoramaNormalized, isActive, amber);
+}
+
+void StereoControlsBase::drawPhaseShift(CGContext& context, const PanelStyle& style,
+                                        const std::string& words) const {
+    constexpr CGRect box{510.5, 204.5, 130, 34};
+    const CGColor blue = colorEmphasize2.cgColor();
+    text(context, words, boldFace, 12, {box.minX(), 184, box.width(), 14}, style.ink,
+         NSTextAlignment::center);
+    drawSlot(context, style, box, 4, isPhaseShiftActive ? blue : style.edge);
+    const CGFloat left = box.minX() + 8, right = box.maxX() - 8;
+    const CGFloat x = left + phaseShiftValue * (right - left);
+    if (x - left > 0.1) {
+        context.setFillColor(blue.withAlpha(0.38));
+        context.fillRect({left, box.minY() + 8, x - left, 12});
+    }
+    for (int mark = 0; mark <= 10; ++mark) {
+        const CGFloat at = left + mark * (right - left) / 10;
+        stroke(context, line({at, box.maxY() - (mark % 5 ? 8.0 : 10.0)}, {at, box.maxY() - 5}),
+               style.lightFaint, 1, CGLineCap::butt);
+    }
+    stroke(context, line({x, box.minY() + 7}, {x, box.minY() + 21}), blue, 2.5);
+}
+
+void StereoControlsBase::drawToggles(CGContext& context, const PanelStyle& style) const {
+    struct Toggle {
+        const char* label;
+        bool isOn;
+        CGPoint dot;   // upper left corner of 12 x 12
+        CGFloat side;  // of its box
+        bool labelIsLeft;
+        bool isAlarm;
+    };
+    // Rows of 24 units have smaller boxes than those that stand alone.
+    const Toggle toggles[]{
+        {"swap channels", isSwapOn, {55, 85}, 26, false, false},
+        {"invert channel", isInvert, {55, 126}, 26, false, false},
+        {"oscillograph", isOscillograph, {55, 212}, 20, false, false},
+        {"normalize", isNormalized, {55, 236}, 20, false, false},
+        {"points/bezier", isBezier, {55, 260}, 20, false, false},
+        {"recover mono", isRecover, {55, 333}, 26, false, false},
+        {"test mono", isMonoOn, {623, 333}, 26, true, false},
+        {"suspend/freeze", isGoPro, {623, 291}, 20, true, true},
+    };
+    for (const auto& toggle : toggles) {
+        const CGRect dot{toggle.dot, {12, 12}};
+        const CGFloat grow = (toggle.side - dot.width()) / 2;
+        const CGPath box = CGPath::roundedRect(dot.insetBy(-grow, -grow), 4);
+        fill(context, box, style.ground);
+        stroke(context, box, style.inkFaint, 1);
+        const CGRect labelBox{toggle.labelIsLeft ? 510.5 : 84, dot.minY(), 100, 12};
+        text(context, toggle.label, labelFace, 10, labelBox, style.ink, NSTextAlignment::left);
+        if (!toggle.isOn) continue;
+        if (toggle.isAlarm) {
+            context.saveGState();
+            context.setAlpha(0.5);
+            context.beginTransparencyLayer();
+            fill(context, CGPath::ellipse(dot), CGColor{1, 0, 0, 1});
+            context.endTransparencyLayer();
+            context.restoreGState();
+        } else {
+            fill(context, CGPath::ellipse(dot), colorEmphasize2.cgColor());
+        }
+        stroke(context, CGPath::ellipse(dot), platform::UIColor::lightGray().cgColor(), 2);
+    }
+}
+
+struct StereoControlsBase::Hotspot {
+    platform::UIBezierPath StereoControlsBase::*path;
+    CGRect area;
+    const char* mode;
+
+    /// In the order in which they are tried.
+    static const std::array<Hotspot, 13> all;
+};
+
+const std::array<StereoControlsBase::Hotspot, 13> StereoControlsBase::Hotspot::all{{
+    {&StereoControlsBase::hotspotStereoWidthPath, {248, 355, 238, 44}, "stereo width"},
+    {&StereoControlsBase::hotspotPanoramaPath, {195, 41, 238, 44}, "panorama"},
+    {&StereoControlsBase::hotspotPanoramaResetPath, {443, 41, 44, 44}, "reset1"},
+    {&StereoControlsBase::hotspotStereoWidthResetPath, {194, 355, 44, 44}, "reset2"},
+    {&StereoControlsBase::hotspotPhaseShiftPath, {500, 179, 150, 84}, "phase shift"},
+    {&StereoControlsBase::hotspotGoProPath, {500, 286, 150, 22}, "go pro"},
+    {&StereoControlsBase::hotspotOscillographPath, {40, 207, 126, 22}, "show oscillograph"},
+    {&StereoControlsBase::hotspotNormalizedPath, {40, 231, 126, 22}, "graph normalized"},
+    {&StereoControlsBase::hotspotBezierPath, {40, 255, 126, 22}, "bezier"},
+    {&StereoControlsBase::hotspotTestMonoPath, {500, 319, 150, 40}, "test mono"},
+    {&StereoControlsBase::hotspotRecoverMonoPath, {40, 319, 125, 40}, "recover mono"},
+    {&StereoControlsBase::hotspotInvertChannelPath, {40, 112, 125, 40}, "invert channel"},
+    {&StereoControlsBase::hotspotSwapChannelsPath, {40, 70, 125, 40}, "swap channels"},
+}};
+
+void StereoControlsBase::drawHotspots(const CGRect& frame, ResizingBehavior resizing) {
+    resizing.apply(canvas, frame);
+    // A frame of the canvas's own size is fitted without keeping its factors; touches need them.
+    if (frame == canvas) keepDrawScale({1, 1});
+    for (const auto& hotspot : Hotspot::all)
+        this->*hotspot.path = platform::UIBezierPath::rect(hotspot.area);
+}
+
+const char* StereoControlsBase::modeAt(CGPoint point) const {
+    for (const auto& hotspot : Hotspot::all)
+        if ((this->*hotspot.path).containsPoint(point)) return hotspot.mode;
+    return "";
+}
+
+}  // namespace qov
