@@ -1,13 +1,19 @@
 #include <array>
 
 #include "hosts/cli/Command.h"
+#include "hosts/cli/DemoCommand.h"
+#include "hosts/cli/FieldCommand.h"
 #include "hosts/cli/ParamsCommand.h"
+#include "hosts/cli/RenderCommand.h"
 #include "hosts/cli/TreeCommand.h"
 
 namespace qov::cli {
 
 std::span<const Command> commands() {
     static constexpr std::array table{
+        Command{"render", "renders a sound file through the effect into another", runRender},
+        Command{"demo", "plays a phrase, takes it on a tour of the effect and draws both", runDemo},
+        Command{"field", "draws the stereo field of one or two sound files", runField},
         Command{"params", "lists the parameters with address, range, default and unit", runParams},
         Command{"tree", "lists what is below a folder, as XML, list or dump", runTree},
     };

@@ -6,6 +6,8 @@
 #include <fmt/core.h>
 
 #include "hosts/cli/Command.h"
+#include "hosts/cli/OutputPlace.h"
+#include "platform/foundation/Console.h"
 
 namespace {
 
@@ -19,6 +21,9 @@ void printHelp() {
 }  // namespace
 
 int main(int argc, char** argv) try {
+    // Nobody asked for the system's console lines, and standard output may be a sound.
+    platform::console::setSink({});
+    qov::cli::watchSignals();
     const qov::cli::Arguments arguments(argv + std::min(argc, 2), argv + argc);
     const std::string name = argc > 1 ? argv[1] : "--help";
     if (name == "--help" || name == "-h" || name == "help") {

@@ -43,6 +43,9 @@ std::optional<int> parseOptions(CLI::App& app, const Arguments& arguments) {
         throw Failure(
             fmt::format("{}; {} --help lists what there is", unknownArgument(app), app.get_name()),
             2);
+    } catch (const CLI::ArgumentMismatch& error) {
+        const std::string line = error.what();
+        throw Failure(fmt::format("{} needs a value", line.substr(0, line.find(':'))), 2);
     } catch (const CLI::ParseError& error) {
         std::string line = error.what();
         std::ranges::replace(line, '\n', ' ');

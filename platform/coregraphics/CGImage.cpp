@@ -10,6 +10,7 @@ namespace platform {
 namespace {
 
 constexpr int maxSide = 16384;
+constexpr std::int64_t maxPixels = std::int64_t{64} << 20;  // 256 MiB, held twice while decoding
 
 std::shared_ptr<const CGImage> fail(std::string* error, std::string reason) {
     if (error) *error = std::move(reason);
@@ -17,12 +18,13 @@ std::shared_ptr<const CGImage> fail(std::string* error, std::string reason) {
 }
 
 bool isTooLarge(std::int64_t width, std::int64_t height) {
-    return width < 1 || height < 1 || width > maxSide || height > maxSide;
+    return width < 1 || height < 1 || width > maxSide || height > maxSide ||
+           width * height > maxPixels;
 }
 
 std::string tooLarge(std::int64_t width, std::int64_t height) {
     return "the picture has " + std::to_string(width) + " x " + std::to_string(height) +
-           " pixels; up to 16384 a side can be shown";
+           " pixels; up to 16384 a side and 67 million in all can be shown";
 }
 
 std::uint32_t byteProduct(std::uint32_t a, std::uint32_t b) {

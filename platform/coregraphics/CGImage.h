@@ -22,7 +22,7 @@ class CGImage {
     std::span<const std::uint32_t> pixels() const { return pixels_; }
 
     /// A PNG or JPEG file's bytes. Null with a reason in error (where given) if they are neither,
-    /// are damaged, or hold more than 16384 pixels a side.
+    /// are damaged, or hold more than 16384 pixels a side or 64 * 2^20 in all.
     static std::shared_ptr<const CGImage> decode(std::span<const std::byte> file,
                                                  std::string* error = nullptr);
     /// As a PNG file with straight alpha; the same pixels give the same bytes.

@@ -130,7 +130,7 @@ class URLSession::State::Task : public URLSessionDataTask,
 
     // On the session's thread.
 
-    CURL* prepare(const Configuration& configuration);
+    CURL* prepare(const Configuration& settings);
     /// With the result of the transfer that prepare() made.
     void finish(CURLcode result);
     void finish(std::optional<Data> data, std::optional<URLResponse> response,
@@ -154,11 +154,11 @@ class URLSession::State::Task : public URLSessionDataTask,
 
 // A task's transfer
 
-CURL* URLSession::State::Task::prepare(const Configuration& configuration) {
+CURL* URLSession::State::Task::prepare(const Configuration& settings) {
     easy_.reset(curl_easy_init());
     CURL* easy = easy_.get();
     if (!easy) return nullptr;
-    largest_ = configuration.largestResource;
+    largest_ = settings.largestResource;
     curl_easy_setopt(easy, CURLOPT_URL, url_.absoluteString().c_str());
     curl_easy_setopt(easy, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(easy, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
@@ -166,12 +166,11 @@ CURL* URLSession::State::Task::prepare(const Configuration& configuration) {
     curl_easy_setopt(easy, CURLOPT_MAXREDIRS, 20L);
     curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, "");
     curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS,
-                     milliseconds(configuration.timeoutForRequest));
+    curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, milliseconds(settings.timeoutForRequest));
     curl_easy_setopt(easy, CURLOPT_LOW_SPEED_LIMIT, 1L);
     curl_easy_setopt(easy, CURLOPT_LOW_SPEED_TIME,
-                     (milliseconds(configuration.timeoutForRequest) + 999) / 1000);
-    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, milliseconds(configuration.timeoutForResource));
+                     (milliseconds(settings.timeoutForRequest) + 999) / 1000);
+    curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, milliseconds(settings.timeoutForResource));
     curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(largest_));
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Task::receive);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, this);

@@ -87,8 +87,11 @@ void GestureCenter::timePassed(double now) {
 bool GestureCenter::mayBegin(const UIGestureRecognizer& candidate) {
     for (const auto& other : players_)
         if (other.get() != &candidate && other->isActive()) return false;
+    // One that has to fail first decides that for itself.
+    const auto first = candidate.requiredToFail().lock();
     for (const auto& other : players_)
-        if (other.get() != &candidate && !other->isWaiting() && shareTouch(*other, candidate))
+        if (other.get() != &candidate && other != first && !other->isWaiting() &&
+            shareTouch(*other, candidate))
             other->fail();
     return true;
 }

@@ -72,10 +72,10 @@ void UIGestureRecognizer::timePassed(double now) {
 
 void UIGestureRecognizer::stopWaiting(bool recognise) {
     if (!std::exchange(waiting_, false)) return;
-    if (!recognise)
-        fail();
-    else if (mayBegin())
+    if (recognise)
         enter(State::ended);
+    else
+        fail();
 }
 
 void UIGestureRecognizer::fail() {
@@ -98,7 +98,10 @@ void UIGestureRecognizer::reset() {
 }
 
 bool UIGestureRecognizer::begin() {
-    if (!mayBegin()) return false;
+    if (!mayBegin()) {
+        fail();
+        return false;
+    }
     enter(State::began);
     return true;
 }
@@ -108,27 +111,25 @@ void UIGestureRecognizer::change() {
 }
 
 void UIGestureRecognizer::end() {
+    deadline_.reset();
     if (isActive()) {
-        deadline_.reset();
         enter(State::ended);
         return;
     }
     const auto first = required_.lock();
-    if (first && first->isEnabled() && first->state() == State::possible) {
-        waiting_ = true;
-    } else if (first && first->state() == State::ended) {
+    const bool mustWait = first && first->isEnabled() && first->state() == State::possible;
+    if ((first && first->state() == State::ended) || !mayBegin())
         fail();
-    } else if (mayBegin()) {
+    else if (mustWait)
+        waiting_ = true;
+    else
         enter(State::ended);
-    }
 }
 
-bool UIGestureRecognizer::mayBegin() {
+bool UIGestureRecognizer::mayBegin() const {
     const auto hit = touches_.empty() ? nullptr : touches_.front()->view();
-    const bool allowed = (!hit || hit->gestureRecognizerShouldBegin(*this)) &&
-                         (!center_ || center_->mayBegin(*this));
-    if (!allowed) fail();
-    return allowed;
+    return (!hit || hit->gestureRecognizerShouldBegin(*this)) &&
+           (!center_ || center_->mayBegin(*this));
 }
 
 void UIGestureRecognizer::enter(State state) {

@@ -90,7 +90,7 @@ class UIGestureRecognizer {
 
  private:
     friend class UIView;
-    bool mayBegin();
+    bool mayBegin() const;
     void enter(UIGestureRecognizerState state);
 
     std::vector<Action> targets_;

@@ -1,0 +1,1 @@
+qov_benchmark(runloop LINKS platform_foundation)

@@ -1,0 +1,1 @@
+qov_fuzz(four_char_code LINKS util)

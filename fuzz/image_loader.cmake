@@ -1,0 +1,1 @@
+qov_fuzz(image_loader LINKS util)

@@ -1,0 +1,92 @@
+#include "hosts/cli/DemoCommand.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+#include <fmt/format.h>
+#include <sndfile.h>
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include "hosts/cli/OutputPlace.h"
+#include "hosts/cli/Phrase.h"
+#include "hosts/cli/SoundWriter.h"
+#include "hosts/cli/drawFieldOf.h"
+#include "hosts/cli/parseOptions.h"
+#include "hosts/cli/renderFile.h"
+#include "hosts/cli/tourAutomation.h"
+
+namespace qov::cli {
+namespace {
+
+void writePhrase(const std::string& path, const Phrase& phrase) {
+    OutputPlace place(path);
+    const auto frames = static_cast<std::uint32_t>(phrase.left.size());
+    SoundWriter writer(place, {SF_FORMAT_WAV, SF_FORMAT_FLOAT, Phrase::rate, frames},
+                       {{SF_STR_TITLE, "Kelvane demo phrase"}});
+    writer.write(phrase.left.data(), phrase.right.data(), frames);
+    writer.close();
+    place.commit();
+}
+
+void writeText(const std::string& path, std::string_view text) {
+    OutputPlace place(path);
+    while (!text.empty()) {
+        const auto put = write(place.descriptor(), text.data(), text.size());
+        if (put < 0 && errno == EINTR) continue;
+        if (put < 0) place.failToWrite(errno);
+        text.remove_prefix(static_cast<std::size_t>(put));
+    }
+    place.commit();
+}
+
+}  // namespace
+
+int runDemo(const Arguments& arguments) {
+    CLI::App app("Plays a phrase, takes it on a tour of the effect and draws both.",
+                 "kelvane demo");
+    std::string folder = "out";
+    app.add_option("FOLDER", folder, "where the files go (out)");
+    if (const auto code = parseOptions(app, arguments)) return *code;
+
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error)
+        throw Failure(fmt::format("{}: cannot make this folder: {}", folder, error.message()));
+    const auto phrase = folder + "/phrase.wav";
+    const auto automation = folder + "/tour.automation";
+    const auto tour = folder + "/tour.wav";
+    const auto picture = folder + "/field.png";
+    const auto music = playPhrase();
+    writePhrase(phrase, music);
+    writeText(automation, tourAutomation());
+    RenderJob job;
+    job.input = phrase;
+    job.output = tour;
+    job.automation = automation;
+    renderFile(job);
+    drawFieldOf({phrase, tour}, picture);
+
+    const double seconds = static_cast<double>(music.left.size()) / Phrase::rate;
+    fmt::print(
+        "{:<24} {:.1f} s of music: plucked strings, electric piano, bass, brushes\n"
+        "{:<24} the same on a tour: width, panorama, phase shift, swap, recover mono,\n"
+        "{:<24} test mono, bypass\n"
+        "{:<24} the tour's events, to read and to change\n"
+        "{:<24} the stereo field of both\n\n",
+        phrase, seconds, tour, "", automation, picture);
+    fmt::print(
+        "Listen to both, then try\n"
+        "    ./run render {} {}/wide.wav --stereo-width 0.8\n"
+        "    ./run field {}/wide.png {} {}/wide.wav\n"
+        "    ./run render --help\n",
+        phrase, folder, folder, phrase, folder);
+    return 0;
+}
+
+}  // namespace qov::cli

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "hosts/cli/StereoField.h"
+
+namespace qov::cli {
+
+class OutputPlace;
+
+/// One half of the picture.
+struct FieldPanel {
+    std::string title;     ///< large, above the plot
+    std::string subtitle;  ///< small, beside it
+    const StereoField* field = nullptr;
+    int rate = 0;  ///< frames per second
+};
+
+enum class PictureKind { png, svg };
+
+/// Cells of the plot that a panel wants.
+inline constexpr std::size_t fieldSide = 930;
+/// Slices of time that a panel wants.
+inline constexpr std::size_t fieldSlices = 372;
+
+/// Draws panels side by side: the plot with mid up and left to the upper left, under it width,
+/// correlation and balance over time. Throws Failure where the place can't be written.
+void drawField(const std::vector<FieldPanel>& panels, PictureKind kind, const OutputPlace& place);
+
+}  // namespace qov::cli

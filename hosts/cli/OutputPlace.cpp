@@ -1,0 +1,149 @@
+#include "hosts/cli/OutputPlace.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+#include <fmt/format.h>
+
+#include "hosts/cli/Command.h"
+
+namespace qov::cli {
+namespace {
+
+/// What the signal handler removes: the path, readable at any moment while `isSet`.
+struct Doomed {
+    std::array<char, PATH_MAX> path{};
+    std::atomic<bool> isSet = false;
+};
+Doomed doomed;
+
+void say(const char* text) {
+    // A handler can't do anything about a failing terminal.
+    [[maybe_unused]] const auto written = write(STDERR_FILENO, text, std::strlen(text));
+}
+
+/// Only calls that are safe in a signal handler.
+void endBySignal(int signal) {
+    say(signal == SIGINT ? "\nkelvane: interrupted" : "\nkelvane: ended by a signal");
+    if (doomed.isSet) {
+        unlink(doomed.path.data());
+        say("; the output is as it was");
+    }
+    say("\n");
+    std::signal(signal, SIG_DFL);
+    std::raise(signal);
+}
+
+std::string behindLinks(const std::string& path) {
+    const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
+                                                           std::free);
+    return real ? std::string(real.get()) : path;
+}
+
+/// ".<file>.XXXXXX" in the file's own folder, so that the rename stays on one disk.
+std::string besideTemplate(const std::string& target) {
+    const auto slash = target.rfind('/');
+    const auto folder = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
+    const auto file = slash == std::string::npos ? target : target.substr(slash + 1);
+    return fmt::format("{}.{}.XXXXXX", folder, file);
+}
+
+/// The mode that the finished file shall have: that of the one it replaces, else the user's
+/// default.
+mode_t modeFor(const std::string& target) {
+    struct stat status {};
+    if (stat(target.c_str(), &status) == 0) return status.st_mode & 07777;
+    const mode_t mask = umask(0);
+    umask(mask);
+    return 0666 & ~mask;
+}
+
+}  // namespace
+
+OutputPlace::OutputPlace(const std::string& path) : name_(path) {
+    if (path == "-") {
+        name_ = "standard output";
+        descriptor_ = STDOUT_FILENO;
+        return;
+    }
+    struct stat status {};
+    if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+        throw Failure(fmt::format("{}: is a folder; name a file in it", path));
+    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        descriptor_ = open(path.c_str(), O_WRONLY | O_CLOEXEC);
+        if (descriptor_ < 0) failToWrite(errno);
+        return;
+    }
+    target_ = behindLinks(path);
+    temporary_ = besideTemplate(target_);
+    if (temporary_.size() >= doomed.path.size()) failToWrite(ENAMETOOLONG);
+    const mode_t mode = modeFor(target_);
+    descriptor_ = mkostemp(temporary_.data(), O_CLOEXEC);
+    if (descriptor_ < 0) {
+        const int error = errno;
+        temporary_.clear();
+        failToWrite(error);
+    }
+    std::memcpy(doomed.path.data(), temporary_.c_str(), temporary_.size() + 1);
+    doomed.isSet = true;
+    fchmod(descriptor_, mode);
+}
+
+OutputPlace::~OutputPlace() {
+    if (!temporary_.empty()) {
+        unlink(temporary_.c_str());
+        doomed.isSet = false;
+    }
+    if (descriptor_ > STDERR_FILENO) close(descriptor_);
+}
+
+void OutputPlace::commit() {
+    const int descriptor = descriptor_;
+    descriptor_ = -1;
+    // Some file systems tell of a full disk only here.
+    if (close(descriptor) != 0 && errno != EINTR) failToWrite(errno);
+    if (temporary_.empty()) return;
+    if (rename(temporary_.c_str(), target_.c_str()) != 0) failToWrite(errno);
+    doomed.isSet = false;
+    temporary_.clear();
+}
+
+void OutputPlace::failToWrite(int error) const {
+    if (error == EPIPE)
+        throw Failure(fmt::format("{}: its reader closed it before the end", name_));
+    throw Failure(fmt::format("{}: cannot write: {}", name_, std::strerror(error)));
+}
+
+bool isSameFile(const std::string& one, const std::string& other) {
+    struct stat a {};
+    struct stat b {};
+    return stat(one.c_str(), &a) == 0 && stat(other.c_str(), &b) == 0 && a.st_dev == b.st_dev &&
+           a.st_ino == b.st_ino;
+}
+
+void watchSignals() {
+    struct sigaction action {};
+    action.sa_handler = endBySignal;
+    sigemptyset(&action.sa_mask);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before {};
+        sigaction(signal, nullptr, &before);
+        // What was started to survive a signal (nohup) survives it.
+        if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+}  // namespace qov::cli

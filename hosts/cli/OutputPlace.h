@@ -1,0 +1,48 @@
+#pragma once
+
+#include <string>
+
+namespace qov::cli {
+
+/// Where an output goes: a file that appears under its name only when it is complete, or a stream
+/// (standard output, a device, a named pipe) that is written as it comes.
+///
+/// A file is written beside its place and renamed by commit(); without it, at destruction or when a
+/// signal ends the process, it is removed and what was there before stays. One at a time in a
+/// process.
+class OutputPlace {
+ public:
+    /// path: "-" is standard output. Throws Failure where nothing can be written there.
+    explicit OutputPlace(const std::string& path);
+    ~OutputPlace();
+    OutputPlace(const OutputPlace&) = delete;
+    OutputPlace& operator=(const OutputPlace&) = delete;
+
+    /// Open for writing until commit(); the caller does not close it.
+    int descriptor() const { return descriptor_; }
+    bool isStream() const { return temporary_.empty(); }
+    /// For messages: the path, or "standard output".
+    const std::string& name() const { return name_; }
+
+    /// Closes, and gives the file its name. Throws Failure where the disk says no.
+    void commit();
+
+    /// Throws Failure: the name and what errno means; for a full disk, a closed pipe and the like.
+    [[noreturn]] void failToWrite(int error) const;
+
+ private:
+    std::string name_;
+    std::string target_;     ///< the file itself, behind links
+    std::string temporary_;  ///< empty for streams
+    int descriptor_ = -1;
+};
+
+/// Whether both paths lead to one file, through links too; false where one does not exist.
+bool isSameFile(const std::string& one, const std::string& other);
+
+/// From here on SIGINT, SIGTERM and SIGHUP remove the file of the OutputPlace that is open, say so
+/// in one line and end the process by that signal; writes to a closed pipe or beyond a size limit
+/// fail with an error instead of a signal.
+void watchSignals();
+
+}  // namespace qov::cli

@@ -1,0 +1,166 @@
+#include "hosts/cli/RenderCommand.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <charconv>
+#include <cstdio>
+#include <string>
+
+#include <fmt/format.h>
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include "hosts/cli/Effect.h"
+#include "hosts/cli/Parameters.h"
+#include "hosts/cli/parseOptions.h"
+#include "hosts/cli/renderFile.h"
+#include "platform/foundation/Console.h"
+
+namespace qov::cli {
+namespace {
+
+constexpr auto help = R"(
+OUT's format follows its ending: wav, flac, aiff, w64, rf64, caf, au, ogg, opus, mp3. Its samples are of
+the input's subtype where the format has it, else float, pcm24, pcm16 or the format's own codec. A WAV
+that grows beyond 4 GiB becomes RF64. Integers are rounded without dither and held to full scale.
+
+Settings hold from the first frame on; width, panorama and volume glide to a new value in 16 blocks. An
+automation file has an event a line, # starts a comment, and each event takes effect on its exact frame:
+
+    4410    set stereo-width 0.8     a time in frames,
+    0.1s    set bypass on            in seconds,
+    1:02.5  midi B0 0B 40            or in minutes and seconds
+
+Timing. The effect gives a processed frame back 2048 frames late, a bypassed one at once. OUT makes up
+for that: every frame, processed or bypassed, stands where its input frame stood, and OUT is as long as
+IN. When bypass goes on, what the effect still holds is put out first; when it goes off, the effect
+starts with an empty store. A host that plays in real time can do neither: there a change of bypass
+jumps by 2048 frames. --raw-timing writes that: what the render calls return, frame for frame.
+)";
+
+constexpr std::array<std::array<float, 8>, 3> presets{{
+    {0.5F, 0.5F, 0, 0, 0, 0, 0, 0},
+    {0.5F, 0.5F, 0, 0, 0, 0, 0, 0},
+    {0.5F, 0.5F, 0, 0, 0, 0, 0, 0},
+}};
+
+template <typename Number>
+Number parseInteger(const char* option, const std::string& text, Number minimum, Number maximum) {
+    Number value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc{} || end != text.data() + text.size() || value < minimum ||
+        value > maximum)
+        throw Failure(fmt::format("{} {}: takes a whole number from {} to {}", option, text,
+                                  minimum, maximum),
+                      2);
+    return value;
+}
+
+/// What the command line says, before it is checked.
+struct Options {
+    RenderJob job;
+    std::string preset, block, rawRate;
+    std::array<std::string, 9> values;  ///< of the parameters, in their table's order
+    bool isRawTiming = false;
+    bool progress = false;
+    bool noProgress = false;
+    bool diagnostics = false;
+};
+
+void declare(CLI::App& app, Options& options) {
+    auto& job = options.job;
+    app.add_option("IN", job.input, "sound file, stereo; - for standard input")->required();
+    app.add_option("OUT", job.output, "sound file to write; - for standard output")->required();
+    for (std::size_t i = 0; i < parameters().size(); ++i) {
+        const auto& parameter = parameters()[i];
+        const auto name = fmt::format("--{}", parameter.option);
+        if (parameter.isSwitch())
+            app.add_flag(name, options.values[i], std::string(parameter.effect));
+        else
+            app.add_option(name, options.values[i], std::string(parameter.effect))
+                ->type_name("0..1")
+                ->take_last();
+    }
+    app.add_option("--preset", options.preset, "factory preset, before the options above")
+        ->type_name("0..2")
+        ->take_last();
+    app.add_option("--automation", job.automation, "file of timed events")
+        ->type_name("FILE")
+        ->take_last();
+    app.add_option("--format", job.format, "OUT's format, whatever its ending")
+        ->type_name("NAME")
+        ->take_last();
+    app.add_option("--subtype", job.subtype, "OUT's samples: float, pcm16, pcm24, ...")
+        ->type_name("NAME")
+        ->take_last();
+    app.add_option("--raw", options.rawRate, "- is raw stereo float, little-endian, at this rate")
+        ->type_name("RATE")
+        ->take_last();
+    app.add_option("--block", options.block, "frames of a render call (512)")
+        ->type_name("1..1024")
+        ->take_last();
+    app.add_flag("--raw-timing", options.isRawTiming,
+                 "write what the render calls return, 2048 frames late");
+    app.add_flag("--upmix", job.upmix, "take a mono input, too");
+    app.add_flag("--progress", options.progress,
+                 "show progress even where standard error is no terminal");
+    app.add_flag("--no-progress", options.noProgress, "never show progress");
+    app.add_flag("--diagnostics", options.diagnostics, "show the effect's console lines");
+    app.footer(help);
+}
+
+/// Turns the texts into values. Throws Failure (2) for one that is none.
+void complete(Options& options) {
+    auto& job = options.job;
+    if (!options.preset.empty()) {
+        const auto& preset =
+            presets[parseInteger<std::size_t>("--preset", options.preset, 0, presets.size() - 1)];
+        for (std::size_t address = 0; address < preset.size(); ++address)
+            job.settings.emplace_back(address, preset[address]);
+    }
+    for (std::size_t i = 0; i < parameters().size(); ++i) {
+        const auto& parameter = parameters()[i];
+        auto text = options.values[i];
+        if (text.empty()) continue;
+        if (text == "true" || text == "false") text = text == "true" ? "on" : "off";
+        try {
+            job.settings.emplace_back(parameter.address, parseValue(parameter, text));
+        } catch (const Failure& failure) {
+            throw Failure(fmt::format("--{}: {}", parameter.option, failure.what()), 2);
+        }
+    }
+    if (!options.block.empty())
+        job.block = parseInteger("--block", options.block, 1U, Effect::maximumFrames);
+    if (!options.rawRate.empty()) {
+        job.rawRate = parseInteger("--raw", options.rawRate, 1, 10'000'000);
+        if (job.input != "-" && job.output != "-")
+            throw Failure("--raw: is for standard input and output; neither IN nor OUT is -", 2);
+    }
+    job.timing = options.isRawTiming ? Timing::raw : Timing::aligned;
+    job.showProgress = !options.noProgress && (options.progress || isatty(STDERR_FILENO) != 0);
+}
+
+void showDiagnostics(bool onStandardError) {
+    platform::console::setSink([onStandardError](std::string_view line) {
+        std::FILE* const stream = onStandardError ? stderr : stdout;
+        fmt::print(stream, "{}\n", line);
+        std::fflush(stream);
+    });
+}
+
+}  // namespace
+
+int runRender(const Arguments& arguments) {
+    CLI::App app("Renders a sound file through the effect.", "kelvane render");
+    Options options;
+    declare(app, options);
+    if (const auto code = parseOptions(app, arguments)) return *code;
+    complete(options);
+    if (options.diagnostics) showDiagnostics(options.job.output == "-");
+    renderFile(options.job);
+    return 0;
+}
+
+}  // namespace qov::cli

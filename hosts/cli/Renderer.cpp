@@ -1,0 +1,110 @@
+#include "hosts/cli/Renderer.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "hosts/cli/Effect.h"
+#include "hosts/cli/Parameters.h"
+
+namespace qov::cli {
+namespace {
+
+bool switchesBypass(const AutomationEvent& event) {
+    return event.kind == AutomationEvent::Kind::parameter && event.address == bypassAddress;
+}
+
+bool isOn(const AutomationEvent& event) {
+    return event.value > 0.5F;
+}
+
+}  // namespace
+
+Renderer::Renderer(Effect& effect, std::vector<AutomationEvent> events, std::uint32_t block,
+                   Timing timing, bool bypassed, Sink sink)
+    : effect_(effect),
+      events_(std::move(events)),
+      block_(block),
+      timing_(timing),
+      sink_(std::move(sink)),
+      bypassed_(bypassed),
+      surplus_(effect.latency()),
+      silenceLeft_(block),
+      silenceRight_(block) {}
+
+void Renderer::process(float* left, float* right, std::uint32_t frames) {
+    for (std::uint32_t begin = 0; begin < frames; begin += block_)
+        renderBlock(left + begin, right + begin, std::min(block_, frames - begin));
+}
+
+void Renderer::finish() {
+    if (timing_ == Timing::aligned) drain();
+}
+
+/// Renders one block in runs that are either processed or bypassed as a whole.
+void Renderer::renderBlock(float* left, float* right, std::uint32_t frames) {
+    std::uint32_t begin = 0;
+    while (begin < frames) {
+        const std::int64_t now = position_;
+        // What bypass will be once the events of this very frame are through.
+        bool bypassed = bypassed_;
+        std::size_t event = nextEvent_;
+        for (; event < events_.size() && events_[event].frame <= now; ++event)
+            if (switchesBypass(events_[event])) bypassed = isOn(events_[event]);
+        if (timing_ == Timing::aligned && bypassed && !bypassed_) drain();
+        bypassed_ = bypassed;
+
+        // The run ends at the next switch of bypass or with the block.
+        std::uint32_t run = frames - begin;
+        for (; event < events_.size() && events_[event].frame < now + run; ++event)
+            if (switchesBypass(events_[event]))
+                run = static_cast<std::uint32_t>(events_[event].frame - now);
+        for (; nextEvent_ < events_.size() && events_[nextEvent_].frame < now + run; ++nextEvent_)
+            effect_.schedule(static_cast<std::uint32_t>(events_[nextEvent_].frame - now),
+                             events_[nextEvent_]);
+
+        float* const runLeft = left + begin;
+        float* const runRight = right + begin;
+        effect_.render(runLeft, runRight, run);
+        if (bypassed_ || timing_ == Timing::raw)
+            sink_(runLeft, runRight, run);
+        else
+            deliverProcessed(runLeft, runRight, run);
+        begin += run;
+        position_ += run;
+    }
+}
+
+void Renderer::deliverProcessed(const float* left, const float* right, std::uint32_t frames) {
+    const std::uint32_t dropped = std::min(surplus_, frames);
+    surplus_ -= dropped;
+    if (dropped < frames) sink_(left + dropped, right + dropped, frames - dropped);
+}
+
+/// Pushes out the frames that the effect still holds, with silence behind them.
+void Renderer::drain() {
+    if (surplus_ == effect_.latency()) return;
+    for (std::uint32_t rest = effect_.latency(); rest > 0;) {
+        const std::uint32_t frames = std::min(rest, block_);
+        std::fill_n(silenceLeft_.begin(), frames, 0.0F);
+        std::fill_n(silenceRight_.begin(), frames, 0.0F);
+        effect_.render(silenceLeft_.data(), silenceRight_.data(), frames);
+        deliverProcessed(silenceLeft_.data(), silenceRight_.data(), frames);
+        rest -= frames;
+    }
+    surplus_ = effect_.latency();
+}
+
+bool isBypassedThroughout(bool bypassed, const std::vector<AutomationEvent>& events,
+                          std::int64_t frames) {
+    std::int64_t since = 0;
+    for (const auto& event : events) {
+        if (event.frame >= frames) break;
+        if (!switchesBypass(event)) continue;
+        if (!bypassed && event.frame > since) return false;
+        bypassed = isOn(event);
+        since = event.frame;
+    }
+    return bypassed;
+}
+
+}  // namespace qov::cli

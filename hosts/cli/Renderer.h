@@ -1,0 +1,64 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+#include "hosts/cli/Automation.h"
+
+namespace qov::cli {
+
+class Effect;
+
+enum class Timing {
+    aligned,  ///< every output frame stands where its input frame stood
+    raw,      ///< what the render calls return, as it comes
+};
+
+/// Runs a stream of any length through an effect, block by block, with its automation.
+///
+/// Aligned timing. Processed frames leave the effect `latency` frames late, in their order;
+/// bypassed ones leave it at once. So the first `latency` processed frames that come out are
+/// dropped, and what is still inside is fetched with silence at the end and right before bypass is
+/// switched on. That leaves no trace: switching bypass on resets the chain, and the silence is what
+/// is dropped when processing goes on. Each frame, processed or bypassed, thus has its input's
+/// place, and the output has the input's length.
+class Renderer {
+ public:
+    /// Takes `frames` frames of the output; the pointers are valid during the call.
+    using Sink = std::function<void(const float* left, const float* right, std::uint32_t frames)>;
+
+    /// block: frames of a render call, 1..Effect::maximumFrames. events: sorted by frame; those
+    /// behind the stream's end are not reached. bypassed: whether the effect is, at the start.
+    Renderer(Effect& effect, std::vector<AutomationEvent> events, std::uint32_t block,
+             Timing timing, bool bypassed, Sink sink);
+
+    /// The next frames of the input, which are overwritten. Blocks are counted from the start of
+    /// each call, so every call but the last takes a multiple of the block.
+    void process(float* left, float* right, std::uint32_t frames);
+
+    /// The end of the input: delivers what the effect still holds.
+    void finish();
+
+ private:
+    void renderBlock(float* left, float* right, std::uint32_t frames);
+    void deliverProcessed(const float* left, const float* right, std::uint32_t frames);
+    void drain();
+
+    Effect& effect_;
+    const std::vector<AutomationEvent> events_;
+    const std::uint32_t block_;
+    const Timing timing_;
+    const Sink sink_;
+    std::size_t nextEvent_ = 0;
+    std::int64_t position_ = 0;  ///< input frames so far
+    bool bypassed_;
+    std::uint32_t surplus_;  ///< processed frames that will come out before the first one to keep
+    std::vector<float> silenceLeft_, silenceRight_;
+};
+
+/// Whether every frame of `frames` passes untouched, whatever else happens.
+bool isBypassedThroughout(bool bypassed, const std::vector<AutomationEvent>& events,
+                          std::int64_t frames);
+
+}  // namespace qov::cli

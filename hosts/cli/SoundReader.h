@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace qov::cli {
+
+/// Strings that a file carries (title, artist, ...), by the sound file library's numbers.
+using Metadata = std::vector<std::pair<int, std::string>>;
+
+/// A stereo input of any length, read in order and in constant memory: any file that libsndfile
+/// reads, or standard input with a WAV or raw floats. Every fault of the input is thrown as
+/// Failure, with its name.
+class SoundReader {
+ public:
+    struct Options {
+        std::optional<int> rawRate;  ///< standard input is raw stereo float at this rate
+        bool upmix = false;          ///< mono is taken, as the same on both sides
+    };
+
+    /// path: "-" is standard input.
+    SoundReader(const std::string& path, Options options);
+    ~SoundReader();
+    SoundReader(const SoundReader&) = delete;
+    SoundReader& operator=(const SoundReader&) = delete;
+
+    int rate() const;
+    /// Container and subtype, as the sound file library numbers them.
+    int format() const;
+    /// Unknown for streams whose header does not say it.
+    std::optional<std::int64_t> frames() const;
+    Metadata metadata() const;
+
+    /// Reads up to `frames` frames and returns how many there were; fewer only at the end. Integers
+    /// become -1..1 by a power of two, so that up to 24 bits stay exact.
+    std::uint32_t read(float* left, float* right, std::uint32_t frames);
+    /// The same, interleaved and as the file has them; integers stand at the top of their 32 bits.
+    std::uint32_t readFrames(std::int32_t* samples, std::uint32_t frames);
+    std::uint32_t readFrames(float* samples, std::uint32_t frames);
+    std::uint32_t readFrames(double* samples, std::uint32_t frames);
+
+ private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace qov::cli

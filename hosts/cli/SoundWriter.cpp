@@ -1,0 +1,279 @@
+#include "hosts/cli/SoundWriter.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <fmt/format.h>
+#include <sndfile.h>
+
+#include "hosts/cli/Command.h"
+#include "hosts/cli/OutputPlace.h"
+#include "hosts/cli/SoundFormat.h"
+
+namespace qov::cli {
+namespace {
+
+constexpr std::uint32_t bufferFrames = 8192;
+/// From here on the sizes in a WAV header might not hold.
+constexpr std::int64_t largestWav = 0xFFF00000;
+/// What a header says of a length that nobody knows.
+constexpr std::uint32_t unknownLength = 0xFFFFFFFF;
+
+/// A descriptor that can't go back, as the sound file library's virtual file.
+struct Stream {
+    int descriptor;
+    std::int64_t bytes = 0;
+    int error = 0;
+
+    static sf_count_t length(void* self) { return tell(self); }
+    static sf_count_t tell(void* self) { return static_cast<Stream*>(self)->bytes; }
+    static sf_count_t seek(sf_count_t, int, void* self) { return tell(self); }
+    static sf_count_t read(void*, sf_count_t, void*) { return 0; }
+    static sf_count_t write(const void* from, sf_count_t count, void* self) {
+        auto& stream = *static_cast<Stream*>(self);
+        sf_count_t done = 0;
+        while (done < count) {
+            const auto put = ::write(stream.descriptor, static_cast<const char*>(from) + done,
+                                     static_cast<std::size_t>(count - done));
+            if (put < 0 && errno == EINTR) continue;
+            if (put < 0) stream.error = errno;
+            if (put <= 0) break;
+            done += put;
+        }
+        stream.bytes += done;
+        return done;
+    }
+};
+
+/// A file in memory; only a header is ever written into it.
+struct Memory {
+    std::vector<char> bytes;
+    std::size_t position = 0;
+
+    static sf_count_t length(void* self) { return std::ssize(static_cast<Memory*>(self)->bytes); }
+    static sf_count_t tell(void* self) {
+        return static_cast<sf_count_t>(static_cast<Memory*>(self)->position);
+    }
+    static sf_count_t seek(sf_count_t offset, int whence, void* self) {
+        const auto from = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? tell(self) : length(self);
+        static_cast<Memory*>(self)->position = static_cast<std::size_t>(from + offset);
+        return tell(self);
+    }
+    static sf_count_t read(void* to, sf_count_t count, void* self) {
+        auto& memory = *static_cast<Memory*>(self);
+        const auto left = memory.bytes.size() - std::min(memory.position, memory.bytes.size());
+        const auto n = std::min(static_cast<std::size_t>(count), left);
+        if (n > 0) std::memcpy(to, memory.bytes.data() + memory.position, n);
+        memory.position += n;
+        return static_cast<sf_count_t>(n);
+    }
+    static sf_count_t write(const void* from, sf_count_t count, void* self) {
+        auto& memory = *static_cast<Memory*>(self);
+        const auto end = memory.position + static_cast<std::size_t>(count);
+        if (memory.bytes.size() < end) memory.bytes.resize(end);
+        if (count > 0)
+            std::memcpy(memory.bytes.data() + memory.position, from,
+                        static_cast<std::size_t>(count));
+        memory.position = end;
+        return count;
+    }
+};
+
+void putLittleEndian(std::vector<char>& bytes, std::size_t at, std::uint32_t value) {
+    for (std::size_t i = 0; i < 4; ++i) bytes[at + i] = static_cast<char>(value >> (8 * i));
+}
+
+void prepare(SNDFILE* file, const Metadata& metadata) {
+    // The peak chunk holds the time of day: the same input would give another file every second.
+    sf_command(file, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+    for (const auto& [key, text] : metadata) sf_set_string(file, key, text.c_str());
+}
+
+/// The header of a WAV stream: made by the library for an empty file, with the sizes put in
+/// afterwards.
+std::vector<char> wavHeader(const SoundWriter::Shape& shape, const Metadata& metadata) {
+    Memory memory;
+    SF_VIRTUAL_IO io{Memory::length, Memory::seek, Memory::read, Memory::write, Memory::tell};
+    SF_INFO info{};
+    info.samplerate = shape.rate;
+    info.channels = 2;
+    info.format = SF_FORMAT_WAV | shape.subtype;
+    SNDFILE* const file = sf_open_virtual(&io, SFM_WRITE, &info, &memory);
+    if (!file) throw Failure(fmt::format("cannot make a WAV header: {}", sf_strerror(nullptr)));
+    prepare(file, metadata);
+    sf_command(file, SFC_UPDATE_HEADER_NOW, nullptr, 0);
+    auto header = memory.bytes;
+    sf_close(file);
+
+    const int bits = soundFormat::bitsOf(shape.subtype);
+    const bool isCompanded = shape.subtype == SF_FORMAT_ULAW || shape.subtype == SF_FORMAT_ALAW;
+    const int sampleBytes = shape.subtype == SF_FORMAT_DOUBLE ? 8
+                            : isCompanded                     ? 1
+                            : bits                            ? bits / 8
+                                                              : 4;
+    const std::int64_t dataBytes = shape.frames.value_or(largestWav) * 2 * sampleBytes;
+    const bool isKnown = shape.frames && dataBytes + std::ssize(header) < largestWav;
+    const auto orUnknown = [&](std::int64_t value) {
+        return isKnown ? static_cast<std::uint32_t>(value) : unknownLength;
+    };
+    putLittleEndian(header, 4, orUnknown(std::ssize(header) - 8 + dataBytes));
+    putLittleEndian(header, header.size() - 4, orUnknown(dataBytes));
+    constexpr std::string_view fact("fact\4\0\0\0", 8);
+    const auto at = std::search(header.begin(), header.end(), fact.begin(), fact.end());
+    if (at != header.end())
+        putLittleEndian(header, static_cast<std::size_t>(at - header.begin()) + fact.size(),
+                        orUnknown(shape.frames.value_or(0)));
+    return header;
+}
+
+}  // namespace
+
+struct SoundWriter::State {
+    State(const OutputPlace& outputPlace, const Shape& shape)
+        : place(outputPlace),
+          stream{outputPlace.descriptor()},
+          bits(soundFormat::bitsOf(shape.subtype)) {}
+
+    ~State() {
+        if (file) sf_close(file);
+    }
+
+    void openStream(const Shape& shape, const Metadata& metadata) {
+        if (!shape.isRaw) {
+            const auto header = wavHeader(shape, metadata);
+            if (Stream::write(header.data(), std::ssize(header), &stream) < std::ssize(header))
+                fail();
+            stream.bytes = 0;
+        }
+        SF_VIRTUAL_IO io{Stream::length, Stream::seek, Stream::read, Stream::write, Stream::tell};
+        SF_INFO info{};
+        info.samplerate = shape.rate;
+        info.channels = 2;
+        info.format = SF_FORMAT_RAW | shape.subtype | SF_ENDIAN_LITTLE;
+        file = sf_open_virtual(&io, SFM_WRITE, &info, &stream);
+    }
+
+    void openFile(const Shape& shape, const Metadata& metadata) {
+        SF_INFO info{};
+        info.samplerate = shape.rate;
+        info.channels = 2;
+        info.format = shape.container | shape.subtype;
+        const bool mayGrow = shape.container == SF_FORMAT_WAV &&
+                             shape.frames.value_or(largestWav) * 16 >= largestWav;
+        if (mayGrow) info.format = SF_FORMAT_RF64 | shape.subtype;
+        file = sf_open_fd(place.descriptor(), SFM_WRITE, &info, SF_FALSE);
+        if (!file) return;
+        if (mayGrow) sf_command(file, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
+        prepare(file, metadata);
+    }
+
+    template <typename Sample>
+    void writeWith(sf_count_t (*writef)(SNDFILE*, const Sample*, sf_count_t), const Sample* samples,
+                   std::uint32_t frames) {
+        errno = 0;
+        if (writef(file, samples, frames) < frames) fail();
+    }
+
+    /// The library wants the value at the top of 32 bits.
+    std::int32_t quantised(float sample) const {
+        const double value = std::isnan(sample) ? 0 : static_cast<double>(sample) * fullScale;
+        const double held = std::clamp(std::nearbyint(value), -fullScale, fullScale - 1);
+        return static_cast<std::int32_t>(held * step);
+    }
+
+    void flush() {
+        if (pending == 0) return;
+        if (bits > 0)
+            writeWith(sf_writef_int, integers.data(), pending);
+        else
+            writeWith(sf_writef_float, floats.data(), pending);
+        pending = 0;
+    }
+
+    [[noreturn]] void fail() const {
+        const int error = stream.error != 0 ? stream.error : errno;
+        if (error != 0) place.failToWrite(error);
+        throw Failure(fmt::format("{}: cannot write: {}", place.name(), sf_strerror(file)));
+    }
+
+    const OutputPlace& place;
+    Stream stream;
+    SNDFILE* file = nullptr;
+    const int bits;  ///< 0: written as floats
+    const double fullScale = std::ldexp(1.0, bits - 1);
+    const double step = std::ldexp(1.0, 32 - bits);
+    std::uint32_t pending = 0;
+    std::vector<std::int32_t> integers;
+    std::vector<float> floats;
+};
+
+SoundWriter::SoundWriter(const OutputPlace& place, const Shape& shape, const Metadata& metadata)
+    : state_(std::make_unique<State>(place, shape)) {
+    auto& state = *state_;
+    if (place.isStream())
+        state.openStream(shape, metadata);
+    else
+        state.openFile(shape, metadata);
+    if (!state.file)
+        throw Failure(fmt::format("{}: cannot write {} with {}: {}", place.name(),
+                                  soundFormat::nameOf(shape.container),
+                                  soundFormat::nameOf(shape.subtype), sf_strerror(nullptr)));
+    if (state.bits > 0)
+        state.integers.resize(2 * bufferFrames);
+    else
+        state.floats.resize(2 * bufferFrames);
+}
+
+SoundWriter::~SoundWriter() = default;
+
+void SoundWriter::write(const float* left, const float* right, std::uint32_t frames) {
+    auto& state = *state_;
+    while (frames > 0) {
+        const auto count = std::min(frames, bufferFrames - state.pending);
+        const auto begin = std::size_t{2} * state.pending;
+        for (std::uint32_t i = 0; i < count; ++i) {
+            if (state.bits > 0) {
+                state.integers[begin + 2 * i] = state.quantised(left[i]);
+                state.integers[begin + 2 * i + 1] = state.quantised(right[i]);
+            } else {
+                state.floats[begin + 2 * i] = left[i];
+                state.floats[begin + 2 * i + 1] = right[i];
+            }
+        }
+        state.pending += count;
+        left += count;
+        right += count;
+        frames -= count;
+        if (state.pending == bufferFrames) state.flush();
+    }
+}
+
+void SoundWriter::writeFrames(const std::int32_t* samples, std::uint32_t frames) {
+    state_->writeWith(sf_writef_int, samples, frames);
+}
+
+void SoundWriter::writeFrames(const float* samples, std::uint32_t frames) {
+    state_->writeWith(sf_writef_float, samples, frames);
+}
+
+void SoundWriter::writeFrames(const double* samples, std::uint32_t frames) {
+    state_->writeWith(sf_writef_double, samples, frames);
+}
+
+void SoundWriter::close() {
+    auto& state = *state_;
+    state.flush();
+    errno = 0;
+    const bool hasFailed = sf_error(state.file) != SF_ERR_NO_ERROR;
+    SNDFILE* const file = std::exchange(state.file, nullptr);
+    if (sf_close(file) != 0 || hasFailed || state.stream.error != 0) state.fail();
+}
+
+}  // namespace qov::cli

@@ -1,0 +1,77 @@
+#include "hosts/cli/drawFieldOf.h"
+
+#include <algorithm>
+#include <functional>
+#include <list>
+
+#include <fmt/format.h>
+
+#include "hosts/cli/Command.h"
+#include "hosts/cli/FieldPicture.h"
+#include "hosts/cli/OutputPlace.h"
+#include "hosts/cli/SoundReader.h"
+
+namespace qov::cli {
+namespace {
+
+constexpr std::uint32_t chunkFrames = 8192;
+constexpr double airAround = 1.06;  // between the farthest frames and the plot's edge
+constexpr double smallestScale = 1e-4;
+
+using Take = std::function<void(const float* left, const float* right, std::uint32_t frames)>;
+
+void readAll(const std::string& path, const Take& take) {
+    SoundReader reader(path, {.rawRate = {}, .upmix = true});
+    std::vector<float> left(chunkFrames);
+    std::vector<float> right(chunkFrames);
+    std::uint32_t frames = 0;
+    do {
+        frames = reader.read(left.data(), right.data(), chunkFrames);
+        take(left.data(), right.data(), frames);
+    } while (frames == chunkFrames);
+}
+
+PictureKind kindOf(const std::string& path) {
+    if (path.ends_with(".png")) return PictureKind::png;
+    if (path.ends_with(".svg")) return PictureKind::svg;
+    throw Failure(fmt::format("{}: a picture ends in .png or .svg", path), 2);
+}
+
+std::string titleOf(const std::string& path) {
+    const auto file = path.substr(path.rfind('/') + 1);
+    return file.substr(0, file.rfind('.'));
+}
+
+}  // namespace
+
+void drawFieldOf(const std::vector<std::string>& inputs, const std::string& output) {
+    const auto kind = kindOf(output);
+    std::list<StereoField> fields;
+    std::vector<FieldPanel> panels;
+    double scale = smallestScale;
+    for (const auto& path : inputs) {
+        if (path == "-")
+            throw Failure("field reads its files twice; standard input can't be one", 2);
+        if (isSameFile(path, output))
+            throw Failure(fmt::format("{}: is an input, too; write to another file", output), 2);
+        const SoundReader reader(path, {.rawRate = {}, .upmix = true});
+        const auto frames = reader.frames().value_or(0);
+        auto& field = fields.emplace_back(frames, fieldSlices, fieldSide);
+        readAll(path, [&](auto... chunk) { field.measure(chunk...); });
+        scale = std::max(scale, field.reach() * airAround);
+        panels.push_back({titleOf(path),
+                          fmt::format("{:.1f} s, {} Hz",
+                                      static_cast<double>(frames) / reader.rate(), reader.rate()),
+                          &field, reader.rate()});
+    }
+    auto field = fields.begin();
+    for (const auto& path : inputs) {
+        readAll(path, [&](auto... chunk) { field->trace(chunk..., scale); });
+        ++field;
+    }
+    OutputPlace place(output);
+    drawField(panels, kind, place);
+    place.commit();
+}
+
+}  // namespace qov::cli

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace qov::cli {
+
+/// Draws the stereo field of one or two sound files, side by side and to one scale, into a PNG or
+/// SVG file. Throws Failure where a file or the picture is at fault.
+void drawFieldOf(const std::vector<std::string>& inputs, const std::string& output);
+
+}  // namespace qov::cli

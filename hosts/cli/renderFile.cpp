@@ -1,0 +1,142 @@
+#include "hosts/cli/renderFile.h"
+
+#include <algorithm>
+#include <limits>
+
+#include <fmt/format.h>
+#include <sndfile.h>
+
+#include "hosts/cli/Command.h"
+#include "hosts/cli/Effect.h"
+#include "hosts/cli/OutputPlace.h"
+#include "hosts/cli/Parameters.h"
+#include "hosts/cli/Progress.h"
+#include "hosts/cli/SoundFormat.h"
+#include "hosts/cli/SoundReader.h"
+#include "hosts/cli/SoundWriter.h"
+
+namespace qov::cli {
+namespace {
+
+/// Frames that are read at a time; a rendering reads the nearest lower multiple of its block.
+constexpr std::uint32_t chunkFrames = 8192;
+
+SoundWriter::Shape shapeOf(const RenderJob& job, const OutputPlace& place,
+                           const SoundReader& reader) {
+    const int rate = reader.rate();
+    const auto frames = reader.frames();
+    if (job.rawRate && place.isStream()) {
+        if (*job.rawRate != rate)
+            throw Failure(fmt::format("--raw {}: {} is at {} Hz, and kelvane does not resample",
+                                      *job.rawRate, job.input, rate),
+                          2);
+        return {SF_FORMAT_RAW, SF_FORMAT_FLOAT, rate, frames, true};
+    }
+    int format = SF_FORMAT_WAV;
+    if (!job.format.empty()) {
+        format = soundFormat::containerNamed(job.format);
+        if (format == 0)
+            throw Failure(fmt::format("--format {}: not a format; take wav, flac, aiff, w64, rf64, "
+                                      "caf, au, ogg, opus or mp3",
+                                      job.format),
+                          2);
+    } else if (!place.isStream()) {
+        format = soundFormat::containerOf(job.output);
+    }
+    const int container = format & SF_FORMAT_TYPEMASK;
+    if (place.isStream() && container != SF_FORMAT_WAV)
+        throw Failure(fmt::format("{}: takes wav, or raw floats with --raw; {} needs a file",
+                                  place.name(), soundFormat::nameOf(container)),
+                      2);
+    int subtype = format & SF_FORMAT_SUBMASK;
+    if (!job.subtype.empty())
+        subtype = soundFormat::subtypeNamed(job.subtype);
+    else if (subtype == 0)
+        subtype = soundFormat::subtypeFor(container, reader.format(), rate);
+    if (!soundFormat::isWritable(container, subtype, rate))
+        throw Failure(fmt::format("{}: {} files don't take {} samples in stereo at {} Hz",
+                                  place.name(), soundFormat::nameOf(container),
+                                  soundFormat::nameOf(subtype), rate));
+    if (place.isStream() && subtype != SF_FORMAT_FLOAT && subtype != SF_FORMAT_DOUBLE &&
+        soundFormat::bitsOf(subtype) == 0)
+        throw Failure(fmt::format("{}: takes plain samples; {} needs a file", place.name(),
+                                  soundFormat::nameOf(subtype)),
+                      2);
+    return {container, subtype, rate, frames};
+}
+
+template <typename Sample>
+void copyFrames(SoundReader& reader, SoundWriter& writer, Progress& progress) {
+    std::vector<Sample> samples(std::size_t{2} * chunkFrames);
+    std::uint32_t frames = 0;
+    do {
+        frames = reader.readFrames(samples.data(), chunkFrames);
+        writer.writeFrames(samples.data(), frames);
+        progress.advance(frames);
+    } while (frames == chunkFrames);
+}
+
+/// Copies without a way through floats where that would cost bits. False: floats lose nothing.
+bool copyExactly(SoundReader& reader, SoundWriter& writer, int subtype, Progress& progress) {
+    using soundFormat::Carrier;
+    const auto from = soundFormat::carrierOf(reader.format());
+    if (from == Carrier::doubles && subtype == SF_FORMAT_DOUBLE) {
+        copyFrames<double>(reader, writer, progress);
+        return true;
+    }
+    if (from == Carrier::integers &&
+        soundFormat::bitsOf(subtype) >= soundFormat::bitsOf(reader.format())) {
+        copyFrames<std::int32_t>(reader, writer, progress);
+        return true;
+    }
+    return false;
+}
+
+void process(const RenderJob& job, std::vector<AutomationEvent> events, bool bypassed,
+             SoundReader& reader, SoundWriter& writer, Progress& progress) {
+    Effect effect(reader.rate());
+    for (const auto& [address, value] : job.settings) effect.set(address, value);
+    Renderer renderer(effect, std::move(events), job.block, job.timing, bypassed,
+                      [&](const float* left, const float* right, std::uint32_t frames) {
+                          writer.write(left, right, frames);
+                      });
+    const std::uint32_t chunk = chunkFrames / job.block * job.block;
+    std::vector<float> left(chunk);
+    std::vector<float> right(chunk);
+    std::uint32_t frames = 0;
+    do {
+        frames = reader.read(left.data(), right.data(), chunk);
+        renderer.process(left.data(), right.data(), frames);
+        progress.advance(frames);
+    } while (frames == chunk);
+    renderer.finish();
+}
+
+}  // namespace
+
+void renderFile(const RenderJob& job) {
+    if (job.input != "-" && job.output != "-" && isSameFile(job.input, job.output))
+        throw Failure(fmt::format("{}: is the input, too; write to another file", job.output), 2);
+    if (isSameFile(job.automation, job.output))
+        throw Failure(fmt::format("{}: is the automation, too; write to another file", job.output),
+                      2);
+    SoundReader reader(job.input, {job.input == "-" ? job.rawRate : std::nullopt, job.upmix});
+    std::vector<AutomationEvent> events;
+    if (!job.automation.empty()) events = readAutomation(job.automation, reader.rate());
+    bool bypassed = false;
+    for (const auto& [address, value] : job.settings)
+        if (address == bypassAddress) bypassed = value > 0.5F;
+
+    OutputPlace place(job.output);
+    const auto shape = shapeOf(job, place, reader);
+    SoundWriter writer(place, shape, reader.metadata());
+    Progress progress(job.showProgress, reader.frames(), reader.rate());
+    const auto length = reader.frames().value_or(std::numeric_limits<std::int64_t>::max());
+    if (!isBypassedThroughout(bypassed, events, length) ||
+        !copyExactly(reader, writer, shape.subtype, progress))
+        process(job, std::move(events), bypassed, reader, writer, progress);
+    writer.close();
+    place.commit();
+}
+
+}  // namespace qov::cli

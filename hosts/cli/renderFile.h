@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "hosts/cli/Renderer.h"
+
+namespace qov::cli {
+
+/// One rendering from an input to an output. "-" stands for standard input and output.
+struct RenderJob {
+    std::string input;
+    std::string output;
+    std::optional<int> rawRate;  ///< "-" is raw stereo float at this rate instead of WAV
+    bool upmix = false;
+    std::string format;   ///< by name; empty: by the output's ending
+    std::string subtype;  ///< by name; empty: the input's, or the best that fits
+
+    std::vector<std::pair<std::uint64_t, float>> settings;  ///< address and value, in order
+    std::string automation;                                 ///< path; empty for none
+    std::uint32_t block = 512;
+    Timing timing = Timing::aligned;
+    bool showProgress = false;
+};
+
+/// Does it. Throws Failure where input, automation or output are at fault; the output then is as it
+/// was.
+void renderFile(const RenderJob& job);
+
+}  // namespace qov::cli

@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string_view>
+
+namespace qov::cli {
+
+/// The text of tour.automation, which goes with playPhrase().
+std::string_view tourAutomation();
+
+}  // namespace qov::cli

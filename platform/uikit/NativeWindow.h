@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "platform/coregraphics/CGGeometry.h"
+
+namespace platform {
+
+class UIWindow;
+
+enum class Key { other, left, right, up, down, space, escape };
+
+struct KeyStroke {
+    Key key = Key::other;
+    bool shift = false;
+};
+
+/// A window on the screen that shows a UIWindow and feeds it with touches. Works inside the run
+/// loop that was current when it was opened: it draws at the end of each turn, what has changed.
+/// The mouse's first button is one touch, a touch screen gives as many as there are fingers; a
+/// trackpad's pinch and the wheel with Ctrl are pinches. Main thread.
+class NativeWindow {
+ public:
+    struct Options {
+        std::string title;
+        /// A foreign window that it is to live in; 0 for a window of its own.
+        std::uint64_t parent = 0;
+        /// Pixels a point; 0 for what the desktop says.
+        CGFloat scale = 0;
+        /// Smallest size that the desktop lets the user choose, in points.
+        CGSize minimumSize{1, 1};
+    };
+
+    /// Gives `content` the screen's scale and keeps its size. Not shown yet. Null, with a line
+    /// about why in *error, where there is no screen to show it on.
+    static std::unique_ptr<NativeWindow> open(std::shared_ptr<UIWindow> content,
+                                              const Options& options, std::string* error);
+
+    NativeWindow(const NativeWindow&) = delete;
+    NativeWindow& operator=(const NativeWindow&) = delete;
+    /// Cancels the touches that are down, then closes. Not from inside one of the callbacks.
+    virtual ~NativeWindow() = default;
+
+    virtual void show() = 0;
+    virtual void hide() = 0;
+    /// Points.
+    virtual void setSize(CGSize size) = 0;
+    /// Names it to the system: an X11 window.
+    virtual std::uint64_t handle() const = 0;
+    /// Where the mouse is over the window, in points.
+    virtual std::optional<CGPoint> pointer() const = 0;
+    /// False once the screen is gone; everything else does nothing then.
+    virtual bool isAlive() const = 0;
+
+    /// The user asks to close it.
+    std::function<void()> onClose;
+    /// The screen, or the window it lived in, is gone.
+    std::function<void()> onLost;
+    /// True if the key meant something.
+    std::function<bool(const KeyStroke& key)> onKey;
+    /// The wheel without Ctrl, in steps, up counts positive. What it leaves (false) zooms.
+    std::function<bool(CGPoint at, int steps)> onWheel;
+    /// It has another size now, in points.
+    std::function<void(CGSize size)> onResize;
+
+ protected:
+    NativeWindow() = default;
+};
+
+}  // namespace platform

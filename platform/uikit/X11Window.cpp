@@ -1,0 +1,488 @@
+// The X11 back end of NativeWindow: Xlib for the window, XInput 2 for fingers and trackpads. The
+// picture is painted in memory, and what changes of it is sent to the server.
+
+#include <X11/XKBlib.h>
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <X11/extensions/XInput2.h>
+#include <X11/keysym.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdlib>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "platform/coregraphics/CGBitmapContext.h"
+#include "platform/dispatch/RunLoop.h"
+#include "platform/uikit/NativeWindow.h"
+#include "platform/uikit/UITouch.h"
+#include "platform/uikit/UIWindow.h"
+
+namespace platform {
+namespace {
+
+constexpr std::int64_t kMouse = -1;  // the touch identifier of the mouse; fingers count from 0
+constexpr CGFloat kZoomStep = 1.1;   // of one notch of the wheel
+constexpr CGFloat kUsualDpi = 96;
+
+// Errors. Xlib's own way with them is to end the process, which is not ours to end: inside a
+// plug-in it is the host's. Errors of our connections are swallowed, all others passed on.
+
+class Connections {
+ public:
+    static Connections& shared() {
+        static auto& connections = *new Connections;
+        return connections;
+    }
+
+    void add(Display* display) {
+        const std::lock_guard lock(mutex_);
+        if (displays_.empty()) {
+            before_ = XSetErrorHandler(onError);
+            beforeIO_ = XSetIOErrorHandler(onIOError);
+        }
+        displays_.push_back(display);
+    }
+
+    /// The code behind the handlers may be unloaded with the last window.
+    void remove(Display* display) {
+        const std::lock_guard lock(mutex_);
+        std::erase(displays_, display);
+        if (!displays_.empty()) return;
+        if (const auto now = XSetErrorHandler(before_); now != onError) XSetErrorHandler(now);
+        if (const auto now = XSetIOErrorHandler(beforeIO_); now != onIOError)
+            XSetIOErrorHandler(now);
+    }
+
+ private:
+    bool owns(Display* display) {
+        const std::lock_guard lock(mutex_);
+        return std::ranges::find(displays_, display) != displays_.end();
+    }
+
+    static int onError(Display* display, XErrorEvent* event) {
+        auto& all = shared();
+        return all.owns(display) || !all.before_ ? 0 : all.before_(display, event);
+    }
+
+    static int onIOError(Display* display) {
+        auto& all = shared();
+        return all.owns(display) || !all.beforeIO_ ? 0 : all.beforeIO_(display);
+    }
+
+    std::mutex mutex_;
+    std::vector<Display*> displays_;
+    XErrorHandler before_ = nullptr;
+    XIOErrorHandler beforeIO_ = nullptr;
+};
+
+CGFloat desktopScale(Display* display) {
+    const char* text = XGetDefault(display, "Xft", "dpi");
+    const double dpi = text ? std::strtod(text, nullptr) : kUsualDpi;
+    // Quarters only: in between, no edge of the panel would fall on a pixel.
+    const double scale = std::round(dpi / kUsualDpi * 4) / 4;
+    return std::isfinite(scale) ? std::clamp(scale, 1.0, 4.0) : 1.0;
+}
+
+Key keyOf(KeySym symbol) {
+    switch (symbol) {
+        case XK_Left:
+        case XK_KP_Left:
+            return Key::left;
+        case XK_Right:
+        case XK_KP_Right:
+            return Key::right;
+        case XK_Up:
+        case XK_KP_Up:
+            return Key::up;
+        case XK_Down:
+        case XK_KP_Down:
+            return Key::down;
+        case XK_space:
+            return Key::space;
+        case XK_Escape:
+            return Key::escape;
+        default:
+            return Key::other;
+    }
+}
+
+class X11Window final : public NativeWindow {
+ public:
+    X11Window(Display* display, std::shared_ptr<UIWindow> content)
+        : display_(display),
+          content_(std::move(content)),
+          loop_(RunLoop::current().shared_from_this()) {
+        Connections::shared().add(display_);
+        XSetIOErrorExitHandler(
+            display_, [](Display*, void* self) { static_cast<X11Window*>(self)->lost_ = true; },
+            this);
+    }
+
+    ~X11Window() override {
+        content_->cancelTouches();
+        detach();
+        // A window that died with its parent, or with its server, is not there to be destroyed.
+        if (window_ && !lost_) XDestroyWindow(display_, window_);
+        XCloseDisplay(display_);
+        Connections::shared().remove(display_);
+    }
+
+    bool create(const Options& options, std::string* error);
+
+    void show() override {
+        if (!isAlive()) return;
+        XMapWindow(display_, window_);
+        XFlush(display_);
+    }
+
+    void hide() override {
+        if (!isAlive()) return;
+        XUnmapWindow(display_, window_);
+        XFlush(display_);
+    }
+
+    void setSize(CGSize size) override {
+        if (!isAlive()) return;
+        content_->setSize(size);
+        XResizeWindow(display_, window_, pixels(size.width), pixels(size.height));
+    }
+
+    std::uint64_t handle() const override { return window_; }
+    std::optional<CGPoint> pointer() const override { return pointer_; }
+    bool isAlive() const override { return window_ && !lost_; }
+
+ private:
+    unsigned pixels(CGFloat points) const {
+        return static_cast<unsigned>(
+            std::clamp<CGFloat>(std::round(points * content_->scale()), 1, 32767));
+    }
+    CGPoint points(double x, double y) const {
+        return {x / content_->scale(), y / content_->scale()};
+    }
+
+    void selectTouches();
+    void attach();
+    void detach();
+    void turn();
+    void handleEvents();
+    void handle(XEvent& event);
+    void handleCookie(XGenericEventCookie& cookie);
+    void handleButton(const XButtonEvent& event);
+    void handleKey(XKeyEvent& event);
+    void handleSize(int width, int height);
+    void present();
+    void put(const UIWindow::PixelRect& rect);
+
+    Display* display_;
+    std::shared_ptr<UIWindow> content_;
+    std::shared_ptr<RunLoop> loop_;
+    ::Window window_ = 0;
+    Visual* visual_ = nullptr;
+    int depth_ = 0;
+    GC gc_ = nullptr;
+    Atom deleteWindow_ = 0;
+    int touchOpcode_ = -1;
+    std::optional<RunLoop::ObserverID> observer_;
+    std::vector<UIWindow::PixelRect> exposed_;
+    std::optional<CGPoint> pointer_;
+    bool mouseDown_ = false;
+    bool lost_ = false;
+    bool toldLost_ = false;
+};
+
+// Opening
+
+bool X11Window::create(const Options& options, std::string* error) {
+    const int screen = DefaultScreen(display_);
+    XVisualInfo info;
+    if (!XMatchVisualInfo(display_, screen, 24, TrueColor, &info) || info.red_mask != 0xff0000 ||
+        info.green_mask != 0xff00 || info.blue_mask != 0xff) {
+        if (error) *error = "the screen shows no 24-bit colours in the order red, green, blue";
+        return false;
+    }
+    visual_ = info.visual;
+    depth_ = info.depth;
+    content_->setScale(options.scale > 0 ? options.scale : desktopScale(display_));
+
+    const auto root = RootWindow(display_, screen);
+    const auto parent = options.parent ? static_cast<::Window>(options.parent) : root;
+    XSetWindowAttributes attributes{};
+    attributes.colormap = XCreateColormap(display_, root, visual_, AllocNone);
+    attributes.bit_gravity = NorthWestGravity;
+    attributes.event_mask = ExposureMask | StructureNotifyMask | ButtonPressMask |
+                            ButtonReleaseMask | PointerMotionMask | EnterWindowMask |
+                            LeaveWindowMask | KeyPressMask;
+    const auto size = content_->bounds().size;
+    window_ = XCreateWindow(display_, parent, 0, 0, pixels(size.width), pixels(size.height), 0,
+                            depth_, InputOutput, visual_,
+                            CWColormap | CWBitGravity | CWEventMask | CWBorderPixel, &attributes);
+    gc_ = XCreateGC(display_, window_, 0, nullptr);
+
+    const auto atom = [&](const char* name) { return XInternAtom(display_, name, False); };
+    deleteWindow_ = atom("WM_DELETE_WINDOW");
+    XSetWMProtocols(display_, window_, &deleteWindow_, 1);
+    XStoreName(display_, window_, options.title.c_str());
+    XChangeProperty(display_, window_, atom("_NET_WM_NAME"), atom("UTF8_STRING"), 8,
+                    PropModeReplace, reinterpret_cast<const unsigned char*>(options.title.data()),
+                    static_cast<int>(options.title.size()));
+    const long process = getpid();
+    XChangeProperty(display_, window_, atom("_NET_WM_PID"), XA_CARDINAL, 32, PropModeReplace,
+                    reinterpret_cast<const unsigned char*>(&process), 1);
+    XSizeHints hints{};
+    hints.flags = PMinSize;
+    hints.min_width = static_cast<int>(pixels(options.minimumSize.width));
+    hints.min_height = static_cast<int>(pixels(options.minimumSize.height));
+    XSetWMNormalHints(display_, window_, &hints);
+    if (options.parent) {
+        const std::array<long, 2> embedding{0, 1};  // protocol version, "wants to be mapped"
+        XChangeProperty(display_, window_, atom("_XEMBED_INFO"), atom("_XEMBED_INFO"), 32,
+                        PropModeReplace, reinterpret_cast<const unsigned char*>(embedding.data()),
+                        static_cast<int>(embedding.size()));
+    }
+    // A key that is held down repeats without releases in between.
+    XkbSetDetectableAutoRepeat(display_, True, nullptr);
+    selectTouches();
+    XSync(display_, False);
+    XWindowAttributes made;
+    if (lost_ || !XGetWindowAttributes(display_, window_, &made)) {
+        if (error)
+            *error = options.parent ? "the window to live in does not exist"
+                                    : "the X server does not give a window";
+        window_ = 0;
+        return false;
+    }
+    attach();
+    return true;
+}
+
+void X11Window::selectTouches() {
+    int opcode, event, errorBase, major = 2, minor = 4;
+    if (!XQueryExtension(display_, "XInputExtension", &opcode, &event, &errorBase) ||
+        XIQueryVersion(display_, &major, &minor) != Success || (major == 2 && minor < 2))
+        return;
+    touchOpcode_ = opcode;
+    std::array<unsigned char, XIMaskLen(XI_LASTEVENT)> bits{};
+    for (const int type : {XI_TouchBegin, XI_TouchUpdate, XI_TouchEnd})
+        XISetMask(bits.data(), type);
+    if (major > 2 || minor >= 4)
+        for (const int type : {XI_GesturePinchBegin, XI_GesturePinchUpdate, XI_GesturePinchEnd})
+            XISetMask(bits.data(), type);
+    XIEventMask mask{XIAllMasterDevices, static_cast<int>(bits.size()), bits.data()};
+    XISelectEvents(display_, window_, &mask, 1);
+}
+
+// The run loop
+
+void X11Window::attach() {
+    loop_->addFileDescriptor(ConnectionNumber(display_), [this] { handleEvents(); });
+    observer_ = loop_->addBeforeWaiting([this] { turn(); });
+}
+
+void X11Window::detach() {
+    if (!observer_) return;
+    loop_->removeFileDescriptor(ConnectionNumber(display_));
+    loop_->removeBeforeWaiting(*observer_);
+    observer_.reset();
+}
+
+void X11Window::turn() {
+    // Events may have come along with an answer of the server; no descriptor tells of those.
+    handleEvents();
+    if (isAlive()) present();
+    if (isAlive() || toldLost_) return;
+    toldLost_ = true;
+    detach();
+    content_->cancelTouches();
+    if (onLost) onLost();
+}
+
+void X11Window::handleEvents() {
+    while (isAlive() && XPending(display_) > 0) {
+        XEvent event;
+        XNextEvent(display_, &event);
+        handle(event);
+    }
+}
+
+void X11Window::handle(XEvent& event) {
+    switch (event.type) {
+        case Expose: {
+            const auto& e = event.xexpose;
+            exposed_.push_back({e.x, e.y, e.width, e.height});
+            break;
+        }
+        case ConfigureNotify:
+            handleSize(event.xconfigure.width, event.xconfigure.height);
+            break;
+        case UnmapNotify:
+            content_->cancelTouches();
+            break;
+        case DestroyNotify:
+            if (event.xdestroywindow.window == window_) window_ = 0;
+            break;
+        case ButtonPress:
+        case ButtonRelease:
+            handleButton(event.xbutton);
+            break;
+        case MotionNotify:
+            pointer_ = points(event.xmotion.x, event.xmotion.y);
+            if (mouseDown_)
+                content_->deliverTouch(kMouse, UITouchPhase::moved, *pointer_, loop_->now());
+            break;
+        case EnterNotify:
+            pointer_ = points(event.xcrossing.x, event.xcrossing.y);
+            break;
+        case LeaveNotify:
+            pointer_.reset();
+            break;
+        case KeyPress:
+            handleKey(event.xkey);
+            break;
+        case MappingNotify:
+            XRefreshKeyboardMapping(&event.xmapping);
+            break;
+        case ClientMessage:
+            if (static_cast<Atom>(event.xclient.data.l[0]) == deleteWindow_ && onClose) onClose();
+            break;
+        case GenericEvent:
+            if (event.xcookie.extension == touchOpcode_ &&
+                XGetEventData(display_, &event.xcookie)) {
+                handleCookie(event.xcookie);
+                XFreeEventData(display_, &event.xcookie);
+            }
+            break;
+        default:
+            break;
+    }
+}
+
+void X11Window::handleButton(const XButtonEvent& event) {
+    const auto place = points(event.x, event.y);
+    const bool pressed = event.type == ButtonPress;
+    pointer_ = place;
+    switch (event.button) {
+        case Button1:
+            mouseDown_ = pressed;
+            content_->deliverTouch(kMouse, pressed ? UITouchPhase::began : UITouchPhase::ended,
+                                   place, loop_->now());
+            break;
+        case Button4:
+        case Button5: {
+            if (!pressed) break;
+            const bool up = event.button == Button4;
+            if ((event.state & ControlMask) || !onWheel || !onWheel(place, up ? 1 : -1))
+                content_->deliverZoomStep(place, up ? kZoomStep : 1 / kZoomStep, loop_->now());
+            break;
+        }
+        default:
+            break;
+    }
+}
+
+void X11Window::handleKey(XKeyEvent& event) {
+    const auto symbol = XLookupKeysym(&event, 0);
+    if (onKey) onKey({keyOf(symbol), (event.state & ShiftMask) != 0});
+}
+
+void X11Window::handleCookie(XGenericEventCookie& cookie) {
+    const auto touch = [&](UITouchPhase phase) {
+        const auto& e = *static_cast<XIDeviceEvent*>(cookie.data);
+        content_->deliverTouch(e.detail, phase, points(e.event_x, e.event_y), loop_->now());
+    };
+    const auto pinch = [&](UITouchPhase phase) {
+        const auto& e = *static_cast<XIGesturePinchEvent*>(cookie.data);
+        const bool cancelled =
+            phase == UITouchPhase::ended && (e.flags & XIGesturePinchEventCancelled);
+        content_->deliverPinch(cancelled ? UITouchPhase::cancelled : phase,
+                               points(e.event_x, e.event_y), e.scale, loop_->now());
+    };
+    switch (cookie.evtype) {
+        case XI_TouchBegin:
+            touch(UITouchPhase::began);
+            break;
+        case XI_TouchUpdate:
+            touch(UITouchPhase::moved);
+            break;
+        case XI_TouchEnd:
+            touch(UITouchPhase::ended);
+            break;
+        case XI_GesturePinchBegin:
+            pinch(UITouchPhase::began);
+            break;
+        case XI_GesturePinchUpdate:
+            pinch(UITouchPhase::moved);
+            break;
+        case XI_GesturePinchEnd:
+            pinch(UITouchPhase::ended);
+            break;
+        default:
+            break;
+    }
+}
+
+void X11Window::handleSize(int width, int height) {
+    const auto now = content_->bounds().size;
+    if (pixels(now.width) == static_cast<unsigned>(width) &&
+        pixels(now.height) == static_cast<unsigned>(height))
+        return;
+    const auto size = points(width, height);
+    content_->setSize({size.x, size.y});
+    if (onResize) onResize({size.x, size.y});
+}
+
+// The picture
+
+void X11Window::present() {
+    auto changed = content_->update();
+    changed.insert(changed.end(), exposed_.begin(), exposed_.end());
+    exposed_.clear();
+    for (const auto& rect : changed) put(rect);
+    if (!changed.empty()) XFlush(display_);
+}
+
+void X11Window::put(const UIWindow::PixelRect& rect) {
+    const auto* picture = content_->picture();
+    if (!picture) return;
+    const int width = std::min(rect.width, picture->pixelWidth() - rect.x);
+    const int height = std::min(rect.height, picture->pixelHeight() - rect.y);
+    if (width <= 0 || height <= 0) return;
+    // Xlib only reads it; the image borrows the picture's memory.
+    auto* data = const_cast<std::uint32_t*>(picture->pixels().data());
+    auto* image =
+        XCreateImage(display_, visual_, static_cast<unsigned>(depth_), ZPixmap, 0,
+                     reinterpret_cast<char*>(data), static_cast<unsigned>(picture->pixelWidth()),
+                     static_cast<unsigned>(picture->pixelHeight()), 32, 0);
+    if (!image) return;
+    image->byte_order = std::endian::native == std::endian::little ? LSBFirst : MSBFirst;
+    XPutImage(display_, window_, gc_, image, rect.x, rect.y, rect.x, rect.y,
+              static_cast<unsigned>(width), static_cast<unsigned>(height));
+    image->data = nullptr;
+    XDestroyImage(image);
+}
+
+}  // namespace
+
+std::unique_ptr<NativeWindow> NativeWindow::open(std::shared_ptr<UIWindow> content,
+                                                 const Options& options, std::string* error) {
+    auto* display = XOpenDisplay(nullptr);
+    if (!display) {
+        const char* name = std::getenv("DISPLAY");
+        if (error)
+            *error = name && *name
+                         ? "no X server answers at the display '" + std::string(name) + "'"
+                         : "no X server: the environment variable DISPLAY is not set";
+        return nullptr;
+    }
+    auto window = std::make_unique<X11Window>(display, std::move(content));
+    if (!window->create(options, error)) return nullptr;
+    return window;
+}
+
+}  // namespace platform

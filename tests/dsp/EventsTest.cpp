@@ -1,0 +1,146 @@
+// How a cycle is split at the times of its events.
+
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "tests/dsp/KernelRig.h"
+
+namespace {
+
+using namespace qov;
+using namespace qov::test;
+
+// Writes down what a cycle asks of a kernel: p for process, e for a parameter, m for MIDI.
+class Recorder final : public DSPKernel {
+ public:
+    void process(std::uint32_t frameCount, std::uint32_t bufferOffset) override {
+        log << "p" << frameCount << "@" << bufferOffset << " ";
+    }
+    void handleMIDIEvent(const platform::AUMIDIEvent& event) override {
+        log << "m" << int{event.data[1]} << " ";
+    }
+    void startRamp(std::uint64_t address, float, std::uint32_t duration) override {
+        log << "e" << address << (duration ? "r" : "") << " ";
+    }
+    std::ostringstream log;
+};
+
+struct Case {
+    const char* name;
+    double start;
+    std::uint32_t frames;
+    std::vector<std::pair<std::int64_t, int>> events;  // time, address
+    const char* expected;
+};
+
+void PrintTo(const Case& one, std::ostream* out) {
+    *out << one.name;
+}
+
+class EventSplitting : public testing::TestWithParam<Case> {};
+
+TEST_P(EventSplitting, CallsForSegmentsAndEventsInOrder) {
+    std::vector<platform::AURenderEvent> events;
+    for (const auto& [time, address] : GetParam().events)
+        events.push_back(parameterEvent(time, static_cast<std::uint64_t>(address), 0));
+    Recorder kernel;
+    kernel.processWithEvents({.mSampleTime = GetParam().start}, GetParam().frames, linked(events));
+    EXPECT_EQ(kernel.log.str(), GetParam().expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, EventSplitting,
+    testing::Values(
+        Case{"none", 0, 64, {}, "p64@0 "}, Case{"emptyCycleDropsItsEvents", 0, 0, {{0, 1}}, ""},
+        Case{"onTheFirstFrame", 100, 64, {{100, 1}}, "e1 p64@0 "},
+        Case{"inTheMiddle", 100, 64, {{110, 1}, {130, 2}}, "p10@0 e1 p20@10 e2 p34@30 "},
+        Case{"twoAtOneTime", 0, 64, {{10, 1}, {10, 2}}, "p10@0 e1 e2 p54@10 "},
+        Case{"late", 100, 64, {{50, 1}, {60, 2}}, "e1 e2 p64@0 "},
+        Case{"outOfOrderTakesEffectAtOnce",
+             0,
+             64,
+             {{20, 1}, {5, 2}, {30, 3}},
+             "p20@0 e1 e2 p10@20 e3 p34@30 "},
+        Case{"atTheEndNoMoreSegment", 0, 64, {{64, 1}, {64, 2}}, "p64@0 e1 e2 "},
+        Case{"afterTheEndIsLeftWhereTheCycleIsFull", 0, 64, {{64, 1}, {65, 2}}, "p64@0 e1 "},
+        Case{"beyondTheEndStretchesTheSegment",
+             0,
+             64,
+             {{70, 1}, {80, 2}},
+             "p70@0 e1 p10@70 e2 p4294967280@80 "},
+        Case{"timeIsTruncatedTowardZero", -0.9, 64, {{3, 1}}, "p3@0 e1 p61@3 "},
+        Case{"timeThatIsNoNumberIsZero", NAN, 64, {{3, 1}}, "p3@0 e1 p61@3 "},
+        Case{"timeBeyondTheClockSaturates", 1e300, 64, {{INT64_MAX - 1, 1}}, "e1 p64@0 "}),
+    [](const auto& one) { return std::string(one.param.name); });
+
+TEST(Events, ArePassedOnByTheirType) {
+    const auto kind = [](std::uint8_t type) {
+        auto event = parameterEvent(0, 7, 1);
+        event.parameter.rampDurationSampleFrames = 5;
+        event.head.eventType = static_cast<platform::AURenderEventType>(type);
+        return event;
+    };
+    Recorder kernel;
+    kernel.handleOneEvent(nullptr);
+    for (const std::uint8_t type : {0, 1, 2, 3, 7, 9, 10, 255}) {
+        const auto event = kind(type);
+        kernel.handleOneEvent(&event);
+    }
+    const auto midi = midiEvent(0, 0xB0, 42, 0);
+    kernel.handleOneEvent(&midi);
+    EXPECT_EQ(kernel.log.str(), "e7r e7r m42 ");
+}
+
+struct Message {
+    std::vector<int> bytes;
+    int length;
+    float volume, pan, width;  // the parameters afterwards; 0.5 before
+};
+
+TEST(Events, MidiControllersSetThreeParametersOnAnyChannel) {
+    const float half = 0.5f;
+    for (const Message& message : std::vector<Message>{
+             {{0xB0, 7, 127}, 3, 1, half, half},
+             {{0xBF, 7, 0}, 3, 0, half, half},
+             {{0xB3, 10, 64}, 3, half, 64.0f / 127.0f, half},
+             {{0xB0, 11, 1}, 3, half, half, 1.0f / 127.0f},
+             {{0xB0, 11, 100}, 1, half, half, 100.0f / 127.0f},  // as short as it claims to be
+             {{0xB0, 7, 127}, 0, half, half, half},
+             {{0xB0, 7, 127}, 4, half, half, half},
+             {{0xB0, 12, 127}, 3, half, half, half},
+             {{0x90, 7, 127}, 3, half, half, half},
+             {{0xC0, 7, 127}, 3, half, half, half},
+             {{0xF8, 7, 127}, 1, half, half, half},
+             {{0xFF, 7, 127}, 3, half, half, half}}) {
+        QOV_Kelvane_PluginDSPKernel kernel;
+        for (const auto address : {kVolume, kPanorama, kStereoWidth})
+            kernel.setParameter(address, half);
+        const auto byte = [&](std::size_t i) {
+            return static_cast<std::uint8_t>(message.bytes[i]);
+        };
+        const auto event =
+            midiEvent(0, byte(0), byte(1), byte(2), static_cast<std::uint16_t>(message.length));
+        kernel.handleOneEvent(&event);
+        EXPECT_EQ(kernel.getParameter(kVolume), message.volume);
+        EXPECT_EQ(kernel.getParameter(kPanorama), message.pan);
+        EXPECT_EQ(kernel.getParameter(kStereoWidth), message.width);
+    }
+}
+
+// The right channel is untouched by the delay: an event's frame can be read off the output.
+TEST(Events, TakeEffectOnTheirExactFrame) {
+    KernelRig rig;
+    for (const auto address : {kStereoWidth, kPanorama}) rig.kernel.setParameter(address, 0.5f);
+    Samples left(4096, 0.0f), right(4096, 1.0f);
+    rig.render(left, right,
+               {parameterEvent(1000, kSwapChannels, 1), midiEvent(1000, 0xB0, 1, 1),
+                parameterEvent(1234, kSwapChannels, 0)});
+    for (std::size_t i = 0; i < 2048; ++i) {
+        const bool swapped = i >= 1000 && i < 1234;
+        ASSERT_EQ(right[i + 2048], swapped ? 0.0f : 1.0f) << i;
+        ASSERT_EQ(left[i + 2048], swapped ? 1.0f : 0.0f) << i;
+    }
+}
+
+}  // namespace

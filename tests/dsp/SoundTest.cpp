@@ -1,0 +1,185 @@
+// What comes out, held against the same signal path in double precision and closed form.
+
+#include <algorithm>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "tests/dsp/KernelRig.h"
+
+namespace {
+
+using namespace qov;
+using namespace qov::test;
+
+struct Settings {
+    double volume = 1, width = 0.5, panorama = 0.5;
+    bool invert = false, swap = false, recover = false, mono = false;
+};
+
+struct Stereo {
+    double left, right;
+};
+
+// The chain as matrices on one frame, without its delays.
+Stereo ideal(Stereo in, const Settings& set) {
+    double l = in.left * set.volume, r = in.right * set.volume;
+    if (set.invert) l = -l;
+    if (set.swap) std::swap(l, r);
+    if (set.recover) {
+        const double shift = (r - l) / 2 * set.width;
+        l += shift;
+        r += shift;
+    }
+    const double mid = (l + r) / 2, side = (l - r) / 2, width = 2 * set.width - 1;
+    if (width > 0) {
+        l = mid + (1 + width) * side;
+        r = mid - (1 + width) * side;
+    } else {
+        l = (1 + width) * l - width * r;
+    }
+    const double pan = 2 * set.panorama - 1, far = std::fabs(pan);
+    double& nearChannel = pan < 0 ? l : r;
+    double& farChannel = pan < 0 ? r : l;
+    nearChannel = (1 - 0.4 * far) * (nearChannel + far * farChannel);
+    farChannel *= 1 - far;
+    if (set.mono) l = r = (l + r) / 2;
+    return {l, r};
+}
+
+// What a constant signal becomes once smoothing and delays have passed.
+Stereo settled(Stereo in, const Settings& set) {
+    KernelRig rig;
+    const auto on = [](bool value) { return value ? 1.0f : 0.0f; };
+    rig.kernel.setParameter(kVolume, static_cast<float>(set.volume));
+    rig.kernel.setParameter(kStereoWidth, static_cast<float>(set.width));
+    rig.kernel.setParameter(kPanorama, static_cast<float>(set.panorama));
+    rig.kernel.setParameter(kInvertChannel, on(set.invert));
+    rig.kernel.setParameter(kSwapChannels, on(set.swap));
+    rig.kernel.setParameter(kRecoverMono, on(set.recover));
+    rig.kernel.setParameter(kTestMono, on(set.mono));
+    Samples left, right;
+    for (int cycle = 0; cycle < 40; ++cycle) {
+        left.assign(128, static_cast<float>(in.left));
+        right.assign(128, static_cast<float>(in.right));
+        rig.render(left, right);
+    }
+    return {left.back(), right.back()};
+}
+
+TEST(Sound, SettingsGiveTheGainsThatAreKnownForThem) {
+    struct Case {
+        const char* what;
+        Settings set;
+        Stereo expected;  // from left 0.5, right -0.25
+    };
+    for (const Case& one : std::vector<Case>{
+             {"neutral", {}, {0.5, -0.25}},
+             {"volume", {.volume = 0.5}, {0.25, -0.125}},
+             {"narrowest is the right channel twice", {.width = 0}, {-0.25, -0.25}},
+             {"half narrow moves only the left", {.width = 0.25}, {0.125, -0.25}},
+             {"widest", {.width = 1}, {(3 * 0.5 + 0.25) / 2, (-3 * 0.25 - 0.5) / 2}},
+             {"full left", {.panorama = 0}, {0.6 * 0.25, 0}},
+             {"full right", {.panorama = 1}, {0, 0.6 * 0.25}},
+             {"full right in mono is half of it", {.panorama = 1, .mono = true}, {0.075, 0.075}},
+             {"inverted", {.invert = true}, {-0.5, -0.25}},
+             {"swapped after the inversion", {.invert = true, .swap = true}, {-0.25, -0.5}},
+             {"mono", {.mono = true}, {0.125, 0.125}},
+             // (L + R) / 2 and (3 R - L) / 2, then a width of 1
+             {"recovered", {.width = 1, .recover = true}, {0.5, -1}},
+         }) {
+        const Stereo out = settled({0.5, -0.25}, one.set);
+        EXPECT_NEAR(out.left, one.expected.left, 1e-6) << one.what;
+        EXPECT_NEAR(out.right, one.expected.right, 1e-6) << one.what;
+        const Stereo model = ideal({0.5, -0.25}, one.set);
+        EXPECT_NEAR(model.left, one.expected.left, 1e-6) << "the model: " << one.what;
+        EXPECT_NEAR(model.right, one.expected.right, 1e-6) << "the model: " << one.what;
+    }
+}
+
+TEST(Sound, AnySettingsAgreeWithTheChainInDoublePrecision) {
+    std::mt19937 random(7);
+    std::uniform_real_distribution unit(0.0, 1.0);
+    for (int round = 0; round < 200; ++round) {
+        const auto coin = [&] { return unit(random) > 0.5; };
+        const Settings set{unit(random), unit(random), unit(random), coin(),
+                           coin(),       coin(),       coin()};
+        const Stereo in{2 * unit(random) - 1, 2 * unit(random) - 1};
+        const Stereo out = settled(in, set), model = ideal(in, set);
+        ASSERT_NEAR(out.left, model.left, 2e-6) << round;
+        ASSERT_NEAR(out.right, model.right, 2e-6) << round;
+    }
+}
+
+// An impulse finds its way: the right channel by the ring, the left one by the delay line on top.
+TEST(Sound, PhaseShiftDelaysTheLeftChannelByItsFrames) {
+    for (const auto& [rate, value, frames] : {std::tuple{44100.0, 0.0f, 1},
+                                              {44100.0, 0.5f, 220},
+                                              {44100.0, 1.0f, 441},
+                                              {192000.0, 1.0f, 1920}}) {
+        KernelRig rig(rate);
+        for (const auto address : {kStereoWidth, kPanorama}) rig.kernel.setParameter(address, 0.5f);
+        rig.kernel.setParameter(kPhaseShift, value);
+        Samples left(6000), right(6000);
+        left[10] = right[10] = 1;
+        rig.render(left, right);
+        EXPECT_EQ(std::ranges::find(right, 1.0f) - right.begin(), 10 + 2048);
+        EXPECT_EQ(std::ranges::find(left, 1.0f) - left.begin(), 10 + 2048 + frames) << rate;
+        EXPECT_EQ(std::ranges::count(left, 0.0f), 5999);
+    }
+}
+
+TEST(Sound, SmoothingTakesSixteenCyclesInEqualStepsAndLandsOnTheTarget) {
+    KernelRig rig;
+    auto& kernel = rig.kernel;
+    kernel.setParameter(kVolume, 0.25f);
+    Samples block(1);
+    for (int cycle = 1; cycle <= 17; ++cycle) {
+        rig.render(block, block);
+        EXPECT_NEAR(kernel.volumeInterpolator.currentValue, 1 - 0.75 * std::min(cycle, 16) / 16,
+                    1e-6);
+    }
+    EXPECT_EQ(kernel.volumeInterpolator.currentValue, 0.25f);
+    EXPECT_EQ(kernel.volumeInterpolator.increase, 0.0f);
+    kernel.setParameter(kVolume, 0.25f + 9e-7f);
+    rig.render(block, block);
+    EXPECT_EQ(kernel.volumeInterpolator.currentValue, 0.25f + 9e-7f) << "close enough to jump";
+    kernel.setParameter(kVolume, 0.25f + 3e-6f);
+    rig.render(block, block);
+    EXPECT_LT(kernel.volumeInterpolator.currentValue, 0.25f + 2e-6f) << "far enough for a ramp";
+}
+
+TEST(Sound, InterpolatorsWaitTheirDelayAndTellOfTheirArrival) {
+    Interpolator ramp;
+    int arrivals = 0;
+    ramp.callee = &arrivals;
+    ramp.event = [](void* callee, Interpolator* self, std::int32_t zero) {
+        *static_cast<int*>(callee) += 1 + zero;
+        self->currentValue = 5;  // read again after the call
+    };
+    ramp.delay = 2;
+    ramp.setTarget(-16);
+    for (const float expected : {0.0f, 0.0f, -1.0f, -2.0f}) EXPECT_EQ(ramp.tick(), expected);
+    for (int i = 3; i < 16; ++i) ramp.tick();
+    EXPECT_EQ(ramp.tick(), 5.0f);
+    EXPECT_EQ(arrivals, 1);
+    ramp.setTarget(5 + 1e-37f * 16);
+    EXPECT_EQ(ramp.increase, 0.0f);
+}
+
+// The law that follows the ramp frame by frame ends where the direct law stands.
+TEST(Sound, SmoothedPanoramaFollowsItsRampFrameByFrame) {
+    Panpot smoothed, direct;
+    smoothed.lSmoothed = 1;
+    smoothed.interp = {-1, 0, -0.25f, 16, 1};
+    Samples left(6, 1), right(6, 0.5f), directLeft(1, 1), directRight(1, 0.5f);
+    smoothed.process(left.data(), right.data(), 6);
+    direct.fPan = -1;
+    direct.process(directLeft.data(), directRight.data(), 1);
+    EXPECT_EQ(left[0], 1.0f) << "waiting";
+    EXPECT_FLOAT_EQ(left[2], 0.8f * (1 + 0.5f * 0.5f));
+    EXPECT_EQ(left[4], directLeft[0]);
+    EXPECT_EQ(right[5], directRight[0]);
+}
+
+}  // namespace

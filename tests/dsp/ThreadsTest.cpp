@@ -1,0 +1,103 @@
+// A second thread at the kernel while it renders: nothing waits, nothing breaks.
+
+#include <atomic>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include "dsp/relaxed.h"
+#include "tests/dsp/KernelRig.h"
+
+namespace {
+
+using namespace qov;
+using namespace qov::test;
+
+TEST(Gate, LeavesAResetToWhoeverIsInside) {
+    RenderGate gate;
+    ASSERT_TRUE(gate.beginSegment());
+    EXPECT_FALSE(gate.beginReset()) << "not in mid-segment";
+    EXPECT_FALSE(gate.beginReset());
+    EXPECT_TRUE(gate.endSegment()) << "two requests, one reset at the segment's end";
+    EXPECT_FALSE(gate.beginSegment()) << "no segment while it is at work";
+    EXPECT_FALSE(gate.beginReset());
+    EXPECT_TRUE(gate.endReset()) << "asked for meanwhile";
+    EXPECT_FALSE(gate.endReset());
+    EXPECT_TRUE(gate.beginReset()) << "at once when nobody is inside";
+    EXPECT_FALSE(gate.endReset());
+    EXPECT_TRUE(gate.beginSegment());
+    EXPECT_FALSE(gate.endSegment());
+}
+
+// The capture callback stands in for another thread that comes in mid-segment.
+TEST(Threads, AResetInMidSegmentIsDoneAtItsEnd) {
+    KernelRig rig;
+    static bool early;
+    early = true;
+    rig.kernel.circular.onBuffer = [](void* callee) {
+        auto& kernel = *static_cast<QOV_Kelvane_PluginDSPKernel*>(callee);
+        std::thread([&] { kernel.reset(); }).join();
+        early = kernel.volumeInterpolator.time == 512;
+    };
+    rig.kernel.setParameter(kVolume, 0.5f);
+    Samples left(2100, 1), right(2100, 1);
+    rig.render(left, right);
+    EXPECT_FALSE(early) << "state stood until the segment was through";
+    EXPECT_EQ(rig.kernel.volumeInterpolator.time, 512);
+    EXPECT_EQ(rig.kernel.latency.pos, rig.kernel.latency.size);
+}
+
+TEST(Threads, AStormOfResetsAndParametersLeavesASoundKernel) {
+    KernelRig rig(192000);
+    auto& kernel = rig.kernel;
+    std::atomic<bool> rendering{true};
+    std::atomic<int> turns{0};
+    std::thread host([&] {
+        for (int turn = 0; rendering; ++turn) {
+            kernel.setParameter(kBypass, static_cast<float>(turn % 2));
+            kernel.setParameter(kPhaseShift, static_cast<float>(turn % 5) / 4);
+            kernel.setParameter(static_cast<std::uint64_t>(turn % 7),
+                                static_cast<float>(turn % 3) / 2);
+            if (turn % 3 == 0) kernel.reset();
+            turns = turn;
+        }
+    });
+    std::thread editor([&] {
+        float sum = 0;
+        while (rendering) {
+            sum += kernel.getParameter(kPhaseShift) + static_cast<float>(kernel.latency.getSize());
+            storeRelaxed(kernel.isNewBufferAvailable, false);
+            std::this_thread::yield();
+        }
+        EXPECT_TRUE(std::isfinite(sum));
+    });
+    for (int cycle = 0; cycle < 4000 || turns < 1000; ++cycle) {
+        Samples left(1 + cycle % 97, 0.5f), right(left.size(), -0.25f);
+        rig.render(left, right);
+        for (std::size_t i = 0; i < left.size(); ++i) {
+            ASSERT_LE(std::fabs(left[i]), 4.0f) << "of a cycle " << cycle;
+            ASSERT_LE(std::fabs(right[i]), 4.0f);
+        }
+    }
+    rendering = false;
+    host.join();
+    editor.join();
+
+    // Afterwards it sounds like a kernel that has never seen the storm.
+    KernelRig calm(192000);
+    for (auto* each : {&rig, &calm}) {
+        for (std::uint64_t address = 0; address < 8; ++address)
+            each->kernel.setParameter(address, address == kPhaseShift ? 0.3f : 0.0f);
+        for (int cycle = 0; cycle < 20; ++cycle) {
+            Samples silentLeft(2048), silentRight(2048);
+            each->render(silentLeft, silentRight);
+        }
+    }
+    Samples left(5000, 0.5f), right(5000, -0.25f), calmLeft = left, calmRight = right;
+    rig.render(left, right);
+    calm.render(calmLeft, calmRight);
+    EXPECT_EQ(left, calmLeft);
+    EXPECT_EQ(right, calmRight);
+}
+
+}  // namespace
