@@ -1,0 +1,1 @@
+qov_fuzz(kernel LINKS dsp platform_foundation)
