@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/platform/foundation/TemporaryFolder.h"
+
 namespace {
 
 using platform::Bundle;
@@ -16,8 +18,8 @@ TEST(Bundle, MainIsTheProgramAtWork) {
 }
 
 TEST(Bundle, ResourcesAreBesideTheModuleThenInShareThenTheModulesFolder) {
-    std::string name = (fs::temp_directory_path() / "bundle-XXXXXX").string();
-    const fs::path prefix = mkdtemp(name.data());
+    const TemporaryFolder temporary;
+    const fs::path prefix = temporary.path();
     fs::create_directories(prefix / "bin");
     const Bundle bundle((prefix / "bin/tool.so").string());
     const auto found = [&] { return fs::path(bundle.resourceURL()->path()); };

@@ -15,6 +15,7 @@
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/URLSession.h"
 #include "tests/platform/foundation/LoopbackServer.h"
+#include "tests/platform/foundation/TemporaryFolder.h"
 
 namespace {
 
@@ -37,19 +38,14 @@ URL url(const std::string& address) {
 
 class FileFetch : public testing::Test {
  protected:
-    FileFetch() {
-        std::string name = (fs::temp_directory_path() / "fetch-XXXXXX").string();
-        folder = mkdtemp(name.data());
-    }
-    ~FileFetch() override { fs::remove_all(folder); }
-
     NSError errorOf(const std::string& name) {
         NSError error;
         EXPECT_FALSE(contentsOf(URL::fileURLWithPath((folder / name).string()), &error)) << name;
         return error;
     }
 
-    fs::path folder;
+    TemporaryFolder temporary;
+    fs::path folder = temporary.path();
 };
 
 TEST_F(FileFetch, GivesTheBytesOfAFile) {

@@ -1,0 +1,81 @@
+#include <filesystem>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/foundation/Bundle.h"
+#include "platform/foundation/FileManager.h"
+#include "tests/platform/foundation/TemporaryFolder.h"
+#include "tests/util/ConsoleLines.h"
+#include "util/ensureDirectoryExists.h"
+#include "util/paths.h"
+
+namespace {
+
+using platform::FileManager;
+using platform::RunLoop;
+using platform::URL;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+namespace fs = std::filesystem;
+
+class Folders : public testing::Test {
+ protected:
+    bool ensure(const fs::path& path) {
+        const bool exists = qov::ensureDirectoryExists(URL::fileURLWithPath(path.string()));
+        loop->pump();
+        return exists;
+    }
+
+    TemporaryFolder temporary;
+    fs::path base = temporary.path();
+    std::shared_ptr<RunLoop> loop = RunLoop::createForTest();
+    RunLoop::MakeCurrent makeCurrent{loop};
+    ConsoleLines console{*loop};
+};
+
+TEST_F(Folders, AreMadeWithThoseAboveThemUnlessSomethingIsThere) {
+    EXPECT_TRUE(ensure(base / "a b/ü/%20"));
+    EXPECT_TRUE(fs::is_directory(base / "a b/ü/%20"));
+    temporary.file("file", "kept");
+    EXPECT_TRUE(ensure(base / "file"));
+    EXPECT_TRUE(fs::is_regular_file(base / "file"));
+    EXPECT_TRUE(ensure(base));
+    EXPECT_THAT(console.lines(), IsEmpty());
+}
+
+TEST_F(Folders, ThatCannotBeMadeAreOneLine) {
+    temporary.file("file");
+    const auto below = base / "file/inside";
+    EXPECT_FALSE(ensure(below));
+    {
+        const WithoutPrivileges nobody;
+        EXPECT_FALSE(ensure(base / "forbidden"));
+    }
+    const std::string line = "ensureDirectoryExists() : ERROR: Creating required directory '";
+    EXPECT_THAT(console.lines(),
+                ElementsAre(StartsWith(line + below.string() + "' failed: "),
+                            StartsWith(line + (base / "forbidden").string() + "' failed: ")));
+}
+
+TEST_F(Folders, PathsAreFoundAndPrintedUnderTheControllersName) {
+    qov::getPaths();
+    EXPECT_EQ(qov::documentsURL, FileManager::defaultManager()
+                                     ->urls(FileManager::SearchPathDirectory::documentDirectory,
+                                            FileManager::SearchPathDomain::userDomain)
+                                     .front());
+    EXPECT_EQ(qov::resourcesURL, platform::Bundle::main().resourceURL());
+    EXPECT_FALSE(qov::sharedURLAudio);
+    EXPECT_FALSE(qov::sharedURLMIDI);
+    EXPECT_THAT(console.lines(), IsEmpty());
+    loop->pump();
+    EXPECT_THAT(
+        console.lines(),
+        ElementsAre("AudioUnitViewController::getPaths() : Audio Unit's documents path is: " +
+                        qov::documentsURL->path(),
+                    "AudioUnitViewController::getPaths() : Audio Unit's resources path is: " +
+                        qov::resourcesURL->path()));
+}
+
+}  // namespace
