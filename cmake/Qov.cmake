@@ -73,6 +73,11 @@ function(qov_test name)
     add_executable(test_${name} ${sources})
     target_link_libraries(test_${name} PRIVATE ${ARG_LINKS} GTest::gmock GTest::gtest_main)
     include(GoogleTest)
+    if(QOV_SANITIZE MATCHES thread)
+        set(suppressions ${CMAKE_SOURCE_DIR}/tools/tsan-suppressions.txt)
+        list(APPEND ARG_PROPERTIES ENVIRONMENT_MODIFICATION
+             "TSAN_OPTIONS=string_append: suppressions=${suppressions}")
+    endif()
     gtest_discover_tests(test_${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
                          PROPERTIES TIMEOUT 120 ${ARG_PROPERTIES})
 endfunction()

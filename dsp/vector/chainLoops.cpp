@@ -31,10 +31,12 @@ inline float fusedMultiplyAdd(float x, float y, float z) {
     const double productPart = sum - addend;
     const double error = (product - productPart) + (addend - (sum - productPart));
     const auto bits = __builtin_bit_cast(long long, sum);
-    // Toward the error: away from zero where it has the sum's sign. A NaN compares as no error.
-    const long long away = (error > 0) == (sum > 0) ? 1 : -1;
-    const long long inexact = (error > 0) | (error < 0);
-    const long long step = (bits & 1) == 0 ? away * inexact : 0;
+    // An even sum that is not exact moves to its odd neighbour on the error's side; in bits that is
+    // away from zero where the two have one sign. A NaN compares as no error. All of it without a
+    // branch, so that the loops around it stay vectors.
+    const long long above = error > 0 ? 1 : 0, below = error < 0 ? 1 : 0;
+    const long long away = sum > 0 ? above - below : below - above;
+    const long long step = away & ((bits & 1) - 1);
     return static_cast<float>(__builtin_bit_cast(double, bits + step));
 }
 #endif

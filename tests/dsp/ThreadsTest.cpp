@@ -64,9 +64,13 @@ TEST(Threads, AStormOfResetsAndParametersLeavesASoundKernel) {
     });
     std::thread editor([&] {
         float sum = 0;
+        std::size_t tick = 0;
         while (rendering) {
             sum += kernel.getParameter(kPhaseShift) + static_cast<float>(kernel.latency.getSize());
             storeRelaxed(kernel.isNewBufferAvailable, false);
+            // The live ring, as a display reads it: frames may be of two turns, never of nowhere.
+            const float frame = kernel.circular.getChannel(0)[tick++ % 2048];
+            EXPECT_LE(std::fabs(frame), 4.0f);
             std::this_thread::yield();
         }
         EXPECT_TRUE(std::isfinite(sum));
