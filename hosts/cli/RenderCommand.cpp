@@ -33,6 +33,10 @@ automation file has an event a line, # starts a comment, and each event takes ef
     0.1s    set bypass on            in seconds,
     1:02.5  midi B0 0B 40            or in minutes and seconds
 
+A MIDI file's control changes of volume (7), panorama (10) and width (11), on any channel, take effect on
+the frame nearest to their time by the file's own tempo changes; frame 0 is its start. With --automation,
+too, the automation's events come first on a frame that both have.
+
 Timing. The effect gives a processed frame back 2048 frames late, a bypassed one at once. OUT makes up
 for that: every frame, processed or bypassed, stands where its input frame stood, and OUT is as long as
 IN. When bypass goes on, what the effect still holds is put out first; when it goes off, the effect
@@ -87,6 +91,9 @@ void declare(CLI::App& app, Options& options) {
         ->type_name("0..2")
         ->take_last();
     app.add_option("--automation", job.automation, "file of timed events")
+        ->type_name("FILE")
+        ->take_last();
+    app.add_option("--midi", job.midi, "MIDI file whose controllers 7, 10 and 11 are played")
         ->type_name("FILE")
         ->take_last();
     app.add_option("--format", job.format, "OUT's format, whatever its ending")

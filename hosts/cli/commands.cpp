@@ -1,8 +1,10 @@
 #include <array>
 
 #include "hosts/cli/Command.h"
+#include "hosts/cli/CurvesCommand.h"
 #include "hosts/cli/DemoCommand.h"
 #include "hosts/cli/FieldCommand.h"
+#include "hosts/cli/MidiCommand.h"
 #include "hosts/cli/ParamsCommand.h"
 #include "hosts/cli/RenderCommand.h"
 #include "hosts/cli/TreeCommand.h"
@@ -16,6 +18,8 @@ std::span<const Command> commands() {
         Command{"field", "draws the stereo field of one or two sound files", runField},
         Command{"params", "lists the parameters with address, range, default and unit", runParams},
         Command{"tree", "lists what is below a folder, as XML, list or dump", runTree},
+        Command{"curves", "draws the easing curves, or prints the values of one", runCurves},
+        Command{"midi", "lists the events of a standard MIDI file", runMidi},
     };
     return table;
 }

@@ -8,6 +8,7 @@
 
 #include "hosts/cli/Command.h"
 #include "hosts/cli/Effect.h"
+#include "hosts/cli/MidiFile.h"
 #include "hosts/cli/OutputPlace.h"
 #include "hosts/cli/Parameters.h"
 #include "hosts/cli/Progress.h"
@@ -112,17 +113,30 @@ void process(const RenderJob& job, std::vector<AutomationEvent> events, bool byp
     renderer.finish();
 }
 
+/// Of the automation and the MIDI file; on one frame, those of the automation come first.
+std::vector<AutomationEvent> eventsOf(const RenderJob& job, std::int64_t rate) {
+    std::vector<AutomationEvent> events;
+    if (!job.automation.empty()) events = readAutomation(job.automation, static_cast<double>(rate));
+    if (!job.midi.empty()) {
+        const auto played = midiAutomation(readMidiFile(job.midi), rate);
+        events.insert(events.end(), played.begin(), played.end());
+        std::ranges::stable_sort(events, {}, &AutomationEvent::frame);
+    }
+    return events;
+}
+
 }  // namespace
 
 void renderFile(const RenderJob& job) {
     if (job.input != "-" && job.output != "-" && isSameFile(job.input, job.output))
         throw Failure(fmt::format("{}: is the input, too; write to another file", job.output), 2);
-    if (isSameFile(job.automation, job.output))
-        throw Failure(fmt::format("{}: is the automation, too; write to another file", job.output),
-                      2);
+    for (const auto& [path, role] :
+         {std::pair{job.automation, "automation"}, {job.midi, "MIDI file"}})
+        if (isSameFile(path, job.output))
+            throw Failure(
+                fmt::format("{}: is the {}, too; write to another file", job.output, role), 2);
     SoundReader reader(job.input, {job.input == "-" ? job.rawRate : std::nullopt, job.upmix});
-    std::vector<AutomationEvent> events;
-    if (!job.automation.empty()) events = readAutomation(job.automation, reader.rate());
+    auto events = eventsOf(job, reader.rate());
     bool bypassed = false;
     for (const auto& [address, value] : job.settings)
         if (address == bypassAddress) bypassed = value > 0.5F;

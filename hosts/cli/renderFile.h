@@ -21,6 +21,7 @@ struct RenderJob {
 
     std::vector<std::pair<std::uint64_t, float>> settings;  ///< address and value, in order
     std::string automation;                                 ///< path; empty for none
+    std::string midi;  ///< path of a standard MIDI file; empty for none
     std::uint32_t block = 512;
     Timing timing = Timing::aligned;
     bool showProgress = false;

@@ -1,0 +1,1 @@
+qov_fuzz(midi_file LINKS cli)

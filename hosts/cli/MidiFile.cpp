@@ -1,0 +1,302 @@
+#include "hosts/cli/MidiFile.h"
+
+#include <fmt/format.h>
+#include <glib.h>  // before smf.h, which would declare it extern "C"
+#include <smf.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <memory>
+#include <span>
+#include <utility>
+
+#include "hosts/cli/Command.h"
+#include "util/MidiVocabulary.h"
+
+namespace qov::cli {
+namespace {
+
+constexpr std::uint8_t kMeta = 0xFF;  // how a file marks a meta event
+constexpr std::size_t kLargestFile = 16 << 20;
+
+/// Walks through a file's bytes and holds every length against what is there. The library that
+/// reads the file aborts the process on a damaged one, so nothing reaches it unchecked.
+class StructureCheck {
+ public:
+    /// An escape event (F7 and bytes to send as they are), on which the library aborts, too. In the
+    /// bytes it becomes a text event of the same length; whoever reads them puts it back.
+    struct Escape {
+        int track, number;  ///< of the event in its track, from 1
+        std::vector<std::uint8_t> bytes;
+    };
+
+    StructureCheck(std::span<std::uint8_t> bytes, const std::string& name)
+        : bytes_(bytes), name_(name) {}
+
+    std::vector<Escape> run() {
+        const auto [format, tracks] = header();
+        if (format == 0 && tracks != 1)
+            fail(10, fmt::format("a file of format 0 has one track, not {}", tracks));
+        for (int i = 1; i <= tracks; ++i) track(i, tracks);
+        return std::move(escapes_);
+    }
+
+ private:
+    [[noreturn]] void fail(std::size_t offset, const std::string& reason) const {
+        throw Failure(fmt::format("{}: byte {}: {}", name_, offset, reason));
+    }
+
+    void need(std::size_t count, std::size_t end, std::string_view of) const {
+        if (count > end - at_) fail(at_, fmt::format("{} is cut off", of));
+    }
+
+    std::uint8_t peek() const { return bytes_[at_]; }
+
+    std::uint32_t number(int size) {
+        std::uint32_t value = 0;
+        for (; size > 0; --size) {
+            value = value << 8 | peek();
+            ++at_;
+        }
+        return value;
+    }
+
+    /// The chunk's length; the position is behind it then.
+    std::uint32_t chunk(std::string_view tag, std::string_view of) {
+        need(8, bytes_.size(), of);
+        for (const char letter : tag) {
+            if (peek() != static_cast<std::uint8_t>(letter))
+                fail(at_, fmt::format("expected \"{}\", the start of {}", tag, of));
+            ++at_;
+        }
+        return number(4);
+    }
+
+    struct Header {
+        int format, tracks;
+    };
+
+    Header header() {
+        if (bytes_.size() < 4 || bytes_[0] != 'M')
+            fail(0, "not a standard MIDI file, which starts with \"MThd\"");
+        if (chunk("MThd", "the header") != 6) fail(4, "the header's length is not 6");
+        need(6, bytes_.size(), "the header");
+        const auto format = number(2), tracks = number(2), division = number(2);
+        if (format > 1) fail(8, fmt::format("format {} is not supported; 0 and 1 are", format));
+        if (tracks == 0) fail(10, "there are no tracks");
+        if (division & 0x8000) fail(12, "time code (SMPTE) is not supported; pulses a quarter are");
+        if (division == 0) fail(12, "0 pulses a quarter note");
+        return {static_cast<int>(format), static_cast<int>(tracks)};
+    }
+
+    void track(int index, int count) {
+        const auto title = fmt::format("track {} of {}", index, count);
+        const std::size_t length = chunk("MTrk", title);
+        need(length, bytes_.size(), title);
+        const std::size_t end = at_ + length;
+        std::uint64_t pulses = 0;
+        std::uint8_t running = 0;
+        track_ = index;
+        number_ = 0;
+        for (bool ended = false; !ended;) {
+            ++number_;
+            const std::size_t start = at_;
+            if (start == end) fail(start, title + " has no end-of-track event");
+            pulses += variableLength(end, title);
+            if (pulses > std::numeric_limits<int>::max())
+                fail(start, title + " is too long: more than 2147483647 pulses");
+            ended = event(running, end, title);
+        }
+        if (at_ != end) fail(at_, title + " goes on behind its end-of-track event");
+    }
+
+    std::uint32_t variableLength(std::size_t end, std::string_view title) {
+        std::uint32_t value = 0;
+        for (int i = 0; i < 4; ++i) {
+            need(1, end, title);
+            const auto byte = peek();
+            ++at_;
+            value = value << 7 | (byte & 0x7F);
+            if (!(byte & 0x80)) return value;
+        }
+        fail(at_ - 4, "a number has more than four bytes");
+    }
+
+    /// True at the end of the track.
+    bool event(std::uint8_t& running, std::size_t end, std::string_view title) {
+        need(1, end, title);
+        const std::size_t start = at_;
+        auto status = peek();
+        if (status & 0x80)
+            ++at_;
+        else if (running)
+            status = running;
+        else
+            fail(at_, "a data byte where a status byte belongs");
+        if (status >= STATUS_SYSEX) running = 0;
+        if (status == kMeta) return metaEvent(end, title);
+        if (status == STATUS_SYSEX || status == STATUS_EOX) {
+            systemExclusive(status, end, title);
+            return false;
+        }
+        if (status > STATUS_SYSEX)
+            fail(start, fmt::format("{:02X} is not an event of a file", status));
+        running = status;
+        const int kind = status & 0xF0;
+        const int count = kind == STATUS_PROGRAM || kind == STATUS_CPRESSURE ? 1 : 2;
+        need(static_cast<std::size_t>(count), end, title);
+        for (int i = 0; i < count; ++i, ++at_)
+            if (peek() & 0x80) fail(at_, "a status byte where a data byte belongs");
+        return false;
+    }
+
+    bool metaEvent(std::size_t end, std::string_view title) {
+        need(1, end, title);
+        const auto type = peek();
+        const std::size_t start = at_++;
+        if (type & 0x80) fail(start, fmt::format("{:02X} is not a type of meta event", type));
+        const auto length = variableLength(end, title);
+        need(length, end, title);
+        at_ += length;
+        const auto expect = [&](std::uint32_t right, std::string_view what) {
+            if (length != right)
+                fail(start, fmt::format("{} has {} bytes of data, not {}", what, length, right));
+        };
+        if (type == META_SETTEMPO) {
+            expect(3, "a tempo event");
+            at_ -= 3;
+            if (number(3) == 0) fail(start, "a tempo of 0 microseconds a quarter note");
+        }
+        if (type == META_TIMESIGNATURE) expect(4, "a time signature");
+        if (type == META_EOT) expect(0, "an end-of-track event");
+        return type == META_EOT;
+    }
+
+    void systemExclusive(std::uint8_t status, std::size_t end, std::string_view title) {
+        const std::size_t start = at_;
+        const auto length = variableLength(end, title);
+        need(length, end, title);
+        if (length == 0) fail(start, fmt::format("an empty {:02X} event", status));
+        const std::size_t data = at_;
+        at_ += length;
+        if (status == STATUS_SYSEX) return;
+        Escape escape{track_, number_, {status}};
+        escape.bytes.insert(escape.bytes.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(data),
+                            bytes_.begin() + static_cast<std::ptrdiff_t>(at_));
+        escapes_.push_back(std::move(escape));
+        // FF 01 and a length of one less, in as many bytes as the old one and one byte further on
+        bytes_[start - 1] = kMeta;
+        bytes_[start] = META_TEXT;
+        for (std::size_t i = data, rest = length - 1; i > start; --i, rest >>= 7)
+            bytes_[i] = static_cast<std::uint8_t>((rest & 0x7F) | (i == data ? 0 : 0x80));
+    }
+
+    std::span<std::uint8_t> bytes_;
+    const std::string& name_;
+    std::size_t at_ = 0;
+    int track_ = 0, number_ = 0;
+    std::vector<Escape> escapes_;
+};
+
+/// The library's messages, kept off the terminal for a scope.
+class QuietLog {
+ public:
+    QuietLog() : before_(g_log_set_default_handler(drop, nullptr)) {}
+    ~QuietLog() { g_log_set_default_handler(before_, nullptr); }
+    QuietLog(const QuietLog&) = delete;
+    QuietLog& operator=(const QuietLog&) = delete;
+
+ private:
+    static void drop(const gchar*, GLogLevelFlags, const gchar*, gpointer) {}
+    GLogFunc before_;
+};
+
+}  // namespace
+
+MidiFile parseMidiFile(std::vector<std::uint8_t> bytes, const std::string& name) {
+    if (bytes.size() > kLargestFile)
+        throw Failure(fmt::format("{}: larger than {} MB", name, kLargestFile >> 20));
+    auto escapes = StructureCheck(bytes, name).run();
+
+    const QuietLog quiet;
+    const std::unique_ptr<smf_t, void (*)(smf_t*)> song(
+        smf_load_from_memory(bytes.data(), static_cast<int>(bytes.size())), smf_delete);
+    if (!song) throw Failure(name + ": not readable as a standard MIDI file");
+    MidiFile file{song->format, song->number_of_tracks, song->ppqn, {}};
+    auto escape = escapes.begin();
+    for (int track = 1; track <= song->number_of_tracks; ++track) {
+        const auto* events = smf_get_track_by_number(song.get(), track);
+        for (int number = 1; number <= events->number_of_events; ++number) {
+            const auto* event = smf_track_get_event_by_number(events, number);
+            auto& read = file.events.emplace_back();
+            read.track = track;
+            read.pulse = event->time_pulses;
+            if (escape != escapes.end() && escape->track == track && escape->number == number)
+                read.bytes = std::move(escape++->bytes);
+            else
+                read.bytes.assign(event->midi_buffer,
+                                  event->midi_buffer + event->midi_buffer_length);
+        }
+    }
+    std::ranges::stable_sort(file.events, {}, &MidiFileEvent::pulse);
+    return file;
+}
+
+MidiFile readMidiFile(const std::string& path) {
+    std::ifstream stream(path, std::ios::binary);
+    std::vector<std::uint8_t> bytes;
+    // one byte more than is taken, so that a device without an end is found out
+    if (stream) {
+        bytes.resize(kLargestFile + 1);
+        stream.read(reinterpret_cast<char*>(bytes.data()),
+                    static_cast<std::streamsize>(bytes.size()));
+        bytes.resize(static_cast<std::size_t>(stream.gcount()));
+    }
+    if (stream.bad() || (!stream && !stream.eof())) throw Failure(path + ": cannot be read");
+    return parseMidiFile(std::move(bytes), path);
+}
+
+std::uint32_t microsecondsPerQuarter(const MidiFileEvent& event) {
+    const auto& bytes = event.bytes;
+    if (bytes.size() < 6 || bytes[0] != kMeta || bytes[1] != META_SETTEMPO) return 0;
+    return std::uint32_t{bytes[3]} << 16 | std::uint32_t{bytes[4]} << 8 | bytes[5];
+}
+
+std::vector<std::int64_t> eventFrames(const MidiFile& file, std::int64_t sampleRate) {
+    // Time is kept as a whole number of microseconds times pulses a quarter, which does not round:
+    // at most 2^31 pulses of less than 2^24 microseconds.
+    const std::int64_t unitsPerSecond = std::int64_t{1'000'000} * file.pulsesPerQuarter;
+    std::int64_t microseconds = 500'000, pulse = 0, time = 0;
+    std::vector<std::int64_t> frames;
+    frames.reserve(file.events.size());
+    for (const auto& event : file.events) {
+        time += (event.pulse - pulse) * microseconds;
+        pulse = event.pulse;
+        const std::int64_t seconds = time / unitsPerSecond, rest = time % unitsPerSecond;
+        frames.push_back(seconds * sampleRate +
+                         (rest * sampleRate + unitsPerSecond / 2) / unitsPerSecond);
+        if (const auto tempo = microsecondsPerQuarter(event)) microseconds = tempo;
+    }
+    return frames;
+}
+
+std::vector<AutomationEvent> midiAutomation(const MidiFile& file, std::int64_t sampleRate) {
+    static constexpr std::uint8_t kHeard[] = {CONTROLLER_VOLUME, CONTROLLER_PAN,
+                                              CONTROLLER_EXPRESSION};
+    const auto frames = eventFrames(file, sampleRate);
+    std::vector<AutomationEvent> automation;
+    for (std::size_t i = 0; i < frames.size(); ++i) {
+        const auto& bytes = file.events[i].bytes;
+        if ((bytes[0] & 0xF0) != STATUS_CONTROLLER) continue;
+        if (std::ranges::find(kHeard, bytes[1]) == std::end(kHeard)) continue;
+        AutomationEvent event{.frame = frames[i], .kind = AutomationEvent::Kind::midi};
+        event.message = {bytes[0], bytes[1], bytes[2]};
+        event.length = 3;
+        automation.push_back(event);
+    }
+    return automation;
+}
+
+}  // namespace qov::cli

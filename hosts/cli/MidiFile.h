@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "hosts/cli/Automation.h"
+
+namespace qov::cli {
+
+struct MidiFileEvent {
+    int track = 0;           ///< 1 is the first
+    std::int64_t pulse = 0;  ///< since the start of the song
+    std::vector<std::uint8_t>
+        bytes;  ///< with its status byte; a meta event as FF, type, length, data
+};
+
+/// A standard MIDI file of format 0 or 1 whose time is counted in pulses of a quarter note.
+struct MidiFile {
+    int format = 0;
+    int tracks = 0;
+    int pulsesPerQuarter = 0;
+    std::vector<MidiFileEvent> events;  ///< by time; those of one pulse by track
+};
+
+/// Reads a file's bytes. Throws Failure, "<name>: byte <offset>: <what is wrong>", where they are
+/// damaged or of a kind that MidiFile does not hold.
+MidiFile parseMidiFile(std::vector<std::uint8_t> bytes, const std::string& name);
+
+/// The same for a file; also throws Failure where it can't be read.
+MidiFile readMidiFile(const std::string& path);
+
+/// Microseconds of a quarter note, of a tempo event; 0 for every other event.
+std::uint32_t microsecondsPerQuarter(const MidiFileEvent& event);
+
+/// The frame of each event at `sampleRate` frames a second (1..10000000), the nearest one, half a
+/// frame counting up. Calculated in whole numbers from the tempo changes of all tracks; the tempo
+/// is 120 before the first.
+std::vector<std::int64_t> eventFrames(const MidiFile& file, std::int64_t sampleRate);
+
+/// The control changes that the effect listens to (volume, panorama and expression on any channel),
+/// on their frames.
+std::vector<AutomationEvent> midiAutomation(const MidiFile& file, std::int64_t sampleRate);
+
+}  // namespace qov::cli

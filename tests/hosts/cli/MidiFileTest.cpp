@@ -1,0 +1,285 @@
+#include "hosts/cli/MidiFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "hosts/cli/Command.h"
+#include "hosts/cli/MidiCommand.h"
+#include "hosts/cli/renderFile.h"
+
+namespace {
+
+using namespace std::string_literals;
+using qov::cli::MidiFile;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+// A file is put together as text: the two-digit words of an event are its bytes.
+
+std::string bytes(std::string_view digits) {
+    std::string result;
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 3)
+        result += static_cast<char>(std::stoi(std::string(digits.substr(i, 2)), nullptr, 16));
+    return result;
+}
+
+std::string bigEndian(std::size_t value, int size) {
+    std::string result;
+    while (size-- > 0) result += static_cast<char>(value >> (8 * size) & 0xFF);
+    return result;
+}
+
+std::string delta(std::uint32_t pulses) {
+    std::string result(1, static_cast<char>(pulses & 0x7F));
+    while (pulses >>= 7) result.insert(0, 1, static_cast<char>((pulses & 0x7F) | 0x80));
+    return result;
+}
+
+struct Event {
+    std::uint32_t delta;
+    std::string digits;
+};
+
+const std::string kEnd = "FF 2F 00";
+
+std::string track(const std::vector<Event>& events) {
+    std::string content;
+    for (const auto& event : events) content += delta(event.delta) + bytes(event.digits);
+    return "MTrk" + bigEndian(content.size(), 4) + content;
+}
+
+std::string song(int pulsesPerQuarter, const std::vector<std::vector<Event>>& tracks) {
+    auto file = "MThd" + bigEndian(6, 4) + bigEndian(tracks.size() > 1, 2) +
+                bigEndian(tracks.size(), 2) +
+                bigEndian(static_cast<std::size_t>(pulsesPerQuarter), 2);
+    for (const auto& events : tracks) file += track(events);
+    return file;
+}
+
+std::string tempo(std::uint32_t microseconds) {
+    char digits[24];
+    std::snprintf(digits, sizeof digits, "FF 51 03 %02X %02X %02X", microseconds >> 16 & 0xFF,
+                  microseconds >> 8 & 0xFF, microseconds & 0xFF);
+    return digits;
+}
+
+MidiFile parse(const std::string& file) {
+    return qov::cli::parseMidiFile({file.begin(), file.end()}, "song.mid");
+}
+
+std::string failureOf(const std::string& file) {
+    try {
+        parse(file);
+        return "";
+    } catch (const qov::cli::Failure& failure) {
+        return failure.what();
+    }
+}
+
+const std::string kPlain = song(96, {{{0, "B0 07 64"}, {0x4000, "0A 40"}, {0, kEnd}}});
+
+TEST(MidiFile, mergesItsTracksByTimeAndThenByTrack) {
+    const auto file = parse(song(96, {{{69, tempo(400'000)}, {0, kEnd}},
+                                      {{0, "90 3C 40"}, {69, "3C 00"}, {0, "C1 05"}, {1, kEnd}}}));
+    EXPECT_EQ(file.format, 1);
+    EXPECT_EQ(file.pulsesPerQuarter, 96);
+    std::vector<std::string> lines;
+    for (const auto& event : file.events)
+        lines.push_back(std::to_string(event.track) + " " + std::to_string(event.pulse) + " " +
+                        qov::cli::describe(event));
+    EXPECT_THAT(lines, ElementsAre("2 0 STATUS_NOTEON channel 1 60 64",
+                                   "1 69 META_SETTEMPO 400000 us a quarter (150 a minute)",
+                                   "1 69 META_EOT", "2 69 STATUS_NOTEON channel 1 60 0",
+                                   "2 69 STATUS_PROGRAM channel 2 5", "2 70 META_EOT"));
+}
+
+struct Line {
+    const char* digits;
+    const char* text;
+};
+
+TEST(MidiFile, namesItsEventsInTheVocabulary) {
+    const Line lines[] = {
+        {"BF 7B 00", "STATUS_CONTROLLER channel 16 CONTROLLER_NOTES_OFF 0"},
+        {"B0 02 01", "STATUS_CONTROLLER channel 1 controller 2 1"},
+        {"E3 00 40", "STATUS_PITCHBEND channel 4 +0"},
+        {"E3 00 00", "STATUS_PITCHBEND channel 4 -8192"},
+        {"F0 03 7E 01 F7", "STATUS_SYSEX 7E 01 F7"},
+        {"F7 02 F3 01", "STATUS_EOX F3 01"},
+        {"FF 03 05 41 22 5C 0A C3", "META_TRACKNAME \"A\\\"\\\\\\x0A\\xC3\""},
+        {"FF 58 04 06 03 18 08", "META_TIMESIGNATURE 6/8"},
+        {"FF 54 05 01 02 03 04 05", "META_SMTPOFFSET 01 02 03 04 05"},
+        {"FF 44 01 7F", "META_UNKNOWN 44 7F"},
+    };
+    for (const auto& [digits, text] : lines)
+        EXPECT_EQ(qov::cli::describe(parse(song(96, {{{0, digits}, {0, kEnd}}})).events[0]), text);
+}
+
+struct Timing {
+    int pulsesPerQuarter;
+    std::int64_t rate;
+    std::vector<std::vector<Event>> tracks;
+    std::int64_t frame;  // of the last event
+};
+
+TEST(MidiFile, putsAnEventOnItsNearestFrame) {
+    const Timing timings[] = {
+        {96, 44100, {{{96, kEnd}}}, 22050},                          // 120 a minute: half a second
+        {480, 44100, {{{1, kEnd}}}, 46},                             // 45.9375
+        {16000, 48000, {{{1, kEnd}}}, 2},                            // 1.5
+        {96, 44100, {{{48, tempo(1'000'000)}, {96, kEnd}}}, 55125},  // 0.25 s + 1 s
+        {96, 48000, {{{48, tempo(1'000'000)}, {48, kEnd}}, {{192, kEnd}}}, 84000},  // 0.25 + 1.5
+        {96, 48000, {{{0, tempo(250'000)}, {0, tempo(750'000)}, {96, kEnd}}}, 36000},
+        {1,
+         10'000'000,
+         {{{0, tempo(0xFFFFFF)}, {0xFFFFFFF, kEnd}}},
+         45'035'993'421'578'250},  // 10 (2^28 - 1) (2^24 - 1), beyond what a double holds
+    };
+    for (const auto& [pulses, rate, tracks, frame] : timings)
+        EXPECT_EQ(qov::cli::eventFrames(parse(song(pulses, tracks)), rate).back(), frame);
+}
+
+TEST(MidiFile, doesNotDriftOverManyTempoChanges) {
+    // pulse i lasts (400000 + i) / 480 us, so n of them last (400000 n + n (n - 1) / 2) / 480 us
+    std::vector<Event> events;
+    constexpr std::int64_t kChanges = 20'000;
+    for (std::uint32_t i = 0; i < kChanges; ++i) events.push_back({i > 0, tempo(400'000 + i)});
+    events.push_back({1, kEnd});
+    const std::int64_t time = 400'000 * kChanges + kChanges * (kChanges - 1) / 2;
+    EXPECT_EQ(qov::cli::eventFrames(parse(song(480, {events})), 44100).back(),
+              (time * 441 + 2'400'000) / 4'800'000);
+}
+
+TEST(MidiFile, playsTheControllersThatTheEffectHears) {
+    const auto file = parse(song(96, {{{0, "B0 07 64"},
+                                       {96, "BF 0A 00"},
+                                       {0, "0B 7F"},
+                                       {0, "B0 01 05"},
+                                       {0, "A0 07 01"},
+                                       {0, kEnd}}}));
+    std::string all;
+    for (const auto& event : qov::cli::midiAutomation(file, 1000)) {
+        EXPECT_EQ(event.kind, qov::cli::AutomationEvent::Kind::midi);
+        EXPECT_EQ(event.length, 3);
+        all += std::to_string(event.frame) + ":" + std::to_string(event.message[0]) + "," +
+               std::to_string(event.message[1]) + "," + std::to_string(event.message[2]) + " ";
+    }
+    EXPECT_EQ(all, "0:176,7,100 500:191,10,0 500:191,11,127 ");
+}
+
+TEST(MidiFile, saysWhereItIsDamaged) {
+    const auto with = [](std::size_t at, const std::string& text) {
+        return std::string(kPlain).replace(at, text.size(), text);
+    };
+    const auto only = [](const char* digits) { return song(96, {{{0, digits}}}); };
+    const std::pair<std::string, const char*> damages[] = {
+        {"", "song.mid: byte 0: not a standard MIDI file"},
+        {"RIFF", "song.mid: byte 0: not a standard MIDI file"},
+        {kPlain.substr(0, 11), "byte 8: the header is cut off"},
+        {kPlain.substr(0, 30), "byte 22: track 1 of 1 is cut off"},
+        {with(9, "\2"), "byte 8: format 2"},
+        {with(11, "\0"s), "byte 10: there are no tracks"},
+        {with(11, "\2"), "byte 10: a file of format 0 has one track, not 2"},
+        {with(12, "\xE7"), "byte 12: time code"},
+        {with(12, "\0\0"s), "byte 12: 0 pulses"},
+        {with(14, "XFIH"), "byte 14: expected \"MTrk\""},
+        {with(23, "\x40"), "byte 23: a data byte where a status byte belongs"},
+        {with(25, "\x80"), "byte 25: a status byte where a data byte belongs"},
+        {with(26, "\xFF\xFF\xFF\xFF"), "byte 26: a number has more than four bytes"},
+        {only("B0 07 64"), "track 1 of 1 has no end-of-track event"},
+        {only("FF 2F 00 00"), "byte 26: track 1 of 1 goes on"},
+        {only("FF 51 03 00 00 00 00 FF 2F 00"), "a tempo of 0"},
+        {only("FF 51 02 00 00 00 FF 2F 00"), "a tempo event has 2 bytes of data, not 3"},
+        {only("F0 7F 00"), "track 1 of 1 is cut off"},
+        {only("F8 00 FF 2F 00"), "F8 is not an event of a file"},
+        {song(96, {std::vector<Event>(9, {0xFFFFFFF, "90 3C 40"})}), "too long"},
+    };
+    for (const auto& [file, reason] : damages) EXPECT_THAT(failureOf(file), HasSubstr(reason));
+}
+
+TEST(MidiFile, withAnyByteChangedOrCutOffIsReadOrRefusedInOneLine) {
+    const auto whole = song(96, {{{0, tempo(400'000)}, {9, "F0 03 7E 01 F7"}, {0, kEnd}},
+                                 {{0, "F7 02 F3 01"}, {200, "B0 0B 01"}, {1, "0A 05"}, {0, kEnd}}});
+    int refused = 0;
+    const auto check = [&](const std::string& file) {
+        const auto reason = failureOf(file);
+        refused += !reason.empty();
+        EXPECT_EQ(reason.find('\n'), std::string::npos) << reason;
+    };
+    for (std::size_t i = 0; i < whole.size(); ++i) {
+        check(whole.substr(0, i));
+        for (const int flip : {0x01, 0x02, 0x40, 0x80, 0xFF}) {
+            auto file = whole;
+            file[i] = static_cast<char>(file[i] ^ flip);
+            check(file);
+        }
+    }
+    EXPECT_GE(refused, static_cast<int>(whole.size())) << "no shortened file may pass";
+}
+
+TEST(MidiFile, thatIsNotThereIsRefused) {
+    EXPECT_THROW(qov::cli::readMidiFile("/nowhere/song.mid"), qov::cli::Failure);
+    EXPECT_THROW(qov::cli::readMidiFile("/"), qov::cli::Failure);
+}
+
+/// A folder with a sound, and renderings of it with events from a file.
+class RenderedMidi : public testing::Test {
+ protected:
+    RenderedMidi() {
+        std::filesystem::create_directories(folder);
+        // half a second of stereo noise, 16 bits at 48 kHz
+        constexpr std::size_t kBytes = 24'000 * 4;
+        const auto number = [](std::size_t value, int size) {
+            auto text = bigEndian(value, size);
+            return std::string(text.rbegin(), text.rend());
+        };
+        std::string sound = "RIFF" + number(36 + kBytes, 4) + "WAVEfmt " + number(16, 4) +
+                            number(1, 2) + number(2, 2) + number(48'000, 4) + number(192'000, 4) +
+                            number(4, 2) + number(16, 2) + "data" + number(kBytes, 4);
+        std::uint32_t noise = 1;
+        while (sound.size() < 44 + kBytes)
+            sound += static_cast<char>((noise = noise * 1'664'525 + 1'013'904'223) >> 24);
+        write("in.wav", sound);
+    }
+    ~RenderedMidi() override { std::filesystem::remove_all(folder); }
+
+    std::string write(const std::string& name, const std::string& content) {
+        std::ofstream(folder / name, std::ios::binary) << content;
+        return folder / name;
+    }
+
+    std::string rendered(std::string qov::cli::RenderJob::*events, const std::string& path) {
+        qov::cli::RenderJob job;
+        job.input = folder / "in.wav";
+        job.output = folder / "out.wav";
+        job.*events = path;
+        qov::cli::renderFile(job);
+        std::ifstream stream(job.output, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    std::filesystem::path folder = std::filesystem::path(testing::TempDir()) / "rendered-midi";
+};
+
+TEST_F(RenderedMidi, soundsLikeTheSameEventsOnFramesWorkedOutByHand) {
+    // 120 a minute up to pulse 24 (6000 frames), then 150: 240 pulses are 0.4 s * 2.5 = 1 s
+    const auto midi = write(
+        "song.mid",
+        song(96,
+             {{{24, tempo(400'000)}, {0, kEnd}},
+              {{12, "B0 07 20"}, {24, "B5 0A 00"}, {1, "B0 0B 7F"}, {0, "B0 01 00"}, {0, kEnd}}}));
+    // pulse 12: 3000; pulse 36: 6000 + 12 * 200; pulse 37: 200 more
+    const std::string events = "3000 midi B0 07 20\n8400 midi B5 0A 00\n";
+    const auto sound = rendered(&qov::cli::RenderJob::midi, midi);
+    EXPECT_EQ(sound, rendered(&qov::cli::RenderJob::automation,
+                              write("right", events + "8600 midi B0 0B 7F\n")));
+    EXPECT_NE(sound, rendered(&qov::cli::RenderJob::automation,
+                              write("late", events + "8601 midi B0 0B 7F\n")));
+}
+
+}  // namespace
