@@ -56,13 +56,23 @@ function(qov_library name)
     file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
     if(sources)
         add_library(${name} STATIC ${sources})
-        target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR})
+        target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>
+                                                  $<INSTALL_INTERFACE:include/kelvane>)
         target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE ${ARG_PRIVATE})
     else()
         add_library(${name} INTERFACE)
-        target_include_directories(${name} INTERFACE ${CMAKE_SOURCE_DIR})
+        target_include_directories(${name} INTERFACE $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>
+                                                     $<INSTALL_INTERFACE:include/kelvane>)
         target_link_libraries(${name} INTERFACE ${ARG_LINKS})
     endif()
+endfunction()
+
+# Installs this folder's library and headers for others: find_package(kelvane), link kelvane::<name>, and
+# include by the same names as here. What it links must be installed, too.
+function(qov_install_library name)
+    install(TARGETS ${name} EXPORT kelvane-targets ARCHIVE DESTINATION lib/kelvane)
+    file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
+    install(DIRECTORY ./ DESTINATION include/kelvane/${folder} FILES_MATCHING PATTERN "*.h")
 endfunction()
 
 # The tests of one folder, as the program test_<name>; each test case is one for ctest.
