@@ -1,0 +1,1 @@
+qov_benchmark(files LINKS files)
