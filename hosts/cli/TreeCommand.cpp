@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -74,8 +75,8 @@ class OpenedFolder : public FileManager {
                 fmt::format("{} is not a folder; kelvane tree lists a folder", shown(path_)));
         walk_ = FileManager::enumerator(path_);
         if (!walk_)
-            throw Failure(fmt::format("{} cannot be read: {}", shown(path_),
-                                      platform::NSError::fromErrno(errno).localizedDescription()));
+            throw Failure(
+                fmt::format("{} cannot be read: {}", shown(path_), strerrordesc_np(errno)));
         platform::NSError error;
         const auto attributes = FileManager::attributesOfItem(path_, &error);
         if (!attributes || !walk_->directoryAttributes())
@@ -83,6 +84,14 @@ class OpenedFolder : public FileManager {
         attributes_ = *attributes;
     }
 
+    /// errno of the last time that the folder could not become the current one.
+    int enteringError() const { return enteringError_; }
+
+    bool changeCurrentDirectoryPath(const std::string& path) override {
+        const bool entered = FileManager::changeCurrentDirectoryPath(path);
+        if (!entered) enteringError_ = errno;
+        return entered;
+    }
     std::unique_ptr<platform::DirectoryEnumerator> enumerator(
         const std::string& path) const override {
         return path == path_ ? std::move(walk_) : FileManager::enumerator(path);
@@ -102,6 +111,7 @@ class OpenedFolder : public FileManager {
     std::string path_;
     mutable std::unique_ptr<platform::DirectoryEnumerator> walk_;  // given out once
     platform::FileAttributes attributes_;
+    int enteringError_ = 0;
 };
 
 /// Is asked about every removal, so there is no moment between looking and deleting at which
@@ -149,6 +159,7 @@ class LitterAccount : public platform::FileManagerDelegate {
 
 /// The enumerator moves to the folder, so that a relative path would not mean the same any more.
 std::string absolutePath(const std::string& folder) {
+    if (folder.empty()) throw Failure("DIR is empty; kelvane tree . lists the current folder", 2);
     if (folder.starts_with('/')) return folder;
     const auto here = FileManager::defaultManager()->currentDirectoryPath();
     if (here.empty())
@@ -223,15 +234,15 @@ int listTree(const Options& options) {
     const auto folder = absolutePath(options.folder);
     LitterAccount litter(options.removeLitter, folder);
     FileEnumerator enumerator;
-    enumerator.fileManager = std::make_shared<OpenedFolder>(folder);
-    enumerator.fileManager->setDelegate(&enumerator);
+    const auto opened = std::make_shared<OpenedFolder>(folder);
+    enumerator.fileManager = opened;
     enumerator.defaultFileManager = std::make_shared<FileManager>();
     enumerator.defaultFileManager->setDelegate(&litter);
     enumerator.enumerate(folder);
     auto& tree = *enumerator.fileTree;
     if (!tree.root)
         throw Failure(fmt::format("{} cannot be entered: {}", shown(folder),
-                                  platform::NSError::fromErrno(errno).localizedDescription()));
+                                  strerrordesc_np(opened->enteringError())));
     if (!options.removeLitter && !litter.names().empty())
         throw Failure(
             fmt::format("{} holds what archives leave behind ({}); nothing was deleted: "
