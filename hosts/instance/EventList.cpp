@@ -1,0 +1,108 @@
+#include "hosts/instance/EventList.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "dsp/ParameterAddress.h"
+
+namespace qov::hosts {
+namespace {
+
+constexpr std::size_t addressCount = kVolume + 1;
+
+/// The parameter that a MIDI controller moves; addressCount for none.
+std::uint64_t controlled(std::uint8_t controller) {
+    switch (controller) {
+        case 7:
+            return kVolume;
+        case 10:
+            return kPanorama;
+        case 11:
+            return kStereoWidth;
+        default:
+            return addressCount;
+    }
+}
+
+}  // namespace
+
+std::optional<Setting> settingOf(const HostEvent& event) {
+    if (event.kind == HostEvent::Kind::midi) {
+        if (event.midiLength != 3 || (event.midi[0] & 0xf0) != 0xb0) return std::nullopt;
+        const auto address = controlled(event.midi[1]);
+        if (address == addressCount) return std::nullopt;
+        return Setting{address, static_cast<float>(event.midi[2] & 0x7f) / 127.0f};
+    }
+    const bool isKnown = event.address <= kBypass || event.address == kVolume;
+    if (!isKnown || std::isnan(event.value)) return std::nullopt;
+    return Setting{event.address, std::clamp(event.value, 0.0f, 1.0f)};
+}
+
+std::uint32_t EventList::collect(std::span<const HostEvent> events, std::uint32_t frames,
+                                 std::uint32_t begin, std::uint32_t end, std::int64_t startTime) {
+    while (!gather(events, frames, begin, end, startTime)) {
+        if (end - begin == 1) {
+            gatherFrame(events, frames, begin, startTime);
+            break;
+        }
+        end = begin + (end - begin) / 2;
+    }
+    link();
+    return end;
+}
+
+bool EventList::gather(std::span<const HostEvent> events, std::uint32_t frames, std::uint32_t begin,
+                       std::uint32_t end, std::int64_t startTime) {
+    count_ = 0;
+    addresses_ = 0;
+    for (const auto& event : events) {
+        const auto frame = std::min(event.frame, frames - 1);
+        if (frame < begin || frame >= end) continue;
+        const auto setting = settingOf(event);
+        if (!setting) continue;
+        if (count_ == capacity) return false;
+        add(frame - begin, startTime, *setting);
+    }
+    return true;
+}
+
+/// What a host's events of one frame come to: each parameter's last value, and the reset that a
+/// bypass brings even where it is taken back in the same frame.
+void EventList::gatherFrame(std::span<const HostEvent> events, std::uint32_t frames,
+                            std::uint32_t frame, std::int64_t startTime) {
+    std::array<std::optional<float>, addressCount> last;
+    bool resets = false;
+    for (const auto& event : events) {
+        if (std::min(event.frame, frames - 1) != frame) continue;
+        const auto setting = settingOf(event);
+        if (!setting) continue;
+        last[setting->address] = setting->value;
+        resets |= setting->address == kBypass && setting->value > 0.5f;
+    }
+    count_ = 0;
+    addresses_ = 0;
+    if (resets) add(0, startTime, {kBypass, 1.0f});
+    for (std::uint64_t address = 0; address < addressCount; ++address)
+        if (last[address]) add(0, startTime, {address, *last[address]});
+}
+
+void EventList::add(std::uint32_t frameInCycle, std::int64_t startTime, Setting setting) {
+    auto& event = events_[count_].parameter;
+    event = {};
+    event.eventSampleTime = startTime + frameInCycle;
+    event.eventType = platform::AURenderEventParameter;
+    event.parameterAddress = setting.address;
+    event.value = setting.value;
+    keys_[count_] = std::uint64_t{frameInCycle} << 32 | count_;
+    ++count_;
+    addresses_ |= 1u << setting.address;
+}
+
+void EventList::link() {
+    std::sort(keys_.begin(), keys_.begin() + static_cast<std::ptrdiff_t>(count_));
+    for (std::size_t rank = 0; rank < count_; ++rank)
+        events_[order(rank)].head.next = rank + 1 < count_ ? &events_[order(rank + 1)] : nullptr;
+}
+
+}  // namespace qov::hosts

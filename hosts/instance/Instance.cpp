@@ -1,0 +1,307 @@
+#include "hosts/instance/Instance.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <utility>
+
+#include "audiounit/componentDescription.h"
+#include "audiounit/presets.h"
+#include "hosts/instance/FloatEnvironment.h"
+#include "hosts/instance/SavedState.h"
+#include "hosts/instance/valueText.h"
+#include "platform/audiotoolbox/AUAudioUnitFactory.h"
+#include "platform/avfoundation/AVAudioFormat.h"
+#include "platform/dispatch/RunLoop.h"
+#include "platform/foundation/NSError.h"
+
+namespace qov::hosts {
+
+using platform::RunLoop;
+
+namespace {
+
+constexpr std::uint32_t captureFrames = 2048;   // the ring, by which the output is late
+constexpr std::uint32_t longestCopy = 1 << 20;  // frames; more than any host's block
+
+/// The instance that changes parameters on this thread on the host's behalf: no edit then.
+thread_local const Instance* hostActsOn = nullptr;
+
+class HostActs {
+ public:
+    explicit HostActs(const Instance* instance) : before_(std::exchange(hostActsOn, instance)) {}
+    ~HostActs() { hostActsOn = before_; }
+    HostActs(const HostActs&) = delete;
+    HostActs& operator=(const HostActs&) = delete;
+
+ private:
+    const Instance* before_;
+};
+
+bool overlap(const float* a, const float* b, std::uint32_t frames) {
+    const std::less<const float*> before;
+    return a && b && before(a, b + frames) && before(b, a + frames);
+}
+
+/// Whether the output may be written while the input is still read: each channel on its own or
+/// in place, nothing crossed or shifted.
+bool isSafe(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames) {
+    for (int in = 0; in < 2; ++in)
+        for (int out = 0; out < 2; ++out) {
+            const bool inPlace = in == out && input[in] == output[out];
+            if (!inPlace && overlap(input[in], output[out], frames)) return false;
+        }
+    return true;
+}
+
+}  // namespace
+
+std::unique_ptr<Instance> Instance::create(platform::NSError* error,
+                                           const std::shared_ptr<RunLoop>& loop, Factory factory) {
+    std::unique_ptr<Instance> instance(
+        new Instance(loop ? loop : RunLoop::create(), std::move(factory)));
+    if (!instance->makeUnit(error)) return nullptr;
+    instance->observeEdits();
+    return instance;
+}
+
+Instance::Instance(std::shared_ptr<RunLoop> loop, Factory factory)
+    : loop_(std::move(loop)), factory_(std::move(factory)) {
+    pull_ = [this](auto*, auto*, platform::AUAudioFrameCount, std::int64_t,
+                   platform::AudioBufferList* data) -> platform::AUAudioUnitStatus {
+        // The audio unit only reads its input, so the host's own memory will do.
+        for (int channel = 0; channel < 2; ++channel)
+            data->mBuffers[channel].mData = const_cast<float*>(pullFrom_[channel]);
+        return 0;
+    };
+}
+
+bool Instance::makeUnit(platform::NSError* error) {
+    const RunLoop::MakeCurrent current(loop_);
+    if (factory_) {
+        unit_ = std::dynamic_pointer_cast<QOV_Kelvane_PluginAudioUnit>(
+            factory_->createAudioUnit(componentDescription, error));
+        return unit_ != nullptr;
+    }
+    unit_ = std::make_shared<QOV_Kelvane_PluginAudioUnit>();
+    return unit_->initWithComponentDescription(componentDescription, 0, error);
+}
+
+void Instance::observeEdits() {
+    const RunLoop::MakeCurrent current(loop_);
+    token_ = unit_->parameterTree()->tokenByAddingParameterAutomationObserver(
+        [this](std::uint64_t address, float value, platform::AUParameterAutomationEventType type) {
+            if (hostActsOn == this || address >= EditExchange::parameters) return;
+            if (type == platform::AUParameterAutomationEventTypeTouch) edits_.touch(address);
+            if (type == platform::AUParameterAutomationEventTypeValue && touching_) {
+                held_ |= 1u << address;
+                edits_.touch(address);
+            }
+            if (const auto setting = settingOf(HostEvent::parameter(0, address, value)))
+                edits_.change(address, setting->value);
+            if (type == platform::AUParameterAutomationEventTypeRelease) edits_.release(address);
+        });
+}
+
+Instance::~Instance() {
+    const RunLoop::MakeCurrent current(loop_);
+    if (token_) unit_->parameterTree()->removeParameterObserver(token_);
+    if (unit_) deactivate();
+    loop_->end();
+}
+
+// Sound
+
+bool Instance::activate(double sampleRate, std::uint32_t longestBlock, platform::NSError* error) {
+    const RunLoop::MakeCurrent current(loop_);
+    const auto format = platform::AVAudioFormat::initStandardFormatWithSampleRate(sampleRate, 2);
+    if (!(*unit_->inputBusses())[0]->setFormat(format, error)) return false;
+    if (!(*unit_->outputBusses())[0]->setFormat(format, error)) return false;
+    if (!unit_->allocateRenderResourcesAndReturnError(error)) return false;
+    render_ = unit_->internalRenderBlock();
+
+    const auto cycle = unit_->maximumFramesToRender();
+    for (auto& copy : copies_) copy.assign(std::clamp(longestBlock, cycle, longestCopy), 0);
+    silence_.assign(cycle, 0);
+    for (auto& ignored : ignored_) ignored.assign(cycle, 0);
+    clock_ = 0;
+    if (hasRendered_) reset();
+    // Allocation has forgotten the delay but not its parameter.
+    unit_->setParameter(kPhaseShift, unit_->getParameter(kPhaseShift));
+    return true;
+}
+
+void Instance::deactivate() {
+    if (!isActive()) return;
+    unit_->deallocateRenderResources();
+    render_ = {};
+}
+
+void Instance::process(const float* const (&input)[2], float* const (&output)[2],
+                       std::uint32_t frames, std::span<const HostEvent> events) {
+    if (!isActive()) {
+        for (auto* channel : output)
+            if (channel) std::fill_n(channel, frames, 0.0f);
+        return;
+    }
+    if (frames == 0) return apply(events);
+
+    const FloatEnvironment standard;
+    if (isSafe(input, output, frames)) return renderPiece(input, output, 0, frames, frames, events);
+    const auto longest = static_cast<std::uint32_t>(copies_[0].size());
+    for (std::uint32_t begin = 0; begin < frames; begin += longest) {
+        const auto count = std::min(longest, frames - begin);
+        const float* copied[2] = {};
+        for (int channel = 0; channel < 2; ++channel) {
+            if (!input[channel]) continue;
+            std::copy_n(input[channel] + begin, count, copies_[channel].data());
+            copied[channel] = copies_[channel].data();
+        }
+        float* const out[2] = {output[0] ? output[0] + begin : nullptr,
+                               output[1] ? output[1] + begin : nullptr};
+        renderPiece(copied, out, begin, count, frames, events);
+    }
+}
+
+/// `count` frames from frame `begin` of a block of `frames`, in cycles that the audio unit takes.
+void Instance::renderPiece(const float* const (&input)[2], float* const (&output)[2],
+                           std::uint32_t begin, std::uint32_t count, std::uint32_t frames,
+                           std::span<const HostEvent> events) {
+    const auto longest = unit_->maximumFramesToRender();
+    for (std::uint32_t at = 0; at < count;) {
+        const auto cycle = std::min(longest, count - at);
+        const auto end =
+            events_.collect(events, frames, begin + at, begin + at + cycle, clock_) - begin;
+        const auto in = [&](int channel) {
+            return input[channel] ? input[channel] + at : silence_.data();
+        };
+        const auto out = [&](int channel) {
+            return output[channel] ? output[channel] + at : ignored_[channel].data();
+        };
+        renderCycle(in(0), in(1), out(0), out(1), end - at, events_.head());
+        clock_ += end - at;
+        at = end;
+        if (events_.addresses())
+            heardByAudio_.fetch_or(events_.addresses(), std::memory_order_release);
+    }
+    hasRendered_ = true;
+}
+
+void Instance::renderCycle(const float* left, const float* right, float* outLeft, float* outRight,
+                           std::uint32_t count, const platform::AURenderEvent* events) {
+    pullFrom_[0] = left;
+    pullFrom_[1] = right;
+    platform::StereoBufferList output(outLeft, outRight, count);
+    const platform::AudioTimeStamp time{static_cast<double>(clock_), 0,
+                                        platform::kAudioTimeStampSampleTimeValid};
+    platform::AudioUnitRenderActionFlags flags = 0;
+    render_(&flags, &time, count, 0, output.list(), events, pull_);
+}
+
+void Instance::apply(std::span<const HostEvent> events) {
+    for (const auto& event : events) {
+        const auto setting = settingOf(event);
+        if (!setting) continue;
+        unit_->setParameter(static_cast<std::int32_t>(setting->address), setting->value);
+        heardByAudio_.fetch_or(1u << setting->address, std::memory_order_release);
+    }
+}
+
+void Instance::reset() {
+    if (!isActive()) return;
+    const FloatEnvironment standard;
+    const float bypass = unit_->getParameter(kBypass);
+    unit_->setParameter(kBypass, 1);  // switching on is what resets the chain
+    unit_->setParameter(kBypass, 0);
+    for (std::uint32_t done = 0; done < captureFrames;) {
+        const auto count =
+            std::min(static_cast<std::uint32_t>(silence_.size()), captureFrames - done);
+        renderCycle(silence_.data(), silence_.data(), ignored_[0].data(), ignored_[1].data(), count,
+                    nullptr);
+        done += count;
+    }
+    unit_->setParameter(kBypass, 1);  // the smoothing moved meanwhile
+    unit_->setParameter(kBypass, bypass);
+}
+
+std::uint32_t Instance::latency() const {
+    return unit_->getParameter(kBypass) > 0.5f ? 0 : captureFrames;
+}
+
+bool Instance::takeLatencyChange() {
+    const auto now = latency();
+    return reportedLatency_.exchange(now) != now;
+}
+
+// Parameters
+
+float Instance::value(std::uint64_t address) const {
+    return unit_->getParameter(static_cast<std::int32_t>(address));
+}
+
+void Instance::setValue(std::uint64_t address, float value) {
+    const auto parameter = unit_->parameterTree()->parameterWithAddress(address);
+    const auto setting = settingOf(HostEvent::parameter(0, address, value));
+    if (!parameter || !setting) return;
+    const RunLoop::MakeCurrent current(loop_);
+    parameter->setValue(setting->value, token_);
+}
+
+std::string Instance::valueText(std::uint64_t address, float value) const {
+    return hosts::valueText(address, value, double{unit_->getSamplerate()});
+}
+
+std::optional<float> Instance::parseValue(std::uint64_t address, std::string_view text) const {
+    return hosts::parseValue(address, text, double{unit_->getSamplerate()});
+}
+
+void Instance::touchBegan() {
+    touching_ = true;
+}
+
+void Instance::touchEnded() {
+    touching_ = false;
+    const auto held = held_.exchange(0);
+    for (std::uint64_t address = 0; address < EditExchange::parameters; ++address)
+        if (held & 1u << address) edits_.release(address);
+}
+
+// Presets and state
+
+std::vector<std::string> Instance::factoryPresetNames() const {
+    return {presetNames.begin(), presetNames.end()};
+}
+
+bool Instance::selectFactoryPreset(std::size_t number) {
+    const auto presets = unit_->factoryPresets();
+    if (number >= presets.size()) return false;
+    const RunLoop::MakeCurrent current(loop_);
+    const HostActs host(this);
+    unit_->setCurrentPreset(presets[number]);
+    return true;
+}
+
+std::string Instance::saveState() const {
+    return encodeState(unit_->fullState());
+}
+
+bool Instance::restoreState(std::string_view text) {
+    const auto state = decodeState(text);
+    if (!state) return false;
+    const RunLoop::MakeCurrent current(loop_);
+    const HostActs host(this);
+    unit_->setFullState(*state);
+    return true;
+}
+
+// Editor
+
+void Instance::pump() {
+    const RunLoop::MakeCurrent current(loop_);
+    if (const auto heard = heardByAudio_.exchange(0, std::memory_order_acquire))
+        for (const auto& parameter : unit_->parameterTree()->allParameters())
+            if (heard & 1u << parameter->address()) parameter->didChangeValue(token_);
+    loop_->pump();
+}
+
+}  // namespace qov::hosts

@@ -1,0 +1,137 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
+#include "hosts/instance/EditExchange.h"
+#include "hosts/instance/EventList.h"
+#include "hosts/instance/HostEvent.h"
+
+namespace platform {
+class AUAudioUnitFactory;
+class NSError;
+class RunLoop;
+}  // namespace platform
+
+namespace qov::hosts {
+
+/// One living effect in a host: its audio unit with a run loop of its own, kept safe from whatever
+/// the host does, and the exchange of parameters between the host, the audio thread and the editor.
+///
+/// Threads. process() and reset() belong to the audio thread; they allocate nothing and wait for
+/// nothing. value(), latency() and takeLatencyChange() may be called on any thread. Everything else
+/// belongs to the editor's thread (the host's main one), activate() and deactivate() while nothing
+/// is processed.
+class Instance {
+ public:
+    /// What makes the audio unit, and is kept as long as it; without one it is made by itself.
+    using Factory = std::shared_ptr<platform::AUAudioUnitFactory>;
+
+    /// Null, with *error set where error is given, when there is no audio unit to be had. The
+    /// factory is asked with the instance's run loop current.
+    static std::unique_ptr<Instance> create(platform::NSError* error,
+                                            const std::shared_ptr<platform::RunLoop>& loop = {},
+                                            Factory factory = {});
+    /// Ends the run loop, and with it what the editor left there.
+    ~Instance();
+    Instance(const Instance&) = delete;
+    Instance& operator=(const Instance&) = delete;
+
+    // Sound
+
+    /// Makes ready to process at so many frames a second; the signal starts from silence. Blocks
+    /// up to longestBlock frames may overlap with their input in any way (see process).
+    /// False, with *error set where error is given, when the rate is none.
+    bool activate(double sampleRate, std::uint32_t longestBlock, platform::NSError* error);
+    void deactivate();
+    bool isActive() const { return unit_->renderResourcesAllocated(); }
+
+    /// Renders a block of any length. Input and output may be the same memory, also crossed over,
+    /// and may overlap by parts in a block no longer than longestBlock; a null input is silence, a
+    /// null output is not written. In a block of no frames events take effect at once. While not
+    /// active the output is silence and events are dropped.
+    void process(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
+                 std::span<const HostEvent> events);
+
+    /// Forgets the signal so far and brings every smoothed value to rest; parameters stay.
+    void reset();
+
+    /// Frames by which the output is late: 2048, or 0 while bypassed.
+    std::uint32_t latency() const;
+    /// True once after every change of latency(), and for the first call when it is not 0.
+    bool takeLatencyChange();
+
+    // Parameters, addresses 0 to 7
+
+    float value(std::uint64_t address) const;
+    /// A value from the host; the editor follows, no edit is reported. Wrong ones are dropped or
+    /// mended as in process().
+    void setValue(std::uint64_t address, float value);
+    std::string valueText(std::uint64_t address, float value) const;
+    std::optional<float> parseValue(std::uint64_t address, std::string_view text) const;
+
+    /// Changes that the editor made, for the host's automation; may be fetched on the audio thread.
+    EditExchange& edits() { return edits_; }
+    /// A person touches the editor, or lets go of it: what changes in between is one gesture of
+    /// each parameter.
+    void touchBegan();
+    void touchEnded();
+
+    // Presets and state
+
+    std::vector<std::string> factoryPresetNames() const;
+    /// False when there is none of that number.
+    bool selectFactoryPreset(std::size_t number);
+    std::string saveState() const;
+    /// False, with nothing changed, when it is not a state that this version knows (SavedState.h).
+    bool restoreState(std::string_view state);
+
+    // Editor
+
+    /// Brings what happened on the audio thread to the editor, then runs what is due on the run
+    /// loop. Never waits.
+    void pump();
+    const std::shared_ptr<platform::RunLoop>& runLoop() const { return loop_; }
+    QOV_Kelvane_PluginAudioUnit& audioUnit() { return *unit_; }
+    const Factory& factory() const { return factory_; }
+
+ private:
+    Instance(std::shared_ptr<platform::RunLoop> loop, Factory factory);
+    bool makeUnit(platform::NSError* error);
+    void observeEdits();
+    void apply(std::span<const HostEvent> events);
+    void renderPiece(const float* const (&input)[2], float* const (&output)[2], std::uint32_t begin,
+                     std::uint32_t count, std::uint32_t frames, std::span<const HostEvent> events);
+    void renderCycle(const float* left, const float* right, float* outLeft, float* outRight,
+                     std::uint32_t count, const platform::AURenderEvent* events);
+
+    std::shared_ptr<platform::RunLoop> loop_;
+    Factory factory_;
+    std::shared_ptr<QOV_Kelvane_PluginAudioUnit> unit_;
+    platform::AUParameterObserverToken token_ = nullptr;
+
+    platform::AUInternalRenderBlock render_;
+    platform::AURenderPullInputBlock pull_;
+    const float* pullFrom_[2] = {};  // the input of the present cycle
+    std::int64_t clock_ = 0;         // frames processed since activation
+    EventList events_;
+    std::vector<float> copies_[2];   // of an input that the output would overwrite
+    std::vector<float> silence_;     // for an input that is not there
+    std::vector<float> ignored_[2];  // for an output that is not there
+    bool hasRendered_ = false;
+
+    std::atomic<std::uint32_t> heardByAudio_{0};  // bit a: address a was set on the audio thread
+    std::atomic<std::uint32_t> reportedLatency_{0};
+    EditExchange edits_;
+    std::atomic<bool> touching_{false};
+    std::atomic<std::uint32_t> held_{0};  // bit a: address a changed since the touch began
+};
+
+}  // namespace qov::hosts

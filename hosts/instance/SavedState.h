@@ -1,0 +1,20 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/audiotoolbox/AUAudioUnit.h"
+
+namespace qov::hosts {
+
+/// An audio unit's full state as a host keeps it in its projects: lines of text, a version first
+/// and an end mark last. Whole values come back to the bit.
+std::string encodeState(const platform::AUState& state);
+
+/// The state of a text, for the component it belongs to. What is missing, unreadable or not a
+/// number gets its default, values outside 0..1 go to the nearer end, unknown lines are passed
+/// over. Nothing for what is no such text, was cut short, or has a version not known here.
+std::optional<platform::AUState> decodeState(std::string_view text);
+
+}  // namespace qov::hosts

@@ -1,0 +1,450 @@
+#include "hosts/instance/Instance.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#if defined(__SSE__)
+#include <xmmintrin.h>
+#endif
+
+#include <fmt/core.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "platform/dispatch/RunLoop.h"
+#include "platform/foundation/NSError.h"
+#include "tests/audiounit/RenderingUnit.h"
+
+namespace qov::hosts {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr double rate = 48000;
+constexpr std::uint32_t longestBlock = 8192;
+constexpr std::uint32_t late = 2048;
+
+Stereo noise(std::size_t frames) {
+    std::minstd_rand random(7);
+    std::uniform_real_distribution<float> level(-1, 1);
+    Stereo signal;
+    for (std::size_t i = 0; i < frames; ++i) {
+        signal.left.push_back(level(random));
+        signal.right.push_back(level(random));
+    }
+    return signal;
+}
+
+/// Events all over a signal, in order.
+std::vector<HostEvent> automation(std::uint32_t frames) {
+    return {HostEvent::parameter(0, kStereoWidth, 0.9f),
+            HostEvent::parameter(100, kPhaseShift, 0.3f),
+            HostEvent::parameter(frames / 4, kSwapChannels, 1),
+            HostEvent::parameter(frames / 3, kPanorama, 0.2f),
+            HostEvent::message(frames / 2, {0xb3, 11, 40}),
+            HostEvent::message(frames / 2, {0xb0, 7, 90}),
+            HostEvent::parameter(frames - 1, kTestMono, 1)};
+}
+
+class InstanceTest : public testing::Test {
+ protected:
+    InstanceTest() { EXPECT_TRUE(instance_->activate(rate, longestBlock, nullptr)); }
+
+    static std::unique_ptr<Instance> fresh() {
+        auto instance = Instance::create(nullptr, platform::RunLoop::createForTest());
+        EXPECT_TRUE(instance->activate(rate, longestBlock, nullptr));
+        return instance;
+    }
+
+    /// Everything through blocks of the given lengths in turn, with separate buffers.
+    static Stereo render(Instance& instance, const Stereo& input,
+                         const std::vector<std::uint32_t>& blocks,
+                         const std::vector<HostEvent>& events = {}) {
+        const auto frames = static_cast<std::uint32_t>(input.left.size());
+        Stereo output{std::vector<float>(frames, -9), std::vector<float>(frames, -9)};
+        std::uint32_t at = 0;
+        for (std::size_t block = 0; at < frames; ++block) {
+            const auto count = std::min(blocks[block % blocks.size()], frames - at);
+            std::vector<HostEvent> inside;
+            for (auto event : events)
+                if (event.frame >= at && event.frame < at + count) {
+                    event.frame -= at;
+                    inside.push_back(event);
+                }
+            instance.process({input.left.data() + at, input.right.data() + at},
+                             {output.left.data() + at, output.right.data() + at}, count, inside);
+            at += count;
+        }
+        return output;
+    }
+
+    std::vector<std::string> edits() {
+        std::vector<std::string> texts;
+        instance_->edits().take([&](const EditExchange::Edit& edit) {
+            if (edit.kind == EditExchange::Edit::Kind::value)
+                texts.push_back(fmt::format("{}={:.2f}", edit.address, edit.value));
+            else
+                texts.push_back(fmt::format(
+                    "{} {}", edit.kind == EditExchange::Edit::Kind::begin ? "begin" : "end",
+                    edit.address));
+        });
+        return texts;
+    }
+    void edit(std::uint64_t address, float value) {
+        instance_->audioUnit().parameterTree()->parameterWithAddress(address)->setValue(value);
+    }
+
+    ConsoleLines quiet_;
+    std::unique_ptr<Instance> instance_ =
+        Instance::create(nullptr, platform::RunLoop::createForTest());
+};
+
+TEST_F(InstanceTest, SoundsLikeTheBareAudioUnitToTheBit) {
+    RenderingUnit bare;
+    const auto format = platform::AVAudioFormat::initStandardFormatWithSampleRate(rate, 2);
+    (*bare.unit->inputBusses())[0]->setFormat(format, nullptr);
+    (*bare.unit->outputBusses())[0]->setFormat(format, nullptr);
+    bare.allocate();
+    const auto input = noise(512 * 10);
+    const std::vector<HostEvent> events{HostEvent::parameter(0, kStereoWidth, 0.9f),
+                                        HostEvent::message(700, {0xb0, 10, 20})};
+    const auto output = render(*instance_, input, {512}, events);
+    Stereo expected;
+    for (std::size_t at = 0; at < input.left.size(); at += 512) {
+        std::vector<platform::AURenderEvent> list;
+        if (at == 0) list.push_back(parameterEvent(0, kStereoWidth, 0.9f));
+        if (at == 512) {
+            platform::AURenderEvent midi{};
+            midi.MIDI = {nullptr, 700 - 512, platform::AURenderEventMIDI, 0, 3, 0, {0xb0, 10, 20}};
+            list.push_back(midi);
+        }
+        const auto part = bare.render(
+            {{&input.left[at], &input.left[at] + 512}, {&input.right[at], &input.right[at] + 512}},
+            list);
+        expected.left.insert(expected.left.end(), part.left.begin(), part.left.end());
+        expected.right.insert(expected.right.end(), part.right.begin(), part.right.end());
+    }
+    EXPECT_EQ(output, expected);
+}
+
+TEST_F(InstanceTest, LongBlocksAreThoseOfTheLongestCycle) {
+    const auto input = noise(3 * longestBlock + 77);
+    const auto events = automation(static_cast<std::uint32_t>(input.left.size()));
+    EXPECT_EQ(render(*instance_, input, {longestBlock}, events),
+              render(*fresh(), input, {1024}, events));
+    EXPECT_EQ(render(*fresh(), input, {1'000'000}, events),
+              render(*fresh(), input, {1024}, events));
+}
+
+/// Where the outputs lie relative to the inputs, in one piece of memory; in frames.
+struct Layout {
+    const char* name;
+    int inputs[2];
+    int outputs[2];
+};
+
+class AliasTest : public InstanceTest, public testing::WithParamInterface<Layout> {};
+
+TEST_P(AliasTest, OutputIsThatOfSeparateBuffers) {
+    const auto input = noise(4 * 1500);
+    for (const std::uint32_t block : {1u, 300u, 1500u}) {
+        const auto expected = render(*fresh(), input, {block});
+        const auto instance = fresh();
+        Stereo output;
+        for (std::size_t at = 0; at < input.left.size(); at += block) {
+            std::vector<float> memory(8 * 1500);
+            const auto place = [&](int frames) {
+                return memory.data() + static_cast<std::size_t>(frames) * block / 300;
+            };
+            const float* const in[2] = {place(GetParam().inputs[0]), place(GetParam().inputs[1])};
+            float* const out[2] = {place(GetParam().outputs[0]), place(GetParam().outputs[1])};
+            std::copy_n(&input.left[at], block, place(GetParam().inputs[0]));
+            std::copy_n(&input.right[at], block, place(GetParam().inputs[1]));
+            instance->process(in, out, block, {});
+            output.left.insert(output.left.end(), out[0], out[0] + block);
+            output.right.insert(output.right.end(), out[1], out[1] + block);
+        }
+        EXPECT_EQ(output, expected) << "block " << block;
+    }
+}
+
+// Offsets are for blocks of 300 frames and grow with the block.
+INSTANTIATE_TEST_SUITE_P(Layouts, AliasTest,
+                         testing::Values(Layout{"InPlace", {0, 300}, {0, 300}},
+                                         Layout{"Crossed", {0, 300}, {300, 0}},
+                                         Layout{"HalfCrossed", {0, 300}, {300, 600}},
+                                         Layout{"AHeadStart", {100, 500}, {0, 400}},
+                                         Layout{"Behind", {0, 400}, {100, 500}},
+                                         Layout{"Straddling", {0, 300}, {150, 600}}),
+                         [](const auto& layout) { return layout.param.name; });
+
+TEST_F(InstanceTest, UnconnectedPortsAreSilentOrIgnored) {
+    const auto input = noise(4 * late);
+    const Stereo silentRight{input.left, std::vector<float>(input.left.size(), 0)};
+    const auto expected = render(*fresh(), silentRight, {4 * late});
+    std::vector<float> left(input.left.size());
+    instance_->process({input.left.data(), nullptr}, {left.data(), nullptr}, 4 * late, {});
+    EXPECT_EQ(left, expected.left);
+}
+
+TEST_F(InstanceTest, WrongEventsAreMendedOrDropped) {
+    const auto nan = std::nanf("");
+    const auto infinity = std::numeric_limits<float>::infinity();
+    const auto frames = 3000u;
+    const auto input = noise(frames);
+    const std::vector<HostEvent> wrong{HostEvent::parameter(90, kPanorama, infinity),
+                                       HostEvent::parameter(4000000000, kTestMono, 7),
+                                       HostEvent::parameter(50, kStereoWidth, -3),
+                                       HostEvent::parameter(60, kPhaseShift, nan),
+                                       HostEvent::parameter(70, 8, 1),
+                                       HostEvent::parameter(70, ~std::uint64_t{0}, 1),
+                                       HostEvent::message(80, {0x90, 60, 100}),
+                                       HostEvent::message(80, {0xf8, 0, 0}),
+                                       HostEvent::message(95, {0xb0, 11, 0xff})};
+    const std::vector<HostEvent> mended{
+        HostEvent::parameter(50, kStereoWidth, 0), HostEvent::parameter(90, kPanorama, 1),
+        HostEvent::message(95, {0xb0, 11, 127}), HostEvent::parameter(frames - 1, kTestMono, 1)};
+    Stereo output{std::vector<float>(frames), std::vector<float>(frames)};
+    instance_->process({input.left.data(), input.right.data()},
+                       {output.left.data(), output.right.data()}, frames, wrong);
+    EXPECT_EQ(output, render(*fresh(), input, {frames}, mended));
+    EXPECT_EQ(instance_->value(kTestMono), 1);
+    EXPECT_EQ(instance_->value(kPhaseShift), 0);
+}
+
+TEST_F(InstanceTest, MoreEventsThanFitLoseNoValue) {
+    const auto input = noise(2000);
+    std::vector<HostEvent> storm{HostEvent::parameter(10, kSwapChannels, 1),
+                                 HostEvent::parameter(10, kBypass, 1),
+                                 HostEvent::parameter(10, kBypass, 0)};
+    for (int i = 0; i < 5000; ++i)
+        storm.push_back(HostEvent::parameter(10, kPanorama, static_cast<float>(i) / 5000));
+    for (std::uint32_t frame = 11; frame < 2000; ++frame)
+        for (const auto address : {kStereoWidth, kPhaseShift})
+            storm.push_back(HostEvent::parameter(frame, address, static_cast<float>(frame) / 2000));
+    render(*instance_, input, {2000}, storm);
+    EXPECT_EQ(instance_->value(kSwapChannels), 1);
+    EXPECT_EQ(instance_->value(kBypass), 0);
+    EXPECT_EQ(instance_->value(kPanorama), 4999.0f / 5000);
+    EXPECT_EQ(instance_->value(kPhaseShift), 1999.0f / 2000);
+}
+
+TEST_F(InstanceTest, EmptyBlockAppliesItsEvents) {
+    const auto input = noise(5000);
+    const auto expected =
+        render(*fresh(), input, {500}, {HostEvent::parameter(0, kPanorama, 0.1f)});
+    const std::vector<HostEvent> events{HostEvent::parameter(3, kPanorama, 0.1f)};
+    instance_->process({nullptr, nullptr}, {nullptr, nullptr}, 0, events);
+    EXPECT_EQ(render(*instance_, input, {500}), expected);
+}
+
+TEST_F(InstanceTest, FlushToZeroOfTheHostChangesNoBit) {
+#if defined(__SSE__)
+    Stereo tiny = noise(3 * late);
+    for (auto* channel : {&tiny.left, &tiny.right})
+        for (auto& sample : *channel) sample *= 1e-38f;
+    const std::vector<HostEvent> wide{HostEvent::parameter(0, kStereoWidth, 0.9f)};
+    const auto expected = render(*fresh(), tiny, {256}, wide);
+    const unsigned host = _mm_getcsr() | 0x8040;  // flush results and operands to zero
+    const unsigned before = _mm_getcsr();
+    _mm_setcsr(host);
+    const auto output = render(*instance_, tiny, {256}, wide);
+    const unsigned after = _mm_getcsr();
+    _mm_setcsr(before);
+    EXPECT_EQ(after & 0x8040, 0x8040u);
+    EXPECT_EQ(output, expected);
+    EXPECT_TRUE(std::ranges::any_of(
+        output.left, [](float sample) { return std::fpclassify(sample) == FP_SUBNORMAL; }));
+#else
+    GTEST_SKIP() << "no such mode here";
+#endif
+}
+
+TEST_F(InstanceTest, ReactivatedAndResetInstancesSoundNew) {
+    const auto input = noise(3 * late);
+    instance_->setValue(kPhaseShift, 0.4f);
+    const auto expected = render(*instance_, input, {700});
+    instance_->reset();
+    EXPECT_EQ(render(*instance_, input, {700}), expected) << "after reset";
+    instance_->deactivate();
+    ASSERT_TRUE(instance_->activate(rate, 100, nullptr));
+    EXPECT_EQ(render(*instance_, input, {700}), expected) << "after reactivation";
+    instance_->setValue(kBypass, 1);
+    instance_->reset();
+    EXPECT_EQ(render(*instance_, input, {700}), input) << "bypass stays on";
+}
+
+TEST_F(InstanceTest, InactiveInstanceIsSilent) {
+    instance_->deactivate();
+    EXPECT_EQ(render(*instance_, ramp(3), {3}), (Stereo{{0, 0, 0}, {0, 0, 0}}));
+    platform::NSError error;
+    EXPECT_FALSE(instance_->activate(0, 512, &error));
+    EXPECT_TRUE(error);
+    EXPECT_FALSE(instance_->activate(std::nan(""), 512, nullptr));
+    EXPECT_TRUE(instance_->activate(384000, 0, nullptr));
+}
+
+TEST_F(InstanceTest, LatencyIsThatOfTheSignal) {
+    EXPECT_TRUE(instance_->takeLatencyChange());
+    EXPECT_EQ(instance_->latency(), late);
+    render(*instance_, ramp(4), {4}, {HostEvent::parameter(1, kBypass, 1)});
+    EXPECT_EQ(instance_->latency(), 0u);
+    EXPECT_TRUE(instance_->takeLatencyChange());
+    EXPECT_FALSE(instance_->takeLatencyChange());
+}
+
+TEST_F(InstanceTest, AudioThreadChangesReachTheEditorsObserversOnceAndNotTheHost) {
+    std::vector<std::string> heard;
+    instance_->audioUnit().parameterTree()->tokenByAddingParameterObserver(
+        [&](std::uint64_t address, float value) {
+            heard.push_back(fmt::format("{}={:.2f}", address, value));
+        });
+    std::thread audio([&] {
+        render(*instance_, ramp(64), {64},
+               {HostEvent::parameter(0, kPanorama, 0.1f), HostEvent::parameter(9, kPanorama, 0.2f),
+                HostEvent::message(9, {0xb0, 11, 127})});
+    });
+    audio.join();
+    EXPECT_THAT(heard, IsEmpty());
+    instance_->pump();
+    EXPECT_THAT(heard, ElementsAre("0=1.00", "1=0.20"));
+    instance_->pump();
+    EXPECT_EQ(heard.size(), 2u);
+    EXPECT_THAT(edits(), IsEmpty());
+}
+
+TEST_F(InstanceTest, EditsReachTheHostWithTheirGesture) {
+    edit(kPanorama, 0.25f);
+    EXPECT_THAT(edits(), ElementsAre("begin 1", "1=0.25", "end 1"));
+
+    instance_->touchBegan();
+    edit(kStereoWidth, 0.1f);
+    EXPECT_THAT(edits(), ElementsAre("begin 0", "0=0.10"));
+    edit(kStereoWidth, 0.2f);
+    edit(kStereoWidth, 0.3f);
+    EXPECT_THAT(edits(), ElementsAre("0=0.30"));
+    instance_->touchEnded();
+    EXPECT_THAT(edits(), ElementsAre("end 0"));
+    EXPECT_THAT(edits(), IsEmpty());
+}
+
+TEST_F(InstanceTest, HostsOwnChangesAreNoEdits) {
+    instance_->setValue(kStereoWidth, 0.75f);
+    EXPECT_EQ(instance_->value(kStereoWidth), 0.75f);
+    instance_->setValue(kStereoWidth, std::nanf(""));
+    instance_->setValue(99, 1);
+    EXPECT_EQ(instance_->value(kStereoWidth), 0.75f);
+    EXPECT_TRUE(instance_->selectFactoryPreset(2));
+    EXPECT_FALSE(instance_->selectFactoryPreset(3));
+    EXPECT_EQ(instance_->value(kStereoWidth), 0.5f);
+    EXPECT_THAT(edits(), IsEmpty());
+    EXPECT_EQ(instance_->factoryPresetNames()[2], "3. Default Preset (Init)");
+}
+
+TEST_F(InstanceTest, StormFromTheEditorStaysBoundedWhileTheHostListens) {
+    std::atomic<bool> stop{false};
+    std::thread editor([&] {
+        for (int i = 0; i <= 20000; ++i) edit(kPanorama, static_cast<float>(i) / 20000);
+        stop = true;
+    });
+    float last = -1;
+    const auto listen = [&] {
+        instance_->edits().take([&](const EditExchange::Edit& edit) {
+            ASSERT_GE(edit.value, last) << "an older value after a newer one";
+            last = edit.value;
+        });
+    };
+    while (!stop) listen();
+    editor.join();
+    listen();
+    EXPECT_EQ(last, 1);
+}
+
+TEST_F(InstanceTest, StateComesBackInAnotherInstance) {
+    for (std::uint64_t address = 0; address < 8; ++address)
+        instance_->setValue(address, address < 3 ? 1.0f / static_cast<float>(address + 3) : 1);
+    instance_->audioUnit().setCurrentPreset(std::make_shared<platform::AUAudioUnitPreset>(
+        platform::AUAudioUnitPreset{-3, "Mine\nend=1"}));
+    const auto other = fresh();
+    ASSERT_TRUE(other->restoreState(instance_->saveState()));
+    for (std::uint64_t address = 0; address < 8; ++address)
+        EXPECT_EQ(other->value(address), instance_->value(address)) << address;
+    EXPECT_EQ(other->audioUnit().currentPreset()->number, -3);
+    EXPECT_EQ(other->audioUnit().currentPreset()->name, "Mine end=1");
+    other->edits().take([](const EditExchange::Edit&) { ADD_FAILURE() << "restoring is no edit"; });
+}
+
+TEST_F(InstanceTest, BrokenStatesAreRefusedOrMended) {
+    instance_->setValue(kPanorama, 0.9f);
+    const auto whole = instance_->saveState();
+    const auto other = fresh();
+    other->setValue(kStereoWidth, 0.1f);
+    for (std::size_t length = 0; length < whole.size(); ++length)
+        ASSERT_FALSE(other->restoreState(whole.substr(0, length))) << length;
+    EXPECT_FALSE(other->restoreState("QOV Kelvane state 2\nvalue.0=1\nend\n"));
+    EXPECT_EQ(other->value(kStereoWidth), 0.1f) << "a refused state changed something";
+
+    EXPECT_TRUE(
+        other->restoreState("QOV Kelvane state 1\n=\nvalue.0=nan\nvalue.1=7\nvalue.2=x\n"
+                            "value.99=1\nvalue.=1\npreset=many\nlater=1\nend\nvalue.2=1\n"));
+    EXPECT_EQ(other->value(kStereoWidth), 0.5f) << "the default";
+    EXPECT_EQ(other->value(kPanorama), 1);
+    EXPECT_EQ(other->value(kPhaseShift), 0);
+
+    std::minstd_rand random(3);
+    for (int round = 0; round < 2000; ++round) {
+        auto damaged = whole;
+        for (int i = 0; i < 3; ++i)
+            damaged[random() % damaged.size()] = static_cast<char>(random() % 256);
+        other->restoreState(damaged);
+        for (std::uint64_t address = 0; address < 8; ++address) {
+            const float value = other->value(address);
+            ASSERT_TRUE(value >= 0 && value <= 1) << damaged;
+        }
+    }
+}
+
+TEST_F(InstanceTest, ItsRunLoopGoesWithIt) {
+    auto loop = platform::RunLoop::createForTest();
+    auto held = std::make_shared<int>(0);
+    const std::weak_ptr<int> editor = held;
+    {
+        const auto instance = Instance::create(nullptr, loop);
+        loop->schedule(0.05, true, [held = std::move(held)] { ++*held; });
+        loop->advance(0.11);
+        EXPECT_EQ(*editor.lock(), 2);
+    }
+    EXPECT_TRUE(editor.expired());
+    EXPECT_TRUE(loop->hasEnded());
+}
+
+TEST(Instances, LiveSideBySideOnSeveralThreads) {
+    const ConsoleLines quiet;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread)
+        threads.emplace_back([thread] {
+            const auto own = static_cast<float>(thread) / 4;
+            std::vector<std::unique_ptr<Instance>> instances;
+            for (int i = 0; i < 25; ++i) {
+                instances.push_back(Instance::create(nullptr));
+                ASSERT_TRUE(instances.back()->activate(rate, 64, nullptr));
+                instances.back()->setValue(kPanorama, own);
+            }
+            float samples[64] = {};
+            for (auto& instance : instances) {
+                instance->process({samples, samples}, {samples, samples}, 64, {});
+                instance->pump();
+                EXPECT_EQ(instance->value(kPanorama), own);
+            }
+        });
+    for (auto& thread : threads) thread.join();
+}
+
+}  // namespace
+}  // namespace qov::hosts
