@@ -103,33 +103,28 @@ Outcome fetch(const URL& from, URLSession::Configuration configuration = {}) {
 
 class NetworkFetch : public testing::Test {
  protected:
-    LoopbackServer server{[this](const std::string& target,
-                                 const LoopbackServer::Connection& connection) {
-        if (target == "/hello") connection.respond("200 OK", "hello");
-        if (target == "/gone") connection.respond("404 Not Found", "nothing here");
-        if (target == "/moved") {
-            connection.send("HTTP/1.1 302 Found\r\nLocation: /hello\r\nContent-Length: 0\r\n\r\n");
-        }
-        if (target == "/loop") {
-            connection.send("HTTP/1.1 302 Found\r\nLocation: /loop\r\nContent-Length: 0\r\n\r\n");
-        }
-        if (target == "/local") {
-            connection.send("HTTP/1.1 302 Found\r\nLocation: file:///etc/passwd\r\n\r\n");
-        }
-        if (target == "/cut") connection.send("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf");
-        if (target == "/garbage") connection.send("\x01\x02\x03");
-        if (target == "/endless") {
-            connection.send("HTTP/1.1 200 OK\r\n\r\n");
-            while (connection.send(std::string(65536, 'x'))) {
+    LoopbackServer server{
+        [this](const std::string& target, const LoopbackServer::Connection& connection) {
+            if (target == "/hello") connection.respond("200 OK", "hello");
+            if (target == "/gone") connection.respond("404 Not Found", "nothing here");
+            if (target == "/moved") connection.redirect("/hello");
+            if (target == "/loop") connection.redirect("/loop");
+            if (target == "/local") connection.redirect("file:///etc/passwd");
+            if (target == "/cut")
+                connection.send("HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\nhalf");
+            if (target == "/garbage") connection.send("\x01\x02\x03");
+            if (target == "/endless") {
+                connection.send("HTTP/1.1 200 OK\r\n\r\n");
+                while (connection.send(std::string(65536, 'x'))) {
+                }
             }
-        }
-        if (target == "/slow") {
-            connection.send("HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nslo");
-            asked.set_value();
-            answer.get_future().wait();
-            connection.send("wly");
-        }
-    }};
+            if (target == "/slow") {
+                connection.send("HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nslo");
+                asked.set_value();
+                answer.get_future().wait();
+                connection.send("wly");
+            }
+        }};
     std::promise<void> asked, answer;
 };
 
@@ -158,12 +153,10 @@ TEST_F(NetworkFetch, FailuresAreErrorsOfTheURLDomain) {
     EXPECT_EQ(fetch(url("http://")).error.domain(), "NSURLErrorDomain");
     EXPECT_EQ(fetch(url("relative/a.png")).error.domain(), "NSURLErrorDomain");
 
-    int port = 0;
-    {
-        const LoopbackServer closed([](const auto&, const auto&) {});
-        port = url(closed.address("/")).port().value();
-    }
-    EXPECT_EQ(fetch(url("http://127.0.0.1:" + std::to_string(port) + "/")).error.code(), -1004);
+    const LoopbackPort nobodyListens;
+    EXPECT_EQ(
+        fetch(url("http://127.0.0.1:" + std::to_string(nobodyListens.port()) + "/")).error.code(),
+        -1004);
 }
 
 TEST_F(NetworkFetch, ContentsAreTheWholeOrAnError) {

@@ -11,6 +11,31 @@
 #include <thread>
 #include <vector>
 
+/// A port of 127.0.0.1 that is this process's while it lives, and on which nobody listens.
+class LoopbackPort {
+ public:
+    LoopbackPort() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        auto* generic = reinterpret_cast<sockaddr*>(&address);
+        if (bind(socket_, generic, size) != 0) std::abort();
+        getsockname(socket_, generic, &size);
+        port_ = ntohs(address.sin_port);
+    }
+    ~LoopbackPort() { close(socket_); }
+    LoopbackPort(const LoopbackPort&) = delete;
+    LoopbackPort& operator=(const LoopbackPort&) = delete;
+
+    int descriptor() const { return socket_; }
+    int port() const { return port_; }
+
+ private:
+    int socket_;
+    int port_ = 0;
+};
+
 /// A server on 127.0.0.1 that answers each connection's first request as the test says, then
 /// closes.
 class LoopbackServer {
@@ -33,6 +58,11 @@ class LoopbackServer {
                  std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + std::string(body));
         }
 
+        void redirect(std::string_view location) const {
+            send("HTTP/1.1 302 Found\r\nContent-Length: 0\r\nConnection: close\r\nLocation: " +
+                 std::string(location) + "\r\n\r\n");
+        }
+
      private:
         int socket_;
     };
@@ -41,32 +71,23 @@ class LoopbackServer {
 
     explicit LoopbackServer(Handler handler) : handler_(std::move(handler)) {
         setenv("no_proxy", "*", 1);
-        listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        auto* generic = reinterpret_cast<sockaddr*>(&address);
-        if (bind(listener_, generic, size) != 0 || listen(listener_, 16) != 0) std::abort();
-        getsockname(listener_, generic, &size);
-        port_ = ntohs(address.sin_port);
+        if (listen(port_.descriptor(), 16) != 0) std::abort();
         acceptor_ = std::thread([this] { accept(); });
     }
     ~LoopbackServer() {
-        shutdown(listener_, SHUT_RDWR);
+        shutdown(port_.descriptor(), SHUT_RDWR);
         acceptor_.join();
         for (auto& connection : connections_) connection.join();
-        close(listener_);
     }
 
     std::string address(std::string_view target) const {
-        return "http://127.0.0.1:" + std::to_string(port_) + std::string(target);
+        return "http://127.0.0.1:" + std::to_string(port_.port()) + std::string(target);
     }
 
  private:
     void accept() {
         for (;;) {
-            const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+            const int socket = accept4(port_.descriptor(), nullptr, nullptr, SOCK_CLOEXEC);
             if (socket < 0) return;
             connections_.emplace_back([this, socket] {
                 answer(socket);
@@ -87,8 +108,7 @@ class LoopbackServer {
     }
 
     Handler handler_;
-    int listener_ = -1;
-    int port_ = 0;
+    LoopbackPort port_;
     std::thread acceptor_;
     std::vector<std::thread> connections_;
 };
