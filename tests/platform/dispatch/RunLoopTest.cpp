@@ -223,12 +223,12 @@ TEST_F(RunLoopTest, ABlockMayEndTheLoopAndLetGoOfItsLastOwner) {
 
 TEST_F(RunLoopTest, CapturesThatCallTheLoopFromTheirDestructorsDoNotBlock) {
     struct Caller {
-        RunLoop* loop;
-        RunLoop::TimerID timer = 0;
+        explicit Caller(RunLoop* caller) : loop(caller) {}
         ~Caller() {
             loop->submit([] {});
-            loop->cancel(timer);
+            loop->cancel(loop->schedule(1, true, [] {}));
         }
+        RunLoop* loop;
     };
     const auto timer = loop->schedule(1, true, [c = std::make_shared<Caller>(loop.get())] {});
     loop->cancel(timer);
