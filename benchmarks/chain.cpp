@@ -75,33 +75,45 @@ void countFrames(benchmark::State& state, std::int64_t perIteration) {
 }
 
 // Two channels copied, then exchanged with a ring each, one of them with a delay line before that.
-void floorOf(benchmark::State& state, int block) {
-    Blocks blocks(block);
-    const ChainLoops& loops = *ChainLoops::current();
-    struct Ring {
-        std::vector<float> frames;
-        std::size_t pos = 0;
-    } line{std::vector<float>(441)},
-        rings[2] = {{std::vector<float>(2048)}, {std::vector<float>(2048)}};
-    const auto exchange = [&](Ring& ring, float* samples) {
-        for (std::size_t i = 0; i < static_cast<std::size_t>(block);) {
-            if (ring.pos >= ring.frames.size()) ring.pos = 0;
-            const std::size_t run = std::min(block - i, ring.frames.size() - ring.pos);
-            loops.delay(samples + i, samples + i, ring.frames.data() + ring.pos,
-                        static_cast<std::int32_t>(run), 1.0f);
-            ring.pos += run;
-            i += run;
-        }
-    };
-    for (auto _ : state) {
+class Floor {
+ public:
+    void render(Blocks& blocks, int block) {
         for (int c = 0; c < 2; ++c)
             std::memcpy(blocks.channel(c + 2).data(), blocks.channel(c).data(),
                         sizeof(float) * static_cast<std::size_t>(block));
-        exchange(line, blocks.channel(2).data());
-        for (int c = 0; c < 2; ++c) exchange(rings[c], blocks.channel(c + 2).data());
+        exchange(line_, blocks.channel(2).data(), static_cast<std::size_t>(block));
+        for (int c = 0; c < 2; ++c)
+            exchange(rings_[c], blocks.channel(c + 2).data(), static_cast<std::size_t>(block));
         benchmark::ClobberMemory();
     }
-    countFrames(state, block);
+
+ private:
+    struct Ring {
+        std::vector<float> frames;
+        std::size_t pos = 0;
+    };
+
+    static void exchange(Ring& ring, float* samples, std::size_t count) {
+        for (std::size_t i = 0; i < count;) {
+            if (ring.pos >= ring.frames.size()) ring.pos = 0;
+            const std::size_t run = std::min(count - i, ring.frames.size() - ring.pos);
+            ChainLoops::current()->delay(samples + i, samples + i, ring.frames.data() + ring.pos,
+                                         static_cast<std::int32_t>(run), 1.0f);
+            ring.pos += run;
+            i += run;
+        }
+    }
+
+    Ring line_{std::vector<float>(441)};
+    Ring rings_[2] = {{std::vector<float>(2048)}, {std::vector<float>(2048)}};
+};
+
+void floorOf(benchmark::State& state, int block, int count = 1) {
+    Blocks blocks(block);
+    std::vector<Floor> floors(static_cast<std::size_t>(count));
+    for (auto _ : state)
+        for (Floor& each : floors) each.render(blocks, block);
+    countFrames(state, std::int64_t{block} * count);
 }
 
 void chain(benchmark::State& state, const Settings& settings, int block) {
@@ -250,6 +262,9 @@ int main(int argc, char** argv) {
         add(numbered("instances in turn (against one): ", number), numbered("instances/", number),
             "instances/1", number == 1000 ? 1.5 : 0,
             [=](auto& state) { instances(state, number); });
+    // What the memory alone costs there: rings and lines of a thousand, without a snapshot each.
+    add("floors in turn (against one): 1000", "floors/1000", "floor/512", 0,
+        [](auto& state) { floorOf(state, usualBlock, 1000); });
     add("gate alone, spread over a block of 32", "gate", "full/32", 0, gate);
 
     Reporter reporter;
