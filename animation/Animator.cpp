@@ -3,6 +3,7 @@
 #include <atomic>
 #include <limits>
 
+#include "animation/call.h"
 #include "platform/foundation/Timer.h"
 #include "platform/foundation/fatalError.h"
 
@@ -87,8 +88,7 @@ void Animator::animate() {
 }
 
 void Animator::takeFrame() {
-    // Callbacks are called through a copy: they may replace or empty the property they came from.
-    if (const auto callback = onAnimation) callback(*this, _value);
+    call(onAnimation, *this, _value);
     if (!_action && isFinished()) return;  // the callback has disposed of it
     if (_step == std::numeric_limits<std::int64_t>::max())
         platform::fatalError("Animator: the step overflows");
@@ -100,7 +100,7 @@ void Animator::takeFrame() {
 void Animator::settle() {
     _value = _destination;
     if (looped) {
-        if (const auto callback = onLoop) callback(*this);
+        call(onLoop, *this);
         if (_action) reverse();  // it is missing if the callback has disposed of it
         return;
     }
@@ -108,7 +108,7 @@ void Animator::settle() {
     _step = 0;
     _frames = -1;
     looped = false;
-    if (const auto callback = onFinished) callback(*this, _value);
+    call(onFinished, *this, _value);
 }
 
 void Animator::start() {

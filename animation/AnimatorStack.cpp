@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "animation/Animator.h"
+#include "animation/call.h"
 #include "platform/foundation/Timer.h"
 #include "platform/foundation/fatalError.h"
 
@@ -49,8 +50,8 @@ bool AnimatorStack::animate() {
     bool animated = false;
     for (const auto& animator : snapshot) animated |= takeFrame(animator);
     if (animated) return true;
-    if (const auto callback = onFinished) {
-        callback(*this);
+    if (onFinished) {
+        call(onFinished, *this);
         reset();
     }
     return false;
@@ -58,11 +59,11 @@ bool AnimatorStack::animate() {
 
 bool AnimatorStack::takeFrame(const std::shared_ptr<Animator>& animator) {
     if (animator->isFinished()) return false;
-    if (const auto callback = onAnimation) callback(*this, *animator);
+    call(onAnimation, *this, *animator);
     animator->animate();
     if (animator->isFinished()) {
         remove(animator);
-        if (const auto callback = onRemovedItem) callback(*this, *animator);
+        call(onRemovedItem, *this, *animator);
     }
     return true;
 }

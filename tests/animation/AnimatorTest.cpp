@@ -207,6 +207,15 @@ const Reentrance kReentrances[] = {
 INSTANTIATE_TEST_SUITE_P(All, AnimatorReentrance, testing::ValuesIn(kReentrances),
                          [](const auto& each) { return each.param.name; });
 
+TEST_F(AnimatorRuns, keepWhatACallbackRemembersInItself) {
+    auto& animator = armed("a", 0, 4, 4);
+    animator.onAnimation = [this, frame = 0](Animator&, float) mutable {
+        say(std::to_string(++frame));
+    };
+    animate(animator, 3);
+    EXPECT_EQ(log, (Log{"1", "2", "3"}));
+}
+
 TEST_F(AnimatorRuns, areHeldByTheirTimerAndTheirCurveUntilTheyAreDisposedOf) {
     std::weak_ptr<Animator> weak = Animator::init(0, 1, 2, 0.01f, EASING_easeInQuad);
     EXPECT_FALSE(weak.expired()) << "the curve holds it";
