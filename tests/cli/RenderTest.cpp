@@ -1,0 +1,295 @@
+// kelvane render as a process: what a user meets at the shell.
+#include <csignal>
+#include <cstring>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sndfile.h>
+#include <nlohmann/json.hpp>
+
+#include "tests/cli/Program.h"
+#include "tests/cli/Sound.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+constexpr int floatWav = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+
+struct Kind {
+    const char* file;
+    int format;
+};
+
+class BitExactBypass : public testing::TestWithParam<Kind> {};
+
+TEST_P(BitExactBypass, GivesBackEverySample) {
+    const auto [file, format] = GetParam();
+    const Folder folder;
+    const auto in = folder / "in";
+    const auto out = folder / file;
+    const auto samples = noise(20000);
+    if ((format & SF_FORMAT_SUBMASK) == SF_FORMAT_DOUBLE) {
+        Sound<double> sound{.format = format, .samples = {}};
+        for (const float sample : samples) sound.samples.push_back(sample / 3.0);
+        save(in, sound);
+    } else if ((format & SF_FORMAT_SUBMASK) == SF_FORMAT_FLOAT) {
+        Sound<float> sound{.format = format, .samples = samples};
+        sound.samples[5] = -3.5F;
+        sound.samples[6] = 1e-40F;
+        sound.samples[7] = std::numeric_limits<float>::quiet_NaN();
+        save(in, sound);
+    } else {
+        Sound<std::int32_t> sound{.format = format, .samples = {}};
+        for (const float sample : samples)
+            sound.samples.push_back(static_cast<std::int32_t>(sample * 2147483520.0F) | 0x55);
+        sound.samples[0] = INT32_MIN;
+        sound.samples[1] = INT32_MAX;
+        save(in, sound);
+    }
+    const auto run = shell("$K render " + in + " " + out + " --bypass --stereo-width 1 --volume 0");
+    ASSERT_EQ(run.code, 0) << run.err;
+    const auto before = loadDoubles(in);
+    const auto after = loadDoubles(out);
+    EXPECT_EQ(after.format & SF_FORMAT_SUBMASK, format & SF_FORMAT_SUBMASK);
+    ASSERT_EQ(after.samples.size(), before.samples.size());
+    EXPECT_EQ(std::memcmp(after.samples.data(), before.samples.data(), 8 * before.samples.size()),
+              0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Subtypes, BitExactBypass,
+                         testing::Values(Kind{"o.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_U8},
+                                         Kind{"o.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_16},
+                                         Kind{"o.wav", SF_FORMAT_WAV | SF_FORMAT_PCM_24},
+                                         Kind{"o.w64", SF_FORMAT_W64 | SF_FORMAT_PCM_32},
+                                         Kind{"o.wav", floatWav},
+                                         Kind{"o.au", SF_FORMAT_AU | SF_FORMAT_DOUBLE},
+                                         Kind{"o.aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_S8},
+                                         Kind{"o.flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_24},
+                                         Kind{"o.caf", SF_FORMAT_CAF | SF_FORMAT_ALAC_16},
+                                         Kind{"o.au", SF_FORMAT_AU | SF_FORMAT_ULAW},
+                                         Kind{"o.wav", SF_FORMAT_WAV | SF_FORMAT_ALAW}));
+
+class Render : public testing::Test {
+ protected:
+    Render() { save(in, {.format = floatWav, .samples = noise(2 * 30000)}); }
+
+    const Folder folder;
+    const std::string in = folder / "in.wav";
+    const std::string out = folder / "out.wav";
+};
+
+TEST_F(Render, PutsIntegersOfTheProcessedSideBackExactlyAndHoldsThemToFullScale) {
+    Sound<std::int32_t> sound{.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16, .samples = {}};
+    for (int i = -32768; i < 32768; ++i)
+        sound.samples.insert(sound.samples.end(), {i * 65536, i * 65536});
+    save(in, sound);
+    ASSERT_EQ(shell("$K render " + in + " " + out).code, 0);
+    const auto same = loadIntegers(out);
+    for (std::size_t i = 1; i < same.samples.size(); i += 2)
+        ASSERT_EQ(same.samples[i], sound.samples[i]);
+    ASSERT_EQ(shell("$K render " + in + " " + out + " --panorama 1 --block 1").code, 0);
+    // All of both sides on one: 0.6 (L + R), and L is one frame late.
+    const auto hard = loadIntegers(out);
+    EXPECT_EQ(hard.samples[2 * 62000 + 1], 32767 * 65536) << "held, not wrapped";
+    EXPECT_EQ(hard.samples[2 * 40000 + 1] / 65536, std::lround(0.6 * (7232 + 7231)));
+    EXPECT_EQ(hard.samples[2 * 40000], 0);
+}
+
+TEST_F(Render, StreamsThroughPipesAsWavAndAsRawFloats) {
+    ASSERT_EQ(shell("$K render " + in + " " + out + " --panorama 0.3").code, 0);
+    const auto wanted = loadFloats(out).samples;
+    const auto piped = folder / "piped.wav";
+    ASSERT_EQ(
+        shell("cat " + in + " | $K render - - --panorama 0.3 --progress | cat > " + piped).code, 0);
+    EXPECT_EQ(loadFloats(piped).samples, wanted);
+    const std::string bytes(reinterpret_cast<const char*>(loadFloats(in).samples.data()),
+                            30000 * 8);
+    write(folder / "in.raw", bytes);
+    const auto raw = shell("cat " + (folder / "in.raw") +
+                           " | $K render - - --raw 44100 --panorama 0.3 --diagnostics");
+    EXPECT_EQ(raw.out, std::string(reinterpret_cast<const char*>(wanted.data()), 30000 * 8));
+    EXPECT_EQ(raw.err, "DIAGNOSTICS: QOW Kelvane DSP Kernel loaded.\n");
+    // A producer that can't go back leaves the sizes open.
+    std::string open = contents(in);
+    const auto data = open.find("data");
+    for (const auto at : {std::size_t{4}, data + 4}) open.replace(at, 4, "\xFF\xFF\xFF\xFF");
+    write(folder / "open.wav", open);
+    ASSERT_EQ(
+        shell("cat " + (folder / "open.wav") + " | $K render - " + piped + " --panorama 0.3").code,
+        0);
+    EXPECT_EQ(loadFloats(piped).samples, wanted);
+}
+
+TEST_F(Render, CarriesTheInputsStringsOverAndWritesTheSameBytesAgain) {
+    SF_INFO info{.frames = 0,
+                 .samplerate = 44100,
+                 .channels = 2,
+                 .format = floatWav,
+                 .sections = 0,
+                 .seekable = 0};
+    SNDFILE* file = sf_open(in.c_str(), SFM_WRITE, &info);
+    sf_set_string(file, SF_STR_TITLE, "Evening");
+    sf_set_string(file, SF_STR_ARTIST, "Nobody");
+    sf_set_string(file, SF_STR_COMMENT, "first take");
+    sf_write_float(file, noise(2000).data(), 2000);
+    sf_close(file);
+    for (const char* name : {"out.wav", "out.flac", "out.rf64", "out.ogg"}) {
+        const auto path = folder / name;
+        ASSERT_EQ(shell("$K render " + in + " " + path).code, 0);
+        const auto first = contents(path);
+        ASSERT_EQ(shell("$K render " + in + " " + path).code, 0);
+        // Ogg streams have a random number in each page.
+        if (!std::string_view(name).ends_with("ogg")) {
+            EXPECT_EQ(contents(path), first) << name;
+        }
+        file = sf_open(path.c_str(), SFM_READ, &info);
+        ASSERT_NE(file, nullptr);
+        EXPECT_STREQ(sf_get_string(file, SF_STR_TITLE), "Evening") << name;
+        EXPECT_STREQ(sf_get_string(file, SF_STR_ARTIST), "Nobody") << name;
+        EXPECT_STREQ(sf_get_string(file, SF_STR_COMMENT), "first take") << name;
+        sf_close(file);
+    }
+}
+
+TEST_F(Render, TakesMonoOnlyWhenAsked) {
+    save(in, {.format = floatWav, .channels = 1, .samples = noise(9000)});
+    ASSERT_EQ(shell("$K render " + in + " " + out + " --upmix --bypass").code, 0);
+    const auto mono = noise(9000);
+    const auto stereo = loadFloats(out);
+    ASSERT_EQ(stereo.samples.size(), 18000U);
+    for (std::size_t i = 0; i < mono.size(); ++i) {
+        ASSERT_EQ(stereo.samples[2 * i], mono[i]);
+        ASSERT_EQ(stereo.samples[2 * i + 1], mono[i]);
+    }
+}
+
+TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
+    save(folder / "mono.wav", {.format = floatWav, .channels = 1, .samples = noise(100)});
+    save(folder / "six.wav", {.format = floatWav, .channels = 6, .samples = noise(600)});
+    write(folder / "cut.wav", contents(in).substr(0, 100001));
+    save(folder / "whole.flac",
+         {.format = SF_FORMAT_FLAC | SF_FORMAT_PCM_16, .samples = noise(60000)});
+    write(folder / "cut.flac", contents(folder / "whole.flac").substr(0, 60000));
+    save(folder / "whole.aiff",
+         {.format = SF_FORMAT_AIFF | SF_FORMAT_PCM_16, .samples = noise(60000)});
+    write(folder / "cut.aiff", contents(folder / "whole.aiff").substr(0, 60000));
+    write(folder / "text.wav", "this is no sound");
+    write(folder / "bad.txt", "0 set volume 1\n7 set wdth 1\n");
+    write(out, "the old output");
+    std::filesystem::create_hard_link(in, folder / "link.wav");
+    std::filesystem::create_directory(folder / "sub");
+    const auto files = folder.files();
+
+    struct Case {
+        const char* arguments;
+        int code;
+        const char* message;
+    };
+    for (const auto& [arguments, code, message] : {
+             Case{"gone.wav out.wav", 1, "gone.wav: there is no such file"},
+             {"sub out.wav", 1, "sub: is a folder"},
+             {"text.wav out.wav", 1, "text.wav: not a sound file that can be read"},
+             {"cut.wav out.wav", 1, "cut.wav: is truncated: "},
+             {"cut.flac out.wav", 1, "cut.flac: is truncated: "},
+             {"cut.aiff out.wav", 1, "cut.aiff: is truncated: "},
+             {"- out.wav < cut.wav", 1, "standard input: is truncated: "},
+             {"- out.wav --raw 48000 < cut.wav", 1,
+              "standard input: is truncated: it ends 1 bytes into a frame"},
+             {"mono.wav out.wav", 1, "mono.wav: is mono; --upmix puts it on both sides"},
+             {"six.wav out.wav", 1, "six.wav: has 6 channels; kelvane takes stereo"},
+             {"in.wav in.wav", 2, "in.wav: is the input, too"},
+             {"in.wav link.wav", 2, "link.wav: is the input, too"},
+             {"in.wav bad.txt --automation bad.txt --format wav", 2,
+              "bad.txt: is the automation, too"},
+             {"in.wav out.xyz", 2,
+              "out.xyz: its ending tells no format; choose one with --format (wav, "},
+             {"in.wav sub", 1, "sub: is a folder"},
+             {"in.wav nowhere/out.wav", 1,
+              "nowhere/out.wav: cannot write: No such file or directory"},
+             {"in.wav out.wav --format wave64", 2, "--format wave64: not a format"},
+             {"in.wav out.wav --subtype pcm12", 2,
+              "--subtype pcm12: not a subtype; the subtypes are float, "},
+             {"in.wav out.wav --subtype vorbis", 1, "wav files don't take vorbis samples"},
+             {"in.wav - --format flac", 2,
+              "standard output: takes wav, or raw floats with --raw; flac needs a file"},
+             {"in.wav - --raw 48000", 2,
+              "--raw 48000: in.wav is at 44100 Hz, and kelvane does not resample"},
+             {"in.wav out.wav --raw 44100", 2, "--raw: is for standard input and output"},
+             {"in.wav out.wav --raw none", 2, "--raw none: takes a whole number"},
+             {"in.wav out.wav --stereo-width 1.5", 2, "--stereo-width: 1.5 is out of range"},
+             {"in.wav out.wav --panorama -0.1", 2, "--panorama: -0.1 is out of range"},
+             {"in.wav out.wav --volume nan", 2, "--volume: 'nan' is not a number"},
+             {"in.wav out.wav --phase-shift much", 2, "--phase-shift: 'much' is not a number"},
+             {"in.wav out.wav --panorma 0.5", 2,
+              "unknown option '--panorma'; did you mean '--panorama'?"},
+             {"in.wav out.wav --block 0", 2, "--block 0: takes a whole number from 1 to 1024"},
+             {"in.wav out.wav --block 1025", 2, "--block 1025: takes"},
+             {"in.wav out.wav --block", 2, "--block needs a value"},
+             {"in.wav out.wav --preset 3", 2, "--preset 3: takes a whole number from 0 to 2"},
+             {"in.wav", 2, "OUT is required"},
+             {"in.wav out.wav more.wav", 2, "'more.wav' is one argument too many"},
+             {"in.wav out.wav --automation none.txt", 1,
+              "none.txt: cannot read the automation: No such file"},
+             {"in.wav out.wav --automation bad.txt", 1, "bad.txt:2: unknown parameter 'wdth'; "},
+         }) {
+        const auto run = shell("cd " + (folder / "") + " && $K render " + arguments);
+        EXPECT_EQ(run.code, code) << arguments;
+        EXPECT_THAT(run.err, testing::StartsWith("kelvane: ")) << arguments;
+        EXPECT_THAT(run.err, HasSubstr(message)) << arguments;
+        EXPECT_EQ(std::ranges::count(run.err, '\n'), 1) << run.err;
+        EXPECT_EQ(run.out, "") << arguments;
+        ASSERT_EQ(contents(out), "the old output") << arguments;
+        ASSERT_EQ(folder.files(), files) << arguments;
+    }
+}
+
+TEST_F(Render, AFullDiskOrAClosedPipeEndsWithOneLine) {
+    write(out, "the old output");
+    const auto files = folder.files();
+    EXPECT_EQ(shell("$K render " + in + " /dev/full").err,
+              "kelvane: /dev/full: cannot write: No space left on device\n");
+    for (const char* name : {"out.wav", "out.flac", "out.ogg", "out.caf"}) {
+        // A limit on the size of files stands in for the disk: 512 bytes a block.
+        const auto run = shell("ulimit -f 20; $K render " + in + " " + (folder / name));
+        EXPECT_EQ(run.code, 1) << name;
+        EXPECT_THAT(run.err, HasSubstr("cannot write")) << name;
+        EXPECT_EQ(folder.files(), files) << name;
+    }
+    EXPECT_EQ(contents(out), "the old output");
+    const auto closed = shell("{ $K render " + in + " -; echo $? >&2; } | head -c 10 > /dev/null");
+    EXPECT_EQ(closed.err, "kelvane: standard output: its reader closed it before the end\n1\n");
+}
+
+TEST_F(Render, ASignalRemovesWhatIsHalfDone) {
+    write(out, "the old output");
+    ASSERT_EQ(shell("mkfifo " + (folder / "pipe")).code, 0);
+    const auto files = folder.files();
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        // Nobody writes into the pipe beyond a header, so that the program is caught in the middle.
+        const auto holder =
+            shell("{ head -c 1000 " + in + "; sleep 100; } > " + (folder / "pipe") + " & echo $!");
+        const auto run = interrupted({"render", folder / "pipe", out}, signal, folder);
+        EXPECT_EQ(run.signal, signal);
+        EXPECT_THAT(run.err, HasSubstr("the output is as it was"));
+        EXPECT_EQ(contents(out), "the old output");
+        EXPECT_EQ(folder.files(), files);
+        shell("kill " + holder.out);
+    }
+}
+
+TEST(Params, ListsAllNineAsJson) {
+    const auto run = shell("$K params --json");
+    ASSERT_EQ(run.code, 0);
+    const auto list = nlohmann::json::parse(run.out);
+    ASSERT_EQ(list.size(), 9U);
+    EXPECT_EQ(list[1],
+              nlohmann::json::parse(
+                  R"({"address":1,"default":0.5,"identifier":"kPanorama","kernelOnly":false,
+        "maximum":1.0,"minimum":0.0,"name":"Panorama","option":"panorama","unit":"generic"})"));
+    EXPECT_EQ(list[8]["address"], 9);
+    EXPECT_EQ(list[8]["kernelOnly"], true);
+}
+
+}  // namespace

@@ -1,0 +1,148 @@
+#include "hosts/cli/Renderer.h"
+
+#include <algorithm>
+
+#include <gtest/gtest.h>
+
+#include "hosts/cli/Effect.h"
+#include "hosts/cli/Parameters.h"
+#include "platform/foundation/Console.h"
+#include "tests/cli/Sound.h"
+
+namespace {
+
+using qov::cli::AutomationEvent;
+using qov::cli::Effect;
+using qov::cli::parseAutomation;
+using qov::cli::Renderer;
+using qov::cli::Timing;
+
+constexpr std::size_t ringFrames = 2048;
+
+struct Stereo {
+    std::vector<float> left, right;
+};
+
+Stereo noiseOf(std::size_t frames) {
+    const auto both = noise(2 * frames);
+    return {{both.begin(), both.begin() + std::ssize(both) / 2},
+            {both.begin() + std::ssize(both) / 2, both.end()}};
+}
+
+Stereo rendered(Stereo input, const std::string& automation, std::uint32_t block = 512,
+                Timing timing = Timing::aligned) {
+    const auto before = platform::console::setSink({});
+    Effect effect(44100);
+    Stereo output;
+    Renderer renderer(effect, parseAutomation(automation, "test", 44100), block, timing, false,
+                      [&](const float* left, const float* right, std::uint32_t frames) {
+                          output.left.insert(output.left.end(), left, left + frames);
+                          output.right.insert(output.right.end(), right, right + frames);
+                      });
+    renderer.process(input.left.data(), input.right.data(),
+                     static_cast<std::uint32_t>(input.left.size()));
+    renderer.finish();
+    platform::console::setSink(before);
+    return output;
+}
+
+std::vector<float> delayed(std::vector<float> samples, std::size_t frames) {
+    samples.insert(samples.begin(), frames, 0.0F);
+    samples.resize(samples.size() - frames);
+    return samples;
+}
+
+/// With nothing turned, only the delay line's shortest length is left of the effect: one frame, on
+/// the left.
+TEST(Renderer, TheNeutralEffectLinesUpWithItsInputAtAnyLengthAndBlock) {
+    for (const std::size_t frames : {0, 1, 100, 2047, 2048, 2049, 5000})
+        for (const std::uint32_t block : {1, 64, 512, 1024}) {
+            const auto input = noiseOf(frames);
+            const auto output = rendered(input, "", block);
+            ASSERT_EQ(output.right, input.right) << frames << " frames in blocks of " << block;
+            ASSERT_EQ(output.left, frames > 0 ? delayed(input.left, 1) : input.left);
+        }
+}
+
+TEST(Renderer, RawTimingReturnsAsManyFramesAsItGotAndLate) {
+    const auto input = noiseOf(5000);
+    const auto output = rendered(input, "", 512, Timing::raw);
+    EXPECT_EQ(output.right, delayed(input.right, ringFrames));
+    EXPECT_EQ(output.left, delayed(input.left, ringFrames + 1));
+}
+
+TEST(Renderer, AnEventTakesEffectOnItsExactFrame) {
+    const auto input = noiseOf(6000);
+    for (const std::size_t frame : {0, 1, 511, 512, 513, 5000}) {
+        const auto output = rendered(input, std::to_string(frame) + " set swap-channels on");
+        const auto left = delayed(input.left, 1);
+        for (std::size_t i = 0; i < input.left.size(); ++i) {
+            ASSERT_EQ(output.left[i], i < frame ? left[i] : input.right[i])
+                << i << ", swapped at " << frame;
+            ASSERT_EQ(output.right[i], i < frame ? input.right[i] : left[i])
+                << i << ", swapped at " << frame;
+        }
+    }
+    const auto midi = rendered(input, "3000 midi B0 07 00");
+    EXPECT_EQ(midi.right[2999], input.right[2999]);
+    EXPECT_FLOAT_EQ(midi.right[3000], input.right[3000] * 15 / 16)
+        << "the volume's first step of sixteen";
+}
+
+TEST(Renderer, BypassInMidStreamMovesNoFrame) {
+    const auto input = noiseOf(20000);
+    struct Case {
+        const char* automation;
+        std::vector<std::pair<std::size_t, std::size_t>> bypassed;  ///< [first, end)
+    };
+    for (const auto& [automation, bypassed] : {
+             Case{"5000 set bypass on\n9000 set bypass off", {{5000, 9000}}},
+             {"100 set bypass on\n101 set bypass off", {{100, 101}}},
+             {"0 set bypass on\n3000 set bypass off", {{0, 3000}}},
+             {"3000 set bypass on\n3600 set bypass off\n4000 set bypass on\n4000 set bypass on",
+              {{3000, 3600}, {4000, 20000}}},
+             {"3000 set bypass on\n3000 set bypass off", {}},
+         }) {
+        const auto output = rendered(input, automation);
+        ASSERT_EQ(output.right, input.right) << automation;
+        std::size_t differences = 0;
+        for (const auto& [first, end] : bypassed)
+            for (std::size_t i = first; i < end; ++i)
+                differences += output.left[i] != input.left[i];
+        EXPECT_EQ(differences, 0U) << automation;
+        // Where it is not bypassed, the left side is the frame before; behind a change it is
+        // silence.
+        const auto isBypassed = [&](std::size_t i) {
+            return std::ranges::any_of(bypassed,
+                                       [i](const auto& b) { return i >= b.first && i < b.second; });
+        };
+        for (std::size_t i = 1; i < input.left.size() && !bypassed.empty(); ++i) {
+            if (!isBypassed(i)) {
+                ASSERT_EQ(output.left[i], isBypassed(i - 1) ? 0 : input.left[i - 1]) << i;
+            }
+        }
+    }
+}
+
+TEST(Renderer, KnowsAStreamThatIsBypassedThroughout) {
+    struct Case {
+        bool bypassed;
+        const char* automation;
+        bool throughout;
+    };
+    for (const auto& [bypassed, automation, throughout] : {
+             Case{false, "", false},
+             {true, "", true},
+             {false, "0 set bypass on", true},
+             {true, "0 set bypass off", false},
+             {true, "50 set bypass off\n50 set bypass on", true},
+             {true, "50 set bypass off\n51 set bypass on", false},
+             {true, "100 set bypass off", true},
+             {true, "50 set panorama 1", true},
+         })
+        EXPECT_EQ(isBypassedThroughout(bypassed, parseAutomation(automation, "", 44100), 100),
+                  throughout)
+            << automation;
+}
+
+}  // namespace
