@@ -45,7 +45,10 @@ std::optional<int> parseOptions(CLI::App& app, const Arguments& arguments) {
             2);
     } catch (const CLI::ArgumentMismatch& error) {
         const std::string line = error.what();
-        throw Failure(fmt::format("{} needs a value", line.substr(0, line.find(':'))), 2);
+        const auto option = line.substr(0, line.find(':'));
+        const bool isMissing = line.find("missing") != std::string::npos;
+        throw Failure(
+            fmt::format("{} {}", option, isMissing ? "needs a value" : "has too many values"), 2);
     } catch (const CLI::ParseError& error) {
         std::string line = error.what();
         std::ranges::replace(line, '\n', ' ');
