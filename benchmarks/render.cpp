@@ -1,0 +1,146 @@
+// kelvane render of a ten-minute float WAV against a program that only copies it through the sound
+// file library with buffers of the same size: CPU time of the process, user and system.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <sndfile.h>
+
+namespace {
+
+constexpr int rate = 44100;
+constexpr sf_count_t bufferFrames = 8192;  // as kelvane render reads and writes
+
+struct Files {
+    Files() {
+        std::string path = std::filesystem::temp_directory_path() / "kelvane-bench-XXXXXX";
+        folder = mkdtemp(path.data());
+        in = folder + "/in.wav";
+        out = folder + "/out.wav";
+        SF_INFO info{};
+        info.samplerate = rate;
+        info.channels = 2;
+        info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+        SNDFILE* const file = sf_open(in.c_str(), SFM_WRITE, &info);
+        std::vector<float> samples(2 * rate);
+        std::uint32_t noise = 1;
+        for (int second = 0; second < 600; ++second) {
+            for (float& sample : samples) {
+                noise = noise * 1664525U + 1013904223U;
+                sample = static_cast<float>(static_cast<std::int32_t>(noise)) / 4294967296.0F;
+            }
+            sf_writef_float(file, samples.data(), rate);
+        }
+        sf_close(file);
+    }
+    ~Files() { std::filesystem::remove_all(folder); }
+    std::string folder, in, out;
+};
+
+const Files& files() {
+    static const Files instance;
+    return instance;
+}
+
+/// Seconds of CPU that a child process takes.
+double cpuOf(const std::function<void()>& child) {
+    const pid_t pid = fork();
+    if (pid == 0) {
+        child();
+        _exit(1);
+    }
+    int status = 0;
+    rusage usage{};
+    wait4(pid, &status, 0, &usage);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
+        std::fprintf(stderr, "a program that is measured has failed\n");
+        std::abort();
+    }
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) * 1e-6;
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+void copy(const char* from, const char* to) {
+    SF_INFO info{};
+    SNDFILE* const in = sf_open(from, SFM_READ, &info);
+    SNDFILE* const out = sf_open(to, SFM_WRITE, &info);
+    std::vector<float> buffer(2 * bufferFrames);
+    while (const auto frames = sf_readf_float(in, buffer.data(), bufferFrames))
+        sf_writef_float(out, buffer.data(), frames);
+    sf_close(in);
+    sf_close(out);
+}
+
+/// The floor: this program, started anew as nothing but a copy.
+double cpuOfCopy() {
+    return cpuOf([] {
+        execl("/proc/self/exe", "bench_render", "--copy", files().in.c_str(), files().out.c_str(),
+              nullptr);
+    });
+}
+
+double cpuOfRender(const std::vector<std::string>& options) {
+    std::vector<std::string> arguments{KELVANE_PROGRAM, "render", files().in, files().out,
+                                       "--no-progress"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    return cpuOf([&] {
+        std::vector<char*> argv;
+        for (auto& argument : arguments) argv.push_back(argument.data());
+        argv.push_back(nullptr);
+        execv(KELVANE_PROGRAM, argv.data());
+    });
+}
+
+void render(benchmark::State& state, const std::vector<std::string>& options) {
+    double renders = 0;
+    double copies = 0;
+    for ([[maybe_unused]] auto pass : state) {
+        // One after the other, so that a change of the machine's pace meets both.
+        copies += cpuOfCopy();
+        const double cpu = cpuOfRender(options);
+        renders += cpu;
+        state.SetIterationTime(cpu);
+    }
+    state.counters["ratio_to_copy"] = renders / copies;
+    state.counters["times_real_time"] = 600.0 * static_cast<double>(state.iterations()) / renders;
+}
+
+BENCHMARK_CAPTURE(render, neutral, {})
+    ->UseManualTime()
+    ->Iterations(5)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(render, every_stage,
+                  {"--stereo-width=0.8", "--panorama=0.4", "--phase-shift=0.25", "--swap-channels",
+                   "--invert-channel", "--recover-mono", "--test-mono", "--volume=0.9"})
+    ->UseManualTime()
+    ->Iterations(5)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(render, bypassed, {"--bypass"})
+    ->UseManualTime()
+    ->Iterations(5)
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 4 && std::string(argv[1]) == "--copy") {
+        copy(argv[2], argv[3]);
+        return 0;
+    }
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
