@@ -76,6 +76,8 @@ void copy(const char* from, const char* to) {
     SF_INFO info{};
     SNDFILE* const in = sf_open(from, SFM_READ, &info);
     SNDFILE* const out = sf_open(to, SFM_WRITE, &info);
+    // Without the peak chunk, as kelvane, for which the library would look at every sample.
+    sf_command(out, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
     std::vector<float> buffer(2 * bufferFrames);
     while (const auto frames = sf_readf_float(in, buffer.data(), bufferFrames))
         sf_writef_float(out, buffer.data(), frames);

@@ -1,4 +1,4 @@
-#include "tests/cli/Program.h"
+#include "tests/hosts/cli/Program.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>

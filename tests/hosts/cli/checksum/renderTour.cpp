@@ -6,7 +6,7 @@
 #include "hosts/cli/Phrase.h"
 #include "hosts/cli/Renderer.h"
 #include "platform/foundation/Console.h"
-#include "tests/cli/checksum/tourChecksum.h"
+#include "tests/hosts/cli/checksum/tourChecksum.h"
 
 int main(int, char** argv) {
     using namespace qov::cli;

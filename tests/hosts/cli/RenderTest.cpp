@@ -7,8 +7,8 @@
 #include <sndfile.h>
 #include <nlohmann/json.hpp>
 
-#include "tests/cli/Program.h"
-#include "tests/cli/Sound.h"
+#include "tests/hosts/cli/Program.h"
+#include "tests/hosts/cli/Sound.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 #include "hosts/cli/Phrase.h"
 #include "hosts/cli/Progress.h"
 #include "hosts/cli/StereoField.h"
-#include "tests/cli/Program.h"
-#include "tests/cli/Sound.h"
-#include "tests/cli/checksum/tourChecksum.h"
+#include "tests/hosts/cli/Program.h"
+#include "tests/hosts/cli/Sound.h"
+#include "tests/hosts/cli/checksum/tourChecksum.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tests/cli/Sound.h"
+#include "tests/hosts/cli/Sound.h"
 
 #include <random>
 

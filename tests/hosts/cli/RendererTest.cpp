@@ -7,7 +7,7 @@
 #include "hosts/cli/Effect.h"
 #include "hosts/cli/Parameters.h"
 #include "platform/foundation/Console.h"
-#include "tests/cli/Sound.h"
+#include "tests/hosts/cli/Sound.h"
 
 namespace {
 

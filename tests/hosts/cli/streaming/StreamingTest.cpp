@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
-#include "tests/cli/Program.h"
-#include "tests/cli/Sound.h"
+#include "tests/hosts/cli/Program.h"
+#include "tests/hosts/cli/Sound.h"
 
 namespace {
 
