@@ -1,5 +1,6 @@
 #include "platform/dispatch/RunLoop.h"
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <array>
@@ -296,6 +297,24 @@ TEST(RunLoopWait, ItsDescriptorShowsWorkToAForeignLoop) {
     EXPECT_TRUE(outer->pump());
     EXPECT_FALSE(outer->pump());
     EXPECT_EQ(turns, 3);
+}
+
+TEST(RunLoopWait, ALoopThatIsOnlyPumpedOpensNoDescriptorAndOneThatGetsNoneStillTurns) {
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    const rlimit none{0, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    const auto loop = RunLoop::create();
+    int runs = 0;
+    loop->schedule(1e-4, false, [&] { ++runs; });
+    while (runs == 0) loop->pump();
+    EXPECT_EQ(loop->fileDescriptor(), -1);
+    EXPECT_FALSE(loop->addFileDescriptor(0, [] {}));
+    std::thread other([&] { loop->submit([&] { ++runs; }); });
+    while (runs == 1) loop->runOnce(60);
+    other.join();
+    EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_GE(loop->fileDescriptor(), 0);
 }
 
 TEST(RunLoopThreads, EverySubmissionOfAStormRunsOnceInTheOrderOfItsThread) {
