@@ -1,9 +1,9 @@
 // Finds its folders, reads a four-character code, and shows a picture in a view that fills another.
 // usage: example_util [ADDRESS OF A PNG OR JPEG]
-
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include "platform/coregraphics/CGImage.h"
@@ -18,47 +18,31 @@
 #include "util/pinToSuperviewEdges.h"
 #include "util/stringValue.h"
 
-using platform::RunLoop;
-using platform::UIImageView;
-using platform::UIView;
-
-namespace {
-
-/// A picture to start with: 4 x 4 amber pixels, as a file of the folder.
-std::string ownPicture(const std::string& folder) {
-    const auto url = platform::URL::fileURLWithPath(folder + "/amber.png");
-    const auto png = platform::CGImage(4, 4, std::vector<std::uint32_t>(16, 0xFFFFB000)).png();
-    if (auto* file = std::fopen(url.path().c_str(), "wb")) {
-        std::fwrite(png.data(), 1, png.size(), file);
-        std::fclose(file);
-    }
-    return url.absoluteString();
-}
-
-}  // namespace
-
 int main(int argc, char** argv) {
     // Lines, work and timers of this thread go to this loop from here on.
-    const auto loop = RunLoop::create();
-    const RunLoop::MakeCurrent makeCurrent(loop);
+    const auto loop = platform::RunLoop::create();
+    const platform::RunLoop::MakeCurrent makeCurrent(loop);
 
     qov::getPaths();
-    qov::debugprint("A component of type '" + qov::stringValue(0x61756678) + "'");
+    qov::debugprint("An effect has the type '" + qov::stringValue(0x61756678) + "'.");
 
-    const auto folder = platform::URL::fileURLWithPath("example-pictures", true);
-    if (!qov::ensureDirectoryExists(folder)) {
-        loop->pump();  // prints why
-        return 1;
-    }
+    // A picture of 4 x 4 amber pixels to start with.
+    const auto folder = std::filesystem::temp_directory_path() / "kelvane util example";
+    if (!qov::ensureDirectoryExists(platform::URL::fileURLWithPath(folder.string()))) return 1;
+    const auto file = platform::URL::fileURLWithPath((folder / "amber.png").string());
+    const auto png = platform::CGImage(4, 4, std::vector<std::uint32_t>(16, 0xFFFFB000)).png();
+    std::ofstream(file.path(), std::ios::binary)
+        .write(reinterpret_cast<const char*>(png.data()), static_cast<std::streamsize>(png.size()));
 
-    const auto window = std::make_shared<UIView>(platform::CGRect{{0, 0}, {320, 200}});
-    const auto picture = std::make_shared<UIImageView>();
+    const auto window = std::make_shared<platform::UIView>(platform::CGRect{{0, 0}, {320, 200}});
+    const auto picture = std::make_shared<platform::UIImageView>();
     window->addSubview(picture);
     qov::pinToSuperviewEdges(*picture);
     window->layoutIfNeeded();
-    qov::loadFrom(*picture, argc > 1 ? argv[1] : ownPicture(folder.path()));
+    qov::loadFrom(*picture, argc > 1 ? argv[1] : file.absoluteString());
 
-    loop->pump();  // what a host does whenever it can: prints the lines, loads the picture
+    loop->pump();  // prints the lines and loads the picture
+    std::filesystem::remove_all(folder);
     if (!picture->image()) return 1;
     const auto pixels = picture->image()->size();
     const auto points = picture->frame().size;
