@@ -44,14 +44,6 @@ bool areApart(const float* one, const float* other, std::uint32_t frames) {
     return (a < b ? b - a : a - b) >= sizeof(float) * frames;
 }
 
-// Has the frames from `at` on brought near while other work goes on: many instances in turn find
-// their rings in far memory.
-void fetchAhead(const float* data, std::int32_t at, std::int32_t count, std::int32_t size) {
-    constexpr std::int32_t framesOfALine = 64 / sizeof(float);
-    const std::int32_t end = at + std::min(count, size - at);
-    for (; at < end; at += framesOfALine) __builtin_prefetch(data + at, 1);
-}
-
 // Half of it is exact: then a product with it in float is rounded once, just as in double.
 bool canHalve(float amount) {
     return amount * 0.5f * 2.0f == amount || amount != amount;
@@ -223,8 +215,6 @@ void QOV_Kelvane_PluginDSPKernel::renderSegment(std::uint32_t frameCount,
     const float* inRight = samples(inBufferListPtr, 1, bufferOffset);
     float* left = samples(outBufferListPtr, 0, bufferOffset);
     float* right = samples(outBufferListPtr, 1, bufferOffset);
-    fetchAhead(latency.data, latency.pos, count, latency.size);
-    for (const float* ring : circular.data) fetchAhead(ring, circular.pos, count, circular.size);
     const Segment segment = nextSegment();
     const ChainLoops* loops = ChainLoops::current();
     const bool ordinary = areApart(left, right, frameCount) &&
