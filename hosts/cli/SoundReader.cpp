@@ -215,16 +215,18 @@ std::uint32_t SoundReader::read(float* left, float* right, std::uint32_t frames)
     if (soundFormat::carrierOf(state.info.format) == Carrier::integers) {
         state.integers.resize(std::size_t{2} * frames);
         got = readFrames(state.integers.data(), frames);
-        for (std::uint32_t i = 0; i < got; ++i) {
-            left[i] = static_cast<float>(state.integers[2 * i]) * integerScale;
-            right[i] = static_cast<float>(state.integers[2 * i + 1]) * integerScale;
+        const std::int32_t* const from = state.integers.data();
+        for (std::size_t i = 0; i < got; ++i) {
+            left[i] = static_cast<float>(from[2 * i]) * integerScale;
+            right[i] = static_cast<float>(from[2 * i + 1]) * integerScale;
         }
     } else {
         state.floats.resize(std::size_t{2} * frames);
         got = readFrames(state.floats.data(), frames);
-        for (std::uint32_t i = 0; i < got; ++i) {
-            left[i] = state.floats[2 * i];
-            right[i] = state.floats[2 * i + 1];
+        const float* const from = state.floats.data();
+        for (std::size_t i = 0; i < got; ++i) {
+            left[i] = from[2 * i];
+            right[i] = from[2 * i + 1];
         }
     }
     return got;

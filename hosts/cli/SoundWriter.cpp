@@ -238,13 +238,17 @@ void SoundWriter::write(const float* left, const float* right, std::uint32_t fra
     while (frames > 0) {
         const auto count = std::min(frames, bufferFrames - state.pending);
         const auto begin = std::size_t{2} * state.pending;
-        for (std::uint32_t i = 0; i < count; ++i) {
-            if (state.bits > 0) {
-                state.integers[begin + 2 * i] = state.quantised(left[i]);
-                state.integers[begin + 2 * i + 1] = state.quantised(right[i]);
-            } else {
-                state.floats[begin + 2 * i] = left[i];
-                state.floats[begin + 2 * i + 1] = right[i];
+        if (state.bits > 0) {
+            std::int32_t* const to = &state.integers[begin];
+            for (std::size_t i = 0; i < count; ++i) {
+                to[2 * i] = state.quantised(left[i]);
+                to[2 * i + 1] = state.quantised(right[i]);
+            }
+        } else {
+            float* const to = &state.floats[begin];
+            for (std::size_t i = 0; i < count; ++i) {
+                to[2 * i] = left[i];
+                to[2 * i + 1] = right[i];
             }
         }
         state.pending += count;

@@ -77,12 +77,16 @@ void copyFrames(SoundReader& reader, SoundWriter& writer, Progress& progress) {
     } while (frames == chunkFrames);
 }
 
-/// Copies without a way through floats where that would cost bits. False: floats lose nothing.
+/// Copies samples as they are where the output can hold them. False: it can't.
 bool copyExactly(SoundReader& reader, SoundWriter& writer, int subtype, Progress& progress) {
     using soundFormat::Carrier;
     const auto from = soundFormat::carrierOf(reader.format());
     if (from == Carrier::doubles && subtype == SF_FORMAT_DOUBLE) {
         copyFrames<double>(reader, writer, progress);
+        return true;
+    }
+    if (from == Carrier::floats && subtype == SF_FORMAT_FLOAT) {
+        copyFrames<float>(reader, writer, progress);
         return true;
     }
     if (from == Carrier::integers &&
