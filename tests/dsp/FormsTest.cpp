@@ -141,6 +141,17 @@ TEST_P(Forms, GiveThePlainBitsInEverySetOfStages) {
     }
 }
 
+// The smallest widths have no exact half in float, which the loops' recover mono would need.
+TEST_P(Forms, GiveThePlainBitsWhereAnAmountHasNoHalf) {
+    for (const std::uint32_t bits : {1u, 3u, 0x1234567u, 0x80000005u}) {
+        Pair pair(GetParam());
+        pair.set(kRecoverMono, 1);
+        pair.set(kStereoWidth, std::bit_cast<float>(bits));
+        for (int cycle = 0; cycle < 20; ++cycle)
+            ASSERT_EQ(pair.render(Signal::anyBits, Buffers::inPlace, 64), "") << bits;
+    }
+}
+
 // Lengths around the block, the ring and short lines, and a longer line after a shorter one.
 TEST_P(Forms, GiveThePlainBitsAcrossWrapsAndChangesOfTheDelayLength) {
     Pair pair(GetParam());
