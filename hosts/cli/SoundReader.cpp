@@ -24,8 +24,13 @@ using soundFormat::Carrier;
 
 constexpr float integerScale = 1.0F / 2147483648.0F;  // 2^-31
 constexpr int maximumChannels = 2;
-/// Headers of streams that were written before their length was known say about this or more bytes.
-constexpr std::int64_t unknownBytes = 0x7FFFF000;
+
+/// Whether a header's size is what programs write that can't go back and put in the true one: about
+/// 2 or about 4 GiB.
+bool isOpenSize(std::int64_t bytes) {
+    return (bytes >= 0x7FFFE000 && bytes <= 0x7FFFFFFF) ||
+           (bytes >= 0xFFFFE000 && bytes <= 0xFFFFFFFF);
+}
 
 /// Standard input as the sound file library's virtual file: no length, no way back.
 struct StandardInput {
@@ -58,6 +63,13 @@ std::string logOf(SNDFILE* file) {
     return log.data();
 }
 
+/// What a WAV header says of its data's bytes, as the library notes it; 0 where it notes nothing.
+std::int64_t saidBytes(const std::string& log) {
+    constexpr std::string_view data = "\ndata : ";
+    const auto at = log.find(data);
+    return at == std::string::npos ? 0 : std::atoll(log.c_str() + at + data.size());
+}
+
 /// What the header said of its data's bytes where the file is shorter than that; 0 where it is
 /// whole. The library takes such a file as it is and only notes "data : 400 (should be 200)".
 std::int64_t missingBytes(const std::string& log) {
@@ -69,7 +81,7 @@ std::int64_t missingBytes(const std::string& log) {
         if (should == std::string::npos) continue;
         const auto said = std::atoll(line.c_str());
         const auto is = std::atoll(line.c_str() + should + std::strlen("(should be "));
-        if (said > is && said < unknownBytes) return said - is;
+        if (said > is && !isOpenSize(said)) return said - is;
     }
     return 0;
 }
@@ -181,11 +193,8 @@ SoundReader::SoundReader(const std::string& path, Options options)
     else
         state.openFile(path);
     state.check(options.upmix);
-    const std::int64_t bytes = state.info.frames * state.info.channels *
-                               std::max(1, soundFormat::bitsOf(state.info.format) / 8);
-    const bool isStreamOfUnknownLength =
-        state.isRaw || (!state.info.seekable && bytes >= unknownBytes / 4);
-    if (!isStreamOfUnknownLength) state.frames = state.info.frames;
+    const bool isOpen = !state.info.seekable && isOpenSize(saidBytes(logOf(state.file)));
+    if (!state.isRaw && !isOpen) state.frames = state.info.frames;
 }
 
 SoundReader::~SoundReader() = default;
