@@ -1,76 +1,68 @@
 #include "hosts/cli/Effect.h"
 
 #include <cassert>
-#include <cstddef>
 #include <vector>
 
-#include "dsp/QOV_Kelvane_PluginDSPKernel.h"
 #include "hosts/cli/Automation.h"
+#include "hosts/cli/Command.h"
 #include "hosts/cli/Parameters.h"
-#include "platform/audiotoolbox/AURenderEvent.h"
-#include "platform/audiotoolbox/AudioBufferList.h"
-#include "platform/audiotoolbox/AudioTimeStamp.h"
+#include "hosts/instance/Instance.h"
+#include "platform/foundation/NSError.h"
 
 namespace qov::cli {
 namespace {
 
-using platform::AURenderEvent;
+using hosts::HostEvent;
 
-AURenderEvent renderEvent(const AutomationEvent& event, platform::AUEventSampleTime time) {
-    AURenderEvent result{};
-    if (event.kind == AutomationEvent::Kind::parameter) {
-        result.parameter = {nullptr,       time,       platform::AURenderEventParameter, {}, 0,
-                            event.address, event.value};
-    } else {
-        const auto& bytes = event.message;
-        result.MIDI = {nullptr,      time, platform::AURenderEventMIDI,   0,
-                       event.length, 0,    {bytes[0], bytes[1], bytes[2]}};
-    }
-    return result;
+HostEvent hostEvent(const AutomationEvent& event, std::uint32_t offset) {
+    if (event.kind == AutomationEvent::Kind::parameter)
+        return HostEvent::parameter(offset, event.address, event.value);
+    auto message = HostEvent::message(offset, event.message);
+    message.midiLength = static_cast<std::uint8_t>(event.length);
+    return message;
 }
 
 }  // namespace
 
 struct Effect::Engine {
-    QOV_Kelvane_PluginDSPKernel kernel;
-    std::int64_t clock = 0;  ///< frames rendered so far: the time of the next call's start
-    std::vector<AURenderEvent> events;  ///< of the next call, linked when it comes
+    std::unique_ptr<hosts::Instance> instance;
+    std::vector<HostEvent> events;  ///< of the next call
 };
 
 Effect::Effect(double sampleRate) : engine_(std::make_unique<Engine>()) {
-    engine_->kernel.init(2, sampleRate);
-    engine_->kernel.reset();
+    platform::NSError error;
+    engine_->instance = hosts::Instance::create(&error);
+    if (!engine_->instance || !engine_->instance->activate(sampleRate, maximumFrames, &error))
+        throw Failure("the effect can't be set up: " + error.localizedDescription());
     for (const auto& parameter : parameters()) set(parameter.address, parameter.initial);
 }
 
 Effect::~Effect() = default;
 
 void Effect::set(std::uint64_t address, float value) {
-    engine_->kernel.setParameter(address, value);
+    // The volume is the kernel's own and no parameter of the tree.
+    if (address == kVolume)
+        engine_->instance->audioUnit().setParameter(static_cast<std::int32_t>(address), value);
+    else
+        engine_->instance->setValue(address, value);
+}
+
+void Effect::selectPreset(std::size_t number) {
+    engine_->instance->selectFactoryPreset(number);
 }
 
 void Effect::schedule(std::uint32_t offset, const AutomationEvent& event) {
-    engine_->events.push_back(renderEvent(event, engine_->clock + offset));
+    engine_->events.push_back(hostEvent(event, offset));
 }
 
 void Effect::render(float* left, float* right, std::uint32_t frames) {
     assert(frames >= 1 && frames <= maximumFrames);
-    auto& [kernel, clock, events] = *engine_;
-    for (std::size_t i = 1; i < events.size(); ++i) events[i - 1].head.next = &events[i];
-
-    platform::StereoBufferList buffers(left, right, frames);
-    platform::AudioTimeStamp now;
-    now.mSampleTime = static_cast<double>(clock);
-    now.mFlags = platform::kAudioTimeStampSampleTimeValid;
-    kernel.setBuffers(buffers.list(), buffers.list());
-    kernel.processWithEvents(now, frames, events.empty() ? nullptr : events.data());
-
-    events.clear();
-    clock += frames;
+    engine_->instance->process({left, right}, {left, right}, frames, engine_->events);
+    engine_->events.clear();
 }
 
 std::uint32_t Effect::latency() const {
-    return static_cast<std::uint32_t>(engine_->kernel.collectorSize);
+    return static_cast<std::uint32_t>(engine_->instance->audioUnit().getBufferSize());
 }
 
 }  // namespace qov::cli

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -22,6 +23,9 @@ class Effect {
 
     /// Sets a parameter between render calls; see Parameters.h for addresses and ranges.
     void set(std::uint64_t address, float value);
+
+    /// Takes up a factory preset, by its number, between render calls.
+    void selectPreset(std::size_t number);
 
     /// Puts an event into the next render call, `offset` frames behind its start. Offsets of one
     /// call must not fall and must lie inside it; event.frame is not looked at.

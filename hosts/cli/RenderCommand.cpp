@@ -12,6 +12,7 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
+#include "audiounit/presets.h"
 #include "hosts/cli/Effect.h"
 #include "hosts/cli/Parameters.h"
 #include "hosts/cli/parseOptions.h"
@@ -43,12 +44,6 @@ IN. When bypass goes on, what the effect still holds is put out first; when it g
 starts with an empty store. A host that plays in real time can do neither: there a change of bypass
 jumps by 2048 frames. --raw-timing writes that: what the render calls return, frame for frame.
 )";
-
-constexpr std::array<std::array<float, 8>, 3> presets{{
-    {0.5F, 0.5F, 0, 0, 0, 0, 0, 0},
-    {0.5F, 0.5F, 0, 0, 0, 0, 0, 0},
-    {0.5F, 0.5F, 0, 0, 0, 0, 0, 0},
-}};
 
 template <typename Number>
 Number parseInteger(const char* option, const std::string& text, Number minimum, Number maximum) {
@@ -121,12 +116,9 @@ void declare(CLI::App& app, Options& options) {
 /// Turns the texts into values. Throws Failure (2) for one that is none.
 void complete(Options& options) {
     auto& job = options.job;
-    if (!options.preset.empty()) {
-        const auto& preset =
-            presets[parseInteger<std::size_t>("--preset", options.preset, 0, presets.size() - 1)];
-        for (std::size_t address = 0; address < preset.size(); ++address)
-            job.settings.emplace_back(address, preset[address]);
-    }
+    if (!options.preset.empty())
+        job.preset =
+            parseInteger<std::size_t>("--preset", options.preset, 0, factoryPresetCount - 1);
     for (std::size_t i = 0; i < parameters().size(); ++i) {
         const auto& parameter = parameters()[i];
         auto text = options.values[i];

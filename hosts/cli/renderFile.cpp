@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <sndfile.h>
 
+#include "audiounit/presets.h"
 #include "hosts/cli/Command.h"
 #include "hosts/cli/Effect.h"
 #include "hosts/cli/MidiFile.h"
@@ -100,6 +101,7 @@ bool copyExactly(SoundReader& reader, SoundWriter& writer, int subtype, Progress
 void process(const RenderJob& job, std::vector<AutomationEvent> events, bool bypassed,
              SoundReader& reader, SoundWriter& writer, Progress& progress) {
     Effect effect(reader.rate());
+    if (job.preset) effect.selectPreset(*job.preset);
     for (const auto& [address, value] : job.settings) effect.set(address, value);
     Renderer renderer(effect, std::move(events), job.block, job.timing, bypassed,
                       [&](const float* left, const float* right, std::uint32_t frames) {
@@ -141,7 +143,7 @@ void renderFile(const RenderJob& job) {
                 fmt::format("{}: is the {}, too; write to another file", job.output, role), 2);
     SoundReader reader(job.input, {job.input == "-" ? job.rawRate : std::nullopt, job.upmix});
     auto events = eventsOf(job, reader.rate());
-    bool bypassed = false;
+    bool bypassed = job.preset && presetParameters[*job.preset][bypassAddress] > 0.5F;
     for (const auto& [address, value] : job.settings)
         if (address == bypassAddress) bypassed = value > 0.5F;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -19,7 +20,8 @@ struct RenderJob {
     std::string format;   ///< by name; empty: by the output's ending
     std::string subtype;  ///< by name; empty: the input's, or the best that fits
 
-    std::vector<std::pair<std::uint64_t, float>> settings;  ///< address and value, in order
+    std::optional<std::size_t> preset;                      ///< number of a factory preset
+    std::vector<std::pair<std::uint64_t, float>> settings;  ///< behind it: address and value
     std::string automation;                                 ///< path; empty for none
     std::string midi;  ///< path of a standard MIDI file; empty for none
     std::uint32_t block = 512;
