@@ -1,73 +1,12 @@
-// The render path neither allocates, nor locks, nor calls the system. The test program counts what
-// goes through the allocator and the mutexes, and renders once where any system call is fatal.
+// The render path neither allocates, nor locks, nor calls the system.
 
-#include <cstdlib>
-#include <new>
+#include <string>
+#include <utility>
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <pthread.h>
-#include <sys/prctl.h>
-#include <sys/syscall.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include "tests/dsp/KernelRig.h"
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define QOV_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define QOV_SANITIZED 1
-#endif
-#endif
-
-namespace {
-thread_local bool counting = false;
-thread_local int counted = 0;
-[[maybe_unused]] void count() {
-    if (counting) ++counted;
-}
-}  // namespace
-
-#ifndef QOV_SANITIZED
-// The C library's own names, under which operator new and calloc arrive as well.
-extern "C" {
-void* __libc_malloc(std::size_t);
-void* __libc_calloc(std::size_t, std::size_t);
-void* __libc_realloc(void*, std::size_t);
-void* __libc_memalign(std::size_t, std::size_t);
-void __libc_free(void*);
-
-void* malloc(std::size_t size) {
-    return count(), __libc_malloc(size);
-}
-void* calloc(std::size_t number, std::size_t size) {
-    return count(), __libc_calloc(number, size);
-}
-void* realloc(void* block, std::size_t size) {
-    return count(), __libc_realloc(block, size);
-}
-void* memalign(std::size_t align, std::size_t size) {
-    return count(), __libc_memalign(align, size);
-}
-void* aligned_alloc(std::size_t align, std::size_t size) {
-    return memalign(align, size);
-}
-void free(void* block) {
-    count();
-    __libc_free(block);
-}
-int pthread_mutex_lock(pthread_mutex_t* mutex) {
-    count();
-    static const auto original =
-        reinterpret_cast<int (*)(pthread_mutex_t*)>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
-    return original(mutex);
-}
-}
-#endif
+#include "tests/dsp/realTimeGuard.h"
 
 namespace {
 
@@ -103,18 +42,12 @@ class RenderPath : public testing::TestWithParam<int> {
 };
 
 TEST_P(RenderPath, NeitherAllocatesNorLocks) {
-    counting = true;
-    delete new std::string(100, 'x');
-    EXPECT_GE(std::exchange(counted, 0), 2) << "the counter counts";
-    counting = false;
+    EXPECT_GE(countedCalls([] { delete new std::string(100, 'x'); }), 2) << "the counter counts";
 
     KernelRig rig(GetParam());
     Samples left(1024, 0.5f), right(1024, 0.25f);
     auto events = allKindsOfEvents();
-    counting = true;
-    renderALot(rig, left, right, events);
-    counting = false;
-    EXPECT_EQ(std::exchange(counted, 0), 0);
+    EXPECT_EQ(countedCalls([&] { renderALot(rig, left, right, events); }), 0);
     EXPECT_TRUE(rig.kernel.isNewBufferAvailable) << "the ring went round";
 }
 
@@ -122,30 +55,10 @@ TEST_P(RenderPath, CallsNoSystem) {
     KernelRig rig(GetParam());
     Samples left(1024, 0.5f), right(1024, 0.25f);
     auto events = allKindsOfEvents();
-    const auto statusOf = [&](bool withACall) {
-        const pid_t child = fork();
-        if (child == 0) {
-            sock_filter filter[] = {
-                BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-                BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_exit_group, 0, 1),
-                BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-                BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_KILL_PROCESS),
-            };
-            const sock_fprog program{4, filter};
-            prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
-            if (prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) != 0) _exit(77);
-            renderALot(rig, left, right, events);
-            if (withACall) getppid();
-            _exit(0);
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        return status;
-    };
-    const int status = statusOf(false);
-    if (WIFEXITED(status) && WEXITSTATUS(status) == 77) GTEST_SKIP() << "no filter to be had here";
+    const int status = statusWithoutSystem([&] { renderALot(rig, left, right, events); });
+    if (status == 77) GTEST_SKIP() << "no filter to be had here";
     EXPECT_EQ(status, 0);
-    EXPECT_TRUE(WIFSIGNALED(statusOf(true))) << "the filter filters";
+    EXPECT_TRUE(WIFSIGNALED(statusWithoutSystem([] { getppid(); }))) << "the filter filters";
 }
 
 INSTANTIATE_TEST_SUITE_P(Rates, RenderPath, testing::Values(44100, 96000, 192000, 384000));
