@@ -21,12 +21,31 @@
 namespace qov::cli {
 namespace {
 
+constexpr std::array endingSignals{SIGINT, SIGTERM, SIGHUP};
+
 /// What the signal handler removes: the path, readable at any moment while `isSet`.
 struct Doomed {
     std::array<char, PATH_MAX> path{};
     std::atomic<bool> isSet = false;
 };
 Doomed doomed;
+
+/// Holds the signals that end the program back for a scope.
+class SignalsHeldBack {
+ public:
+    SignalsHeldBack() {
+        sigset_t held;
+        sigemptyset(&held);
+        for (const int signal : endingSignals) sigaddset(&held, signal);
+        pthread_sigmask(SIG_BLOCK, &held, &before_);
+    }
+    ~SignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsHeldBack(const SignalsHeldBack&) = delete;
+    SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
+
+ private:
+    sigset_t before_{};
+};
 
 void say(const char* text) {
     // A handler can't do anything about a failing terminal.
@@ -89,6 +108,7 @@ OutputPlace::OutputPlace(const std::string& path) : name_(path) {
     temporary_ = besideTemplate(target_);
     if (temporary_.size() >= doomed.path.size()) failToWrite(ENAMETOOLONG);
     const mode_t mode = modeFor(target_);
+    const SignalsHeldBack untilTheHandlerKnows;
     descriptor_ = mkostemp(temporary_.data(), O_CLOEXEC);
     if (descriptor_ < 0) {
         const int error = errno;
@@ -136,7 +156,7 @@ void watchSignals() {
     struct sigaction action {};
     action.sa_handler = endBySignal;
     sigemptyset(&action.sa_mask);
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int signal : endingSignals) {
         struct sigaction before {};
         sigaction(signal, nullptr, &before);
         // What was started to survive a signal (nohup) survives it.

@@ -268,8 +268,8 @@ TEST_F(Render, ASignalRemovesWhatIsHalfDone) {
     const auto files = folder.files();
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
         // Nobody writes into the pipe beyond a header, so that the program is caught in the middle.
-        const auto holder =
-            shell("{ head -c 1000 " + in + "; sleep 100; } > " + (folder / "pipe") + " & echo $!");
+        const auto holder = shell("{ head -c 1000 " + in + "; exec sleep 100; } > " +
+                                  (folder / "pipe") + " & echo $!");
         const auto run = interrupted({"render", folder / "pipe", out}, signal, folder);
         EXPECT_EQ(run.signal, signal);
         EXPECT_THAT(run.err, HasSubstr("the output is as it was"));
