@@ -95,8 +95,8 @@ std::shared_ptr<platform::URLSessionDataTask> start(URLSession& session, const U
 }
 
 Outcome fetch(const URL& from, URLSession::Configuration configuration = {}) {
+    std::promise<Outcome> outcome;  // outlives the session's thread, which sets it
     URLSession session(configuration);
-    std::promise<Outcome> outcome;
     start(session, from, outcome);
     return outcome.get_future().get();
 }
@@ -169,8 +169,8 @@ TEST_F(NetworkFetch, ContentsAreTheWholeOrAnError) {
 }
 
 TEST_F(NetworkFetch, ASlowAnswerHoldsUpNobodyElseAndCanBeCancelled) {
-    URLSession session;
     std::promise<Outcome> slow, hello;
+    URLSession session;
     const auto task = start(session, url(server.address("/slow")), slow);
     asked.get_future().wait();
     start(session, url(server.address("/hello")), hello);
