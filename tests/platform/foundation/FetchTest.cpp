@@ -103,6 +103,7 @@ Outcome fetch(const URL& from, URLSession::Configuration configuration = {}) {
 
 class NetworkFetch : public testing::Test {
  protected:
+    std::promise<void> asked, answer;  // outlive the server's threads
     LoopbackServer server{
         [this](const std::string& target, const LoopbackServer::Connection& connection) {
             if (target == "/hello") connection.respond("200 OK", "hello");
@@ -125,7 +126,6 @@ class NetworkFetch : public testing::Test {
                 connection.send("wly");
             }
         }};
-    std::promise<void> asked, answer;
 };
 
 TEST_F(NetworkFetch, DataAndResponse) {
