@@ -264,9 +264,10 @@ TEST_F(Render, AFullDiskOrAClosedPipeEndsWithOneLine) {
 
 TEST_F(Render, ASignalRemovesWhatIsHalfDone) {
     write(out, "the old output");
-    ASSERT_EQ(shell("mkfifo " + (folder / "pipe")).code, 0);
-    const auto files = folder.files();
     for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        // A new pipe each time: what the last one still holds must not be read.
+        ASSERT_EQ(shell("rm -f " + (folder / "pipe") + "; mkfifo " + (folder / "pipe")).code, 0);
+        const auto files = folder.files();
         // Nobody writes into the pipe beyond a header, so that the program is caught in the middle.
         const auto holder = shell("{ head -c 1000 " + in + "; exec sleep 100; } > " +
                                   (folder / "pipe") + " & echo $!");
