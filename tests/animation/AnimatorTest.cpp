@@ -156,21 +156,21 @@ struct Reentrance {
 class AnimatorReentrance : public AnimatorRuns, public testing::WithParamInterface<Reentrance> {};
 
 TEST_P(AnimatorReentrance, followsTheNumbersThatTheCallbackLeaves) {
-    const auto& [name, at, act, expected, value, looped] = GetParam();
+    const Reentrance& each = GetParam();
     auto& animator = armed("a", 0, 2, 2);
-    animator.looped = looped;
+    animator.looped = each.looped;
     bool acted = false;
     const auto once = [&](const char* callback) {
-        if (std::string_view(callback) != at || acted) return;
+        if (std::string_view(callback) != each.callback || acted) return;
         acted = true;
-        act(animator);
+        each.act(animator);
     };
     animator.onAnimation = [&](Animator&, float v) { say(text(v)), once("animation"); };
     animator.onFinished = [&](Animator&, float v) { say("finished " + text(v)), once("finished"); };
     animator.onLoop = [&](Animator&) { say("loop"), once("loop"); };
     animate(animator, 7);
-    EXPECT_EQ(log, expected);
-    EXPECT_EQ(animator.getValue(), value);
+    EXPECT_EQ(log, each.log);
+    EXPECT_EQ(animator.getValue(), each.value);
 }
 
 const Reentrance kReentrances[] = {
