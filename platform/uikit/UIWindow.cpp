@@ -126,15 +126,16 @@ void UIWindow::addDamage(const UIView& view) {
     for (const auto& subview : view.subviews()) addDamage(*subview);
 }
 
+void UIWindow::display(UIView& view) {
+    const auto before = pixelsOf(view);
+    if (!view.layer().display(view, scale_)) return;
+    if (before) addDamage(*before);
+    if (const auto after = pixelsOf(view)) addDamage(*after);
+}
+
 void UIWindow::displayTree(UIView& view) {
     if (view.isHidden() || view.alpha() == 0) return;
-    if (view.layer().needsDisplay()) {
-        const auto before = pixelsOf(view);
-        if (view.layer().display(view, scale_)) {
-            if (before) addDamage(*before);
-            if (const auto after = pixelsOf(view)) addDamage(*after);
-        }
-    }
+    if (view.layer().needsDisplay()) display(view);
     const auto views = view.subviews();
     for (const auto& subview : views) displayTree(*subview);
 }
@@ -198,9 +199,11 @@ void UIWindow::deliverTouch(std::int64_t identifier, UITouchPhase phase, CGPoint
         place->second->update(phase, location, time);
     }
     const auto touch = place->second;
-    if (const auto view = touch->view(); view && willDeliverTouch) willDeliverTouch(*view);
+    const auto view = touch->view();
+    if (view && willDeliverTouch) willDeliverTouch(*view, phase);
     gestures_.deliver(touch);
     sendToView(touch);
+    if (view && didDeliverTouch) didDeliverTouch(*view, phase);
     if (phase == UITouchPhase::ended || phase == UITouchPhase::cancelled) {
         touches_.erase(identifier);
         sent_.erase(touch);

@@ -53,6 +53,8 @@ class UIWindow : public UIView {
     /// Makes the next update() report, and put together, everything.
     void damageAll();
     bool needsUpdate() const { return needsUpdate_; }
+    /// Lets a view draw now, asked for or not; update() shows it.
+    void display(UIView& view);
 
     // Touches, in points of the window and seconds of the run loop's clock
 
@@ -65,8 +67,8 @@ class UIWindow : public UIView {
     /// Ends all touches as cancelled: the window is going, or its back end has lost track.
     void cancelTouches();
 
-    /// Called with the view that is about to be sent a touch, before it is sent.
-    std::function<void(UIView& touched)> willDeliverTouch;
+    /// Called with the view that a touch belongs to, before gestures and view are sent it and after.
+    std::function<void(UIView& touched, UITouchPhase phase)> willDeliverTouch, didDeliverTouch;
 
     // For views.
 

@@ -163,7 +163,7 @@ TEST_F(Window, TouchGoesToTheFrontmostVisibleView) {
 TEST_F(Window, TellsWhichViewIsAboutToBeTouched) {
     const auto patch = add({0, 0, 50, 50}, red);
     std::vector<UIView*> told;
-    window->willDeliverTouch = [&](UIView& view) { told.push_back(&view); };
+    window->willDeliverTouch = [&](UIView& view, UITouchPhase) { told.push_back(&view); };
     window->deliverTouch(0, UITouchPhase::began, {10, 10}, 0);
     window->deliverTouch(0, UITouchPhase::moved, {90, 70}, 0);
     window->deliverTouch(0, UITouchPhase::ended, {90, 70}, 0);

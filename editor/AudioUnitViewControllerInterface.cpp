@@ -1,0 +1,136 @@
+// The editor's interface: which views there are, where they lie at first, which gesture sits on
+// which view, and which action each of them calls.
+//
+//   root view            pan, pinch, double tap, tap (waits for the double tap to fail), long press
+//   +- pluginFrame       fills the root view
+//   +- stereoControls    placed by the controller, as is
+//   +- correlographView  which lies over the panel's middle
+//   +- brightnessSlider  along the top, hidden at first
+//   +- contrastButton    in the upper right corner, hidden at first
+//
+// All gestures sit on the root view, so that a panel that was moved out of sight can be called back
+// with a double tap anywhere. Slider and button keep drags and taps on them to themselves.
+
+#include <memory>
+#include <numbers>
+
+#include "editor/AudioUnitViewController.h"
+#include "editor/CorrelographViewAU.h"
+#include "editor/PluginFrameEx.h"
+#include "editor/StereoControls.h"
+#include "platform/uikit/UIBezierPath.h"
+#include "platform/uikit/UIButton.h"
+#include "platform/uikit/UILongPressGestureRecognizer.h"
+#include "platform/uikit/UIPanGestureRecognizer.h"
+#include "platform/uikit/UIPinchGestureRecognizer.h"
+#include "platform/uikit/UISlider.h"
+#include "platform/uikit/UITapGestureRecognizer.h"
+
+namespace qov {
+namespace {
+
+using platform::CGFloat;
+using platform::CGRect;
+using platform::UIColor;
+
+// Points.
+constexpr CGFloat kWidth = 680, kHeight = 440;
+constexpr CGFloat kMargin = 6;
+constexpr CGFloat kButtonSide = 32;
+
+/// A half-filled disc, the sign for contrast.
+class ContrastButton : public platform::UIButton {
+ public:
+    using UIButton::UIButton;
+
+    void draw(CGRect rect) override {
+        const auto center = rect.center();
+        const CGFloat radius = rect.width() / 2 - 4;
+        const auto disc = [&](CGFloat r) {
+            return platform::UIBezierPath::ovalInRect({center.x - r, center.y - r, 2 * r, 2 * r});
+        };
+        UIColor(isHighlighted() ? 0.4 : 0.1, 0.85).setFill();
+        disc(radius).fill();
+        UIColor(0.9, 1).set();
+        auto half = platform::UIBezierPath::arc(center, radius - 4, -std::numbers::pi / 2,
+                                                std::numbers::pi / 2, true);
+        half.closePath();
+        half.fill();
+        auto ring = disc(radius - 4);
+        ring.lineWidth = 1.5;
+        ring.stroke();
+    }
+};
+
+/// Calls a method of the controller with the sender, for as long as the controller is there.
+template <class Sender, class Base>
+std::function<void(Base&)> action(const std::weak_ptr<AudioUnitViewController>& target,
+                                  void (AudioUnitViewController::*method)(Sender&)) {
+    return [target, method](Base& sender) {
+        if (const auto controller = target.lock())
+            (controller.get()->*method)(static_cast<Sender&>(sender));
+    };
+}
+
+}  // namespace
+
+void AudioUnitViewController::loadView() {
+    using namespace platform;
+    const std::weak_ptr self(strongSelf());
+    constexpr auto kFill = UIViewAutoresizingFlexibleWidth | UIViewAutoresizingFlexibleHeight;
+    const CGRect whole(0, 0, kWidth, kHeight);
+    auto root = std::make_shared<UIView>(whole);
+
+    pluginFrame = std::make_shared<PluginFrameEx>(NSCoder{whole});
+    pluginFrame->setAutoresizingMask(kFill);
+    stereoControls = std::make_shared<StereoControls>(NSCoder{whole});
+    correlographView = std::make_shared<CorrelographViewAU>(NSCoder{whole.insetBy(200, 90)});
+
+    contrastButton = std::make_shared<ContrastButton>(
+        CGRect(kWidth - kMargin - kButtonSide, kMargin, kButtonSide, kButtonSide));
+    contrastButton->setAutoresizingMask(UIViewAutoresizingFlexibleLeftMargin);
+    contrastButton->setHidden(true);
+    contrastButton->addTarget(
+        action<UIButton, UIControl>(self, &AudioUnitViewController::onContrastButton),
+        UIControlEventTouchUpInside);
+
+    brightnessSlider = std::make_shared<UISlider>(
+        CGRect(kMargin, kMargin, kWidth - 3 * kMargin - kButtonSide, kButtonSide));
+    brightnessSlider->setAutoresizingMask(UIViewAutoresizingFlexibleWidth);
+    brightnessSlider->setMinimumValue(0);
+    brightnessSlider->setMaximumValue(1);
+    brightnessSlider->setValue(0.25F);
+    brightnessSlider->setHidden(true);
+    brightnessSlider->addTarget(
+        action<UISlider, UIControl>(self, &AudioUnitViewController::onBrightnessSlider),
+        UIControlEventValueChanged);
+
+    panGesture = std::make_shared<UIPanGestureRecognizer>();
+    panGesture->addTarget(action<UIPanGestureRecognizer, UIGestureRecognizer>(
+        self, &AudioUnitViewController::onPanGesture));
+    pinchGesture = std::make_shared<UIPinchGestureRecognizer>();
+    pinchGesture->addTarget(action<UIPinchGestureRecognizer, UIGestureRecognizer>(
+        self, &AudioUnitViewController::onPinchGesture));
+    doubleTapGesture = std::make_shared<UITapGestureRecognizer>();
+    doubleTapGesture->setNumberOfTapsRequired(2);
+    doubleTapGesture->addTarget(action<UITapGestureRecognizer, UIGestureRecognizer>(
+        self, &AudioUnitViewController::onDoubleTapGesture));
+    tapGesture = std::make_shared<UITapGestureRecognizer>();
+    tapGesture->require(doubleTapGesture);
+    tapGesture->addTarget(action<UITapGestureRecognizer, UIGestureRecognizer>(
+        self, &AudioUnitViewController::onTapGesture));
+    longPressGesture = std::make_shared<UILongPressGestureRecognizer>();
+    longPressGesture->addTarget(action<UILongPressGestureRecognizer, UIGestureRecognizer>(
+        self, &AudioUnitViewController::onlongPressGesture));
+
+    for (const std::shared_ptr<UIView>& view : std::initializer_list<std::shared_ptr<UIView>>{
+             pluginFrame, stereoControls, correlographView, brightnessSlider, contrastButton})
+        root->addSubview(view);
+    for (const std::shared_ptr<UIGestureRecognizer>& gesture :
+         std::initializer_list<std::shared_ptr<UIGestureRecognizer>>{
+             panGesture, pinchGesture, doubleTapGesture, tapGesture, longPressGesture})
+        root->addGestureRecognizer(gesture);
+    setView(std::move(root));
+}
+
+}  // namespace qov
