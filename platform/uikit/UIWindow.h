@@ -67,8 +67,9 @@ class UIWindow : public UIView {
     /// Ends all touches as cancelled: the window is going, or its back end has lost track.
     void cancelTouches();
 
-    /// Called with the view that a touch belongs to, before gestures and view are sent it and after.
-    std::function<void(UIView& touched, UITouchPhase phase)> willDeliverTouch, didDeliverTouch;
+    /// Called with the view that a touch belongs to, before gestures and view are sent it and
+    /// after.
+    std::function<void(UIView&touched, UITouchPhase phase)> willDeliverTouch, didDeliverTouch;
 
     // For views.
 
