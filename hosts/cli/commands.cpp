@@ -1,5 +1,6 @@
 #include <array>
 
+#include "hosts/cli/AppCommand.h"
 #include "hosts/cli/Command.h"
 #include "hosts/cli/CurvesCommand.h"
 #include "hosts/cli/DemoCommand.h"
@@ -16,6 +17,7 @@ std::span<const Command> commands() {
         Command{"render", "renders a sound file through the effect into another", runRender},
         Command{"demo", "plays a phrase, takes it on a tour of the effect and draws both", runDemo},
         Command{"field", "draws the stereo field of one or two sound files", runField},
+        Command{"app", "opens the effect with its editor in a window, as a JACK client", runApp},
         Command{"params", "lists the parameters with address, range, default and unit", runParams},
         Command{"tree", "lists what is below a folder, as XML, list or dump", runTree},
         Command{"curves", "draws the easing curves, or prints the values of one", runCurves},

@@ -1,0 +1,212 @@
+#include "hosts/app/runApp.h"
+
+#include <fmt/format.h>
+#include <pthread.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+#include <utility>
+
+#include "editor/AudioUnitViewController.h"
+#include "hosts/app/SoundSource.h"
+#include "hosts/instance/Instance.h"
+#include "hosts/window/EditorWindow.h"
+#include "platform/dispatch/RunLoop.h"
+#include "platform/foundation/NSError.h"
+#include "platform/foundation/Timer.h"
+#include "platform/uikit/NativeWindow.h"
+
+namespace qov::app {
+namespace {
+
+using platform::Key;
+using platform::RunLoop;
+
+constexpr double kUsualRate = 44100;        // frames a second
+constexpr double kExchangeInterval = 0.05;  // seconds: with each of the editor's ticks
+// Of a control's range.
+constexpr float kFineStep = 0.005F;
+constexpr float kCoarseStep = 0.05F;
+constexpr float kWheelStep = 0.01F;
+
+void say(const std::string& line) {
+    fmt::print(stderr, "kelvane: {}\n", line);
+}
+
+/// Signals that ask for the end, as a descriptor. Made before any other thread is.
+class EndSignals {
+ public:
+    EndSignals() {
+        sigemptyset(&set_);
+        for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&set_, signal);
+        pthread_sigmask(SIG_BLOCK, &set_, &before_);
+        descriptor_ = signalfd(-1, &set_, SFD_NONBLOCK | SFD_CLOEXEC);
+    }
+    ~EndSignals() {
+        if (descriptor_ >= 0) close(descriptor_);
+        pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+    }
+    EndSignals(const EndSignals&) = delete;
+    EndSignals& operator=(const EndSignals&) = delete;
+
+    int descriptor() const { return descriptor_; }
+    /// Which one came; 0 for none.
+    int take() const {
+        signalfd_siginfo info;
+        return read(descriptor_, &info, sizeof info) == sizeof info
+                   ? static_cast<int>(info.ssi_signo)
+                   : 0;
+    }
+
+ private:
+    sigset_t set_{}, before_{};
+    int descriptor_;
+};
+
+class App {
+ public:
+    explicit App(const Options& options) : options_(options) {}
+    ~App() {
+        // Sound first, then the window, then the instance, which ends the loop.
+        source_.reset();
+        window_.reset();
+        loop_->removeFileDescriptor(signals_.descriptor());
+    }
+    App(const App&) = delete;
+    App& operator=(const App&) = delete;
+
+    int run();
+
+ private:
+    void openWindow();
+    void startSound();
+    void startOn(std::unique_ptr<SoundSource> source);
+    bool handleKey(const platform::KeyStroke& stroke);
+    void end(int exitCode);
+
+    const Options& options_;
+    EndSignals signals_;
+    std::shared_ptr<RunLoop> loop_ = RunLoop::create();
+    std::unique_ptr<hosts::Instance> instance_;
+    std::unique_ptr<hosts::EditorWindow> window_;
+    std::unique_ptr<SoundLoop> sound_;
+    std::unique_ptr<SoundSource> source_;
+    int exitCode_ = 0;
+};
+
+int App::run() {
+    const RunLoop::MakeCurrent current(loop_);
+    platform::NSError error;
+    instance_ = hosts::Instance::create(&error, loop_, std::make_shared<AudioUnitViewController>());
+    if (!instance_)
+        throw std::runtime_error("the effect cannot be made: " + error.localizedDescription());
+    openWindow();
+    startSound();
+    loop_->addFileDescriptor(signals_.descriptor(), [this] {
+        constexpr int kEndedBySignal = 128;
+        if (const int signal = signals_.take()) end(kEndedBySignal + signal);
+    });
+    platform::Timer::scheduledTimer(kExchangeInterval, true,
+                                    [this](platform::Timer&) { instance_->pump(); });
+    window_->native().show();
+    loop_->run();
+    return exitCode_;
+}
+
+void App::end(int exitCode) {
+    exitCode_ = exitCode;
+    loop_->stop();
+}
+
+void App::openWindow() {
+    hosts::EditorWindow::Options options;
+    options.scale = options_.scale;
+    if (options_.size.width > 0) options.size = options_.size;
+    std::string error;
+    window_ = hosts::EditorWindow::open(*instance_, options, &error);
+    if (!window_) throw std::runtime_error(error);
+    auto& native = window_->native();
+    native.onClose = [this] { end(0); };
+    native.onLost = [this] {
+        say("the X server has gone, and the window with it");
+        end(1);
+    };
+    native.onKey = [this](const platform::KeyStroke& stroke) { return handleKey(stroke); };
+    native.onWheel = [this](platform::CGPoint at, int steps) {
+        const auto control = window_->controlAt(at);
+        if (control) window_->nudge(*control, kWheelStep * static_cast<float>(steps));
+        return control.has_value();
+    };
+}
+
+bool App::handleKey(const platform::KeyStroke& stroke) {
+    const auto turn = [&](float direction) {
+        const auto at = window_->native().pointer();
+        const auto control = at ? window_->controlAt(*at) : std::nullopt;
+        if (control) window_->nudge(*control, direction * (stroke.shift ? kCoarseStep : kFineStep));
+        return control.has_value();
+    };
+    switch (stroke.key) {
+        case Key::up:
+        case Key::right:
+            return turn(1);
+        case Key::down:
+        case Key::left:
+            return turn(-1);
+        case Key::space:
+            sound_->setPlaying(!sound_->isPlaying());
+            return true;
+        case Key::escape:
+            end(0);
+            return true;
+        case Key::other:
+            break;
+    }
+    return false;
+}
+
+// Sound
+
+void App::startSound() {
+    std::unique_ptr<SoundSource> source;
+    if (options_.useJack) {
+        source = openJack(options_.jackServer, [this] {
+            loop_->submit([this] {
+                say("the JACK server has ended; the effect goes on in silence");
+                const double rate = source_->rate();
+                const bool wasPlaying = sound_->isPlaying();
+                source_.reset();
+                startOn(makeClock(rate));
+                sound_->setPlaying(wasPlaying);
+            });
+        });
+        if (!source) say("no JACK server answers; the effect runs in silence");
+    }
+    if (!source) source = makeClock(options_.sound.rate > 0 ? options_.sound.rate : kUsualRate);
+    startOn(std::move(source));
+}
+
+void App::startOn(std::unique_ptr<SoundSource> source) {
+    source_ = std::move(source);
+    const double rate = source_->rate();
+    sound_ = std::make_unique<SoundLoop>(options_.sound.atRate(rate));
+    platform::NSError error;
+    instance_->deactivate();
+    if (!instance_->activate(rate, source_->longestBlock(), &error))
+        throw std::runtime_error(fmt::format("the effect does not run at {} Hz: {}", rate,
+                                             error.localizedDescription()));
+    if (!source_->start(*instance_, *sound_))
+        throw std::runtime_error("the JACK server does not let the effect start");
+}
+
+}  // namespace
+
+int runApp(const Options& options) {
+    return App(options).run();
+}
+
+}  // namespace qov::app

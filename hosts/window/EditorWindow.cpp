@@ -1,0 +1,92 @@
+#include "hosts/window/EditorWindow.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "editor/AudioUnitViewController.h"
+#include "editor/StereoControls.h"
+#include "hosts/instance/Instance.h"
+#include "platform/dispatch/RunLoop.h"
+#include "platform/uikit/NativeWindow.h"
+#include "platform/uikit/UITouch.h"
+#include "platform/uikit/UIWindow.h"
+
+namespace qov::hosts {
+
+using platform::RunLoop;
+using platform::UITouchPhase;
+
+namespace {
+
+constexpr platform::CGSize kSmallest{170, 110};  // points: a quarter of the panel
+
+}  // namespace
+
+EditorWindow::EditorWindow(Instance& instance, std::shared_ptr<AudioUnitViewController> controller,
+                           std::shared_ptr<platform::UIWindow> content)
+    : instance_(instance), controller_(std::move(controller)), content_(std::move(content)) {
+    content_->willDeliverTouch = [this](platform::UIView& touched, UITouchPhase phase) {
+        if (&touched != controller_->stereoControls.get()) return;
+        content_->display(touched);
+        if (phase == UITouchPhase::began && touches_++ == 0) instance_.touchBegan();
+    };
+    content_->didDeliverTouch = [this](platform::UIView& touched, UITouchPhase phase) {
+        if (&touched != controller_->stereoControls.get()) return;
+        const bool up = phase == UITouchPhase::ended || phase == UITouchPhase::cancelled;
+        if (up && --touches_ == 0) instance_.touchEnded();
+    };
+}
+
+std::unique_ptr<EditorWindow> EditorWindow::open(Instance& instance, const Options& options,
+                                                 std::string* error) {
+    const RunLoop::MakeCurrent current(instance.runLoop());
+    auto controller = std::dynamic_pointer_cast<AudioUnitViewController>(instance.factory());
+    if (!controller) {
+        if (error) *error = "the instance was made without an editor";
+        return nullptr;
+    }
+    auto content = std::make_shared<platform::UIWindow>(options.size);
+    content->setRootViewController(controller);
+    std::unique_ptr<EditorWindow> window(
+        new EditorWindow(instance, std::move(controller), content));
+    window->native_ = platform::NativeWindow::open(content,
+                                                   {.title = options.title,
+                                                    .parent = options.parent,
+                                                    .scale = options.scale,
+                                                    .minimumSize = kSmallest},
+                                                   error);
+    if (!window->native_) return nullptr;
+    return window;
+}
+
+EditorWindow::~EditorWindow() {
+    const RunLoop::MakeCurrent current(instance_.runLoop());
+    native_.reset();
+    content_->setRootViewController(nullptr);
+}
+
+std::optional<int> EditorWindow::controlAt(platform::CGPoint point) const {
+    auto& panel = *controller_->stereoControls;
+    const auto hit = content_->hitTest(point);
+    if (hit.get() != &panel || panel.bounds().isEmpty()) return {};
+    constexpr platform::CGFloat kCanvasWidth = 680;
+    const auto scale = panel.bounds().size.width / kCanvasWidth;
+    const auto place = panel.convertFromWindow(point);
+    const std::string_view mode = panel.baseClass.modeAt({place.x / scale, place.y / scale});
+    constexpr std::array<std::string_view, 3> kModes{"stereo width", "panorama", "phase shift"};
+    const auto found = std::ranges::find(kModes, mode);
+    if (found == kModes.end()) return {};
+    return static_cast<int>(found - kModes.begin());
+}
+
+void EditorWindow::nudge(int address, float by) {
+    const RunLoop::MakeCurrent current(instance_.runLoop());
+    const float value = std::clamp(controller_->getParameter(address) + by, 0.0F, 1.0F);
+    instance_.touchBegan();
+    controller_->onStereoControlsParameter(address, value);
+    instance_.touchEnded();
+}
+
+}  // namespace qov::hosts

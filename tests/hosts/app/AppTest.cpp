@@ -1,0 +1,185 @@
+#include <jack/jack.h>
+#include <sndfile.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <numbers>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/hosts/window/Child.h"
+#include "tests/hosts/window/Screen.h"
+
+namespace {
+
+using qov::test::Child;
+using qov::test::Screen;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+const std::string silent = "kelvane: no JACK server answers; the effect runs in silence\n";
+const std::string noServer = "no-such-server-of-kelvane";
+
+bool until(const std::function<bool()>& condition) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+void waitForWindow() {
+    Screen::xdo("search --sync --onlyvisible --name Kelvane");
+}
+
+TEST(App, SaysInOneLineThatThereIsNoScreen) {
+    unsetenv("DISPLAY");
+    Child app({KELVANE, "app"});
+    EXPECT_EQ(app.wait(), 1);
+    EXPECT_EQ(app.errorUntil(""),
+              "kelvane: no X server: the environment variable DISPLAY is not set\n");
+}
+
+TEST(App, WrongOptionsAreToldApart) {
+    for (const auto& [arguments, code, line] :
+         std::vector<std::tuple<std::vector<std::string>, int, std::string>>{
+             {{"--size", "0x4"}, 2, "--size '0x4'"},
+             {{"--scale", "99"}, 2, "--scale"},
+             {{"no-such-file.wav"}, 1, "no-such-file.wav"}}) {
+        std::vector<std::string> words{KELVANE, "app"};
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        Child app(words);
+        EXPECT_EQ(app.wait(), code);
+        EXPECT_THAT(app.errorUntil(""), HasSubstr(line));
+    }
+}
+
+TEST(App, RunsSilentWithoutJackAndEndsByEscOrSignal) {
+    const Screen screen;
+    {
+        Child app({KELVANE, "app", "--jack-server", noServer});
+        waitForWindow();
+        Screen::xdo("mousemove 300 300 key space key Escape");
+        EXPECT_EQ(app.wait(), 0);
+        EXPECT_EQ(app.errorUntil(""), silent);
+    }
+    Child app({KELVANE, "app", "--no-jack"});
+    waitForWindow();
+    app.signal(SIGTERM);
+    EXPECT_EQ(app.wait(), 128 + SIGTERM);
+    EXPECT_EQ(app.errorUntil(""), "");
+}
+
+TEST(App, EndsWithOneLineWhenTheXServerGoes) {
+    auto screen = std::make_unique<Screen>();
+    Child app({KELVANE, "app", "--no-jack"});
+    waitForWindow();
+    screen.reset();
+    EXPECT_EQ(app.wait(), 1);
+    EXPECT_EQ(app.errorUntil(""), "kelvane: the X server has gone, and the window with it\n");
+}
+
+/// A JACK server on its dummy driver, with a client that listens to the playback side.
+class Jack {
+ public:
+    Jack() : name("kelvane-test-" + std::to_string(getpid())) {
+        server = std::make_unique<Child>(std::vector<std::string>{
+            "jackd", "--no-realtime", "-n", name, "-d", "dummy", "-r", "48000", "-p", "256"});
+        jack_set_error_function([](const char*) {});
+        jack_set_info_function([](const char*) {});
+        const bool there = until([&] {
+            client = jack_client_open(
+                "listener", static_cast<jack_options_t>(JackNoStartServer | JackServerName),
+                nullptr, name.c_str());
+            return client != nullptr;
+        });
+        if (!there) throw std::runtime_error("jackd does not answer");
+        for (std::size_t side = 0; side < 2; ++side)
+            port[side] = jack_port_register(client, side ? "right" : "left",
+                                            JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
+        jack_set_process_callback(
+            client,
+            [](jack_nframes_t frames, void* self) {
+                return static_cast<Jack*>(self)->hear(frames);
+            },
+            this);
+        jack_activate(client);
+    }
+    ~Jack() {
+        if (client) jack_client_close(client);
+    }
+
+    void listenTo(const std::string& app) {
+        ASSERT_TRUE(until([&] {
+            return jack_connect(client, (app + ":out left").c_str(), jack_port_name(port[0])) == 0;
+        }));
+        ASSERT_EQ(jack_connect(client, (app + ":out right").c_str(), jack_port_name(port[1])), 0);
+    }
+
+    const std::string name;
+    std::unique_ptr<Child> server;
+    jack_client_t* client = nullptr;
+    std::atomic<float> peak[2] = {0, 0};
+
+ private:
+    int hear(jack_nframes_t frames) {
+        for (std::size_t side = 0; side < 2; ++side) {
+            const auto* in = static_cast<const float*>(jack_port_get_buffer(port[side], frames));
+            float most = 0;
+            for (jack_nframes_t i = 0; i < frames; ++i) most = std::max(most, std::abs(in[i]));
+            peak[side] = most;
+        }
+        return 0;
+    }
+
+    jack_port_t* port[2] = {};
+};
+
+TEST(App, TheMouseChangesTheSoundOfAJackGraph) {
+    const Screen screen;
+    const Jack jack;
+    const auto path = std::filesystem::temp_directory_path() /
+                      ("kelvane-app-" + std::to_string(getpid()) + ".wav");
+    {
+        // A tone on the left alone, at a rate that is not the server's.
+        SF_INFO info{};
+        info.samplerate = 44100;
+        info.channels = 2;
+        info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+        auto* file = sf_open(path.c_str(), SFM_WRITE, &info);
+        for (int i = 0; i < 44100; ++i) {
+            const float frame[2] = {
+                static_cast<float>(0.5 * std::sin(2 * std::numbers::pi * 441 * i / 44100)), 0};
+            sf_writef_float(file, frame, 1);
+        }
+        sf_close(file);
+    }
+    Child app({KELVANE, "app", path.string(), "--jack-server", jack.name});
+    waitForWindow();
+    const_cast<Jack&>(jack).listenTo("kelvane");
+    EXPECT_TRUE(until([&] { return jack.peak[0] > 0.4F; }));
+    EXPECT_LT(jack.peak[1], 0.1F);
+    // "swap channels"
+    Screen::xdo("mousemove 60 90 click 1");
+    EXPECT_TRUE(until([&] { return jack.peak[1] > 0.4F && jack.peak[0] < 0.1F; }));
+    Screen::xdo("key space");
+    EXPECT_TRUE(until([&] { return jack.peak[1] < 0.01F; })) << "paused";
+
+    const_cast<Jack&>(jack).server->signal(SIGTERM);
+    EXPECT_THAT(app.errorUntil("JACK"), HasSubstr("the JACK server has ended"));
+    Screen::xdo("key Escape");
+    EXPECT_EQ(app.wait(), 0);
+    std::filesystem::remove(path);
+}
+
+}  // namespace

@@ -1,0 +1,180 @@
+#include "hosts/window/EditorWindow.h"
+
+#include <chrono>
+#include <cmath>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "editor/AudioUnitViewController.h"
+#include "editor/CorrelographViewAU.h"
+#include "editor/StereoControls.h"
+#include "hosts/instance/Instance.h"
+#include "platform/dispatch/RunLoop.h"
+#include "platform/foundation/Console.h"
+#include "platform/foundation/NSError.h"
+#include "platform/uikit/NativeWindow.h"
+#include "platform/uikit/UIPinchGestureRecognizer.h"
+#include "platform/uikit/UIWindow.h"
+#include "tests/hosts/window/Screen.h"
+
+namespace {
+
+using namespace qov;
+using hosts::EditorWindow;
+using platform::CGRect;
+using test::Screen;
+
+struct Shown {
+    std::unique_ptr<hosts::Instance> instance = hosts::Instance::create(
+        nullptr, platform::RunLoop::create(), std::make_shared<AudioUnitViewController>());
+    std::unique_ptr<EditorWindow> window;
+
+    explicit Shown(EditorWindow::Options options = {}) {
+        std::string error;
+        window = EditorWindow::open(*instance, options, &error);
+        if (!window) throw std::runtime_error(error);
+        window->native().show();
+    }
+    CGRect panel() const { return window->controller().stereoControls->frame(); }
+    bool until(const std::function<bool()>& condition) const {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > end) return false;
+            instance->runLoop()->runOnce(0.02);
+            instance->pump();
+        }
+        return true;
+    }
+    bool isMapped() const { return Screen::isViewable(window->native().handle()); }
+};
+
+class Window : public testing::Test {
+ protected:
+    ~Window() override { platform::console::setSink(before); }
+
+    Screen screen;
+    platform::console::Sink before = platform::console::setSink({});
+};
+
+TEST_F(Window, MouseTurnsWidthSuspendsZoomsMovesAndCallsBack) {
+    Shown shown;
+    ASSERT_TRUE(shown.until([&] { return shown.isMapped(); }));
+    auto& instance = *shown.instance;
+    std::vector<hosts::EditExchange::Edit::Kind> edits;
+
+    Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 365 mousemove 350 225 mouseup 1");
+    ASSERT_TRUE(shown.until([&] { return instance.value(0) == 0.75F; }))
+        << "150 points of 600 from the middle; is " << instance.value(0);
+    ASSERT_TRUE(shown.until([&] { return !shown.window->controller().touchesLocked; }));
+    instance.edits().take([&](const auto& edit) { edits.push_back(edit.kind); });
+    using Kind = hosts::EditExchange::Edit::Kind;
+    EXPECT_EQ(edits, (std::vector{Kind::begin, Kind::value, Kind::end}));
+
+    Screen::xdo("mousemove 520 297 click 1");
+    ASSERT_TRUE(shown.until([&] { return instance.value(7) == 1.0F; }));
+    EXPECT_TRUE(shown.window->controller().correlographView->isSuspended);
+    EXPECT_EQ(instance.latency(), 0U);
+
+    Screen::xdo("mousemove 600 420 keydown ctrl click 4 click 4 keyup ctrl");
+    ASSERT_TRUE(
+        shown.until([&] { return std::abs(shown.panel().size.width - 680 * 1.21) < 0.01; }));
+    ASSERT_TRUE(shown.until([&] { return !shown.window->controller().pinchGesture->isActive(); }))
+        << "the pinch ends by itself";
+    Screen::xdo("mousemove 600 430 mousedown 1 mousemove 620 430 mousemove 700 430 mouseup 1");
+    ASSERT_TRUE(shown.until([&] { return shown.panel().origin.x > 0; }));
+    Screen::xdo("mousemove 640 400 click --repeat 2 --delay 60 1");
+    EXPECT_TRUE(shown.until([&] { return shown.panel() == CGRect(0, 0, 680, 440); }));
+}
+
+TEST_F(Window, KeysAndWheelTurnTheControlUnderTheMouse) {
+    Shown shown;
+    ASSERT_TRUE(shown.until([&] { return shown.isMapped(); }));
+    int other = 0;
+    auto& window = *shown.window;
+    window.native().onKey = [&](const platform::KeyStroke& stroke) {
+        const auto at = window.native().pointer();
+        const auto control = at ? window.controlAt(*at) : std::nullopt;
+        if (stroke.key != platform::Key::up || !control) return ++other > 0;
+        window.nudge(*control, stroke.shift ? 0.05F : 0.005F);
+        return true;
+    };
+    Screen::xdo("mousemove 300 60 key Up key shift+Up");
+    EXPECT_TRUE(shown.until([&] { return shown.instance->value(1) > 0.55F; }));
+    EXPECT_NEAR(shown.instance->value(1), 0.555, 1e-6);
+    window.nudge(1, 5);
+    EXPECT_EQ(shown.instance->value(1), 1.0F);
+    EXPECT_EQ(window.controlAt({340, 220}), std::nullopt) << "the correlograph lies there";
+    EXPECT_EQ(window.controlAt({600, 220}), 2);
+}
+
+TEST_F(Window, ShowsItsPictureAndFollowsItsSize) {
+    Shown shown({.scale = 2, .size = {340, 220}});
+    ASSERT_TRUE(shown.until([&] { return shown.isMapped(); }));
+    // Twice 340 x 220 points: the frame's grey in the corner of the panel, black outside.
+    const auto grey = [&](int x, int y) { return Screen::pixel(x, y) == 0; };
+    EXPECT_TRUE(shown.until([&] { return !grey(340, 12); }));
+    EXPECT_TRUE(grey(900, 600));
+    Screen::resize(shown.window->native().handle(), 1200, 900);
+    EXPECT_TRUE(shown.until([&] { return shown.panel().size.width == 600; }));
+    EXPECT_TRUE(shown.until([&] { return !grey(1100, 450); }));
+    for (const platform::CGSize size : {platform::CGSize{1, 1}, platform::CGSize{4000, 3000}}) {
+        shown.window->native().setSize(size);
+        EXPECT_TRUE(shown.until([&] { return shown.panel().size.width == size.width; }));
+    }
+}
+
+TEST_F(Window, TwoEditorsOfDifferentSizesAreEachTouchedInTheirOwnScale) {
+    Shown small({.size = {340, 220}}), large({.size = {680, 440}});
+    ASSERT_TRUE(small.until([&] { return small.isMapped() && large.isMapped(); }));
+    Screen::move(large.window->native().handle(), 400, 300);
+    const auto both = [&](const std::function<bool()>& condition) {
+        return small.until([&] { return large.instance->pump(), condition(); });
+    };
+    // "swap channels" of each, while the other was the last to draw.
+    for (int round = 0; round < 2; ++round) {
+        const float expected = round == 0 ? 1.0F : 0.0F;
+        Screen::xdo("mousemove 40 45 click 1");
+        EXPECT_TRUE(both([&] { return small.instance->value(3) == expected; }));
+        Screen::xdo("mousemove 480 390 click 1");
+        EXPECT_TRUE(both([&] { return large.instance->value(3) == expected; }));
+    }
+}
+
+TEST_F(Window, LivesInAForeignWindowAndSurvivesItsEnd) {
+    const auto parent = Screen::makeWindow(800, 600);
+    Shown shown({.parent = parent});
+    bool lost = false;
+    shown.window->native().onLost = [&] { lost = true; };
+    ASSERT_TRUE(shown.until([&] { return shown.isMapped(); }));
+    EXPECT_EQ(Screen::parent(shown.window->native().handle()), parent);
+    Screen::destroy(parent);
+    EXPECT_TRUE(shown.until([&] { return lost; }));
+    EXPECT_FALSE(shown.window->native().isAlive());
+    shown.window->native().setSize({100, 100});
+    shown.instance->setValue(0, 0.25F);
+    shown.instance->pump();
+    EXPECT_EQ(shown.instance->value(0), 0.25F) << "the rest goes on";
+    std::string error;
+    EXPECT_EQ(EditorWindow::open(*shown.instance, {.parent = parent}, &error), nullptr);
+    EXPECT_EQ(error, "the window to live in does not exist");
+}
+
+TEST_F(Window, ClosesDuringADrag) {
+    for (int round = 0; round < 3; ++round) {
+        Shown shown;
+        ASSERT_TRUE(shown.until([&] { return shown.isMapped(); }));
+        Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 300");
+        ASSERT_TRUE(shown.until([&] { return shown.instance->value(0) > 0.5F; }));
+        shown.window.reset();
+        Screen::xdo("mouseup 1");
+        shown.instance->pump();
+        std::vector<hosts::EditExchange::Edit::Kind> edits;
+        shown.instance->edits().take([&](const auto& edit) { edits.push_back(edit.kind); });
+        EXPECT_EQ(edits.back(), hosts::EditExchange::Edit::Kind::end);
+    }
+}
+
+}  // namespace

@@ -1,0 +1,96 @@
+#include "tests/hosts/window/Screen.h"
+
+#include <X11/Xlib.h>
+#include <X11/Xutil.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <sstream>
+#include <stdexcept>
+#include <vector>
+
+#include "tests/hosts/window/Child.h"
+
+namespace qov::test {
+namespace {
+
+/// One connection for the whole test; made and closed with the screen.
+Display* display = nullptr;
+
+}  // namespace
+
+Screen::Screen() {
+    int ends[2];
+    if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+    server_ = std::make_unique<Child>(
+        std::vector<std::string>{"Xvfb", "-displayfd", "3", "-screen", "0", "1400x1000x24",
+                                 "-nolisten", "tcp", "-noreset"},
+        ends[1]);
+    close(ends[1]);
+    std::string number = ":";
+    for (char digit; read(ends[0], &digit, 1) == 1 && digit != '\n';) number += digit;
+    close(ends[0]);
+    setenv("DISPLAY", number.c_str(), 1);
+    display = XOpenDisplay(nullptr);
+    if (!display) throw std::runtime_error("Xvfb does not answer at " + number);
+}
+
+Screen::~Screen() {
+    XCloseDisplay(display);
+    unsetenv("DISPLAY");
+}
+
+void Screen::xdo(const std::string& arguments) {
+    std::vector<std::string> words{"xdotool"};
+    std::istringstream in(arguments);
+    for (std::string word; in >> word;) words.push_back(word);
+    if (run(words) != 0) throw std::runtime_error("xdotool " + arguments);
+}
+
+std::uint32_t Screen::pixel(int x, int y) {
+    auto* image = XGetImage(display, DefaultRootWindow(display), x, y, 1, 1, AllPlanes, ZPixmap);
+    const auto value = static_cast<std::uint32_t>(XGetPixel(image, 0, 0)) & 0xffffff;
+    XDestroyImage(image);
+    return value;
+}
+
+std::uint64_t Screen::makeWindow(int width, int height) {
+    const auto window =
+        XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, static_cast<unsigned>(width),
+                            static_cast<unsigned>(height), 0, 0, 0);
+    XMapWindow(display, window);
+    XSync(display, False);
+    return window;
+}
+
+void Screen::destroy(std::uint64_t window) {
+    XDestroyWindow(display, window);
+    XSync(display, False);
+}
+
+void Screen::move(std::uint64_t window, int x, int y) {
+    XMoveWindow(display, window, x, y);
+    XSync(display, False);
+}
+
+void Screen::resize(std::uint64_t window, int width, int height) {
+    XResizeWindow(display, window, static_cast<unsigned>(width), static_cast<unsigned>(height));
+    XSync(display, False);
+}
+
+bool Screen::isViewable(std::uint64_t window) {
+    XWindowAttributes attributes{};
+    XGetWindowAttributes(display, window, &attributes);
+    return attributes.map_state == IsViewable;
+}
+
+std::uint64_t Screen::parent(std::uint64_t window) {
+    ::Window root, above, *children = nullptr;
+    unsigned count = 0;
+    XQueryTree(display, window, &root, &above, &children, &count);
+    if (children) XFree(children);
+    return above;
+}
+
+}  // namespace qov::test

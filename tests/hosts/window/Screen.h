@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+namespace qov::test {
+
+class Child;
+
+/// A virtual screen of 1400 x 1000 pixels of this process's own, which DISPLAY names while it
+/// lives. There is no window manager: windows lie where they are put, and keys go to the one under
+/// the mouse.
+class Screen {
+ public:
+    Screen();
+    ~Screen();
+    Screen(const Screen&) = delete;
+    Screen& operator=(const Screen&) = delete;
+
+    /// xdotool with these arguments, words separated by blanks.
+    static void xdo(const std::string& arguments);
+    /// Red, green and blue of a pixel of the screen.
+    static std::uint32_t pixel(int x, int y);
+
+    // Windows, by their X11 number
+
+    static std::uint64_t makeWindow(int width, int height);
+    static void destroy(std::uint64_t window);
+    static void move(std::uint64_t window, int x, int y);
+    static void resize(std::uint64_t window, int width, int height);
+    static bool isViewable(std::uint64_t window);
+    static std::uint64_t parent(std::uint64_t window);
+
+ private:
+    std::unique_ptr<Child> server_;
+};
+
+}  // namespace qov::test
