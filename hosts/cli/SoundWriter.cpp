@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -90,6 +91,26 @@ void putLittleEndian(std::vector<char>& bytes, std::size_t at, std::uint32_t val
     for (std::size_t i = 0; i < 4; ++i) bytes[at + i] = static_cast<char>(value >> (8 * i));
 }
 
+/// Takes the time of day out of an RF64's peak chunk, which the library writes there unasked.
+void clearPeakTime(int descriptor) {
+    constexpr std::size_t firstChunk = 12;
+    constexpr std::size_t timeInChunk = 12;
+    std::array<char, 4096> header{};
+    const auto length = pread(descriptor, header.data(), header.size(), 0);
+    const std::string_view bytes(header.data(),
+                                 static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
+    for (std::size_t at = firstChunk; at + 16 <= bytes.size() && bytes.substr(at, 4) != "data";) {
+        constexpr std::array<char, 4> never{};
+        if (bytes.substr(at, 4) == "PEAK" && pwrite(descriptor, never.data(), never.size(),
+                                                    static_cast<off_t>(at + timeInChunk)) < 0)
+            return;
+        std::uint32_t size = 0;
+        for (std::size_t i = 4; i-- > 0;)
+            size = size << 8 | static_cast<unsigned char>(bytes[at + 4 + i]);
+        at += 8 + std::size_t{size} + size % 2;
+    }
+}
+
 void prepare(SNDFILE* file, const Metadata& metadata) {
     // The peak chunk holds the time of day: the same input would give another file every second.
     sf_command(file, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
@@ -168,6 +189,7 @@ struct SoundWriter::State {
         const bool mayGrow = shape.container == SF_FORMAT_WAV &&
                              shape.frames.value_or(largestWav) * 16 >= largestWav;
         if (mayGrow) info.format = SF_FORMAT_RF64 | shape.subtype;
+        isRf64 = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_RF64;
         file = sf_open_fd(place.descriptor(), SFM_WRITE, &info, SF_FALSE);
         if (!file) return;
         if (mayGrow) sf_command(file, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
@@ -206,6 +228,7 @@ struct SoundWriter::State {
     const OutputPlace& place;
     Stream stream;
     SNDFILE* file = nullptr;
+    bool isRf64 = false;
     const int bits;  ///< 0: written as floats
     const double fullScale = std::ldexp(1.0, bits - 1);
     const double step = std::ldexp(1.0, 32 - bits);
@@ -278,6 +301,7 @@ void SoundWriter::close() {
     const bool hasFailed = sf_error(state.file) != SF_ERR_NO_ERROR;
     SNDFILE* const file = std::exchange(state.file, nullptr);
     if (sf_close(file) != 0 || hasFailed || state.stream.error != 0) state.fail();
+    if (state.isRf64) clearPeakTime(state.place.descriptor());
 }
 
 }  // namespace qov::cli

@@ -120,6 +120,11 @@ TEST_F(Render, StreamsThroughPipesAsWavAndAsRawFloats) {
         shell("cat " + (folder / "open.wav") + " | $K render - " + piped + " --panorama 0.3").code,
         0);
     EXPECT_EQ(loadFloats(piped).samples, wanted);
+    // A large size is still a promise.
+    open.replace(data + 4, 4, std::string("\0\0\0\x40", 4));
+    write(folder / "open.wav", open);
+    EXPECT_THAT(shell("cat " + (folder / "open.wav") + " | $K render - - | wc -c").err,
+                HasSubstr("is truncated"));
 }
 
 TEST_F(Render, CarriesTheInputsStringsOverAndWritesTheSameBytesAgain) {
@@ -142,7 +147,7 @@ TEST_F(Render, CarriesTheInputsStringsOverAndWritesTheSameBytesAgain) {
         ASSERT_EQ(shell("$K render " + in + " " + path).code, 0);
         // Ogg streams have a random number in each page.
         if (!std::string_view(name).ends_with("ogg")) {
-            EXPECT_EQ(contents(path), first) << name;
+            EXPECT_TRUE(contents(path) == first) << name;
         }
         file = sf_open(path.c_str(), SFM_READ, &info);
         ASSERT_NE(file, nullptr);
