@@ -1,7 +1,7 @@
 #include "platform/audiotoolbox/AUParameter.h"
 
 #include <array>
-#include <cstdio>
+#include <charconv>
 
 #include "platform/audiotoolbox/AUParameterTree.h"
 
@@ -33,9 +33,9 @@ std::string AUParameter::stringFromValue(const AUValue* value) const {
     const auto tree = tree_.lock();
     if (tree && tree->stringFromValue_) return tree->stringFromValue_(*this, value);
     std::array<char, 32> text{};
-    const int length =
-        std::snprintf(text.data(), text.size(), "%g", value ? *value : this->value());
-    return {text.data(), static_cast<std::size_t>(length)};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(),
+                                   value ? *value : this->value(), std::chars_format::general);
+    return {text.data(), end.ptr};
 }
 
 }  // namespace platform

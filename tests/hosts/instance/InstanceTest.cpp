@@ -1,6 +1,7 @@
 #include "hosts/instance/Instance.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <random>
@@ -364,6 +365,35 @@ TEST_F(InstanceTest, StormFromTheEditorStaysBoundedWhileTheHostListens) {
     editor.join();
     listen();
     EXPECT_EQ(last, 1);
+}
+
+TEST_F(InstanceTest, AudioEditorAndAnyOtherThreadMeetWithoutARace) {
+    std::atomic<bool> stop{false};
+    std::thread audio([&] {
+        const auto input = noise(512);
+        const auto events = automation(512);
+        while (!stop) {
+            const auto output = render(*instance_, input, {512}, events);
+            for (const float sample : output.left) ASSERT_TRUE(std::isfinite(sample));
+            instance_->edits().take([](const EditExchange::Edit&) {});
+            instance_->takeLatencyChange();
+        }
+    });
+    std::thread other([&] {
+        while (!stop) edit(kPhaseShift, instance_->value(kPanorama));
+    });
+    const auto saved = instance_->saveState();
+    for (int i = 0; i < 200; ++i) {
+        instance_->touchBegan();
+        edit(kStereoWidth, static_cast<float>(i) / 200);
+        edit(kBypass, static_cast<float>(i % 2));
+        instance_->touchEnded();
+        instance_->pump();
+        instance_->restoreState(i % 3 ? saved : instance_->saveState());
+    }
+    stop = true;
+    audio.join();
+    other.join();
 }
 
 TEST_F(InstanceTest, StateComesBackInAnotherInstance) {
