@@ -280,18 +280,22 @@ void StereoControlsBase::drawStereoField(CGContext& context, const PanelStyle& s
     const CGColor amber = colorEmphasize.cgColor();
     context.rotateBy(radians(bipolar(panoramaNormalized) * lastPanoramaAngle));
     const CGFloat reach = widthReach * stereoWidthNormalized;
-    stroke(context, line({-reach, 0}, {reach, 0}), amber.withAlpha(0.28), 1);
     stroke(context, line({0, -122}, {0, -106}),
            isPanoramaActive || isPanoramaResetActive ? amber : amber.withAlpha(0.8), 2.5);
+    stroke(context, line({-std::min(reach, 118.0), 0}, {std::min(reach, 118.0), 0}),
+           amber.withAlpha(0.28), 1);
     const bool isActive = isStereoWidthActive || isStereoWidthResetActive;
     for (const int side : {-1, 1}) {
+        constexpr CGFloat half = 26;
         const CGFloat inner = side * (reach - 10), outer = side * (reach + 10);
         CGPath bracket;
-        bracket.moveTo({inner, -34});
-        bracket.addLineTo({outer, -34});
-        bracket.addLineTo({outer, 34});
-        bracket.addLineTo({inner, 34});
-        if (isActive) stroke(context, bracket, amber.withAlpha(0.22), 8);
+        bracket.moveTo({inner, -half});
+        bracket.addLineTo({outer, -half});
+        bracket.addLineTo({outer, half});
+        bracket.addLineTo({inner, half});
+        // Wide fields reach over the plate, where amber needs a dark bed.
+        stroke(context, bracket, style.ground.withAlpha(0.85), 6);
+        if (isActive) stroke(context, bracket, amber.withAlpha(0.3), 9);
         stroke(context, bracket, isActive ? amber : amber.withAlpha(0.85), 2.5);
     }
     context.restoreGState();
@@ -375,8 +379,10 @@ void StereoControlsBase::drawToggles(CGContext& context, const PanelStyle& style
         const CGRect dot{toggle.dot, {12, 12}};
         const CGFloat grow = (toggle.side - dot.width()) / 2;
         const CGPath box = CGPath::roundedRect(dot.insetBy(-grow, -grow), 4);
+        const bool isAlarming = toggle.isAlarm && toggle.isOn;
         fill(context, box, style.ground);
-        stroke(context, box, style.inkFaint, 1);
+        if (isAlarming) fill(context, box, suspendRed.withAlpha(0.45));
+        stroke(context, box, isAlarming ? suspendRed : style.inkFaint, 1);
         const CGRect labelBox{toggle.labelIsLeft ? 510.5 : 84, dot.minY(), 100, 12};
         text(context, toggle.label, labelFace, 10, labelBox, style.ink, NSTextAlignment::left);
         if (!toggle.isOn) continue;
