@@ -3,6 +3,7 @@
 #include <cairo.h>
 
 #include <array>
+#include <cstring>
 #include <numbers>
 #include <vector>
 
@@ -27,6 +28,40 @@ struct Surface {
     Surface& operator=(const Surface&) = delete;
     ~Surface() { cairo_surface_destroy(surface); }
     cairo_surface_t* const surface;
+};
+
+/// One colour over premultiplied pixels, through a mask.
+class Blend {
+ public:
+    Blend(const CGColor& color, CGFloat alpha) {
+        const CGFloat parts[]{color.blue * alpha, color.green * alpha, color.red * alpha, alpha};
+        for (int i = 0; i < 4; ++i)
+            source_[i] =
+                static_cast<std::uint32_t>(std::lrint(std::clamp(parts[i], 0.0, 1.0) * 255));
+    }
+    void row(const std::uint8_t* coverage, int width, std::uint32_t* pixels) const {
+        for (int x = 0; x < width; ++x) {
+            if (x % 8 == 0) {  // most of a mask is empty
+                std::uint64_t eight = 1;
+                while (x + 8 <= width && (std::memcpy(&eight, coverage + x, 8), eight == 0)) x += 8;
+                if (x >= width) return;
+            }
+            if (coverage[x]) pixels[x] = over(pixels[x], coverage[x]);
+        }
+    }
+
+ private:
+    static std::uint32_t product(std::uint32_t a, std::uint32_t b) { return (a * b + 127) / 255; }
+    std::uint32_t over(std::uint32_t below, std::uint32_t coverage) const {
+        const std::uint32_t rest = 255 - product(source_[3], coverage);
+        std::uint32_t result = 0;
+        for (int i = 0; i < 4; ++i)
+            result |=
+                std::min(255u, product(source_[i], coverage) + product(below >> 8 * i & 255, rest))
+                << 8 * i;
+        return result;
+    }
+    std::uint32_t source_[4];
 };
 
 /// The drawing itself, for a bitmap (Base = CGBitmapContext) and for any other target (CGContext).
@@ -344,12 +379,7 @@ class CairoContext : public Base {
         for (const auto& corner : shape)
             grow = std::max({grow, std::abs(corner.x), std::abs(corner.y)});
         if (line_.empty() || !prepareMask(line_, grow)) return;
-        std::array<CGPoint, 12> moved;
-        for (const auto& p : line_) {
-            for (std::size_t i = 0; i < shape.size(); ++i)
-                moved[i] = {p.x + shape[i].x, p.y + shape[i].y};
-            mask_.coverConvex({moved.data(), shape.size()}, color.alpha * state_.alpha);
-        }
+        mask_.coverConvex(shape, line_, color.alpha * state_.alpha);
         paintMask(color, 1);
     }
 
@@ -375,15 +405,54 @@ class CairoContext : public Base {
     }
 
     void paintMask(const CGColor& color, CGFloat alpha) {
-        const auto coverage = mask_.coverage();
-        const Surface mask(cairo_image_surface_create_for_data(
-            coverage.data(), CAIRO_FORMAT_A8, mask_.width(), mask_.height(), mask_.stride()));
+        cairo_new_path(cairo_);
+        if (blendMask(color, alpha)) return;
+        const Surface mask(cairo_image_surface_create_for_data(mask_.coverage().data(),
+                                                               CAIRO_FORMAT_A8, mask_.width(),
+                                                               mask_.height(), mask_.stride()));
         cairo_save(cairo_);
         cairo_identity_matrix(cairo_);
         cairo_set_source_rgba(cairo_, color.red, color.green, color.blue, alpha);
         cairo_mask_surface(cairo_, mask.surface, mask_.x(), mask_.y());
         cairo_restore(cairo_);
-        cairo_new_path(cairo_);
+    }
+
+    /// Straight into the pixels of a bitmap, of which most are not touched. False where the target
+    /// is something else or clipped to more than a rectangle of whole pixels.
+    bool blendMask(const CGColor& color, CGFloat alpha) {
+        cairo_surface_t* target = cairo_get_group_target(cairo_);
+        if (cairo_surface_get_type(target) != CAIRO_SURFACE_TYPE_IMAGE ||
+            cairo_image_surface_get_format(target) != CAIRO_FORMAT_ARGB32 || !isClipWhole())
+            return false;
+        double offsetX, offsetY;
+        cairo_surface_get_device_offset(target, &offsetX, &offsetY);
+        const CGRect area(mask_.x() + offsetX, mask_.y() + offsetY, mask_.width(), mask_.height());
+        const CGRect all(0, 0, cairo_image_surface_get_width(target),
+                         cairo_image_surface_get_height(target));
+        if (area.integral() != area || !all.contains(area)) return false;
+
+        cairo_surface_flush(target);
+        const auto coverage = mask_.coverage();
+        const int stride = cairo_image_surface_get_stride(target);
+        unsigned char* pixels = cairo_image_surface_get_data(target) +
+                                static_cast<std::ptrdiff_t>(area.minY()) * stride +
+                                static_cast<std::ptrdiff_t>(area.minX()) * 4;
+        const Blend blend(color, alpha);
+        for (int y = 0; y < mask_.height(); ++y)
+            blend.row(&coverage[static_cast<std::size_t>(y) * mask_.stride()], mask_.width(),
+                      reinterpret_cast<std::uint32_t*>(pixels + std::ptrdiff_t{y} * stride));
+        cairo_surface_mark_dirty(target);
+        return true;
+    }
+
+    bool isClipWhole() {
+        cairo_save(cairo_);
+        cairo_identity_matrix(cairo_);
+        cairo_rectangle_list_t* list = cairo_copy_clip_rectangle_list(cairo_);
+        const bool isOne = list->status == CAIRO_STATUS_SUCCESS && list->num_rectangles == 1;
+        cairo_rectangle_list_destroy(list);
+        cairo_restore(cairo_);
+        return isOne;
     }
 
     State state_;

@@ -56,6 +56,14 @@ std::uint64_t lookUp(const Row& row, CGFloat distance) {
     return row[static_cast<int>(std::clamp(step, 0.0, CGFloat{distances}))];
 }
 
+int toFixedStep(CGFloat distance) {
+    return static_cast<int>(((distance + reach) * distanceScale + 0.5) * 65536);
+}
+
+std::uint64_t lookUpFixed(const Row& row, int step) {
+    return row[static_cast<std::size_t>(std::clamp(step >> 16, 0, distances))];
+}
+
 /// In 0..255, rounded.
 int countOf(std::uint64_t samples) {
     samples -= samples >> 1 & 0x5555555555555555u;
@@ -71,9 +79,10 @@ int over(int below, int above) {
 
 /// Whole pixels from..to (exclusive) that touch the interval, within 0..size.
 struct Span {
+    // Clamped first, so that cutting off is rounding down.
     Span(CGFloat from, CGFloat to, int size)
-        : first(static_cast<int>(std::clamp(std::floor(from), 0.0, CGFloat(size)))),
-          end(static_cast<int>(std::clamp(std::floor(to) + 1, 0.0, CGFloat(size)))) {}
+        : first(static_cast<int>(std::clamp(from, 0.0, CGFloat(size)))),
+          end(to < 0 ? 0 : std::min(static_cast<int>(std::min(to, CGFloat(size))) + 1, size)) {}
     int first, end;
 };
 
@@ -124,33 +133,46 @@ void SampleMask::uniteStrip(CGPoint from, CGPoint to, CGFloat width) {
         const CGFloat py = row + 0.5 - y0, middle = x0 + slope * py;
         const Span columns(std::max(left, middle - reachX), std::min(right, middle + reachX),
                            width_);
+        if (columns.first >= columns.end) continue;
         const CGFloat px = columns.first + 0.5 - x0;
-        CGFloat distance = ux * py - uy * px, travelled = ux * px + uy * py;
+        // Steps of the table in 16.16 fixed point: a row is some hundred pixels at most, the error
+        // of adding up stays far below a step.
+        const CGFloat distance = ux * py - uy * px;
+        const int toStep = static_cast<int>(uy * distanceScale * 65536);
+        int near = toFixedStep(distance + half), far = toFixedStep(distance - half);
+        CGFloat travelled = ux * px + uy * py;
         std::uint64_t* samples = &samples_[static_cast<std::size_t>(row) * width_];
         for (int column = columns.first; column < columns.end; ++column) {
-            std::uint64_t inside =
-                lookUp(across, distance + half) & ~lookUp(across, distance - half);
+            std::uint64_t inside = lookUpFixed(across, near) & ~lookUpFixed(across, far);
             if (travelled < reach) inside &= lookUp(along, travelled);
             if (travelled > length - reach) inside &= ~lookUp(along, travelled - length);
-            samples[column] |= inside;
-            distance -= uy;
+            if (inside) samples[column] |= inside;
+            near -= toStep;
+            far -= toStep;
             travelled += ux;
         }
     }
 }
 
-template <typename Visit>
-void SampleMask::visitConvex(std::span<const CGPoint> corners, Visit visit) {
+/// A convex shape as the half planes it lies in, around an origin that a copy is moved to.
+struct SampleMask::Shape {
+    explicit Shape(std::span<const CGPoint> corners);
+
     struct Edge {
         CGFloat nx, ny, offset;
         const Row* row;
     };
-    constexpr std::size_t most = 16;
-    std::array<Edge, most> edges;
-    const std::size_t count = std::min(corners.size(), most);
-    CGFloat left = corners[0].x, right = left, top = corners[0].y, bottom = top, area = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const CGPoint p = corners[i], q = corners[(i + 1) % count];
+    std::array<Edge, 16> edges;
+    std::size_t count = 0;  // 0: nothing to see
+    CGFloat left, top, right, bottom;
+};
+
+SampleMask::Shape::Shape(std::span<const CGPoint> corners)
+    : left(corners[0].x), top(corners[0].y), right(left), bottom(top) {
+    const std::size_t size = std::min(corners.size(), edges.size());
+    CGFloat area = 0;
+    for (std::size_t i = 0; i < size; ++i) {
+        const CGPoint p = corners[i], q = corners[(i + 1) % size];
         left = std::min(left, p.x);
         right = std::max(right, p.x);
         top = std::min(top, p.y);
@@ -159,41 +181,57 @@ void SampleMask::visitConvex(std::span<const CGPoint> corners, Visit visit) {
     }
     if (!(std::abs(area) > 0)) return;
     const CGFloat side = area > 0 ? 1 : -1;
-    std::size_t used = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        const CGPoint p = corners[i], q = corners[(i + 1) % count];
+    for (std::size_t i = 0; i < size; ++i) {
+        const CGPoint p = corners[i], q = corners[(i + 1) % size];
         const CGFloat length = std::hypot(q.x - p.x, q.y - p.y);
         if (!(length > 1e-9)) continue;
         const CGFloat nx = side * (p.y - q.y) / length, ny = side * (q.x - p.x) / length;
-        edges[used++] = {nx, ny, -(nx * (p.x - x_) + ny * (p.y - y_)),
-                         &HalfPlanes::table().towards(nx, ny)};
+        edges[count++] = {nx, ny, -(nx * p.x + ny * p.y), &HalfPlanes::table().towards(nx, ny)};
     }
-    const Span rows(top - y_, bottom - y_, height_), columns(left - x_, right - x_, width_);
+}
+
+template <typename Visit>
+void SampleMask::visit(const Shape& shape, CGPoint at, Visit visit) {
+    if (shape.count == 0) return;
+    const CGFloat dx = at.x - x_, dy = at.y - y_;
+    const Span rows(shape.top + dy, shape.bottom + dy, height_);
+    const Span columns(shape.left + dx, shape.right + dx, width_);
     for (int row = rows.first; row < rows.end; ++row) {
         for (int column = columns.first; column < columns.end; ++column) {
+            const CGFloat x = column + 0.5 - dx, y = row + 0.5 - dy;
             std::uint64_t inside = ~std::uint64_t{0};
-            for (std::size_t i = 0; i < used; ++i)
-                inside &= lookUp(*edges[i].row, edges[i].nx * (column + 0.5) +
-                                                    edges[i].ny * (row + 0.5) + edges[i].offset);
+            for (std::size_t i = 0; i < shape.count && inside; ++i) {
+                const auto& edge = shape.edges[i];
+                inside &= lookUp(*edge.row, edge.nx * x + edge.ny * y + edge.offset);
+            }
             if (inside) visit(row, column, inside);
         }
     }
 }
 
 void SampleMask::uniteConvex(std::span<const CGPoint> corners) {
-    visitConvex(corners, [this](int row, int column, std::uint64_t inside) {
-        touchRows(row, row);
-        samples_[static_cast<std::size_t>(row) * width_ + column] |= inside;
-    });
+    // Around its first corner, where the numbers are small.
+    std::array<CGPoint, 16> shape;
+    const std::size_t count = std::min(corners.size(), shape.size());
+    for (std::size_t i = 0; i < count; ++i)
+        shape[i] = {corners[i].x - corners[0].x, corners[i].y - corners[0].y};
+    visit(Shape({shape.data(), count}), corners[0],
+          [this](int row, int column, std::uint64_t inside) {
+              touchRows(row, row);
+              samples_[static_cast<std::size_t>(row) * width_ + column] |= inside;
+          });
 }
 
-void SampleMask::coverConvex(std::span<const CGPoint> corners, CGFloat alpha) {
+void SampleMask::coverConvex(std::span<const CGPoint> corners, std::span<const CGPoint> places,
+                             CGFloat alpha) {
     const int strength = static_cast<int>(std::lrint(std::clamp(alpha, 0.0, 1.0) * 255));
-    visitConvex(corners, [this, strength](int row, int column, std::uint64_t inside) {
-        std::uint8_t& covered = coverage_[static_cast<std::size_t>(row) * stride_ + column];
-        covered =
-            static_cast<std::uint8_t>(over(covered, (countOf(inside) * strength + 127) / 255));
-    });
+    const Shape shape(corners);
+    for (const CGPoint place : places)
+        visit(shape, place, [this, strength](int row, int column, std::uint64_t inside) {
+            std::uint8_t& covered = coverage_[static_cast<std::size_t>(row) * stride_ + column];
+            covered =
+                static_cast<std::uint8_t>(over(covered, (countOf(inside) * strength + 127) / 255));
+        });
 }
 
 std::span<std::uint8_t> SampleMask::coverage() {

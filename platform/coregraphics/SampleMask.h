@@ -20,8 +20,10 @@ class SampleMask {
     /// United with what is there: overlap covers once. Coordinates in pixels.
     void uniteStrip(CGPoint from, CGPoint to, CGFloat width);
     void uniteConvex(std::span<const CGPoint> corners);
-    /// Put over what is there, as a paint of its own with this alpha (0..1).
-    void coverConvex(std::span<const CGPoint> corners, CGFloat alpha);
+    /// A copy of the shape (up to 16 corners) at each place, put over what is there as a paint of
+    /// its own with this alpha (0..1).
+    void coverConvex(std::span<const CGPoint> corners, std::span<const CGPoint> places,
+                     CGFloat alpha);
 
     int x() const { return x_; }
     int y() const { return y_; }
@@ -33,8 +35,9 @@ class SampleMask {
     std::span<std::uint8_t> coverage();
 
  private:
+    struct Shape;
     template <typename Visit>
-    void visitConvex(std::span<const CGPoint> corners, Visit visit);
+    void visit(const Shape& shape, CGPoint at, Visit visit);
     void touchRows(int first, int last);
 
     int x_ = 0, y_ = 0, width_ = 0, height_ = 0, stride_ = 0;

@@ -1,0 +1,265 @@
+// What one tick of the editor costs: the correlograph drawn anew and the window put together where
+// it changed, against the bare Cairo calls for the same shapes and surfaces in the same run. Ratios
+// are of the best of all repetitions, which alternate. The last line compares the polyline's
+// picture with the stroke's own and names the file that shows both and their difference.
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <cairo.h>
+
+#include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
+#include "audiounit/componentDescription.h"
+#include "editor/AudioUnitViewController.h"
+#include "editor/CorrelographViewAU.h"
+#include "editor/StereoControls.h"
+#include "platform/coregraphics/CGBitmapContext.h"
+#include "platform/dispatch/RunLoop.h"
+#include "platform/foundation/Console.h"
+#include "platform/uikit/UIWindow.h"
+
+namespace {
+
+using namespace qov;
+using platform::CGFloat;
+using Points = CorrelographBaseAU::Points;
+
+const char* const modes[]{"points", "ovals", "bezier"};
+
+/// Two decorrelated channels of a chord with some noise.
+void fill(float* left, float* right, unsigned seed) {
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<float> noise(-0.15f, 0.15f);
+    for (int i = 0; i < 2048; ++i) {
+        const float t = static_cast<float>(i) + 100 * static_cast<float>(seed);
+        const float mid = 0.5f * std::sin(t * 0.031f) + 0.3f * std::sin(t * 0.073f);
+        const float side = 0.4f * std::sin(t * 0.047f + 1);
+        left[i] = mid + side + noise(random);
+        right[i] = mid - side + noise(random);
+    }
+}
+
+class Editor {
+ public:
+    Editor(const char* mode, double scale) {
+        platform::console::setSink({});
+        controller_->createAudioUnit(componentDescription, nullptr);
+        window_ = std::make_shared<platform::UIWindow>(platform::CGSize{680, 440}, scale);
+        window_->setRootViewController(controller_);
+        loop_->pump();
+        controller_->correlographView->baseClass.drawMode = mode;
+        tick(0);
+    }
+    void tick(unsigned seed) {
+        auto& unit = *controller_->audioUnit();
+        fill(unit.getBufferLeft(), unit.getBufferRight(), seed);
+        draw();
+    }
+    /// Redraws what is in the capture, and shows it.
+    void draw() {
+        controller_->correlographView->setNeedsDisplay();
+        window_->update();
+    }
+    void setSignal(unsigned seed) {
+        auto& unit = *controller_->audioUnit();
+        fill(unit.getBufferLeft(), unit.getBufferRight(), seed);
+    }
+    Points points() {
+        auto& unit = *controller_->audioUnit();
+        return CorrelographBaseAU().computePoints(unit.getBufferLeft(), unit.getBufferRight(),
+                                                  2048);
+    }
+
+ private:
+    std::shared_ptr<platform::RunLoop> loop_ = platform::RunLoop::createForTest();
+    platform::RunLoop::MakeCurrent current_{loop_};
+    std::shared_ptr<AudioUnitViewController> controller_ =
+        std::make_shared<AudioUnitViewController>();
+    std::shared_ptr<platform::UIWindow> window_;
+};
+
+/// The same surfaces and shapes by hand.
+class BareCairo {
+ public:
+    BareCairo(std::string mode, double scale)
+        : mode_(std::move(mode)),
+          scale_(scale),
+          window_(surface(680, 440)),
+          frame_(surface(680, 440)),
+          panel_(surface(680, 440)),
+          graph_(surface(280, 260)) {}
+    ~BareCairo() {
+        for (auto* s : {window_, frame_, panel_, graph_}) cairo_surface_destroy(s);
+    }
+    BareCairo(const BareCairo&) = delete;
+    BareCairo& operator=(const BareCairo&) = delete;
+
+    void tick(const Points& points) {
+        cairo_t* c = cairo_create(graph_);
+        cairo_set_operator(c, CAIRO_OPERATOR_CLEAR);
+        cairo_paint(c);
+        cairo_set_operator(c, CAIRO_OPERATOR_OVER);
+        cairo_scale(c, scale_, scale_);
+        cairo_translate(c, 10, 0);
+        cairo_scale(c, 260 / 256.0, 260 / 256.0);
+        cairo_set_source_rgb(c, 1, 0.737, 0.155);
+        stroke(c, points);
+        cairo_destroy(c);
+
+        c = cairo_create(window_);
+        cairo_rectangle(c, 200 * scale_, 90 * scale_, 280 * scale_, 260 * scale_);
+        cairo_clip(c);
+        cairo_set_source_rgb(c, 0, 0, 0);
+        cairo_paint(c);
+        for (auto* layer : {frame_, panel_}) {
+            cairo_set_source_surface(c, layer, 0, 0);
+            cairo_paint(c);
+        }
+        cairo_set_source_surface(c, graph_, 200 * scale_, 90 * scale_);
+        cairo_paint(c);
+        cairo_destroy(c);
+    }
+
+ private:
+    cairo_surface_t* surface(int width, int height) const {
+        return cairo_image_surface_create(CAIRO_FORMAT_ARGB32, static_cast<int>(width * scale_),
+                                          static_cast<int>(height * scale_));
+    }
+    void stroke(cairo_t* c, const Points& points) const {
+        cairo_set_line_width(c, mode_ == "points" ? 1 : 0.5);
+        cairo_new_path(c);
+        for (const auto& p : points) {
+            if (mode_ == "points") {
+                cairo_move_to(c, p.x, p.y);
+                cairo_line_to(c, p.x + 0.5, p.y + 0.5);
+                cairo_close_path(c);
+                cairo_stroke(c);
+            } else if (mode_ == "ovals") {
+                cairo_arc(c, p.x + 0.5, p.y + 0.5, 0.5, 0, 2 * M_PI);
+                cairo_fill(c);
+            } else {
+                cairo_line_to(c, p.x, p.y);
+            }
+        }
+        if (mode_ == "points" || mode_ == "ovals") return;
+        cairo_close_path(c);
+        cairo_stroke(c);
+    }
+
+    std::string mode_;
+    double scale_;
+    cairo_surface_t *window_, *frame_, *panel_, *graph_;
+};
+
+double seconds() {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+void editorTick(benchmark::State& state, const char* mode, double scale) {
+    Editor editor(mode, scale);
+    BareCairo bare(mode, scale);
+    double best = 1e9, floor = 1e9;
+    unsigned seed = 0;
+    for (auto _ : state) {
+        editor.setSignal(++seed);
+        const Points points = editor.points();
+        const double start = seconds();
+        editor.draw();
+        const double between = seconds();
+        bare.tick(points);
+        const double end = seconds();
+        best = std::min(best, between - start);
+        floor = std::min(floor, end - between);
+        state.SetIterationTime(between - start);
+    }
+    state.counters["tick_us"] = best * 1e6;
+    state.counters["bare_us"] = floor * 1e6;
+    state.counters["ratio"] = best / floor;
+    state.counters["cpu_at_20Hz_%"] = best * 20 * 100;
+}
+
+/// A tick in which the capture is what it was.
+void idleTick(benchmark::State& state) {
+    Editor editor("bezier", 1);
+    double best = 1e9;
+    for (auto _ : state) {
+        const double start = seconds();
+        editor.draw();
+        best = std::min(best, seconds() - start);
+        state.SetIterationTime(best);
+    }
+    state.counters["tick_us"] = best * 1e6;
+    state.counters["cpu_at_20Hz_%"] = best * 20 * 100;
+}
+
+/// Stroke, polyline and four times their difference, side by side.
+void showPolyline(const std::string& path) {
+    std::vector<float> left(2048), right(2048);
+    fill(left.data(), right.data(), 3);
+    CorrelographBaseAU graph;
+    const Points& points = graph.computePoints(left.data(), right.data(), 2048);
+    constexpr int side = 256;
+    std::unique_ptr<platform::CGBitmapContext> pictures[2];
+    for (int i = 0; i < 2; ++i) {
+        auto c = platform::makeBitmapContext(side, side, 1);
+        c->setFillColor({0.08, 0.08, 0.08, 1});
+        c->fillRect({0, 0, side, side});
+        c->setStrokeColor({1, 0.737, 0.155, 1});
+        c->setLineWidth(0.5);
+        i ? c->strokePolyline(points, true) : c->CGContext::strokePolyline(points, true);
+        pictures[i] = std::move(c);
+    }
+    std::vector<std::uint32_t> sheet(3 * side * side);
+    int largest = 0;
+    double sum = 0;
+    for (int y = 0; y < side; ++y) {
+        for (int x = 0; x < side; ++x) {
+            const std::uint32_t a = pictures[0]->pixels()[y * side + x];
+            const std::uint32_t b = pictures[1]->pixels()[y * side + x];
+            const int off =
+                std::abs(static_cast<int>(a >> 16 & 255) - static_cast<int>(b >> 16 & 255));
+            largest = std::max(largest, off);
+            sum += off;
+            std::uint32_t* row = &sheet[static_cast<std::size_t>(y) * 3 * side];
+            row[x] = a;
+            row[side + x] = b;
+            row[2 * side + x] =
+                0xff000000u | 0x010101u * static_cast<unsigned>(std::min(255, 4 * off));
+        }
+    }
+    const auto png = platform::CGImage(3 * side, side, std::move(sheet)).png();
+    if (FILE* file = std::fopen(path.c_str(), "wb")) {
+        std::fwrite(png.data(), 1, png.size(), file);
+        std::fclose(file);
+    }
+    std::printf("polyline against stroke: largest difference %d of 255, mean %.2f; %s\n", largest,
+                sum / (side * side), path.c_str());
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    for (const double scale : {1.0, 2.0})
+        for (const char* mode : modes)
+            benchmark::RegisterBenchmark(
+                ("editorTick/" + std::string(mode) + (scale == 1 ? "/1x" : "/2x")).c_str(),
+                editorTick, mode, scale)
+                ->UseManualTime()
+                ->Iterations(100)
+                ->Unit(benchmark::kMicrosecond);
+    benchmark::RegisterBenchmark("idleTick", idleTick)
+        ->UseManualTime()
+        ->Iterations(200)
+        ->Unit(benchmark::kMicrosecond);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    showPolyline(std::string(argv[0]) + "-polyline.png");
+}
