@@ -39,6 +39,8 @@ bool parseWhole(std::string_view text, Number& number) {
     return error == std::errc{} && end == text.data() + text.size();
 }
 
+}  // namespace
+
 std::int64_t parseTime(std::string_view text, double sampleRate) {
     const Failure wrong(fmt::format(
         "'{}' is not a time; write frames (4410), seconds (0.1s) or minutes and seconds (1:02.5)",
@@ -60,6 +62,8 @@ std::int64_t parseTime(std::string_view text, double sampleRate) {
     if (frame > latestFrame) throw Failure(fmt::format("'{}' is later than any file ends", text));
     return static_cast<std::int64_t>(frame);
 }
+
+namespace {
 
 void parseSet(std::span<const std::string_view> words, AutomationEvent& event) {
     if (words.size() != 2)

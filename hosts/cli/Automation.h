@@ -20,6 +20,10 @@ struct AutomationEvent {
     std::uint16_t length = 0;  ///< midi: bytes of message in use, 1..3
 };
 
+/// A time in frames (4410), seconds (0.1s) or minutes and seconds (1:02.5), as frames. Throws
+/// Failure.
+std::int64_t parseTime(std::string_view text, double sampleRate);
+
 /// Reads a text of one event a line:
 ///
 ///     # a comment runs to the end of its line

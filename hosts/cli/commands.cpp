@@ -8,6 +8,7 @@
 #include "hosts/cli/MidiCommand.h"
 #include "hosts/cli/ParamsCommand.h"
 #include "hosts/cli/RenderCommand.h"
+#include "hosts/cli/SnapshotCommand.h"
 #include "hosts/cli/TreeCommand.h"
 
 namespace qov::cli {
@@ -18,6 +19,8 @@ std::span<const Command> commands() {
         Command{"demo", "plays a phrase, takes it on a tour of the effect and draws both", runDemo},
         Command{"field", "draws the stereo field of one or two sound files", runField},
         Command{"app", "opens the effect with its editor in a window, as a JACK client", runApp},
+        Command{"snapshot", "draws the editor, or one of its views, as it plays a file",
+                runSnapshot},
         Command{"params", "lists the parameters with address, range, default and unit", runParams},
         Command{"tree", "lists what is below a folder, as XML, list or dump", runTree},
         Command{"curves", "draws the easing curves, or prints the values of one", runCurves},

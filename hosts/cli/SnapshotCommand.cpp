@@ -1,0 +1,310 @@
+#include "hosts/cli/SnapshotCommand.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <fmt/format.h>
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
+#include "audiounit/componentDescription.h"
+#include "editor/AudioUnitViewController.h"
+#include "editor/CorrelographViewAU.h"
+#include "editor/PluginFrameEx.h"
+#include "editor/StereoControls.h"
+#include "hosts/cli/Automation.h"
+#include "hosts/cli/OutputPlace.h"
+#include "hosts/cli/Parameters.h"
+#include "hosts/cli/SoundReader.h"
+#include "hosts/cli/parseOptions.h"
+#include "platform/audiotoolbox/AUAudioUnitBus.h"
+#include "platform/audiotoolbox/AUAudioUnitBusArray.h"
+#include "platform/audiotoolbox/AUParameterTree.h"
+#include "platform/avfoundation/AVAudioFormat.h"
+#include "platform/coregraphics/CGBitmapContext.h"
+#include "platform/dispatch/RunLoop.h"
+#include "platform/uikit/UIGraphics.h"
+#include "platform/uikit/UISlider.h"
+#include "platform/uikit/UITouch.h"
+#include "platform/uikit/UIWindow.h"
+
+namespace qov::cli {
+namespace {
+
+constexpr auto help = R"(
+What the editor shows for FILE played up to TIME: the effect has processed that much of it, with the
+settings below in force from the start. Without --signal it shows silence, without --at the file's end.
+TIME is written in frames (4410), seconds (0.1s) or minutes and seconds (1:02.5). The same arguments give
+the same bytes. --bypass presses the panel's suspend switch. The views alone have a transparent ground.
+)";
+
+constexpr int maximumSide = 16384;  // pixels
+constexpr std::uint32_t blockFrames = 512;
+/// Middles of the panel's switches, on its own canvas.
+constexpr platform::CGPoint suspendSwitch{575, 297}, lineSwitch{103, 266};
+
+struct Options {
+    std::string output, view = "editor", size, scale, signal, at, drawMode = "points", brightness;
+    std::array<std::string, 9> values;  ///< of the parameters, in their table's order
+};
+
+/// Checked.
+struct Snapshot {
+    platform::CGSize size;
+    double scale = 1;
+    float brightness = 0.25f;
+    std::vector<std::pair<std::uint64_t, float>> settings;
+};
+
+void declare(CLI::App& app, Options& options) {
+    app.add_option("OUT", options.output, "PNG to write; - for standard output")->required();
+    const auto option = [&](const char* name, std::string& value, const char* text,
+                            const char* type) {
+        app.add_option(name, value, text)->type_name(type)->take_last();
+    };
+    option("--view", options.view, "the whole editor (default) or one view of it",
+           "editor|correlograph|controls|frame");
+    option("--size", options.size, "in points (680x440, the correlograph 260x260)", "WxH");
+    option("--scale", options.scale, "pixels a point (1)", "0.25..8");
+    option("--signal", options.signal, "sound file that is played", "FILE");
+    option("--at", options.at, "how much of it has been played", "TIME");
+    option("--draw-mode", options.drawMode, "of the correlograph", "points|ovals|bezier");
+    option("--brightness", options.brightness, "of the background (0.25)", "0..1");
+    for (std::size_t i = 0; i < parameters().size(); ++i) {
+        const auto& parameter = parameters()[i];
+        if (!parameter.isInTree) continue;
+        const auto name = fmt::format("--{}", parameter.option);
+        auto& value = options.values[i];
+        if (parameter.isSwitch())
+            app.add_flag(name, value, std::string(parameter.effect));
+        else
+            option(name.c_str(), value, std::string(parameter.effect).c_str(), "0..1");
+    }
+    app.footer(help);
+}
+
+template <typename Number>
+bool parseWhole(std::string_view text, Number& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc{} && end == text.data() + text.size();
+}
+
+void require(bool isRight, const std::string& line) {
+    if (!isRight) throw Failure(line, 2);
+}
+
+void requireOneOf(const char* option, const std::string& word,
+                  std::initializer_list<std::string_view> words) {
+    require(std::find(words.begin(), words.end(), word) != words.end(),
+            fmt::format("{} {}: takes one of {}", option, word, fmt::join(words, ", ")));
+}
+
+Snapshot check(const Options& options) {
+    Snapshot snapshot;
+    require(options.output == "-" || options.output.ends_with(".png"),
+            fmt::format("{}: a snapshot is a PNG; end its name in .png", options.output));
+    requireOneOf("--view", options.view, {"editor", "correlograph", "controls", "frame"});
+    requireOneOf("--draw-mode", options.drawMode, {"points", "ovals", "bezier"});
+    require(options.at.empty() || !options.signal.empty(),
+            "--at: needs the file that is played; name it with --signal");
+    if (!options.scale.empty())
+        require(parseWhole(options.scale, snapshot.scale) && snapshot.scale >= 0.25 &&
+                    snapshot.scale <= 8,
+                fmt::format("--scale {}: takes a number from 0.25 to 8", options.scale));
+    if (!options.brightness.empty())
+        require(parseWhole(options.brightness, snapshot.brightness) && snapshot.brightness >= 0 &&
+                    snapshot.brightness <= 1,
+                fmt::format("--brightness {}: takes a number from 0 to 1", options.brightness));
+    snapshot.size =
+        options.view == "correlograph" ? platform::CGSize{260, 260} : platform::CGSize{680, 440};
+    if (!options.size.empty()) {
+        const auto by = options.size.find('x');
+        int width = 0, height = 0;
+        const bool isRead = by != std::string::npos &&
+                            parseWhole(std::string_view(options.size).substr(0, by), width) &&
+                            parseWhole(std::string_view(options.size).substr(by + 1), height) &&
+                            width > 0 && height > 0;
+        require(isRead,
+                fmt::format("--size {}: takes a width and a height in points, as in 680x440",
+                            options.size));
+        snapshot.size = {static_cast<double>(width), static_cast<double>(height)};
+    }
+    const double side = std::max(snapshot.size.width, snapshot.size.height) * snapshot.scale;
+    require(side <= maximumSide &&
+                std::min(snapshot.size.width, snapshot.size.height) * snapshot.scale >= 1,
+            fmt::format("the picture would have {} pixels a side; 1 to {} can be drawn", side,
+                        maximumSide));
+    for (std::size_t i = 0; i < parameters().size(); ++i) {
+        const auto& parameter = parameters()[i];
+        auto text = options.values[i];
+        if (text.empty()) continue;
+        if (text == "true" || text == "false") text = text == "true" ? "on" : "off";
+        try {
+            snapshot.settings.emplace_back(parameter.address, parseValue(parameter, text));
+        } catch (const Failure& failure) {
+            throw Failure(fmt::format("--{}: {}", parameter.option, failure.what()), 2);
+        }
+    }
+    return snapshot;
+}
+
+/// The editor on a loop of its own, whose clock stands still.
+class Scene {
+ public:
+    explicit Scene(const Snapshot& snapshot)
+        : window_(std::make_shared<platform::UIWindow>(snapshot.size, snapshot.scale)) {
+        controller_->createAudioUnit(componentDescription, nullptr);
+        window_->setRootViewController(controller_);
+        loop_->pump();
+        window_->update();
+    }
+
+    void play(const std::string& path, const std::string& at);
+    void set(const Snapshot& snapshot);
+    void setDrawMode(const std::string& mode) {
+        if (mode == "bezier")
+            press(lineSwitch);
+        else
+            controller_->correlographView->baseClass.drawMode = mode;
+    }
+    std::shared_ptr<const platform::CGImage> picture(const std::string& view,
+                                                     const Snapshot& snapshot);
+
+ private:
+    void press(platform::CGPoint onCanvas);
+    platform::UIView& viewNamed(const std::string& name) {
+        if (name == "correlograph") return *controller_->correlographView;
+        if (name == "controls") return *controller_->stereoControls;
+        return *controller_->pluginFrame;
+    }
+
+    std::shared_ptr<platform::RunLoop> loop_ = platform::RunLoop::createForTest();
+    platform::RunLoop::MakeCurrent current_{loop_};
+    std::shared_ptr<AudioUnitViewController> controller_ =
+        std::make_shared<AudioUnitViewController>();
+    std::shared_ptr<platform::UIWindow> window_;
+};
+
+/// A finger straight on the panel, wherever another view covers it.
+void Scene::press(platform::CGPoint onCanvas) {
+    auto& panel = controller_->stereoControls;
+    panel->setNeedsDisplay();  // the hot areas come from a drawing
+    window_->update();
+    const platform::UITouchSet finger{std::make_shared<platform::UITouch>(
+        panel, panel->convertToWindow({onCanvas.x * drawScaleX, onCanvas.y * drawScaleY}), 0)};
+    panel->touchesBegan(finger, nullptr);
+    panel->touchesEnded(finger, nullptr);
+    loop_->pump();
+}
+
+void Scene::set(const Snapshot& snapshot) {
+    const auto tree = controller_->audioUnit()->parameterTree();
+    for (const auto& [address, value] : snapshot.settings) {
+        if (address != bypassAddress)
+            tree->parameterWithAddress(address)->setValue(value);
+        else if (value > 0.5f)
+            press(suspendSwitch);
+    }
+    controller_->brightnessSlider->setValue(snapshot.brightness);
+    controller_->onBrightnessSlider(*controller_->brightnessSlider);
+    controller_->touchesLocked = false;
+    // A parameter comes back by the queue and then by the operations behind it.
+    loop_->pump();
+    loop_->pump();
+}
+
+void Scene::play(const std::string& path, const std::string& at) {
+    SoundReader reader(path, {.rawRate = {}, .upmix = true});
+    std::int64_t left = at.empty() ? INT64_MAX : parseTime(at, reader.rate());
+    auto& unit = *controller_->audioUnit();
+    const auto format = platform::AVAudioFormat::initStandardFormatWithSampleRate(reader.rate(), 2);
+    for (const auto& busses : {unit.inputBusses(), unit.outputBusses()})
+        (*busses)[0]->setFormat(format, nullptr);
+    if (!unit.allocateRenderResourcesAndReturnError(nullptr))
+        throw Failure(fmt::format("{}: the effect does not take {} Hz", path, reader.rate()));
+
+    std::vector<float> leftIn(blockFrames), rightIn(blockFrames);
+    auto leftOut = leftIn, rightOut = rightIn;
+    const platform::AURenderPullInputBlock pull = [&](auto*, auto*, std::uint32_t frames, auto,
+                                                      platform::AudioBufferList* data) -> int {
+        const std::vector<float>* in[]{&leftIn, &rightIn};
+        for (std::uint32_t i = 0; i < data->mNumberBuffers && i < 2; ++i)
+            std::copy_n(in[i]->begin(), frames, static_cast<float*>(data->mBuffers[i].mData));
+        return 0;
+    };
+    const auto render = unit.internalRenderBlock();
+    platform::AudioTimeStamp time{.mFlags = platform::kAudioTimeStampSampleTimeValid};
+    while (left > 0) {
+        const auto wanted = static_cast<std::uint32_t>(std::min<std::int64_t>(left, blockFrames));
+        const std::uint32_t frames = reader.read(leftIn.data(), rightIn.data(), wanted);
+        if (frames == 0) break;
+        platform::StereoBufferList out(leftOut.data(), rightOut.data(), frames);
+        platform::AudioUnitRenderActionFlags flags = 0;
+        render(&flags, &time, frames, 0, out.list(), nullptr, pull);
+        time.mSampleTime += frames;
+        left -= frames;
+    }
+    unit.deallocateRenderResources();
+}
+
+std::shared_ptr<const platform::CGImage> Scene::picture(const std::string& view,
+                                                        const Snapshot& snapshot) {
+    if (view == "editor") {
+        controller_->correlographView->setNeedsDisplay();
+        window_->update();
+        return window_->picture() ? window_->picture()->makeImage() : nullptr;
+    }
+    const auto pixels = [&](double points) {
+        return std::max(1, static_cast<int>(std::ceil(points * snapshot.scale - 1e-6)));
+    };
+    auto bitmap = platform::makeBitmapContext(pixels(snapshot.size.width),
+                                              pixels(snapshot.size.height), snapshot.scale);
+    if (!bitmap) return nullptr;
+    const platform::UIGraphicsContextScope scope(*bitmap);
+    viewNamed(view).draw({{}, snapshot.size});
+    return bitmap->makeImage();
+}
+
+void write(const std::string& path, const platform::CGImage& image) {
+    const auto bytes = image.png();
+    OutputPlace place(path);
+    for (std::size_t done = 0; done < bytes.size();) {
+        const auto put = ::write(place.descriptor(), &bytes[done], bytes.size() - done);
+        if (put < 0 && errno == EINTR) continue;
+        if (put <= 0) place.failToWrite(errno);
+        done += static_cast<std::size_t>(put);
+    }
+    place.commit();
+}
+
+}  // namespace
+
+int runSnapshot(const Arguments& arguments) {
+    CLI::App app("Shows the editor, or one view of it, as a picture.", "kelvane snapshot");
+    Options options;
+    declare(app, options);
+    if (const auto code = parseOptions(app, arguments)) return *code;
+    const Snapshot snapshot = check(options);
+    Scene scene(snapshot);
+    scene.set(snapshot);
+    if (!options.signal.empty()) scene.play(options.signal, options.at);
+    scene.setDrawMode(options.drawMode);
+    const auto image = scene.picture(options.view, snapshot);
+    if (!image) throw Failure("there is no memory for a picture of this size");
+    write(options.output, *image);
+    return 0;
+}
+
+}  // namespace qov::cli
