@@ -286,7 +286,7 @@ void StereoControlsBase::drawStereoField(CGContext& context, const PanelStyle& s
            amber.withAlpha(0.28), 1);
     const bool isActive = isStereoWidthActive || isStereoWidthResetActive;
     for (const int side : {-1, 1}) {
-        constexpr CGFloat half = 26;
+        constexpr CGFloat half = 20;
         const CGFloat inner = side * (reach - 10), outer = side * (reach + 10);
         CGPath bracket;
         bracket.moveTo({inner, -half});

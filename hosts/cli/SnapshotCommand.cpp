@@ -262,6 +262,8 @@ void Scene::play(const std::string& path, const std::string& at) {
 std::shared_ptr<const platform::CGImage> Scene::picture(const std::string& view,
                                                         const Snapshot& snapshot) {
     if (view == "editor") {
+        // The phase shift's text follows the playing, of which no parameter tells.
+        controller_->stereoControls->setNeedsDisplay();
         controller_->correlographView->setNeedsDisplay();
         window_->update();
         return window_->picture() ? window_->picture()->makeImage() : nullptr;
