@@ -29,7 +29,10 @@ class EditorFixture : public testing::Test {
         loop->pump();
         panel = controller->stereoControls;
     }
-    ~EditorFixture() override { platform::console::setSink(before); }
+    ~EditorFixture() override {
+        loop->end();
+        platform::console::setSink(before);
+    }
 
     /// Drawn as it stands, at so many points wide and pixels a point.
     std::unique_ptr<platform::CGBitmapContext> draw(platform::UIView& view, double width,
