@@ -128,6 +128,7 @@ class X11Window final : public NativeWindow {
     ~X11Window() override {
         content_->cancelTouches();
         detach();
+        if (gc_) XFreeGC(display_, gc_);
         // A window that died with its parent, or with its server, is not there to be destroyed.
         if (window_ && !lost_) XDestroyWindow(display_, window_);
         XCloseDisplay(display_);

@@ -18,6 +18,7 @@
 #include "platform/uikit/NativeWindow.h"
 #include "platform/uikit/UIPinchGestureRecognizer.h"
 #include "platform/uikit/UIWindow.h"
+#include "platform/uikit/ViewLayer.h"
 #include "tests/hosts/window/Screen.h"
 
 namespace {
@@ -48,7 +49,10 @@ struct Shown {
         }
         return true;
     }
-    bool isMapped() const { return Screen::isViewable(window->native().handle()); }
+    bool isThere() const {
+        return Screen::isViewable(window->native().handle()) &&
+               window->controller().stereoControls->layer().draws() > 0;
+    }
 };
 
 class Window : public testing::Test {
@@ -61,7 +65,7 @@ class Window : public testing::Test {
 
 TEST_F(Window, MouseTurnsWidthSuspendsZoomsMovesAndCallsBack) {
     Shown shown;
-    ASSERT_TRUE(shown.until([&] { return shown.isMapped(); }));
+    ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
     auto& instance = *shown.instance;
     std::vector<hosts::EditExchange::Edit::Kind> edits;
 
@@ -91,7 +95,7 @@ TEST_F(Window, MouseTurnsWidthSuspendsZoomsMovesAndCallsBack) {
 
 TEST_F(Window, KeysAndWheelTurnTheControlUnderTheMouse) {
     Shown shown;
-    ASSERT_TRUE(shown.until([&] { return shown.isMapped(); }));
+    ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
     int other = 0;
     auto& window = *shown.window;
     window.native().onKey = [&](const platform::KeyStroke& stroke) {
@@ -112,7 +116,7 @@ TEST_F(Window, KeysAndWheelTurnTheControlUnderTheMouse) {
 
 TEST_F(Window, ShowsItsPictureAndFollowsItsSize) {
     Shown shown({.scale = 2, .size = {340, 220}});
-    ASSERT_TRUE(shown.until([&] { return shown.isMapped(); }));
+    ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
     // Twice 340 x 220 points: the frame's grey in the corner of the panel, black outside.
     const auto grey = [&](int x, int y) { return Screen::pixel(x, y) == 0; };
     EXPECT_TRUE(shown.until([&] { return !grey(340, 12); }));
@@ -128,7 +132,8 @@ TEST_F(Window, ShowsItsPictureAndFollowsItsSize) {
 
 TEST_F(Window, TwoEditorsOfDifferentSizesAreEachTouchedInTheirOwnScale) {
     Shown small({.size = {340, 220}}), large({.size = {680, 440}});
-    ASSERT_TRUE(small.until([&] { return small.isMapped() && large.isMapped(); }));
+    ASSERT_TRUE(small.until([&] { return small.isThere(); }));
+    ASSERT_TRUE(large.until([&] { return large.isThere(); }));
     Screen::move(large.window->native().handle(), 400, 300);
     const auto both = [&](const std::function<bool()>& condition) {
         return small.until([&] { return large.instance->pump(), condition(); });
@@ -148,7 +153,7 @@ TEST_F(Window, LivesInAForeignWindowAndSurvivesItsEnd) {
     Shown shown({.parent = parent});
     bool lost = false;
     shown.window->native().onLost = [&] { lost = true; };
-    ASSERT_TRUE(shown.until([&] { return shown.isMapped(); }));
+    ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
     EXPECT_EQ(Screen::parent(shown.window->native().handle()), parent);
     Screen::destroy(parent);
     EXPECT_TRUE(shown.until([&] { return lost; }));
@@ -165,7 +170,7 @@ TEST_F(Window, LivesInAForeignWindowAndSurvivesItsEnd) {
 TEST_F(Window, ClosesDuringADrag) {
     for (int round = 0; round < 3; ++round) {
         Shown shown;
-        ASSERT_TRUE(shown.until([&] { return shown.isMapped(); }));
+        ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
         Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 300");
         ASSERT_TRUE(shown.until([&] { return shown.instance->value(0) > 0.5F; }));
         shown.window.reset();
