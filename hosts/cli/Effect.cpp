@@ -3,6 +3,7 @@
 #include <cassert>
 #include <vector>
 
+#include "editor/AudioUnitViewController.h"
 #include "hosts/cli/Automation.h"
 #include "hosts/cli/Command.h"
 #include "hosts/cli/Parameters.h"
@@ -31,7 +32,8 @@ struct Effect::Engine {
 
 Effect::Effect(double sampleRate) : engine_(std::make_unique<Engine>()) {
     platform::NSError error;
-    engine_->instance = hosts::Instance::create(&error);
+    engine_->instance =
+        hosts::Instance::create(&error, {}, std::make_shared<AudioUnitViewController>());
     if (!engine_->instance || !engine_->instance->activate(sampleRate, maximumFrames, &error))
         throw Failure("the effect can't be set up: " + error.localizedDescription());
     for (const auto& parameter : parameters()) set(parameter.address, parameter.initial);
