@@ -95,7 +95,7 @@ TEST(Renderer, BypassInMidStreamMovesNoFrame) {
         const char* automation;
         std::vector<std::pair<std::size_t, std::size_t>> bypassed;  ///< [first, end)
     };
-    for (const auto& [automation, bypassed] : {
+    for (const auto& test : {
              Case{"5000 set bypass on\n9000 set bypass off", {{5000, 9000}}},
              {"100 set bypass on\n101 set bypass off", {{100, 101}}},
              {"0 set bypass on\n3000 set bypass off", {{0, 3000}}},
@@ -103,6 +103,7 @@ TEST(Renderer, BypassInMidStreamMovesNoFrame) {
               {{3000, 3600}, {4000, 20000}}},
              {"3000 set bypass on\n3000 set bypass off", {}},
          }) {
+        const auto& [automation, bypassed] = test;
         const auto output = rendered(input, automation);
         ASSERT_EQ(output.right, input.right) << automation;
         std::size_t differences = 0;
@@ -113,7 +114,7 @@ TEST(Renderer, BypassInMidStreamMovesNoFrame) {
         // Where it is not bypassed, the left side is the frame before; behind a change it is
         // silence.
         const auto isBypassed = [&](std::size_t i) {
-            return std::ranges::any_of(bypassed,
+            return std::ranges::any_of(test.bypassed,
                                        [i](const auto& b) { return i >= b.first && i < b.second; });
         };
         for (std::size_t i = 1; i < input.left.size() && !bypassed.empty(); ++i) {
