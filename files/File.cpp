@@ -8,6 +8,7 @@
 #include "platform/foundation/ByteCountFormatter.h"
 #include "platform/foundation/Console.h"
 #include "platform/foundation/DateFormatter.h"
+#include "platform/foundation/URL.h"
 #include "platform/foundation/fatalError.h"
 #include "platform/foundation/path.h"
 
@@ -67,7 +68,9 @@ std::string File::getFilePath() const {
 }
 
 std::string File::getFileName() const {
-    return platform::path::lastPathComponent(subpath_.empty() ? rootpath() : subpath_);
+    if (subpath_.empty())
+        return platform::URL::fileURLWithPath(rootpath(), false).lastPathComponent();
+    return platform::path::lastPathComponent(subpath_);
 }
 
 std::string File::getFileExtension() const {

@@ -54,7 +54,8 @@ class File : public FileBase, public std::enable_shared_from_this<File> {
     platform::FileAttributes attributes;
 
     std::string getFilePath() const;
-    /// The last component of subpath; of the root, of rootpath.
+    /// The last component of subpath; of the root, of rootpath, where an empty one is the current
+    /// directory.
     std::string getFileName() const;
     /// Of subpath, without the dot.
     std::string getFileExtension() const;
