@@ -32,6 +32,7 @@ void FileTree::indexFolder(const std::shared_ptr<File>& entry) {
 }
 
 std::shared_ptr<File> FileTree::findParent(const std::shared_ptr<File>& entry) {
+    if (!entry) return nullptr;
     if (!indexed_) {
         folders_.clear();
         for (const auto& listed : filelist_) indexFolder(listed);
@@ -75,7 +76,7 @@ std::shared_ptr<File> FileTree::findFileWithUID(const std::string& uid) {
 }
 
 void FileTree::showRoot(const std::string& line) {
-    root->_expanded = true;
+    if (root) root->_expanded = true;
     makeExpandedList();
     print(line);
 }
@@ -107,7 +108,6 @@ void FileTree::makeExpandedPage(const std::string& identifier) {
 }
 
 void FileTree::makeExpandedPath(const std::string& identifier) {
-    if (!root) return;
     setExpanded(false);
     clearList();
     if (identifier == rootContainerItemIdentifier ||

@@ -214,11 +214,17 @@ TEST_F(SmallTree, WritesItsListAndNeedsARootForItsXml) {
     orphan->attributes = {};
     tree->append(orphan);
     EXPECT_THAT(tree->list(), testing::HasSubstr("'>\n\t<file id='-1' name='z' "));
-    FileTree empty;
-    empty.makeExpandedPage("8");
-    empty.dumpoutRoot();
-    EXPECT_EQ(empty.findFileWithUID("8"), nullptr);
-    EXPECT_DEATH((void)empty.xml(), "Fatal error");
+    FileTree bare;
+    bare.append(orphan);
+    EXPECT_EQ(bare.findParent(nullptr), nullptr);
+    bare.dumpoutRoot();
+    bare.makeExpandedPage("8");
+    EXPECT_EQ(shown(bare), Paths{"z"});
+    EXPECT_THAT(console.take(), ElementsAre());
+    bare.makeExpandedPath("8");
+    EXPECT_EQ(shown(bare), Paths());
+    EXPECT_THAT(console.take(), ElementsAre("Warning: The file was not found."));
+    EXPECT_DEATH((void)bare.xml(), "Fatal error");
 }
 
 }  // namespace
