@@ -1,6 +1,5 @@
 #include "files/FileTree.h"
 
-#include <map>
 #include <random>
 
 #include <gmock/gmock.h>
@@ -14,47 +13,43 @@ namespace {
 using namespace qov;
 using testing::ElementsAre;
 using Paths = std::vector<std::string>;
+constexpr auto top = "NSFileProviderRootContainerItemIdentifier";
+constexpr auto workingSet = "NSFileProviderWorkingSetContainerItemIdentifier";
 
-/// What the tests know of an entry: a table in the order of a walk, apart from the classes tested.
+/// What the tests know of an entry, apart from the classes tested. A table is in a walk's order.
 struct Row {
     std::string path;
-    int number = 0;
-    int parent = -1;  // index of a row, -1 at the top
-    bool isFolder = false;
-    bool expanded = false;
+    bool isFolder = false, expanded = false;
 };
+using Rows = std::vector<Row>;
 
-std::vector<Row> randomRows(unsigned seed, int size) {
-    std::mt19937 random(seed);
-    std::vector<Row> rows;
-    for (int i = 0; i < size; ++i) {
-        // A parent that is still open: the last row or one of its ancestors.
-        std::vector<int> open{-1};
-        for (int at = i - 1; at >= 0; at = rows[static_cast<std::size_t>(at)].parent)
-            if (rows[static_cast<std::size_t>(at)].isFolder) open.push_back(at);
-        const int parent = open[random() % open.size()];
-        std::string path;
-        if (parent >= 0) path.append(rows[static_cast<std::size_t>(parent)].path).append("/");
-        path.append("n").append(std::to_string(i));
-        rows.push_back({path, 1000 + i, parent, random() % 3 == 0});
+Rows randomRows(std::mt19937& random, int size, const std::string& prefix = "") {
+    Rows rows;
+    while (std::ssize(rows) < size) {
+        rows.push_back({prefix + "n" + std::to_string(rows.size()), random() % 3 == 0});
+        if (!rows.back().isFolder) continue;
+        const auto room = static_cast<unsigned>(size - std::ssize(rows) + 1);
+        const auto path = rows.back().path + "/";
+        for (auto& row : randomRows(random, static_cast<int>(random() % room), path))
+            rows.push_back(row);
     }
     return rows;
 }
 
-std::shared_ptr<File> entryOf(const Row& row) {
+std::shared_ptr<File> entryOf(const Row& row, int number) {
     const auto entry = row.isFolder ? std::make_shared<Folder>() : std::make_shared<File>();
     entry->setSubpath(row.path);
     entry->isDirectory = row.isFolder;
-    entry->attributes.set(platform::NSFileSystemFileNumber, platform::Number(row.number));
+    entry->attributes.set(platform::NSFileSystemFileNumber, platform::Number(number));
     return entry;
 }
 
-std::unique_ptr<FileTree> treeOf(const std::vector<Row>& rows) {
+std::unique_ptr<FileTree> treeOf(const Rows& rows) {
     auto tree = std::make_unique<FileTree>();
     tree->root = std::make_shared<Folder>();
     tree->root->isDirectory = true;
-    for (const auto& row : rows) {
-        const auto entry = entryOf(row);
+    for (int number = 0; const auto& row : rows) {
+        const auto entry = entryOf(row, number++);
         tree->findParent(entry);
         tree->append(entry);
     }
@@ -67,18 +62,16 @@ Paths shown(const FileTree& tree) {
     return paths;
 }
 
-/// From the table alone: a row shows if all rows above it up to `top` are expanded.
-Paths visible(const std::vector<Row>& rows, int top) {
+/// From the table alone: rows below `above` (a path, or empty for the top) hide behind any row on
+/// their way that is not expanded.
+Paths visible(const Rows& rows, const std::string& above) {
     Paths paths;
     for (const auto& row : rows) {
-        int above = row.parent;
-        const bool isTop = &row == rows.data() + top;
-        while (!isTop && above >= 0 && above != top &&
-               rows[static_cast<std::size_t>(above)].expanded)
-            above = rows[static_cast<std::size_t>(above)].parent;
-        const bool below =
-            above == top && (top < 0 || rows[static_cast<std::size_t>(top)].expanded);
-        if (isTop || below) paths.push_back(row.path);
+        bool seen = (row.path + "/").starts_with(above.empty() ? "" : above + "/");
+        for (const auto& other : rows)
+            if (other.path.size() >= above.size() && row.path.starts_with(other.path + "/"))
+                seen = seen && other.expanded;
+        if (seen) paths.push_back(row.path);
     }
     return paths;
 }
@@ -86,62 +79,50 @@ Paths visible(const std::vector<Row>& rows, int top) {
 class RandomTree : public testing::TestWithParam<unsigned> {
  protected:
     CapturedLines console;
+    std::mt19937 random{GetParam()};
 };
 
 TEST_P(RandomTree, ExpansionPagesAndPathsShowWhatTheTableSays) {
-    auto rows = randomRows(GetParam(), 120);
+    auto rows = randomRows(random, 100);
     const auto tree = treeOf(rows);
-    const auto expandOnly = [&](int index) {
-        for (auto& row : rows) row.expanded = false;
-        if (index >= 0) rows[static_cast<std::size_t>(index)].expanded = true;
-    };
-
-    std::mt19937 random(GetParam() + 1);
-    for (auto& row : rows) {
+    for (int number = 0; auto& row : rows) {
         const bool wanted = random() % 2;
         row.expanded = row.isFolder && wanted;
-        const auto found = tree->findFileWithUID(std::to_string(row.number));
-        ASSERT_TRUE(found);
-        ASSERT_EQ(found->subpath(), row.path);
-        found->File::setExpanded(wanted);
+        tree->findFileWithUID(std::to_string(number++))->File::setExpanded(wanted);
     }
     tree->makeExpandedList();
-    EXPECT_EQ(shown(*tree), visible(rows, -1));
+    EXPECT_EQ(shown(*tree), visible(rows, ""));
 
-    for (int i = 0; i < std::ssize(rows); ++i) {
-        const auto& row = rows[static_cast<std::size_t>(i)];
-        const auto number = std::to_string(row.number);
-        expandOnly(row.isFolder ? i : -1);
-        const auto expected = row.isFolder ? visible(rows, i) : Paths();
-        tree->makeExpandedPage(number);
-        EXPECT_EQ(shown(*tree), expected) << row.path;
+    for (int number = 0; const auto& row : Rows(rows)) {
+        for (auto& other : rows) other.expanded = other.isFolder && other.path == row.path;
+        const auto expected = row.isFolder ? visible(rows, row.path) : Paths();
         tree->root->_expanded = false;
-        tree->makeExpandedPath(number);
+        tree->makeExpandedPage(std::to_string(number));
+        EXPECT_EQ(shown(*tree), expected) << row.path;
+        EXPECT_FALSE(tree->root->_expanded);
+        tree->makeExpandedPath(std::to_string(number++));
         EXPECT_EQ(shown(*tree), expected) << row.path;
         if (!row.isFolder) continue;
         // Now every folder above it is open, and nothing else.
         EXPECT_TRUE(tree->root->_expanded);
-        for (int at = row.parent; at >= 0; at = rows[static_cast<std::size_t>(at)].parent)
-            rows[static_cast<std::size_t>(at)].expanded = true;
+        for (auto& other : rows) other.expanded |= row.path.starts_with(other.path + "/");
         tree->makeExpandedList();
-        EXPECT_EQ(shown(*tree), visible(rows, -1)) << row.path;
+        EXPECT_EQ(shown(*tree), visible(rows, "")) << row.path;
     }
 }
 
 TEST_P(RandomTree, ParentsAreThoseOfTheNaiveSearch) {
     // Lists that no walk makes: names that repeat, files in the place of folders, replaced lists.
-    std::mt19937 random(GetParam());
     const auto name = [&] { return std::string(1, "abc"[random() % 3]); };
     FileTree tree;
     tree.root = std::make_shared<Folder>();
     for (int i = 0; i < 400; ++i) {
         auto path = name();
         while (random() % 3) path.append("/").append(name());
-        const auto entry = entryOf({path, i, -1, random() % 2 == 0});
-        std::shared_ptr<File> expected =
-            path.find('/') == path.npos ? std::static_pointer_cast<File>(tree.root) : nullptr;
+        const auto entry = entryOf({path, random() % 2 == 0}, i);
+        std::shared_ptr<File> expected = path.size() == 1 ? tree.root : nullptr;
         for (const auto& listed : tree.filelist())
-            if (path.size() > 1 && dynamic_cast<Folder*>(listed.get()) &&
+            if (path.size() > 1 && listed->isDirectory &&
                 listed->subpath() == path.substr(0, path.size() - 2))
                 expected = listed;
         EXPECT_EQ(tree.findParent(entry), expected);
@@ -162,58 +143,54 @@ INSTANTIATE_TEST_SUITE_P(Seeds, RandomTree, testing::Range(1u, 9u));
 class SmallTree : public testing::Test {
  protected:
     CapturedLines console;
-    std::unique_ptr<FileTree> tree = treeOf(
-        {{"a", 7, -1, true}, {"a/b", 8, 0, true}, {"a/b/c", 9, 1, false}, {"d", 10, -1, false}});
+    // Numbered from 0 on.
+    std::unique_ptr<FileTree> tree =
+        treeOf({{"a", true}, {"a/b", true}, {"a/b/c", false}, {"d", false}});
 };
 
-TEST_F(SmallTree, AnnouncesWhatItFindsAndWhatItDoesNot) {
-    constexpr auto root = "NSFileProviderRootContainerItemIdentifier";
-    EXPECT_EQ(tree->findFileWithUID(root), tree->root);
-    EXPECT_THAT(console.take(),
-                ElementsAre(std::string("FileTree: The file (root) was found :  ") + root));
-    EXPECT_EQ(tree->findFileWithUID("11"), nullptr);
-    EXPECT_THAT(console.take(), ElementsAre());
-    EXPECT_EQ(tree->findFileWithUID("8")->subpath(), "a/b");
-    EXPECT_THAT(console.take(), ElementsAre("FileTree: The following folder was found:  8 b"));
-    tree->makeExpandedPage("9");
-    EXPECT_THAT(console.take(), ElementsAre("FileTree: The following file was found:  9 c",
-                                            "Warning: The file cannot become expanded."));
-    tree->makeExpandedPath("nobody");
-    EXPECT_THAT(console.take(), ElementsAre("Warning: The file was not found."));
-}
-
-TEST_F(SmallTree, ShowsTheTopByTheContainersOfAFileProvider) {
-    constexpr auto root = "NSFileProviderRootContainerItemIdentifier";
-    constexpr auto working = "NSFileProviderWorkingSetContainerItemIdentifier";
-    const Paths top{"a", "d"};
+TEST_F(SmallTree, ShowsAndSaysWhatAnIdentifierNames) {
+    using Show = void (FileTree::*)(const std::string&);
+    constexpr Show page = &FileTree::makeExpandedPage, path = &FileTree::makeExpandedPath;
+    const std::string provider = "FileTree: (", expanded = "Root node was expanded.";
+    const std::string nobody = "Warning: The file was not found.";
+    const struct {
+        Show show;
+        std::string identifier;
+        Paths list, lines;
+    } cases[] = {
+        {page, top, {"a", "d"}, {"FileTree: " + expanded}},
+        {path, top, {"a", "d"}, {provider + top + ") " + expanded}},
+        {path, workingSet, {"a", "d"}, {provider + workingSet + ") " + expanded}},
+        {page, workingSet, {}, {nobody}},
+        {path, "1", {"a/b", "a/b/c"}, {"FileTree: The following folder was found:  1 b"}},
+        {page,
+         "2",
+         {},
+         {"FileTree: The following file was found:  2 c",
+          "Warning: The file cannot become expanded."}},
+        {path, "4", {}, {nobody}},
+    };
     tree->setExpanded(true);
     EXPECT_FALSE(tree->root->_expanded);
-    tree->makeExpandedPage(root);
-    EXPECT_EQ(shown(*tree), top);
-    tree->makeExpandedPath(root);
-    EXPECT_EQ(shown(*tree), top);
-    tree->makeExpandedPath(working);
-    EXPECT_EQ(shown(*tree), top);
-    EXPECT_TRUE(tree->root->_expanded);
-    tree->makeExpandedPage(working);  // which has no page
-    EXPECT_EQ(shown(*tree), Paths());
+    for (const auto& expected : cases) {
+        (tree.get()->*expected.show)(expected.identifier);
+        EXPECT_EQ(shown(*tree), expected.list) << expected.identifier;
+        EXPECT_EQ(console.take(), expected.lines) << expected.identifier;
+    }
+    EXPECT_EQ(tree->findFileWithUID(top), tree->root);
     EXPECT_THAT(console.take(),
-                ElementsAre("FileTree: Root node was expanded.",
-                            std::string("FileTree: (") + root + ") Root node was expanded.",
-                            std::string("FileTree: (") + working + ") Root node was expanded.",
-                            "Warning: The file was not found."));
-    tree->makeExpandedPath("8");
-    EXPECT_EQ(shown(*tree), (Paths{"a/b", "a/b/c"}));
+                ElementsAre(std::string("FileTree: The file (root) was found :  ") + top));
 }
 
-TEST_F(SmallTree, WritesItsListAndNeedsARootForItsXml) {
+TEST_F(SmallTree, WritesItsListAndDoesWithoutARootButForItsXml) {
     tree->basePath = "/x";
     tree->clearList();
     EXPECT_EQ(tree->list(), "\n<!-- file list -->\n<files basepath='/x'>\n</files>");
-    const auto orphan = entryOf({"z", 1, -1, false});
+    const auto orphan = entryOf({"z", false}, 0);
     orphan->attributes = {};
     tree->append(orphan);
     EXPECT_THAT(tree->list(), testing::HasSubstr("'>\n\t<file id='-1' name='z' "));
+
     FileTree bare;
     bare.append(orphan);
     EXPECT_EQ(bare.findParent(nullptr), nullptr);
