@@ -1,7 +1,6 @@
 #include <cstdlib>
 #include <ctime>
 #include <limits>
-#include <optional>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -18,33 +17,12 @@ using platform::DateFormatter;
 using platform::Number;
 using enum DateFormatter::Style;
 
-/// Another time zone, and a locale that is not English, for the length of a test.
-class Abroad {
- public:
-    explicit Abroad(const std::string& zone) : zone_(get("TZ")), locale_(get("LC_ALL")) {
-        setenv("TZ", zone.c_str(), 1);
-        setenv("LC_ALL", "de_DE.UTF-8", 1);
-        tzset();
-    }
-    ~Abroad() {
-        put("TZ", zone_);
-        put("LC_ALL", locale_);
-        tzset();
-    }
-    Abroad(const Abroad&) = delete;
-    Abroad& operator=(const Abroad&) = delete;
-
- private:
-    static std::optional<std::string> get(const char* name) {
-        const char* value = std::getenv(name);
-        return value ? std::optional<std::string>(value) : std::nullopt;
-    }
-    static void put(const char* name, const std::optional<std::string>& value) {
-        value ? setenv(name, value->c_str(), 1) : unsetenv(name);
-    }
-
-    std::optional<std::string> zone_, locale_;
-};
+/// Another time zone, and a locale that is not English.
+void goAbroad(const std::string& zone) {
+    setenv("TZ", zone.c_str(), 1);
+    setenv("LC_ALL", "de_DE.UTF-8", 1);
+    tzset();
+}
 
 struct DateCase {
     std::string zone;
@@ -55,7 +33,7 @@ struct DateCase {
 class MediumDate : public testing::TestWithParam<DateCase> {};
 
 TEST_P(MediumDate, ReadsAsInEnglishInTheZoneOfTheProcess) {
-    const Abroad abroad(GetParam().zone);
+    goAbroad(GetParam().zone);
     const DateFormatter formatter(medium, medium, "en_US");
     EXPECT_EQ(formatter.string(Date::withTimeIntervalSince1970(GetParam().seconds)),
               GetParam().medium);
@@ -82,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(
                     DateCase{"UTC", -2203848000, "Mar 1, 1900 at 12:00:00 PM"}));
 
 TEST(DateFormatter, LeavesOutTheHalfThatIsNotWantedAndSpeaksOtherLanguages) {
-    const Abroad abroad("UTC");
+    goAbroad("UTC");
     const auto date = Date::withTimeIntervalSince1970(1767625445);
     EXPECT_EQ(DateFormatter(medium, none, "en_US").string(date), "Jan 5, 2026");
     EXPECT_EQ(DateFormatter(none, medium, "en_US").string(date), "3:04:05 PM");
