@@ -171,7 +171,13 @@ class Scene {
         window_->update();
     }
 
-    void play(const std::string& path, const std::string& at);
+    /// The editor's timer holds its controller until the loop ends.
+    ~Scene() { loop_->end(); }
+    Scene(const Scene&) = delete;
+    Scene& operator=(const Scene&) = delete;
+
+    /// The settings, then as much of the file as has been played.
+    void play(const std::string& path, const std::string& at, const Snapshot& snapshot);
     void set(const Snapshot& snapshot);
     void setDrawMode(const std::string& mode) {
         if (mode == "bezier")
@@ -225,7 +231,7 @@ void Scene::set(const Snapshot& snapshot) {
     loop_->pump();
 }
 
-void Scene::play(const std::string& path, const std::string& at) {
+void Scene::play(const std::string& path, const std::string& at, const Snapshot& snapshot) {
     SoundReader reader(path, {.rawRate = {}, .upmix = true});
     std::int64_t left = at.empty() ? INT64_MAX : parseTime(at, reader.rate());
     auto& unit = *controller_->audioUnit();
@@ -235,6 +241,8 @@ void Scene::play(const std::string& path, const std::string& at) {
     if (!unit.allocateRenderResourcesAndReturnError(nullptr))
         throw Failure(fmt::format("{}: the effect does not take {} Hz", path, reader.rate()));
 
+    // Only now: an allocation forgets the phase shift's length.
+    set(snapshot);
     std::vector<float> leftIn(blockFrames), rightIn(blockFrames);
     auto leftOut = leftIn, rightOut = rightIn;
     const platform::AURenderPullInputBlock pull = [&](auto*, auto*, std::uint32_t frames, auto,
@@ -300,8 +308,10 @@ int runSnapshot(const Arguments& arguments) {
     if (const auto code = parseOptions(app, arguments)) return *code;
     const Snapshot snapshot = check(options);
     Scene scene(snapshot);
-    scene.set(snapshot);
-    if (!options.signal.empty()) scene.play(options.signal, options.at);
+    if (options.signal.empty())
+        scene.set(snapshot);
+    else
+        scene.play(options.signal, options.at, snapshot);
     scene.setDrawMode(options.drawMode);
     const auto image = scene.picture(options.view, snapshot);
     if (!image) throw Failure("there is no memory for a picture of this size");
