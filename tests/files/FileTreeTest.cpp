@@ -134,6 +134,7 @@ TEST_P(RandomTree, ParentsAreThoseOfTheNaiveSearch) {
         if (random() % 50 == 0)
             tree.setFilelist({tree.filelist().begin() + 1, tree.filelist().end()});
         if (random() % 100 == 0) tree.makeExpandedList();
+        if (random() % 20 == 0) tree.makeExpandedPage(std::to_string(random() % 400));
         if (random() % 150 == 0) tree.clearList();
     }
 }
