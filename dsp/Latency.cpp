@@ -37,17 +37,18 @@ void Latency::setLength(std::int32_t frames) {
 }
 
 void Latency::prepare(std::int32_t longest) {
-    lastFrame_ = 0;
+    precedingFrame_ = 0;
     reserve(longest);
 }
 
 void Latency::write(const float* samples, std::int32_t count) {
     if (!samples || lSize == 0) return;
     for (std::int32_t i = 0; i < count; ++i) {
-        if (pos >= end()) wrap(lastFrame_);
         if (!data || size == 0) return;
+        if (pos >= end()) wrap(precedingFrame_);
+        if (!data) return;
         data[pos++] = samples[i];
-        lastFrame_ = samples[i];
+        precedingFrame_ = samples[i];
     }
 }
 
@@ -55,10 +56,10 @@ void Latency::exchange(float* samples, std::int32_t count) {
     if (!samples) return;
     for (std::int32_t i = 0; i < count; ++i) {
         if (!data || size == 0) return;
-        if (pos >= end()) wrap(lastFrame_);
+        if (pos >= end()) wrap(precedingFrame_);
         if (!data) return;
         std::swap(samples[i], data[pos++]);
-        lastFrame_ = samples[i];
+        precedingFrame_ = samples[i];
     }
 }
 
@@ -67,11 +68,11 @@ void Latency::exchange(const float* in, float* out, std::int32_t count, float ga
     std::int32_t i = 0;
     while (i < count && data && size > 0) {
         if (pos >= end()) {
-            wrap(i > 0 ? out[i - 1] : lastFrame_);
+            wrap(i > 0 ? out[i - 1] : precedingFrame_);
             if (!data) break;
         }
         std::int32_t run = std::min(count - i, end() - pos);
-        if (pos == 0 && lSize < shortestRun && lSize < count - i &&
+        if (pos == 0 && end() < shortestRun && end() < count - i &&
             lSize == loadRelaxed(lNewSize)) {
             run = count - i;
             shift(in + i, out + i, run, gain, loops);
@@ -81,7 +82,7 @@ void Latency::exchange(const float* in, float* out, std::int32_t count, float ga
         }
         i += run;
     }
-    if (i > 0) lastFrame_ = out[i - 1];
+    if (i > 0) precedingFrame_ = out[i - 1];
     if (i < count) copyScaled(in + i, out + i, count - i, gain, loops);
 }
 
@@ -89,7 +90,7 @@ void Latency::exchange(const float* in, float* out, std::int32_t count, float ga
 // follows, and the last frames of it stay in the line, each where its turn around the line has it.
 void Latency::shift(const float* in, float* out, std::int32_t count, float gain,
                     const ChainLoops& loops) {
-    const std::int32_t length = lSize, moved = count - length;
+    const std::int32_t length = end(), moved = count - length;
     float first[shortestRun], last[shortestRun];
     std::copy_n(data, length, first);
     copyScaled(in + moved, last, length, gain, loops);
@@ -110,13 +111,13 @@ std::int32_t Latency::end() const {
     return std::min(lSize, size);
 }
 
-void Latency::wrap(float precedingFrame) {
+void Latency::wrap(float preceding) {
     pos = 0;
     const std::int32_t requested = loadRelaxed(lNewSize);
     if (lSize == requested) return;
     allocate(requested);
     lSize = requested;
-    if (data) data[0] = precedingFrame;
+    if (data) data[0] = preceding;
 }
 
 }  // namespace qov

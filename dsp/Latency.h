@@ -26,6 +26,9 @@ class Latency final : public CircularBuffer {
     /// Requests a length in frames, at least 1.
     virtual void setLength(std::int32_t frames);
 
+    /// What stands before the next block where that is another frame than this line gave out last.
+    void setPrecedingFrame(float frame) { precedingFrame_ = frame; }
+
     /// Starts a new signal: there is no frame before it. Gets storage for lengths up to `longest`
     /// frames, so that the render thread finds them ready. Not while rendering.
     void prepare(std::int32_t longest);
@@ -35,12 +38,11 @@ class Latency final : public CircularBuffer {
 
  private:
     std::int32_t end() const;
-    void wrap(float precedingFrame);
+    void wrap(float preceding);
     void shift(const float* in, float* out, std::int32_t count, float gain,
                const ChainLoops& loops);
 
-    // The last frame that the block before gave out: what precedes the first of the next.
-    float lastFrame_ = 0;
+    float precedingFrame_ = 0;  // stands before the first frame of the next block
 };
 
 }  // namespace qov

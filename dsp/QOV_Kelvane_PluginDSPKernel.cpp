@@ -191,12 +191,16 @@ void QOV_Kelvane_PluginDSPKernel::process(std::uint32_t frameCount, std::uint32_
     if (channels < 1) return;
     if (loadRelaxed(fBypass) == 1.0f || channels != 2 || !gate_.beginSegment()) {
         copyThrough(frameCount, bufferOffset);
-        return;
+    } else {
+        renderSegment(frameCount, bufferOffset);
+        if (gate_.endSegment()) do {
+                resetState();
+            } while (gate_.endReset());
     }
-    renderSegment(frameCount, bufferOffset);
-    if (gate_.endSegment()) do {
-            resetState();
-        } while (gate_.endReset());
+    // The delay line works in the output: before the next segment there stands what has just gone
+    // out, not what left the line.
+    if (frameCount > 0)
+        latency.setPrecedingFrame(samples(outBufferListPtr, 0, bufferOffset)[frameCount - 1]);
 }
 
 void QOV_Kelvane_PluginDSPKernel::copyThrough(std::uint32_t frameCount,

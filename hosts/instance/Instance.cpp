@@ -213,9 +213,10 @@ void Instance::reset() {
     const float bypass = unit_->getParameter(kBypass);
     unit_->setParameter(kBypass, 1);  // switching on is what resets the chain
     unit_->setParameter(kBypass, 0);
-    for (std::uint32_t done = 0; done < captureFrames;) {
-        const auto count =
-            std::min(static_cast<std::uint32_t>(silence_.size()), captureFrames - done);
+    // The ring, and one frame more: the last that goes out, which a delay may repeat, is silent.
+    constexpr std::uint32_t frames = captureFrames + 1;
+    for (std::uint32_t done = 0; done < frames;) {
+        const auto count = std::min(static_cast<std::uint32_t>(silence_.size()), frames - done);
         renderCycle(silence_.data(), silence_.data(), ignored_[0].data(), ignored_[1].data(), count,
                     nullptr);
         done += count;

@@ -129,6 +129,38 @@ TEST(Sound, PhaseShiftDelaysTheLeftChannelByItsFrames) {
     }
 }
 
+// A new delay length that starts with a segment repeats what the output had right before it; that
+// is heard again a ring later. Bypass, on and off again, makes the line wrap there.
+TEST(Sound, ANewDelayLengthRepeatsTheOutputBeforeItsSegment) {
+    struct Case {
+        const char* where;
+        int bypassed, processed;  // frames at which bypass goes on and off
+    };
+    for (const auto& one : {Case{"amid a cycle", 3333, 3333},
+                            {"at the start of a cycle", 3000, 3000},
+                            {"behind bypassed frames", 3250, 3299}}) {
+        KernelRig rig;
+        rig.kernel.setParameter(kStereoWidth, 0.5f);
+        rig.kernel.setParameter(kPanorama, 0.5f);
+        Samples heard;
+        for (int begin = 0; begin < 6000; begin += 500) {
+            Samples left(500), right(500);
+            for (int i = 0; i < 500; ++i) left[i] = static_cast<float>(begin + i + 1);
+            std::vector<platform::AURenderEvent> events;
+            for (const auto& event : {parameterEvent(one.bypassed, kBypass, 1),
+                                      parameterEvent(one.processed, kPhaseShift, 0.5f),
+                                      parameterEvent(one.processed, kBypass, 0)})
+                if (const auto time = event.head.eventSampleTime;
+                    time >= begin && time < begin + 500)
+                    events.push_back(event);
+            rig.render(left, right, events);
+            heard.insert(heard.end(), left.begin(), left.end());
+        }
+        EXPECT_NE(heard[one.processed - 1], 0.0f);
+        EXPECT_EQ(heard[one.processed + 2048], heard[one.processed - 1]) << one.where;
+    }
+}
+
 TEST(Sound, SmoothingTakesSixteenCyclesInEqualStepsAndLandsOnTheTarget) {
     KernelRig rig;
     auto& kernel = rig.kernel;

@@ -112,14 +112,16 @@ TEST(Renderer, BypassInMidStreamMovesNoFrame) {
                 differences += output.left[i] != input.left[i];
         EXPECT_EQ(differences, 0U) << automation;
         // Where it is not bypassed, the left side is the frame before; behind a change it is
-        // silence.
+        // silence, but for the first processed frame of all: there the line takes its length, which
+        // repeats the frame before.
         const auto isBypassed = [&](std::size_t i) {
             return std::ranges::any_of(test.bypassed,
                                        [i](const auto& b) { return i >= b.first && i < b.second; });
         };
         for (std::size_t i = 1; i < input.left.size() && !bypassed.empty(); ++i) {
             if (!isBypassed(i)) {
-                ASSERT_EQ(output.left[i], isBypassed(i - 1) ? 0 : input.left[i - 1]) << i;
+                const bool isSilent = isBypassed(i - 1) && bypassed.front() != std::pair{0UL, i};
+                ASSERT_EQ(output.left[i], isSilent ? 0 : input.left[i - 1]) << i;
             }
         }
     }
