@@ -130,8 +130,9 @@ std::vector<AutomationEvent> parseAutomation(std::string_view text, const std::s
 
 std::vector<AutomationEvent> readAutomation(const std::string& path, double sampleRate) {
     std::ifstream file(path, std::ios::binary);
+    file.peek();  // opening a folder goes well, reading it does not
     std::ostringstream text;
-    if (!file || !(text << file.rdbuf() || file.peek() == std::ifstream::traits_type::eof()))
+    if (!file.is_open() || file.bad() || !(text << file.rdbuf() || file.eof()))
         throw Failure(
             fmt::format("{}: cannot read the automation: {}", path, std::strerror(errno)));
     return parseAutomation(text.str(), path, sampleRate);

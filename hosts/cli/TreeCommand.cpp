@@ -159,7 +159,6 @@ class LitterAccount : public platform::FileManagerDelegate {
 
 /// The enumerator moves to the folder, so that a relative path would not mean the same any more.
 std::string absolutePath(const std::string& folder) {
-    if (folder.empty()) throw Failure("DIR is empty; kelvane tree . lists the current folder", 2);
     if (folder.starts_with('/')) return folder;
     const auto here = FileManager::defaultManager()->currentDirectoryPath();
     if (here.empty())

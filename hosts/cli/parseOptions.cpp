@@ -32,6 +32,10 @@ std::string unknownArgument(CLI::App& app) {
 }  // namespace
 
 std::optional<int> parseOptions(CLI::App& app, const Arguments& arguments) {
+    const auto needsValue = [](const std::string& value) {
+        return value.empty() ? std::string("needs a value") : std::string();
+    };
+    for (CLI::Option* option : app.get_options()) option->check(needsValue);
     try {
         // The library takes its arguments from the back.
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));

@@ -237,6 +237,9 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
              {"in.wav out.wav more.wav", 2, "'more.wav' is one argument too many"},
              {"in.wav out.wav --automation none.txt", 1,
               "none.txt: cannot read the automation: No such file"},
+             {"in.wav out.wav --automation sub", 1,
+              "sub: cannot read the automation: Is a directory"},
+             {"in.wav out.wav --automation ''", 2, "--automation: needs a value"},
              {"in.wav out.wav --automation bad.txt", 1, "bad.txt:2: unknown parameter 'wdth'; "},
          }) {
         const auto run = shell("cd " + (folder / "") + " && $K render " + arguments);

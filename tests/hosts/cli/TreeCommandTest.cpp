@@ -124,7 +124,7 @@ TEST_F(TreeCommand, EndsWithOneClearLineWhereItCannotList) {
          {Case{{folder / "file"}, 1, "/file' is not a folder"},
           Case{{folder / "none"}, 1, "/none': there is no such folder"},
           Case{{folder / "dangling"}, 1, "/dangling': there is no such folder"},
-          Case{{""}, 2, "DIR is empty"},
+          Case{{""}, 2, "DIR: needs a value"},
           Case{{folder / "locked"}, 1, "/locked' cannot be entered: Permission denied"},
           Case{{folder / "unlisted"}, 1, "/unlisted' cannot be read: Permission denied"},
           Case{{folder.path(), "--page", "12"}, 1, "--page 12: no entry"},
