@@ -1,6 +1,7 @@
 #include "hosts/cli/drawFieldOf.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <functional>
 #include <list>
 
@@ -50,8 +51,12 @@ void drawFieldOf(const std::vector<std::string>& inputs, const std::string& outp
     std::vector<FieldPanel> panels;
     double scale = smallestScale;
     for (const auto& path : inputs) {
-        if (path == "-")
-            throw Failure("field reads its files twice; standard input can't be one", 2);
+        std::error_code error;
+        if (path == "-" || std::filesystem::is_fifo(path, error))
+            throw Failure(fmt::format("{}: field reads its files twice, which a pipe can't do; "
+                                      "name a file",
+                                      path == "-" ? "standard input" : path),
+                          2);
         if (isSameFile(path, output))
             throw Failure(fmt::format("{}: is an input, too; write to another file", output), 2);
         const SoundReader reader(path, {.rawRate = {}, .upmix = true});
