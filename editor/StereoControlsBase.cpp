@@ -229,6 +229,8 @@ void StereoControlsBase::drawControls(const CGRect& frame, ResizingBehavior resi
         const std::string phaseShift = phaseShiftText();
         const PanelStyle style(colorBackground.cgColor(), colorContrast.cgColor());
         drawPlate(*context, style);
+        // Wide fields reach over the plate, quietly and under all that is to be read there.
+        drawBrackets(*context, style, 0.5);
         drawScreen(*context, style);
         drawStereoField(*context, style);
         drawLevels(*context);
@@ -276,7 +278,7 @@ void StereoControlsBase::drawStereoField(CGContext& context, const PanelStyle& s
     }
     context.setLineDash(0, {});
 
-    // Turned as a whole by the panorama: needle, base line and the two brackets.
+    // Turned by the panorama: needle and base line, and the brackets with them.
     const CGColor amber = colorEmphasize.cgColor();
     context.rotateBy(radians(bipolar(panoramaNormalized) * lastPanoramaAngle));
     const CGFloat reach = widthReach * stereoWidthNormalized;
@@ -284,19 +286,34 @@ void StereoControlsBase::drawStereoField(CGContext& context, const PanelStyle& s
            isPanoramaActive || isPanoramaResetActive ? amber : amber.withAlpha(0.8), 2.5);
     stroke(context, line({-std::min(reach, 118.0), 0}, {std::min(reach, 118.0), 0}),
            amber.withAlpha(0.28), 1);
+    context.restoreGState();
+
+    context.saveGState();
+    context.clipTo(screen);
+    drawBrackets(context, style, 1);
+    context.restoreGState();
+}
+
+void StereoControlsBase::drawBrackets(CGContext& context, const PanelStyle& style,
+                                      CGFloat strength) const {
+    context.saveGState();
+    context.translateBy(center.x, center.y);
+    context.rotateBy(radians(bipolar(panoramaNormalized) * lastPanoramaAngle));
+    const CGFloat reach = widthReach * stereoWidthNormalized;
     const bool isActive = isStereoWidthActive || isStereoWidthResetActive;
+    const CGColor amber = colorEmphasize.cgColor();
     for (const int side : {-1, 1}) {
-        constexpr CGFloat half = 20;
-        const CGFloat inner = side * (reach - 10), outer = side * (reach + 10);
+        constexpr CGFloat halfWidth = 10, halfHeight = 9;
+        const CGFloat inner = side * (reach - halfWidth), outer = side * (reach + halfWidth);
         CGPath bracket;
-        bracket.moveTo({inner, -half});
-        bracket.addLineTo({outer, -half});
-        bracket.addLineTo({outer, half});
-        bracket.addLineTo({inner, half});
-        // Wide fields reach over the plate, where amber needs a dark bed.
-        stroke(context, bracket, style.ground.withAlpha(0.85), 6);
-        if (isActive) stroke(context, bracket, amber.withAlpha(0.3), 9);
-        stroke(context, bracket, isActive ? amber : amber.withAlpha(0.85), 2.5);
+        bracket.moveTo({inner, -halfHeight});
+        bracket.addLineTo({outer, -halfHeight});
+        bracket.addLineTo({outer, halfHeight});
+        bracket.addLineTo({inner, halfHeight});
+        // Amber needs a dark bed on a light plate.
+        stroke(context, bracket, style.ground.withAlpha(0.7 * strength), 5);
+        if (isActive) stroke(context, bracket, amber.withAlpha(0.3 * strength), 7);
+        stroke(context, bracket, amber.withAlpha((isActive ? 1.0 : 0.85) * strength), 2);
     }
     context.restoreGState();
 }
@@ -359,25 +376,25 @@ void StereoControlsBase::drawToggles(CGContext& context, const PanelStyle& style
     struct Toggle {
         const char* label;
         bool isOn;
-        CGPoint dot;   // upper left corner of 12 x 12
-        CGFloat side;  // of its box
+        CGPoint dot;  // upper left corner of 12 x 12
         bool labelIsLeft;
         bool isAlarm;
     };
-    // Rows of 24 units have smaller boxes than those that stand alone.
+    // The correlograph's three stand edge to edge, as a bank, each over its own hot area.
     const Toggle toggles[]{
-        {"swap channels", isSwapOn, {55, 85}, 26, false, false},
-        {"invert channel", isInvert, {55, 126}, 26, false, false},
-        {"oscillograph", isOscillograph, {55, 212}, 20, false, false},
-        {"normalize", isNormalized, {55, 236}, 20, false, false},
-        {"points/bezier", isBezier, {55, 260}, 20, false, false},
-        {"recover mono", isRecover, {55, 333}, 26, false, false},
-        {"test mono", isMonoOn, {623, 333}, 26, true, false},
-        {"suspend/freeze", isGoPro, {623, 291}, 20, true, true},
+        {"swap channels", isSwapOn, {55, 85}, false, false},
+        {"invert channel", isInvert, {55, 126}, false, false},
+        {"oscillograph", isOscillograph, {55, 210}, false, false},
+        {"normalize", isNormalized, {55, 236}, false, false},
+        {"points/bezier", isBezier, {55, 262}, false, false},
+        {"recover mono", isRecover, {55, 333}, false, false},
+        {"test mono", isMonoOn, {623, 333}, true, false},
+        {"suspend/freeze", isGoPro, {623, 291}, true, true},
     };
+    constexpr CGFloat boxSide = 26;
     for (const auto& toggle : toggles) {
         const CGRect dot{toggle.dot, {12, 12}};
-        const CGFloat grow = (toggle.side - dot.width()) / 2;
+        const CGFloat grow = (boxSide - dot.width()) / 2;
         const CGPath box = CGPath::roundedRect(dot.insetBy(-grow, -grow), 4);
         const bool isAlarming = toggle.isAlarm && toggle.isOn;
         fill(context, box, style.ground);
