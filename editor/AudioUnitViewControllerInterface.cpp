@@ -4,7 +4,7 @@
 //   root view            pan, pinch, double tap, tap (waits for the double tap to fail), long press
 //   +- pluginFrame       fills the root view
 //   +- stereoControls    placed by the controller, as is
-//   +- correlographView  which lies over the panel's middle
+//   +- correlographView  which lies over the panel's middle and lets touches through
 //   +- brightnessSlider  along the top, hidden at first
 //   +- contrastButton    in the upper right corner, hidden at first
 //
@@ -85,6 +85,8 @@ void AudioUnitViewController::loadView() {
     pluginFrame->setAutoresizingMask(kFill);
     stereoControls = std::make_shared<StereoControls>(NSCoder{whole});
     correlographView = std::make_shared<CorrelographViewAU>(NSCoder{whole.insetBy(200, 90)});
+    // Its margins are points, not canvas units: on a large panel it lies over the controls as well.
+    correlographView->setUserInteractionEnabled(false);
 
     contrastButton = std::make_shared<ContrastButton>(
         CGRect(kWidth - kMargin - kButtonSide, kMargin, kButtonSide, kButtonSide));

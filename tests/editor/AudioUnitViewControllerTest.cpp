@@ -217,6 +217,17 @@ TEST_F(Controller, DragOnAHotspotEditsAndDoesNotMoveThePanel) {
     EXPECT_FALSE(controller->touchesLocked);
 }
 
+TEST_F(Controller, CorrelographOfALargePanelLeavesTheControlsTheirTouches) {
+    createAudioUnit();
+    loop->pump();
+    show({1360, 880});
+    ASSERT_TRUE(correlograph().contains(platform::CGPoint{600, 758})) << "nothing is in the way";
+    tapAt(2 * 300, 2 * 379);
+    EXPECT_EQ(lines.back(), "Current editing mode is: stereo width");
+    tapAt(2 * 150, 2 * 80);
+    EXPECT_EQ(parameter(3), 1);
+}
+
 TEST_F(Controller, DragBesideTheHotspotsMovesBothViews) {
     open();
     down(600, 400);
