@@ -18,7 +18,6 @@ using platform::CGColor;
 using platform::CGContext;
 using platform::CGFloat;
 using platform::CGPoint;
-using platform::CGRect;
 
 constexpr CGColor kBackground{0.066, 0.070, 0.082};
 constexpr CGColor kPanel{0.100, 0.106, 0.122};

@@ -82,7 +82,9 @@ class Removal {
         if (errno) return failed(path, errno);
         bool kept = false;
         for (const auto& child : names) {
-            const auto outcome = remove(directory.descriptor(), child, path + "/" + child);
+            auto childPath = path;
+            childPath.append("/").append(child);
+            const auto outcome = remove(directory.descriptor(), child, childPath);
             if (outcome == Outcome::failed) return outcome;
             kept = kept || outcome == Outcome::kept;
         }

@@ -86,7 +86,7 @@ struct URLSession::State : std::enable_shared_from_this<State> {
 
     explicit State(Configuration settings) : configuration(settings) {}
 
-    void enqueue(std::shared_ptr<Task> task);
+    void enqueue(const std::shared_ptr<Task>& task);
     void wakeUp() { curl_multi_wakeup(multi.get()); }
     void work();
 
@@ -210,16 +210,18 @@ void URLSession::State::Task::finish(std::optional<Data> data, std::optional<URL
 
 // Orders from other threads
 
-void URLSession::State::enqueue(std::shared_ptr<Task> task) {
+void URLSession::State::enqueue(const std::shared_ptr<Task>& task) {
+    bool refused = false;
     {
         const std::lock_guard lock(mutex);
-        if (!ending) {
-            started.push_back(std::move(task));
+        refused = ending;
+        if (!refused) {
+            started.push_back(task);
             if (!thread.joinable()) thread = std::thread([this] { work(); });
         }
     }
     wakeUp();
-    if (task) task->finish({}, {}, cancelledError());
+    if (refused) task->finish({}, {}, cancelledError());
 }
 
 // The session's thread

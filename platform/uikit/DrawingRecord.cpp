@@ -1,6 +1,8 @@
 #include "platform/uikit/DrawingRecord.h"
 
+#include <algorithm>
 #include <memory>
+#include <span>
 #include <type_traits>
 #include <utility>
 
@@ -49,9 +51,10 @@ enum class DrawingRecord::Call : std::uint8_t {
 template <class T>
 void DrawingRecord::put(const T& value) {
     static_assert(std::is_trivially_copyable_v<T>);
+    const auto bytes = std::as_bytes(std::span(&value, 1));
     const auto at = bytes_.size();
-    bytes_.resize(at + sizeof value);
-    std::memcpy(bytes_.data() + at, &value, sizeof value);
+    bytes_.resize(at + bytes.size());
+    std::memcpy(bytes_.data() + at, bytes.data(), bytes.size());
 }
 
 template <class T>
@@ -277,8 +280,9 @@ class DrawingRecord::Reader {
     template <class T>
     T get() {
         T value;
-        std::memcpy(&value, bytes_.data(), sizeof value);
-        bytes_ = bytes_.subspan(sizeof value);
+        const auto bytes = std::as_writable_bytes(std::span(&value, 1));
+        std::copy_n(bytes_.begin(), bytes.size(), bytes.begin());
+        bytes_ = bytes_.subspan(bytes.size());
         return value;
     }
 

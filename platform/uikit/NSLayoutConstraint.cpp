@@ -112,7 +112,7 @@ std::shared_ptr<NSLayoutConstraint> NSLayoutAnchor::constraintEqualToConstant(
     return std::shared_ptr<NSLayoutConstraint>(new NSLayoutConstraint(*this, nullptr, constant));
 }
 
-NSLayoutConstraint::NSLayoutConstraint(NSLayoutAnchor first, const NSLayoutAnchor* second,
+NSLayoutConstraint::NSLayoutConstraint(const NSLayoutAnchor& first, const NSLayoutAnchor* second,
                                        CGFloat constant)
     : first_(first),
       second_(second ? *second : first),

@@ -66,7 +66,7 @@ class NSLayoutConstraint {
 
  private:
     friend class NSLayoutAnchor;
-    NSLayoutConstraint(NSLayoutAnchor first, const NSLayoutAnchor* second, CGFloat constant);
+    NSLayoutConstraint(const NSLayoutAnchor& first, const NSLayoutAnchor* second, CGFloat constant);
 
     NSLayoutAnchor first_, second_;
     CGFloat constant_;
