@@ -84,7 +84,9 @@ std::optional<float> parseSwitch(std::string_view text) {
 
 }  // namespace
 
-std::string valueText(std::uint64_t address, float value, double sampleRate) {
+std::string valueText(std::uint64_t address, float asked, double sampleRate) {
+    // Hosts ask for any number; what is none reads as 0, as where a float becomes an integer.
+    const float value = std::isnan(asked) ? 0.0f : std::clamp(asked, 0.0f, 1.0f);
     switch (address) {
         case kStereoWidth:
             return percent(value) == 0 ? "0 %" : fmt::format("{:+} %", percent(value));
@@ -93,7 +95,7 @@ std::string valueText(std::uint64_t address, float value, double sampleRate) {
             return fmt::format("{} {} %", value < 0.5f ? 'L' : 'R', std::abs(percent(value)));
         case kPhaseShift: {
             const auto frames = std::max(1L, static_cast<long>(fullShift(sampleRate) * value));
-            return fmt::format("{} samples ({:.1f} ms)", frames,
+            return fmt::format("{} {} ({:.1f} ms)", frames, frames == 1 ? "sample" : "samples",
                                static_cast<double>(frames) / sampleRate * 1000);
         }
         case kSwapChannels:

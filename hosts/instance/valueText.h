@@ -9,7 +9,8 @@ namespace qov::hosts {
 
 /// A parameter's value as the panel gives it: "+20 %" of width, "L 30 %" of panorama, a phase
 /// shift as "220 samples (5.0 ms)" at that rate, "on" or "off". The same in every locale.
-/// Empty for an unknown address.
+/// Values outside 0..1 read as the nearer end, what is no number as 0. Empty for an unknown
+/// address.
 std::string valueText(std::uint64_t address, float value, double sampleRate);
 
 /// The value that a person means: any text of valueText's, and shorter forms: a number alone (per

@@ -29,15 +29,17 @@ TEST_P(ValueTextTest, ShowsThePanelsFigureAndReadsItBack) {
 
 INSTANTIATE_TEST_SUITE_P(
     Values, ValueTextTest,
-    testing::Values(Row{kStereoWidth, 0.5f, 44100, "0 %"}, Row{kStereoWidth, 0.6f, 44100, "+20 %"},
-                    Row{kStereoWidth, 0.0f, 44100, "-100 %"},
-                    Row{kStereoWidth, 0.499f, 44100, "0 %"}, Row{kPanorama, 0.35f, 44100, "L 30 %"},
-                    Row{kPanorama, 1.0f, 44100, "R 100 %"}, Row{kPanorama, 0.501f, 44100, "C"},
-                    Row{kPhaseShift, 0.5f, 44100, "220 samples (5.0 ms)"},
-                    Row{kPhaseShift, 0.0f, 44100, "1 samples (0.0 ms)"},
-                    Row{kPhaseShift, 1.0f, 96000, "960 samples (10.0 ms)"},
-                    Row{kPhaseShift, 0.25f, 48000, "120 samples (2.5 ms)"},
-                    Row{kTestMono, 0.5f, 44100, "off"}, Row{kBypass, 1.0f, 44100, "on"}));
+    testing::Values(
+        Row{kStereoWidth, 0.5f, 44100, "0 %"}, Row{kStereoWidth, 0.6f, 44100, "+20 %"},
+        Row{kStereoWidth, 0.0f, 44100, "-100 %"}, Row{kStereoWidth, 0.499f, 44100, "0 %"},
+        Row{kPanorama, 0.35f, 44100, "L 30 %"}, Row{kPanorama, 1.0f, 44100, "R 100 %"},
+        Row{kPanorama, 0.501f, 44100, "C"}, Row{kPhaseShift, 0.5f, 44100, "220 samples (5.0 ms)"},
+        Row{kPhaseShift, 0.0f, 44100, "1 sample (0.0 ms)"},
+        Row{kPhaseShift, 1.0f, 96000, "960 samples (10.0 ms)"},
+        Row{kPhaseShift, 0.25f, 48000, "120 samples (2.5 ms)"}, Row{kTestMono, 0.5f, 44100, "off"},
+        Row{kBypass, 1.0f, 44100, "on"}, Row{kStereoWidth, NAN, 44100, "-100 %"},
+        Row{kPanorama, 1e30f, 44100, "R 100 %"}, Row{kPhaseShift, NAN, 44100, "1 sample (0.0 ms)"},
+        Row{kPhaseShift, INFINITY, 44100, "441 samples (10.0 ms)"}));
 
 TEST(ParseValue, ReadsEveryDelayBackAsItself) {
     for (const double rate : {8000.0, 44100.0, 192000.0})
