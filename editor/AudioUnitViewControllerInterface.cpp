@@ -9,7 +9,7 @@
 //   +- contrastButton    in the upper right corner, hidden at first
 //
 // All gestures sit on the root view, so that a panel that was moved out of sight can be called back
-// with a double tap anywhere. Slider and button keep drags and taps on them to themselves.
+// with a double tap anywhere. The slider keeps drags and holds to itself, the button taps.
 
 #include <memory>
 #include <numbers>

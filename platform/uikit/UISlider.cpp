@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "platform/uikit/UIGraphics.h"
+#include "platform/uikit/UILongPressGestureRecognizer.h"
 #include "platform/uikit/UIPanGestureRecognizer.h"
 #include "platform/uikit/UITouch.h"
 
@@ -72,7 +73,9 @@ void UISlider::continueTracking(UITouch& touch) {
 }
 
 bool UISlider::gestureRecognizerShouldBegin(const UIGestureRecognizer& recognizer) {
-    return !dynamic_cast<const UIPanGestureRecognizer*>(&recognizer);
+    // A thumb that rests under the finger is held, not pressed.
+    return !dynamic_cast<const UIPanGestureRecognizer*>(&recognizer) &&
+           !dynamic_cast<const UILongPressGestureRecognizer*>(&recognizer);
 }
 
 void UISlider::draw(CGRect rect) {

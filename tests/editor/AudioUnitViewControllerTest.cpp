@@ -315,6 +315,8 @@ TEST_F(Controller, LongPressShowsTheContrastAndHidesBoth) {
     // The pan stands back now; the slider sets both greys.
     const auto track = slider.frame();
     down(track.midX(), track.midY());
+    loop->advance(0.6);
+    EXPECT_FALSE(slider.isHidden()) << "a hold on the slider is no long press";
     move(track.maxX() + 50, track.midY());
     up(track.maxX() + 50, track.midY());
     EXPECT_EQ(panel().origin.x, 0);
