@@ -24,7 +24,7 @@ class UISlider : public UIControl {
     void draw(CGRect rect) override;
     bool beginTracking(UITouch& touch) override;
     void continueTracking(UITouch& touch) override;
-    /// A drag on the slider is the slider's own.
+    /// Drags and holds on the slider are its own.
     bool gestureRecognizerShouldBegin(const UIGestureRecognizer& recognizer) override;
 
  private:
