@@ -78,13 +78,9 @@ Instance::Instance(std::shared_ptr<RunLoop> loop, Factory factory)
 
 bool Instance::makeUnit(platform::NSError* error) {
     const RunLoop::MakeCurrent current(loop_);
-    if (factory_) {
-        unit_ = std::dynamic_pointer_cast<QOV_Kelvane_PluginAudioUnit>(
-            factory_->createAudioUnit(componentDescription, error));
-        return unit_ != nullptr;
-    }
-    unit_ = std::make_shared<QOV_Kelvane_PluginAudioUnit>();
-    return unit_->initWithComponentDescription(componentDescription, 0, error);
+    unit_ = std::dynamic_pointer_cast<QOV_Kelvane_PluginAudioUnit>(
+        factory_->createAudioUnit(componentDescription, error));
+    return unit_ != nullptr;
 }
 
 void Instance::observeEdits() {

@@ -31,14 +31,15 @@ namespace qov::hosts {
 /// is processed.
 class Instance {
  public:
-    /// What makes the audio unit, and is kept as long as it; without one it is made by itself.
+    /// What makes the audio unit, and is kept as long as it: the editor's view controller.
     using Factory = std::shared_ptr<platform::AUAudioUnitFactory>;
 
     /// Null, with *error set where error is given, when there is no audio unit to be had. The
-    /// factory is asked with the instance's run loop current.
+    /// factory, which must not be null, is asked with the instance's run loop current; without a
+    /// loop the instance gets one of its own.
     static std::unique_ptr<Instance> create(platform::NSError* error,
-                                            const std::shared_ptr<platform::RunLoop>& loop = {},
-                                            Factory factory = {});
+                                            const std::shared_ptr<platform::RunLoop>& loop,
+                                            Factory factory);
     /// Ends the run loop, and with it what the editor left there.
     ~Instance();
     Instance(const Instance&) = delete;

@@ -17,6 +17,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "editor/AudioUnitViewController.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/foundation/NSError.h"
 #include "tests/audiounit/RenderingUnit.h"
@@ -58,7 +59,8 @@ class InstanceTest : public testing::Test {
     InstanceTest() { EXPECT_TRUE(instance_->activate(rate, longestBlock, nullptr)); }
 
     static std::unique_ptr<Instance> fresh() {
-        auto instance = Instance::create(nullptr, platform::RunLoop::createForTest());
+        auto instance = Instance::create(nullptr, platform::RunLoop::createForTest(),
+                                         std::make_shared<AudioUnitViewController>());
         EXPECT_TRUE(instance->activate(rate, longestBlock, nullptr));
         return instance;
     }
@@ -102,8 +104,8 @@ class InstanceTest : public testing::Test {
     }
 
     ConsoleLines quiet_;
-    std::unique_ptr<Instance> instance_ =
-        Instance::create(nullptr, platform::RunLoop::createForTest());
+    std::unique_ptr<Instance> instance_ = Instance::create(
+        nullptr, platform::RunLoop::createForTest(), std::make_shared<AudioUnitViewController>());
 };
 
 TEST_F(InstanceTest, SoundsLikeTheBareAudioUnitToTheBit) {
@@ -445,7 +447,8 @@ TEST_F(InstanceTest, ItsRunLoopGoesWithIt) {
     auto held = std::make_shared<int>(0);
     const std::weak_ptr<int> editor = held;
     {
-        const auto instance = Instance::create(nullptr, loop);
+        const auto instance =
+            Instance::create(nullptr, loop, std::make_shared<AudioUnitViewController>());
         loop->schedule(0.05, true, [held = std::move(held)] { ++*held; });
         loop->advance(0.11);
         EXPECT_EQ(*editor.lock(), 2);
@@ -462,7 +465,8 @@ TEST(Instances, LiveSideBySideOnSeveralThreads) {
             const auto own = static_cast<float>(thread) / 4;
             std::vector<std::unique_ptr<Instance>> instances;
             for (int i = 0; i < 25; ++i) {
-                instances.push_back(Instance::create(nullptr));
+                instances.push_back(
+                    Instance::create(nullptr, {}, std::make_shared<AudioUnitViewController>()));
                 ASSERT_TRUE(instances.back()->activate(rate, 64, nullptr));
                 instances.back()->setValue(kPanorama, own);
             }

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "editor/AudioUnitViewController.h"
 #include "hosts/instance/Instance.h"
 #include "platform/dispatch/RunLoop.h"
 #include "tests/audiounit/RenderingUnit.h"
@@ -42,8 +43,8 @@ class RealTimeTest : public testing::Test {
     }
 
     ConsoleLines quiet_;
-    std::unique_ptr<Instance> instance_ =
-        Instance::create(nullptr, platform::RunLoop::createForTest());
+    std::unique_ptr<Instance> instance_ = Instance::create(
+        nullptr, platform::RunLoop::createForTest(), std::make_shared<AudioUnitViewController>());
     std::vector<float> memory_ = std::vector<float>(5 * 8192, 0.5f);
     std::vector<HostEvent> events_;
     int edits_ = 0;
