@@ -88,7 +88,7 @@ function(qov_test name)
         list(APPEND ARG_PROPERTIES ENVIRONMENT_MODIFICATION
              "TSAN_OPTIONS=string_append: suppressions=${suppressions}")
     endif()
-    gtest_discover_tests(test_${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
+    gtest_discover_tests(test_${name} TEST_PREFIX "${name}." NO_PRETTY_VALUES DISCOVERY_TIMEOUT 60
                          PROPERTIES TIMEOUT 120 ${ARG_PROPERTIES})
 endfunction()
 
