@@ -38,6 +38,8 @@ class Blend {
         for (int i = 0; i < 4; ++i)
             source_[i] =
                 static_cast<std::uint32_t>(std::lrint(std::clamp(parts[i], 0.0, 1.0) * 255));
+        for (std::uint32_t coverage = 0; coverage < 256; ++coverage)
+            alone_[coverage] = over(0, coverage);
     }
     void row(const std::uint8_t* coverage, int width, std::uint32_t* pixels) const {
         for (int x = 0; x < width; ++x) {
@@ -46,7 +48,9 @@ class Blend {
                 while (x + 8 <= width && (std::memcpy(&eight, coverage + x, 8), eight == 0)) x += 8;
                 if (x >= width) return;
             }
-            if (coverage[x]) pixels[x] = over(pixels[x], coverage[x]);
+            if (!coverage[x]) continue;
+            const std::uint32_t below = pixels[x], above = alone_[coverage[x]];
+            pixels[x] = below == 0 || above >> 24 == 255 ? above : over(below, coverage[x]);
         }
     }
 
@@ -62,6 +66,8 @@ class Blend {
         return result;
     }
     std::uint32_t source_[4];
+    /// For each coverage, over a pixel that is clear.
+    std::uint32_t alone_[256];
 };
 
 /// The drawing itself, for a bitmap (Base = CGBitmapContext) and for any other target (CGContext).
@@ -385,10 +391,10 @@ class CairoContext : public Base {
 
     /// The corner that two strips leave open on their outer side.
     void uniteJoin(CGPoint before, CGPoint at, CGPoint after, CGFloat half, CGFloat limit) {
-        const CGFloat l1 = std::hypot(at.x - before.x, at.y - before.y);
-        const CGFloat l2 = std::hypot(after.x - at.x, after.y - at.y);
-        const CGFloat ux = (at.x - before.x) / l1, uy = (at.y - before.y) / l1;
-        const CGFloat vx = (after.x - at.x) / l2, vy = (after.y - at.y) / l2;
+        CGFloat ux = at.x - before.x, uy = at.y - before.y, vx = after.x - at.x,
+                vy = after.y - at.y;
+        const CGFloat l1 = std::sqrt(ux * ux + uy * uy), l2 = std::sqrt(vx * vx + vy * vy);
+        ux /= l1, uy /= l1, vx /= l2, vy /= l2;
         const CGFloat turn = ux * vy - uy * vx, along = ux * vx + uy * vy;
         if (std::abs(turn) < 1e-4 && along > 0) return;
         const CGFloat side = turn > 0 ? half : -half;

@@ -45,6 +45,8 @@ class SampleMask {
     std::vector<std::uint8_t> coverage_;
     /// Rows of samples_ that hold anything.
     int firstRow_ = 0, lastRow_ = -1;
+    /// Whether coverage_ holds shapes already.
+    bool hasCovered_ = false;
 };
 
 }  // namespace platform
