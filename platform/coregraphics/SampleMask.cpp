@@ -55,9 +55,10 @@ int directionOf(CGFloat x, CGFloat y) {
     const CGFloat t = std::min(ax, ay) / std::max(ax, ay), q = t * t;
     const CGFloat angle =
         t * (0.9998660 + q * (-0.3302995 + q * (0.1801410 + q * (-0.0851330 + q * 0.0208351))));
-    CGFloat turn = angle * (directions / (2 * std::numbers::pi));
-    if (ay > ax) turn = directions / 4 - turn;
-    if (x < 0) turn = directions / 2 - turn;
+    constexpr CGFloat quarterTurn = directions / 4.0;
+    CGFloat turn = angle * (quarterTurn / (std::numbers::pi / 2));
+    if (ay > ax) turn = quarterTurn - turn;
+    if (x < 0) turn = 2 * quarterTurn - turn;
     return static_cast<int>(std::lrint(y < 0 ? -turn : turn));
 }
 
