@@ -59,6 +59,21 @@ float parseValue(const Parameter& parameter, std::string_view text) {
     return value;
 }
 
+std::vector<std::pair<std::uint64_t, float>> parseSettings(std::span<const std::string> texts) {
+    std::vector<std::pair<std::uint64_t, float>> settings;
+    for (std::size_t i = 0; i < table.size() && i < texts.size(); ++i) {
+        std::string_view text = texts[i];
+        if (text.empty()) continue;
+        if (text == "true" || text == "false") text = text == "true" ? "on" : "off";
+        try {
+            settings.emplace_back(table[i].address, parseValue(table[i], text));
+        } catch (const Failure& failure) {
+            throw Failure(fmt::format("--{}: {}", table[i].option, failure.what()), 2);
+        }
+    }
+    return settings;
+}
+
 std::string suggestParameter(std::string_view name) {
     std::array<std::string_view, table.size()> names;
     std::ranges::transform(table, names.begin(), &Parameter::option);

@@ -119,17 +119,7 @@ void complete(Options& options) {
     if (!options.preset.empty())
         job.preset =
             parseInteger<std::size_t>("--preset", options.preset, 0, factoryPresetCount - 1);
-    for (std::size_t i = 0; i < parameters().size(); ++i) {
-        const auto& parameter = parameters()[i];
-        auto text = options.values[i];
-        if (text.empty()) continue;
-        if (text == "true" || text == "false") text = text == "true" ? "on" : "off";
-        try {
-            job.settings.emplace_back(parameter.address, parseValue(parameter, text));
-        } catch (const Failure& failure) {
-            throw Failure(fmt::format("--{}: {}", parameter.option, failure.what()), 2);
-        }
-    }
+    job.settings = parseSettings(options.values);
     if (!options.block.empty())
         job.block = parseInteger("--block", options.block, 1U, Effect::maximumFrames);
     if (!options.rawRate.empty()) {

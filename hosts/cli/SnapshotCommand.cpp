@@ -146,17 +146,7 @@ Snapshot check(const Options& options) {
                 std::min(snapshot.size.width, snapshot.size.height) * snapshot.scale >= 1,
             fmt::format("the picture would have {} pixels a side; 1 to {} can be drawn", side,
                         maximumSide));
-    for (std::size_t i = 0; i < parameters().size(); ++i) {
-        const auto& parameter = parameters()[i];
-        auto text = options.values[i];
-        if (text.empty()) continue;
-        if (text == "true" || text == "false") text = text == "true" ? "on" : "off";
-        try {
-            snapshot.settings.emplace_back(parameter.address, parseValue(parameter, text));
-        } catch (const Failure& failure) {
-            throw Failure(fmt::format("--{}: {}", parameter.option, failure.what()), 2);
-        }
-    }
+    snapshot.settings = parseSettings(options.values);
     return snapshot;
 }
 
