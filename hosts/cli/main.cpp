@@ -2,11 +2,15 @@
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include <fmt/core.h>
 
 #include "hosts/cli/Command.h"
 #include "hosts/cli/OutputPlace.h"
+#include "hosts/cli/nearestName.h"
+#include "hosts/instance/product.h"
 #include "platform/foundation/Console.h"
 
 namespace {
@@ -16,6 +20,15 @@ void printHelp() {
     for (const auto& command : qov::cli::commands())
         fmt::print("  {:<12} {}\n", command.name, command.summary);
     fmt::print("\nkelvane COMMAND --help tells more of one of them.\n");
+}
+
+std::string unknownCommand(const std::string& name) {
+    std::vector<std::string_view> names;
+    for (const auto& command : qov::cli::commands()) names.push_back(command.name);
+    const auto nearest = qov::cli::nearestName(name, names);
+    const auto advice = nearest.empty() ? std::string("kelvane --help lists them")
+                                        : fmt::format("did you mean '{}'?", nearest);
+    return fmt::format("'{}' is not a command of kelvane; {}", name, advice);
 }
 
 }  // namespace
@@ -42,11 +55,13 @@ int main(int argc, char** argv) try {
         printHelp();
         return argc > 1 ? 0 : 2;
     }
+    if (name == "--version") {
+        fmt::print("kelvane {}\n", qov::hosts::product::version);
+        return 0;
+    }
     const auto commands = qov::cli::commands();
     const auto command = std::ranges::find(commands, name, &qov::cli::Command::name);
-    if (command == commands.end())
-        throw qov::cli::Failure(
-            fmt::format("'{}' is not a command of kelvane; kelvane --help lists them", name), 2);
+    if (command == commands.end()) throw qov::cli::Failure(unknownCommand(name), 2);
     return command->run(arguments);
 } catch (const qov::cli::Failure& failure) {
     std::fprintf(stderr, "kelvane: %s\n", failure.what());

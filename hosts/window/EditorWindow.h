@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "hosts/instance/product.h"
 #include "platform/coregraphics/CGGeometry.h"
 
 namespace platform {
@@ -30,7 +31,7 @@ class Instance;
 class EditorWindow {
  public:
     struct Options {
-        std::string title = "QOV Kelvane";
+        std::string title = product::name;
         std::uint64_t parent = 0;       // a foreign window to live in; 0 for none
         platform::CGFloat scale = 0;    // pixels a point; 0 for what the desktop says
         platform::CGSize size = kSize;  // points
