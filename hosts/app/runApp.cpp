@@ -28,6 +28,7 @@ using platform::RunLoop;
 
 constexpr double kUsualRate = 44100;        // frames a second
 constexpr double kExchangeInterval = 0.05;  // seconds: with each of the editor's ticks
+constexpr double kJackInterval = 2;         // seconds between two looks for a JACK server
 // Of a control's range.
 constexpr float kFineStep = 0.005F;
 constexpr float kCoarseStep = 0.05F;
@@ -84,6 +85,9 @@ class App {
  private:
     void openWindow();
     void startSound();
+    std::unique_ptr<SoundSource> openJackServer();
+    void goOnInSilence();
+    void lookForJack();
     void startOn(std::unique_ptr<SoundSource> source);
     bool handleKey(const platform::KeyStroke& stroke);
     void end(int exitCode);
@@ -95,6 +99,7 @@ class App {
     std::unique_ptr<hosts::EditorWindow> window_;
     std::unique_ptr<SoundLoop> sound_;
     std::unique_ptr<SoundSource> source_;
+    bool isOnJack_ = false;
     int exitCode_ = 0;
 };
 
@@ -172,28 +177,43 @@ bool App::handleKey(const platform::KeyStroke& stroke) {
 // Sound
 
 void App::startSound() {
-    std::unique_ptr<SoundSource> source;
-    if (options_.useJack) {
-        source = openJack(options_.jackServer, [this] {
-            loop_->submit([this] {
-                say("the JACK server has ended; the effect goes on in silence");
-                const double rate = source_->rate();
-                const bool wasPlaying = sound_->isPlaying();
-                source_.reset();
-                startOn(makeClock(rate));
-                sound_->setPlaying(wasPlaying);
-            });
-        });
-        if (!source) say("no JACK server answers; the effect runs in silence");
-    }
+    auto source = options_.useJack ? openJackServer() : nullptr;
+    isOnJack_ = source != nullptr;
+    if (options_.useJack && !isOnJack_) say("no JACK server answers; the effect runs in silence");
     if (!source) source = makeClock(options_.sound.rate > 0 ? options_.sound.rate : kUsualRate);
     startOn(std::move(source));
+    if (options_.useJack)
+        platform::Timer::scheduledTimer(kJackInterval, true,
+                                        [this](platform::Timer&) { lookForJack(); });
+}
+
+std::unique_ptr<SoundSource> App::openJackServer() {
+    return openJack(options_.jackServer, [this] { loop_->submit([this] { goOnInSilence(); }); });
+}
+
+void App::goOnInSilence() {
+    say("the JACK server has ended; the effect goes on in silence");
+    isOnJack_ = false;
+    const double rate = source_->rate();
+    source_.reset();
+    startOn(makeClock(rate));
+}
+
+void App::lookForJack() {
+    if (isOnJack_) return;
+    auto source = openJackServer();
+    if (!source) return;
+    isOnJack_ = true;
+    startOn(std::move(source));
+    say("a JACK server answers; the effect plays through it");
 }
 
 void App::startOn(std::unique_ptr<SoundSource> source) {
     source_ = std::move(source);
     const double rate = source_->rate();
+    const bool isPlaying = !sound_ || sound_->isPlaying();
     sound_ = std::make_unique<SoundLoop>(options_.sound.atRate(rate));
+    sound_->setPlaying(isPlaying);
     platform::NSError error;
     instance_->deactivate();
     if (!instance_->activate(rate, source_->longestBlock(), &error))

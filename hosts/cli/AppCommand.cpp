@@ -58,7 +58,8 @@ platform::CGSize parseSize(const std::string& text) {
 
 int runApp(const Arguments& arguments) {
     CLI::App cli(
-        "Opens the effect with its editor in a window, as a JACK client.\n"
+        "Opens the effect with its editor in a window, as a JACK client; while no JACK server "
+        "runs, in silence.\n"
         "Arrows turn the control under the mouse (coarsely with Shift), Space plays and pauses "
         "FILE, "
         "Esc ends.",
