@@ -1,0 +1,139 @@
+// The instance itself, without a format around it: what every adapter is measured against.
+
+#include <stdexcept>
+
+#include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
+#include "dsp/ParameterAddress.h"
+#include "editor/AudioUnitViewController.h"
+#include "hosts/instance/Instance.h"
+#include "hosts/instance/product.h"
+#include "hosts/window/EditorWindow.h"
+#include "platform/dispatch/RunLoop.h"
+#include "platform/foundation/NSError.h"
+#include "platform/uikit/NativeWindow.h"
+#include "platform/uikit/UIWindow.h"
+#include "tests/hosts/conformance/Plugin.h"
+
+namespace qov::test {
+namespace {
+
+using hosts::EditorWindow;
+using hosts::HostEvent;
+using hosts::Instance;
+
+std::unique_ptr<Instance> makeInstance() {
+    auto instance = Instance::create(nullptr, {}, std::make_shared<AudioUnitViewController>());
+    if (!instance) throw std::runtime_error("there is no audio unit to be had");
+    return instance;
+}
+
+class InstancePlugin : public Plugin {
+ public:
+    bool activate(double sampleRate, std::uint32_t longestBlock) override {
+        return instance_->activate(sampleRate, longestBlock, nullptr);
+    }
+    void deactivate() override { instance_->deactivate(); }
+    void reset() override { instance_->reset(); }
+
+    void prepare(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
+                 std::span<const HostEvent> events) override {
+        for (int channel = 0; channel < 2; ++channel) {
+            input_[channel] = input[channel];
+            output_[channel] = output[channel];
+        }
+        frames_ = frames;
+        events_.assign(events.begin(), events.end());
+    }
+    void run() override {
+        const float* const input[2] = {input_[0], input_[1]};
+        float* const output[2] = {output_[0], output_[1]};
+        instance_->process(input, output, frames_, events_);
+    }
+
+    std::uint32_t latency() override { return instance_->latency(); }
+    bool takeLatencyAnnouncement() override { return instance_->takeLatencyChange(); }
+
+    float value(std::uint64_t address) override { return instance_->value(address); }
+    void setValue(std::uint64_t address, float value) override {
+        instance_->setValue(address, value);
+    }
+    std::string valueText(std::uint64_t address, float value) override {
+        return instance_->valueText(address, value);
+    }
+    std::optional<float> parseValue(std::uint64_t address, const std::string& text) override {
+        return instance_->parseValue(address, text);
+    }
+    std::vector<hosts::EditExchange::Edit> takeEdits() override {
+        std::vector<hosts::EditExchange::Edit> edits;
+        instance_->edits().take([&](const auto& edit) { edits.push_back(edit); });
+        return edits;
+    }
+
+    std::string saveState() override { return instance_->saveState(); }
+    bool restoreState(std::string_view bytes) override { return instance_->restoreState(bytes); }
+
+    bool openEditor(std::uint64_t parent) override {
+        std::string error;
+        editor_ = EditorWindow::open(*instance_, {.parent = parent, .scale = 1}, &error);
+        if (editor_) editor_->native().show();
+        return editor_ != nullptr;
+    }
+    void closeEditor() override { editor_.reset(); }
+    std::pair<int, int> editorSize() override {
+        if (!editor_) return {};
+        const auto size = editor_->content().frame().size;
+        return {static_cast<int>(size.width), static_cast<int>(size.height)};
+    }
+    bool resizeEditor(int width, int height) override {
+        if (editor_)
+            editor_->native().setSize(
+                {static_cast<platform::CGFloat>(width), static_cast<platform::CGFloat>(height)});
+        return editor_ != nullptr;
+    }
+    void idle() override { instance_->pump(); }
+
+ private:
+    std::unique_ptr<Instance> instance_ = makeInstance();
+    std::unique_ptr<EditorWindow> editor_;  // goes first
+    const float* input_[2] = {};
+    float* output_[2] = {};
+    std::uint32_t frames_ = 0;
+    std::vector<HostEvent> events_;
+};
+
+class InstanceFormat : public Format {
+ public:
+    std::string name() const override { return "Instance"; }
+    Capabilities capabilities() const override { return {}; }
+
+    PluginDescription describe() override {
+        const auto instance = makeInstance();
+        PluginDescription description{.id = hosts::product::identifier,
+                                      .name = hosts::product::name,
+                                      .maker = hosts::product::maker,
+                                      .version = hosts::product::version,
+                                      .categories = {},
+                                      .presets = instance->factoryPresetNames(),
+                                      .parameters = {},
+                                      .inputs = 2,
+                                      .outputs = 2};
+        for (const auto& parameter : instance->audioUnit().parameterTree()->allParameters()) {
+            const auto address = parameter->address();
+            description.parameters.push_back(
+                {.address = address,
+                 .name = parameter->displayName(),
+                 .minimum = parameter->minValue(),
+                 .maximum = parameter->maxValue(),
+                 .initial = instance->value(address),
+                 .isSwitch = parameter->unit() == platform::kAudioUnitParameterUnit_Boolean,
+                 .isBypass = address == kBypass});
+        }
+        return description;
+    }
+    std::unique_ptr<Plugin> create() override { return std::make_unique<InstancePlugin>(); }
+};
+
+const bool registered = Format::add<InstanceFormat>();
+
+}  // namespace
+}  // namespace qov::test

@@ -1,0 +1,152 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "hosts/instance/EditExchange.h"
+#include "hosts/instance/HostEvent.h"
+
+namespace qov::test {
+
+/// A parameter as a format describes it. Values are those of the effect: 0..1, bypass 1 while
+/// bypassed, whatever the format makes of them.
+struct ParameterDescription {
+    std::uint64_t address = 0;
+    std::string name;
+    float minimum = 0, maximum = 1, initial = 0;
+    bool isSwitch = false;      // two steps
+    bool isBypass = false;      // known to the host as the plug-in's bypass
+    bool isAutomatable = true;  // may be written by automation
+};
+
+/// What a scan of the binary tells. Empty strings where the format has no place for it.
+struct PluginDescription {
+    std::string id, name, maker, version;
+    std::vector<std::string> categories;
+    std::vector<std::string> presets;
+    std::vector<ParameterDescription> parameters;
+    int inputs = 0, outputs = 0;  // audio channels
+};
+
+/// What a format has no means for is switched off by its driver.
+struct Capabilities {
+    bool midi = true;                  // controllers 10 and 11, on their frame
+    bool midiVolume = true;            // controller 7
+    bool valueTexts = true;            // the plug-in writes a value as text
+    bool parsesTexts = true;           // and reads one
+    bool emptyBlocks = true;           // a block of no frames is allowed
+    bool touches = true;               // edits have a begin and an end
+    bool announcesLatency = true;      // the plug-in tells of a change, is not only asked
+    bool restoresWhileRunning = true;  // a state may come while a block is processed
+    bool editor = true;
+};
+
+/// One instance as a host drives it through a format's C interface. What goes wrong in a way that
+/// the interface does not foresee is thrown as std::runtime_error.
+///
+/// Threads: prepare(), run() and process() belong to the audio thread (any one thread at a time),
+/// everything else to the main thread.
+class Plugin {
+ public:
+    Plugin() = default;
+    virtual ~Plugin() = default;  // in any state: active, editor open
+    Plugin(const Plugin&) = delete;
+    Plugin& operator=(const Plugin&) = delete;
+
+    // Sound
+
+    /// Makes ready to process, or says no. On an active plug-in: not called.
+    virtual bool activate(double sampleRate, std::uint32_t longestBlock) = 0;
+    virtual void deactivate() = 0;
+    /// The signal starts from silence; active only.
+    virtual void reset() = 0;
+
+    /// Hands the next block over: everything that is not the plug-in's own work, so it may
+    /// allocate. Pointers may be equal or crossed; events in any order. Values that setValue() left
+    /// for the audio thread go in here, before the events.
+    virtual void prepare(const float* const (&input)[2], float* const (&output)[2],
+                         std::uint32_t frames, std::span<const hosts::HostEvent> events) = 0;
+    /// Calls the plug-in with what was prepared and does next to nothing else (no allocation, no
+    /// lock): what is guarded and measured. May be repeated.
+    virtual void run() = 0;
+    void process(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
+                 std::span<const hosts::HostEvent> events) {
+        prepare(input, output, frames, events);
+        run();
+    }
+
+    virtual std::uint32_t latency() = 0;
+    /// True once after the plug-in has announced a change of its latency (in idle() or run()) and
+    /// the host has done what the format asks for then, a restart included.
+    virtual bool takeLatencyAnnouncement() = 0;
+
+    // Parameters
+
+    /// The plug-in's value, as the format tells it.
+    virtual float value(std::uint64_t address) = 0;
+    /// A change by the host; heard from the next block on at the latest. While inactive it counts
+    /// at once.
+    virtual void setValue(std::uint64_t address, float value) = 0;
+    virtual std::string valueText(std::uint64_t address, float value) = 0;
+    virtual std::optional<float> parseValue(std::uint64_t address, const std::string& text) = 0;
+    /// What the editor has told the host since the last call, in order.
+    virtual std::vector<hosts::EditExchange::Edit> takeEdits() = 0;
+
+    // State: the bytes that the plug-in puts into a project
+
+    virtual std::string saveState() = 0;
+    /// False when the plug-in refuses them.
+    virtual bool restoreState(std::string_view bytes) = 0;
+
+    // Editor
+
+    /// Embedded into an X11 window. False where it does not open.
+    virtual bool openEditor(std::uint64_t parent) = 0;
+    virtual void closeEditor() = 0;
+    /// In pixels; {0, 0} while there is none.
+    virtual std::pair<int, int> editorSize() = 0;
+    virtual bool resizeEditor(int width, int height) = 0;
+
+    /// One turn of the host's run loop: timers, descriptors, requests of the plug-in, editor idle.
+    /// Never waits.
+    virtual void idle() = 0;
+};
+
+/// A binary of one format. Every call of it may come from any one thread at a time.
+class Format {
+ public:
+    Format() = default;
+    virtual ~Format() = default;
+    Format(const Format&) = delete;
+    Format& operator=(const Format&) = delete;
+
+    /// One word, for the names of tests: "LV2".
+    virtual std::string name() const = 0;
+    virtual Capabilities capabilities() const = 0;
+    /// Scans as a host does: opens the binary, reads all there is about the plug-in without making
+    /// an instance (where the format allows it), closes the binary again.
+    virtual PluginDescription describe() = 0;
+    /// Opens the binary if need be, and makes an instance, not active. May be called on several
+    /// threads at a time.
+    virtual std::unique_ptr<Plugin> create() = 0;
+
+    /// All that are built in, in alphabetical order.
+    static const std::vector<std::unique_ptr<Format>>& all();
+    /// For a driver's source file: `const bool registered = Format::add<MyFormat>();`
+    template <class Driver>
+    static bool add() {
+        add(std::make_unique<Driver>());
+        return true;
+    }
+
+ private:
+    static void add(std::unique_ptr<Format> format);
+};
+
+}  // namespace qov::test

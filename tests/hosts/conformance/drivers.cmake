@@ -1,0 +1,15 @@
+# The formats' drivers, for the suite, the benchmarks and the fuzz targets: every <Format>Driver.cpp of this folder,
+# with the bundles that they open.
+include_guard(GLOBAL)
+file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/*.cpp)
+add_library(conformance_drivers OBJECT ${sources})
+target_compile_definitions(conformance_drivers PRIVATE KELVANE_PLUGINS="${CMAKE_BINARY_DIR}/plugins")
+target_link_libraries(conformance_drivers PUBLIC hosts_window ${CMAKE_DL_LIBS})
+if(TARGET clap_headers)
+    target_link_libraries(conformance_drivers PRIVATE clap_headers)
+endif()
+foreach(format lv2 clap vst3)
+    if(TARGET ${format}_bundle)
+        add_dependencies(conformance_drivers ${format}_bundle)
+    endif()
+endforeach()

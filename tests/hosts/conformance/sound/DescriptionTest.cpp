@@ -1,0 +1,59 @@
+#include <gtest/gtest.h>
+
+#include "audiounit/presets.h"
+#include "hosts/instance/product.h"
+#include "platform/foundation/Console.h"
+#include "tests/hosts/conformance/Plugin.h"
+
+namespace qov::test {
+namespace {
+
+class Description : public testing::TestWithParam<std::size_t> {
+ protected:
+    ~Description() override { platform::console::setSink(before_); }
+    Format& format() { return *Format::all()[GetParam()]; }
+
+    platform::console::Sink before_ = platform::console::setSink({});
+};
+
+TEST_P(Description, SaysTheNamesRangesAndDefaultsOfTheParameterTree) {
+    struct Row {
+        const char* name;
+        float initial;
+        bool isSwitch;
+    };
+    const Row rows[] = {{"Stereo Width", 0.5F, false}, {"Panorama", 0.5F, false},
+                        {"Phase Shift", 0, false},     {"Swap Channels", 0, true},
+                        {"Invert Channel", 0, true},   {"Recover Mono", 0, true},
+                        {"Test Mono", 0, true},        {"Bypass", 0, true}};
+    // Twice: a host scans again whenever it likes.
+    for (int scan = 0; scan < 2; ++scan) {
+        const auto description = format().describe();
+        EXPECT_EQ(description.name, hosts::product::name);
+        EXPECT_EQ(description.maker, hosts::product::maker);
+        EXPECT_EQ(description.version, hosts::product::version);
+        EXPECT_EQ(description.inputs, 2);
+        EXPECT_EQ(description.outputs, 2);
+        ASSERT_EQ(description.parameters.size(), std::size(rows));
+        for (std::size_t address = 0; address < std::size(rows); ++address) {
+            const auto& parameter = description.parameters[address];
+            SCOPED_TRACE(rows[address].name);
+            EXPECT_EQ(parameter.address, address);
+            EXPECT_EQ(parameter.name, rows[address].name);
+            EXPECT_EQ(parameter.minimum, 0);
+            EXPECT_EQ(parameter.maximum, 1);
+            EXPECT_EQ(parameter.initial, rows[address].initial);
+            EXPECT_EQ(parameter.isSwitch, rows[address].isSwitch);
+            EXPECT_EQ(parameter.isBypass, address == 7);
+            EXPECT_TRUE(parameter.isAutomatable);
+        }
+        for (std::size_t preset = 0; preset < description.presets.size(); ++preset)
+            EXPECT_EQ(description.presets[preset], presetNames[preset]);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, Description, testing::Range<std::size_t>(0, Format::all().size()),
+                         [](const auto& format) { return Format::all()[format.param]->name(); });
+
+}  // namespace
+}  // namespace qov::test
