@@ -32,7 +32,6 @@ constexpr double kJackInterval = 2;         // seconds between two looks for a J
 // Of a control's range.
 constexpr float kFineStep = 0.005F;
 constexpr float kCoarseStep = 0.05F;
-constexpr float kWheelStep = 0.01F;
 
 void say(const std::string& line) {
     fmt::print(stderr, "kelvane: {}\n", line);
@@ -141,11 +140,6 @@ void App::openWindow() {
         end(1);
     };
     native.onKey = [this](const platform::KeyStroke& stroke) { return handleKey(stroke); };
-    native.onWheel = [this](platform::CGPoint at, int steps) {
-        const auto control = window_->controlAt(at);
-        if (control) window_->nudge(*control, kWheelStep * static_cast<float>(steps));
-        return control.has_value();
-    };
 }
 
 bool App::handleKey(const platform::KeyStroke& stroke) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <bit>
@@ -27,6 +28,13 @@ class EditExchange {
     void change(std::uint64_t address, float value);
     void release(std::uint64_t address);
 
+    /// Whether something waits for take(). Any thread.
+    bool isWaiting() const {
+        return std::ranges::any_of(words_, [](const auto& word) {
+            return word.load(std::memory_order_relaxed) & (changed | touched | released);
+        });
+    }
+
     /// The host's side: one thread at a time, the audio thread too; waits for nothing. Calls
     /// report(edit) for what came since the last call. Values come inside a gesture; one without
     /// a touch is a gesture of its own.
@@ -36,9 +44,11 @@ class EditExchange {
             auto& word = words_[address];
             auto& isOpen = open_[address];
             const auto now = word.load(std::memory_order_relaxed);
-            if (!(now & (changed | touched)) && isOpen == ((now & touching) != 0)) continue;
+            if (!(now & (changed | touched | released)) && isOpen == ((now & touching) != 0))
+                continue;
 
-            const auto word0 = word.fetch_and(~(changed | touched), std::memory_order_acq_rel);
+            const auto word0 =
+                word.fetch_and(~(changed | touched | released), std::memory_order_acq_rel);
             const auto value = std::bit_cast<float>(static_cast<std::uint32_t>(word0));
             if (!isOpen && word0 & (changed | touched | touching)) {
                 report(Edit{Edit::Kind::begin, address, value});
@@ -58,6 +68,7 @@ class EditExchange {
         changed = std::uint64_t{1} << 32,   // since the last fetch
         touched = std::uint64_t{1} << 33,   // since the last fetch
         touching = std::uint64_t{1} << 34,  // at present
+        released = std::uint64_t{1} << 35,  // since the last fetch
     };
 
     std::array<std::atomic<std::uint64_t>, parameters> words_{};

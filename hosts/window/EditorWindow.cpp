@@ -20,7 +20,7 @@ using platform::UITouchPhase;
 
 namespace {
 
-constexpr platform::CGSize kSmallest{170, 110};  // points: a quarter of the panel
+constexpr float kWheelStep = 0.01F;  // of a control's range
 
 }  // namespace
 
@@ -54,10 +54,16 @@ std::unique_ptr<EditorWindow> EditorWindow::open(Instance& instance, const Optio
     window->native_ = platform::NativeWindow::open(content,
                                                    {.title = options.title,
                                                     .parent = options.parent,
+                                                    .transientFor = options.transientFor,
                                                     .scale = options.scale,
                                                     .minimumSize = kSmallest},
                                                    error);
     if (!window->native_) return nullptr;
+    window->native_->onWheel = [self = window.get()](platform::CGPoint at, int steps) {
+        const auto control = self->controlAt(at);
+        if (control) self->nudge(*control, kWheelStep * static_cast<float>(steps));
+        return control.has_value();
+    };
     return window;
 }
 

@@ -27,17 +27,21 @@ class Instance;
 /// operations, and goes before the instance does.
 ///
 /// It keeps what the panel expects of its host: the panel that is touched was the last one to draw
-/// in the process, and the host's automation hears of the beginning and the end of a touch.
+/// in the process, and the host's automation hears of the beginning and the end of a touch. The
+/// wheel turns the control under the mouse.
 class EditorWindow {
  public:
     struct Options {
         std::string title = product::name;
-        std::uint64_t parent = 0;       // a foreign window to live in; 0 for none
-        platform::CGFloat scale = 0;    // pixels a point; 0 for what the desktop says
-        platform::CGSize size = kSize;  // points
+        std::uint64_t parent = 0;        // a foreign window to live in; 0 for none
+        std::uint64_t transientFor = 0;  // or one to stay above; 0 for none
+        platform::CGFloat scale = 0;     // pixels a point; 0 for what the desktop says
+        platform::CGSize size = kSize;   // points
     };
     /// The panel's own size, in points.
     static constexpr platform::CGSize kSize{680, 440};
+    /// A quarter of it: less cannot be read.
+    static constexpr platform::CGSize kSmallest{170, 110};
 
     /// Not shown yet. The instance was made with an AudioUnitViewController as its factory. Null,
     /// with a line about why in *error, where there is no screen.

@@ -29,6 +29,8 @@ class NativeWindow {
         std::string title;
         /// A foreign window that it is to live in; 0 for a window of its own.
         std::uint64_t parent = 0;
+        /// A foreign window that a window of its own stays above; 0 for none.
+        std::uint64_t transientFor = 0;
         /// Pixels a point; 0 for what the desktop says.
         CGFloat scale = 0;
         /// Smallest size that the desktop lets the user choose, in points.
@@ -39,6 +41,10 @@ class NativeWindow {
     /// about why in *error, where there is no screen to show it on.
     static std::unique_ptr<NativeWindow> open(std::shared_ptr<UIWindow> content,
                                               const Options& options, std::string* error);
+
+    /// Pixels a point that the desktop asks for, for hosts that want to know a size before there
+    /// is a window. Nothing, with a line in *error as above, where there is no screen.
+    static std::optional<CGFloat> desktopScale(std::string* error);
 
     NativeWindow(const NativeWindow&) = delete;
     NativeWindow& operator=(const NativeWindow&) = delete;

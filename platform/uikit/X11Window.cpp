@@ -82,7 +82,7 @@ class Connections {
     XIOErrorHandler beforeIO_ = nullptr;
 };
 
-CGFloat desktopScale(Display* display) {
+CGFloat scaleOf(Display* display) {
     const char* text = XGetDefault(display, "Xft", "dpi");
     const double dpi = text ? std::strtod(text, nullptr) : kUsualDpi;
     // Quarters only: in between, no edge of the panel would fall on a pixel.
@@ -210,7 +210,7 @@ bool X11Window::create(const Options& options, std::string* error) {
     }
     visual_ = info.visual;
     depth_ = info.depth;
-    content_->setScale(options.scale > 0 ? options.scale : desktopScale(display_));
+    content_->setScale(options.scale > 0 ? options.scale : scaleOf(display_));
 
     const auto root = RootWindow(display_, screen);
     const auto parent = options.parent ? static_cast<::Window>(options.parent) : root;
@@ -241,6 +241,8 @@ bool X11Window::create(const Options& options, std::string* error) {
     hints.min_width = static_cast<int>(pixels(options.minimumSize.width));
     hints.min_height = static_cast<int>(pixels(options.minimumSize.height));
     XSetWMNormalHints(display_, window_, &hints);
+    if (options.transientFor)
+        XSetTransientForHint(display_, window_, static_cast<::Window>(options.transientFor));
     if (options.parent) {
         const std::array<long, 2> embedding{0, 1};  // protocol version, "wants to be mapped"
         XChangeProperty(display_, window_, atom("_XEMBED_INFO"), atom("_XEMBED_INFO"), 32,
@@ -468,19 +470,29 @@ void X11Window::put(const UIWindow::PixelRect& rect) {
     XDestroyImage(image);
 }
 
+Display* openDisplay(std::string* error) {
+    auto* display = XOpenDisplay(nullptr);
+    const char* name = std::getenv("DISPLAY");
+    if (!display && error)
+        *error = name && *name ? "no X server answers at the display '" + std::string(name) + "'"
+                               : "no X server: the environment variable DISPLAY is not set";
+    return display;
+}
+
 }  // namespace
+
+std::optional<CGFloat> NativeWindow::desktopScale(std::string* error) {
+    auto* display = openDisplay(error);
+    if (!display) return std::nullopt;
+    const auto scale = scaleOf(display);
+    XCloseDisplay(display);
+    return scale;
+}
 
 std::unique_ptr<NativeWindow> NativeWindow::open(std::shared_ptr<UIWindow> content,
                                                  const Options& options, std::string* error) {
-    auto* display = XOpenDisplay(nullptr);
-    if (!display) {
-        const char* name = std::getenv("DISPLAY");
-        if (error)
-            *error = name && *name
-                         ? "no X server answers at the display '" + std::string(name) + "'"
-                         : "no X server: the environment variable DISPLAY is not set";
-        return nullptr;
-    }
+    auto* display = openDisplay(error);
+    if (!display) return nullptr;
     auto window = std::make_unique<X11Window>(display, std::move(content));
     if (!window->create(options, error)) return nullptr;
     return window;
