@@ -1,0 +1,37 @@
+#pragma once
+
+#include <lv2/atom/forge.h>
+#include <lv2/urid/urid.h>
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+#include "hosts/lv2/MessageReader.h"
+#include "hosts/lv2/Urids.h"
+
+namespace qov::lv2 {
+
+/// Answers the questions of a block through the notify port: one about a parameter by patch:Set,
+/// one about all by patch:Put. Audio thread.
+class Answers {
+ public:
+    Answers(LV2_URID_Map& map, const Urids& urids);
+
+    /// More than a few in one block stay without an answer.
+    void ask(const Question& question);
+    /// Fills the port, as far as the host's memory reaches, whether something was asked or not.
+    /// `values` by address.
+    void write(const std::array<float, kParameters>& values, std::uint32_t frame,
+               LV2_Atom_Sequence& port);
+
+ private:
+    void writeOne(const Question& question, const std::array<float, kParameters>& values,
+                  std::uint32_t frame);
+
+    const Urids& urids_;
+    LV2_Atom_Forge forge_;
+    std::vector<Question> questions_;
+};
+
+}  // namespace qov::lv2

@@ -1,0 +1,54 @@
+#include "hosts/lv2/ControlPorts.h"
+
+#include <utility>
+
+namespace qov::lv2 {
+
+bool ControlPorts::isNew(std::uint64_t address, float value, std::uint32_t frames) {
+    const std::uint64_t bits = std::bit_cast<std::uint32_t>(value);
+    auto hand = hands_[address].load(std::memory_order_acquire);
+    const bool hasChanged = heard_[address].load(std::memory_order_relaxed) != bits;
+    if (hasChanged) heard_[address].store(bits, std::memory_order_relaxed);
+    overruled_[address] |= hasChanged;
+    if (!hand) return std::exchange(overruled_[address], false);
+
+    if (hand & held)
+        waited_[address] = 0;
+    else
+        waited_[address] += frames;
+    const bool isEcho = bits == static_cast<std::uint32_t>(hand);
+    if (hand & held || (!isEcho && waited_[address] < patience_)) return false;
+    // If it fails, a hand has come back.
+    if (!hands_[address].compare_exchange_strong(hand, 0)) return false;
+    return std::exchange(overruled_[address], false) && !isEcho;
+}
+
+void ControlPorts::hold(std::uint64_t address) {
+    hands_[address].fetch_or(held, std::memory_order_acq_rel);
+}
+
+void ControlPorts::wrote(std::uint64_t address, float port) {
+    const auto hand = hands_[address].load(std::memory_order_relaxed) & held;
+    hands_[address].store(hand | written | std::bit_cast<std::uint32_t>(port),
+                          std::memory_order_release);
+}
+
+void ControlPorts::release(std::uint64_t address) {
+    hands_[address].fetch_and(~std::uint64_t{held}, std::memory_order_acq_rel);
+}
+
+ControlPorts::Values ControlPorts::heard() const {
+    Values values;
+    for (std::size_t address = 0; address < values.size(); ++address)
+        if (const auto bits = heard_[address].load(std::memory_order_relaxed); bits != unheard)
+            values[address] = std::bit_cast<float>(static_cast<std::uint32_t>(bits));
+    return values;
+}
+
+void ControlPorts::setHeard(const Values& values) {
+    for (std::size_t address = 0; address < values.size(); ++address)
+        heard_[address] =
+            values[address] ? std::bit_cast<std::uint32_t>(*values[address]) : unheard;
+}
+
+}  // namespace qov::lv2

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <bit>
+#include <cstdint>
+#include <optional>
+
+#include "hosts/lv2/Ports.h"
+
+namespace qov::lv2 {
+
+/// What the host's control ports mean to the effect. A port speaks when its value changes; while it
+/// stands still, whatever else set the parameter (a message, a saved state, the editor) holds.
+///
+/// The editor's changes are in effect at once and come back through the port a while later, one by
+/// one. So a person's hand has precedence: as long as it holds a parameter, and until the host has
+/// echoed the last value (a quarter of a second at most), the port is not obeyed.
+class ControlPorts {
+ public:
+    using Values = std::array<std::optional<float>, kParameters>;
+
+    explicit ControlPorts(double sampleRate)
+        : patience_(static_cast<std::int64_t>(sampleRate / 4)) {}
+
+    // Audio thread
+
+    void connect(std::uint64_t address, const float* port) { ports_[address] = port; }
+
+    /// Calls report(address, value of the parameter) for each port that has something new to say.
+    /// `frames` is the length of the block that begins.
+    template <class Report>
+    void take(std::uint32_t frames, Report&& report) {
+        for (std::uint64_t address = 0; address < kParameters; ++address)
+            if (ports_[address] && isNew(address, *ports_[address], frames))
+                report(address, parameterOfPort(address, *ports_[address]));
+    }
+
+    // The editor's thread
+
+    void hold(std::uint64_t address);
+    /// The port's value, as it was written to the host.
+    void wrote(std::uint64_t address, float port);
+    void release(std::uint64_t address);
+
+    // Saving, on any thread; restoring, while nothing is processed
+
+    /// The ports' values that the effect has heard; nothing of a port that was not heard yet.
+    Values heard() const;
+    /// Continues from there: a port that still has this value keeps silent, one that was not heard
+    /// speaks.
+    void setHeard(const Values& values);
+
+ private:
+    // Of a parameter; the written value's bits below.
+    enum : std::uint64_t {
+        held = std::uint64_t{1} << 32,     // by a person
+        written = std::uint64_t{1} << 33,  // and the host has not echoed the value yet
+    };
+    static constexpr std::uint64_t unheard = ~std::uint64_t{0};
+
+    bool isNew(std::uint64_t address, float value, std::uint32_t frames);
+
+    const std::int64_t patience_;  // frames
+    std::array<const float*, kParameters> ports_{};
+    std::array<std::atomic<std::uint64_t>, kParameters> heard_{unheard, unheard, unheard, unheard,
+                                                               unheard, unheard, unheard, unheard};
+    std::array<std::atomic<std::uint64_t>, kParameters> hands_{};
+    std::array<std::int64_t, kParameters> waited_{};  // frames since the hand has gone
+    std::array<bool, kParameters> overruled_{};       // the port spoke meanwhile
+};
+
+}  // namespace qov::lv2

@@ -1,0 +1,202 @@
+#include "hosts/lv2/Plugin.h"
+
+#include <lv2/buf-size/buf-size.h>
+#include <lv2/options/options.h>
+
+#include <algorithm>
+#include <cmath>
+#include <mutex>
+#include <set>
+#include <utility>
+
+#include "editor/AudioUnitViewController.h"
+#include "hosts/lv2/Editor.h"
+#include "hosts/lv2/SavedPorts.h"
+#include "hosts/lv2/features.h"
+#include "platform/foundation/NSError.h"
+
+namespace qov::lv2 {
+
+using hosts::HostEvent;
+using hosts::Instance;
+
+namespace {
+
+constexpr std::size_t kEventsAtOnce = 1024;  // more are rendered in pieces
+constexpr std::uint32_t kUsualLongestBlock = 8192;
+
+/// All plug-ins that live: an editor is given its plug-in as a bare address.
+class Living {
+ public:
+    static Living& shared() {
+        static auto& living = *new Living;
+        return living;
+    }
+    void add(Plugin* plugin) {
+        const std::lock_guard lock(mutex_);
+        plugins_.insert(plugin);
+    }
+    void remove(Plugin* plugin) {
+        const std::lock_guard lock(mutex_);
+        plugins_.erase(plugin);
+    }
+    Plugin* find(const void* handle) {
+        const std::lock_guard lock(mutex_);
+        const auto found = plugins_.find(handle);
+        return found == plugins_.end() ? nullptr : *found;
+    }
+
+ private:
+    std::mutex mutex_;
+    std::set<Plugin*, std::less<>> plugins_;
+};
+
+}  // namespace
+
+std::unique_ptr<Plugin> Plugin::create(double sampleRate, const LV2_Feature* const* features,
+                                       std::string* error) {
+    if (!(sampleRate > 0) || !std::isfinite(sampleRate)) {
+        *error = "the host's sample rate is " + std::to_string(sampleRate);
+        return nullptr;
+    }
+    auto* const map = feature<LV2_URID_Map>(features, LV2_URID__map);
+    const auto longest = option<std::int32_t>(features, LV2_BUF_SIZE__maxBlockLength);
+    platform::NSError reason;
+    auto instance = Instance::create(&reason, {}, std::make_shared<AudioUnitViewController>());
+    if (!instance) {
+        *error = "the effect cannot be made: " + reason.localizedDescription();
+        return nullptr;
+    }
+    const auto longestBlock =
+        longest && *longest > 0 ? static_cast<std::uint32_t>(*longest) : kUsualLongestBlock;
+    return std::unique_ptr<Plugin>(new Plugin(sampleRate, longestBlock, std::move(instance), map));
+}
+
+Plugin::Plugin(double sampleRate, std::uint32_t longestBlock, std::unique_ptr<Instance> instance,
+               LV2_URID_Map* map)
+    : sampleRate_(sampleRate),
+      longestBlock_(longestBlock),
+      instance_(std::move(instance)),
+      controls_(sampleRate) {
+    if (map) {
+        urids_.emplace(*map, *instance_->audioUnit().parameterTree());
+        answers_.emplace(*map, *urids_);
+    }
+    events_.reserve(kEventsAtOnce);
+    Living::shared().add(this);
+}
+
+Plugin::~Plugin() {
+    Living::shared().remove(this);
+    if (editor_) editor_->losePlugin();
+}
+
+Plugin* Plugin::find(const void* handle) {
+    return Living::shared().find(handle);
+}
+
+// Sound
+
+void Plugin::connect(std::uint32_t port, void* memory) {
+    auto* const floats = static_cast<float*>(memory);
+    switch (port) {
+        case kInLeft:
+        case kInRight:
+            in_[port - kInLeft] = floats;
+            break;
+        case kOutLeft:
+        case kOutRight:
+            out_[port - kOutLeft] = floats;
+            break;
+        case kLatency:
+            latency_ = floats;
+            break;
+        case kEvents:
+            messages_ = static_cast<const LV2_Atom_Sequence*>(memory);
+            break;
+        case kNotify:
+            notify_ = static_cast<LV2_Atom_Sequence*>(memory);
+            break;
+        default:
+            if (port >= kFirstControl && port < kLatency)
+                controls_.connect(port - kFirstControl, floats);
+    }
+}
+
+void Plugin::activate() {
+    platform::NSError error;
+    instance_->activate(sampleRate_, longestBlock_, &error);
+}
+
+void Plugin::run(std::uint32_t frames) {
+    frames_ = frames;
+    done_ = 0;
+    controls_.take(frames, [this](std::uint64_t address, float value) {
+        receive(HostEvent::parameter(0, address, value));
+    });
+    if (urids_ && messages_) MessageReader(*urids_).read(*messages_, *this);
+    render(frames);
+    if (answers_ && notify_) answer();
+    if (latency_) *latency_ = static_cast<float>(instance_->latency());
+}
+
+void Plugin::receive(const HostEvent& event) {
+    // A cut at an event is one that the event makes anyway.
+    if (events_.size() == kEventsAtOnce) render(std::min(event.frame, frames_));
+    events_.push_back(event);
+    events_.back().frame = std::max(event.frame, done_) - done_;
+}
+
+void Plugin::receive(const Question& question) {
+    answers_->ask(question);
+}
+
+/// From where the block is to that frame.
+void Plugin::render(std::uint32_t end) {
+    const auto begin = std::exchange(done_, std::max(end, done_));
+    const float* const in[2] = {in_[0] ? in_[0] + begin : nullptr,
+                                in_[1] ? in_[1] + begin : nullptr};
+    float* const out[2] = {out_[0] ? out_[0] + begin : nullptr,
+                           out_[1] ? out_[1] + begin : nullptr};
+    instance_->process(in, out, done_ - begin, events_);
+    events_.clear();
+}
+
+void Plugin::answer() {
+    std::array<float, kParameters> values{};
+    for (std::uint64_t address = 0; address < kParameters; ++address)
+        values[address] = instance_->value(address);
+    answers_->write(values, frames_ ? frames_ - 1 : 0, *notify_);
+}
+
+// State
+
+LV2_State_Status Plugin::save(LV2_State_Store_Function store, LV2_State_Handle handle) const {
+    if (!urids_) return LV2_STATE_ERR_NO_FEATURE;
+    const auto put = [&](LV2_URID key, const std::string& text) {
+        return store(handle, key, text.c_str(), text.size() + 1, urids_->atomString,
+                     LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE);
+    };
+    const auto status = put(urids_->state, instance_->saveState());
+    return status == LV2_STATE_SUCCESS ? put(urids_->heardPorts, encodePorts(controls_.heard()))
+                                       : status;
+}
+
+LV2_State_Status Plugin::restore(LV2_State_Retrieve_Function retrieve, LV2_State_Handle handle) {
+    if (!urids_) return LV2_STATE_ERR_NO_FEATURE;
+    const auto get = [&](LV2_URID key) -> std::optional<std::string_view> {
+        std::size_t size = 0;
+        std::uint32_t type = 0, flags = 0;
+        const void* value = retrieve(handle, key, &size, &type, &flags);
+        if (!value || type != urids_->atomString) return std::nullopt;
+        const std::string_view text(static_cast<const char*>(value), size);
+        return text.substr(0, text.find('\0'));
+    };
+    const auto state = get(urids_->state);
+    if (state && !instance_->restoreState(*state)) return LV2_STATE_ERR_UNKNOWN;
+    const auto ports = state ? get(urids_->heardPorts) : std::nullopt;
+    controls_.setHeard(ports ? decodePorts(*ports) : ControlPorts::Values{});
+    return LV2_STATE_SUCCESS;
+}
+
+}  // namespace qov::lv2

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <lv2/atom/atom.h>
+#include <lv2/core/lv2.h>
+#include <lv2/state/state.h>
+#include <lv2/urid/urid.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "hosts/instance/Instance.h"
+#include "hosts/lv2/Answers.h"
+#include "hosts/lv2/ControlPorts.h"
+#include "hosts/lv2/MessageReader.h"
+#include "hosts/lv2/Urids.h"
+
+namespace qov::lv2 {
+
+class Editor;
+
+/// The effect as an LV2 host sees it. Threads are LV2's: run() belongs to the audio thread, the
+/// editor's functions to the editor's, save() to any; all else while nothing is processed.
+///
+/// Without urid:map the effect runs, but hears no messages and has no state.
+///
+/// State. A host saves the control ports itself; the effect saves what it does (Instance's state),
+/// which a message may have set past the ports, and what the ports said at that time. Restored, the
+/// effect does the same again, and only a port that says something else than it did then is obeyed.
+/// A state without the effect's own part (a preset made of ports alone) makes every port speak.
+class Plugin final : private MessageReader::Receiver {
+ public:
+    /// Null, with a line about why in *error.
+    static std::unique_ptr<Plugin> create(double sampleRate, const LV2_Feature* const* features,
+                                          std::string* error);
+    /// The plug-in that a host means by a handle; null if it is none of ours that lives.
+    static Plugin* find(const void* handle);
+    /// An editor that is still open loses its plug-in, and shows nothing from then on.
+    ~Plugin();
+    Plugin(const Plugin&) = delete;
+    Plugin& operator=(const Plugin&) = delete;
+
+    void connect(std::uint32_t port, void* memory);
+    void activate();
+    void run(std::uint32_t frames);
+    void deactivate() { instance_->deactivate(); }
+
+    LV2_State_Status save(LV2_State_Store_Function store, LV2_State_Handle handle) const;
+    LV2_State_Status restore(LV2_State_Retrieve_Function retrieve, LV2_State_Handle handle);
+
+    // For the editor
+
+    hosts::Instance& instance() { return *instance_; }
+    ControlPorts& controls() { return controls_; }
+    Editor* editor() const { return editor_; }
+    void setEditor(Editor* editor) { editor_ = editor; }
+
+ private:
+    Plugin(double sampleRate, std::uint32_t longestBlock, std::unique_ptr<hosts::Instance> instance,
+           LV2_URID_Map* map);
+    void receive(const hosts::HostEvent& event) override;
+    void receive(const Question& question) override;
+    void render(std::uint32_t end);
+    void answer();
+
+    const double sampleRate_;
+    const std::uint32_t longestBlock_;
+    const std::unique_ptr<hosts::Instance> instance_;
+    std::optional<Urids> urids_;  // nothing without urid:map
+    std::optional<Answers> answers_;
+
+    const float* in_[2] = {};
+    float* out_[2] = {};
+    float* latency_ = nullptr;
+    const LV2_Atom_Sequence* messages_ = nullptr;
+    LV2_Atom_Sequence* notify_ = nullptr;
+    ControlPorts controls_;
+
+    // Of the present block
+    std::uint32_t frames_ = 0;
+    std::uint32_t done_ = 0;                // frames rendered
+    std::vector<hosts::HostEvent> events_;  // from there on
+
+    Editor* editor_ = nullptr;
+};
+
+}  // namespace qov::lv2

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "dsp/ParameterAddress.h"
+
+namespace qov::lv2 {
+
+/// The ports by their index. Those of the parameters stand in the order of their addresses.
+enum Port : std::uint32_t {
+    kInLeft,
+    kInRight,
+    kOutLeft,
+    kOutRight,
+    kFirstControl,
+    kLatency = kFirstControl + 8,
+    kEvents,  // MIDI and patch messages
+    kNotify,  // answers to patch:Get
+    kPortCount,
+};
+
+inline constexpr std::uint32_t kParameters = 8;
+
+/// Bytes that a host should have for an answer on kNotify.
+inline constexpr std::uint32_t kNotifyBytes = 1024;
+
+/// What a control port says of its parameter, and back. Switches are on above 0, as the format has
+/// it; the bypass's port has the opposite sense (lv2:enabled). What is no number stays none.
+inline float parameterOfPort(std::uint64_t address, float port) {
+    if (address < kSwapChannels || port != port) return port;
+    const bool on = port > 0;
+    return on != (address == kBypass) ? 1.0f : 0.0f;
+}
+inline float portOfParameter(std::uint64_t address, float value) {
+    return address == kBypass ? (value > 0.5f ? 0.0f : 1.0f) : value;
+}
+
+/// "kStereoWidth" becomes "stereo_width": the port's symbol, and the end of the property's URI.
+inline std::string symbolOf(std::string_view identifier) {
+    std::string symbol;
+    for (const char c : identifier.substr(1)) {
+        const bool isCapital = c >= 'A' && c <= 'Z';
+        if (isCapital && !symbol.empty()) symbol += '_';
+        symbol += isCapital ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return symbol;
+}
+
+}  // namespace qov::lv2

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "hosts/instance/product.h"
+#include "hosts/lv2/Ports.h"
+
+namespace qov::lv2 {
+
+// What the plug-in names, besides itself (product::uri).
+
+inline std::string ownUri(std::string_view fragment) {
+    return std::string(hosts::product::uri) + "#" + std::string(fragment);
+}
+
+/// A parameter as patch messages know it: in 0..1 and in the tree's sense, the bypass, too.
+inline std::string parameterUri(std::string_view identifier) {
+    return ownUri(symbolOf(identifier));
+}
+inline std::string presetUri(std::size_t number) {
+    return ownUri("preset" + std::to_string(number));
+}
+inline std::string editorUri() {
+    return ownUri("editor");
+}
+/// The keys of a saved state.
+inline std::string stateUri() {
+    return ownUri("state");
+}
+inline std::string heardPortsUri() {
+    return ownUri("heard_ports");
+}
+
+}  // namespace qov::lv2

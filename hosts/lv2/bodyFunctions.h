@@ -1,0 +1,10 @@
+#pragma once
+
+#include <lv2/core/lv2.h>
+#include <lv2/ui/ui.h>
+
+/// What the entry finds in the body.
+extern "C" {
+const LV2_Descriptor* kelvane_lv2_plugin();
+const LV2UI_Descriptor* kelvane_lv2_editor();
+}

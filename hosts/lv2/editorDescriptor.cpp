@@ -1,0 +1,78 @@
+#include <lv2/instance-access/instance-access.h>
+#include <lv2/ui/ui.h>
+
+#include <cstring>
+#include <string>
+
+#include "hosts/lv2/Editor.h"
+#include "hosts/lv2/Plugin.h"
+#include "hosts/lv2/Uris.h"
+#include "hosts/lv2/bodyFunctions.h"
+#include "hosts/lv2/features.h"
+#include "hosts/lv2/guarded.h"
+
+namespace qov::lv2 {
+namespace {
+
+Editor& editor(LV2UI_Handle handle) {
+    return *static_cast<Editor*>(handle);
+}
+
+/// As the format's interfaces have it: 0 says that all went well.
+int status(bool isWell) {
+    return isWell ? 0 : 1;
+}
+
+LV2UI_Handle instantiate(const LV2UI_Descriptor*, const char*, const char*,
+                         LV2UI_Write_Function write, LV2UI_Controller controller,
+                         LV2UI_Widget* widget, const LV2_Feature* const* features) {
+    auto* made = guarded<Editor>([&](std::string* error) -> std::unique_ptr<Editor> {
+        auto* plugin = Plugin::find(feature<void>(features, LV2_INSTANCE_ACCESS_URI));
+        if (!plugin) {
+            *error = "the editor needs a host that gives it the running instance";
+            return nullptr;
+        }
+        const auto parent =
+            reinterpret_cast<std::uintptr_t>(feature<void>(features, LV2_UI__parent));
+        return Editor::open(*plugin,
+                            {.write = write,
+                             .controller = controller,
+                             .touch = feature<const LV2UI_Touch>(features, LV2_UI__touch),
+                             .resize = feature<const LV2UI_Resize>(features, LV2_UI__resize),
+                             .parent = parent,
+                             .scale = option<float>(features, LV2_UI__scaleFactor).value_or(0),
+                             .title = textOption(features, LV2_UI__windowTitle)},
+                            error);
+    });
+    if (made) *widget = reinterpret_cast<LV2UI_Widget>(static_cast<std::uintptr_t>(made->handle()));
+    return made;
+}
+
+const void* extensionData(const char* uri) {
+    static const LV2UI_Idle_Interface idle{
+        [](LV2UI_Handle handle) { return status(editor(handle).idle()); }};
+    static const LV2UI_Show_Interface show{
+        [](LV2UI_Handle handle) { return status(editor(handle).show()); },
+        [](LV2UI_Handle handle) { return status(editor(handle).hide()); }};
+    static const LV2UI_Resize resize{nullptr,
+                                     [](LV2UI_Feature_Handle handle, int width, int height) {
+                                         return status(editor(handle).setSize(width, height));
+                                     }};
+    if (std::strcmp(uri, LV2_UI__idleInterface) == 0) return &idle;
+    if (std::strcmp(uri, LV2_UI__showInterface) == 0) return &show;
+    if (std::strcmp(uri, LV2_UI__resize) == 0) return &resize;
+    return nullptr;
+}
+
+}  // namespace
+}  // namespace qov::lv2
+
+[[gnu::visibility("default")]] const LV2UI_Descriptor* kelvane_lv2_editor() {
+    using namespace qov::lv2;
+    static const std::string uri = editorUri();
+    static const LV2UI_Descriptor descriptor{
+        uri.c_str(), instantiate,   [](LV2UI_Handle handle) { delete &editor(handle); },
+        nullptr,     extensionData,
+    };
+    return &descriptor;
+}

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <string>
+
+namespace qov::lv2 {
+
+/// What make(&error) makes, given to the host; null, with one line on standard error, where it
+/// makes nothing. No exception gets out.
+template <class Made, class Make>
+Made* guarded(const Make& make) {
+    std::string error;
+    try {
+        if (std::unique_ptr<Made> made = make(&error)) return made.release();
+    } catch (const std::exception& exception) {
+        error = exception.what();
+    }
+    std::fprintf(stderr, "kelvane: %s\n", error.c_str());
+    return nullptr;
+}
+
+}  // namespace qov::lv2
