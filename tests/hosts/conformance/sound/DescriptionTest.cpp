@@ -1,20 +1,11 @@
-#include <gtest/gtest.h>
-
 #include "audiounit/presets.h"
 #include "hosts/instance/product.h"
-#include "platform/foundation/Console.h"
-#include "tests/hosts/conformance/Plugin.h"
+#include "tests/hosts/conformance/FormatTest.h"
 
 namespace qov::test {
 namespace {
 
-class Description : public testing::TestWithParam<std::size_t> {
- protected:
-    ~Description() override { platform::console::setSink(before_); }
-    Format& format() { return *Format::all()[GetParam()]; }
-
-    platform::console::Sink before_ = platform::console::setSink({});
-};
+class Description : public FormatTest {};
 
 TEST_P(Description, SaysTheNamesRangesAndDefaultsOfTheParameterTree) {
     struct Row {
@@ -52,8 +43,7 @@ TEST_P(Description, SaysTheNamesRangesAndDefaultsOfTheParameterTree) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Formats, Description, testing::Range<std::size_t>(0, Format::all().size()),
-                         [](const auto& format) { return Format::all()[format.param]->name(); });
+QOV_EVERY_FORMAT(Description);
 
 }  // namespace
 }  // namespace qov::test
