@@ -70,9 +70,9 @@ endfunction()
 # Installs this folder's library and headers for others: find_package(kelvane), link kelvane::<name>, and
 # include by the same names as here. What it links must be installed, too.
 function(qov_install_library name)
-    install(TARGETS ${name} EXPORT kelvane-targets ARCHIVE DESTINATION lib/kelvane)
+    install(TARGETS ${name} EXPORT kelvane-targets ARCHIVE DESTINATION lib/kelvane COMPONENT toolkits)
     file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
-    install(DIRECTORY ./ DESTINATION include/kelvane/${folder} FILES_MATCHING PATTERN "*.h")
+    install(DIRECTORY ./ DESTINATION include/kelvane/${folder} COMPONENT toolkits FILES_MATCHING PATTERN "*.h")
 endfunction()
 
 # The tests of one folder, as the program test_<name>; each test case is one for ctest.
