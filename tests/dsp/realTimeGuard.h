@@ -4,9 +4,11 @@
 // mutexes of this program, and runs code where any system call is fatal. Include it in one source
 // of a test program only: it takes the C library's names over.
 
+#include <array>
 #include <cstddef>
 #include <cstdlib>
 #include <new>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -30,8 +32,12 @@
 namespace {
 thread_local bool counting = false;
 thread_local int counted = 0;
-[[maybe_unused]] void count() {
-    if (counting) ++counted;
+thread_local std::array<void*, 256> callers{};  // of the first ones
+[[maybe_unused]] void count(void* caller) {
+    if (!counting) return;
+    if (counted < static_cast<int>(callers.size()))
+        callers[static_cast<std::size_t>(counted)] = caller;
+    ++counted;
 }
 }  // namespace
 
@@ -45,26 +51,26 @@ void* __libc_memalign(std::size_t, std::size_t);
 void __libc_free(void*);
 
 void* malloc(std::size_t size) {
-    return count(), __libc_malloc(size);
+    return count(__builtin_return_address(0)), __libc_malloc(size);
 }
 void* calloc(std::size_t number, std::size_t size) {
-    return count(), __libc_calloc(number, size);
+    return count(__builtin_return_address(0)), __libc_calloc(number, size);
 }
 void* realloc(void* block, std::size_t size) {
-    return count(), __libc_realloc(block, size);
+    return count(__builtin_return_address(0)), __libc_realloc(block, size);
 }
 void* memalign(std::size_t align, std::size_t size) {
-    return count(), __libc_memalign(align, size);
+    return count(__builtin_return_address(0)), __libc_memalign(align, size);
 }
 void* aligned_alloc(std::size_t align, std::size_t size) {
-    return memalign(align, size);
+    return count(__builtin_return_address(0)), __libc_memalign(align, size);
 }
 void free(void* block) {
-    count();
+    count(__builtin_return_address(0));
     __libc_free(block);
 }
 int pthread_mutex_lock(pthread_mutex_t* mutex) {
-    count();
+    count(__builtin_return_address(0));
     static const auto original =
         reinterpret_cast<int (*)(pthread_mutex_t*)>(dlsym(RTLD_NEXT, "pthread_mutex_lock"));
     return original(mutex);
@@ -82,6 +88,16 @@ int countedCalls(Work&& work) {
     work();
     counting = false;
     return counted;
+}
+
+/// The object files (as they were opened) that made the calls counted last, the first 256 of them.
+inline std::set<std::string> countedObjects() {
+    std::set<std::string> objects;
+    for (int i = 0; i < counted && i < static_cast<int>(callers.size()); ++i) {
+        Dl_info info{};
+        if (dladdr(callers[static_cast<std::size_t>(i)], &info)) objects.insert(info.dli_fname);
+    }
+    return objects;
 }
 
 /// Runs `work` in a child process that any system call but its end kills. 0: it made none.

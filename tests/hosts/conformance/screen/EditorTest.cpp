@@ -1,0 +1,210 @@
+#include <poll.h>
+
+#include <chrono>
+#include <functional>
+#include <set>
+
+#include "dsp/ParameterAddress.h"
+#include "tests/hosts/conformance/FormatTest.h"
+#include "tests/hosts/conformance/guardBodies.h"
+#include "tests/hosts/window/Screen.h"
+
+namespace qov::test {
+namespace {
+
+using hosts::HostEvent;
+using Edit = hosts::EditExchange::Edit;
+
+constexpr int width = 680;
+constexpr int height = 440;
+
+class Editor : public FormatTest {
+ protected:
+    void SetUp() override {
+        if (!can().editor) GTEST_SKIP() << "this format shows none";
+    }
+
+    /// A host at work: the run loop turns and blocks of silence are processed.
+    static bool until(const std::vector<Plugin*>& plugins, const std::function<bool()>& condition) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(15);
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > end) return false;
+            poll(nullptr, 0, 5);
+            for (auto* plugin : plugins) turn(*plugin);
+        }
+        return true;
+    }
+    static void turn(Plugin& plugin, std::vector<HostEvent> events = {}) {
+        Stereo output;
+        processBlock(plugin, ramp(64), 0, 64, Layout::inPlace, events, output);
+        plugin.idle();
+    }
+    /// A switch of the panel and what is around it, where the editor's corner lies at (x, y).
+    static std::vector<std::uint32_t> look(int x, int y) {
+        std::vector<std::uint32_t> pixels;
+        for (int row = 70; row < 110; row += 4)
+            for (int column = 20; column < 140; column += 4)
+                pixels.push_back(Screen::pixel(x + column, y + row));
+        return pixels;
+    }
+    static bool isDrawn(int x = 0, int y = 0) {
+        const auto pixels = look(x, y);
+        return std::set(pixels.begin(), pixels.end()).size() > 2;
+    }
+
+    Screen screen_;
+    std::uint64_t parent_ = Screen::makeWindow(width, height);
+};
+
+TEST_P(Editor, OpensAndClosesInEveryOrderAndGoesWithThePluginAtAnyPoint) {
+    // Open and close among activate, process and deactivate, each as far as to any of its steps.
+    std::set<std::string> orders;
+    const std::function<void(std::string, std::string, std::string)> merge =
+        [&](const std::string& done, const std::string& editor, const std::string& sound) {
+            orders.insert(done);
+            if (!editor.empty()) merge(done + editor[0], editor.substr(1), sound);
+            if (!sound.empty()) merge(done + sound[0], editor, sound.substr(1));
+        };
+    merge("", "oc", "apd");
+    orders.insert({"ococaocpdoc", "oapdapd"});
+    for (const auto& order : orders) {
+        SCOPED_TRACE(order);
+        const auto plugin = create();
+        for (const char step : order) {
+            if (step == 'o') {
+                ASSERT_TRUE(plugin->openEditor(parent_));
+            }
+            if (step == 'c') plugin->closeEditor();
+            if (step == 'a') {
+                ASSERT_TRUE(plugin->activate(48000, 64));
+            }
+            if (step == 'd') plugin->deactivate();
+            if (step == 'p') turn(*plugin);
+            plugin->idle();
+        }
+    }
+    // After all that, one that shows and hears.
+    const auto plugin = createActive(48000, 64);
+    ASSERT_TRUE(plugin->openEditor(parent_));
+    EXPECT_TRUE(until({plugin.get()}, [] { return isDrawn(); }));
+    plugin->closeEditor();
+    EXPECT_TRUE(until({plugin.get()}, [] { return !isDrawn(); }));
+}
+
+TEST_P(Editor, OutlivesTheWindowItLivesIn) {
+    const auto plugin = createActive(48000, 64);
+    for (int round = 0; round < 2; ++round) {
+        const auto parent = Screen::makeWindow(width, height);
+        ASSERT_TRUE(plugin->openEditor(parent));
+        ASSERT_TRUE(until({plugin.get()}, [] { return isDrawn(); }));
+        Screen::destroy(parent);
+        for (int i = 0; i < 5; ++i) turn(*plugin, {HostEvent::parameter(0, kSwapChannels, 1)});
+        EXPECT_EQ(plugin->value(kSwapChannels), 1) << "the rest goes on";
+        plugin->closeEditor();
+    }
+    ASSERT_TRUE(plugin->openEditor(parent_));
+    EXPECT_TRUE(until({plugin.get()}, [] { return isDrawn(); }));
+}
+
+TEST_P(Editor, ItsDragIsAGestureForTheHostAndIsHeard) {
+    const auto plugin = createActive(48000, 64);
+    ASSERT_TRUE(plugin->openEditor(parent_));
+    ASSERT_TRUE(until({plugin.get()}, [] { return isDrawn(); }));
+    plugin->takeEdits();
+    std::vector<Edit> edits;
+    const auto heard = [&](auto condition) {
+        return until({plugin.get()}, [&] {
+            for (const auto& edit : plugin->takeEdits()) edits.push_back(edit);
+            return !edits.empty() && condition();
+        });
+    };
+    Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 365 mousemove 350 225");
+    // What waits for the host is handed over by the audio thread in some formats.
+    plugin->idle();
+    Stereo block = ramp(64);
+    plugin->prepare({block.left.data(), block.right.data()},
+                    {block.left.data(), block.right.data()}, 64, {});
+    EXPECT_EQ(countedCalls([&] { plugin->run(); }), 0) << testing::PrintToString(countedObjects());
+    // 150 points of 600 from the middle.
+    EXPECT_TRUE(heard([&] { return plugin->value(kStereoWidth) == 0.75F; }));
+    Screen::xdo("mouseup 1");
+    EXPECT_TRUE(heard([&] {
+        return edits.back().kind == (can().touches ? Edit::Kind::end : Edit::Kind::value);
+    }));
+    int values = 0;
+    for (std::size_t i = 0; i < edits.size(); ++i) {
+        EXPECT_EQ(edits[i].address, kStereoWidth);
+        if (edits[i].kind == Edit::Kind::value) ++values;
+        if (!can().touches) continue;
+        EXPECT_EQ(edits[i].kind == Edit::Kind::begin, i == 0);
+        EXPECT_EQ(edits[i].kind == Edit::Kind::end, i + 1 == edits.size());
+    }
+    EXPECT_GT(values, 0);
+    EXPECT_EQ(edits.back().value, 0.75F);
+
+    const auto signal = roughSignal(5000);
+    const auto reference = createReference(48000, 512);
+    reference->setValue(kStereoWidth, 0.75F);
+    for (auto* effect : {plugin.get(), reference.get()}) effect->reset();
+    EXPECT_EQ(difference(processAll(*plugin, signal, 64), processAll(*reference, signal, 64)), "");
+}
+
+TEST_P(Editor, ShowsAutomationInItsOwnWindowAlone) {
+    const auto one = createActive(48000, 64);
+    const auto two = createActive(48000, 64);
+    const auto beside = Screen::makeWindow(width, height);
+    Screen::move(beside, width + 20, 0);
+    const std::vector both{one.get(), two.get()};
+    ASSERT_TRUE(one->openEditor(parent_));
+    ASSERT_TRUE(two->openEditor(beside));
+    ASSERT_TRUE(until(both, [] { return isDrawn() && isDrawn(width + 20); }));
+    const auto off = look(0, 0);
+    const auto offBeside = look(width + 20, 0);
+    turn(*one, {HostEvent::parameter(5, kSwapChannels, 1)});
+    EXPECT_TRUE(until(both, [&] { return look(0, 0) != off; }));
+    EXPECT_EQ(look(width + 20, 0), offBeside);
+    EXPECT_EQ(two->value(kSwapChannels), 0);
+    EXPECT_TRUE(one->takeEdits().empty()) << "the host's own changes are no edits";
+    one->setValue(kSwapChannels, 0);
+    EXPECT_TRUE(until(both, [&] { return look(0, 0) == off; }));
+    // The switch in the other's window, which was not the last to draw.
+    Screen::xdo("mousemove " + std::to_string(width + 100) + " 90 click 1");
+    EXPECT_TRUE(until(both, [&] { return two->value(kSwapChannels) == 1; }));
+    EXPECT_EQ(one->value(kSwapChannels), 0);
+}
+
+TEST_P(Editor, TakesAnySizeAndGoesDuringADrag) {
+    const auto parent = Screen::makeWindow(1300, 900);
+    for (int round = 0; round < 2; ++round) {
+        const auto plugin = createActive(48000, 64);
+        ASSERT_TRUE(plugin->openEditor(parent));
+        ASSERT_TRUE(until({plugin.get()}, [] { return isDrawn(); }));
+        EXPECT_EQ(plugin->editorSize(), std::pair(width, height));
+        ASSERT_TRUE(plugin->resizeEditor(1020, 660));
+        EXPECT_TRUE(
+            until({plugin.get()}, [&] { return plugin->editorSize() == std::pair(1020, 660); }));
+        EXPECT_TRUE(until({plugin.get()}, [] { return Screen::pixel(1000, 600) != 0; }));
+        plugin->resizeEditor(1, 1);
+        turn(*plugin);
+        plugin->resizeEditor(width, height);
+        ASSERT_TRUE(until({plugin.get()}, [&] {
+            return plugin->editorSize() == std::pair(width, height) && isDrawn();
+        }));
+        Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 300");
+        ASSERT_TRUE(until({plugin.get()}, [&] { return plugin->value(kStereoWidth) > 0.5F; }));
+        if (round == 0) {
+            plugin->closeEditor();
+            std::vector<Edit> edits;
+            EXPECT_TRUE(until({plugin.get()}, [&] {
+                for (const auto& edit : plugin->takeEdits()) edits.push_back(edit);
+                return !edits.empty() && (!can().touches || edits.back().kind == Edit::Kind::end);
+            }));
+        }
+        Screen::xdo("mouseup 1");
+    }
+}
+
+QOV_EVERY_FORMAT(Editor);
+
+}  // namespace
+}  // namespace qov::test
