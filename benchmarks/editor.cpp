@@ -1,7 +1,8 @@
 // What one tick of the editor costs: the correlograph drawn anew and the window put together where
-// it changed, against the bare Cairo calls for the same shapes and surfaces in the same run. Ratios
-// are of the best of all repetitions, which alternate. The last line compares the polyline's
-// picture with the stroke's own and names the file that shows both and their difference.
+// it changed, against the bare Cairo calls for the same shapes and surfaces in the same run; and
+// the lines mode's stroke without the rest of the tick (strokeAlone). Ratios are of the best of all
+// repetitions, which alternate. The last line compares the polyline's picture with the stroke's own
+// and names the file that shows both and their difference.
 
 #include <algorithm>
 #include <chrono>
@@ -200,6 +201,37 @@ void idleTick(benchmark::State& state) {
     state.counters["cpu_at_20Hz_%"] = best * 20 * 100;
 }
 
+/// The lines alone, into a bitmap of the correlograph's size: ours against Cairo's stroke.
+void strokeAlone(benchmark::State& state, double scale) {
+    Editor editor("bezier", scale);
+    std::unique_ptr<platform::CGBitmapContext> canvas[2];
+    for (auto& c : canvas) {
+        const int side = static_cast<int>(260 * scale);
+        c = platform::makeBitmapContext(side, side, scale);
+        c->scaleBy(260 / 256.0, 260 / 256.0);
+        c->setStrokeColor({1, 0.737, 0.155, 1});
+        c->setLineWidth(0.5);
+    }
+    double best = 1e9, floor = 1e9;
+    unsigned seed = 0;
+    for (auto _ : state) {
+        editor.setSignal(++seed);
+        const Points points = editor.points();
+        for (auto& c : canvas) c->clearRect({0, 0, 256, 256});
+        const double start = seconds();
+        canvas[0]->strokePolyline(points, true);
+        const double between = seconds();
+        canvas[1]->CGContext::strokePolyline(points, true);
+        const double end = seconds();
+        best = std::min(best, between - start);
+        floor = std::min(floor, end - between);
+        state.SetIterationTime(between - start);
+    }
+    state.counters["lines_us"] = best * 1e6;
+    state.counters["stroke_us"] = floor * 1e6;
+    state.counters["ratio"] = best / floor;
+}
+
 /// Stroke, polyline and four times their difference, side by side.
 void showPolyline(const std::string& path) {
     std::vector<float> left(2048), right(2048);
@@ -255,6 +287,12 @@ int main(int argc, char** argv) {
                 ->UseManualTime()
                 ->Iterations(100)
                 ->Unit(benchmark::kMicrosecond);
+    for (const double scale : {1.0, 2.0})
+        benchmark::RegisterBenchmark(scale == 1 ? "strokeAlone/1x" : "strokeAlone/2x", strokeAlone,
+                                     scale)
+            ->UseManualTime()
+            ->Iterations(100)
+            ->Unit(benchmark::kMicrosecond);
     benchmark::RegisterBenchmark("idleTick", idleTick)
         ->UseManualTime()
         ->Iterations(200)

@@ -41,16 +41,15 @@ class Blend {
         for (std::uint32_t coverage = 0; coverage < 256; ++coverage)
             alone_[coverage] = over(0, coverage);
     }
-    void row(const std::uint8_t* coverage, int width, std::uint32_t* pixels) const {
-        for (int x = 0; x < width; ++x) {
-            if (x % 8 == 0) {  // most of a mask is empty
-                std::uint64_t eight = 1;
-                while (x + 8 <= width && (std::memcpy(&eight, coverage + x, 8), eight == 0)) x += 8;
-                if (x >= width) return;
+    void run(std::span<const std::uint8_t> coverage, std::uint32_t* pixels) const {
+        for (const std::uint8_t one : coverage) {
+            const std::uint32_t below = *pixels;
+            if (below == 0) {  // no branch on the coverage, which a line leaves to chance
+                *pixels = alone_[one];
+            } else if (one) {
+                *pixels = alone_[one] >> 24 == 255 ? alone_[one] : over(below, one);
             }
-            if (!coverage[x]) continue;
-            const std::uint32_t below = pixels[x], above = alone_[coverage[x]];
-            pixels[x] = below == 0 || above >> 24 == 255 ? above : over(below, coverage[x]);
+            ++pixels;
         }
     }
 
@@ -266,21 +265,15 @@ class CairoContext : public Base {
         line_.clear();
         for (const auto& point : points) {
             const CGPoint p = map.apply(point);
-            if (isFinite(p) && (line_.empty() || p != line_.back())) line_.push_back(p);
+            if (isFinite(p)) line_.push_back(p);
         }
-        if (closed && line_.size() > 1 && line_.front() == line_.back()) line_.pop_back();
         if (line_.size() < 2) return;
         const CGFloat limit = cairo_get_line_join(cairo_) == CAIRO_LINE_JOIN_MITER
                                   ? cairo_get_miter_limit(cairo_)
                                   : 0;
         // A miter reaches farther than half the line's width.
         if (!prepareMask(line_, width * (1 + limit))) return;
-        const std::size_t count = line_.size(), segments = closed ? count : count - 1;
-        for (std::size_t i = 0; i < segments; ++i)
-            mask_.uniteStrip(line_[i], line_[(i + 1) % count], width);
-        for (std::size_t i = closed ? 0 : 1; i < segments; ++i)
-            uniteJoin(line_[(i + count - 1) % count], line_[i], line_[(i + 1) % count], width / 2,
-                      limit);
+        mask_.setLine(line_, closed, width, limit);
         paintMask(state_.stroke, state_.stroke.alpha * state_.alpha);
     }
 
@@ -389,33 +382,18 @@ class CairoContext : public Base {
         paintMask(color, 1);
     }
 
-    /// The corner that two strips leave open on their outer side.
-    void uniteJoin(CGPoint before, CGPoint at, CGPoint after, CGFloat half, CGFloat limit) {
-        CGFloat ux = at.x - before.x, uy = at.y - before.y, vx = after.x - at.x,
-                vy = after.y - at.y;
-        const CGFloat l1 = std::sqrt(ux * ux + uy * uy), l2 = std::sqrt(vx * vx + vy * vy);
-        ux /= l1, uy /= l1, vx /= l2, vy /= l2;
-        const CGFloat turn = ux * vy - uy * vx, along = ux * vx + uy * vy;
-        if (std::abs(turn) < 1e-4 && along > 0) return;
-        const CGFloat side = turn > 0 ? half : -half;
-        const CGPoint a{at.x + side * uy, at.y - side * ux}, b{at.x + side * vy, at.y - side * vx};
-        if (2 <= limit * limit * (1 + along)) {
-            const CGFloat k = side / (1 + along);
-            uniteCorners({at, a, {at.x + k * (uy + vy), at.y - k * (ux + vx)}, b});
-        } else {
-            uniteCorners({at, a, b});
-        }
-    }
-    void uniteCorners(std::initializer_list<CGPoint> corners) {
-        mask_.uniteConvex({corners.begin(), corners.size()});
-    }
-
     void paintMask(const CGColor& color, CGFloat alpha) {
         cairo_new_path(cairo_);
         if (blendMask(color, alpha)) return;
-        const Surface mask(cairo_image_surface_create_for_data(mask_.coverage().data(),
-                                                               CAIRO_FORMAT_A8, mask_.width(),
-                                                               mask_.height(), mask_.stride()));
+        const Surface mask(
+            cairo_image_surface_create(CAIRO_FORMAT_A8, mask_.width(), mask_.height()));
+        unsigned char* bytes = cairo_image_surface_get_data(mask.surface);
+        if (!bytes) return;
+        const int stride = cairo_image_surface_get_stride(mask.surface);
+        mask_.take([&](int row, int column, std::span<const std::uint8_t> coverage) {
+            std::ranges::copy(coverage, bytes + std::ptrdiff_t{row} * stride + column);
+        });
+        cairo_surface_mark_dirty(mask.surface);
         cairo_save(cairo_);
         cairo_identity_matrix(cairo_);
         cairo_set_source_rgba(cairo_, color.red, color.green, color.blue, alpha);
@@ -438,15 +416,15 @@ class CairoContext : public Base {
         if (area.integral() != area || !all.contains(area)) return false;
 
         cairo_surface_flush(target);
-        const auto coverage = mask_.coverage();
         const int stride = cairo_image_surface_get_stride(target);
         unsigned char* pixels = cairo_image_surface_get_data(target) +
                                 static_cast<std::ptrdiff_t>(area.minY()) * stride +
                                 static_cast<std::ptrdiff_t>(area.minX()) * 4;
         const Blend blend(color, alpha);
-        for (int y = 0; y < mask_.height(); ++y)
-            blend.row(&coverage[static_cast<std::size_t>(y) * mask_.stride()], mask_.width(),
-                      reinterpret_cast<std::uint32_t*>(pixels + std::ptrdiff_t{y} * stride));
+        mask_.take([&](int row, int column, std::span<const std::uint8_t> coverage) {
+            auto* line = reinterpret_cast<std::uint32_t*>(pixels + std::ptrdiff_t{row} * stride);
+            blend.run(coverage, line + column);
+        });
         cairo_surface_mark_dirty(target);
         return true;
     }

@@ -1,6 +1,7 @@
 #include "platform/coregraphics/SampleMask.h"
 
 #include <array>
+#include <cmath>
 #include <memory>
 #include <numbers>
 
@@ -67,12 +68,14 @@ std::uint64_t lookUp(const Row& row, CGFloat distance) {
     return row[static_cast<int>(std::clamp(step, 0.0, CGFloat{distances}))];
 }
 
-int toFixedStep(CGFloat distance) {
-    return static_cast<int>(((distance + reach) * distanceScale + 0.5) * 65536);
+/// Numbers with 32 bits behind the point: they are added up along rows and columns.
+constexpr CGFloat fixedOne = 4294967296.0;
+std::int64_t fixed(CGFloat value) {
+    return static_cast<std::int64_t>(value * fixedOne);
 }
 
-std::uint64_t lookUpFixed(const Row& row, int step) {
-    return row[static_cast<std::size_t>(std::clamp(step >> 16, 0, distances))];
+std::uint64_t lookUpFixed(const Row& row, std::int64_t step) {
+    return row[static_cast<std::size_t>(std::clamp<std::int64_t>(step >> 32, 0, distances))];
 }
 
 /// In 0..255, rounded. Without a product, so that a compiler can count several words at once.
@@ -100,89 +103,156 @@ struct Span {
     int first, end;
 };
 
+/// Shortens a way to what lies within reach of fixed point. False where nothing does.
+bool clip(CGPoint& p, CGPoint& q) {
+    constexpr CGFloat farthest = 1e6;  // pixels
+    const auto size = [](CGPoint a) { return std::max(std::abs(a.x), std::abs(a.y)); };
+    if (size(p) <= farthest && size(q) <= farthest) return true;
+    // Seen from the nearer end, or the far one's size would swallow its place.
+    const bool turned = size(p) > size(q);
+    if (turned) std::swap(p, q);
+    const CGFloat from[]{p.x, p.y}, way[]{q.x - p.x, q.y - p.y};
+    CGFloat first = 0, last = 1;
+    for (int axis : {0, 1}) {
+        if (way[axis] == 0) {
+            if (std::abs(from[axis]) > farthest) return false;
+            continue;
+        }
+        const CGFloat a = (-farthest - from[axis]) / way[axis];
+        const CGFloat b = (farthest - from[axis]) / way[axis];
+        first = std::max(first, std::min(a, b));
+        last = std::min(last, std::max(a, b));
+    }
+    if (!(first <= last)) return false;
+    q = {p.x + way[0] * last, p.y + way[1] * last};
+    p = {p.x + way[0] * first, p.y + way[1] * first};
+    if (turned) std::swap(p, q);
+    return true;
+}
+
 }  // namespace
 
 void SampleMask::reset(int x, int y, int width, int height) {
-    x_ = x;
-    y_ = y;
+    strips_.clear();
     if (width != width_ || height != height_) {
         width_ = width;
         height_ = height;
-        stride_ = (width + 3) / 4 * 4;
-        samples_.assign(static_cast<std::size_t>(width) * height, 0);
-        coverage_.assign(static_cast<std::size_t>(stride_) * height, 0);
-    } else {
-        if (lastRow_ >= firstRow_)
-            std::fill(samples_.begin() + static_cast<std::ptrdiff_t>(firstRow_) * width_,
-                      samples_.begin() + static_cast<std::ptrdiff_t>(lastRow_ + 1) * width_, 0);
-        std::fill(coverage_.begin(), coverage_.end(), 0);
+        constexpr int bandWords = 32768;  // half of a small second-level cache
+        bandRows_ = std::clamp(bandWords / width, 8, std::max(8, height));
+        samples_.assign(static_cast<std::size_t>(width) * bandRows_, 0);
+        covered_.clear();
+        touched_.assign(static_cast<std::size_t>(height), 0);
+        // No smaller than a cache line of samples.
+        for (blockShift_ = 3; (width - 1) >> blockShift_ > 63;) ++blockShift_;
+    } else if (hasCovered_) {
+        take([](int, int, std::span<const std::uint8_t>) {});
     }
     hasCovered_ = false;
-    firstRow_ = height;
-    lastRow_ = -1;
+    x_ = x;
+    y_ = y;
 }
 
-void SampleMask::touchRows(int first, int last) {
-    firstRow_ = std::min(firstRow_, first);
-    lastRow_ = std::max(lastRow_, last);
+void SampleMask::setLine(std::span<const CGPoint> points, bool closed, CGFloat width,
+                         CGFloat miterLimit) {
+    constexpr CGFloat mostColumns = 1e7;  // that a step within reach crosses
+    closed_ = closed;
+    half_ = width / 2;
+    miterLimit_ = miterLimit;
+    strips_.clear();
+    for (std::size_t i = closed ? 0 : 1; i < points.size(); ++i) {
+        CGPoint p = points[(i + points.size() - 1) % points.size()], q = points[i];
+        if (!clip(p, q)) continue;
+        const CGFloat x0 = p.x - x_, y0 = p.y - y_, x1 = q.x - x_, y1 = q.y - y_;
+        const CGFloat dx = x1 - x0, dy = y1 - y0, length = std::sqrt(dx * dx + dy * dy);
+        if (!(length > 0)) continue;
+        const CGFloat ux = dx / length, uy = dy / length;
+        const CGFloat growX = half_ * std::abs(uy), growY = half_ * std::abs(ux);
+        const Span columns(std::min(x0, x1) - growX, std::max(x0, x1) + growX, width_);
+        const Span rows(std::min(y0, y1) - growY, std::max(y0, y1) + growY, height_);
+        // How far the strip's part in one row of pixels reaches from its middle there.
+        const bool isFlat = std::abs(uy) < 1e-6;
+        const CGFloat slope = isFlat ? 0 : ux / uy;
+        const CGFloat reachX =
+            isFlat ? std::abs(dx) + 1 : half_ / std::abs(uy) + std::abs(slope) / 2;
+        const CGFloat px = 0.5 - x0, py = rows.first + 0.5 - y0;
+        strips_.push_back(
+            {.from = {x0, y0},
+             .ux = ux,
+             .uy = uy,
+             .length = length,
+             .direction = directionOf(ux, uy),
+             .rows = {rows.first, rows.end},
+             .firstColumn = columns.first,
+             .endColumn = columns.end,
+             .most = static_cast<int>(std::min(2 * reachX, mostColumns)) + 2,
+             .begin = fixed(std::clamp(x0 + slope * py - reachX, -mostColumns, mostColumns)),
+             .near = fixed((ux * py - uy * px + half_ + reach) * distanceScale + 0.5),
+             .travelled = fixed(ux * px + uy * py),
+             .beginDown = fixed(std::clamp(slope, -mostColumns, mostColumns)),
+             .nearDown = fixed(ux * distanceScale),
+             .travelledDown = fixed(uy),
+             .nearAcross = fixed(-uy * distanceScale),
+             .travelledAcross = fixed(ux)});
+    }
 }
 
-void SampleMask::uniteStrip(CGPoint from, CGPoint to, CGFloat width) {
-    const CGFloat dx = to.x - from.x, dy = to.y - from.y, length = std::sqrt(dx * dx + dy * dy);
-    if (!(length > 0 && std::isfinite(length))) return;
-    const CGFloat ux = dx / length, uy = dy / length, half = width / 2;
-    const int direction = directionOf(ux, uy);
-    const Row& across = HalfPlanes::table().towards(direction + directions / 4);
-    const Row& along = HalfPlanes::table().towards(direction);
-    // Bounds of the strip, and of its part in one row of pixels.
-    const CGFloat x0 = from.x - x_, y0 = from.y - y_;
-    const CGFloat growX = half * std::abs(uy), growY = half * std::abs(ux);
-    const CGFloat left = std::min(x0, x0 + dx) - growX, right = std::max(x0, x0 + dx) + growX;
-    const Span rows(std::min(y0, y0 + dy) - growY, std::max(y0, y0 + dy) + growY, height_);
-    if (rows.first >= rows.end) return;
-    touchRows(rows.first, rows.end - 1);
-    const bool isFlat = std::abs(uy) < 1e-6;
-    const CGFloat slope = isFlat ? 0 : ux / uy;
-    const CGFloat reachX = isFlat ? right - left : half / std::abs(uy) + std::abs(slope) / 2;
+void SampleMask::drawLine(Rows band) {
+    bandFirst_ = band.first;
+    const CGFloat joinReach = half_ * std::max(1.0, miterLimit_) + 1;
+    for (std::size_t i = 0; i < strips_.size(); ++i) {
+        const Strip& strip = strips_[i];
+        drawStrip(strip, band);
+        if (strip.from.y < band.first - joinReach || strip.from.y > band.end + joinReach) continue;
+        if (i > 0 || closed_) drawJoin(i > 0 ? strips_[i - 1] : strips_.back(), strip, band);
+    }
+}
 
-    const CGFloat leftmost = std::clamp(left, 0.0, CGFloat(width_));
-    const CGFloat rightmost = std::clamp(right, -1.0, CGFloat(width_));
-    // Steps of the table in 16.16 fixed point: a row is some hundred pixels at most, the error of
-    // adding up stays far below a step.
-    const int toStep = static_cast<int>(uy * distanceScale * 65536);
-    const int apart = static_cast<int>(width * distanceScale * 65536);
+void SampleMask::drawStrip(const Strip& strip, Rows band) {
+    const int firstRow = std::max(strip.rows.first, band.first);
+    const int endRow = std::min(strip.rows.end, band.end);
+    if (firstRow >= endRow || strip.firstColumn >= strip.endColumn) return;
+    const Row& across = HalfPlanes::table().towards(strip.direction + directions / 4);
+    const Row& along = HalfPlanes::table().towards(strip.direction);
+    const std::int64_t apart = fixed(2 * half_ * distanceScale);
+    const std::int64_t afterStart = fixed(reach), beforeEnd = fixed(strip.length - reach);
+    const std::int64_t nearStep = strip.nearAcross, travelledStep = strip.travelledAcross;
+    const int down = firstRow - strip.rows.first;
+    std::int64_t begin = strip.begin + down * strip.beginDown;
+    std::int64_t nearRow = strip.near + down * strip.nearDown;
+    std::int64_t travelledRow = strip.travelled + down * strip.travelledDown;
 
-    for (int row = rows.first; row < rows.end; ++row) {
-        const CGFloat py = row + 0.5 - y0, middle = x0 + slope * py;
-        const int first =
-            static_cast<int>(std::min(std::max(leftmost, middle - reachX), CGFloat(width_)));
-        const int last = std::min(
-            static_cast<int>(std::max(-1.0, std::min(rightmost, middle + reachX))), width_ - 1);
-        if (first > last) continue;
-        const CGFloat px = first + 0.5 - x0;
-        int near = toFixedStep(ux * py - uy * px + half);
-        CGFloat travelled = ux * px + uy * py;
-        const CGFloat travelledLast = travelled + ux * (last - first);
-        std::uint64_t* const samples = &samples_[static_cast<std::size_t>(row) * width_];
-        if (std::min(travelled, travelledLast) >= reach &&
-            std::max(travelled, travelledLast) <= length - reach) {
-            for (int column = first; column <= last; ++column, near -= toStep)
+    for (int row = firstRow; row < endRow; ++row, begin += strip.beginDown,
+             nearRow += strip.nearDown, travelledRow += strip.travelledDown) {
+        const int at = static_cast<int>(begin >> 32);
+        const int first = std::max(at, strip.firstColumn);
+        const int end = std::min(at + strip.most, strip.endColumn);
+        if (first >= end) continue;
+        touch(row, first, end - 1);
+        std::uint64_t* const samples =
+            &samples_[static_cast<std::size_t>(row - band.first) * width_];
+        std::int64_t near = nearRow + first * nearStep;
+        std::int64_t travelled = travelledRow + first * travelledStep;
+        const std::int64_t last = travelled + (end - 1 - first) * travelledStep;
+        if (std::min(travelled, last) >= afterStart && std::max(travelled, last) <= beforeEnd) {
+            for (int column = first; column < end; ++column, near += nearStep)
                 samples[column] |= lookUpFixed(across, near) & ~lookUpFixed(across, near - apart);
             continue;
         }
-        for (int column = first; column <= last; ++column) {
+        for (int column = first; column < end; ++column) {
             std::uint64_t inside = lookUpFixed(across, near) & ~lookUpFixed(across, near - apart);
-            if (travelled < reach) inside &= lookUp(along, travelled);
-            if (travelled > length - reach) inside &= ~lookUp(along, travelled - length);
+            const CGFloat way = static_cast<CGFloat>(travelled) / fixedOne;
+            if (travelled < afterStart) inside &= lookUp(along, way);
+            if (travelled > beforeEnd) inside &= ~lookUp(along, way - strip.length);
             samples[column] |= inside;
-            near -= toStep;
-            travelled += ux;
+            near += nearStep;
+            travelled += travelledStep;
         }
     }
 }
 
 /// A convex shape as the half planes it lies in, around an origin that a copy is moved to.
 struct SampleMask::Shape {
+    Shape() = default;
     explicit Shape(std::span<const CGPoint> corners);
 
     struct Edge {
@@ -191,7 +261,7 @@ struct SampleMask::Shape {
     };
     std::array<Edge, 16> edges;
     std::size_t count = 0;  // 0: nothing to see
-    CGFloat left, top, right, bottom;
+    CGFloat left = 0, top = 0, right = 0, bottom = 0;
 };
 
 SampleMask::Shape::Shape(std::span<const CGPoint> corners)
@@ -219,14 +289,14 @@ SampleMask::Shape::Shape(std::span<const CGPoint> corners)
 }
 
 template <typename Visit>
-void SampleMask::visit(const Shape& shape, CGPoint at, Visit visit) {
+void SampleMask::visit(const Shape& shape, CGPoint at, Rows within, Visit visit) {
     if (shape.count == 0) return;
-    const CGFloat dx = at.x - x_, dy = at.y - y_;
-    const Span rows(shape.top + dy, shape.bottom + dy, height_);
-    const Span columns(shape.left + dx, shape.right + dx, width_);
-    for (int row = rows.first; row < rows.end; ++row) {
+    const Span rows(shape.top + at.y, shape.bottom + at.y, height_);
+    const Span columns(shape.left + at.x, shape.right + at.x, width_);
+    const int end = std::min(rows.end, within.end);
+    for (int row = std::max(rows.first, within.first); row < end; ++row) {
         for (int column = columns.first; column < columns.end; ++column) {
-            const CGFloat x = column + 0.5 - dx, y = row + 0.5 - dy;
+            const CGFloat x = column + 0.5 - at.x, y = row + 0.5 - at.y;
             std::uint64_t inside = ~std::uint64_t{0};
             for (std::size_t i = 0; i < shape.count && inside; ++i) {
                 const auto& edge = shape.edges[i];
@@ -237,17 +307,44 @@ void SampleMask::visit(const Shape& shape, CGPoint at, Visit visit) {
     }
 }
 
-void SampleMask::uniteConvex(std::span<const CGPoint> corners) {
-    // Around its first corner, where the numbers are small.
-    std::array<CGPoint, 16> shape;
-    const std::size_t count = std::min(corners.size(), shape.size());
-    for (std::size_t i = 0; i < count; ++i)
-        shape[i] = {corners[i].x - corners[0].x, corners[i].y - corners[0].y};
-    visit(Shape({shape.data(), count}), corners[0],
-          [this](int row, int column, std::uint64_t inside) {
-              touchRows(row, row);
-              samples_[static_cast<std::size_t>(row) * width_ + column] |= inside;
-          });
+/// The corner that two strips leave open on their outer side: what lies past the end of the one and
+/// before the start of the other, as far as the continued edges meet or, cut off, their ends.
+void SampleMask::drawJoin(const Strip& in, const Strip& out, Rows band) {
+    const CGFloat half = half_;
+    const CGFloat turn = in.ux * out.uy - in.uy * out.ux, along = in.ux * out.ux + in.uy * out.uy;
+    constexpr CGFloat leastArea = 1.0 / 128;  // half a sample
+    if (along > 0 && half * half * std::abs(turn) < leastArea * (1 + along)) return;
+    const int side = turn > 0 ? 1 : -1;
+    const CGPoint a{side * in.uy * half, -side * in.ux * half};
+    const CGPoint b{side * out.uy * half, -side * out.ux * half};
+    const auto& table = HalfPlanes::table();
+    Shape shape;
+    shape.edges[0] = {in.ux, in.uy, 0, &table.towards(in.direction)};
+    shape.edges[1] = {-out.ux, -out.uy, 0, &table.towards(out.direction + directions / 2)};
+    CGPoint tip = a;
+    if (2 <= miterLimit_ * miterLimit_ * (1 + along)) {
+        tip = {(a.x + b.x) / (1 + along), (a.y + b.y) / (1 + along)};
+        for (int edge : {0, 1}) {
+            const Strip& strip = edge ? out : in;
+            shape.edges[2 + edge] = {-side * strip.uy, side * strip.ux, half,
+                                     &table.towards(strip.direction + side * directions / 4)};
+        }
+        shape.count = 4;
+    } else {
+        const CGFloat dx = out.ux - in.ux, dy = out.uy - in.uy;
+        const CGFloat length = std::sqrt(dx * dx + dy * dy);
+        shape.edges[2] = {dx / length, dy / length, half * std::sqrt(std::max(0.0, 1 + along) / 2),
+                          &table.towards(directionOf(dx, dy))};
+        shape.count = 3;
+    }
+    shape.left = std::min({0.0, a.x, b.x, tip.x});
+    shape.right = std::max({0.0, a.x, b.x, tip.x});
+    shape.top = std::min({0.0, a.y, b.y, tip.y});
+    shape.bottom = std::max({0.0, a.y, b.y, tip.y});
+    visit(shape, out.from, band, [this, band](int row, int column, std::uint64_t inside) {
+        touch(row, column, column);
+        samples_[static_cast<std::size_t>(row - band.first) * width_ + column] |= inside;
+    });
 }
 
 void SampleMask::coverConvex(std::span<const CGPoint> corners, std::span<const CGPoint> places,
@@ -255,30 +352,37 @@ void SampleMask::coverConvex(std::span<const CGPoint> corners, std::span<const C
     const int strength = static_cast<int>(std::lrint(std::clamp(alpha, 0.0, 1.0) * 255));
     const Shape shape(corners);
     hasCovered_ = true;
+    covered_.resize(static_cast<std::size_t>(width_) * height_);
     for (const CGPoint place : places)
-        visit(shape, place, [this, strength](int row, int column, std::uint64_t inside) {
-            std::uint8_t& covered = coverage_[static_cast<std::size_t>(row) * stride_ + column];
-            covered =
-                static_cast<std::uint8_t>(over(covered, (countOf(inside) * strength + 127) / 255));
-        });
+        visit(shape, {place.x - x_, place.y - y_}, {0, height_},
+              [this, strength](int row, int column, std::uint64_t inside) {
+                  touch(row, column, column);
+                  std::uint8_t& covered = covered_[static_cast<std::size_t>(row) * width_ + column];
+                  covered = static_cast<std::uint8_t>(
+                      over(covered, (countOf(inside) * strength + 127) / 255));
+              });
 }
 
-std::span<std::uint8_t> SampleMask::coverage() {
-    for (int row = firstRow_; row <= lastRow_; ++row) {
-        const std::uint64_t* samples = &samples_[static_cast<std::size_t>(row) * width_];
-        std::uint8_t* covered = &coverage_[static_cast<std::size_t>(row) * stride_];
-        if (!hasCovered_) {
-            for (int column = 0; column < width_; ++column)
-                if (samples[column])
-                    covered[column] = static_cast<std::uint8_t>(countOf(samples[column]));
-            continue;
-        }
-        for (int column = 0; column < width_; ++column)
-            if (samples[column])
-                covered[column] =
-                    static_cast<std::uint8_t>(over(covered[column], countOf(samples[column])));
+std::span<const std::uint8_t> SampleMask::takeRun(int row, int first, int end) {
+    const auto size = static_cast<std::size_t>(end - first);
+    run_.resize(std::max(run_.size(), size));
+    std::uint8_t* const run = run_.data();
+    if (strips_.empty()) {
+        std::fill_n(run, size, 0);
+    } else {
+        std::uint64_t* const samples =
+            &samples_[static_cast<std::size_t>(row - bandFirst_) * width_ + first];
+        for (std::size_t i = 0; i < size; ++i)
+            run[i] = static_cast<std::uint8_t>(countOf(samples[i]));
+        std::fill_n(samples, size, 0);
     }
-    return coverage_;
+    if (hasCovered_) {
+        std::uint8_t* const covered = &covered_[static_cast<std::size_t>(row) * width_ + first];
+        for (std::size_t i = 0; i < size; ++i)
+            run[i] = static_cast<std::uint8_t>(over(covered[i], run[i]));
+        std::fill_n(covered, size, 0);
+    }
+    return {run, size};
 }
 
 }  // namespace platform

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -17,9 +19,10 @@ class SampleMask {
     /// Empties it and makes it the size of an area of whole pixels.
     void reset(int x, int y, int width, int height);
 
-    /// United with what is there: overlap covers once. Coordinates in pixels.
-    void uniteStrip(CGPoint from, CGPoint to, CGFloat width);
-    void uniteConvex(std::span<const CGPoint> corners);
+    /// A line through the points with its corners, over which it covers once wherever it meets
+    /// itself; one line a mask. Coordinates and width in pixels; corners sharper than the miter
+    /// limit are cut off.
+    void setLine(std::span<const CGPoint> points, bool closed, CGFloat width, CGFloat miterLimit);
     /// A copy of the shape (up to 16 corners) at each place, put over what is there as a paint of
     /// its own with this alpha (0..1).
     void coverConvex(std::span<const CGPoint> corners, std::span<const CGPoint> places,
@@ -29,24 +32,80 @@ class SampleMask {
     int y() const { return y_; }
     int width() const { return width_; }
     int height() const { return height_; }
-    /// Bytes a row of coverage().
-    int stride() const { return stride_; }
-    /// The united samples counted and put together with the covered shapes: 0..255 a pixel.
-    std::span<std::uint8_t> coverage();
+
+    /// Hands over where anything may be, and empties the mask: visit(row, column, coverage) with
+    /// 0..255 for each pixel from that column on, the line over the shapes. Each pixel comes once.
+    template <typename Visit>
+    void take(Visit visit);
 
  private:
+    struct Strip;
     struct Shape;
-    template <typename Visit>
-    void visit(const Shape& shape, CGPoint at, Visit visit);
-    void touchRows(int first, int last);
+    struct Rows {
+        int first, end;
+    };
 
-    int x_ = 0, y_ = 0, width_ = 0, height_ = 0, stride_ = 0;
+    void drawLine(Rows band);
+    void drawStrip(const Strip& strip, Rows band);
+    void drawJoin(const Strip& in, const Strip& out, Rows band);
+    template <typename Visit>
+    void visit(const Shape& shape, CGPoint at, Rows within, Visit visit);
+
+    void touch(int row, int first, int last) {
+        touched_[static_cast<std::size_t>(row)] |=
+            (~std::uint64_t{0} << (first >> blockShift_)) &
+            (~std::uint64_t{0} >> (63 - (last >> blockShift_)));
+    }
+    std::span<const std::uint8_t> takeRun(int row, int first, int end);
+
+    int x_ = 0, y_ = 0, width_ = 0, height_ = 0;
+    /// The line, and its samples in a band of rows that the processor's cache holds.
+    std::vector<Strip> strips_;
+    bool closed_ = false;
+    CGFloat half_ = 0, miterLimit_ = 0;
     std::vector<std::uint64_t> samples_;
-    std::vector<std::uint8_t> coverage_;
-    /// Rows of samples_ that hold anything.
-    int firstRow_ = 0, lastRow_ = -1;
-    /// Whether coverage_ holds shapes already.
+    int bandRows_ = 0, bandFirst_ = 0;
+    /// Covered by shapes, 0..255 a pixel; there since the first one.
+    std::vector<std::uint8_t> covered_;
     bool hasCovered_ = false;
+    /// For each row the blocks of 2^blockShift_ columns, a bit each, in which anything may be.
+    std::vector<std::uint64_t> touched_;
+    int blockShift_ = 0;
+    std::vector<std::uint8_t> run_;
 };
+
+/// A straight piece of the line: its place, and what changes by the same amount from row to row and
+/// from column to column. In 32.32 fixed point: where its pixels begin in the first row; there at
+/// column 0, the table's step for the distance from its one edge and the way travelled in pixels.
+struct SampleMask::Strip {
+    CGPoint from;
+    CGFloat ux, uy, length;
+    int direction;  // in the table
+    Rows rows;
+    int firstColumn, endColumn, most;  // most: columns a row
+    std::int64_t begin, near, travelled;
+    std::int64_t beginDown, nearDown, travelledDown, nearAcross, travelledAcross;
+};
+
+template <typename Visit>
+void SampleMask::take(Visit visit) {
+    for (int first = 0; first < height_; first += bandRows_) {
+        const Rows band{first, std::min(first + bandRows_, height_)};
+        drawLine(band);
+        for (int row = band.first; row < band.end; ++row) {
+            std::uint64_t blocks = touched_[static_cast<std::size_t>(row)];
+            touched_[static_cast<std::size_t>(row)] = 0;
+            while (blocks) {
+                const int from = std::countr_zero(blocks);
+                const int to = from + std::countr_one(blocks >> from);
+                blocks &= to < 64 ? ~std::uint64_t{0} << to : 0;
+                const int column = from << blockShift_;
+                visit(row, column, takeRun(row, column, std::min(to << blockShift_, width_)));
+            }
+        }
+    }
+    strips_.clear();
+    hasCovered_ = false;
+}
 
 }  // namespace platform
