@@ -188,7 +188,7 @@ class X11Window final : public NativeWindow {
     Visual* visual_ = nullptr;
     int depth_ = 0;
     GC gc_ = nullptr;
-    Atom deleteWindow_ = 0;
+    Atom protocols_ = 0, deleteWindow_ = 0;
     int touchOpcode_ = -1;
     std::optional<RunLoop::ObserverID> observer_;
     std::vector<UIWindow::PixelRect> exposed_;
@@ -227,6 +227,7 @@ bool X11Window::create(const Options& options, std::string* error) {
     gc_ = XCreateGC(display_, window_, 0, nullptr);
 
     const auto atom = [&](const char* name) { return XInternAtom(display_, name, False); };
+    protocols_ = atom("WM_PROTOCOLS");
     deleteWindow_ = atom("WM_DELETE_WINDOW");
     XSetWMProtocols(display_, window_, &deleteWindow_, 1);
     XStoreName(display_, window_, options.title.c_str());
@@ -352,7 +353,9 @@ void X11Window::handle(XEvent& event) {
             XRefreshKeyboardMapping(&event.xmapping);
             break;
         case ClientMessage:
-            if (static_cast<Atom>(event.xclient.data.l[0]) == deleteWindow_ && onClose) onClose();
+            if (event.xclient.message_type == protocols_ &&
+                static_cast<Atom>(event.xclient.data.l[0]) == deleteWindow_ && onClose)
+                onClose();
             break;
         case GenericEvent:
             if (event.xcookie.extension == touchOpcode_ &&

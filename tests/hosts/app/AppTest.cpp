@@ -64,7 +64,7 @@ TEST(App, WrongOptionsAreToldApart) {
     }
 }
 
-TEST(App, RunsSilentWithoutJackAndEndsByEscOrSignal) {
+TEST(App, RunsSilentWithoutJackAndEndsByEscSignalOrCloseButton) {
     const Screen screen;
     {
         Child app({KELVANE, "app", "--jack-server", noServer});
@@ -73,11 +73,21 @@ TEST(App, RunsSilentWithoutJackAndEndsByEscOrSignal) {
         EXPECT_EQ(app.wait(), 0);
         EXPECT_EQ(app.errorUntil(""), silent);
     }
-    Child app({KELVANE, "app", "--no-jack"});
-    waitForWindow();
-    app.signal(SIGTERM);
-    EXPECT_EQ(app.wait(), 128 + SIGTERM);
-    EXPECT_EQ(app.errorUntil(""), "");
+    const std::vector<std::pair<int, std::function<void(const Child&)>>> ends{
+        {128 + SIGTERM, [](const Child& app) { app.signal(SIGTERM); }},
+        {0, [](const Child&) { Screen::pressCloseButton(); }},
+        {0, [](const Child&) {
+             Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 300");
+             Screen::pressCloseButton();
+             Screen::xdo("mouseup 1");
+         }}};
+    for (const auto& [code, end] : ends) {
+        Child app({KELVANE, "app", "--no-jack"});
+        waitForWindow();
+        end(app);
+        EXPECT_EQ(app.wait(), code);
+        EXPECT_EQ(app.errorUntil(""), "");
+    }
 }
 
 TEST(App, EndsWithOneLineWhenTheXServerGoes) {
@@ -92,7 +102,9 @@ TEST(App, EndsWithOneLineWhenTheXServerGoes) {
 /// A JACK server on its dummy driver, with a client that listens to the playback side.
 class Jack {
  public:
-    Jack() : name("kelvane-test-" + std::to_string(getpid())) {
+    // A server that was killed keeps its place in JACK's short list of servers until one of its
+    // name comes; the screen's number makes names that come again.
+    Jack() : name("kelvane-test" + std::string(std::getenv("DISPLAY")).substr(1)) {
         server = std::make_unique<Child>(std::vector<std::string>{
             "jackd", "--no-realtime", "-n", name, "-d", "dummy", "-r", "48000", "-p", "256"});
         jack_set_error_function([](const char*) {});
@@ -117,7 +129,10 @@ class Jack {
     }
     ~Jack() {
         if (client) jack_client_close(client);
+        if (server) server->signal(SIGTERM), server->wait();
     }
+    Jack(const Jack&) = delete;
+    Jack& operator=(const Jack&) = delete;
 
     void listenTo(const std::string& app) {
         ASSERT_TRUE(until([&] {
@@ -126,10 +141,15 @@ class Jack {
         ASSERT_EQ(jack_connect(client, (app + ":out right").c_str(), jack_port_name(port[1])), 0);
     }
 
+    /// Waits until both sides have these peaks.
+    bool hears(float left, float right) const {
+        constexpr float tolerance = 0.01F;
+        return until([&] {
+            return std::abs(peak[0] - left) < tolerance && std::abs(peak[1] - right) < tolerance;
+        });
+    }
+
     const std::string name;
-    std::unique_ptr<Child> server;
-    jack_client_t* client = nullptr;
-    std::atomic<float> peak[2] = {0, 0};
 
  private:
     int hear(jack_nframes_t frames) {
@@ -142,7 +162,10 @@ class Jack {
         return 0;
     }
 
+    std::unique_ptr<Child> server;
+    jack_client_t* client = nullptr;
     jack_port_t* port[2] = {};
+    std::atomic<float> peak[2] = {0, 0};
 };
 
 TEST(App, TheMouseChangesTheSoundOfAJackGraph) {
@@ -167,13 +190,16 @@ TEST(App, TheMouseChangesTheSoundOfAJackGraph) {
     Child app({KELVANE, "app", path.string(), "--jack-server", jack->name});
     waitForWindow();
     jack->listenTo("kelvane");
-    EXPECT_TRUE(until([&] { return jack->peak[0] > 0.4F; }));
-    EXPECT_LT(jack->peak[1], 0.1F);
-    // "swap channels"
-    Screen::xdo("mousemove 60 90 click 1");
-    EXPECT_TRUE(until([&] { return jack->peak[1] > 0.4F && jack->peak[0] < 0.1F; }));
+    EXPECT_TRUE(jack->hears(0.5F, 0));
+    // Width from the middle to its end doubles the side: (3L - R) / 2 and (3R - L) / 2.
+    Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 365 mousemove 350 75 mouseup 1");
+    EXPECT_TRUE(jack->hears(0.75F, 0.25F)) << "wide";
+    Screen::xdo("mousemove 520 297 click 1");
+    EXPECT_TRUE(jack->hears(0.5F, 0)) << "suspended";
+    Screen::xdo("click 1 mousemove 60 90 click 1");
+    EXPECT_TRUE(jack->hears(0.25F, 0.75F)) << "wide, and swapped";
     Screen::xdo("key space");
-    EXPECT_TRUE(until([&] { return jack->peak[1] < 0.01F; })) << "paused";
+    EXPECT_TRUE(jack->hears(0, 0)) << "paused";
 
     // The server is restarted under it.
     jack.reset();
@@ -181,7 +207,7 @@ TEST(App, TheMouseChangesTheSoundOfAJackGraph) {
     Screen::xdo("key space");
     jack = std::make_unique<Jack>();
     jack->listenTo("kelvane");
-    EXPECT_TRUE(until([&] { return jack->peak[1] > 0.4F && jack->peak[0] < 0.1F; }));
+    EXPECT_TRUE(jack->hears(0.25F, 0.75F)) << "as before";
     EXPECT_THAT(app.errorUntil("plays"), HasSubstr("a JACK server answers"));
     Screen::xdo("key Escape");
     EXPECT_EQ(app.wait(), 0);

@@ -69,6 +69,22 @@ void Screen::destroy(std::uint64_t window) {
     XSync(display, False);
 }
 
+void Screen::pressCloseButton() {
+    ::Window root, above, *windows = nullptr;
+    unsigned count = 0;
+    XQueryTree(display, DefaultRootWindow(display), &root, &above, &windows, &count);
+    if (count == 0) throw std::runtime_error("there is no window to close");
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = windows[count - 1];
+    event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
+    XSendEvent(display, windows[count - 1], False, NoEventMask, &event);
+    XSync(display, False);
+    XFree(windows);
+}
+
 void Screen::move(std::uint64_t window, int x, int y) {
     XMoveWindow(display, window, x, y);
     XSync(display, False);

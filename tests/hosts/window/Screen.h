@@ -27,6 +27,8 @@ class Screen {
 
     static std::uint64_t makeWindow(int width, int height);
     static void destroy(std::uint64_t window);
+    /// What a window manager sends for the close button of the topmost window.
+    static void pressCloseButton();
     static void move(std::uint64_t window, int x, int y);
     static void resize(std::uint64_t window, int width, int height);
     static bool isViewable(std::uint64_t window);
