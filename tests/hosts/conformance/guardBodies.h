@@ -11,7 +11,7 @@
 /// Takes the C library's name over. A body that is bound to its own libraries first would call the
 /// C library's allocator and mutexes past this program's; bound in the usual order, the same file
 /// calls these.
-extern "C" void* dlopen(const char* file, int mode) {
+extern "C" [[gnu::visibility("default")]] void* dlopen(const char* file, int mode) {
     static const auto original =
         reinterpret_cast<void* (*)(const char*, int)>(dlsym(RTLD_NEXT, "dlopen"));
     return original(file, mode & ~RTLD_DEEPBIND);
