@@ -1,0 +1,217 @@
+#include "hosts/clap/ClapPlugin.h"
+
+#include <clap/ext/latency.h>
+
+#include <cmath>
+#include <cstdio>
+#include <string>
+
+#include "editor/AudioUnitViewController.h"
+#include "hosts/clap/extensions.h"
+#include "platform/foundation/NSError.h"
+
+namespace qov::clap {
+
+using hosts::Instance;
+
+namespace {
+
+bool failed(const std::string& what, const platform::NSError& error) {
+    std::fprintf(stderr, "kelvane: %s: %s\n", what.c_str(), error.localizedDescription().c_str());
+    return false;
+}
+
+/// The first two channels of a port; null for what is not there.
+template <class Sample, class Buffer>
+void findChannels(Buffer* ports, std::uint32_t count, Sample* (&channels)[2]) {
+    for (std::uint32_t channel = 0; channel < 2; ++channel) {
+        const bool isThere =
+            ports && count > 0 && ports[0].data32 && channel < ports[0].channel_count;
+        channels[channel] = isThere ? ports[0].data32[channel] : nullptr;
+    }
+}
+
+template <class Sample>
+Sample* behind(Sample* channel, std::uint32_t frames) {
+    return channel ? channel + frames : nullptr;
+}
+
+ClapPlugin& of(const clap_plugin_t* plugin) {
+    return *static_cast<ClapPlugin*>(plugin->plugin_data);
+}
+
+const clap_plugin_t functions{
+    .desc = nullptr,
+    .plugin_data = nullptr,
+    .init =
+        [](const clap_plugin_t* plugin) {
+            try {
+                return of(plugin).init();
+            } catch (...) {
+                return false;
+            }
+        },
+    .destroy = [](const clap_plugin_t* plugin) { delete &of(plugin); },
+    .activate =
+        [](const clap_plugin_t* plugin, double rate, uint32_t, uint32_t longestBlock) {
+            return ClapPlugin::call(plugin, false,
+                                    [&](auto& self) { return self.activate(rate, longestBlock); });
+        },
+    .deactivate =
+        [](const clap_plugin_t* plugin) {
+            ClapPlugin::run(plugin, [](auto& self) { self.deactivate(); });
+        },
+    .start_processing = [](const clap_plugin_t*) { return true; },
+    .stop_processing = [](const clap_plugin_t*) {},
+    .reset =
+        [](const clap_plugin_t* plugin) {
+            ClapPlugin::run(plugin, [](auto& self) { self.instance().reset(); });
+        },
+    .process =
+        [](const clap_plugin_t* plugin, const clap_process_t* block) {
+            return ClapPlugin::call(plugin, clap_process_status{CLAP_PROCESS_ERROR},
+                                    [&](auto& self) { return self.process(*block); });
+        },
+    // Not before init(): the format says so.
+    .get_extension = [](const clap_plugin_t*, const char* id) { return extensions::find(id); },
+    .on_main_thread =
+        [](const clap_plugin_t* plugin) {
+            ClapPlugin::run(plugin, [](auto& self) { self.turn(); });
+        },
+};
+
+}  // namespace
+
+ClapPlugin::ClapPlugin(const clap_plugin_descriptor_t* descriptor, const clap_host_t* host)
+    : handle_(functions), host_(host) {
+    handle_.desc = descriptor;
+    handle_.plugin_data = this;
+}
+
+bool ClapPlugin::init() {
+    host_.findExtensions();
+    platform::NSError error;
+    instance_ = Instance::create(&error, {}, std::make_shared<AudioUnitViewController>());
+    if (!instance_) return failed("the effect cannot be made", error);
+    outbox_.emplace(instance_->edits());
+    latency_ = instance_->latency();
+    editor_ = std::make_unique<ClapEditor>(*instance_, host_);
+    return true;
+}
+
+// Sound
+
+bool ClapPlugin::activate(double sampleRate, std::uint32_t longestBlock) {
+    instance_->deactivate();
+    platform::NSError error;
+    if (!instance_->activate(sampleRate, longestBlock, &error))
+        return failed("the effect does not run at " + std::to_string(sampleRate) + " Hz", error);
+    // What the capture holds back, and the longest phase shift, a hundredth of a second.
+    tail_ = static_cast<std::uint32_t>(instance_->audioUnit().getBufferSize()) +
+            static_cast<std::uint32_t>(std::ceil(sampleRate / 100));
+    hasAskedForRestart_ = false;
+    const auto now = instance_->latency();
+    if (latency_.exchange(now) != now && host_.latency) host_.latency->changed(host_.host);
+    return true;
+}
+
+void ClapPlugin::deactivate() {
+    instance_->deactivate();
+}
+
+clap_process_status ClapPlugin::process(const clap_process_t& block) {
+    const float* input[2];
+    float* output[2];
+    findChannels(block.audio_inputs, block.audio_inputs_count, input);
+    findChannels(block.audio_outputs, block.audio_outputs_count, output);
+    outbox_->sendEdits(block.out_events);
+    play(block.in_events, input, output, block.frames_count, block.out_events);
+    noticeLatency();
+
+    if (!block.audio_outputs || block.audio_outputs_count == 0) return CLAP_PROCESS_TAIL;
+    auto& port = block.audio_outputs[0];
+    port.constant_mask = 0;
+    const bool isUnknownFormat = !port.data32 && port.data64 && block.frames_count > 0;
+    return isUnknownFormat || !instance_->isActive() ? CLAP_PROCESS_ERROR : CLAP_PROCESS_TAIL;
+}
+
+void ClapPlugin::play(const clap_input_events_t* events, const float* const (&input)[2],
+                      float* const (&output)[2], std::uint32_t frames,
+                      const clap_output_events_t* out) {
+    inbox_.open(events, frames);
+    for (std::uint32_t done = 0;;) {
+        const auto portion = inbox_.next(done);
+        instance_->process({behind(input[0], done), behind(input[1], done)},
+                           {behind(output[0], done), behind(output[1], done)}, portion.end - done,
+                           portion.events);
+        EventOutbox::sendControllers(portion.events, done, out);
+        if (portion.isLast) return;
+        done = portion.end;
+    }
+}
+
+void ClapPlugin::flush(const clap_input_events_t* in, const clap_output_events_t* out) {
+    outbox_->sendEdits(out);
+    if (instance_->isActive()) {
+        play(in, {}, {}, 0, out);
+        noticeLatency();
+    } else {
+        adopt(in);
+        instance_->pump();
+    }
+}
+
+/// Events while nothing is processed, on the main thread.
+void ClapPlugin::adopt(const clap_input_events_t* events) {
+    inbox_.open(events, 0);
+    for (bool isLast = false; !isLast;) {
+        const auto portion = inbox_.next(0);
+        for (const auto& event : portion.events)
+            if (const auto setting = hosts::settingOf(event))
+                instance_->setValue(setting->address, setting->value);
+        isLast = portion.isLast;
+    }
+}
+
+// Latency: it may change only in activate(), so an active plug-in asks for a restart.
+
+std::uint32_t ClapPlugin::latency() {
+    if (!instance_->isActive()) latency_ = instance_->latency();
+    return latency_;
+}
+
+/// After a block: has the main thread look, if need be.
+void ClapPlugin::noticeLatency() {
+    if (instance_->latency() == latency_.load(std::memory_order_relaxed))
+        hasAskedForRestart_.store(false, std::memory_order_relaxed);
+    else if (!hasAskedForRestart_.load(std::memory_order_relaxed) &&
+             !hasAskedForCallback_.exchange(true))
+        host_.host->request_callback(host_.host);
+}
+
+void ClapPlugin::announceLatency() {
+    if (!instance_->isActive() || instance_->latency() == latency_) return;
+    if (!hasAskedForRestart_.exchange(true)) host_.host->request_restart(host_.host);
+}
+
+// Main thread
+
+void ClapPlugin::turn() {
+    hasAskedForCallback_ = false;
+    instance_->pump();
+    if (instance_->edits().isWaiting() && host_.params) host_.params->request_flush(host_.host);
+    announceLatency();
+    editor_->tellClosed();
+}
+
+}  // namespace qov::clap
+
+/// For the entry. Any thread.
+extern "C" [[gnu::visibility("default")]] const clap_plugin_t* kelvane_clap_create(
+    const clap_plugin_descriptor_t* descriptor, const clap_host_t* host) {
+    try {
+        return (new qov::clap::ClapPlugin(descriptor, host))->handle();
+    } catch (...) {
+        return nullptr;
+    }
+}

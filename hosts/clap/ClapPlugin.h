@@ -1,0 +1,86 @@
+#pragma once
+
+#include <clap/plugin.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "hosts/clap/ClapEditor.h"
+#include "hosts/clap/ClapHost.h"
+#include "hosts/clap/EventInbox.h"
+#include "hosts/clap/EventOutbox.h"
+#include "hosts/instance/Instance.h"
+
+namespace qov::clap {
+
+/// One plug-in of a CLAP host: an instance of the effect behind the format's table of functions.
+/// Operations are named after the host's calls, and belong to the threads that the format gives
+/// those: process() and flush() of an active plug-in to the audio thread, the rest to the
+/// main one.
+class ClapPlugin {
+ public:
+    ClapPlugin(const clap_plugin_descriptor_t* descriptor, const clap_host_t* host);
+
+    const clap_plugin_t* handle() const { return &handle_; }
+
+    bool init();
+    bool activate(double sampleRate, std::uint32_t longestBlock);
+    void deactivate();
+    clap_process_status process(const clap_process_t& block);
+    void flush(const clap_input_events_t* in, const clap_output_events_t* out);
+
+    /// What is due on the instance's run loop, and what the host has to hear after it.
+    void turn();
+
+    /// As the host may know it: it changes only while the plug-in is not active.
+    std::uint32_t latency();
+    /// Frames from the end of the input to that of the output. Any thread.
+    std::uint32_t tail() const { return tail_.load(std::memory_order_relaxed); }
+
+    // From init() on
+
+    hosts::Instance& instance() { return *instance_; }
+    ClapEditor& editor() { return *editor_; }
+    const ClapHost& host() const { return host_; }
+
+    /// Runs a host's call on its plug-in. An exception ends here, as `failed`; so does a call
+    /// before init().
+    template <class Result, class Call>
+    static Result call(const clap_plugin_t* plugin, Result failed, Call&& call) {
+        auto& self = *static_cast<ClapPlugin*>(plugin->plugin_data);
+        if (!self.editor_) return failed;
+        try {
+            return call(self);
+        } catch (...) {
+            return failed;
+        }
+    }
+
+    template <class Call>
+    static void run(const clap_plugin_t* plugin, Call&& work) {
+        call(plugin, false, [&](ClapPlugin& self) { return work(self), true; });
+    }
+
+ private:
+    void play(const clap_input_events_t* events, const float* const (&input)[2],
+              float* const (&output)[2], std::uint32_t frames, const clap_output_events_t* out);
+    void adopt(const clap_input_events_t* events);
+    void noticeLatency();
+    void announceLatency();
+
+    clap_plugin_t handle_;
+    ClapHost host_;
+    std::unique_ptr<hosts::Instance> instance_;
+    std::unique_ptr<ClapEditor> editor_;
+    EventInbox inbox_;
+    std::optional<EventOutbox> outbox_;
+
+    std::atomic<std::uint32_t> tail_{0};
+    std::atomic<std::uint32_t> latency_{0};         // what the host was told
+    std::atomic<bool> hasAskedForCallback_{false};  // on the audio thread, for the latency
+    std::atomic<bool> hasAskedForRestart_{false};   // of an active plug-in
+};
+
+}  // namespace qov::clap

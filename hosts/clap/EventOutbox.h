@@ -1,0 +1,38 @@
+#pragma once
+
+#include <clap/events.h>
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "hosts/instance/EditExchange.h"
+#include "hosts/instance/HostEvent.h"
+
+namespace qov::clap {
+
+/// What the effect tells a host in its output events. The thread of process() or flush(); allocates
+/// nothing.
+class EventOutbox {
+ public:
+    explicit EventOutbox(hosts::EditExchange& edits) : edits_(edits) {}
+
+    /// The editor's changes, all at frame 0: begin of a gesture, value, end. What the host does
+    /// not take is kept for the next call.
+    void sendEdits(const clap_output_events_t* events);
+    /// Parameters that MIDI controllers have moved, for the host to show but not to record.
+    /// Frames count from `begin`.
+    static void sendControllers(std::span<const hosts::HostEvent> heard, std::uint32_t begin,
+                                const clap_output_events_t* events);
+
+ private:
+    using Edit = hosts::EditExchange::Edit;
+
+    hosts::EditExchange& edits_;
+    std::array<Edit, 3 * hosts::EditExchange::parameters> waiting_{};
+    std::size_t count_ = 0;
+    std::size_t sent_ = 0;
+};
+
+}  // namespace qov::clap

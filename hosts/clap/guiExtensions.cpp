@@ -1,0 +1,115 @@
+// The editor, and the host's calls that keep it going.
+
+#include <cstring>
+
+#include "hosts/clap/ClapPlugin.h"
+#include "hosts/clap/extensions.h"
+
+namespace qov::clap {
+namespace {
+
+bool isX11(const char* api) {
+    return api && std::strcmp(api, CLAP_WINDOW_API_X11) == 0;
+}
+
+/// Of a floating window a host may leave open what shows it.
+bool isSupported(const char* api, bool isFloating) {
+    return isX11(api) || (isFloating && (!api || !*api));
+}
+
+template <class Call>
+bool onEditor(const clap_plugin_t* plugin, Call&& call) {
+    return ClapPlugin::call(plugin, false, [&](ClapPlugin& self) { return call(self.editor()); });
+}
+
+bool give(const std::optional<ClapEditor::Size>& size, uint32_t* width, uint32_t* height) {
+    if (!size) return false;
+    *width = size->width;
+    *height = size->height;
+    return true;
+}
+
+}  // namespace
+
+const clap_plugin_gui_t extensions::gui{
+    .is_api_supported = [](const clap_plugin_t*, const char* api,
+                           bool isFloating) { return isSupported(api, isFloating); },
+    .get_preferred_api =
+        [](const clap_plugin_t*, const char** api, bool* isFloating) {
+            *api = CLAP_WINDOW_API_X11;
+            *isFloating = false;
+            return true;
+        },
+    .create =
+        [](const clap_plugin_t* plugin, const char* api, bool isFloating) {
+            return isSupported(api, isFloating) &&
+                   onEditor(plugin, [&](auto& editor) { return editor.create(isFloating); });
+        },
+    .destroy =
+        [](const clap_plugin_t* plugin) {
+            ClapPlugin::run(plugin, [](auto& self) { self.editor().destroy(); });
+        },
+    .set_scale =
+        [](const clap_plugin_t* plugin, double scale) {
+            return onEditor(plugin, [&](auto& editor) { return editor.setScale(scale); });
+        },
+    .get_size =
+        [](const clap_plugin_t* plugin, uint32_t* width, uint32_t* height) {
+            return onEditor(plugin,
+                            [&](auto& editor) { return give(editor.size(), width, height); });
+        },
+    .can_resize = [](const clap_plugin_t*) { return true; },
+    .get_resize_hints =
+        [](const clap_plugin_t*, clap_gui_resize_hints_t* hints) {
+            *hints = {.can_resize_horizontally = true,
+                      .can_resize_vertically = true,
+                      .preserve_aspect_ratio = true,
+                      .aspect_ratio_width = 17,
+                      .aspect_ratio_height = 11};
+            return true;
+        },
+    .adjust_size =
+        [](const clap_plugin_t* plugin, uint32_t* width, uint32_t* height) {
+            return onEditor(plugin, [&](auto& editor) {
+                return give(editor.adjusted({*width, *height}), width, height);
+            });
+        },
+    .set_size =
+        [](const clap_plugin_t* plugin, uint32_t width, uint32_t height) {
+            return onEditor(plugin, [&](auto& editor) { return editor.setSize({width, height}); });
+        },
+    .set_parent =
+        [](const clap_plugin_t* plugin, const clap_window_t* window) {
+            return isX11(window->api) &&
+                   onEditor(plugin, [&](auto& editor) { return editor.setParent(window->x11); });
+        },
+    .set_transient =
+        [](const clap_plugin_t* plugin, const clap_window_t* window) {
+            return isX11(window->api) &&
+                   onEditor(plugin, [&](auto& editor) { return editor.setTransient(window->x11); });
+        },
+    .suggest_title =
+        [](const clap_plugin_t* plugin, const char* title) {
+            ClapPlugin::run(plugin, [&](auto& self) { self.editor().setTitle(title); });
+        },
+    .show =
+        [](const clap_plugin_t* plugin) {
+            return onEditor(plugin, [](auto& editor) { return editor.show(); });
+        },
+    .hide =
+        [](const clap_plugin_t* plugin) {
+            return onEditor(plugin, [](auto& editor) { return editor.hide(); });
+        },
+};
+
+const clap_plugin_timer_support_t extensions::timerSupport{
+    .on_timer = [](const clap_plugin_t* plugin,
+                   clap_id) { ClapPlugin::run(plugin, [](auto& self) { self.turn(); }); },
+};
+
+const abi::PluginPosixFdSupport extensions::posixFdSupport{
+    .on_fd = [](const clap_plugin_t* plugin, int,
+                uint32_t) { ClapPlugin::run(plugin, [](auto& self) { self.turn(); }); },
+};
+
+}  // namespace qov::clap
