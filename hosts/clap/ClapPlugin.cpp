@@ -102,21 +102,31 @@ bool ClapPlugin::init() {
 // Sound
 
 bool ClapPlugin::activate(double sampleRate, std::uint32_t longestBlock) {
-    instance_->deactivate();
-    platform::NSError error;
-    if (!instance_->activate(sampleRate, longestBlock, &error))
-        return failed("the effect does not run at " + std::to_string(sampleRate) + " Hz", error);
-    // What the capture holds back, and the longest phase shift, a hundredth of a second.
-    tail_ = static_cast<std::uint32_t>(instance_->audioUnit().getBufferSize()) +
-            static_cast<std::uint32_t>(std::ceil(sampleRate / 100));
-    hasAskedForRestart_ = false;
+    // A restart for the latency's sake: the sound goes on where it was.
+    const bool goesOn = instance_->isActive() && sampleRate == sampleRate_ &&
+                        longestBlock == longestBlock_ && restartIsComing_;
+    if (!goesOn) {
+        instance_->deactivate();
+        platform::NSError error;
+        if (!instance_->activate(sampleRate, longestBlock, &error))
+            return failed("the effect does not run at " + std::to_string(sampleRate) + " Hz",
+                          error);
+        sampleRate_ = sampleRate;
+        longestBlock_ = longestBlock;
+        // What the capture holds back, and the longest phase shift, a hundredth of a second.
+        tail_ = static_cast<std::uint32_t>(instance_->audioUnit().getBufferSize()) +
+                static_cast<std::uint32_t>(std::ceil(sampleRate / 100));
+    }
+    isActive_ = true;
+    restartIsComing_ = hasAskedForRestart_ = false;
     const auto now = instance_->latency();
     if (latency_.exchange(now) != now && host_.latency) host_.latency->changed(host_.host);
     return true;
 }
 
 void ClapPlugin::deactivate() {
-    instance_->deactivate();
+    isActive_ = false;
+    if (!restartIsComing_) instance_->deactivate();
 }
 
 clap_process_status ClapPlugin::process(const clap_process_t& block) {
@@ -132,7 +142,7 @@ clap_process_status ClapPlugin::process(const clap_process_t& block) {
     auto& port = block.audio_outputs[0];
     port.constant_mask = 0;
     const bool isUnknownFormat = !port.data32 && port.data64 && block.frames_count > 0;
-    return isUnknownFormat || !instance_->isActive() ? CLAP_PROCESS_ERROR : CLAP_PROCESS_TAIL;
+    return isUnknownFormat || !isActive_ ? CLAP_PROCESS_ERROR : CLAP_PROCESS_TAIL;
 }
 
 void ClapPlugin::play(const clap_input_events_t* events, const float* const (&input)[2],
@@ -152,7 +162,7 @@ void ClapPlugin::play(const clap_input_events_t* events, const float* const (&in
 
 void ClapPlugin::flush(const clap_input_events_t* in, const clap_output_events_t* out) {
     outbox_->sendEdits(out);
-    if (instance_->isActive()) {
+    if (isActive_) {
         play(in, {}, {}, 0, out);
         noticeLatency();
     } else {
@@ -176,7 +186,7 @@ void ClapPlugin::adopt(const clap_input_events_t* events) {
 // Latency: it may change only in activate(), so an active plug-in asks for a restart.
 
 std::uint32_t ClapPlugin::latency() {
-    if (!instance_->isActive()) latency_ = instance_->latency();
+    if (!isActive_) latency_ = instance_->latency();
     return latency_;
 }
 
@@ -190,8 +200,10 @@ void ClapPlugin::noticeLatency() {
 }
 
 void ClapPlugin::announceLatency() {
-    if (!instance_->isActive() || instance_->latency() == latency_) return;
-    if (!hasAskedForRestart_.exchange(true)) host_.host->request_restart(host_.host);
+    if (!isActive_ || instance_->latency() == latency_) return;
+    if (hasAskedForRestart_.exchange(true)) return;
+    restartIsComing_ = true;
+    host_.host->request_restart(host_.host);
 }
 
 // Main thread

@@ -77,6 +77,11 @@ class ClapPlugin {
     EventInbox inbox_;
     std::optional<EventOutbox> outbox_;
 
+    bool isActive_ = false;
+    bool restartIsComing_ = false;  // the plug-in has asked for it since activate()
+    double sampleRate_ = 0;         // and longest block, of the instance while it is active
+    std::uint32_t longestBlock_ = 0;
+
     std::atomic<std::uint32_t> tail_{0};
     std::atomic<std::uint32_t> latency_{0};         // what the host was told
     std::atomic<bool> hasAskedForCallback_{false};  // on the audio thread, for the latency
