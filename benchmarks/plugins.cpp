@@ -1,0 +1,183 @@
+// What each plug-in format adds to the kernel: its process call against the kernel alone on the
+// same blocks, and what a host waits for and pays for an instance and for a scan of the bundle.
+#include <malloc.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include "dsp/QOV_Kelvane_PluginDSPKernel.h"
+#include "platform/audiotoolbox/AudioBufferList.h"
+#include "platform/audiotoolbox/AudioTimeStamp.h"
+#include "platform/foundation/Console.h"
+#include "tests/hosts/conformance/Plugin.h"
+
+namespace {
+
+using namespace qov;
+using hosts::HostEvent;
+using Kernel = QOV_Kelvane_PluginDSPKernel;
+using Settings = std::vector<std::pair<std::uint64_t, float>>;
+
+constexpr double rate = 48000;
+constexpr double never = std::numeric_limits<double>::max();
+
+const Settings neutral = {{kStereoWidth, 0.5F}, {kPanorama, 0.5F}};
+const Settings full = {{kPhaseShift, 1},  {kInvertChannel, 1}, {kSwapChannels, 1},
+                       {kRecoverMono, 1}, {kTestMono, 1},      {kStereoWidth, 0.8F},
+                       {kPanorama, 0.3F}};
+
+double secondsOf(const std::function<void()>& work) {
+    const auto start = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+/// What `measure` finds in a process of its own, which has loaded nothing yet.
+double inAChild(const std::function<double()>& measure) {
+    int ends[2];
+    if (pipe(ends) != 0) std::abort();
+    const pid_t child = fork();
+    if (child == 0) {
+        const double found = measure();
+        _exit(write(ends[1], &found, sizeof found) == sizeof found ? 0 : 1);
+    }
+    close(ends[1]);
+    double found = 0;
+    const bool isWhole = read(ends[0], &found, sizeof found) == sizeof found;
+    close(ends[0]);
+    waitpid(child, nullptr, 0);
+    if (!isWhole) {
+        std::fprintf(stderr, "a plug-in that is measured has failed\n");
+        std::abort();
+    }
+    return found;
+}
+
+void process(benchmark::State& state, test::Format& format, const Settings& settings,
+             std::uint32_t block) {
+    std::vector<float> channels[4];
+    std::minstd_rand random(1);
+    for (auto& channel : channels) {
+        channel.resize(block);
+        for (float& sample : channel) sample = static_cast<float>(random() % 2001) / 1000 - 1;
+    }
+    float* const data[] = {channels[0].data(), channels[1].data(), channels[2].data(),
+                           channels[3].data()};
+
+    platform::StereoBufferList in(data[0], data[1], block), out(data[2], data[3], block);
+    std::vector<HostEvent> events;
+    for (const auto& [address, value] : settings)
+        events.push_back(HostEvent::parameter(0, address, value));
+    // Several of each: where in memory one happens to lie matters as much as what is measured.
+    constexpr int pairs = 8;
+    std::vector<std::unique_ptr<Kernel>> kernels;
+    std::vector<std::unique_ptr<test::Plugin>> plugins;
+    for (int i = 0; i < pairs; ++i) {
+        auto& kernel = *kernels.emplace_back(std::make_unique<Kernel>());
+        kernel.init(2, rate);
+        kernel.reset();
+        for (const auto& [address, value] : settings) kernel.setParameter(address, value);
+        auto& plugin = *plugins.emplace_back(format.create());
+        if (!plugin.activate(rate, block)) return state.SkipWithError("does not activate");
+        plugin.process({data[0], data[1]}, {data[2], data[3]}, block, events);
+        plugin.prepare({data[0], data[1]}, {data[2], data[3]}, block, {});
+    }
+
+    // In turn and in short runs: a change of the machine's pace meets both, and the least of each
+    // is what it takes undisturbed.
+    constexpr int blocks = 200;
+    double least = never;
+    double leastOfKernel = never;
+    std::size_t pair = 0;
+    for ([[maybe_unused]] auto pass : state) {
+        auto& kernel = *kernels[pair];
+        auto& plugin = *plugins[pair];
+        pair = (pair + 1) % pairs;
+        leastOfKernel = std::min(leastOfKernel, secondsOf([&] {
+                                     for (int i = 0; i < blocks; ++i) {
+                                         kernel.setBuffers(in.list(), out.list());
+                                         kernel.processWithEvents({}, block, nullptr);
+                                         benchmark::ClobberMemory();
+                                     }
+                                 }));
+        const double seconds = secondsOf([&] {
+            for (int i = 0; i < blocks; ++i) plugin.run();
+        });
+        least = std::min(least, seconds);
+        state.SetIterationTime(seconds / blocks);
+    }
+    state.counters["ns_a_block"] = least / blocks * 1e9;
+    state.counters["ratio_to_kernel"] = least / leastOfKernel;
+}
+
+/// Made, activated, gone. The body is loaded before.
+void create(benchmark::State& state, test::Format& format) {
+    const auto first = format.create();
+    for ([[maybe_unused]] auto pass : state) {
+        const auto plugin = format.create();
+        plugin->activate(rate, 512);
+    }
+    constexpr int count = 200;
+    const auto used = [] { return static_cast<double>(mallinfo2().uordblks + mallinfo2().hblkhd); };
+    const double before = used();
+    std::vector<std::unique_ptr<test::Plugin>> plugins;
+    for (int i = 0; i < count; ++i) {
+        plugins.push_back(format.create());
+        plugins.back()->activate(rate, 512);
+    }
+    state.counters["kB_an_instance"] = (used() - before) / count / 1000;
+}
+
+void scan(benchmark::State& state, test::Format& format) {
+    double least = never;
+    for ([[maybe_unused]] auto pass : state) {
+        const double seconds = inAChild([&] { return secondsOf([&] { format.describe(); }); });
+        least = std::min(least, seconds);
+        state.SetIterationTime(seconds);
+    }
+    state.counters["least_ms"] = least * 1000;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    platform::console::setSink({});
+    // Scans first, in a process that has opened no bundle.
+    for (const auto& format : test::Format::all())
+        benchmark::RegisterBenchmark(("scan/" + format->name()).c_str(),
+                                     [&](auto& state) { scan(state, *format); })
+            ->UseManualTime()
+            ->Iterations(20)
+            ->Unit(benchmark::kMillisecond);
+    for (const auto& format : test::Format::all()) {
+        for (const auto& [name, settings] : {std::pair("neutral", &neutral), {"full", &full}})
+            for (const std::uint32_t block : {64, 512})
+                benchmark::RegisterBenchmark(
+                    ("process/" + format->name() + "/" + name + "/" + std::to_string(block))
+                        .c_str(),
+                    [&, settings, block](auto& state) {
+                        process(state, *format, *settings, block);
+                    })
+                    ->UseManualTime()
+                    ->Iterations(1000);
+        benchmark::RegisterBenchmark(("create/" + format->name()).c_str(), [&](auto& state) {
+            create(state, *format);
+        })->Unit(benchmark::kMicrosecond);
+    }
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}
