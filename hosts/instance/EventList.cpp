@@ -39,8 +39,9 @@ std::optional<Setting> settingOf(const HostEvent& event) {
     return Setting{event.address, std::clamp(event.value, 0.0f, 1.0f)};
 }
 
-std::uint32_t EventList::collect(std::span<const HostEvent> events, std::uint32_t frames,
-                                 std::uint32_t begin, std::uint32_t end, std::int64_t startTime) {
+std::uint32_t EventList::collectSome(std::span<const HostEvent> events, std::uint32_t frames,
+                                     std::uint32_t begin, std::uint32_t end,
+                                     std::int64_t startTime) {
     while (!gather(events, frames, begin, end, startTime)) {
         if (end - begin == 1) {
             gatherFrame(events, frames, begin, startTime);
@@ -54,8 +55,7 @@ std::uint32_t EventList::collect(std::span<const HostEvent> events, std::uint32_
 
 bool EventList::gather(std::span<const HostEvent> events, std::uint32_t frames, std::uint32_t begin,
                        std::uint32_t end, std::int64_t startTime) {
-    count_ = 0;
-    addresses_ = 0;
+    clear();
     for (const auto& event : events) {
         const auto frame = std::min(event.frame, frames - 1);
         if (frame < begin || frame >= end) continue;
@@ -80,8 +80,7 @@ void EventList::gatherFrame(std::span<const HostEvent> events, std::uint32_t fra
         last[setting->address] = setting->value;
         resets |= setting->address == kBypass && setting->value > 0.5f;
     }
-    count_ = 0;
-    addresses_ = 0;
+    clear();
     if (resets) add(0, startTime, {kBypass, 1.0f});
     for (std::uint64_t address = 0; address < addressCount; ++address)
         if (last[address]) add(0, startTime, {address, *last[address]});

@@ -31,7 +31,10 @@ class EventList {
     /// Returns the end of the cycle: `end`, or an earlier frame if there are more events than
     /// fit; those of a single frame always fit. Allocates nothing.
     std::uint32_t collect(std::span<const HostEvent> events, std::uint32_t frames,
-                          std::uint32_t begin, std::uint32_t end, std::int64_t startTime);
+                          std::uint32_t begin, std::uint32_t end, std::int64_t startTime) {
+        clear();
+        return events.empty() ? end : collectSome(events, frames, begin, end, startTime);
+    }
 
     /// Null when there is none. Valid until the next collect.
     const platform::AURenderEvent* head() const { return count_ ? &events_[order(0)] : nullptr; }
@@ -42,6 +45,12 @@ class EventList {
  private:
     static constexpr std::size_t capacity = 1024;
 
+    void clear() {
+        count_ = 0;
+        addresses_ = 0;
+    }
+    std::uint32_t collectSome(std::span<const HostEvent> events, std::uint32_t frames,
+                              std::uint32_t begin, std::uint32_t end, std::int64_t startTime);
     bool gather(std::span<const HostEvent> events, std::uint32_t frames, std::uint32_t begin,
                 std::uint32_t end, std::int64_t startTime);
     void gatherFrame(std::span<const HostEvent> events, std::uint32_t frames, std::uint32_t frame,

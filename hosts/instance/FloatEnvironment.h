@@ -19,14 +19,17 @@ class FloatEnvironment {
     FloatEnvironment() : before_(_mm_getcsr()) {
         constexpr unsigned standard = 0x1f80;  // all exceptions masked, nothing else set
         constexpr unsigned flags = 0x3f;       // exceptions seen so far; not ours to look at
-        if ((before_ & ~flags) != standard) _mm_setcsr(standard);
+        if ((before_ & ~flags) == standard) return;
+        isForeign_ = true;
+        _mm_setcsr(standard);
     }
     ~FloatEnvironment() {
-        if (_mm_getcsr() != before_) _mm_setcsr(before_);
+        if (isForeign_) _mm_setcsr(before_);
     }
 
  private:
     unsigned before_;
+    bool isForeign_ = false;  // else nothing but those flags has changed meanwhile
 #else
     FloatEnvironment() {
         std::fegetenv(&before_);
