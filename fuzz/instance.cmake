@@ -1,0 +1,1 @@
+qov_fuzz(instance LINKS hosts_instance editor)

@@ -1,0 +1,161 @@
+// Any calls of a host at an instance: blocks of any length through memory that overlaps in any way,
+// events of any kind, activation, resets, settings. What comes out is what an instance gives that
+// got the same in blocks apart from each other, and parameters stay in range.
+//
+// Input: calls, a byte each for its kind and what that needs. A block takes its length (two bytes),
+// the places of its four channels (a byte each), a seed for the signal and its events: frame (two
+// bytes), address, a byte for the value or its kind.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "editor/AudioUnitViewController.h"
+#include "hosts/instance/Instance.h"
+#include "platform/foundation/Console.h"
+
+namespace {
+
+using namespace qov;
+using hosts::HostEvent;
+using hosts::Instance;
+
+constexpr std::uint32_t longest = 1500;
+
+class Bytes {
+ public:
+    Bytes(const std::uint8_t* data, std::size_t size) : at_(data), end_(data + size) {}
+    bool empty() const { return at_ == end_; }
+    std::uint8_t byte() { return empty() ? 0 : *at_++; }
+    std::uint32_t word() { return byte() | static_cast<std::uint32_t>(byte()) << 8; }
+
+ private:
+    const std::uint8_t *at_, *end_;
+};
+
+void require(bool holds, const char* what) {
+    if (holds) return;
+    std::fprintf(stderr, "%s\n", what);
+    std::abort();
+}
+
+float anyValue(std::uint8_t choice) {
+    if (choice < 200) return static_cast<float>(choice) / 199;
+    constexpr float wrong[] = {NAN, INFINITY, -INFINITY, -1, 2, 1e-42F};
+    return wrong[choice % std::size(wrong)];
+}
+
+std::vector<HostEvent> takeEvents(Bytes& bytes) {
+    std::vector<HostEvent> events(bytes.byte() % 24);
+    for (auto& event : events) {
+        const auto frame = bytes.word() % (longest + 10);
+        const auto address = bytes.byte();
+        const auto value = bytes.byte();
+        event = address >= 128
+                    ? HostEvent::message(frame, {static_cast<std::uint8_t>(0xb0 + address % 32),
+                                                 static_cast<std::uint8_t>(7 + address % 5), value})
+                    : HostEvent::parameter(frame, address % 12, anyValue(value));
+        if (address == 255) event.midiLength = value % 4;
+    }
+    return events;
+}
+
+/// Both get the same block, one with its channels anywhere, the other with all of them apart.
+void processBlock(Bytes& bytes, Instance& one, Instance& other) {
+    const auto frames = bytes.word() % (longest + 1);
+    std::vector<float> memory(3 * longest);
+    auto seed = bytes.byte() * 2654435761U + 1;
+    for (float& sample : memory) {
+        seed = seed * 1664525U + 1013904223U;
+        sample = static_cast<float>(static_cast<std::int32_t>(seed)) / 2147483648.0F;
+    }
+    const auto place = [&]() -> float* {
+        const auto choice = bytes.byte();
+        if (choice == 255) return nullptr;
+        return memory.data() + std::min<std::size_t>(choice * std::size_t{12}, 2 * longest);
+    };
+    const float* const input[2] = {place(), place()};
+    float* output[2] = {place(), place()};
+    // Two outputs in one place have no right answer.
+    if (output[0] && output[1] && output[0] < output[1] + frames && output[1] < output[0] + frames)
+        output[1] = nullptr;
+    const auto events = takeEvents(bytes);
+
+    std::vector<float> apart[4];
+    for (auto& channel : apart) channel.resize(frames + 1, 7);
+    for (std::size_t channel = 0; channel < 2; ++channel)
+        if (input[channel]) std::copy_n(input[channel], frames, apart[channel].data());
+    other.process({input[0] ? apart[0].data() : nullptr, input[1] ? apart[1].data() : nullptr},
+                  {apart[2].data(), apart[3].data()}, frames, events);
+    one.process(input, {output[0], output[1]}, frames, events);
+    for (std::size_t channel = 0; channel < 2; ++channel)
+        require(!output[channel] || std::memcmp(output[channel], apart[2 + channel].data(),
+                                                frames * sizeof(float)) == 0,
+                "the output depends on where the buffers lie");
+}
+
+void call(Bytes& bytes, Instance& one, Instance& other) {
+    const auto both = [&](auto work) {
+        work(one);
+        work(other);
+    };
+    switch (bytes.byte() % 8) {
+        case 0: {
+            constexpr double rates[] = {44100, 8000, 384000, 0, NAN};
+            const double rate = rates[bytes.byte() % std::size(rates)];
+            both([&](Instance& instance) {
+                instance.deactivate();
+                instance.activate(rate, longest, nullptr);
+            });
+            break;
+        }
+        case 1: {
+            const auto address = bytes.byte() % 12;
+            const float value = anyValue(bytes.byte());
+            both([&](Instance& instance) { instance.setValue(address, value); });
+            break;
+        }
+        case 2:
+            both([](Instance& instance) { instance.reset(); });
+            break;
+        case 3:
+            one.pump();
+            one.edits().take([](const auto&) {});
+            break;
+        default:
+            processBlock(bytes, one, other);
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    platform::console::setSink({});
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const auto create = [] {
+        auto instance = Instance::create(nullptr, {}, std::make_shared<AudioUnitViewController>());
+        instance->activate(44100, longest, nullptr);
+        return instance;
+    };
+    const auto one = create();
+    const auto other = create();
+    Bytes bytes(data, size);
+    for (int calls = 0; calls < 20 && !bytes.empty(); ++calls) {
+        call(bytes, *one, *other);
+        require(one->latency() == other->latency(), "the latencies differ");
+        for (std::uint64_t address = 0; address < 8; ++address) {
+            const float value = one->value(address);
+            require(value >= 0 && value <= 1, "a value is out of range");
+            require(value == other->value(address), "the values differ");
+        }
+    }
+    return 0;
+}

@@ -1,0 +1,1 @@
+qov_fuzz(state LINKS hosts_instance editor)
