@@ -21,7 +21,6 @@ using platform::RunLoop;
 
 namespace {
 
-constexpr std::uint32_t captureFrames = 2048;   // the ring, by which the output is late
 constexpr std::uint32_t longestCopy = 1 << 20;  // frames; more than any host's block
 
 /// The instance that changes parameters on this thread on the host's behalf: no edit then.

@@ -34,6 +34,9 @@ class Instance {
     /// What makes the audio unit, and is kept as long as it: the editor's view controller.
     using Factory = std::shared_ptr<platform::AUAudioUnitFactory>;
 
+    /// Frames by which the output is late while the effect is not bypassed.
+    static constexpr std::uint32_t captureFrames = 2048;
+
     /// Null, with *error set where error is given, when there is no audio unit to be had. The
     /// factory, which must not be null, is asked with the instance's run loop current; without a
     /// loop the instance gets one of its own.

@@ -1,0 +1,264 @@
+#include "hosts/vst3/Controller.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+#include "audiounit/presets.h"
+#include "hosts/instance/Instance.h"
+#include "hosts/vst3/View.h"
+#include "hosts/vst3/editorMutex.h"
+#include "hosts/vst3/stream.h"
+#include "hosts/vst3/text16.h"
+#include "platform/dispatch/RunLoop.h"
+
+namespace qov::hosts::vst3 {
+
+namespace {
+
+constexpr std::size_t kTextSize = 128;  // units of UTF-16, in every text of the format's
+
+}  // namespace
+
+constexpr v3_edit_controller_cpp Controller::controllerTable{
+    unknownEntries,
+    {entry<&Controller::initialize>, entry<&Controller::terminate>},
+    {entry<&Controller::setComponentState>, entry<&Controller::setState>,
+     entry<&Controller::getState>, entry<&Controller::getParameterCount>,
+     entry<&Controller::getParameterInfo>, entry<&Controller::getParameterStringForValue>,
+     entry<&Controller::getParameterValueForString>, entry<&Controller::normalisedParameterToPlain>,
+     entry<&Controller::plainParameterToNormalised>, entry<&Controller::getParameterNormalised>,
+     entry<&Controller::setParameterNormalised>, entry<&Controller::setComponentHandler>,
+     entry<&Controller::createView>}};
+
+constexpr v3_midi_mapping_cpp Controller::midiMappingTable{
+    unknownEntries, {entry<&Controller::getMidiControllerAssignment>}};
+
+Controller::Controller(Unknown& effect, Instance& instance, ToldValues& told,
+                       Held<v3_run_loop> loop)
+    : effect_(effect),
+      instance_(instance),
+      told_(told),
+      parameters_(instance),
+      hostLoop_(std::move(loop)),
+      loop_([this] { tick(); }) {
+    tellAll();
+    told_.set(volumeId, 1);
+}
+
+v3_result Controller::initialize(v3_funknown** context) {
+    auto loop = Held<v3_run_loop>::of(context, v3_run_loop_iid);
+    if (loop) hostLoop_ = std::move(loop);
+    if (hostLoop_ && !loop_.isRunning())
+        loop_.start(hostLoop_, instance_.runLoop()->fileDescriptor());
+    return V3_OK;
+}
+
+v3_result Controller::terminate() {
+    if (view_) view_->close();
+    loop_.stop();
+    hostLoop_ = {};
+    return setComponentHandler(nullptr);
+}
+
+// State
+
+/// False, and nothing changed, where it is no state of ours.
+v3_result Controller::restore(v3_bstream** stream) {
+    if (!stream) return V3_INVALID_ARG;
+    const auto state = readAll(stream);
+    {
+        const std::lock_guard lock(editorMutex());
+        if (!state || !instance_.restoreState(*state)) return V3_FALSE;
+        tellAll();
+    }
+    tickNow();
+    return V3_OK;
+}
+
+v3_result Controller::setComponentState(v3_bstream** stream) {
+    return restore(stream);
+}
+
+/// There is none besides the component's.
+v3_result Controller::setState(v3_bstream**) {
+    return V3_OK;
+}
+
+v3_result Controller::getState(v3_bstream**) {
+    return V3_OK;
+}
+
+void Controller::tellAll() {
+    for (v3_param_id id = 0; id < parameterCount; ++id) told_.set(id, double{instance_.value(id)});
+}
+
+void Controller::applyTold() {
+    for (v3_param_id id = 0; id < parameterCount; ++id) {
+        const auto value = static_cast<float>(told_.get(id));
+        if (value != instance_.value(id)) instance_.setValue(id, value);
+    }
+    announcedLatency_ = latency();
+}
+
+// Parameters
+
+std::int32_t Controller::getParameterCount() {
+    return parameters_.count();
+}
+
+v3_result Controller::getParameterInfo(std::int32_t index, v3_param_info* info) {
+    return info && parameters_.describe(index, *info) ? V3_OK : V3_INVALID_ARG;
+}
+
+v3_result Controller::getParameterStringForValue(v3_param_id id, double value, std::int16_t* text) {
+    const auto written = parameters_.text(id, value);
+    if (!written || !text) return V3_INVALID_ARG;
+    writeText(*written, text, kTextSize);
+    return V3_OK;
+}
+
+v3_result Controller::getParameterValueForString(v3_param_id id, std::int16_t* text,
+                                                 double* value) {
+    if (!text || !value) return V3_INVALID_ARG;
+    const auto parsed = parameters_.parse(id, readText(text, kTextSize));
+    if (!parsed) return V3_FALSE;
+    *value = *parsed;
+    return V3_OK;
+}
+
+double Controller::normalisedParameterToPlain(v3_param_id id, double value) {
+    return id == programId ? static_cast<double>(parameters_.programOf(value)) : value;
+}
+
+double Controller::plainParameterToNormalised(v3_param_id id, double plain) {
+    return id == programId ? std::clamp(plain / *parameters_.steps(programId), 0.0, 1.0) : plain;
+}
+
+double Controller::getParameterNormalised(v3_param_id id) {
+    if (id == programId) return plainParameterToNormalised(id, static_cast<double>(program_));
+    return ToldValues::has(id) ? told_.get(id) : 0;
+}
+
+/// What is heard comes to process() of its own, unless nothing is processed.
+v3_result Controller::setParameterNormalised(v3_param_id id, double value) {
+    if (std::isnan(value)) return V3_INVALID_ARG;
+    value = std::clamp(value, 0.0, 1.0);
+    if (id == programId) return selectProgram(value);
+    if (!ToldValues::has(id)) return V3_INVALID_ARG;
+    if (told_.isHeld(id)) return V3_OK;
+    told_.set(id, value);
+    {
+        const std::lock_guard lock(editorMutex());
+        if (!instance_.isActive()) instance_.setValue(id, static_cast<float>(value));
+    }
+    tickNow();
+    return V3_OK;
+}
+
+v3_result Controller::selectProgram(double value) {
+    {
+        const std::lock_guard lock(editorMutex());
+        program_ = parameters_.programOf(value);
+        instance_.selectFactoryPreset(program_);
+        tellAll();
+    }
+    if (const auto host = handler())
+        host(&v3_component_handler::restart_component, V3_RESTART_PARAM_VALUES_CHANGED);
+    tickNow();
+    return V3_OK;
+}
+
+/// Controllers become parameter changes on their way here; these three mean the same as they do
+/// for the audio unit.
+v3_result Controller::getMidiControllerAssignment(std::int32_t bus, std::int16_t,
+                                                  std::int16_t controller, v3_param_id* id) {
+    if (!id || bus != 0) return V3_INVALID_ARG;
+    constexpr std::pair<std::int16_t, v3_param_id> kAssigned[] = {
+        {7, volumeId}, {10, kPanorama}, {11, kStereoWidth}};
+    for (const auto& [number, parameter] : kAssigned)
+        if (number == controller) {
+            *id = parameter;
+            return V3_OK;
+        }
+    return V3_FALSE;
+}
+
+// The host
+
+v3_result Controller::setComponentHandler(v3_component_handler** handler) {
+    Held<v3_component_handler> held(handler);
+    const std::lock_guard lock(editorMutex());
+    std::swap(handler_, held);
+    return V3_OK;
+}
+
+Held<v3_component_handler> Controller::handler() const {
+    const std::lock_guard lock(editorMutex());
+    return handler_;
+}
+
+std::uint32_t Controller::latency() const {
+    return told_.get(kBypass) > 0.5 ? 0 : Instance::captureFrames;
+}
+
+/// Where nothing ticks, a call of the host's is the occasion.
+void Controller::tickNow() {
+    if (!loop_.isRunning()) tick();
+}
+
+/// Runs the editor, then passes on what it did.
+void Controller::tick() {
+    std::vector<EditExchange::Edit> edits;
+    bool isActive = false;
+    {
+        const std::lock_guard lock(editorMutex());
+        instance_.pump();
+        instance_.edits().take([&](const EditExchange::Edit& edit) { edits.push_back(edit); });
+        isActive = instance_.isActive();
+    }
+    const auto host = handler();
+    using Kind = EditExchange::Edit::Kind;
+    for (const auto& edit : edits) {
+        const auto id = static_cast<v3_param_id>(edit.address);
+        if (edit.kind == Kind::begin) {
+            told_.setHeld(id, true);
+            if (host) host(&v3_component_handler::begin_edit, id);
+        } else if (edit.kind == Kind::value) {
+            told_.set(id, double{edit.value});
+            if (host) host(&v3_component_handler::perform_edit, id, double{edit.value});
+        } else {
+            if (host) host(&v3_component_handler::end_edit, id);
+            told_.setHeld(id, false);
+        }
+    }
+    // A plug-in that is not active is asked when it becomes so.
+    const auto now = latency();
+    if (isActive && announcedLatency_.exchange(now) != now && host)
+        host(&v3_component_handler::restart_component, V3_RESTART_LATENCY_CHANGED);
+}
+
+// The view
+
+v3_plugin_view** Controller::createView(const char* name) {
+    if (!name || std::strcmp(name, "editor") != 0) return nullptr;
+    return (new View(effect_, *this, instance_))->face();
+}
+
+bool Controller::viewOpens(View& view, Held<v3_run_loop> loop) {
+    if (view_) return false;
+    view_ = &view;
+    if (!loop_.isRunning()) loop_.start(std::move(loop), instance_.runLoop()->fileDescriptor());
+    return true;
+}
+
+void Controller::viewCloses(View& view) {
+    if (view_ != &view) return;
+    view_ = nullptr;
+    if (!hostLoop_) loop_.stop();
+}
+
+}  // namespace qov::hosts::vst3

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <travesty/edit_controller.h>
+
+#include <atomic>
+#include <cstdint>
+
+#include "hosts/vst3/HostLoop.h"
+#include "hosts/vst3/Interface.h"
+#include "hosts/vst3/Parameters.h"
+#include "hosts/vst3/ToldValues.h"
+
+namespace qov::hosts {
+class Instance;
+}
+
+namespace qov::hosts::vst3 {
+
+class View;
+
+/// The side that is shown: parameters as the host sees them, edits on their way to it, programs,
+/// the view. Main thread, but for latency(); the ticks come on a thread of their own where the host
+/// has no run loop.
+class Controller {
+ public:
+    /// The effect is what a view keeps alive. The loop, which may be empty, is one that the host
+    /// offers for as long as the plug-in lives.
+    Controller(Unknown& effect, Instance& instance, ToldValues& told, Held<v3_run_loop> loop);
+
+    static const v3_edit_controller_cpp controllerTable;
+    static const v3_midi_mapping_cpp midiMappingTable;
+
+    v3_result initialize(v3_funknown** context);
+    /// The view closes; nothing of the host's is held or called from here on.
+    v3_result terminate();
+
+    const Parameters& parameters() const { return parameters_; }
+    /// As the host is to account for it: by the bypass that it last told. Any thread.
+    std::uint32_t latency() const;
+
+    // For the processor
+
+    v3_result restore(v3_bstream** stream);
+    /// On activation: values that were told and have not come to the signal go there now, and the
+    /// latency counts as announced.
+    void applyTold();
+
+    // For the view, of which one is open at a time
+
+    bool viewOpens(View& view, Held<v3_run_loop> loop);
+    void viewCloses(View& view);
+    /// A drag that was under way has ended with it.
+    void viewHasClosed() { tickNow(); }
+
+ private:
+    v3_result setComponentState(v3_bstream** stream);
+    v3_result setState(v3_bstream** stream);
+    v3_result getState(v3_bstream** stream);
+    std::int32_t getParameterCount();
+    v3_result getParameterInfo(std::int32_t index, v3_param_info* info);
+    v3_result getParameterStringForValue(v3_param_id id, double value, std::int16_t* text);
+    v3_result getParameterValueForString(v3_param_id id, std::int16_t* text, double* value);
+    double normalisedParameterToPlain(v3_param_id id, double value);
+    double plainParameterToNormalised(v3_param_id id, double plain);
+    double getParameterNormalised(v3_param_id id);
+    v3_result setParameterNormalised(v3_param_id id, double value);
+    v3_result setComponentHandler(v3_component_handler** handler);
+    v3_plugin_view** createView(const char* name);
+    v3_result getMidiControllerAssignment(std::int32_t bus, std::int16_t channel,
+                                          std::int16_t controller, v3_param_id* id);
+
+    v3_result selectProgram(double value);
+    void tellAll();
+    void tick();
+    void tickNow();
+    Held<v3_component_handler> handler() const;
+
+    Unknown& effect_;
+    Instance& instance_;
+    ToldValues& told_;
+    Parameters parameters_;
+    std::size_t program_ = 0;
+    Held<v3_component_handler> handler_;
+    std::atomic<std::uint32_t> announcedLatency_{0};
+    Held<v3_run_loop> hostLoop_;
+    HostLoop loop_;
+    View* view_ = nullptr;
+};
+
+}  // namespace qov::hosts::vst3

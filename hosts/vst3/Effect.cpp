@@ -1,0 +1,57 @@
+#include "hosts/vst3/Effect.h"
+
+#include <cstdio>
+#include <utility>
+
+#include "editor/AudioUnitViewController.h"
+#include "hosts/instance/Instance.h"
+#include "hosts/vst3/createEffect.h"
+#include "platform/foundation/NSError.h"
+
+namespace qov::hosts::vst3 {
+
+Effect::Effect(std::unique_ptr<Instance> instance, Held<v3_run_loop> loop)
+    : instance_(std::move(instance)),
+      controller_(*this, *instance_, told_, std::move(loop)),
+      processor_(*instance_, told_, controller_),
+      units_(controller_.parameters()) {}
+
+Effect::~Effect() {
+    controller_.terminate();  // if the host has not
+}
+
+void* Effect::find(const std::uint8_t* id) noexcept {
+    const std::pair<const v3_tuid&, Face&> faces[] = {
+        {v3_funknown_iid, component_},
+        {v3_plugin_base_iid, component_},
+        {v3_component_iid, component_},
+        {v3_audio_processor_iid, audioProcessor_},
+        {v3_process_context_requirements_iid, requirements_},
+        {v3_edit_controller_iid, editController_},
+        {v3_midi_mapping_iid, midiMapping_},
+        {v3_unit_information_iid, unitInformation_},
+    };
+    for (const auto& [face, object] : faces)
+        if (v3_tuid_match(id, face)) return &object;
+    return nullptr;
+}
+
+}  // namespace qov::hosts::vst3
+
+extern "C" v3_funknown** kelvane_vst3_create(v3_funknown** host) {
+    using namespace qov;
+    using namespace qov::hosts;
+    try {
+        platform::NSError error;
+        auto instance = Instance::create(&error, {}, std::make_shared<AudioUnitViewController>());
+        if (instance) {
+            auto loop = vst3::Held<v3_run_loop>::of(host, v3_run_loop_iid);
+            return (new vst3::Effect(std::move(instance), std::move(loop)))->face();
+        }
+        std::fprintf(stderr, "kelvane: the effect cannot be made: %s\n",
+                     error.localizedDescription().c_str());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "kelvane: the effect cannot be made: %s\n", error.what());
+    }
+    return nullptr;
+}

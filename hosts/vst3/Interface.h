@@ -1,0 +1,146 @@
+#pragma once
+
+#include <travesty/base.h>
+
+#include <atomic>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+/// The binary interface of VST3 in C++: objects of ours that a host may hold, and objects of the
+/// host that we hold. An interface is a pointer to a pointer to a table of functions, each of which
+/// gets the interface as its first argument.
+namespace qov::hosts::vst3 {
+
+/// An object that counts who holds it. Offers several interfaces; all of them share the count.
+class Unknown {
+ public:
+    virtual ~Unknown() = default;
+    Unknown(const Unknown&) = delete;
+    Unknown& operator=(const Unknown&) = delete;
+
+    // Any thread.
+    std::uint32_t ref() noexcept { return ++count_; }
+    std::uint32_t unref() noexcept {
+        const auto left = --count_;
+        if (left == 0) unheld();
+        return left;
+    }
+    v3_result query(const std::uint8_t* id, void** result) noexcept {
+        if (!result) return V3_INVALID_ARG;
+        *result = id ? find(id) : nullptr;
+        if (!*result) return V3_NO_INTERFACE;
+        ref();
+        return V3_OK;
+    }
+
+ protected:
+    /// Held once, by whoever makes it.
+    Unknown() = default;
+    /// The interface of that id, null if there is none; that of v3_funknown_iid is always the same.
+    virtual void* find(const std::uint8_t* id) noexcept = 0;
+    virtual void unheld() noexcept { delete this; }
+
+ private:
+    std::atomic<std::uint32_t> count_{1};
+};
+
+/// One interface of an object: its address is what a host gets.
+struct Face {
+    const void* table;  // of functions; first, as the format demands
+    Unknown* object;    // counts and finds
+    void* part;         // what the table's other functions are members of
+};
+
+namespace detail {
+
+inline const Face& faceOf(void* self) {
+    return *static_cast<const Face*>(self);
+}
+
+template <auto Method, class Part, class Result, class... Arguments>
+Result V3_API call(void* self, Arguments... arguments) noexcept {
+    auto& part = *static_cast<Part*>(faceOf(self).part);
+    if constexpr (std::is_nothrow_invocable_v<decltype(Method), Part&, Arguments...>) {
+        return (part.*Method)(arguments...);
+    } else {
+        try {
+            return (part.*Method)(arguments...);
+        } catch (...) {  // none of ours crosses into a host
+            if constexpr (std::is_same_v<Result, v3_result>)
+                return V3_INTERNAL_ERR;
+            else
+                return Result();
+        }
+    }
+}
+
+template <class Member>
+struct CallOf;
+template <class Part, class Result, class... Arguments>
+struct CallOf<Result (Part::*)(Arguments...)> {
+    template <auto Method>
+    static constexpr auto function = &call<Method, Part, Result, Arguments...>;
+};
+template <class Part, class Result, class... Arguments>
+struct CallOf<Result (Part::*)(Arguments...) const> : CallOf<Result (Part::*)(Arguments...)> {};
+template <class Part, class Result, class... Arguments>
+struct CallOf<Result (Part::*)(Arguments...) noexcept> : CallOf<Result (Part::*)(Arguments...)> {};
+template <class Part, class Result, class... Arguments>
+struct CallOf<Result (Part::*)(Arguments...) const noexcept>
+    : CallOf<Result (Part::*)(Arguments...)> {};
+
+}  // namespace detail
+
+/// A member function as an entry of a table.
+template <auto Method>
+inline constexpr auto entry = detail::CallOf<decltype(Method)>::template function<Method>;
+
+/// The beginning of every table.
+inline constexpr v3_funknown unknownEntries{
+    .query_interface = [](void* self, const std::uint8_t* id, void** result) -> v3_result {
+        return detail::faceOf(self).object->query(id, result);
+    },
+    .ref = [](void* self) -> std::uint32_t { return detail::faceOf(self).object->ref(); },
+    .unref = [](void* self) -> std::uint32_t { return detail::faceOf(self).object->unref(); },
+};
+
+/// An object of the host's, held as long as this is.
+template <class Interface>
+class Held {
+ public:
+    Held() = default;
+    explicit Held(Interface** object) : object_(object) {
+        if (object_) v3_cpp_obj_ref(object_);
+    }
+    /// Another interface of an object; empty if it has none such.
+    template <class Other>
+    static Held of(Other** object, const v3_tuid id) {
+        Held held;
+        if (object && v3_cpp_obj_query_interface(object, id, &held.object_) != V3_OK)
+            held.object_ = nullptr;
+        return held;
+    }
+    Held(const Held& other) : Held(other.object_) {}
+    Held(Held&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    Held& operator=(Held other) noexcept {
+        std::swap(object_, other.object_);
+        return *this;
+    }
+    ~Held() {
+        if (object_) v3_cpp_obj_unref(object_);
+    }
+
+    explicit operator bool() const { return object_ != nullptr; }
+    Interface** get() const { return object_; }
+    /// Calls one of its functions: held(&v3_run_loop::register_timer, handler, 20).
+    template <class Function, class... Arguments>
+    auto operator()(Function Interface::*function, Arguments... arguments) const {
+        return (v3_cpp_obj(object_)->*function)(object_, arguments...);
+    }
+
+ private:
+    Interface** object_ = nullptr;
+};
+
+}  // namespace qov::hosts::vst3

@@ -1,0 +1,237 @@
+#include "hosts/vst3/Processor.h"
+
+#include <algorithm>
+#include <cmath>
+#include <mutex>
+#include <string>
+
+#include "hosts/instance/Instance.h"
+#include "hosts/vst3/Controller.h"
+#include "hosts/vst3/Interface.h"
+#include "hosts/vst3/editorMutex.h"
+#include "hosts/vst3/stream.h"
+#include "hosts/vst3/text16.h"
+
+namespace qov::hosts::vst3 {
+
+namespace {
+
+constexpr v3_speaker_arrangement kStereo = V3_SPEAKER_L | V3_SPEAKER_R;
+constexpr std::int32_t kMidiChannels = 16;
+constexpr double kLongestDelay = 0.01;  // seconds, of the phase shift
+
+bool isBus(std::int32_t media, std::int32_t direction, std::int32_t index) {
+    if (index != 0) return false;
+    if (media == V3_AUDIO) return direction == V3_INPUT || direction == V3_OUTPUT;
+    return media == V3_EVENT && direction == V3_INPUT;
+}
+
+/// The two channels of the first bus, null where there are none.
+struct Channels {
+    Channels(const v3_audio_bus_buffers* buses, std::int32_t count) {
+        if (!buses || count < 1 || !buses[0].channel_buffers_32) return;
+        for (int channel = 0; channel < std::min(buses[0].num_channels, 2); ++channel)
+            at[channel] = buses[0].channel_buffers_32[channel];
+    }
+    float* at[2] = {};
+};
+
+}  // namespace
+
+constexpr v3_component_cpp Processor::componentTable{
+    unknownEntries,
+    {entry<&Processor::initialize>, entry<&Processor::terminate>},
+    {entry<&Processor::getControllerClassId>, entry<&Processor::setIoMode>,
+     entry<&Processor::getBusCount>, entry<&Processor::getBusInfo>,
+     entry<&Processor::getRoutingInfo>, entry<&Processor::activateBus>,
+     entry<&Processor::setActive>, entry<&Processor::setState>, entry<&Processor::getState>}};
+
+constexpr v3_audio_processor_cpp Processor::processorTable{
+    unknownEntries,
+    {entry<&Processor::setBusArrangements>, entry<&Processor::getBusArrangement>,
+     entry<&Processor::canProcessSampleSize>, entry<&Processor::getLatencySamples>,
+     entry<&Processor::setupProcessing>, entry<&Processor::setProcessing>,
+     entry<&Processor::process>, entry<&Processor::getTailSamples>}};
+
+constexpr v3_process_context_requirements_cpp Processor::requirementsTable{
+    unknownEntries, {entry<&Processor::getProcessContextRequirements>}};
+
+Processor::Processor(Instance& instance, ToldValues& told, Controller& controller)
+    : instance_(instance), told_(told), controller_(controller) {}
+
+// Component
+
+v3_result Processor::initialize(v3_funknown** context) {
+    return controller_.initialize(context);
+}
+
+v3_result Processor::terminate() {
+    deactivate();
+    return controller_.terminate();
+}
+
+/// The controller is this very object.
+v3_result Processor::getControllerClassId(std::uint8_t*) {
+    return V3_NOT_IMPLEMENTED;
+}
+
+v3_result Processor::setIoMode(std::int32_t) {
+    return V3_OK;
+}
+
+std::int32_t Processor::getBusCount(std::int32_t media, std::int32_t direction) {
+    return isBus(media, direction, 0) ? 1 : 0;
+}
+
+v3_result Processor::getBusInfo(std::int32_t media, std::int32_t direction, std::int32_t index,
+                                v3_bus_info* info) {
+    if (!info || !isBus(media, direction, index)) return V3_INVALID_ARG;
+    *info = {.media_type = media,
+             .direction = direction,
+             .channel_count = media == V3_AUDIO ? 2 : kMidiChannels,
+             .bus_name = {},
+             .bus_type = V3_MAIN,
+             .flags = V3_DEFAULT_ACTIVE};
+    writeText(media == V3_EVENT       ? "MIDI"
+              : direction == V3_INPUT ? "Input"
+                                      : "Output",
+              info->bus_name);
+    return V3_OK;
+}
+
+v3_result Processor::getRoutingInfo(v3_routing_info* input, v3_routing_info* output) {
+    if (!input || !output || !isBus(input->media_type, V3_INPUT, input->bus_idx))
+        return V3_INVALID_ARG;
+    if (input->media_type != V3_AUDIO) return V3_FALSE;
+    *output = {.media_type = V3_AUDIO, .bus_idx = 0, .channel = input->channel};
+    return V3_OK;
+}
+
+v3_result Processor::activateBus(std::int32_t media, std::int32_t direction, std::int32_t index,
+                                 v3_bool) {
+    return isBus(media, direction, index) ? V3_OK : V3_INVALID_ARG;
+}
+
+v3_result Processor::setActive(v3_bool isActive) {
+    if (isActive) return activate() ? V3_OK : V3_INTERNAL_ERR;
+    deactivate();
+    return V3_OK;
+}
+
+bool Processor::activate() {
+    const std::lock_guard lock(editorMutex());
+    gate_.enter();
+    instance_.deactivate();
+    const bool isActive = instance_.activate(sampleRate_, longestBlock_, nullptr);
+    isFresh_ = true;
+    controller_.applyTold();  // what came for blocks that were never processed
+    gate_.leave();
+    return isActive;
+}
+
+void Processor::deactivate() {
+    const std::lock_guard lock(editorMutex());
+    gate_.enter();
+    instance_.deactivate();
+    gate_.leave();
+}
+
+v3_result Processor::setState(v3_bstream** stream) {
+    return controller_.restore(stream);
+}
+
+v3_result Processor::getState(v3_bstream** stream) {
+    if (!stream) return V3_INVALID_ARG;
+    std::string state;
+    {
+        const std::lock_guard lock(editorMutex());
+        state = instance_.saveState();
+    }
+    return writeAll(stream, state) ? V3_OK : V3_INTERNAL_ERR;
+}
+
+// Audio processor
+
+v3_result Processor::setBusArrangements(v3_speaker_arrangement* inputs, std::int32_t inputCount,
+                                        v3_speaker_arrangement* outputs, std::int32_t outputCount) {
+    const bool isStereo = inputs && outputs && inputCount == 1 && outputCount == 1 &&
+                          inputs[0] == kStereo && outputs[0] == kStereo;
+    return isStereo ? V3_OK : V3_FALSE;
+}
+
+v3_result Processor::getBusArrangement(std::int32_t direction, std::int32_t index,
+                                       v3_speaker_arrangement* arrangement) {
+    if (!arrangement || !isBus(V3_AUDIO, direction, index)) return V3_INVALID_ARG;
+    *arrangement = kStereo;
+    return V3_OK;
+}
+
+v3_result Processor::canProcessSampleSize(std::int32_t size) {
+    return size == V3_SAMPLE_32 ? V3_OK : V3_FALSE;
+}
+
+std::uint32_t Processor::getLatencySamples() {
+    return controller_.latency();
+}
+
+v3_result Processor::setupProcessing(v3_process_setup* setup) {
+    if (!setup || setup->symbolic_sample_size != V3_SAMPLE_32) return V3_INVALID_ARG;
+    if (!std::isfinite(setup->sample_rate) || setup->sample_rate <= 0 || setup->max_block_size < 0)
+        return V3_INVALID_ARG;
+    sampleRate_ = setup->sample_rate;
+    longestBlock_ = static_cast<std::uint32_t>(setup->max_block_size);
+    return V3_OK;
+}
+
+v3_result Processor::setProcessing(v3_bool isProcessing) {
+    if (!isProcessing) return V3_OK;
+    gate_.enter();
+    if (!isFresh_) instance_.reset();
+    isFresh_ = true;
+    gate_.leave();
+    return V3_OK;
+}
+
+v3_result Processor::process(v3_process_data* data) {
+    if (!data || data->symbolic_sample_size != V3_SAMPLE_32) return V3_INVALID_ARG;
+    const auto frames = static_cast<std::uint32_t>(std::max(data->nframes, 0));
+    ParameterPoints::tell(data->input_params, frames, told_);
+    if (data->num_output_buses > 0 && data->outputs) data->outputs[0].channel_silence_bitset = 0;
+    if (gate_.tryEnter()) {
+        render(*data, frames);
+        gate_.leave();
+        return V3_OK;
+    }
+    for (float* channel : Channels(data->outputs, data->num_output_buses).at)
+        if (channel) std::fill_n(channel, frames, 0.0f);
+    return V3_OK;
+}
+
+void Processor::render(const v3_process_data& data, std::uint32_t frames) {
+    const Channels in(data.inputs, data.num_input_buses);
+    const Channels out(data.outputs, data.num_output_buses);
+    if (frames > 0) isFresh_ = false;
+    std::uint32_t begin = 0;
+    do {
+        const auto end =
+            points_.collect(data.input_params, told_, frames, begin, std::max(frames, 1u));
+        const auto from = [&](float* channel) { return channel ? channel + begin : nullptr; };
+        const float* const input[2] = {from(in.at[0]), from(in.at[1])};
+        float* const output[2] = {from(out.at[0]), from(out.at[1])};
+        instance_.process(input, output, std::min(end, frames) - begin, points_.events());
+        begin = end;
+    } while (begin < frames);
+}
+
+/// What sounds after the end of the input: the ring's content and the longest delay.
+std::uint32_t Processor::getTailSamples() {
+    return Instance::captureFrames +
+           static_cast<std::uint32_t>(std::ceil(sampleRate_ * kLongestDelay));
+}
+
+/// Neither tempo nor position.
+std::uint32_t Processor::getProcessContextRequirements() {
+    return 0;
+}
+
+}  // namespace qov::hosts::vst3

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <travesty/base.h>
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+
+#include "hosts/vst3/identity.h"
+
+namespace qov::hosts::vst3 {
+
+/// The values of the parameters as host and plug-in last told them to each other. The signal may be
+/// a block behind: a host tells of a change twice, on the main thread for what is shown, and at its
+/// frame on the audio thread for what is heard. Any thread.
+class ToldValues {
+ public:
+    static constexpr bool has(v3_param_id id) { return id <= kBypass || id == volumeId; }
+
+    double get(v3_param_id id) const { return values_[id].load(std::memory_order_relaxed); }
+    /// Switches go to their nearer end.
+    void set(v3_param_id id, double value) {
+        if (id >= kSwapChannels && id <= kBypass) value = value > 0.5 ? 1 : 0;
+        values_[id].store(value, std::memory_order_relaxed);
+    }
+
+    /// While a person holds a control in the editor, what the host sends back of it is behind what
+    /// the control shows, and is passed over.
+    bool isHeld(v3_param_id id) const { return held_.load(std::memory_order_relaxed) >> id & 1; }
+    void setHeld(v3_param_id id, bool isHeld) {
+        const auto bit = 1u << id;
+        isHeld ? held_.fetch_or(bit) : held_.fetch_and(~bit);
+    }
+
+ private:
+    std::array<std::atomic<double>, volumeId + 1> values_{};
+    std::atomic<std::uint32_t> held_{0};
+};
+
+}  // namespace qov::hosts::vst3

@@ -1,0 +1,199 @@
+#include "hosts/vst3/View.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "hosts/instance/Instance.h"
+#include "hosts/vst3/Controller.h"
+#include "hosts/vst3/editorMutex.h"
+#include "hosts/window/EditorWindow.h"
+#include "platform/uikit/NativeWindow.h"
+
+namespace qov::hosts::vst3 {
+
+namespace {
+
+constexpr auto kSize = EditorWindow::kSize;
+constexpr double kAspect = kSize.width / kSize.height;                     // 17:11
+constexpr double kSmallest = EditorWindow::kSmallest.width / kSize.width;  // of that size
+constexpr double kLargest = 8;
+
+std::int32_t pixels(double points, double scale) {
+    return static_cast<std::int32_t>(std::lround(points * scale));
+}
+
+bool isX11(const char* type) {
+    return type && std::strcmp(type, V3_VIEW_PLATFORM_TYPE_X11) == 0;
+}
+
+}  // namespace
+
+constexpr v3_plugin_view_cpp View::viewTable{
+    unknownEntries,
+    {entry<&View::isPlatformTypeSupported>, entry<&View::attached>, entry<&View::removed>,
+     entry<&View::onWheel>, entry<&View::onKey>, entry<&View::onKey>, entry<&View::getSize>,
+     entry<&View::onSize>, entry<&View::onFocus>, entry<&View::setFrame>, entry<&View::canResize>,
+     entry<&View::checkSizeConstraint>}};
+
+constexpr v3_plugin_view_content_scale_cpp View::scaleTable{unknownEntries,
+                                                            {entry<&View::setContentScaleFactor>}};
+
+constexpr v3_plugin_view_parameter_finder_cpp View::finderTable{unknownEntries,
+                                                                {entry<&View::findParameter>}};
+
+View::View(Unknown& effect, Controller& controller, Instance& instance)
+    : effect_(effect),
+      controller_(controller),
+      instance_(instance),
+      scale_(platform::NativeWindow::desktopScale(nullptr).value_or(1)),
+      width_(pixels(kSize.width, scale_)),
+      height_(pixels(kSize.height, scale_)) {
+    effect_.ref();
+}
+
+View::~View() {
+    close();
+    effect_.unref();
+}
+
+void* View::find(const std::uint8_t* id) noexcept {
+    if (v3_tuid_match(id, v3_funknown_iid) || v3_tuid_match(id, v3_plugin_view_iid)) return &view_;
+    if (v3_tuid_match(id, v3_plugin_view_content_scale_iid)) return &scaleFace_;
+    return v3_tuid_match(id, v3_plugin_view_parameter_finder_iid) ? &finder_ : nullptr;
+}
+
+// Window
+
+v3_result View::isPlatformTypeSupported(const char* type) {
+    return isX11(type) ? V3_OK : V3_FALSE;
+}
+
+v3_result View::attached(void* parent, const char* type) {
+    if (!parent || !isX11(type)) return V3_INVALID_ARG;
+    if (parent_) return V3_FALSE;
+    if (!controller_.viewOpens(*this, Held<v3_run_loop>::of(frame_.get(), v3_run_loop_iid)))
+        return V3_FALSE;
+    parent_ = reinterpret_cast<std::uintptr_t>(parent);
+    if (openWindow()) return V3_OK;
+    close();
+    return V3_INTERNAL_ERR;
+}
+
+bool View::openWindow() {
+    const std::lock_guard lock(editorMutex());
+    std::string error;
+    window_ = EditorWindow::open(
+        instance_,
+        {.parent = parent_, .scale = scale_, .size = {width_ / scale_, height_ / scale_}}, &error);
+    if (window_)
+        window_->native().show();
+    else
+        std::fprintf(stderr, "kelvane: the editor does not open: %s\n", error.c_str());
+    return window_ != nullptr;
+}
+
+v3_result View::removed() {
+    if (!parent_) return V3_FALSE;
+    close();
+    return V3_OK;
+}
+
+/// The ticks end first, and without the lock, which they may be waiting for.
+void View::close() {
+    if (!parent_) return;
+    controller_.viewCloses(*this);
+    closeWindow();
+    parent_ = 0;
+    controller_.viewHasClosed();
+}
+
+void View::closeWindow() {
+    const std::lock_guard lock(editorMutex());
+    window_.reset();
+}
+
+v3_result View::setFrame(v3_plugin_frame** frame) {
+    frame_ = Held<v3_plugin_frame>(frame);
+    return V3_OK;
+}
+
+// Input: the window has its own.
+
+v3_result View::onWheel(float) {
+    return V3_FALSE;
+}
+
+v3_result View::onKey(std::int16_t, std::int16_t, std::int16_t) {
+    return V3_FALSE;
+}
+
+v3_result View::onFocus(v3_bool) {
+    return V3_OK;
+}
+
+v3_result View::findParameter(std::int32_t x, std::int32_t y, v3_param_id* id) {
+    const std::lock_guard lock(editorMutex());
+    if (!id || !window_) return V3_FALSE;
+    const auto control = window_->controlAt({x / scale_, y / scale_});
+    if (!control) return V3_FALSE;
+    *id = static_cast<v3_param_id>(*control);
+    return V3_OK;
+}
+
+// Size
+
+v3_result View::getSize(v3_view_rect* rect) {
+    if (!rect) return V3_INVALID_ARG;
+    *rect = {0, 0, width_, height_};
+    return V3_OK;
+}
+
+v3_result View::onSize(v3_view_rect* rect) {
+    if (!rect || rect->right <= rect->left || rect->bottom <= rect->top) return V3_INVALID_ARG;
+    width_ = rect->right - rect->left;
+    height_ = rect->bottom - rect->top;
+    const std::lock_guard lock(editorMutex());
+    if (window_) window_->native().setSize({width_ / scale_, height_ / scale_});
+    return V3_OK;
+}
+
+v3_result View::canResize() {
+    return V3_OK;
+}
+
+/// The panel's own proportions; the side that was drawn further leads.
+v3_result View::checkSizeConstraint(v3_view_rect* rect) {
+    if (!rect) return V3_INVALID_ARG;
+    const double width = double{static_cast<double>(rect->right)} - rect->left;
+    const double height = double{static_cast<double>(rect->bottom)} - rect->top;
+    const bool widthLeads = std::abs(width - width_) >= std::abs(height - height_) * kAspect;
+    const double wanted = (widthLeads ? width : height * kAspect) / (kSize.width * scale_);
+    const double factor = scale_ * std::clamp(wanted, kSmallest, kLargest);
+    rect->right = rect->left + pixels(kSize.width, factor);
+    rect->bottom = rect->top + pixels(kSize.height, factor);
+    return V3_OK;
+}
+
+/// An open window is made anew; the host is asked for the room that it needs.
+v3_result View::setContentScaleFactor(float factor) {
+    if (!std::isfinite(factor) || factor < kSmallest || factor > kLargest) return V3_INVALID_ARG;
+    const double change = double{factor} / scale_;
+    if (change == 1) return V3_OK;
+    scale_ = double{factor};
+    width_ = pixels(width_, change);
+    height_ = pixels(height_, change);
+    if (!window_) return V3_OK;
+    closeWindow();
+    if (!openWindow()) return V3_INTERNAL_ERR;
+    v3_view_rect rect{0, 0, width_, height_};
+    if (frame_) frame_(&v3_plugin_frame::resize_view, face(), &rect);
+    return V3_OK;
+}
+
+}  // namespace qov::hosts::vst3

@@ -1,0 +1,129 @@
+#include <travesty/factory.h>
+
+#include <cstring>
+
+#include "hosts/bundle/bodyFunction.h"
+#include "hosts/instance/product.h"
+#include "hosts/vst3/Interface.h"
+#include "hosts/vst3/createEffect.h"
+#include "hosts/vst3/identity.h"
+#include "hosts/vst3/text16.h"
+
+namespace {
+
+using namespace qov::hosts;
+using vst3::entry;
+using vst3::Face;
+using vst3::writeText;
+
+constexpr const char* kCategory = "Audio Module Class";  // what makes a class a plug-in
+constexpr const char* kSubcategories = "Fx|Spatial|Stereo";
+constexpr const char* kFormat = "VST 3.7";
+constexpr std::int32_t kMany = 0x7fffffff;  // instances
+constexpr std::int32_t kUnicode = 0x10;
+
+template <std::size_t Size>
+void writeText(const char* text, char (&field)[Size]) {
+    std::strncpy(field, text, Size - 1);
+    field[Size - 1] = 0;
+}
+
+/// What a scan asks. Static: nobody's last reference ends it.
+class Factory final : public vst3::Unknown {
+ public:
+    void* face() { return &face_; }
+
+ private:
+    void* find(const std::uint8_t* id) noexcept override {
+        for (const auto* offered : {&v3_funknown_iid, &v3_plugin_factory_iid,
+                                    &v3_plugin_factory_2_iid, &v3_plugin_factory_3_iid})
+            if (v3_tuid_match(id, *offered)) return &face_;
+        return nullptr;
+    }
+    void unheld() noexcept override {}
+
+    v3_result getFactoryInfo(v3_factory_info* info) noexcept {
+        if (!info) return V3_INVALID_ARG;
+        *info = {};
+        writeText(product::maker, info->vendor);
+        info->flags = kUnicode;
+        return V3_OK;
+    }
+    std::int32_t numClasses() noexcept { return 1; }
+
+    /// What the three forms of the information have in common.
+    template <class Info>
+    static v3_result describe(std::int32_t index, Info* info) {
+        if (index != 0 || !info) return V3_INVALID_ARG;
+        *info = {};
+        std::memcpy(info->class_id, vst3::classId, sizeof(v3_tuid));
+        info->cardinality = kMany;
+        writeText(kCategory, info->category);
+        writeText(product::name, info->name);
+        return V3_OK;
+    }
+    template <class Info>
+    static v3_result describeMore(std::int32_t index, Info* info) {
+        if (const auto result = describe(index, info); result != V3_OK) return result;
+        writeText(kSubcategories, info->sub_categories);
+        writeText(product::maker, info->vendor);
+        writeText(product::version, info->version);
+        writeText(kFormat, info->sdk_version);
+        return V3_OK;
+    }
+    v3_result getClassInfo(std::int32_t index, v3_class_info* info) noexcept {
+        return describe(index, info);
+    }
+    v3_result getClassInfo2(std::int32_t index, v3_class_info_2* info) noexcept {
+        return describeMore(index, info);
+    }
+    v3_result getClassInfoUtf16(std::int32_t index, v3_class_info_3* info) noexcept {
+        return describeMore(index, info);
+    }
+
+    v3_result createInstance(const std::uint8_t* classId, const std::uint8_t* id,
+                             void** object) noexcept {
+        if (!object) return V3_INVALID_ARG;
+        *object = nullptr;
+        if (!classId || !id || !v3_tuid_match(classId, vst3::classId)) return V3_INVALID_ARG;
+        auto* create = bodyFunction<decltype(kelvane_vst3_create)>("kelvane_vst3_create");
+        auto** effect = create ? create(host_) : nullptr;
+        if (!effect) return V3_INTERNAL_ERR;
+        const auto result = (*effect)->query_interface(effect, id, object);
+        (*effect)->unref(effect);
+        return result;
+    }
+    v3_result setHostContext(v3_funknown** host) noexcept {
+        host_ = host;
+        return V3_OK;
+    }
+
+    static constexpr v3_plugin_factory_cpp table{
+        vst3::unknownEntries,
+        {entry<&Factory::getFactoryInfo>, entry<&Factory::numClasses>,
+         entry<&Factory::getClassInfo>, entry<&Factory::createInstance>},
+        {entry<&Factory::getClassInfo2>},
+        {entry<&Factory::getClassInfoUtf16>, entry<&Factory::setHostContext>}};
+
+    Face face_{&table, this, this};
+    v3_funknown** host_ = nullptr;  // lives as long as the module is loaded
+};
+
+Factory factory;
+
+}  // namespace
+
+#define EXPORT extern "C" [[gnu::visibility("default")]]
+
+EXPORT bool ModuleEntry(void*) {
+    return true;
+}
+
+EXPORT bool ModuleExit() {
+    return true;
+}
+
+EXPORT void* GetPluginFactory() {
+    factory.ref();
+    return factory.face();
+}
