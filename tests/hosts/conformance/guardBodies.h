@@ -1,7 +1,8 @@
 #pragma once
 
 // The guard of an audio thread (tests/dsp/realTimeGuard.h) for programs that load plug-ins: it sees
-// into their bodies, too. Include it in one source of a program, in the guard's place.
+// into their bodies, too. Include it in one source of a program, in the guard's place, and link
+// that with --export-dynamic-symbol=dlopen, so that plug-ins find it.
 
 #include <dlfcn.h>
 
