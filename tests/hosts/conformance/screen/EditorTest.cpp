@@ -180,6 +180,7 @@ TEST_P(Editor, TakesAnySizeAndGoesDuringADrag) {
         ASSERT_TRUE(plugin->openEditor(parent));
         ASSERT_TRUE(until({plugin.get()}, [] { return isDrawn(); }));
         EXPECT_EQ(plugin->editorSize(), std::pair(width, height));
+        const auto usual = look(0, 0);
         ASSERT_TRUE(plugin->resizeEditor(1020, 660));
         EXPECT_TRUE(
             until({plugin.get()}, [&] { return plugin->editorSize() == std::pair(1020, 660); }));
@@ -188,7 +189,7 @@ TEST_P(Editor, TakesAnySizeAndGoesDuringADrag) {
         turn(*plugin);
         plugin->resizeEditor(width, height);
         ASSERT_TRUE(until({plugin.get()}, [&] {
-            return plugin->editorSize() == std::pair(width, height) && isDrawn();
+            return plugin->editorSize() == std::pair(width, height) && look(0, 0) == usual;
         }));
         Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 300");
         ASSERT_TRUE(until({plugin.get()}, [&] { return plugin->value(kStereoWidth) > 0.5F; }));

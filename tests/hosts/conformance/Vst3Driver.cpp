@@ -1,0 +1,504 @@
+#include <dlfcn.h>
+#include <poll.h>
+#include <travesty/edit_controller.h>
+#include <travesty/factory.h>
+// The order matters to them.
+#include <travesty/audio_processor.h>
+#include <travesty/component.h>
+#include <travesty/unit.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <stdexcept>
+
+#include "hosts/vst3/Interface.h"
+#include "hosts/vst3/text16.h"
+#include "tests/hosts/conformance/Plugin.h"
+
+namespace qov::test {
+namespace {
+
+using hosts::EditExchange;
+using hosts::HostEvent;
+using hosts::vst3::entry;
+using hosts::vst3::Face;
+using hosts::vst3::Held;
+using hosts::vst3::readText;
+using hosts::vst3::Unknown;
+using hosts::vst3::unknownEntries;
+using hosts::vst3::writeText;
+
+constexpr std::size_t textSize = 128;
+constexpr const char* path =
+    KELVANE_PLUGINS "/vst3/QOV Kelvane.vst3/Contents/x86_64-linux/QOV Kelvane.so";
+
+// The host's side of the interface. Its objects belong to the driver; their counts keep nothing.
+
+class Owned : public Unknown {
+ protected:
+    void unheld() noexcept override {}
+};
+
+/// A block's points of one parameter.
+class Queue final : public Owned {
+ public:
+    explicit Queue(v3_param_id id) : id_(id) {}
+    void add(std::uint32_t frame, double value) {
+        points_.emplace_back(static_cast<std::int32_t>(frame), value);
+    }
+    v3_param_value_queue** face() { return reinterpret_cast<v3_param_value_queue**>(&face_); }
+
+ private:
+    void* find(const std::uint8_t*) noexcept override { return nullptr; }
+    v3_param_id getParamId() noexcept { return id_; }
+    std::int32_t getPointCount() noexcept { return static_cast<std::int32_t>(points_.size()); }
+    v3_result getPoint(std::int32_t index, std::int32_t* frame, double* value) noexcept {
+        *frame = points_[static_cast<std::size_t>(index)].first;
+        *value = points_[static_cast<std::size_t>(index)].second;
+        return V3_OK;
+    }
+    v3_result addPoint(std::int32_t, double, std::int32_t*) noexcept { return V3_FALSE; }
+
+    static constexpr v3_param_value_queue_cpp table{
+        unknownEntries,
+        {entry<&Queue::getParamId>, entry<&Queue::getPointCount>, entry<&Queue::getPoint>,
+         entry<&Queue::addPoint>}};
+
+    Face face_{&table, this, this};
+    v3_param_id id_;
+    std::vector<std::pair<std::int32_t, double>> points_;
+};
+
+class Changes final : public Owned {
+ public:
+    void clear() { queues_.clear(); }
+    void add(v3_param_id id, std::uint32_t frame, double value) {
+        auto& queue = queues_[id];
+        if (!queue) queue = std::make_unique<Queue>(id);
+        queue->add(frame, value);
+    }
+    v3_param_changes** face() { return reinterpret_cast<v3_param_changes**>(&face_); }
+
+ private:
+    void* find(const std::uint8_t*) noexcept override { return nullptr; }
+    std::int32_t getParamCount() noexcept { return static_cast<std::int32_t>(queues_.size()); }
+    v3_param_value_queue** getParamData(std::int32_t index) noexcept {
+        return std::next(queues_.begin(), index)->second->face();
+    }
+    v3_param_value_queue** addParamData(v3_param_id*, std::int32_t*) noexcept { return nullptr; }
+
+    static constexpr v3_param_changes_cpp table{
+        unknownEntries,
+        {entry<&Changes::getParamCount>, entry<&Changes::getParamData>,
+         entry<&Changes::addParamData>}};
+
+    Face face_{&table, this, this};
+    std::map<v3_param_id, std::unique_ptr<Queue>> queues_;
+};
+
+/// A state in a project, dealt out a few bytes at a time.
+class Stream final : public Owned {
+ public:
+    explicit Stream(std::string_view content = {}) : bytes(content) {}
+    v3_bstream** face() { return reinterpret_cast<v3_bstream**>(&face_); }
+    std::string bytes;
+
+ private:
+    static constexpr std::int32_t most = 7;
+
+    void* find(const std::uint8_t*) noexcept override { return nullptr; }
+    v3_result read(void* to, std::int32_t size, std::int32_t* count) {
+        const auto left = static_cast<std::int32_t>(bytes.size() - at_);
+        *count = std::min({size, left, most});
+        std::memcpy(to, bytes.data() + at_, static_cast<std::size_t>(*count));
+        at_ += static_cast<std::size_t>(*count);
+        return V3_OK;
+    }
+    v3_result write(void* from, std::int32_t size, std::int32_t* count) {
+        *count = std::min(size, most);
+        bytes.append(static_cast<const char*>(from), static_cast<std::size_t>(*count));
+        return V3_OK;
+    }
+    v3_result seek(std::int64_t, std::int32_t, std::int64_t*) noexcept { return V3_FALSE; }
+    v3_result tell(std::int64_t*) noexcept { return V3_FALSE; }
+
+    static constexpr struct : v3_funknown {
+        v3_bstream stream;
+    } table{
+        unknownEntries,
+        {entry<&Stream::read>, entry<&Stream::write>, entry<&Stream::seek>, entry<&Stream::tell>}};
+
+    Face face_{&table, this, this};
+    std::size_t at_ = 0;
+};
+
+/// What the host is to the plug-in: component handler, run loop, frame of the view.
+class Host final : public Owned {
+ public:
+    v3_funknown** face() { return reinterpret_cast<v3_funknown**>(&loop_); }
+    v3_component_handler** handler() { return reinterpret_cast<v3_component_handler**>(&handler_); }
+    v3_plugin_frame** frame() { return reinterpret_cast<v3_plugin_frame**>(&frame_); }
+
+    void turn() {
+        for (auto* timer : std::vector(timers_)) v3_cpp_obj(timer)->on_timer(timer);
+        for (const auto& [events, descriptor] : std::vector(descriptors_)) {
+            pollfd ready{.fd = descriptor, .events = POLLIN, .revents = 0};
+            if (poll(&ready, 1, 0) == 1) v3_cpp_obj(events)->on_fd_is_set(events, descriptor);
+        }
+    }
+
+    std::vector<EditExchange::Edit> edits;
+    bool latencyChanged = false;
+
+ private:
+    void* find(const std::uint8_t* id) noexcept override {
+        return v3_tuid_match(id, v3_run_loop_iid) ? &loop_ : nullptr;
+    }
+
+    v3_result beginEdit(v3_param_id id) { return note(EditExchange::Edit::Kind::begin, id); }
+    v3_result performEdit(v3_param_id id, double value) {
+        performed_[id] = static_cast<float>(value);
+        return note(EditExchange::Edit::Kind::value, id);
+    }
+    v3_result endEdit(v3_param_id id) { return note(EditExchange::Edit::Kind::end, id); }
+    v3_result note(EditExchange::Edit::Kind kind, v3_param_id id) {
+        edits.push_back({kind, id, performed_[id]});
+        return V3_OK;
+    }
+    v3_result restartComponent(std::int32_t flags) {
+        if (flags & V3_RESTART_LATENCY_CHANGED) latencyChanged = true;
+        return V3_OK;
+    }
+
+    v3_result registerEventHandler(v3_event_handler** handler, int descriptor) {
+        descriptors_.emplace_back(handler, descriptor);
+        return V3_OK;
+    }
+    v3_result unregisterEventHandler(v3_event_handler** handler) {
+        std::erase_if(descriptors_, [&](const auto& entry) { return entry.first == handler; });
+        return V3_OK;
+    }
+    v3_result registerTimer(v3_timer_handler** handler, std::uint64_t) {
+        timers_.push_back(handler);
+        return V3_OK;
+    }
+    v3_result unregisterTimer(v3_timer_handler** handler) {
+        std::erase(timers_, handler);
+        return V3_OK;
+    }
+
+    v3_result resizeView(v3_plugin_view** view, v3_view_rect* rect) {
+        return v3_cpp_obj(view)->on_size(view, rect);
+    }
+
+    static constexpr struct : v3_funknown {
+        v3_component_handler handler;
+    } handlerTable{unknownEntries,
+                   {entry<&Host::beginEdit>, entry<&Host::performEdit>, entry<&Host::endEdit>,
+                    entry<&Host::restartComponent>}};
+    static constexpr v3_run_loop_cpp loopTable{
+        unknownEntries,
+        {entry<&Host::registerEventHandler>, entry<&Host::unregisterEventHandler>,
+         entry<&Host::registerTimer>, entry<&Host::unregisterTimer>}};
+    static constexpr v3_plugin_frame_cpp frameTable{unknownEntries, {entry<&Host::resizeView>}};
+
+    Face handler_{&handlerTable, this, this};
+    Face loop_{&loopTable, this, this};
+    Face frame_{&frameTable, this, this};
+    std::map<v3_param_id, float> performed_;  // the latest
+    std::vector<v3_timer_handler**> timers_;
+    std::vector<std::pair<v3_event_handler**, int>> descriptors_;
+};
+
+/// The shared object, open.
+class Module {
+ public:
+    Module() : object_(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
+        if (!object_) throw std::runtime_error(dlerror());
+        if (!call<bool (*)(void*)>("ModuleEntry")(object_)) throw std::runtime_error("ModuleEntry");
+        auto** factory = static_cast<v3_plugin_factory**>(call<void* (*)()>("GetPluginFactory")());
+        factory_ = Held<v3_plugin_factory>(factory);
+        v3_cpp_obj_unref(factory);
+    }
+    ~Module() {
+        factory_ = {};
+        call<bool (*)()>("ModuleExit")();
+        dlclose(object_);
+    }
+    Module(const Module&) = delete;
+    Module& operator=(const Module&) = delete;
+
+    const Held<v3_plugin_factory>& factory() const { return factory_; }
+
+ private:
+    template <class Function>
+    Function call(const char* name) const {
+        auto* symbol = dlsym(object_, name);
+        if (!symbol) throw std::runtime_error(std::string("no ") + name);
+        return reinterpret_cast<Function>(symbol);
+    }
+
+    void* object_;
+    Held<v3_plugin_factory> factory_;
+};
+
+template <class Interface, class Other>
+Held<Interface> ask(const Held<Other>& object, const v3_tuid id) {
+    auto held = Held<Interface>::of(object.get(), id);
+    if (!held) throw std::runtime_error("an interface is missing");
+    return held;
+}
+
+class Vst3Plugin : public Plugin {
+ public:
+    Vst3Plugin() {
+        v3_class_info info;
+        factory()(&v3_plugin_factory::get_class_info, 0, &info);
+        void* created = nullptr;
+        factory()(&v3_plugin_factory::create_instance,
+                  static_cast<const std::uint8_t*>(info.class_id),
+                  static_cast<const std::uint8_t*>(v3_component_iid), &created);
+        if (!created) throw std::runtime_error("the plug-in is not created");
+        component_ = Held(static_cast<v3_component**>(created));
+        v3_cpp_obj_unref(component_.get());
+        if (v3_cpp_obj_initialize(component_.get(), host_.face()) != V3_OK)
+            throw std::runtime_error("initialize");
+        processor_ = ask<v3_audio_processor>(component_, v3_audio_processor_iid);
+        controller_ = ask<v3_edit_controller>(component_, v3_edit_controller_iid);
+        mapping_ = ask<v3_midi_mapping>(component_, v3_midi_mapping_iid);
+        controller_(&v3_edit_controller::set_component_handler, host_.handler());
+    }
+    /// The view goes last: what the format leaves open.
+    ~Vst3Plugin() override {
+        if (isActive_) deactivate();
+        v3_cpp_obj_terminate(component_.get());
+        controller_(&v3_edit_controller::set_component_handler, nullptr);
+    }
+
+    bool activate(double sampleRate, std::uint32_t longestBlock) override {
+        v3_process_setup setup{.process_mode = V3_REALTIME,
+                               .symbolic_sample_size = V3_SAMPLE_32,
+                               .max_block_size = static_cast<std::int32_t>(longestBlock),
+                               .sample_rate = sampleRate};
+        if (processor_(&v3_audio_processor::setup_processing, &setup) != V3_OK) return false;
+        isActive_ = setActive(true);
+        return isActive_;
+    }
+    void deactivate() override {
+        setActive(false);
+        isActive_ = false;
+    }
+    void reset() override {
+        processor_(&v3_audio_processor::set_processing, v3_bool{false});
+        processor_(&v3_audio_processor::set_processing, v3_bool{true});
+    }
+
+    void prepare(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
+                 std::span<const HostEvent> events) override {
+        for (int channel = 0; channel < 2; ++channel) {
+            input_[channel] = const_cast<float*>(input[channel]);
+            output_[channel] = output[channel];
+        }
+        in_ = {.num_channels = 2, .channel_silence_bitset = 0, .channel_buffers_32 = input_};
+        out_ = {.num_channels = 2, .channel_silence_bitset = 3, .channel_buffers_32 = output_};
+        changes_.clear();
+        for (const auto& [id, value] : pending_) changes_.add(id, 0, value);
+        pending_.clear();
+        for (const auto& event : events) addEvent(event);
+        data_ = {};
+        data_.symbolic_sample_size = V3_SAMPLE_32;
+        data_.nframes = static_cast<std::int32_t>(frames);
+        data_.num_input_buses = data_.num_output_buses = 1;
+        data_.inputs = &in_;
+        data_.outputs = &out_;
+        data_.input_params = changes_.face();
+    }
+    void run() override {
+        if (processor_(&v3_audio_processor::process, &data_) != V3_OK)
+            throw std::runtime_error("process");
+    }
+
+    std::uint32_t latency() override {
+        return processor_(&v3_audio_processor::get_latency_samples);
+    }
+    /// The host restarts the plug-in when it gets round to it.
+    bool takeLatencyAnnouncement() override {
+        const bool hasChanged = std::exchange(host_.latencyChanged, false);
+        if (hasChanged && isActive_) setActive(false), setActive(true);
+        return hasChanged;
+    }
+
+    float value(std::uint64_t address) override {
+        return static_cast<float>(controller_(&v3_edit_controller::get_parameter_normalised,
+                                              static_cast<v3_param_id>(address)));
+    }
+    void setValue(std::uint64_t address, float value) override {
+        const auto id = static_cast<v3_param_id>(address);
+        controller_(&v3_edit_controller::set_parameter_normalised, id, double{value});
+        if (isActive_) pending_.emplace_back(id, value);
+    }
+    std::string valueText(std::uint64_t address, float value) override {
+        std::int16_t text[textSize] = {};
+        controller_(&v3_edit_controller::get_parameter_string_for_value,
+                    static_cast<v3_param_id>(address), double{value},
+                    static_cast<std::int16_t*>(text));
+        return readText(text, textSize);
+    }
+    std::optional<float> parseValue(std::uint64_t address, const std::string& text) override {
+        std::int16_t wide[textSize];
+        writeText(text, wide);
+        double value = 0;
+        if (controller_(&v3_edit_controller::get_parameter_value_for_string,
+                        static_cast<v3_param_id>(address), static_cast<std::int16_t*>(wide),
+                        &value) != V3_OK)
+            return std::nullopt;
+        return static_cast<float>(value);
+    }
+    std::vector<EditExchange::Edit> takeEdits() override { return std::exchange(host_.edits, {}); }
+
+    std::string saveState() override {
+        Stream stream;
+        component_(&v3_component::get_state, stream.face());
+        return stream.bytes;
+    }
+    bool restoreState(std::string_view bytes) override {
+        Stream stream(bytes);
+        Stream again(bytes);
+        return component_(&v3_component::set_state, stream.face()) == V3_OK &&
+               controller_(&v3_edit_controller::set_component_state, again.face()) == V3_OK;
+    }
+
+    bool openEditor(std::uint64_t parent) override {
+        auto** view = controller_(&v3_edit_controller::create_view, "editor");
+        if (!view) return false;
+        view_ = Held(view);
+        v3_cpp_obj_unref(view);
+        ask<v3_plugin_view_content_scale>(view_, v3_plugin_view_content_scale_iid)(
+            &v3_plugin_view_content_scale::set_content_scale_factor, 1.0F);
+        view_(&v3_plugin_view::set_frame, host_.frame());
+        return view_(&v3_plugin_view::attached, reinterpret_cast<void*>(parent),
+                     V3_VIEW_PLATFORM_TYPE_X11) == V3_OK;
+    }
+    void closeEditor() override {
+        if (!view_) return;
+        view_(&v3_plugin_view::removed);
+        view_(&v3_plugin_view::set_frame, nullptr);
+        view_ = {};
+    }
+    std::pair<int, int> editorSize() override {
+        v3_view_rect rect{};
+        if (view_) view_(&v3_plugin_view::get_size, &rect);
+        return {rect.right - rect.left, rect.bottom - rect.top};
+    }
+    bool resizeEditor(int width, int height) override {
+        v3_view_rect rect{0, 0, width, height};
+        return view_ && view_(&v3_plugin_view::can_resize) == V3_OK &&
+               view_(&v3_plugin_view::check_size_constraint, &rect) == V3_OK &&
+               view_(&v3_plugin_view::on_size, &rect) == V3_OK;
+    }
+    void idle() override { host_.turn(); }
+
+    void describe(PluginDescription& description);
+
+ private:
+    const Held<v3_plugin_factory>& factory() const { return module_.factory(); }
+
+    bool setActive(bool isActive) {
+        if (!isActive) processor_(&v3_audio_processor::set_processing, v3_bool{false});
+        const auto result = component_(&v3_component::set_active, v3_bool{isActive});
+        if (isActive) processor_(&v3_audio_processor::set_processing, v3_bool{true});
+        return result == V3_OK;
+    }
+    /// Controllers come as the parameters that the plug-in assigns to them; other messages don't.
+    void addEvent(const HostEvent& event) {
+        if (event.kind == HostEvent::Kind::parameter)
+            return changes_.add(static_cast<v3_param_id>(event.address), event.frame,
+                                double{event.value});
+        v3_param_id id;
+        if (event.midiLength == 3 && (event.midi[0] & 0xf0) == 0xb0 &&
+            mapping_(&v3_midi_mapping::get_midi_controller_assignment, 0,
+                     std::int16_t(event.midi[0] & 0xf), std::int16_t{event.midi[1]}, &id) == V3_OK)
+            changes_.add(id, event.frame, (event.midi[2] & 0x7f) / 127.0);
+    }
+
+    Module module_;
+    Host host_;
+    Held<v3_plugin_view> view_;
+    Held<v3_component> component_;
+    Held<v3_audio_processor> processor_;
+    Held<v3_edit_controller> controller_;
+    Held<v3_midi_mapping> mapping_;
+    bool isActive_ = false;
+    std::vector<std::pair<v3_param_id, double>> pending_;
+    Changes changes_;
+    float* input_[2] = {};
+    float* output_[2] = {};
+    v3_audio_bus_buffers in_{}, out_{};
+    v3_process_data data_{};
+};
+
+/// What only an instance tells.
+void Vst3Plugin::describe(PluginDescription& description) {
+    const auto count = controller_(&v3_edit_controller::get_parameter_count);
+    for (std::int32_t index = 0; index < count; ++index) {
+        v3_param_info info;
+        controller_(&v3_edit_controller::get_parameter_info, index, &info);
+        if (info.flags & (V3_PARAM_IS_HIDDEN | V3_PARAM_PROGRAM_CHANGE)) continue;
+        description.parameters.push_back(
+            {.address = info.param_id,
+             .name = readText(info.title, textSize),
+             .initial = static_cast<float>(info.default_normalised_value),
+             .isSwitch = info.step_count == 1,
+             .isBypass = (info.flags & V3_PARAM_IS_BYPASS) != 0,
+             .isAutomatable = (info.flags & V3_PARAM_CAN_AUTOMATE) != 0});
+    }
+    const auto units = ask<v3_unit_information>(component_, v3_unit_information_iid);
+    v3_program_list_info list;
+    units(&v3_unit_information::get_program_list_info, 0, &list);
+    for (std::int32_t program = 0; program < list.programCount; ++program) {
+        std::int16_t name[textSize];
+        units(&v3_unit_information::get_program_name, list.id, program,
+              static_cast<std::int16_t*>(name));
+        description.presets.push_back(readText(name, textSize));
+    }
+    v3_bus_info bus;
+    component_(&v3_component::get_bus_info, int{V3_AUDIO}, int{V3_INPUT}, 0, &bus);
+    description.inputs = bus.channel_count;
+    component_(&v3_component::get_bus_info, int{V3_AUDIO}, int{V3_OUTPUT}, 0, &bus);
+    description.outputs = bus.channel_count;
+}
+
+class Vst3Format : public Format {
+ public:
+    std::string name() const override { return "VST3"; }
+    Capabilities capabilities() const override { return {}; }
+
+    PluginDescription describe() override {
+        PluginDescription description;
+        {
+            const Module module;
+            v3_class_info_2 info;
+            ask<v3_plugin_factory_2>(module.factory(), v3_plugin_factory_2_iid)(
+                &v3_plugin_factory_2::get_class_info_2, 0, &info);
+            description.name = info.name;
+            description.maker = info.vendor;
+            description.version = info.version;
+            for (const char* word = std::strtok(info.sub_categories, "|"); word;
+                 word = std::strtok(nullptr, "|"))
+                description.categories.emplace_back(word);
+            for (const auto byte : info.class_id) {
+                constexpr const char* digits = "0123456789ABCDEF";
+                (description.id += digits[byte >> 4]) += digits[byte & 0xf];
+            }
+        }
+        Vst3Plugin().describe(description);
+        return description;
+    }
+    std::unique_ptr<Plugin> create() override { return std::make_unique<Vst3Plugin>(); }
+};
+
+const bool registered = Format::add<Vst3Format>();
+
+}  // namespace
+}  // namespace qov::test
