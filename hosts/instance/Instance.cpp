@@ -142,7 +142,15 @@ void Instance::process(const float* const (&input)[2], float* const (&output)[2]
     if (frames == 0) return apply(events);
 
     const FloatEnvironment standard;
-    if (isSafe(input, output, frames)) return renderPiece(input, output, 0, frames, frames, events);
+    if (isSafe(input, output, frames)) {
+        const bool isPlain = events.empty() && frames <= unit_->maximumFramesToRender() &&
+                             input[0] && input[1] && output[0] && output[1];
+        if (!isPlain) return renderPiece(input, output, 0, frames, frames, events);
+        renderCycle(input[0], input[1], output[0], output[1], frames, nullptr);
+        clock_ += frames;
+        hasRendered_ = true;
+        return;
+    }
     const auto longest = static_cast<std::uint32_t>(copies_[0].size());
     for (std::uint32_t begin = 0; begin < frames; begin += longest) {
         const auto count = std::min(longest, frames - begin);
