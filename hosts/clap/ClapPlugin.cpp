@@ -149,6 +149,7 @@ void ClapPlugin::play(const clap_input_events_t* events, const float* const (&in
                       float* const (&output)[2], std::uint32_t frames,
                       const clap_output_events_t* out) {
     inbox_.open(events, frames);
+    if (inbox_.isEmpty()) return instance_->process(input, output, frames, {});
     for (std::uint32_t done = 0;;) {
         const auto portion = inbox_.next(done);
         instance_->process({behind(input[0], done), behind(input[1], done)},

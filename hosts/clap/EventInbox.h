@@ -27,6 +27,7 @@ class EventInbox {
 
     /// A new block. `events` may be null and is read until the last portion.
     void open(const clap_input_events_t* events, std::uint32_t frames);
+    bool isEmpty() const { return size_ == 0; }
     /// What comes from frame `begin`, the end of the portion before, on. A portion of no frames
     /// takes effect at its frame.
     Portion next(std::uint32_t begin);

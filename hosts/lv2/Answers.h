@@ -20,8 +20,9 @@ class Answers {
 
     /// More than a few in one block stay without an answer.
     void ask(const Question& question);
+    bool isAsked() const { return !questions_.empty(); }
     /// Fills the port, as far as the host's memory reaches, whether something was asked or not.
-    /// `values` by address.
+    /// `values` by address; they matter only where something was.
     void write(const std::array<float, kParameters>& values, std::uint32_t frame,
                LV2_Atom_Sequence& port);
 

@@ -164,7 +164,7 @@ void Plugin::render(std::uint32_t end) {
 
 void Plugin::answer() {
     std::array<float, kParameters> values{};
-    for (std::uint64_t address = 0; address < kParameters; ++address)
+    for (std::uint64_t address = 0; answers_->isAsked() && address < kParameters; ++address)
         values[address] = instance_->value(address);
     answers_->write(values, frames_ ? frames_ - 1 : 0, *notify_);
 }
