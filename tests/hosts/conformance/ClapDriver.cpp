@@ -220,17 +220,17 @@ class ClapPluginUnderTest : public Plugin {
         auto& self = *static_cast<ClapPluginUnderTest*>(list->ctx);
         if ((event->flags & CLAP_EVENT_DONT_RECORD) || self.told_.size() == self.told_.capacity())
             return true;
-        const auto address = [&] {
-            return reinterpret_cast<const clap_event_param_gesture_t*>(event)->param_id;
-        };
-        if (event->type == CLAP_EVENT_PARAM_GESTURE_BEGIN)
-            self.told_.push_back({Edit::Kind::begin, address(), 0});
-        if (event->type == CLAP_EVENT_PARAM_GESTURE_END)
-            self.told_.push_back({Edit::Kind::end, address(), 0});
-        if (event->type != CLAP_EVENT_PARAM_VALUE) return true;
-        const auto& change = *reinterpret_cast<const clap_event_param_value_t*>(event);
+        if (event->type == CLAP_EVENT_PARAM_VALUE) {
+            const auto& change = *reinterpret_cast<const clap_event_param_value_t*>(event);
+            auto& latest = self.latest_.at(change.param_id) = static_cast<float>(change.value);
+            self.told_.push_back({Edit::Kind::value, change.param_id, latest});
+            return true;
+        }
+        const bool begins = event->type == CLAP_EVENT_PARAM_GESTURE_BEGIN;
+        if (!begins && event->type != CLAP_EVENT_PARAM_GESTURE_END) return true;
+        const auto address = reinterpret_cast<const clap_event_param_gesture_t*>(event)->param_id;
         self.told_.push_back(
-            {Edit::Kind::value, change.param_id, static_cast<float>(change.value)});
+            {begins ? Edit::Kind::begin : Edit::Kind::end, address, self.latest_.at(address)});
         return true;
     }
 
@@ -245,6 +245,7 @@ class ClapPluginUnderTest : public Plugin {
     std::vector<Event> set_;    // by the main thread, for the next block
     std::vector<Event> heard_;  // in the present one
     std::vector<Edit> told_;    // by the editor, through the plug-in
+    std::array<float, hosts::EditExchange::parameters> latest_{};  // told
 
     std::array<float*, 2> input_{}, output_{};
     clap_audio_buffer_t inputs_{input_.data(), nullptr, 2, 0, 0};
