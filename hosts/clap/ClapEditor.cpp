@@ -146,7 +146,6 @@ void ClapEditor::tellClosed() {
     const bool isLost = std::exchange(isLost_, false);
     if (!isClosed && !isLost) return;
     if (isClosed) hide();
-    if (isLost) heartbeat_.reset();
     // The host may destroy the editor inside this call.
     if (host_.gui) host_.gui->closed(host_.host, isLost);
 }

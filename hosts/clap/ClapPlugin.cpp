@@ -16,6 +16,8 @@ using hosts::Instance;
 
 namespace {
 
+constexpr std::uint32_t timerPeriod = 200;  // ms
+
 bool failed(const std::string& what, const platform::NSError& error) {
     std::fprintf(stderr, "kelvane: %s: %s\n", what.c_str(), error.localizedDescription().c_str());
     return false;
@@ -96,7 +98,15 @@ bool ClapPlugin::init() {
     outbox_.emplace(instance_->edits());
     latency_ = instance_->latency();
     editor_ = std::make_unique<ClapEditor>(*instance_, host_);
+    // For the latency's sake, without an editor, too: there are hosts whose callback never comes.
+    clap_id timer;
+    if (host_.timers && host_.timers->register_timer(host_.host, timerPeriod, &timer))
+        timer_ = timer;
     return true;
+}
+
+ClapPlugin::~ClapPlugin() {
+    if (timer_) host_.timers->unregister_timer(host_.host, *timer_);
 }
 
 // Sound

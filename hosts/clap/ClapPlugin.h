@@ -22,6 +22,9 @@ namespace qov::clap {
 class ClapPlugin {
  public:
     ClapPlugin(const clap_plugin_descriptor_t* descriptor, const clap_host_t* host);
+    ~ClapPlugin();
+    ClapPlugin(const ClapPlugin&) = delete;
+    ClapPlugin& operator=(const ClapPlugin&) = delete;
 
     const clap_plugin_t* handle() const { return &handle_; }
 
@@ -76,6 +79,8 @@ class ClapPlugin {
     std::unique_ptr<ClapEditor> editor_;
     EventInbox inbox_;
     std::optional<EventOutbox> outbox_;
+
+    std::optional<clap_id> timer_;
 
     bool isActive_ = false;
     bool restartIsComing_ = false;  // the plug-in has asked for it since activate()
