@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "hosts/bundle/bodyFunction.h"
+#include "hosts/clap/entry/presetDiscovery.h"
 #include "hosts/instance/product.h"
 
 namespace {
@@ -42,6 +43,14 @@ const clap_plugin_factory_t factory{
     .create_plugin = create,
 };
 
+const void* findFactory(const char* id) {
+    namespace abi = qov::clap::abi;
+    const auto is = [id](const char* name) { return id && std::strcmp(id, name) == 0; };
+    if (is(CLAP_PLUGIN_FACTORY_ID)) return &factory;
+    if (is(abi::presetDiscovery) || is(abi::presetDiscoveryDraft)) return &qov::clap::presetFactory;
+    return nullptr;
+}
+
 }  // namespace
 
 extern "C" {
@@ -49,8 +58,6 @@ const clap_plugin_entry_t clap_entry{
     .clap_version = CLAP_VERSION,
     .init = [](const char*) { return true; },
     .deinit = [] {},
-    .get_factory = [](const char* id) -> const void* {
-        return id && std::strcmp(id, CLAP_PLUGIN_FACTORY_ID) == 0 ? &factory : nullptr;
-    },
+    .get_factory = findFactory,
 };
 }

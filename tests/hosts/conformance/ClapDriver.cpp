@@ -18,9 +18,44 @@ namespace {
 using hosts::HostEvent;
 using Edit = hosts::EditExchange::Edit;
 
-const clap_plugin_factory_t& factory() {
+template <class Factory>
+const Factory& factory(const char* id) {
     static const ClapBinary binary(KELVANE_PLUGINS "/clap/kelvane/kelvane.clap");
-    return *binary.factory<clap_plugin_factory_t>(CLAP_PLUGIN_FACTORY_ID);
+    return *binary.factory<Factory>(id);
+}
+const clap_plugin_factory_t& factory() {
+    return factory<clap_plugin_factory_t>(CLAP_PLUGIN_FACTORY_ID);
+}
+
+/// Names of the presets that a host's indexer finds inside the plug-in.
+std::vector<std::string> indexedPresets() {
+    namespace abi = clap::abi;
+    std::vector<std::string> names;
+    abi::PresetIndexer indexer{};
+    indexer.version = CLAP_VERSION;
+    indexer.data = &names;
+    indexer.declare_location = [](const abi::PresetIndexer*, const abi::PresetPlace* place) {
+        return place->kind == abi::inPlugin;
+    };
+    abi::PresetReceiver receiver{};
+    receiver.data = &names;
+    receiver.begin_preset = [](const abi::PresetReceiver* to, const char* name, const char*) {
+        static_cast<std::vector<std::string>*>(to->data)->emplace_back(name);
+        return true;
+    };
+    receiver.add_plugin_id = [](const abi::PresetReceiver*, const abi::UniversalPluginId* id) {
+        if (std::string(id->id) != hosts::product::identifier) throw std::runtime_error(id->id);
+    };
+    receiver.set_flags = [](const abi::PresetReceiver*, std::uint32_t) {};
+    receiver.add_creator = [](const abi::PresetReceiver*, const char*) {};
+    const auto& presets = factory<abi::PresetFactory>(abi::presetDiscovery);
+    const auto* provider =
+        presets.create(&presets, &indexer, presets.get_descriptor(&presets, 0)->id);
+    if (!provider->init(provider) ||
+        !provider->get_metadata(provider, abi::inPlugin, nullptr, &receiver))
+        throw std::runtime_error("the presets are not told");
+    provider->destroy(provider);
+    return names;
 }
 
 /// One event of any kind, as it lies in a host's list.
@@ -288,6 +323,7 @@ PluginDescription ClapFormat::describe() {
     description.name = about.name;
     description.maker = about.vendor;
     description.version = about.version;
+    description.presets = indexedPresets();
     for (const char** feature = about.features; *feature; ++feature)
         description.categories.emplace_back(*feature);
 
