@@ -170,8 +170,10 @@ std::string pluginTurtle(const platform::AUParameterTree& tree) {
         "    doap:shortdesc \"{}\" ;\n"
         "    doap:license <http://opensource.org/licenses/ISC> ;\n"
         "    doap:maintainer [ a foaf:Organization ; foaf:name \"{}\" ] ;\n"
+        "    doap:release [ a doap:Version ; doap:revision \"{}\" ] ;\n"
         "    lv2:minorVersion {} ;\n    lv2:microVersion {} ;\n",
-        product::uri, product::name, product::summary, product::maker, version[0], version[1]);
+        product::uri, product::name, product::summary, product::maker, product::version, version[0],
+        version[1]);
     text += fmt::format(
         "    lv2:optionalFeature lv2:hardRTCapable , urid:map , opts:options ;\n"
         "    lv2:extensionData state:interface ;\n    ui:ui <{}> ;\n    lv2:port\n{} .\n\n",
