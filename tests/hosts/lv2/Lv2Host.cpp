@@ -17,7 +17,7 @@ using hosts::HostEvent;
 
 namespace {
 
-constexpr std::size_t messageBytes = 1 << 20;
+constexpr std::size_t capacity = 1 << 20;  // bytes
 
 const std::string uri = hosts::product::uri;
 const char* const names[] = {"stereo_width",   "panorama",     "phase_shift", "swap_channels",
@@ -42,7 +42,7 @@ std::string UridMap::uri(LV2_URID number) {
 Lv2Host::Lv2Host(const LV2_Descriptor& descriptor, const Options& options)
     : controls{0.5F, 0.5F, 0, 0, 0, 0, 0, 1},
       descriptor_(descriptor),
-      messages_(messageBytes / 8),
+      messages_(capacity / 8),
       notify_((sizeof(LV2_Atom) + lv2::kNotifyBytes) / 8) {
     for (const auto* name : names) parameters_.push_back(uri + "#" + name);
     lv2_atom_forge_init(&forge_, urids_.feature());
@@ -75,8 +75,7 @@ void Lv2Host::connectAudio(const float* const (&input)[2], float* const (&output
 }
 
 void Lv2Host::beginSequence() {
-    lv2_atom_forge_set_buffer(&forge_, reinterpret_cast<std::uint8_t*>(messages_.data()),
-                              messageBytes);
+    lv2_atom_forge_set_buffer(&forge_, reinterpret_cast<std::uint8_t*>(messages_.data()), capacity);
     lv2_atom_forge_sequence_head(&forge_, &sequence_, 0);
 }
 
@@ -126,8 +125,9 @@ void Lv2Host::send(const Patch& patch, std::uint32_t frame) {
     lv2_atom_forge_pop(&forge_, &object);
 }
 
-void Lv2Host::sendBytes(std::span<const std::uint8_t> bytes) {
-    std::memcpy(messages_.data(), bytes.data(), bytes.size());
+std::vector<std::uint8_t> Lv2Host::messageBytes() const {
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(messages_.data());
+    return {bytes, bytes + forge_.offset};
 }
 
 std::vector<Patch> Lv2Host::takeAnswers() {

@@ -73,8 +73,12 @@ class Lv2Host {
     /// Messages of the next run(), in this order; parameters go as patch:Set.
     void send(std::span<const hosts::HostEvent> events);
     void send(const Patch& patch, std::uint32_t frame);
-    /// Makes an event port of these bytes, as they are.
-    void sendBytes(std::span<const std::uint8_t> bytes);
+    /// The sequence as it was sent, with its head.
+    std::vector<std::uint8_t> messageBytes() const;
+    /// Another sequence in its place, as it is.
+    void connectMessages(void* sequence) {
+        descriptor_.connect_port(handle_, lv2::kEvents, sequence);
+    }
     /// Allocates nothing.
     void run(std::uint32_t frames) { descriptor_.run(handle_, frames); }
     /// What the plug-in has written in the last run(); prepares the port for the next one.
