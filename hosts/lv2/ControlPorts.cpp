@@ -1,15 +1,25 @@
 #include "hosts/lv2/ControlPorts.h"
 
+#include <cmath>
 #include <utility>
 
 namespace qov::lv2 {
 
+bool ControlPorts::hasChanged(std::uint64_t address, float value) {
+    const std::uint64_t bits = std::bit_cast<std::uint32_t>(value);
+    const auto before = heard_[address].load(std::memory_order_relaxed);
+    const bool isRestored = std::exchange(restored_[address], false);
+    if (before == bits) return false;
+    heard_[address].store(bits, std::memory_order_relaxed);
+    constexpr float writtenDown = 1e-5f;
+    const auto old = std::bit_cast<float>(static_cast<std::uint32_t>(before));
+    return !isRestored || !(std::abs(value - old) < writtenDown);
+}
+
 bool ControlPorts::isNew(std::uint64_t address, float value, std::uint32_t frames) {
     const std::uint64_t bits = std::bit_cast<std::uint32_t>(value);
     auto hand = hands_[address].load(std::memory_order_acquire);
-    const bool hasChanged = heard_[address].load(std::memory_order_relaxed) != bits;
-    if (hasChanged) heard_[address].store(bits, std::memory_order_relaxed);
-    overruled_[address] |= hasChanged;
+    overruled_[address] |= hasChanged(address, value);
     if (!hand) return std::exchange(overruled_[address], false);
 
     if (hand & held)
@@ -46,9 +56,11 @@ ControlPorts::Values ControlPorts::heard() const {
 }
 
 void ControlPorts::setHeard(const Values& values) {
-    for (std::size_t address = 0; address < values.size(); ++address)
+    for (std::size_t address = 0; address < values.size(); ++address) {
+        restored_[address] = values[address].has_value();
         heard_[address] =
             values[address] ? std::bit_cast<std::uint32_t>(*values[address]) : unheard;
+    }
 }
 
 }  // namespace qov::lv2

@@ -48,7 +48,7 @@ class ControlPorts {
     /// The ports' values that the effect has heard; nothing of a port that was not heard yet.
     Values heard() const;
     /// Continues from there: a port that still has this value keeps silent, one that was not heard
-    /// speaks.
+    /// speaks. A host may have written the value down in fewer digits than it has.
     void setHeard(const Values& values);
 
  private:
@@ -60,12 +60,14 @@ class ControlPorts {
     static constexpr std::uint64_t unheard = ~std::uint64_t{0};
 
     bool isNew(std::uint64_t address, float value, std::uint32_t frames);
+    bool hasChanged(std::uint64_t address, float value);
 
     const std::int64_t patience_;  // frames
     std::array<const float*, kParameters> ports_{};
     std::array<std::atomic<std::uint64_t>, kParameters> heard_{unheard, unheard, unheard, unheard,
                                                                unheard, unheard, unheard, unheard};
     std::array<std::atomic<std::uint64_t>, kParameters> hands_{};
+    std::array<bool, kParameters> restored_{};  // heard in another run, not seen yet in this one
     std::array<std::int64_t, kParameters> waited_{};  // frames since the hand has gone
     std::array<bool, kParameters> overruled_{};       // the port spoke meanwhile
 };

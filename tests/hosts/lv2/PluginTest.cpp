@@ -102,6 +102,9 @@ TEST_F(Lv2Plugin, AStateAndThePortsThatAHostSavesBesideItAreOneSetting) {
     auto edited = host.controls;
     edited[kStereoWidth] = 0.9F;
     EXPECT_THAT(restored(edited, saved), FieldsAre(0.9F, 0.2F)) << "what the host changed since";
+    auto writtenDown = host.controls;
+    writtenDown[kStereoWidth] = 0.700001F;
+    EXPECT_THAT(restored(writtenDown, saved), FieldsAre(0.1F, 0.2F)) << "in six digits";
     EXPECT_THAT(restored(edited, {}), FieldsAre(0.9F, 0.2F)) << "a preset of ports alone";
     auto withoutPorts = saved;
     withoutPorts.erase(uri("heard_ports"));
