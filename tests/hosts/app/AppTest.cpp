@@ -1,9 +1,6 @@
-#include <jack/jack.h>
 #include <sndfile.h>
 #include <unistd.h>
 
-#include <atomic>
-#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
@@ -11,32 +8,24 @@
 #include <fstream>
 #include <memory>
 #include <numbers>
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/hosts/app/Jack.h"
 #include "tests/hosts/window/Child.h"
 #include "tests/hosts/window/Screen.h"
 
 namespace {
 
 using qov::test::Child;
+using qov::test::Jack;
 using qov::test::Screen;
 using testing::HasSubstr;
 using testing::StartsWith;
 
 const std::string silent = "kelvane: no JACK server answers; the effect runs in silence\n";
 const std::string noServer = "no-such-server-of-kelvane";
-
-bool until(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
-}
 
 void waitForWindow() {
     Screen::xdo("search --sync --onlyvisible --name Kelvane");
@@ -99,75 +88,6 @@ TEST(App, EndsWithOneLineWhenTheXServerGoes) {
     EXPECT_EQ(app.errorUntil(""), "kelvane: the X server has gone, and the window with it\n");
 }
 
-/// A JACK server on its dummy driver, with a client that listens to the playback side.
-class Jack {
- public:
-    // A server that was killed keeps its place in JACK's short list of servers until one of its
-    // name comes; the screen's number makes names that come again.
-    Jack() : name("kelvane-test" + std::string(std::getenv("DISPLAY")).substr(1)) {
-        server = std::make_unique<Child>(std::vector<std::string>{
-            "jackd", "--no-realtime", "-n", name, "-d", "dummy", "-r", "48000", "-p", "256"});
-        jack_set_error_function([](const char*) {});
-        jack_set_info_function([](const char*) {});
-        const bool there = until([&] {
-            client = jack_client_open(
-                "listener", static_cast<jack_options_t>(JackNoStartServer | JackServerName),
-                nullptr, name.c_str());
-            return client != nullptr;
-        });
-        if (!there) throw std::runtime_error("jackd does not answer");
-        for (std::size_t side = 0; side < 2; ++side)
-            port[side] = jack_port_register(client, side ? "right" : "left",
-                                            JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
-        jack_set_process_callback(
-            client,
-            [](jack_nframes_t frames, void* self) {
-                return static_cast<Jack*>(self)->hear(frames);
-            },
-            this);
-        jack_activate(client);
-    }
-    ~Jack() {
-        if (client) jack_client_close(client);
-        if (server) server->signal(SIGTERM), server->wait();
-    }
-    Jack(const Jack&) = delete;
-    Jack& operator=(const Jack&) = delete;
-
-    void listenTo(const std::string& app) {
-        ASSERT_TRUE(until([&] {
-            return jack_connect(client, (app + ":out left").c_str(), jack_port_name(port[0])) == 0;
-        }));
-        ASSERT_EQ(jack_connect(client, (app + ":out right").c_str(), jack_port_name(port[1])), 0);
-    }
-
-    /// Waits until both sides have these peaks.
-    bool hears(float left, float right) const {
-        constexpr float tolerance = 0.01F;
-        return until([&] {
-            return std::abs(peak[0] - left) < tolerance && std::abs(peak[1] - right) < tolerance;
-        });
-    }
-
-    const std::string name;
-
- private:
-    int hear(jack_nframes_t frames) {
-        for (std::size_t side = 0; side < 2; ++side) {
-            const auto* in = static_cast<const float*>(jack_port_get_buffer(port[side], frames));
-            float most = 0;
-            for (jack_nframes_t i = 0; i < frames; ++i) most = std::max(most, std::abs(in[i]));
-            peak[side] = most;
-        }
-        return 0;
-    }
-
-    std::unique_ptr<Child> server;
-    jack_client_t* client = nullptr;
-    jack_port_t* port[2] = {};
-    std::atomic<float> peak[2] = {0, 0};
-};
-
 TEST(App, TheMouseChangesTheSoundOfAJackGraph) {
     const Screen screen;
     auto jack = std::make_unique<Jack>();
@@ -189,7 +109,7 @@ TEST(App, TheMouseChangesTheSoundOfAJackGraph) {
     }
     Child app({KELVANE, "app", path.string(), "--jack-server", jack->name});
     waitForWindow();
-    jack->listenTo("kelvane");
+    EXPECT_TRUE(jack->listenTo("kelvane:out left", "kelvane:out right"));
     EXPECT_TRUE(jack->hears(0.5F, 0));
     // Width from the middle to its end doubles the side: (3L - R) / 2 and (3R - L) / 2.
     Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 365 mousemove 350 75 mouseup 1");
@@ -206,7 +126,7 @@ TEST(App, TheMouseChangesTheSoundOfAJackGraph) {
     EXPECT_THAT(app.errorUntil("in silence"), HasSubstr("the JACK server has ended"));
     Screen::xdo("key space");
     jack = std::make_unique<Jack>();
-    jack->listenTo("kelvane");
+    EXPECT_TRUE(jack->listenTo("kelvane:out left", "kelvane:out right"));
     EXPECT_TRUE(jack->hears(0.25F, 0.75F)) << "as before";
     EXPECT_THAT(app.errorUntil("plays"), HasSubstr("a JACK server answers"));
     Screen::xdo("key Escape");

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <jack/jack.h>
+
+#include <array>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "tests/hosts/window/Child.h"
+
+namespace qov::test {
+
+/// Waits until it holds; false after half a minute.
+bool until(const std::function<bool()>& condition);
+
+/// A JACK server on its dummy driver (48000 Hz, blocks of 256), with a client that plays a tone of
+/// 0.5 on the left alone and listens.
+class Jack {
+ public:
+    Jack();
+    ~Jack();
+    Jack(const Jack&) = delete;
+    Jack& operator=(const Jack&) = delete;
+
+    /// Connects once the two ports of the other client are there; false if they never come.
+    bool listenTo(const std::string& left, const std::string& right);
+    bool playInto(const std::string& left, const std::string& right);
+    /// Waits until both sides have these peaks.
+    bool hears(float left, float right) const;
+
+    const std::string name;
+
+ private:
+    int process(jack_nframes_t frames);
+
+    std::unique_ptr<Child> server_;
+    jack_client_t* client_ = nullptr;
+    std::array<jack_port_t*, 2> ears_{}, mouths_{};
+    std::array<std::atomic<float>, 2> peaks_{0, 0};
+    double phase_ = 0;
+};
+
+}  // namespace qov::test
