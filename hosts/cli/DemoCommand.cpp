@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -80,12 +81,14 @@ int runDemo(const Arguments& arguments) {
         "{:<24} the tour's events, to read and to change\n"
         "{:<24} the stereo field of both\n\n",
         phrase, seconds, tour, "", automation, picture);
+    // A launcher that stands for the program says how it is called.
+    const char* launcher = std::getenv("KELVANE_LAUNCHER");
     fmt::print(
         "Listen to both, then try\n"
-        "    ./run render {} {}/wide.wav --stereo-width 0.8\n"
-        "    ./run field {}/wide.png {} {}/wide.wav\n"
-        "    ./run render --help\n",
-        phrase, folder, folder, phrase, folder);
+        "    {0} render {1} {2}/wide.wav --stereo-width 0.8\n"
+        "    {0} field {2}/wide.png {1} {2}/wide.wav\n"
+        "    {0} render --help\n",
+        launcher ? launcher : "kelvane", phrase, folder);
     return 0;
 }
 
