@@ -215,6 +215,11 @@ TEST(ControlPorts, AHandHoldsAParameterUntilTheHostHasEchoedItsLastValue) {
     for (int i = 0; i < 4; ++i) block(0.1F);
     EXPECT_THAT(hear(), ElementsAre(0.1F)) << "a host that insists, after a quarter of a second";
     ports.hold(0);
+    ports.wrote(0, 0.6F);
+    ports.release(0);
+    for (int i = 0; i < 4; ++i) block(0.1F);
+    EXPECT_THAT(hear(), ElementsAre(0.1F)) << "undone by the host before anything was processed";
+    ports.hold(0);
     block(0.2F);
     ports.release(0);
     block(0.2F);
