@@ -1,0 +1,111 @@
+#include "tests/hosts/cli/reference/Reference.h"
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+void Reference::set(std::size_t address, float value) {
+    const bool isSwitch = address >= swap && address <= bypass;
+    set_.at(address) = isSwitch ? (value > 0.5F ? 1.0F : 0.0F) : value;
+    if (address == phaseShift) {
+        const float hundredth = rate_ / 100;
+        askedLength_ = std::max<std::size_t>(1, static_cast<std::size_t>(hundredth * value));
+    }
+    if (address == bypass && value > 0.5F) reset();
+}
+
+void Reference::reset() {
+    width_ = panorama_ = {0, 0, 0};
+    volume_ = {1, 1, 0};
+    pan_ = 0;
+    std::fill(line_.begin(), line_.end(), 0.0F);
+    linePlace_ = line_.size();
+}
+
+float Reference::Glide::next(float newTarget) {
+    if (newTarget != target) {
+        target = newTarget;
+        const float way = target - now;
+        step = way / 16;
+        if (std::abs(way) < 1e-6F) {
+            now = target;
+            step = 0;
+        }
+    }
+    if (step == 0) return now;
+    now += step;
+    if (step > 0 ? now >= target : now <= target) {
+        now = target;
+        step = 0;
+    }
+    return now;
+}
+
+/// The line changes its length only where it comes round; `before` stands in front of the frame.
+float Reference::delayed(float left, float before) {
+    if (linePlace_ >= lineLength_) {
+        linePlace_ = 0;
+        if (lineLength_ != askedLength_) {
+            // Only a length of the storage's own size, or a larger one, starts from silence.
+            if (askedLength_ >= line_.size()) line_.assign(askedLength_, 0.0F);
+            lineLength_ = askedLength_;
+            line_[0] = before;
+        }
+    }
+    return std::exchange(line_[linePlace_++], left);
+}
+
+/// All stages behind the delay.
+void Reference::shape(float& l, float& r, float widening) const {
+    if (set_[invert] > 0) l = -l;
+    if (set_[swap] > 0) std::swap(l, r);
+    if (set_[recoverMono] > 0) {
+        const float difference = l - r;
+        const auto shift = static_cast<float>(double{difference} * 0.5 * -double{set_[width]});
+        l += shift;
+        r += shift;
+    }
+    if (widening > 0) {
+        const float side = (l - r) * 0.5F;
+        l = std::fma(side, widening, l);
+        r = std::fma(-side, widening, r);
+    } else if (widening < 0) {
+        const float sum = l + r, difference = l - r;
+        const float fromRight = (sum - difference) * 0.5F * -widening;
+        l = std::fma(l, widening + 1, fromRight);
+        r = std::fma(r, widening + 1, fromRight);
+    }
+    if (pan_ < 0) {
+        l = (pan_ * 0.4F + 1) * (r * -pan_ + l);
+        r = (pan_ + 1) * r;
+    } else if (pan_ > 0) {
+        r = (pan_ * -0.4F + 1) * (l * pan_ + r);
+        l = (1 - pan_) * l;
+    }
+    if (set_[testMono] > 0) l = r = (l + r) * 0.5F;
+}
+
+void Reference::process(float* left, float* right, std::size_t frames) {
+    if (frames == 0) return;
+    if (set_[bypass] == 0) {
+        const float gain = volume_.next(set_[volume]);
+        const float width2 = width_.next(std::fma(set_[width], 2.0F, -1.0F));
+        const float widening = std::min(1.0F, std::max(-1.0F, width2));
+        const float pan = panorama_.next(std::fma(set_[panorama], 2.0F, -1.0F));
+        if (std::abs(pan) <= 1) pan_ = pan;
+        float before = lastOut_;
+        for (std::size_t i = 0; i < frames; ++i) {
+            if (gain != 1) {
+                left[i] *= gain;
+                right[i] *= gain;
+            }
+            before = left[i] = delayed(left[i], before);
+            shape(left[i], right[i], widening);
+            if (ringPlace_ == ringFrames) ringPlace_ = 0;
+            auto& stored = ring_[ringPlace_++];
+            std::swap(stored[0], left[i]);
+            std::swap(stored[1], right[i]);
+        }
+    }
+    lastOut_ = left[frames - 1];
+}
