@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -22,7 +23,7 @@ namespace qov::cli {
 namespace {
 
 constexpr std::uint32_t bufferFrames = 8192;
-/// From here on the sizes in a WAV header might not hold.
+/// From here on the sizes in a header of 32 bits might not hold.
 constexpr std::int64_t largestWav = 0xFFF00000;
 /// What a header says of a length that nobody knows.
 constexpr std::uint32_t unknownLength = 0xFFFFFFFF;
@@ -87,6 +88,14 @@ struct Memory {
     }
 };
 
+/// Bytes of a sample of a subtype that stores each by itself.
+int sampleBytes(int subtype) {
+    if (subtype == SF_FORMAT_DOUBLE) return 8;
+    if (subtype == SF_FORMAT_ULAW || subtype == SF_FORMAT_ALAW) return 1;
+    const int bits = soundFormat::bitsOf(subtype);
+    return bits > 0 ? bits / 8 : 4;
+}
+
 void putLittleEndian(std::vector<char>& bytes, std::size_t at, std::uint32_t value) {
     for (std::size_t i = 0; i < 4; ++i) bytes[at + i] = static_cast<char>(value >> (8 * i));
 }
@@ -133,13 +142,8 @@ std::vector<char> wavHeader(const SoundWriter::Shape& shape, const Metadata& met
     auto header = memory.bytes;
     sf_close(file);
 
-    const int bits = soundFormat::bitsOf(shape.subtype);
-    const bool isCompanded = shape.subtype == SF_FORMAT_ULAW || shape.subtype == SF_FORMAT_ALAW;
-    const int sampleBytes = shape.subtype == SF_FORMAT_DOUBLE ? 8
-                            : isCompanded                     ? 1
-                            : bits                            ? bits / 8
-                                                              : 4;
-    const std::int64_t dataBytes = shape.frames.value_or(largestWav) * 2 * sampleBytes;
+    const std::int64_t dataBytes =
+        shape.frames.value_or(largestWav) * 2 * sampleBytes(shape.subtype);
     const bool isKnown = shape.frames && dataBytes + std::ssize(header) < largestWav;
     const auto orUnknown = [&](std::int64_t value) {
         return isKnown ? static_cast<std::uint32_t>(value) : unknownLength;
@@ -160,7 +164,12 @@ struct SoundWriter::State {
     State(const OutputPlace& outputPlace, const Shape& shape)
         : place(outputPlace),
           stream{outputPlace.descriptor()},
-          bits(soundFormat::bitsOf(shape.subtype)) {}
+          bits(soundFormat::bitsOf(shape.subtype)) {
+        // Of the formats with sizes of 32 bits, WAV has a larger sister and AU may leave them open.
+        if (shape.container == SF_FORMAT_AIFF)
+            mostFrames = largestWav / (2 * sampleBytes(shape.subtype));
+        requireRoomFor(shape.frames.value_or(0));
+    }
 
     ~State() {
         if (file) sf_close(file);
@@ -196,9 +205,19 @@ struct SoundWriter::State {
         prepare(file, metadata);
     }
 
+    void requireRoomFor(std::int64_t frames) const {
+        if (frames > mostFrames)
+            throw Failure(
+                fmt::format("{}: aiff files end at 4 GiB, and this sound does not; take "
+                            "wav, w64, rf64 or caf",
+                            place.name()));
+    }
+
     template <typename Sample>
     void writeWith(sf_count_t (*writef)(SNDFILE*, const Sample*, sf_count_t), const Sample* samples,
                    std::uint32_t frames) {
+        written += frames;
+        requireRoomFor(written);
         errno = 0;
         if (writef(file, samples, frames) < frames) fail();
     }
@@ -229,7 +248,9 @@ struct SoundWriter::State {
     Stream stream;
     SNDFILE* file = nullptr;
     bool isRf64 = false;
-    const int bits;  ///< 0: written as floats
+    std::int64_t mostFrames = std::numeric_limits<std::int64_t>::max();
+    std::int64_t written = 0;  ///< frames
+    const int bits;            ///< 0: written as floats
     const double fullScale = std::ldexp(1.0, bits - 1);
     const double step = std::ldexp(1.0, 32 - bits);
     std::uint32_t pending = 0;
