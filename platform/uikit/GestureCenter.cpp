@@ -71,6 +71,11 @@ void GestureCenter::deliverPinch(const std::shared_ptr<UIView>& hit, UITouchPhas
     settle();
 }
 
+void GestureCenter::cancelPinch() {
+    if (const auto pinch = pinch_.lock(); pinch && pinch->touches().empty()) pinch->cancel();
+    settle();
+}
+
 std::optional<double> GestureCenter::nextDeadline() const {
     std::optional<double> next;
     for (const auto& player : players_)

@@ -24,6 +24,8 @@ class GestureCenter {
     /// scale: from the gesture's start. Goes to the innermost pinch recogniser around `hit`.
     void deliverPinch(const std::shared_ptr<UIView>& hit, UITouchPhase phase, CGPoint location,
                       CGFloat scale);
+    /// Ends such a pinch as cancelled, where one is under way.
+    void cancelPinch();
     /// When timePassed() is due, in seconds on the touches' clock.
     std::optional<double> nextDeadline() const;
     void timePassed(double now);

@@ -251,6 +251,7 @@ void UIWindow::cancelTouches() {
         deliverTouch(identifier, UITouchPhase::cancelled, touch->location(nullptr),
                      touch->timestamp());
     }
+    gestures_.cancelPinch();
 }
 
 void UIWindow::deliverPinch(UITouchPhase phase, CGPoint location, CGFloat scale, double /*time*/) {

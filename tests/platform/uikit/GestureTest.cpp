@@ -244,6 +244,14 @@ TEST_F(Gestures, ClosingDuringADragCancelsViewAndGesture) {
     move(190, 150);
     up(190, 150);
     EXPECT_EQ(touches.back(), "cancel") << "what comes later belongs to no touch";
+
+    // A trackpad's pinch, whose end went elsewhere, does not hold up the next gesture.
+    seen.clear();
+    window->deliverPinch(UITouchPhase::began, {200, 150}, 1, loop->now());
+    window->cancelTouches();
+    down(150, 150);
+    move(180, 150);
+    EXPECT_THAT(seen, ElementsAre("pinch began", "pinch cancelled", "pan began"));
 }
 
 TEST_F(Gestures, AGestureThatIsSwitchedOffStaysOut) {
