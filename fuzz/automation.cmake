@@ -1,0 +1,1 @@
+qov_fuzz(automation LINKS cli)

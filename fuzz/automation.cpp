@@ -1,0 +1,72 @@
+// Whatever the text is: events in order and in range, which written out again read the same, or one
+// line that says where it is wrong.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include <fmt/format.h>
+
+#include "hosts/cli/Automation.h"
+#include "hosts/cli/Command.h"
+#include "hosts/cli/Parameters.h"
+
+namespace {
+
+using namespace qov::cli;
+
+void require(bool holds) {
+    if (!holds) std::abort();
+}
+
+std::string optionOf(std::uint64_t address) {
+    for (const auto& parameter : parameters())
+        if (parameter.address == address) return std::string(parameter.option);
+    std::abort();
+}
+
+std::string written(const AutomationEvent& event) {
+    if (event.kind == AutomationEvent::Kind::parameter)
+        return fmt::format("{} set {} {}\n", event.frame, optionOf(event.address), event.value);
+    std::string line = fmt::format("{} midi", event.frame);
+    for (int i = 0; i < event.length; ++i)
+        line += fmt::format(" {:02X}", event.message[static_cast<std::size_t>(i)]);
+    return line + "\n";
+}
+
+void check(const AutomationEvent& event) {
+    require(event.frame >= 0);
+    if (event.kind == AutomationEvent::Kind::parameter)
+        return require(event.value >= minimumValue && event.value <= maximumValue);
+    require(event.length >= 1 && event.length <= event.message.size());
+    require(event.message[0] >= 0x80 && event.message[1] < 0x80 && event.message[2] < 0x80);
+}
+
+std::string writtenAll(std::string_view text) {
+    std::string lines;
+    std::int64_t latest = 0;
+    for (const auto& event : parseAutomation(text, "moves", 48000)) {
+        check(event);
+        require(event.frame >= latest);
+        latest = event.frame;
+        lines += written(event);
+    }
+    return lines;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    std::string lines;
+    try {
+        lines = writtenAll({reinterpret_cast<const char*>(data), size});
+    } catch (const Failure& failure) {
+        const std::string_view line = failure.what();
+        require(line.starts_with("moves:") && line.find('\n') == std::string_view::npos);
+        return 0;
+    }
+    require(writtenAll(lines) == lines);
+    return 0;
+}
