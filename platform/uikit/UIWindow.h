@@ -64,7 +64,8 @@ class UIWindow : public UIView {
     void deliverPinch(UITouchPhase phase, CGPoint location, CGFloat scale, double time);
     /// One step of a zooming wheel: a pinch that ends by itself when the wheel rests.
     void deliverZoomStep(CGPoint location, CGFloat factor, double time);
-    /// Ends all touches, and a pinch without them, as cancelled: the window is going, or its back end has lost track.
+    /// Ends all touches, and a pinch without them, as cancelled: the window is going, or its back
+    /// end has lost track.
     void cancelTouches();
 
     /// Called with the view that a touch belongs to, before gestures and view are sent it and
