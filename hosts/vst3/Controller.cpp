@@ -3,12 +3,15 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <map>
 #include <mutex>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "audiounit/presets.h"
 #include "hosts/instance/Instance.h"
+#include "hosts/instance/SavedState.h"
 #include "hosts/vst3/View.h"
 #include "hosts/vst3/editorMutex.h"
 #include "hosts/vst3/stream.h"
@@ -77,6 +80,16 @@ v3_result Controller::restore(v3_bstream** stream) {
     }
     tickNow();
     return V3_OK;
+}
+
+/// With what was told and has not come to the signal: a host may save while nothing is processed.
+std::string Controller::save() {
+    const std::lock_guard lock(editorMutex());
+    auto state = decodeState(instance_.saveState());
+    auto& values = std::get<std::map<platform::AUParameterAddress, float>>((*state)["data"]);
+    for (auto& [address, value] : values)
+        value = static_cast<float>(told_.get(static_cast<v3_param_id>(address)));
+    return encodeState(*state);
 }
 
 v3_result Controller::setComponentState(v3_bstream** stream) {

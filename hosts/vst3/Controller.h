@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <string>
 
 #include "hosts/vst3/HostLoop.h"
 #include "hosts/vst3/Interface.h"
@@ -40,6 +41,7 @@ class Controller {
 
     // For the processor
 
+    std::string save();
     v3_result restore(v3_bstream** stream);
     /// On activation: values that were told and have not come to the signal go there now, and the
     /// latency counts as announced.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <mutex>
-#include <string>
 
 #include "hosts/instance/Instance.h"
 #include "hosts/vst3/Controller.h"
@@ -141,13 +140,7 @@ v3_result Processor::setState(v3_bstream** stream) {
 }
 
 v3_result Processor::getState(v3_bstream** stream) {
-    if (!stream) return V3_INVALID_ARG;
-    std::string state;
-    {
-        const std::lock_guard lock(editorMutex());
-        state = instance_.saveState();
-    }
-    return writeAll(stream, state) ? V3_OK : V3_INTERNAL_ERR;
+    return stream && writeAll(stream, controller_.save()) ? V3_OK : V3_INTERNAL_ERR;
 }
 
 // Audio processor
