@@ -42,6 +42,9 @@ class ControlPorts {
     /// The port's value, as it was written to the host.
     void wrote(std::uint64_t address, float port);
     void release(std::uint64_t address);
+    bool isHeld(std::uint64_t address) const {
+        return hands_[address].load(std::memory_order_relaxed) & held;
+    }
 
     // Saving, on any thread; restoring, while nothing is processed
 

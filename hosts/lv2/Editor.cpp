@@ -60,9 +60,15 @@ std::uint64_t Editor::handle() const {
 
 bool Editor::idle() {
     if (!plugin_) return false;
+    plugin_->watch();
     plugin_->instance().pump();
     writeEdits();
     return !isClosed_;
+}
+
+void Editor::hearPort(std::uint32_t port, float value) {
+    if (plugin_ && port >= kFirstControl && port < kFirstControl + kParameters)
+        plugin_->hearPort(port - kFirstControl, value);
 }
 
 void Editor::writeEdits() {

@@ -16,9 +16,9 @@ class Plugin;
 
 /// The editor of a plug-in that runs in the same process, as an X11 UI: inside a host's window, or
 /// in one of its own where the host has none to give. The host's idle calls are what it lives on.
-/// What a person changes takes effect at once and is written to the control ports; nothing has to
-/// be told the editor of the ports, it shows what the plug-in does. Belongs to the host's editor
-/// thread.
+/// What a person changes takes effect at once and is written to the control ports. It shows what
+/// the plug-in does, and needs not be told of the ports but by a host that has stopped processing.
+/// Belongs to the host's editor thread.
 class Editor {
  public:
     struct Host {
@@ -40,6 +40,8 @@ class Editor {
     std::uint64_t handle() const;
     /// False once the user has closed it, or there is nothing left to show.
     bool idle();
+    /// What the host says of a port, by its index.
+    void hearPort(std::uint32_t port, float value);
     // For a window of its own
     bool show();
     bool hide();

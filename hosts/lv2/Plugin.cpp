@@ -24,6 +24,7 @@ namespace {
 
 constexpr std::size_t kEventsAtOnce = 1024;  // more are rendered in pieces
 constexpr std::uint32_t kUsualLongestBlock = 8192;
+constexpr int kStandingStill = 10;  // idle calls without a block: a third of a second or so
 
 /// All plug-ins that live: an editor is given its plug-in as a bare address.
 class Living {
@@ -129,6 +130,7 @@ void Plugin::activate() {
 }
 
 void Plugin::run(std::uint32_t frames) {
+    hasRun_.store(true, std::memory_order_relaxed);
     frames_ = frames;
     done_ = 0;
     controls_.take(frames, [this](std::uint64_t address, float value) {
@@ -167,6 +169,18 @@ void Plugin::answer() {
     for (std::uint64_t address = 0; answers_->isAsked() && address < kParameters; ++address)
         values[address] = instance_->value(address);
     answers_->write(values, frames_ ? frames_ - 1 : 0, *notify_);
+}
+
+// For the editor
+
+void Plugin::watch() {
+    const bool hasRun = hasRun_.exchange(false, std::memory_order_relaxed);
+    idleCalls_ = hasRun ? 0 : std::min(idleCalls_ + 1, kStandingStill);
+}
+
+void Plugin::hearPort(std::uint64_t address, float port) {
+    if (idleCalls_ == kStandingStill && !controls_.isHeld(address))
+        instance_->setValue(address, parameterOfPort(address, port));
 }
 
 // State

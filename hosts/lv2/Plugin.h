@@ -6,6 +6,7 @@
 #include <lv2/urid/urid.h>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -57,6 +58,11 @@ class Plugin final : private MessageReader::Receiver {
     ControlPorts& controls() { return controls_; }
     Editor* editor() const { return editor_; }
     void setEditor(Editor* editor) { editor_ = editor; }
+    /// Once in every idle call: notices whether anything is processed.
+    void watch();
+    /// What the host tells the editor of a port. While something is processed, the port itself says
+    /// it, and in its place; a host that stands still (and undoes something) is obeyed here.
+    void hearPort(std::uint64_t address, float port);
 
  private:
     Plugin(double sampleRate, std::uint32_t longestBlock, std::unique_ptr<hosts::Instance> instance,
@@ -85,6 +91,8 @@ class Plugin final : private MessageReader::Receiver {
     std::vector<hosts::HostEvent> events_;  // from there on
 
     Editor* editor_ = nullptr;
+    std::atomic<bool> hasRun_{false};
+    int idleCalls_ = 0;  // since it last ran, up to kStandingStill
 };
 
 }  // namespace qov::lv2

@@ -48,6 +48,14 @@ LV2UI_Handle instantiate(const LV2UI_Descriptor*, const char*, const char*,
     return made;
 }
 
+void portEvent(LV2UI_Handle handle, std::uint32_t port, std::uint32_t size, std::uint32_t format,
+               const void* buffer) {
+    float value;
+    if (format != 0 || size != sizeof value || !buffer) return;
+    std::memcpy(&value, buffer, sizeof value);
+    editor(handle).hearPort(port, value);
+}
+
 const void* extensionData(const char* uri) {
     static const LV2UI_Idle_Interface idle{
         [](LV2UI_Handle handle) { return status(editor(handle).idle()); }};
@@ -72,7 +80,7 @@ const void* extensionData(const char* uri) {
     static const std::string uri = editorUri();
     static const LV2UI_Descriptor descriptor{
         uri.c_str(), instantiate,   [](LV2UI_Handle handle) { delete &editor(handle); },
-        nullptr,     extensionData,
+        portEvent,   extensionData,
     };
     return &descriptor;
 }

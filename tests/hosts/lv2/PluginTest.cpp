@@ -71,6 +71,23 @@ TEST_F(Lv2Plugin, APortSpeaksWhenItChangesAndAMessageHoldsMeanwhile) {
     EXPECT_EQ(value(kPanorama), 0.9F);
 }
 
+TEST_F(Lv2Plugin, ObeysAHostThatTellsTheEditorOfPortsWhileItStandsStill) {
+    auto& plugin = *static_cast<lv2::Plugin*>(host.handle());
+    const auto hear = [&](int idleCalls, float port) {
+        for (int i = 0; i < idleCalls; ++i) plugin.watch();
+        plugin.hearPort(kStereoWidth, port);
+        return value(kStereoWidth);
+    };
+    run();
+    EXPECT_EQ(hear(10, 0.3F), 0.5F) << "a block has run within the first of these calls";
+    EXPECT_EQ(hear(1, 0.3F), 0.3F);
+    plugin.controls().hold(kStereoWidth);
+    EXPECT_EQ(hear(1, 0.2F), 0.3F) << "a hand is on it";
+    plugin.controls().release(kStereoWidth);
+    plugin.hearPort(kBypass, 0);
+    EXPECT_EQ(value(kBypass), 1) << "by its port's sense";
+}
+
 TEST_F(Lv2Plugin, EnabledIsTheOppositeOfBypassAndDecidesTheLatency) {
     run();
     EXPECT_EQ(host.latency, 2048);
