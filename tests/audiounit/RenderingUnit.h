@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
-#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,7 +11,7 @@
 #include "audiounit/componentDescription.h"
 #include "platform/audiotoolbox/AURenderEvent.h"
 #include "platform/audiotoolbox/AudioBufferList.h"
-#include "platform/foundation/Console.h"
+#include "tests/support/ConsoleLines.h"
 
 namespace qov {
 
@@ -32,23 +31,6 @@ inline Stereo ramp(std::size_t frames) {
     }
     return signal;
 }
-
-/// Keeps the console lines of a scope.
-class ConsoleLines {
- public:
-    ConsoleLines()
-        : before_(platform::console::setSink(
-              [this](std::string_view line) { lines_.emplace_back(line); })) {}
-    ~ConsoleLines() { platform::console::setSink(std::move(before_)); }
-    ConsoleLines(const ConsoleLines&) = delete;
-    ConsoleLines& operator=(const ConsoleLines&) = delete;
-
-    std::vector<std::string> take() { return std::exchange(lines_, {}); }
-
- private:
-    std::vector<std::string> lines_;
-    platform::console::Sink before_;
-};
 
 /// An initialised audio unit and a host that renders whole signals through it.
 class RenderingUnit {

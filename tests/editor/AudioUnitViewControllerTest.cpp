@@ -11,7 +11,7 @@
 #include "platform/uikit/UIPinchGestureRecognizer.h"
 #include "platform/uikit/UISlider.h"
 #include "platform/uikit/ViewLayer.h"
-#include "tests/editor/ShownEditor.h"
+#include "tests/editor/EditorFixture.h"
 
 namespace {
 
@@ -22,12 +22,12 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class Controller : public qov::test::ShownEditor {
+class Controller : public qov::test::EditorFixture {
  protected:
     /// The editor's own lines, without those of audio unit and kernel.
     std::vector<std::string> ownLines() const {
         std::vector<std::string> own;
-        for (const auto& line : lines)
+        for (const auto& line : console.lines())
             if (line.starts_with("AU Diagnostics") || line.starts_with(" - ") ||
                 line.starts_with("ERROR"))
                 own.push_back(line);
@@ -55,11 +55,11 @@ TEST_F(Controller, ViewFirstBindsWhenTheAudioUnitComes) {
     controller->view();
     EXPECT_THAT(ownLines(),
                 ElementsAre("AU Diagnostics: WARNING: The audio unit plugin is nil (yet?)."));
-    lines.clear();
+    console.take();
     createAudioUnit();
     EXPECT_THAT(ownLines(), ElementsAre("AU Diagnostics: Trying to create the audio unit.",
                                         "AU Diagnostics: QOV_Kelvane_PluginAudioUnit::didSet()"));
-    lines.clear();
+    console.take();
     loop->pump();
     auto expected = bindingLines;
     expected.insert(
@@ -72,7 +72,7 @@ TEST_F(Controller, AudioUnitFirstBindsWhenTheViewLoads) {
     createAudioUnit();
     loop->pump();
     EXPECT_EQ(ownLines().back(), "AU Diagnostics: WARNING: Plugin view is not loaded (yet).");
-    lines.clear();
+    console.take();
     show();
     auto expected = bindingLines;
     expected.insert(expected.begin(), "AU Diagnostics: The plugin is loaded.");
@@ -83,7 +83,7 @@ TEST_F(Controller, BothAtOnceBindTwiceAndStillWork) {
     createAudioUnit();
     show();
     loop->pump();
-    EXPECT_EQ(std::ranges::count(lines, bindingLines.back()), 2);
+    EXPECT_EQ(std::ranges::count(console.lines(), bindingLines.back()), 2);
     controller->setParameter(0, 0.75F);
     EXPECT_EQ(parameter(0), 0.75F);
     controller->setParameter(9, 0.25F);  // twice bound, the ninth is the second width
@@ -95,7 +95,7 @@ TEST_F(Controller, AnAudioUnitThatIsRefusedChangesNothing) {
     EXPECT_EQ(controller->createAudioUnit({}, &error), nullptr);
     EXPECT_NE(error.code(), 0);
     EXPECT_EQ(controller->audioUnit(), nullptr);
-    EXPECT_EQ(lines.front(), "AU Diagnostics: Trying to create the audio unit.");
+    EXPECT_EQ(console.lines().front(), "AU Diagnostics: Trying to create the audio unit.");
 }
 
 TEST_F(Controller, AddressesBeyondTheBoundOnesAreReported) {
@@ -103,7 +103,7 @@ TEST_F(Controller, AddressesBeyondTheBoundOnesAreReported) {
     EXPECT_EQ(controller->getParameter(-1), 0.0F);
     EXPECT_EQ(controller->getParameter(9), 0.0F);
     controller->setParameter(9, 1);
-    EXPECT_THAT(lines, ElementsAre("ERROR: The parameter address is out of range.",
+    EXPECT_THAT(console.lines(), ElementsAre("ERROR: The parameter address is out of range.",
                                    "ERROR: The parameter address is out of range.",
                                    "ERROR: The parameter address is out of range."));
     EXPECT_DEATH(controller->getParameter(8), "Fatal error") << "the guard lets the count through";
@@ -223,7 +223,7 @@ TEST_F(Controller, CorrelographOfALargePanelLeavesTheControlsTheirTouches) {
     show({1360, 880});
     ASSERT_TRUE(correlograph().contains(platform::CGPoint{600, 758})) << "nothing is in the way";
     tapAt(2 * 300, 2 * 379);
-    EXPECT_EQ(lines.back(), "Current editing mode is: stereo width");
+    EXPECT_EQ(console.lines().back(), "Current editing mode is: stereo width");
     tapAt(2 * 150, 2 * 80);
     EXPECT_EQ(parameter(3), 1);
 }
@@ -381,70 +381,48 @@ INSTANTIATE_TEST_SUITE_P(
 // Lives
 
 TEST(ControllerLives, AThousandEditorsLeaveNothing) {
-    const auto before = platform::console::setSink({});
-    std::vector<std::weak_ptr<AudioUnitViewController>> controllers;
-    std::vector<std::weak_ptr<platform::AUAudioUnit>> units;
+    const ConsoleLines quiet;
+    std::vector<std::weak_ptr<void>> lives;
     for (int i = 0; i < 1000; ++i) {
         const auto loop = platform::RunLoop::createForTest();
         const platform::RunLoop::MakeCurrent current(loop);
         const auto controller = std::make_shared<AudioUnitViewController>();
-        units.push_back(controller->createAudioUnit(componentDescription, nullptr));
-        controllers.push_back(controller);
-        {
-            const auto window = std::make_shared<platform::UIWindow>(CGSize{100, 80});
-            window->setRootViewController(controller);
-            if (i % 50 == 0) window->update();
-            loop->advance(0.1);
-            window->deliverTouch(0, platform::UITouchPhase::began, {50, 40}, loop->now());
-            if (i % 2) window->cancelTouches();
-        }
+        lives.push_back(controller->createAudioUnit(componentDescription, nullptr));
+        lives.push_back(controller);
+        const auto window = std::make_shared<platform::UIWindow>(CGSize{100, 80});
+        window->setRootViewController(controller);
+        if (i % 50 == 0) window->update();
+        loop->advance(0.1);
+        window->deliverTouch(0, platform::UITouchPhase::began, {50, 40}, loop->now());
+        if (i % 2) window->cancelTouches();
         loop->end();
     }
-    EXPECT_TRUE(std::ranges::all_of(controllers, [](const auto& c) { return c.expired(); }));
-    EXPECT_TRUE(std::ranges::all_of(units, [](const auto& u) { return u.expired(); }));
-    platform::console::setSink(before);
+    EXPECT_TRUE(std::ranges::all_of(lives, [](const auto& each) { return each.expired(); }));
 }
 
-TEST(ControllerLives, AStormOfChangesFromAnotherThreadLeavesALiveScreen) {
-    const auto before = platform::console::setSink({});
-    const auto loop = platform::RunLoop::create();
-    {
-        const platform::RunLoop::MakeCurrent current(loop);
-        const auto controller = std::make_shared<AudioUnitViewController>();
-        const auto unit = controller->createAudioUnit(componentDescription, nullptr);
-        const auto window = std::make_shared<platform::UIWindow>(CGSize{680, 440});
-        window->setRootViewController(controller);
+TEST_F(Controller, AStormOfChangesFromAnotherThreadLeavesALiveScreen) {
+    open();
+    constexpr int changes = 100'000;
+    std::atomic<bool> done{false};
+    std::thread storm([&] {
+        const auto parameter = controller->audioUnit()->parameterTree()->parameterWithAddress(1);
+        for (int i = 0; i <= changes; ++i) parameter->setValue(static_cast<float>(i) / changes);
+        done = true;
+    });
+    while (!done) {
         loop->pump();
         window->update();
-
-        constexpr int kChanges = 100'000;
-        std::atomic<bool> done{false};
-        std::thread storm([&] {
-            const auto parameter = unit->parameterTree()->parameterWithAddress(1);
-            for (int i = 0; i <= kChanges; ++i)
-                parameter->setValue(static_cast<float>(i) / kChanges);
-            done = true;
-        });
-        int turns = 0;
-        while (!done) {
-            loop->pump();
-            window->update();
-            ++turns;
-        }
-        storm.join();
-        while (loop->pump()) {
-        }
-        window->update();
-        EXPECT_GT(turns, 0);
-        EXPECT_EQ(controller->getParameter(1), 1.0F);
-        const int paints = controller->stereoControls->layer().paints();
-        controller->updateParameters();
-        window->update();
-        EXPECT_EQ(controller->stereoControls->layer().paints(), paints)
-            << "the panel shows the last value already";
     }
-    loop->end();
-    platform::console::setSink(before);
+    storm.join();
+    while (loop->pump()) {
+    }
+    window->update();
+    EXPECT_EQ(controller->getParameter(1), 1.0F);
+    const int paints = controller->stereoControls->layer().paints();
+    controller->updateParameters();
+    window->update();
+    EXPECT_EQ(controller->stereoControls->layer().paints(), paints)
+        << "the panel shows the last value already";
 }
 
 }  // namespace

@@ -96,7 +96,7 @@ TEST(Correlograph, PlacesTheFourPlainSignals) {
     EXPECT_EQ(place(0, 0), (CGPoint{128, 128}));
 }
 
-using CorrelographView = EditorFixture;
+using CorrelographView = test::BoundEditor;
 
 TEST_F(CorrelographView, DrawsTheCaptureUnlessHiddenOrWithoutAudioUnit) {
     auto& view = *controller->correlographView;

@@ -1,3 +1,7 @@
+#include <fstream>
+#include <iterator>
+#include <span>
+
 #include "editor/StereoControlsDelegate.h"
 #include "platform/coregraphics/CGImage.h"
 #include "tests/editor/EditorFixture.h"
@@ -58,20 +62,17 @@ struct Reports : StereoControlsDelegate {
     std::vector<std::string> calls;
 };
 
-class Panel : public EditorFixture {
+class Panel : public test::BoundEditor {
  protected:
     Panel() {
         panel->delegate = reports;
-        panel->addTarget([this](platform::UIControl&) { events.push_back(1); },
-                         platform::UIControlEventTouchDown);
-        panel->addTarget([this](platform::UIControl&) { events.push_back(4096); },
-                         platform::UIControlEventValueChanged);
-        panel->addTarget([this](platform::UIControl&) { events.push_back(64); },
-                         platform::UIControlEventTouchUpInside);
-        panel->addTarget([this](platform::UIControl&) { events.push_back(128); },
-                         platform::UIControlEventTouchUpOutside);
-        panel->addTarget([this](platform::UIControl&) { events.push_back(256); },
-                         platform::UIControlEventTouchCancel);
+        for (const auto event :
+             {platform::UIControlEventTouchDown, platform::UIControlEventValueChanged,
+              platform::UIControlEventTouchUpInside, platform::UIControlEventTouchUpOutside,
+              platform::UIControlEventTouchCancel})
+            panel->addTarget(
+                [this, event](platform::UIControl&) { events.push_back(static_cast<int>(event)); },
+                event);
         show(680);
     }
     void show(double width) {
@@ -116,7 +117,7 @@ TEST_F(Panel, EachHotspotSwitchesOrStartsItsOwnControl) {
         show(width);
         const double s = width / 680;
         for (const auto& one : cases) {
-            lines.clear();
+            console.take();
             const CGPoint corners[]{{one.area.minX() + 0.6, one.area.minY() + 0.6},
                                     {one.area.maxX() - 0.6, one.area.maxY() - 0.6}};
             for (int i = 0; i < 2; ++i) {
@@ -126,12 +127,12 @@ TEST_F(Panel, EachHotspotSwitchesOrStartsItsOwnControl) {
                 EXPECT_TRUE(controller->touchesLocked);
                 panel->touchesCancelled({}, nullptr);
             }
-            EXPECT_EQ(lines[0], std::string("Current editing mode is: ") + one.mode);
+            EXPECT_EQ(console.lines()[0], std::string("Current editing mode is: ") + one.mode);
         }
     }
     show(680);
     down({340, 220});
-    EXPECT_EQ(lines.back(), "Current editing mode is: ");
+    EXPECT_EQ(console.lines().back(), "Current editing mode is: ");
 }
 
 TEST_F(Panel, DragsFollowTheFingerAndStopAtTheEnds) {
@@ -178,9 +179,9 @@ TEST_F(Panel, TouchesBesideTheHotspotsUnlockAndCancelKeepsTheMode) {
     EXPECT_EQ(takeEvents(), (std::vector{4096, 128}));
     EXPECT_DEATH(panel->touchesBegan({}, nullptr), "no touch");
     panel->viewController.reset();
-    lines.clear();
+    console.take();
     panel->touchesBegan({}, nullptr);
-    EXPECT_TRUE(lines.empty());
+    EXPECT_TRUE(console.lines().empty());
     panel->delegate.reset();
     panel->touchesMoved({}, nullptr);
 }
@@ -233,24 +234,13 @@ const Golden goldens[]{
     {"frame", 170, 110, 1, [](auto& c) { c.pluginFrame->contrast = 0.75f; }, frameOf},
 };
 
-class GoldenPicture : public EditorFixture, public testing::WithParamInterface<Golden> {};
-
-std::vector<std::byte> readFile(const std::string& path) {
-    std::vector<std::byte> bytes;
-    if (FILE* file = std::fopen(path.c_str(), "rb")) {
-        int c;
-        while ((c = std::fgetc(file)) != EOF) bytes.push_back(static_cast<std::byte>(c));
-        std::fclose(file);
-    }
-    return bytes;
-}
+class GoldenPicture : public test::BoundEditor, public testing::WithParamInterface<Golden> {};
 
 void writeFile(const std::string& path, const platform::CGImage& image) {
     const auto bytes = image.png();
-    FILE* file = std::fopen(path.c_str(), "wb");
-    ASSERT_NE(file, nullptr) << path;
-    std::fwrite(bytes.data(), 1, bytes.size(), file);
-    std::fclose(file);
+    std::ofstream file(path, std::ios::binary);
+    file.write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
+    ASSERT_TRUE(file) << path;
 }
 
 // Looked at by eye when it was taken; KELVANE_TAKE_GOLDEN=1 takes it anew.
@@ -261,7 +251,9 @@ TEST_P(GoldenPicture, LooksAsItWasApproved) {
         draw(golden.view(*controller), golden.width, golden.height, golden.scale)->makeImage();
     const std::string path = std::string(GOLDEN_FOLDER "/") + golden.name + ".png";
     if (std::getenv("KELVANE_TAKE_GOLDEN")) writeFile(path, *image);
-    const auto approved = platform::CGImage::decode(readFile(path));
+    std::ifstream file(path, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    const auto approved = platform::CGImage::decode(std::as_bytes(std::span(bytes)));
     ASSERT_NE(approved, nullptr) << path;
     ASSERT_EQ(approved->width(), image->width());
     ASSERT_EQ(approved->height(), image->height());
@@ -295,7 +287,7 @@ INSTANTIATE_TEST_SUITE_P(Views, GoldenPicture, testing::ValuesIn(goldens), [](co
     return name;
 });
 
-TEST_F(EditorFixture, PanelTextsWithoutAudioUnitNeedNoViewControllerOrAreAFault) {
+TEST_F(Panel, TextsWithoutAudioUnitNeedNoViewControllerOrAreAFault) {
     controller->setAudioUnit(nullptr);
     EXPECT_DEATH(draw(*panel, 68, 44), "audio unit is missing");
     panel->viewController.reset();

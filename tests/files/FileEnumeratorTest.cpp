@@ -15,7 +15,7 @@
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/URL.h"
-#include "tests/files/CapturedLines.h"
+#include "tests/support/ConsoleLines.h"
 #include "tests/platform/foundation/TemporaryFolder.h"
 
 namespace {
@@ -33,7 +33,7 @@ std::vector<std::string> found(const FileTree& tree) {
 
 class Enumerating : public testing::Test {
  protected:
-    CapturedLines console;
+    ConsoleLines console;
     TemporaryFolder folder;
     FileEnumerator enumerator;
     FileTree& tree = *enumerator.fileTree;

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "files/Folder.h"
-#include "tests/files/CapturedLines.h"
+#include "tests/support/ConsoleLines.h"
 
 namespace {
 
@@ -44,7 +44,7 @@ class FileModel : public testing::Test {
         setenv("TZ", "UTC", 1);
         tzset();
     }
-    CapturedLines console;
+    ConsoleLines console;
 };
 
 TEST_F(FileModel, EntriesAreNumberedOnInTheOrderOfTheirMakingWhateverTheirClass) {

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "files/Folder.h"
-#include "tests/files/CapturedLines.h"
+#include "tests/support/ConsoleLines.h"
 
 namespace {
 
@@ -78,7 +78,7 @@ Paths visible(const Rows& rows, const std::string& above) {
 
 class RandomTree : public testing::TestWithParam<unsigned> {
  protected:
-    CapturedLines console;
+    ConsoleLines console;
     std::mt19937 random{GetParam()};
 };
 
@@ -143,7 +143,7 @@ INSTANTIATE_TEST_SUITE_P(Seeds, RandomTree, testing::Range(1u, 9u));
 
 class SmallTree : public testing::Test {
  protected:
-    CapturedLines console;
+    ConsoleLines console;
     // Numbered from 0 on.
     std::unique_ptr<FileTree> tree =
         treeOf({{"a", true}, {"a/b", true}, {"a/b/c", false}, {"d", false}});

@@ -6,7 +6,7 @@
 #include "platform/foundation/Bundle.h"
 #include "platform/foundation/FileManager.h"
 #include "tests/platform/foundation/TemporaryFolder.h"
-#include "tests/util/ConsoleLines.h"
+#include "tests/support/ConsoleLines.h"
 #include "util/ensureDirectoryExists.h"
 #include "util/paths.h"
 
@@ -32,7 +32,7 @@ class Folders : public testing::Test {
     fs::path base = temporary.path();
     std::shared_ptr<RunLoop> loop = RunLoop::createForTest();
     RunLoop::MakeCurrent makeCurrent{loop};
-    ConsoleLines console{*loop};
+    ConsoleLines console{loop.get()};
 };
 
 TEST_F(Folders, AreMadeWithThoseAboveThemUnlessSomethingIsThere) {

@@ -10,7 +10,7 @@
 #include "platform/uikit/UIImage.h"
 #include "platform/uikit/UIImageView.h"
 #include "tests/platform/foundation/LoopbackServer.h"
-#include "tests/util/ConsoleLines.h"
+#include "tests/support/ConsoleLines.h"
 
 namespace {
 
@@ -67,7 +67,7 @@ class LoadImage : public testing::Test {
     std::promise<void> asked, answer;
     std::shared_ptr<RunLoop> loop = RunLoop::create();
     RunLoop::MakeCurrent makeCurrent{loop};
-    ConsoleLines console{*loop};
+    ConsoleLines console{loop.get()};
     LoopbackServer server{
         [this](const std::string& target, const auto& connection) { serve(target, connection); }};
     std::shared_ptr<UIImageView> view = std::make_shared<UIImageView>();

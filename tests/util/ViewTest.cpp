@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "platform/uikit/UIView.h"
-#include "tests/util/ConsoleLines.h"
+#include "tests/support/ConsoleLines.h"
 #include "util/debugprint.h"
 #include "util/pinToSuperviewEdges.h"
 
@@ -16,7 +16,7 @@ using ::testing::ElementsAre;
 TEST(DebugPrint, LinesAppearInOrderAfterTheMainThreadsPresentWork) {
     const auto loop = RunLoop::createForTest();
     const RunLoop::MakeCurrent makeCurrent(loop);
-    const ConsoleLines console(*loop);
+    const ConsoleLines console(loop.get());
     std::vector<std::string> during;
     loop->submit([&] {
         qov::debugprint("first");

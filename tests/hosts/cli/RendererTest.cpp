@@ -6,8 +6,8 @@
 
 #include "hosts/cli/Effect.h"
 #include "hosts/cli/Parameters.h"
-#include "platform/foundation/Console.h"
 #include "tests/hosts/cli/Sound.h"
+#include "tests/support/ConsoleLines.h"
 
 namespace {
 
@@ -31,7 +31,7 @@ Stereo noiseOf(std::size_t frames) {
 
 Stereo rendered(Stereo input, const std::string& automation, std::uint32_t block = 512,
                 Timing timing = Timing::aligned) {
-    const auto before = platform::console::setSink({});
+    const ConsoleLines quiet;
     Effect effect(44100);
     Stereo output;
     Renderer renderer(effect, parseAutomation(automation, "test", 44100), block, timing, false,
@@ -42,7 +42,6 @@ Stereo rendered(Stereo input, const std::string& automation, std::uint32_t block
     renderer.process(input.left.data(), input.right.data(),
                      static_cast<std::uint32_t>(input.left.size()));
     renderer.finish();
-    platform::console::setSink(before);
     return output;
 }
 
