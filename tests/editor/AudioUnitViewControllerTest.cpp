@@ -104,8 +104,8 @@ TEST_F(Controller, AddressesBeyondTheBoundOnesAreReported) {
     EXPECT_EQ(controller->getParameter(9), 0.0F);
     controller->setParameter(9, 1);
     EXPECT_THAT(console.lines(), ElementsAre("ERROR: The parameter address is out of range.",
-                                   "ERROR: The parameter address is out of range.",
-                                   "ERROR: The parameter address is out of range."));
+                                             "ERROR: The parameter address is out of range.",
+                                             "ERROR: The parameter address is out of range."));
     EXPECT_DEATH(controller->getParameter(8), "Fatal error") << "the guard lets the count through";
 }
 

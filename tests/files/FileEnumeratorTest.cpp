@@ -5,9 +5,6 @@
 #include <functional>
 #include <utility>
 
-#include <libxml/parser.h>
-#include <libxml/tree.h>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -181,35 +178,6 @@ TEST_F(Enumerating, AllowsEveryOperationAndGoesOnAfterNoError) {
     };
     EXPECT_EQ(answers(std::string("/x")), std::vector<bool>(8, true));
     EXPECT_EQ(answers(platform::URL::fileURLWithPath("/x")), std::vector<bool>(8, true));
-}
-
-/// The paths of all elements below one, in order, as an XML parser reads them.
-void readPaths(xmlNode* parent, const std::string& prefix, std::vector<std::string>& paths) {
-    for (auto* node = parent->children; node; node = node->next) {
-        if (node->type != XML_ELEMENT_NODE) continue;
-        const bool isFolder = xmlStrEqual(node->name, BAD_CAST "folder");
-        xmlChar* value = xmlGetProp(node, BAD_CAST(isFolder ? "subpath" : "name"));
-        const std::string text = value ? reinterpret_cast<char*>(value) : "(missing)";
-        xmlFree(value);
-        paths.push_back(isFolder ? text : prefix + text);
-        readPaths(node, paths.back() + "/", paths);
-    }
-}
-
-TEST_F(Enumerating, AnXMLParserReadsBackTheTree) {
-    for (int i = 0; i < 40; ++i)
-        folder.file("dir " + std::to_string(i % 4) + "/ü" + std::to_string(i % 3) + "/file" +
-                    std::to_string(i) + ".mid");
-    enumerator.enumerate(folder.path());
-    ASSERT_EQ(found(tree).size(), 4u + 12u + 40u);
-    const auto xml = tree.xml();
-    xmlDoc* document = xmlReadMemory(xml.data() + 1, static_cast<int>(xml.size()) - 1, nullptr,
-                                     nullptr, XML_PARSE_NONET);
-    ASSERT_NE(document, nullptr);
-    std::vector<std::string> read;
-    readPaths(xmlDocGetRootElement(document), "", read);
-    xmlFreeDoc(document);
-    EXPECT_EQ(read, found(tree));
 }
 
 }  // namespace

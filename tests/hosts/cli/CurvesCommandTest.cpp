@@ -3,26 +3,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "animation/Easing.h"
 #include "platform/coregraphics/CGImage.h"
+#include "tests/hosts/cli/Program.h"
 
 namespace {
 
 using qov::cli::runCurves;
 using testing::HasSubstr;
 
-std::string contents(const std::filesystem::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
-}
-
 TEST(CurvesCommand, drawsEveryCurveIntoBothKindsOfPicture) {
-    const std::filesystem::path folder = testing::TempDir();
+    const Folder folder;
     const auto png = folder / "curves.png", svg = folder / "curves.svg";
     ASSERT_EQ(runCurves({png, "--scale", "1"}), 0);
     ASSERT_EQ(runCurves({svg}), 0);
@@ -36,8 +29,6 @@ TEST(CurvesCommand, drawsEveryCurveIntoBothKindsOfPicture) {
     for (std::size_t at = 0; (at = vectors.find("stroke-width:2;", at)) != std::string::npos; ++at)
         ++lines;
     EXPECT_EQ(lines, 42u);
-    std::filesystem::remove(png);
-    std::filesystem::remove(svg);
 }
 
 TEST(CurvesCommand, printsTheValuesOfACurveByAnyOfItsNames) {

@@ -3,14 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "hosts/cli/Command.h"
 #include "hosts/cli/MidiCommand.h"
-#include "hosts/cli/renderFile.h"
+#include "tests/hosts/cli/Program.h"
+#include "tests/hosts/cli/Sound.h"
 
 namespace {
 
@@ -222,64 +220,31 @@ TEST(MidiFile, withAnyByteChangedOrCutOffIsReadOrRefusedInOneLine) {
     EXPECT_GE(refused, static_cast<int>(whole.size())) << "no shortened file may pass";
 }
 
-TEST(MidiFile, thatIsNotThereIsRefused) {
-    EXPECT_THROW(qov::cli::readMidiFile("/nowhere/song.mid"), qov::cli::Failure);
-    EXPECT_THROW(qov::cli::readMidiFile("/"), qov::cli::Failure);
-}
-
-/// A folder with a sound, and renderings of it with events from a file.
-class RenderedMidi : public testing::Test {
- protected:
-    RenderedMidi() {
-        std::filesystem::create_directories(folder);
-        // half a second of stereo noise, 16 bits at 48 kHz
-        constexpr std::size_t kBytes = 24'000 * 4;
-        const auto number = [](std::size_t value, int size) {
-            auto text = bigEndian(value, size);
-            return std::string(text.rbegin(), text.rend());
-        };
-        std::string sound = "RIFF" + number(36 + kBytes, 4) + "WAVEfmt " + number(16, 4) +
-                            number(1, 2) + number(2, 2) + number(48'000, 4) + number(192'000, 4) +
-                            number(4, 2) + number(16, 2) + "data" + number(kBytes, 4);
-        std::uint32_t noise = 1;
-        while (sound.size() < 44 + kBytes)
-            sound += static_cast<char>((noise = noise * 1'664'525 + 1'013'904'223) >> 24);
-        write("in.wav", sound);
-    }
-    ~RenderedMidi() override { std::filesystem::remove_all(folder); }
-
-    std::string write(const std::string& name, const std::string& content) {
-        std::ofstream(folder / name, std::ios::binary) << content;
-        return folder / name;
-    }
-
-    std::string rendered(std::string qov::cli::RenderJob::*events, const std::string& path) {
-        qov::cli::RenderJob job;
-        job.input = folder / "in.wav";
-        job.output = folder / "out.wav";
-        job.*events = path;
-        qov::cli::renderFile(job);
-        std::ifstream stream(job.output, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-
-    std::filesystem::path folder = std::filesystem::path(testing::TempDir()) / "rendered-midi";
-};
-
-TEST_F(RenderedMidi, soundsLikeTheSameEventsOnFramesWorkedOutByHand) {
+TEST(MidiFile, soundsLikeTheSameEventsOnFramesWorkedOutByHand) {
     // 120 a minute up to pulse 24 (6000 frames), then 150: 240 pulses are 0.4 s * 2.5 = 1 s
-    const auto midi = write(
-        "song.mid",
+    const Folder folder;
+    write(
+        folder / "midi",
         song(96,
              {{{24, tempo(400'000)}, {0, kEnd}},
               {{12, "B0 07 20"}, {24, "B5 0A 00"}, {1, "B0 0B 7F"}, {0, "B0 01 00"}, {0, kEnd}}}));
     // pulse 12: 3000; pulse 36: 6000 + 12 * 200; pulse 37: 200 more
-    const std::string events = "3000 midi B0 07 20\n8400 midi B5 0A 00\n";
-    const auto sound = rendered(&qov::cli::RenderJob::midi, midi);
-    EXPECT_EQ(sound, rendered(&qov::cli::RenderJob::automation,
-                              write("right", events + "8600 midi B0 0B 7F\n")));
-    EXPECT_NE(sound, rendered(&qov::cli::RenderJob::automation,
-                              write("late", events + "8601 midi B0 0B 7F\n")));
+    const auto events = "3000 midi B0 07 20\n8400 midi B5 0A 00\n"s;
+    write(folder / "right", events + "8600 midi B0 0B 7F\n");
+    write(folder / "late", events + "8601 midi B0 0B 7F\n");
+    const auto samples = noise(20'000);
+    write(folder / "in", {reinterpret_cast<const char*>(samples.data()), 4 * samples.size()});
+    const auto rendered = [&](const std::string& option) {
+        const auto run =
+            shell("cd " + (folder / "") + " && $K render - - --raw 48000 < in " + option);
+        EXPECT_EQ(run.code, 0) << run.err;
+        return run.out;
+    };
+    const auto sound = rendered("--midi midi");
+    EXPECT_EQ(sound.size(), 4 * samples.size());
+    EXPECT_TRUE(sound == rendered("--automation right"));
+    EXPECT_FALSE(sound == rendered("--automation late"));
+    EXPECT_EQ(shell("$K render --raw 48000 - - --midi /nowhere/song.mid").code, 1);
 }
 
 }  // namespace

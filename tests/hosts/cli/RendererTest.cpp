@@ -17,8 +17,6 @@ using qov::cli::parseAutomation;
 using qov::cli::Renderer;
 using qov::cli::Timing;
 
-constexpr std::size_t ringFrames = 2048;
-
 struct Stereo {
     std::vector<float> left, right;
 };
@@ -29,13 +27,12 @@ Stereo noiseOf(std::size_t frames) {
             {both.begin() + std::ssize(both) / 2, both.end()}};
 }
 
-Stereo rendered(Stereo input, const std::string& automation, std::uint32_t block = 512,
-                Timing timing = Timing::aligned) {
+Stereo rendered(Stereo input, const std::string& automation, std::uint32_t block = 512) {
     const ConsoleLines quiet;
     Effect effect(44100);
     Stereo output;
-    Renderer renderer(effect, parseAutomation(automation, "test", 44100), block, timing, false,
-                      [&](const float* left, const float* right, std::uint32_t frames) {
+    Renderer renderer(effect, parseAutomation(automation, "test", 44100), block, Timing::aligned,
+                      false, [&](const float* left, const float* right, std::uint32_t frames) {
                           output.left.insert(output.left.end(), left, left + frames);
                           output.right.insert(output.right.end(), right, right + frames);
                       });
@@ -61,13 +58,6 @@ TEST(Renderer, TheNeutralEffectLinesUpWithItsInputAtAnyLengthAndBlock) {
             ASSERT_EQ(output.right, input.right) << frames << " frames in blocks of " << block;
             ASSERT_EQ(output.left, frames > 0 ? delayed(input.left, 1) : input.left);
         }
-}
-
-TEST(Renderer, RawTimingReturnsAsManyFramesAsItGotAndLate) {
-    const auto input = noiseOf(5000);
-    const auto output = rendered(input, "", 512, Timing::raw);
-    EXPECT_EQ(output.right, delayed(input.right, ringFrames));
-    EXPECT_EQ(output.left, delayed(input.left, ringFrames + 1));
 }
 
 TEST(Renderer, AnEventTakesEffectOnItsExactFrame) {

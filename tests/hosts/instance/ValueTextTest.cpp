@@ -29,17 +29,19 @@ TEST_P(ValueTextTest, ShowsThePanelsFigureAndReadsItBack) {
 
 INSTANTIATE_TEST_SUITE_P(
     Values, ValueTextTest,
-    testing::Values(
-        Row{kStereoWidth, 0.5f, 44100, "0 %"}, Row{kStereoWidth, 0.6f, 44100, "+20 %"},
-        Row{kStereoWidth, 0.0f, 44100, "-100 %"}, Row{kStereoWidth, 0.499f, 44100, "0 %"},
-        Row{kPanorama, 0.35f, 44100, "L 30 %"}, Row{kPanorama, 1.0f, 44100, "R 100 %"},
-        Row{kPanorama, 0.501f, 44100, "C"}, Row{kPhaseShift, 0.5f, 44100, "220 samples (5.0 ms)"},
-        Row{kPhaseShift, 0.0f, 44100, "1 sample (0.0 ms)"},
-        Row{kPhaseShift, 1.0f, 96000, "960 samples (10.0 ms)"},
-        Row{kPhaseShift, 0.25f, 48000, "120 samples (2.5 ms)"}, Row{kTestMono, 0.5f, 44100, "off"},
-        Row{kBypass, 1.0f, 44100, "on"}, Row{kStereoWidth, NAN, 44100, "-100 %"},
-        Row{kPanorama, 1e30f, 44100, "R 100 %"}, Row{kPhaseShift, NAN, 44100, "1 sample (0.0 ms)"},
-        Row{kPhaseShift, INFINITY, 44100, "441 samples (10.0 ms)"}));
+    testing::Values(Row{kStereoWidth, 0.5f, 44100, "0 %"}, Row{kStereoWidth, 0.6f, 44100, "+20 %"},
+                    Row{kStereoWidth, 0.0f, 44100, "-100 %"},
+                    Row{kStereoWidth, 0.499f, 44100, "0 %"}, Row{kPanorama, 0.35f, 44100, "L 30 %"},
+                    Row{kPanorama, 1.0f, 44100, "R 100 %"}, Row{kPanorama, 0.501f, 44100, "C"},
+                    Row{kPhaseShift, 0.5f, 44100, "220 samples (5.0 ms)"},
+                    Row{kPhaseShift, 0.0f, 44100, "1 sample (0.0 ms)"},
+                    Row{kPhaseShift, 1.0f, 96000, "960 samples (10.0 ms)"},
+                    Row{kPhaseShift, 0.25f, 48000, "120 samples (2.5 ms)"},
+                    Row{kTestMono, 0.5f, 44100, "off"}, Row{kTestMono, 0.6f, 44100, "on"},
+                    Row{kBypass, 1.0f, 44100, "on"}, Row{kStereoWidth, NAN, 44100, "-100 %"},
+                    Row{kPanorama, 1e30f, 44100, "R 100 %"},
+                    Row{kPhaseShift, NAN, 44100, "1 sample (0.0 ms)"},
+                    Row{kPhaseShift, INFINITY, 44100, "441 samples (10.0 ms)"}));
 
 TEST(ParseValue, ReadsEveryDelayBackAsItself) {
     for (const double rate : {8000.0, 44100.0, 192000.0})
@@ -56,7 +58,7 @@ TEST(ParseValue, ReadsEveryDelayBackAsItself) {
 TEST(ParseValue, UnderstandsPeopleAndRefusesTheRest) {
     const std::tuple<std::uint64_t, const char*, float> understood[] = {
         {kStereoWidth, " +20 ", 0.6f}, {kStereoWidth, "1e9%", 1},    {kPanorama, "r30", 0.65f},
-        {kPanorama, "-100", 0},        {kPanorama, "Center", 0.5f},  {kPhaseShift, "10 ms", 1},
+        {kPanorama, "-100", 0},        {kPanorama, "Center", 0.5f},  {kPhaseShift, "9.99 ms", 1},
         {kPhaseShift, "-5", 0},        {kPhaseShift, "1 sample", 0}, {kBypass, "YES", 1},
         {kSwapChannels, "0", 0}};
     for (const auto& [address, text, value] : understood) {
