@@ -219,16 +219,22 @@ class PresetTest : public AudioUnitTest {
 };
 
 TEST_F(PresetTest, FactoryPresetSetsTheKernelThroughTheTreeAndTellsObservers) {
-    for (int address = 0; address < 8; ++address)
-        host_.setValue(static_cast<AUParameterAddress>(address), 1);
-    std::vector<AUParameterAddress> told;
-    unit_.parameterTree()->tokenByAddingParameterObserver(
-        [&](AUParameterAddress address, AUValue) { told.push_back(address); });
-    unit_.setCurrentPreset(preset(1, "a host's own name for it"));
-    EXPECT_THAT(values(), ElementsAre(0.5f, 0.5f, 0, 0, 0, 0, 0, 0));
-    EXPECT_THAT(told, ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
-    EXPECT_THAT(console_.take(),
-                ElementsAre("currentPreset Factory: 1, 2. Default Preset (Init)\n"));
+    ASSERT_EQ(unit_.factoryPresets().size(), 3u);
+    for (const std::int64_t number : {2, 0, 1}) {
+        for (AUParameterAddress address = 0; address < 8; ++address) host_.setValue(address, 1);
+        std::vector<AUParameterAddress> told;
+        const auto token = unit_.parameterTree()->tokenByAddingParameterObserver(
+            [&](AUParameterAddress address, AUValue) { told.push_back(address); });
+        console_.take();
+        unit_.setCurrentPreset(preset(number, "a host's own name for it"));
+        unit_.parameterTree()->removeParameterObserver(token);
+        EXPECT_THAT(values(), ElementsAre(0.5f, 0.5f, 0, 0, 0, 0, 0, 0)) << number;
+        EXPECT_THAT(told, ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
+        const auto figure = std::to_string(number + 1);
+        EXPECT_THAT(console_.take(),
+                    ElementsAre("currentPreset Factory: " + std::to_string(number) + ", " + figure +
+                                ". Default Preset (Init)\n"));
+    }
     EXPECT_EQ(unit_.currentPreset(), unit_.factoryPresets()[1]);
     EXPECT_THAT(console_.take(), ElementsAre("Returning Current Factory Preset: 1\n"));
 }
