@@ -27,18 +27,7 @@ void Interpolator::setTarget(float value) {
 }
 
 float Interpolator::tick() {
-    if (delay >= 1) {
-        --delay;
-        return currentValue;
-    }
-    if (increase == 0) return currentValue;
-    currentValue += increase;
-    if ((increase > 0 && currentValue >= destinationValue) ||
-        (increase < 0 && currentValue <= destinationValue)) {
-        currentValue = destinationValue;
-        increase = 0;
-        if (event) event(callee, this, 0);
-    }
+    if (advance() && event) event(callee, this, 0);
     return currentValue;
 }
 

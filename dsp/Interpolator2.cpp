@@ -3,18 +3,24 @@
 namespace qov {
 
 float Interpolator2::tick() {
+    advance();
+    return currentValue;
+}
+
+bool Interpolator2::advance() {
     if (delay >= 1) {
         --delay;
-        return currentValue;
+        return false;
     }
-    if (increase == 0) return currentValue;
+    if (increase == 0) return false;
     currentValue += increase;
-    if ((increase > 0 && currentValue >= destinationValue) ||
-        (increase < 0 && currentValue <= destinationValue)) {
+    const bool isThere = increase > 0 ? currentValue >= destinationValue
+                                      : increase < 0 && currentValue <= destinationValue;
+    if (isThere) {
         currentValue = destinationValue;
         increase = 0;
     }
-    return currentValue;
+    return isThere;
 }
 
 }  // namespace qov

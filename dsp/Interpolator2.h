@@ -7,6 +7,8 @@ namespace qov {
 /// A value on a straight way to its destination, one step a tick.
 struct Interpolator2 {
     float tick();
+    /// The same; true where it came to its destination.
+    bool advance();
 
     float destinationValue = 0;
     float currentValue = 0;
