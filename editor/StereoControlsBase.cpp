@@ -450,10 +450,20 @@ void StereoControlsBase::drawHotspots(const CGRect& frame, ResizingBehavior resi
         this->*hotspot.path = platform::UIBezierPath::rect(hotspot.area);
 }
 
-const char* StereoControlsBase::modeAt(CGPoint point) const {
+const StereoControlsBase::Hotspot* StereoControlsBase::hotspotAt(CGPoint point) const {
     for (const auto& hotspot : Hotspot::all)
-        if ((this->*hotspot.path).containsPoint(point)) return hotspot.mode;
-    return "";
+        if ((this->*hotspot.path).containsPoint(point)) return &hotspot;
+    return nullptr;
+}
+
+const char* StereoControlsBase::modeAt(CGPoint point) const {
+    const auto* hotspot = hotspotAt(point);
+    return hotspot ? hotspot->mode : "";
+}
+
+std::optional<CGRect> StereoControlsBase::hotAreaAt(CGPoint point) const {
+    const auto* hotspot = hotspotAt(point);
+    return hotspot ? std::optional(hotspot->area) : std::nullopt;
 }
 
 }  // namespace qov

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "editor/ResizingBehavior.h"
@@ -35,6 +36,8 @@ class StereoControlsBase {
     /// The editing mode whose hot area holds a point of the canvas; empty for none, and before the
     /// first drawing.
     const char* modeAt(platform::CGPoint point) const;
+    /// That hot area, in canvas units.
+    std::optional<platform::CGRect> hotAreaAt(platform::CGPoint point) const;
 
     static void keepDrawScale(platform::CGSize scale);
 
@@ -44,6 +47,7 @@ class StereoControlsBase {
     friend class StereoControls;
     struct Hotspot;
 
+    const Hotspot* hotspotAt(platform::CGPoint point) const;
     std::string phaseShiftText() const;
     void drawScreen(platform::CGContext& context, const PanelStyle& style) const;
     void drawStereoField(platform::CGContext& context, const PanelStyle& style) const;

@@ -6,8 +6,11 @@
 #include <utility>
 
 #include "editor/AudioUnitViewController.h"
+#include "editor/PanelStyle.h"
+#include "editor/PluginFrameEx.h"
 #include "editor/StereoControls.h"
 #include "hosts/instance/Instance.h"
+#include "hosts/window/HoverView.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/uikit/NativeWindow.h"
 #include "platform/uikit/UITouch.h"
@@ -26,7 +29,10 @@ constexpr float kWheelStep = 0.01F;  // of a control's range
 
 EditorWindow::EditorWindow(Instance& instance, std::shared_ptr<AudioUnitViewController> controller,
                            std::shared_ptr<platform::UIWindow> content)
-    : instance_(instance), controller_(std::move(controller)), content_(std::move(content)) {
+    : instance_(instance),
+      controller_(std::move(controller)),
+      content_(std::move(content)),
+      hover_(std::make_shared<HoverView>()) {
     content_->willDeliverTouch = [this](platform::UIView& touched, UITouchPhase phase) {
         if (&touched != controller_->stereoControls.get()) return;
         content_->display(touched);
@@ -37,6 +43,7 @@ EditorWindow::EditorWindow(Instance& instance, std::shared_ptr<AudioUnitViewCont
         const bool up = phase == UITouchPhase::ended || phase == UITouchPhase::cancelled;
         if (up && --touches_ == 0) instance_.touchEnded();
     };
+    controller_->stereoControls->addSubview(hover_);
 }
 
 std::unique_ptr<EditorWindow> EditorWindow::open(Instance& instance, const Options& options,
@@ -64,23 +71,48 @@ std::unique_ptr<EditorWindow> EditorWindow::open(Instance& instance, const Optio
         if (control) self->nudge(*control, kWheelStep * static_cast<float>(steps));
         return control.has_value();
     };
+    window->native_->onHover = [self = window.get()](auto at) { self->hover(at); };
     return window;
 }
 
 EditorWindow::~EditorWindow() {
     const RunLoop::MakeCurrent current(instance_.runLoop());
     native_.reset();
+    hover_->removeFromSuperview();
     content_->setRootViewController(nullptr);
 }
 
-std::optional<int> EditorWindow::controlAt(platform::CGPoint point) const {
-    auto& panel = *controller_->stereoControls;
-    const auto hit = content_->hitTest(point);
-    if (hit.get() != &panel || panel.bounds().isEmpty()) return {};
+platform::CGFloat EditorWindow::canvasScale() const {
     constexpr platform::CGFloat kCanvasWidth = 680;
-    const auto scale = panel.bounds().size.width / kCanvasWidth;
+    return controller_->stereoControls->bounds().size.width / kCanvasWidth;
+}
+
+std::optional<platform::CGPoint> EditorWindow::canvasPoint(platform::CGPoint point) const {
+    const auto& panel = *controller_->stereoControls;
+    if (content_->hitTest(point).get() != &panel || panel.bounds().isEmpty()) return {};
     const auto place = panel.convertFromWindow(point);
-    const std::string_view mode = panel.baseClass.modeAt({place.x / scale, place.y / scale});
+    return platform::CGPoint{place.x / canvasScale(), place.y / canvasScale()};
+}
+
+void EditorWindow::hover(std::optional<platform::CGPoint> at) {
+    const auto place = at ? canvasPoint(*at) : std::nullopt;
+    auto area = place ? controller_->stereoControls->baseClass.hotAreaAt(*place) : std::nullopt;
+    const bool takesKeys = at && controlAt(*at);
+    // Around the whole of a control, whose picture is a little wider than its hot area.
+    if (area && takesKeys) area = area->insetBy(-9, -2);
+    const auto scale = canvasScale();
+    if (area)
+        area = platform::CGRect(area->minX() * scale, area->minY() * scale, area->width() * scale,
+                                area->height() * scale);
+    using platform::CGColor;
+    const platform::CGFloat grey = controller_->pluginFrame->contrast;
+    hover_->mark(area, takesKeys, PanelStyle(CGColor::gray(grey), CGColor::gray(1 - grey)).ink);
+}
+
+std::optional<int> EditorWindow::controlAt(platform::CGPoint point) const {
+    const auto place = canvasPoint(point);
+    if (!place) return {};
+    const std::string_view mode = controller_->stereoControls->baseClass.modeAt(*place);
     constexpr std::array<std::string_view, 3> kModes{"stereo width", "panorama", "phase shift"};
     const auto found = std::ranges::find(kModes, mode);
     if (found == kModes.end()) return {};

@@ -20,6 +20,7 @@ class AudioUnitViewController;
 
 namespace qov::hosts {
 
+class HoverView;
 class Instance;
 
 /// The editor of an instance in a window of its own or inside a host's. It takes part in the
@@ -28,7 +29,7 @@ class Instance;
 ///
 /// It keeps what the panel expects of its host: the panel that is touched was the last one to draw
 /// in the process, and the host's automation hears of the beginning and the end of a touch. The
-/// wheel turns the control under the mouse.
+/// wheel turns the control under the mouse, and what a press would act on is marked there.
 class EditorWindow {
  public:
     struct Options {
@@ -65,11 +66,16 @@ class EditorWindow {
  private:
     EditorWindow(Instance& instance, std::shared_ptr<AudioUnitViewController> controller,
                  std::shared_ptr<platform::UIWindow> content);
+    /// A point of the window on the panel's canvas, where the panel is the frontmost there.
+    std::optional<platform::CGPoint> canvasPoint(platform::CGPoint point) const;
+    platform::CGFloat canvasScale() const;
+    void hover(std::optional<platform::CGPoint> at);
 
     Instance& instance_;
     std::shared_ptr<AudioUnitViewController> controller_;
     std::shared_ptr<platform::UIWindow> content_;
     std::unique_ptr<platform::NativeWindow> native_;
+    std::shared_ptr<HoverView> hover_;
     int touches_ = 0;  // down on the panel
 };
 

@@ -70,6 +70,9 @@ class NativeWindow {
     std::function<bool(const KeyStroke& key)> onKey;
     /// The wheel without Ctrl, in steps, up counts positive. What it leaves (false) zooms.
     std::function<bool(CGPoint at, int steps)> onWheel;
+    /// The mouse is at another place with no button down, or has left, gone down or given way to a
+    /// finger (none).
+    std::function<void(std::optional<CGPoint> at)> onHover;
     /// It has another size now, in points.
     std::function<void(CGSize size)> onResize;
 

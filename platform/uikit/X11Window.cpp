@@ -178,6 +178,9 @@ class X11Window final : public NativeWindow {
     void handleButton(const XButtonEvent& event);
     void handleKey(XKeyEvent& event);
     void handleSize(int width, int height);
+    void hover(std::optional<CGPoint> at) const {
+        if (onHover) onHover(at);
+    }
     void present();
     void put(const UIWindow::PixelRect& rect);
 
@@ -339,12 +342,15 @@ void X11Window::handle(XEvent& event) {
             pointer_ = points(event.xmotion.x, event.xmotion.y);
             if (mouseDown_)
                 content_->deliverTouch(kMouse, UITouchPhase::moved, *pointer_, loop_->now());
+            else
+                hover(pointer_);
             break;
         case EnterNotify:
             pointer_ = points(event.xcrossing.x, event.xcrossing.y);
             break;
         case LeaveNotify:
             pointer_.reset();
+            hover({});
             break;
         case KeyPress:
             handleKey(event.xkey);
@@ -376,8 +382,10 @@ void X11Window::handleButton(const XButtonEvent& event) {
     switch (event.button) {
         case Button1:
             mouseDown_ = pressed;
+            if (pressed) hover({});
             content_->deliverTouch(kMouse, pressed ? UITouchPhase::began : UITouchPhase::ended,
                                    place, loop_->now());
+            if (!pressed) hover(place);
             break;
         case Button4:
         case Button5: {
@@ -400,6 +408,7 @@ void X11Window::handleKey(XKeyEvent& event) {
 void X11Window::handleCookie(XGenericEventCookie& cookie) {
     const auto touch = [&](UITouchPhase phase) {
         const auto& e = *static_cast<XIDeviceEvent*>(cookie.data);
+        hover({});
         content_->deliverTouch(e.detail, phase, points(e.event_x, e.event_y), loop_->now());
     };
     const auto pinch = [&](UITouchPhase phase) {

@@ -114,6 +114,24 @@ TEST_F(Window, KeysAndWheelTurnTheControlUnderTheMouse) {
     EXPECT_EQ(window.controlAt({600, 220}), 2);
 }
 
+TEST_F(Window, MarksWhatTheMouseIsOverButNotWhileItIsPressed) {
+    Shown shown;
+    ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
+    Screen::xdo("mousemove 600 420");
+    for (const auto& [x, y] : {std::pair{300, 358}, std::pair{100, 74}}) {  // width, "swap"
+        const auto mark = [&, x = x, y = y] { return Screen::pixel(x, y); };
+        const auto bare = mark();
+        Screen::xdo("mousemove " + std::to_string(x) + " " + std::to_string(y + 4));
+        EXPECT_TRUE(shown.until([&] { return mark() != bare; }));
+        Screen::xdo("mousedown 1");
+        EXPECT_TRUE(shown.until([&] { return mark() == bare; }));
+        Screen::xdo("mouseup 1");
+        EXPECT_TRUE(shown.until([&] { return mark() != bare; }));
+        Screen::xdo("mousemove 600 420");
+        EXPECT_TRUE(shown.until([&] { return mark() == bare; }));
+    }
+}
+
 TEST_F(Window, ShowsItsPictureAndFollowsItsSize) {
     Shown shown({.scale = 2, .size = {340, 220}});
     ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
