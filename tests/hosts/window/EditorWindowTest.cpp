@@ -20,6 +20,7 @@
 #include "platform/uikit/UIWindow.h"
 #include "platform/uikit/ViewLayer.h"
 #include "tests/hosts/window/Screen.h"
+#include "tests/hosts/window/TouchScreen.h"
 
 namespace {
 
@@ -130,6 +131,43 @@ TEST_F(Window, MarksWhatTheMouseIsOverButNotWhileItIsPressed) {
         Screen::xdo("mousemove 600 420");
         EXPECT_TRUE(shown.until([&] { return mark() == bare; }));
     }
+}
+
+TEST(TouchedWindow, FingersTurnWidthAndPinchAndLeaveNoMark) {
+    const test::TouchScreen fingers;
+    const auto before = platform::console::setSink({});
+    {
+        Shown shown;
+        ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
+        auto& instance = *shown.instance;
+        const auto bare = Screen::pixel(300, 358);
+        fingers.down(0, 350, 375);
+        for (const int y : {365, 300, 225}) fingers.move(0, 350, y);
+        fingers.up(0, 350, 225);
+        EXPECT_TRUE(shown.until([&] { return instance.value(0) == 0.75F; }));
+        EXPECT_TRUE(shown.until([&] { return !shown.window->controller().touchesLocked; }));
+        std::vector<hosts::EditExchange::Edit::Kind> edits;
+        instance.edits().take([&](const auto& edit) { edits.push_back(edit.kind); });
+        using Kind = hosts::EditExchange::Edit::Kind;
+        EXPECT_EQ(edits, (std::vector{Kind::begin, Kind::value, Kind::end}))
+            << "once, and not as a mouse again";
+        fingers.down(0, 350, 358);
+        fingers.up(0, 350, 358);
+
+        // 100 points apart, then 200, above and below the plate's right part.
+        fingers.down(1, 600, 120);
+        fingers.down(2, 600, 270);
+        for (int step = 1; step <= 10; ++step) fingers.move(2, 600, 270 + 15 * step);
+        EXPECT_TRUE(shown.until([&] { return shown.panel().size.width > 680 * 1.5; }))
+            << shown.panel().size.width;
+        fingers.up(1, 600, 120);
+        fingers.up(2, 600, 420);
+        EXPECT_TRUE(
+            shown.until([&] { return !shown.window->controller().pinchGesture->isActive(); }));
+        shown.window->controller().centerPluginView();
+        EXPECT_TRUE(shown.until([&] { return Screen::pixel(300, 358) == bare; }));
+    }
+    platform::console::setSink(before);
 }
 
 TEST_F(Window, ShowsItsPictureAndFollowsItsSize) {

@@ -20,13 +20,14 @@ Display* display = nullptr;
 
 }  // namespace
 
-Screen::Screen() {
+Screen::Screen() : Screen({"Xvfb", "-screen", "0", "1400x1000x24"}) {}
+
+Screen::Screen(std::vector<std::string> server) {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
-    server_ = std::make_unique<Child>(
-        std::vector<std::string>{"Xvfb", "-displayfd", "3", "-screen", "0", "1400x1000x24",
-                                 "-nolisten", "tcp", "-noreset"},
-        ends[1]);
+    for (const char* word : {"-displayfd", "3", "-nolisten", "tcp", "-noreset"})
+        server.emplace_back(word);
+    server_ = std::make_unique<Child>(server, ends[1]);
     close(ends[1]);
     std::string number = ":";
     for (char digit; read(ends[0], &digit, 1) == 1 && digit != '\n';) number += digit;

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace qov::test {
 
@@ -14,7 +15,7 @@ class Child;
 class Screen {
  public:
     Screen();
-    ~Screen();
+    virtual ~Screen();
     Screen(const Screen&) = delete;
     Screen& operator=(const Screen&) = delete;
 
@@ -33,6 +34,10 @@ class Screen {
     static void resize(std::uint64_t window, int width, int height);
     static bool isViewable(std::uint64_t window);
     static std::uint64_t parent(std::uint64_t window);
+
+ protected:
+    /// Another server, which gets -displayfd and what else there is to say to all.
+    explicit Screen(std::vector<std::string> server);
 
  private:
     std::unique_ptr<Child> server_;
