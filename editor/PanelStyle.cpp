@@ -13,12 +13,15 @@ CGFloat mix(CGFloat from, CGFloat to, CGFloat part) {
     return from + (to - from) * part;
 }
 
-/// The foreground grey, at least this far from the background: lighter on the dark half, darker on
-/// the light one. The border lies where black and white read equally well, a little below the
-/// middle.
+/// From this grey on, dark print reads better than light print: a little below the middle.
+constexpr CGFloat lightPlate = 0.46;
+
+/// The foreground grey, at least so far from the background: lighter on a dark plate, darker on a
+/// light one.
+
 CGFloat inkFor(CGFloat background, CGFloat contrast) {
-    return background < 0.46 ? std::min(1.0, std::max(contrast, background + 0.5))
-                             : std::max(0.0, std::min(contrast, background - 0.45));
+    return background < lightPlate ? std::min(1.0, std::max(contrast, background + 0.5))
+                                   : std::max(0.0, std::min(contrast, background - 0.45));
 }
 
 }  // namespace
@@ -38,6 +41,11 @@ PanelStyle::PanelStyle(const CGColor& background, const CGColor& contrast) {
     lightFaint = CGColor::gray(0.86, 0.38);
     knobTop = CGColor::gray(mix(0.27, 0.36, b));
     knobBottom = CGColor::gray(mix(0.12, 0.16, b));
+    if (b >= lightPlate) depth = mix(0.25, 0.6, (b - lightPlate) / (1 - lightPlate));
+}
+
+CGColor PanelStyle::onPlate(const CGColor& color) const {
+    return {color.red * depth, color.green * depth, color.blue * depth, color.alpha};
 }
 
 }  // namespace qov

@@ -230,7 +230,7 @@ void StereoControlsBase::drawControls(const CGRect& frame, ResizingBehavior resi
         const PanelStyle style(colorBackground.cgColor(), colorContrast.cgColor());
         drawPlate(*context, style);
         // Wide fields reach over the plate, quietly and under all that is to be read there.
-        drawBrackets(*context, style, 0.5);
+        drawBrackets(*context, style.onPlate(colorEmphasize.cgColor().withAlpha(0.85)));
         drawScreen(*context, style);
         drawStereoField(*context, style);
         drawLevels(*context);
@@ -290,18 +290,16 @@ void StereoControlsBase::drawStereoField(CGContext& context, const PanelStyle& s
 
     context.saveGState();
     context.clipTo(screen);
-    drawBrackets(context, style, 1);
+    drawBrackets(context, amber);
     context.restoreGState();
 }
 
-void StereoControlsBase::drawBrackets(CGContext& context, const PanelStyle& style,
-                                      CGFloat strength) const {
+void StereoControlsBase::drawBrackets(CGContext& context, const CGColor& color) const {
     context.saveGState();
     context.translateBy(center.x, center.y);
     context.rotateBy(radians(bipolar(panoramaNormalized) * lastPanoramaAngle));
     const CGFloat reach = widthReach * stereoWidthNormalized;
     const bool isActive = isStereoWidthActive || isStereoWidthResetActive;
-    const CGColor amber = colorEmphasize.cgColor();
     for (const int side : {-1, 1}) {
         constexpr CGFloat halfWidth = 10, halfHeight = 9;
         const CGFloat inner = side * (reach - halfWidth), outer = side * (reach + halfWidth);
@@ -310,10 +308,8 @@ void StereoControlsBase::drawBrackets(CGContext& context, const PanelStyle& styl
         bracket.addLineTo({outer, -halfHeight});
         bracket.addLineTo({outer, halfHeight});
         bracket.addLineTo({inner, halfHeight});
-        // Amber needs a dark bed on a light plate.
-        stroke(context, bracket, style.ground.withAlpha(0.7 * strength), 5);
-        if (isActive) stroke(context, bracket, amber.withAlpha(0.3 * strength), 7);
-        stroke(context, bracket, amber.withAlpha((isActive ? 1.0 : 0.85) * strength), 2);
+        if (isActive) stroke(context, bracket, color.withAlpha(0.3 * color.alpha), 7);
+        stroke(context, bracket, color.withAlpha((isActive ? 1.0 : 0.85) * color.alpha), 2);
     }
     context.restoreGState();
 }

@@ -51,9 +51,7 @@ class StereoControlsBase {
     std::string phaseShiftText() const;
     void drawScreen(platform::CGContext& context, const PanelStyle& style) const;
     void drawStereoField(platform::CGContext& context, const PanelStyle& style) const;
-    /// Strength 0..1: how much of them is seen.
-    void drawBrackets(platform::CGContext& context, const PanelStyle& style,
-                      platform::CGFloat strength) const;
+    void drawBrackets(platform::CGContext& context, const platform::CGColor& color) const;
     void drawLevels(platform::CGContext& context) const;
     void drawStereoWidth(platform::CGContext& context, const PanelStyle& style) const;
     void drawPanorama(platform::CGContext& context, const PanelStyle& style) const;
