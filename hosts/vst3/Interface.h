@@ -64,6 +64,7 @@ Result V3_API call(void* self, Arguments... arguments) noexcept {
     if constexpr (std::is_nothrow_invocable_v<decltype(Method), Part&, Arguments...>) {
         return (part.*Method)(arguments...);
     } else {
+#if defined(__cpp_exceptions)  // the entry does without
         try {
             return (part.*Method)(arguments...);
         } catch (...) {  // none of ours crosses into a host
@@ -72,6 +73,7 @@ Result V3_API call(void* self, Arguments... arguments) noexcept {
             else
                 return Result();
         }
+#endif
     }
 }
 
