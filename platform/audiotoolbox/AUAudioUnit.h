@@ -103,10 +103,6 @@ class AUAudioUnit {
     virtual double tailTime() const { return 0; }  // seconds
     virtual std::vector<std::string> MIDIOutputNames() const { return {}; }
 
-    /// Held for the host; acting on it is the subclass's business.
-    bool shouldBypassEffect() const { return shouldBypassEffect_; }
-    void setShouldBypassEffect(bool bypass) { shouldBypassEffect_ = bypass; }
-
     using PresetPointer = std::shared_ptr<AUAudioUnitPreset>;
     virtual std::vector<PresetPointer> factoryPresets() const { return {}; }
     virtual PresetPointer currentPreset() const { return currentPreset_; }
@@ -141,7 +137,6 @@ class AUAudioUnit {
     PresetPointer currentPreset_;
     AUAudioFrameCount maximumFramesToRender_ = 512;
     bool renderResourcesAllocated_ = false;
-    bool shouldBypassEffect_ = false;
     AUHostMusicalContextBlock musicalContext_;
     AUHostTransportStateBlock transportState_;
     AUScheduleMIDIEventBlock scheduleMIDIEvent_;

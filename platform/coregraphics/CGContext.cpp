@@ -31,18 +31,6 @@ void CGContext::fillEllipse(const CGRect& rect) {
     fillPath();
 }
 
-void CGContext::strokeRect(const CGRect& rect) {
-    beginPath();
-    addRect(rect);
-    strokePath();
-}
-
-void CGContext::strokeEllipse(const CGRect& rect) {
-    beginPath();
-    addEllipse(rect);
-    strokePath();
-}
-
 void CGContext::strokeLine(CGPoint from, CGPoint to) {
     beginPath();
     moveTo(from);

@@ -68,8 +68,6 @@ class CGContext {
 
     void fillRect(const CGRect& rect);
     void fillEllipse(const CGRect& rect);
-    void strokeRect(const CGRect& rect);
-    void strokeEllipse(const CGRect& rect);
     void strokeLine(CGPoint from, CGPoint to);
     /// Makes the rectangle transparent, whatever lies there.
     virtual void clearRect(const CGRect& rect) = 0;

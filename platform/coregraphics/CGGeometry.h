@@ -69,7 +69,6 @@ struct CGRect {
         return !isEmpty() && p.x >= minX() && p.x < maxX() && p.y >= minY() && p.y < maxY();
     }
     bool contains(const CGRect& other) const { return unionWith(other) == standardized(); }
-    bool intersects(const CGRect& other) const { return !intersection(other).isNull(); }
 };
 
 inline CGRect CGRect::insetBy(CGFloat dx, CGFloat dy) const {

@@ -65,10 +65,6 @@ void CGPath::addCurveTo(CGPoint control1, CGPoint control2, CGPoint p) {
     current_ = p;
 }
 
-void CGPath::addQuadCurveTo(CGPoint control, CGPoint p) {
-    addCurveTo(mix(current_, control, 2 / 3.0), mix(p, control, 2 / 3.0), p);
-}
-
 void CGPath::addArc(CGPoint center, CGFloat radius, CGFloat startAngle, CGFloat endAngle,
                     bool clockwise) {
     CGFloat sweep = endAngle - startAngle;

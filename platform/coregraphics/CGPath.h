@@ -22,7 +22,6 @@ class CGPath {
     /// Lines and curves need a current point; without one they start a figure at p.
     void addLineTo(CGPoint p);
     void addCurveTo(CGPoint control1, CGPoint control2, CGPoint p);
-    void addQuadCurveTo(CGPoint control, CGPoint p);
     /// Angles in radians from the x axis; clockwise as seen on the screen. A line leads to its
     /// start.
     void addArc(CGPoint center, CGFloat radius, CGFloat startAngle, CGFloat endAngle,
@@ -37,8 +36,6 @@ class CGPath {
     void removeAll();
 
     bool isEmpty() const { return elements_.empty(); }
-    /// The current point; (0, 0) in an empty path.
-    CGPoint currentPoint() const { return current_; }
     /// Around all points, control points too; null in an empty path.
     CGRect boundingBox() const;
     /// Inside when filled: open figures count as closed. Non-zero winding unless evenOdd.

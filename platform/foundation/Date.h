@@ -18,7 +18,6 @@ class Date {
         return Date(seconds - timeIntervalBetween1970AndReferenceDate);
     }
 
-    double timeIntervalSinceReferenceDate() const { return seconds_; }
     double timeIntervalSince1970() const {
         return seconds_ + timeIntervalBetween1970AndReferenceDate;
     }

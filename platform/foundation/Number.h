@@ -19,7 +19,6 @@ class Number {
     std::int64_t int64Value() const;
     std::uint64_t unsignedInt64Value() const;
     double doubleValue() const;
-    bool boolValue() const { return doubleValue() != 0; }
 
     /// Decimal; a Boolean reads "1" or "0"; a real number in the fewest digits that give it back.
     std::string stringValue() const;

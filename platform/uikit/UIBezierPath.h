@@ -33,8 +33,6 @@ class UIBezierPath {
         path_.addArc(center, radius, startAngle, endAngle, clockwise);
     }
     void closePath() { path_.closeSubpath(); }
-    void appendPath(const UIBezierPath& other) { path_.addPath(other.path_); }
-    void applyTransform(const CGAffineTransform& transform) { path_.apply(transform); }
     void removeAllPoints() { path_.removeAll(); }
 
     bool isEmpty() const { return path_.isEmpty(); }
