@@ -35,7 +35,9 @@ Child::Child(const std::vector<std::string>& arguments, int passed) {
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, ends[1], 2);
     if (passed >= 0) posix_spawn_file_actions_adddup2(&actions, passed, 3);
-    std::vector<char*> words;
+    // Should the test itself be killed, its children end, too.
+    static char setpriv[] = "setpriv", option[] = "--pdeathsig", term[] = "TERM";
+    std::vector<char*> words{setpriv, option, term};
     for (const auto& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
     words.push_back(nullptr);
     const int failed = posix_spawnp(&pid_, words[0], &actions, nullptr, words.data(), environ);
