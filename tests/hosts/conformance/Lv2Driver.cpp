@@ -132,6 +132,7 @@ class Lv2Plugin : public Plugin {
     // A host saves the values of the ports beside the properties.
     std::string saveState() override {
         auto saved = host_->save();
+        const std::lock_guard lock(mutex_);
         std::string bytes(reinterpret_cast<const char*>(host_->controls.data()),
                           sizeof host_->controls);
         return bytes + saved[heardPorts].c_str() + '\n' + saved[state].c_str();

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <mutex>
 #include <stdexcept>
 
 #include "hosts/vst3/Interface.h"
@@ -303,8 +304,11 @@ class Vst3Plugin : public Plugin {
         in_ = {.num_channels = 2, .channel_silence_bitset = 0, .channel_buffers_32 = input_};
         out_ = {.num_channels = 2, .channel_silence_bitset = 3, .channel_buffers_32 = output_};
         changes_.clear();
-        for (const auto& [id, value] : pending_) changes_.add(id, 0, value);
-        pending_.clear();
+        {
+            const std::lock_guard lock(pendingMutex_);
+            for (const auto& [id, value] : pending_) changes_.add(id, 0, value);
+            pending_.clear();
+        }
         for (const auto& event : events) addEvent(event);
         data_ = {};
         data_.symbolic_sample_size = V3_SAMPLE_32;
@@ -336,6 +340,7 @@ class Vst3Plugin : public Plugin {
     void setValue(std::uint64_t address, float value) override {
         const auto id = static_cast<v3_param_id>(address);
         controller_(&v3_edit_controller::set_parameter_normalised, id, double{value});
+        const std::lock_guard lock(pendingMutex_);
         if (isActive_) pending_.emplace_back(id, value);
     }
     std::string valueText(std::uint64_t address, float value) override {
@@ -430,7 +435,8 @@ class Vst3Plugin : public Plugin {
     Held<v3_edit_controller> controller_;
     Held<v3_midi_mapping> mapping_;
     bool isActive_ = false;
-    std::vector<std::pair<v3_param_id, double>> pending_;
+    std::mutex pendingMutex_;
+    std::vector<std::pair<v3_param_id, double>> pending_;  // from the main to the audio thread
     Changes changes_;
     float* input_[2] = {};
     float* output_[2] = {};

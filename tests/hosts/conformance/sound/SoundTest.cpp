@@ -289,7 +289,6 @@ TEST_P(Sound, GoesOnWhileTheMainThreadIsBusy) {
         plugin->setValue(kTestMono, static_cast<float>(i % 2));
         plugin->idle();
         plugin->takeEdits();
-        plugin->takeLatencyAnnouncement();
         EXPECT_LE(plugin->latency(), late);
         EXPECT_GE(plugin->value(kPanorama), 0);
         EXPECT_FALSE(plugin->saveState().empty());
