@@ -1,0 +1,200 @@
+#include <poll.h>
+#include <travesty/audio_processor.h>
+#include <travesty/component.h>
+#include <travesty/edit_controller.h>
+
+#include <limits>
+#include <utility>
+
+#include <gtest/gtest.h>
+
+#include "hosts/instance/Instance.h"
+#include "hosts/vst3/Interface.h"
+#include "hosts/vst3/ParameterPoints.h"
+#include "hosts/vst3/createEffect.h"
+#include "hosts/vst3/identity.h"
+#include "tests/hosts/window/Screen.h"
+
+namespace qov::hosts::vst3 {
+namespace {
+
+/// A plug-in as a host holds it.
+struct Effect {
+    Effect() { v3_cpp_obj_unref(unknown); }
+
+    v3_funknown** unknown = kelvane_vst3_create(nullptr);
+    Held<v3_component> component = Held<v3_component>::of(unknown, v3_component_iid);
+    Held<v3_audio_processor> processor =
+        Held<v3_audio_processor>::of(unknown, v3_audio_processor_iid);
+    Held<v3_edit_controller> controller =
+        Held<v3_edit_controller>::of(unknown, v3_edit_controller_iid);
+};
+
+TEST(Vst3, TakesStereoOfFloatsAlone) {
+    const Effect effect;
+    v3_speaker_arrangement stereo = V3_SPEAKER_L | V3_SPEAKER_R;
+    v3_speaker_arrangement mono = V3_SPEAKER_M;
+    const auto arrange = [&](v3_speaker_arrangement* in, int ins, v3_speaker_arrangement* out,
+                             int outs) {
+        return effect.processor(&v3_audio_processor::set_bus_arrangements, in, ins, out, outs);
+    };
+    EXPECT_EQ(arrange(&stereo, 1, &stereo, 1), V3_OK);
+    EXPECT_NE(arrange(&mono, 1, &stereo, 1), V3_OK);
+    EXPECT_NE(arrange(&stereo, 1, &mono, 1), V3_OK);
+    EXPECT_NE(arrange(nullptr, 0, &stereo, 1), V3_OK);
+    v3_process_setup setup{V3_REALTIME, V3_SAMPLE_32, 512, 48000};
+    EXPECT_EQ(effect.processor(&v3_audio_processor::setup_processing, &setup), V3_OK);
+    for (const double rate : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()}) {
+        setup.sample_rate = rate;
+        EXPECT_NE(effect.processor(&v3_audio_processor::setup_processing, &setup), V3_OK);
+    }
+    setup = {V3_REALTIME, V3_SAMPLE_64, 512, 48000};
+    EXPECT_NE(effect.processor(&v3_audio_processor::setup_processing, &setup), V3_OK);
+    v3_process_data data{};
+    data.symbolic_sample_size = V3_SAMPLE_64;
+    EXPECT_NE(effect.processor(&v3_audio_processor::process, &data), V3_OK);
+}
+
+TEST(Vst3, LeavesTheSignalToTheBlocksAndTheDisplayToTheHost) {
+    const Effect effect;
+    effect.component(&v3_component::set_active, v3_bool{true});
+    // No busses, no changes: what a flush may be.
+    v3_process_data data{};
+    EXPECT_EQ(effect.processor(&v3_audio_processor::process, &data), V3_OK);
+    const auto& controller = effect.controller;
+    controller(&v3_edit_controller::set_parameter_normalised, v3_param_id{kPanorama}, 0.25);
+    controller(&v3_edit_controller::set_parameter_normalised, v3_param_id{kBypass}, 1.0);
+    EXPECT_EQ(controller(&v3_edit_controller::get_parameter_normalised, v3_param_id{kPanorama}),
+              0.25);
+    EXPECT_EQ(effect.processor(&v3_audio_processor::get_latency_samples), 0U);
+    // A program sets everything back.
+    controller(&v3_edit_controller::set_parameter_normalised, programId, 1.0);
+    EXPECT_EQ(controller(&v3_edit_controller::get_parameter_normalised, v3_param_id{kPanorama}),
+              0.5);
+    EXPECT_EQ(controller(&v3_edit_controller::get_parameter_normalised, programId), 1.0);
+    EXPECT_EQ(effect.processor(&v3_audio_processor::get_latency_samples), 2048U);
+    effect.component(&v3_component::set_active, v3_bool{false});
+}
+
+/// More points than one stretch holds, so many on a frame.
+class CrowdedQueue final : public Unknown {
+ public:
+    explicit CrowdedQueue(std::int32_t aFrame) : aFrame_(aFrame) {}
+    v3_param_changes** changes() { return reinterpret_cast<v3_param_changes**>(&changes_); }
+
+ private:
+    void* find(const std::uint8_t*) noexcept override { return nullptr; }
+    std::int32_t count() noexcept { return 1; }
+    v3_param_value_queue** queueAt(std::int32_t) noexcept {
+        return reinterpret_cast<v3_param_value_queue**>(&queue_);
+    }
+    v3_param_value_queue** addQueue(v3_param_id*, std::int32_t*) noexcept { return nullptr; }
+    v3_param_id id() noexcept { return kPanorama; }
+    std::int32_t points() noexcept { return 9000; }
+    v3_result point(std::int32_t index, std::int32_t* frame, double* value) noexcept {
+        *frame = index / aFrame_;
+        *value = index / 8999.0;
+        return V3_OK;
+    }
+    v3_result addPoint(std::int32_t, double, std::int32_t*) noexcept { return V3_FALSE; }
+
+    static constexpr v3_param_changes_cpp changesTable{
+        unknownEntries,
+        {entry<&CrowdedQueue::count>, entry<&CrowdedQueue::queueAt>,
+         entry<&CrowdedQueue::addQueue>}};
+    static constexpr v3_param_value_queue_cpp queueTable{
+        unknownEntries,
+        {entry<&CrowdedQueue::id>, entry<&CrowdedQueue::points>, entry<&CrowdedQueue::point>,
+         entry<&CrowdedQueue::addPoint>}};
+
+    std::int32_t aFrame_;
+    Face changes_{&changesTable, this, this};
+    Face queue_{&queueTable, this, this};
+};
+
+TEST(Vst3, TakesEveryPointOfACrowdedBlockOnItsFrame) {
+    constexpr std::uint32_t frames = 3000;
+    const ToldValues told;
+    ParameterPoints points;
+    CrowdedQueue spread(3);
+    std::int32_t seen = 0;
+    for (std::uint32_t begin = 0; begin < frames;) {
+        const auto end = points.collect(spread.changes(), told, frames, begin, frames);
+        ASSERT_GT(end, begin);
+        for (const auto& event : points.events()) {
+            ASSERT_EQ(begin + event.frame, static_cast<std::uint32_t>(seen / 3));
+            ASSERT_EQ(event.value, static_cast<float>(seen / 8999.0));
+            ++seen;
+        }
+        begin = end;
+    }
+    EXPECT_EQ(seen, 9000);
+    // Of a single frame the stretch is as short as can be; only the last point is heard.
+    CrowdedQueue heap(9000);
+    EXPECT_EQ(points.collect(heap.changes(), told, frames, 0, frames), 1U);
+    ASSERT_FALSE(points.events().empty());
+    EXPECT_EQ(points.events().back().value, 1.0F);
+}
+
+class Vst3View : public testing::Test {
+ protected:
+    static Held<v3_plugin_view> makeView(const Effect& effect) {
+        auto** made = effect.controller(&v3_edit_controller::create_view, "editor");
+        Held<v3_plugin_view> view(made);
+        v3_cpp_obj_unref(made);
+        return view;
+    }
+    static v3_result attach(const Held<v3_plugin_view>& view, std::uint64_t parent,
+                            const char* type = V3_VIEW_PLATFORM_TYPE_X11) {
+        return view(&v3_plugin_view::attached, reinterpret_cast<void*>(parent), type);
+    }
+
+    test::Screen screen_;
+    std::uint64_t parent_ = test::Screen::makeWindow(680, 440);
+};
+
+TEST_F(Vst3View, DrawsWithoutARunLoopAndOutlivesThePlugin) {
+    Held<v3_plugin_view> view, second;
+    const auto before = test::Screen::pixel(340, 220);
+    {
+        const Effect effect;
+        view = makeView(effect);
+        second = makeView(effect);
+        EXPECT_EQ(effect.controller(&v3_edit_controller::create_view, "inspector"), nullptr);
+    }
+    EXPECT_NE(attach(view, parent_, "HWND"), V3_OK);
+    ASSERT_EQ(attach(view, parent_), V3_OK);
+    EXPECT_NE(attach(view, parent_), V3_OK) << "it is attached";
+    EXPECT_NE(attach(second, parent_), V3_OK) << "another is";
+    const auto isDrawn = [&] {
+        for (int x = 20; x < 660; x += 8)
+            if (test::Screen::pixel(x, 90) != before) return true;
+        return false;
+    };
+    for (int wait = 0; wait < 3000 && !isDrawn(); ++wait) poll(nullptr, 0, 5);
+    EXPECT_TRUE(isDrawn());
+    EXPECT_EQ(view(&v3_plugin_view::removed), V3_OK);
+    EXPECT_NE(view(&v3_plugin_view::removed), V3_OK);
+    EXPECT_EQ(attach(second, parent_), V3_OK);  // and goes while it is open
+}
+
+TEST_F(Vst3View, KeepsThePanelsProportionsAndTheHostsScale) {
+    const Effect effect;
+    const auto view = makeView(effect);
+    v3_view_rect wide{0, 0, 1360, 450}, high{0, 0, 690, 880}, tiny{0, 0, 1, 1}, empty{};
+    for (auto* rect : {&wide, &high, &tiny}) view(&v3_plugin_view::check_size_constraint, rect);
+    EXPECT_EQ(std::pair(wide.right, wide.bottom), std::pair(1360, 880));
+    EXPECT_EQ(std::pair(high.right, high.bottom), std::pair(1360, 880));
+    EXPECT_EQ(std::pair(tiny.right, tiny.bottom), std::pair(170, 110));
+    EXPECT_NE(view(&v3_plugin_view::on_size, &empty), V3_OK);
+    const auto scale =
+        Held<v3_plugin_view_content_scale>::of(view.get(), v3_plugin_view_content_scale_iid);
+    scale(&v3_plugin_view_content_scale::set_content_scale_factor, 1.5F);
+    v3_view_rect size{};
+    view(&v3_plugin_view::get_size, &size);
+    EXPECT_EQ(std::pair(size.right, size.bottom), std::pair(1020, 660));
+    EXPECT_NE(scale(&v3_plugin_view_content_scale::set_content_scale_factor, 0.0F), V3_OK);
+}
+
+}  // namespace
+}  // namespace qov::hosts::vst3
