@@ -66,7 +66,7 @@ class NativeWindow {
     std::function<void()> onClose;
     /// The screen, or the window it lived in, is gone.
     std::function<void()> onLost;
-    /// True if the key meant something.
+    /// True if the key meant something. A window that lives in another one gets none.
     std::function<bool(const KeyStroke& key)> onKey;
     /// The wheel without Ctrl, in steps, up counts positive. What it leaves (false) zooms.
     std::function<bool(CGPoint at, int steps)> onWheel;

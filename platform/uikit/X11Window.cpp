@@ -222,7 +222,9 @@ bool X11Window::create(const Options& options, std::string* error) {
     attributes.bit_gravity = NorthWestGravity;
     attributes.event_mask = ExposureMask | StructureNotifyMask | ButtonPressMask |
                             ButtonReleaseMask | PointerMotionMask | EnterWindowMask |
-                            LeaveWindowMask | KeyPressMask;
+                            LeaveWindowMask;
+    // Inside a host keys are the host's: what is not selected goes to the window around.
+    if (!options.parent) attributes.event_mask |= KeyPressMask;
     const auto size = content_->bounds().size;
     window_ = XCreateWindow(display_, parent, 0, 0, pixels(size.width), pixels(size.height), 0,
                             depth_, InputOutput, visual_,
