@@ -214,6 +214,8 @@ void Instance::reset() {
     if (!isActive()) return;
     const FloatEnvironment standard;
     const float bypass = unit_->getParameter(kBypass);
+    bypassAtReset_ = bypass > 0.5f;
+    ++resets_;
     unit_->setParameter(kBypass, 1);  // switching on is what resets the chain
     unit_->setParameter(kBypass, 0);
     // The ring, and one frame more: the last that goes out, which a delay may repeat, is silent.
@@ -226,10 +228,22 @@ void Instance::reset() {
     }
     unit_->setParameter(kBypass, 1);  // the smoothing moved meanwhile
     unit_->setParameter(kBypass, bypass);
+    ++resets_;
+}
+
+/// What the host has set, also while a reset switches it to and fro.
+bool Instance::isBypassed() const {
+    while (true) {
+        const auto before = resets_.load();
+        if (before % 2 != 0) return bypassAtReset_;
+        const bool now = unit_->getParameter(kBypass) > 0.5f;
+        std::atomic_thread_fence(std::memory_order_acquire);
+        if (resets_.load() == before) return now;
+    }
 }
 
 std::uint32_t Instance::latency() const {
-    return unit_->getParameter(kBypass) > 0.5f ? 0 : captureFrames;
+    return isBypassed() ? 0 : captureFrames;
 }
 
 bool Instance::takeLatencyChange() {
@@ -240,6 +254,7 @@ bool Instance::takeLatencyChange() {
 // Parameters
 
 float Instance::value(std::uint64_t address) const {
+    if (address == kBypass) return isBypassed() ? 1.0f : 0.0f;
     return unit_->getParameter(static_cast<std::int32_t>(address));
 }
 

@@ -110,6 +110,7 @@ class Instance {
     Instance(std::shared_ptr<platform::RunLoop> loop, Factory factory);
     bool makeUnit(platform::NSError* error);
     void observeEdits();
+    bool isBypassed() const;
     void apply(std::span<const HostEvent> events);
     void renderPiece(const float* const (&input)[2], float* const (&output)[2], std::uint32_t begin,
                      std::uint32_t count, std::uint32_t frames, std::span<const HostEvent> events);
@@ -133,6 +134,8 @@ class Instance {
 
     std::atomic<std::uint32_t> heardByAudio_{0};  // bit a: address a was set on the audio thread
     std::atomic<std::uint32_t> reportedLatency_{0};
+    std::atomic<std::uint32_t> resets_{0};  // twice as many as were made; odd during one
+    std::atomic<bool> bypassAtReset_{false};
     EditExchange edits_;
     std::atomic<bool> touching_{false};
     std::atomic<std::uint32_t> held_{0};  // bit a: address a changed since the touch began

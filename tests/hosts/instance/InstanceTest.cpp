@@ -264,6 +264,23 @@ TEST_F(InstanceTest, FlushToZeroOfTheHostChangesNoBit) {
 #endif
 }
 
+TEST_F(InstanceTest, ResetIsNotSeenAsBypassByAnotherThread) {
+    std::atomic<bool> done{false};
+    std::thread audio([&] {
+        for (int i = 0; i < 2000; ++i) instance_->reset();
+        done = true;
+    });
+    std::uint32_t least = 2048;
+    float most = 0;
+    while (!done) {
+        least = std::min(least, instance_->latency());
+        most = std::max(most, instance_->value(kBypass));
+    }
+    audio.join();
+    EXPECT_EQ(least, 2048u);
+    EXPECT_EQ(most, 0.0f);
+}
+
 TEST_F(InstanceTest, InactiveInstanceIsSilent) {
     instance_->deactivate();
     EXPECT_EQ(render(*instance_, ramp(3), {3}), (Stereo{{0, 0, 0}, {0, 0, 0}}));
