@@ -160,6 +160,21 @@ TEST_F(Enumerating, CorrectsTheDepthToTheLevelAndWarns) {
                             end));
 }
 
+TEST_F(Enumerating, ARootWithoutAttributesIsFatal) {
+    struct Unreadable : WrongLevel {
+        Unreadable() { attributes.reset(); }
+    };
+    struct Manager : platform::FileManager {
+        std::unique_ptr<platform::DirectoryEnumerator> enumerator(
+            const std::string&) const override {
+            return std::make_unique<Unreadable>();
+        }
+    };
+    enumerator.fileManager = std::make_shared<Manager>();
+    EXPECT_DEATH(enumerator.enumerate(folder.path()),
+                 "The attributes of the folder '.*' are missing");
+}
+
 TEST_F(Enumerating, AllowsEveryOperationAndGoesOnAfterNoError) {
     auto& manager = *enumerator.fileManager;
     ASSERT_EQ(manager.delegate(), &enumerator);
