@@ -1,6 +1,7 @@
 #include <sndfile.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
@@ -8,6 +9,7 @@
 #include <fstream>
 #include <memory>
 #include <numbers>
+#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -132,6 +134,58 @@ TEST(App, TheMouseChangesTheSoundOfAJackGraph) {
     Screen::xdo("key Escape");
     EXPECT_EQ(app.wait(), 0);
     std::filesystem::remove(path);
+}
+
+// A laptop's lid, a debugger, a machine with too much to do: whole cycles are missed, and the sound
+// comes back.
+TEST(App, PlaysOnAfterItWasStarved) {
+    const Screen screen;
+    Jack jack;
+    Child app({KELVANE, "app", "--jack-server", jack.name});
+    waitForWindow();
+    EXPECT_TRUE(jack.playInto("kelvane:in left", "kelvane:in right"));
+    EXPECT_TRUE(jack.listenTo("kelvane:out left", "kelvane:out right"));
+    EXPECT_TRUE(jack.hears(0.5F, 0));
+    for (int round = 0; round < 10; ++round) {
+        app.signal(SIGSTOP);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));  // 19 cycles
+        app.signal(SIGCONT);
+        EXPECT_TRUE(jack.hears(0.5F, 0));
+    }
+    Screen::xdo("mousemove 60 90 click 1");
+    EXPECT_TRUE(jack.hears(0, 0.5F)) << "swapped";
+    Screen::xdo("key Escape");
+    EXPECT_EQ(app.wait(), 0);
+    EXPECT_EQ(app.errorUntil(""), "");
+}
+
+// The time of day jumps by years to and fro; what waits, waits by the monotonic clock.
+TEST(App, DoesNotNoticeThatTheTimeOfDayJumps) {
+    const Screen screen;
+    const auto time =
+        std::filesystem::temp_directory_path() / ("kelvane-time-" + std::to_string(getpid()));
+    const auto jumpTo = [&](const char* shift) { std::ofstream(time) << shift; };
+    jumpTo("+0");
+    const std::string server = "kelvane-test" + std::string(std::getenv("DISPLAY")).substr(1);
+    Child app({"env", "LD_PRELOAD=/usr/$LIB/faketime/libfaketimeMT.so.1",
+               "FAKETIME_TIMESTAMP_FILE=" + time.string(), "FAKETIME_NO_CACHE=1",
+               "FAKETIME_DONT_FAKE_MONOTONIC=1", KELVANE, "app", "--jack-server", server});
+    waitForWindow();
+    EXPECT_EQ(app.errorUntil("silence"), silent);
+    jumpTo("-20y");
+    {
+        Jack jack;
+        EXPECT_TRUE(jack.playInto("kelvane:in left", "kelvane:in right")) << "still looked for";
+        EXPECT_TRUE(jack.listenTo("kelvane:out left", "kelvane:out right"));
+        EXPECT_TRUE(jack.hears(0.5F, 0));
+        jumpTo("+20y");
+        Screen::xdo("mousemove 60 90 click 1");
+        EXPECT_TRUE(jack.hears(0, 0.5F)) << "swapped";
+    }
+    jumpTo("-1y");
+    Screen::xdo("key Escape");
+    EXPECT_EQ(app.wait(), 0);
+    std::filesystem::remove(time);
 }
 
 }  // namespace
