@@ -1,0 +1,64 @@
+// A thousand effects in one process, some with their editors: what one takes, and that all of it
+// comes back.
+#include <malloc.h>
+
+#include <iostream>
+#include <memory>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "editor/AudioUnitViewController.h"
+#include "hosts/instance/Instance.h"
+#include "platform/dispatch/RunLoop.h"
+#include "platform/uikit/UIWindow.h"
+#include "tests/audiounit/RenderingUnit.h"
+#include "tests/dsp/realTimeGuard.h"
+
+namespace qov::hosts {
+namespace {
+
+std::size_t bytesInUse() {
+    const auto heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+}
+
+/// Bytes for each of them while all are alive.
+std::size_t bytesOfEach(std::size_t count) {
+    const auto before = bytesInUse();
+    std::vector<std::unique_ptr<Instance>> all;
+    std::vector<float> left(512, 0.25F), right(512, 0.5F);
+    for (std::size_t i = 0; i < count; ++i) {
+        auto controller = std::make_shared<AudioUnitViewController>();
+        auto instance = Instance::create(nullptr, platform::RunLoop::createForTest(), controller);
+        EXPECT_TRUE(instance->activate(48000, 512, nullptr));
+        instance->process({left.data(), right.data()}, {left.data(), right.data()}, 512, {});
+        if (i % 50 == 0) {
+            const platform::RunLoop::MakeCurrent current(instance->runLoop());
+            const auto window = std::make_shared<platform::UIWindow>(platform::CGSize{340, 220});
+            window->setRootViewController(controller);
+            instance->pump();
+            window->update();
+            window->setRootViewController(nullptr);
+        }
+        all.push_back(std::move(instance));
+    }
+    return (bytesInUse() - before) / count;
+}
+
+TEST(AThousandInstances, TakeLittleAndLeaveNothing) {
+#ifdef QOV_SANITIZED
+    GTEST_SKIP() << "the sanitizer has the allocator to itself";
+#endif
+    const ConsoleLines quiet;
+    bytesOfEach(60);  // fonts and the like, which stay
+    const auto before = bytesInUse();
+    const auto each = bytesOfEach(1000);
+    const auto left = static_cast<std::ptrdiff_t>(bytesInUse() - before);
+    std::cout << each / 1024 << " KiB for each, " << left << " bytes left behind\n";
+    EXPECT_LT(each, 256 * 1024U);
+    EXPECT_LT(left, 64 * 1024) << "less than a byte in a hundred instances' thousand";
+}
+
+}  // namespace
+}  // namespace qov::hosts
