@@ -267,7 +267,7 @@ TEST_F(InstanceTest, FlushToZeroOfTheHostChangesNoBit) {
 TEST_F(InstanceTest, ResetIsNotSeenAsBypassByAnotherThread) {
     std::atomic<bool> done{false};
     std::thread audio([&] {
-        for (int i = 0; i < 2000; ++i) instance_->reset();
+        for (int i = 0; i < 20000; ++i) instance_->reset();
         done = true;
     });
     std::uint32_t least = 2048;
