@@ -53,18 +53,21 @@ Jack::~Jack() {
     if (server_) server_->signal(SIGTERM), server_->wait();
 }
 
-bool Jack::listenTo(const std::string& left, const std::string& right) {
+/// Asked before it connects: the server writes a line about each attempt that fails, and stands
+/// still once nobody reads them.
+bool Jack::connect(const std::string& from, const std::string& to) {
     return until([&] {
-               return jack_connect(client_, left.c_str(), jack_port_name(ears_[0])) == 0;
-           }) &&
-           jack_connect(client_, right.c_str(), jack_port_name(ears_[1])) == 0;
+        return jack_port_by_name(client_, from.c_str()) && jack_port_by_name(client_, to.c_str()) &&
+               jack_connect(client_, from.c_str(), to.c_str()) == 0;
+    });
+}
+
+bool Jack::listenTo(const std::string& left, const std::string& right) {
+    return connect(left, jack_port_name(ears_[0])) && connect(right, jack_port_name(ears_[1]));
 }
 
 bool Jack::playInto(const std::string& left, const std::string& right) {
-    return until([&] {
-               return jack_connect(client_, jack_port_name(mouths_[0]), left.c_str()) == 0;
-           }) &&
-           jack_connect(client_, jack_port_name(mouths_[1]), right.c_str()) == 0;
+    return connect(jack_port_name(mouths_[0]), left) && connect(jack_port_name(mouths_[1]), right);
 }
 
 bool Jack::hears(float left, float right) const {

@@ -33,6 +33,7 @@ class Jack {
     const std::string name;
 
  private:
+    bool connect(const std::string& from, const std::string& to);
     int process(jack_nframes_t frames);
 
     std::unique_ptr<Child> server_;
