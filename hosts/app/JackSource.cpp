@@ -35,11 +35,13 @@ class JackSource final : public SoundSource {
     double rate() const override { return jack_get_sample_rate(client_); }
     std::uint32_t longestBlock() const override { return kPiece; }
     bool start(hosts::Instance& instance, SoundLoop& loop) override;
+    void tellLatency() override { jack_recompute_total_latencies(client_); }
 
  private:
     void process(std::uint32_t frames);
     void gatherEvents(std::uint32_t frames);
     void connectOutputs();
+    void addLatency(jack_latency_callback_mode_t mode);
 
     jack_client_t* client_;
     std::function<void()> onEnd_;
@@ -76,6 +78,12 @@ bool JackSource::start(hosts::Instance& instance, SoundLoop& loop) {
         this);
     jack_on_shutdown(
         client_, [](void* self) { static_cast<JackSource*>(self)->onEnd_(); }, this);
+    jack_set_latency_callback(
+        client_,
+        [](jack_latency_callback_mode_t mode, void* self) {
+            static_cast<JackSource*>(self)->addLatency(mode);
+        },
+        this);
     if (jack_activate(client_) != 0) return false;
     connectOutputs();
     return true;
@@ -88,6 +96,18 @@ void JackSource::connectOutputs() {
     for (std::size_t side = 0; side < output_.size() && playback[side]; ++side)
         jack_connect(client_, jack_port_name(output_[side]), playback[side]);
     jack_free(static_cast<void*>(playback));
+}
+
+/// What comes out is later than what went in, and what goes in is heard later, by the effect's own.
+void JackSource::addLatency(jack_latency_callback_mode_t mode) {
+    const bool isCapture = mode == JackCaptureLatency;
+    for (std::size_t side = 0; side < 2; ++side) {
+        jack_latency_range_t range;
+        jack_port_get_latency_range(isCapture ? input_[side] : output_[side], mode, &range);
+        range.min += instance_->latency();
+        range.max += instance_->latency();
+        jack_port_set_latency_range(isCapture ? output_[side] : input_[side], mode, &range);
+    }
 }
 
 // From here on, JACK's audio thread.

@@ -23,6 +23,8 @@ class SoundSource {
     virtual std::uint32_t longestBlock() const = 0;
     /// loop: mixed into the input.
     virtual bool start(hosts::Instance& instance, SoundLoop& loop) = 0;
+    /// The instance's latency is another now. The thread that calls start().
+    virtual void tellLatency() {}
 };
 
 /// A client of a JACK server: a stereo input and output and MIDI in. The output is connected to the

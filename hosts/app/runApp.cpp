@@ -114,8 +114,10 @@ int App::run() {
         constexpr int kEndedBySignal = 128;
         if (const int signal = signals_.take()) end(kEndedBySignal + signal);
     });
-    platform::Timer::scheduledTimer(kExchangeInterval, true,
-                                    [this](platform::Timer&) { instance_->pump(); });
+    platform::Timer::scheduledTimer(kExchangeInterval, true, [this](platform::Timer&) {
+        instance_->pump();
+        if (instance_->takeLatencyChange()) source_->tellLatency();
+    });
     window_->native().show();
     loop_->run();
     return exitCode_;

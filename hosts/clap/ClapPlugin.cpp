@@ -136,6 +136,8 @@ bool ClapPlugin::activate(double sampleRate, std::uint32_t longestBlock) {
 
 void ClapPlugin::deactivate() {
     isActive_ = false;
+    // Not the restart that was asked for, if the latency has gone back meanwhile.
+    restartIsComing_ = restartIsComing_ && instance_->latency() != latency_;
     if (!restartIsComing_) instance_->deactivate();
 }
 
@@ -165,7 +167,7 @@ void ClapPlugin::play(const clap_input_events_t* events, const float* const (&in
         instance_->process({behind(input[0], done), behind(input[1], done)},
                            {behind(output[0], done), behind(output[1], done)}, portion.end - done,
                            portion.events);
-        EventOutbox::sendControllers(portion.events, done, out);
+        EventOutbox::sendControllers(portion.events, done, frames, out);
         if (portion.isLast) return;
         done = portion.end;
     }
@@ -222,7 +224,8 @@ void ClapPlugin::announceLatency() {
 void ClapPlugin::turn() {
     hasAskedForCallback_ = false;
     instance_->pump();
-    if (instance_->edits().isWaiting() && host_.params) host_.params->request_flush(host_.host);
+    if ((instance_->edits().isWaiting() || outbox_->hasLeft()) && host_.params)
+        host_.params->request_flush(host_.host);
     announceLatency();
     editor_->tellClosed();
 }

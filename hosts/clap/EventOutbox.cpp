@@ -42,19 +42,21 @@ void EventOutbox::sendEdits(const clap_output_events_t* events) {
         edits_.take([this](const Edit& edit) { waiting_[count_++] = edit; });
     }
     while (sent_ < count_ && pushEdit(events, waiting_[sent_])) ++sent_;
+    hasLeft_.store(sent_ < count_, std::memory_order_relaxed);
 }
 
 void EventOutbox::sendControllers(std::span<const hosts::HostEvent> heard, std::uint32_t begin,
-                                  const clap_output_events_t* events) {
+                                  std::uint32_t frames, const clap_output_events_t* events) {
     if (!events) return;
-    std::uint32_t latest = 0;  // a host's list may be unsorted; ours is not
+    const std::uint32_t last = frames > 0 ? frames - 1 : 0;
+    std::uint32_t latest = 0;  // a host's list may be unsorted, or leave the block; ours does not
     for (const auto& event : heard) {
         latest = std::max(latest, event.frame);
         if (event.kind != hosts::HostEvent::Kind::midi) continue;
         const auto setting = hosts::settingOf(event);
         if (setting && setting->address < hosts::EditExchange::parameters)
-            pushValue(events, begin + latest, CLAP_EVENT_DONT_RECORD, setting->address,
-                      setting->value);
+            pushValue(events, std::min(begin + latest, last), CLAP_EVENT_DONT_RECORD,
+                      setting->address, setting->value);
     }
 }
 

@@ -3,6 +3,7 @@
 #include <clap/events.h>
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -22,9 +23,11 @@ class EventOutbox {
     /// not take is kept for the next call.
     void sendEdits(const clap_output_events_t* events);
     /// Parameters that MIDI controllers have moved, for the host to show but not to record.
-    /// Frames count from `begin`.
+    /// Frames count from `begin` in a block of `frames`.
     static void sendControllers(std::span<const hosts::HostEvent> heard, std::uint32_t begin,
-                                const clap_output_events_t* events);
+                                std::uint32_t frames, const clap_output_events_t* events);
+    /// The host has not taken everything yet. Any thread.
+    bool hasLeft() const { return hasLeft_.load(std::memory_order_relaxed); }
 
  private:
     using Edit = hosts::EditExchange::Edit;
@@ -33,6 +36,7 @@ class EventOutbox {
     std::array<Edit, 3 * hosts::EditExchange::parameters> waiting_{};
     std::size_t count_ = 0;
     std::size_t sent_ = 0;
+    std::atomic<bool> hasLeft_{false};
 };
 
 }  // namespace qov::clap

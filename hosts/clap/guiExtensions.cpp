@@ -47,7 +47,11 @@ const clap_plugin_gui_t extensions::gui{
         },
     .destroy =
         [](const clap_plugin_t* plugin) {
-            ClapPlugin::run(plugin, [](auto& self) { self.editor().destroy(); });
+            // A touch that ends with the editor is told at once: nothing else may come to do it.
+            ClapPlugin::run(plugin, [](auto& self) {
+                self.editor().destroy();
+                self.turn();
+            });
         },
     .set_scale =
         [](const clap_plugin_t* plugin, double scale) {

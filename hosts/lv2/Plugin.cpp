@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <mutex>
 #include <set>
 #include <utility>
@@ -126,7 +127,9 @@ void Plugin::connect(std::uint32_t port, void* memory) {
 
 void Plugin::activate() {
     platform::NSError error;
-    instance_->activate(sampleRate_, longestBlock_, &error);
+    if (!instance_->activate(sampleRate_, longestBlock_, &error))
+        std::fprintf(stderr, "kelvane: the effect does not run at %g Hz: %s\n", sampleRate_,
+                     error.localizedDescription().c_str());
 }
 
 void Plugin::run(std::uint32_t frames) {

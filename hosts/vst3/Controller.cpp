@@ -63,6 +63,7 @@ v3_result Controller::initialize(v3_funknown** context) {
 v3_result Controller::terminate() {
     if (view_) view_->close();
     loop_.stop();
+    tick();  // a touch that ended with the view is told while there is somebody to hear it
     hostLoop_ = {};
     return setComponentHandler(nullptr);
 }

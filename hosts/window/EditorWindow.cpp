@@ -122,9 +122,11 @@ std::optional<int> EditorWindow::controlAt(platform::CGPoint point) const {
 void EditorWindow::nudge(int address, float by) {
     const RunLoop::MakeCurrent current(instance_.runLoop());
     const float value = std::clamp(controller_->getParameter(address) + by, 0.0F, 1.0F);
-    instance_.touchBegan();
+    // Turned in mid-drag, it is part of the drag.
+    const bool isOwnTouch = touches_ == 0;
+    if (isOwnTouch) instance_.touchBegan();
     controller_->onStereoControlsParameter(address, value);
-    instance_.touchEnded();
+    if (isOwnTouch) instance_.touchEnded();
 }
 
 }  // namespace qov::hosts

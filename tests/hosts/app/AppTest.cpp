@@ -116,8 +116,10 @@ TEST(App, TheMouseChangesTheSoundOfAJackGraph) {
     // Width from the middle to its end doubles the side: (3L - R) / 2 and (3R - L) / 2.
     Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 365 mousemove 350 75 mouseup 1");
     EXPECT_TRUE(jack->hears(0.75F, 0.25F)) << "wide";
+    EXPECT_TRUE(jack->knowsLatency(2048));
     Screen::xdo("mousemove 520 297 click 1");
     EXPECT_TRUE(jack->hears(0.5F, 0)) << "suspended";
+    EXPECT_TRUE(jack->knowsLatency(0));
     Screen::xdo("click 1 mousemove 60 90 click 1");
     EXPECT_TRUE(jack->hears(0.25F, 0.75F)) << "wide, and swapped";
     Screen::xdo("key space");

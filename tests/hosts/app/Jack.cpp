@@ -77,6 +77,14 @@ bool Jack::hears(float left, float right) const {
     });
 }
 
+bool Jack::knowsLatency(jack_nframes_t frames) const {
+    return until([&] {
+        jack_latency_range_t range;
+        jack_port_get_latency_range(ears_[0], JackCaptureLatency, &range);
+        return range.min == frames && range.max == frames;
+    });
+}
+
 int Jack::process(jack_nframes_t frames) {
     const auto memory = [&](jack_port_t* port) {
         return static_cast<float*>(jack_port_get_buffer(port, frames));

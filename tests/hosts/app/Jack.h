@@ -30,6 +30,9 @@ class Jack {
     /// Waits until both sides have these peaks.
     bool hears(float left, float right) const;
 
+    /// Waits until what it hears is told to be so many frames late.
+    bool knowsLatency(jack_nframes_t frames) const;
+
     const std::string name;
 
  private:

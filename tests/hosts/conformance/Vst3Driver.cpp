@@ -32,7 +32,7 @@ using hosts::vst3::writeText;
 
 constexpr std::size_t textSize = 128;
 constexpr const char* path =
-    KELVANE_PLUGINS "/vst3/QOV Kelvane.vst3/Contents/x86_64-linux/QOV Kelvane.so";
+    KELVANE_PLUGINS "/vst3/QOV Kelvane.vst3/Contents/" KELVANE_PROCESSOR "-linux/QOV Kelvane.so";
 
 // The host's side of the interface. Its objects belong to the driver; their counts keep nothing.
 

@@ -3,7 +3,8 @@
 include_guard(GLOBAL)
 file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/*.cpp)
 add_library(conformance_drivers OBJECT ${sources})
-target_compile_definitions(conformance_drivers PRIVATE KELVANE_PLUGINS="${CMAKE_BINARY_DIR}/plugins")
+target_compile_definitions(conformance_drivers PRIVATE KELVANE_PLUGINS="${CMAKE_BINARY_DIR}/plugins"
+                                                         KELVANE_PROCESSOR="${CMAKE_SYSTEM_PROCESSOR}")
 target_link_libraries(conformance_drivers PUBLIC hosts_window ${CMAKE_DL_LIBS})
 if(TARGET clap_headers)
     target_link_libraries(conformance_drivers PRIVATE clap_headers)
