@@ -167,7 +167,7 @@ int main(int argc, char** argv) {
                 benchmark::RegisterBenchmark(
                     ("process/" + format->name() + "/" + name + "/" + std::to_string(block))
                         .c_str(),
-                    [&, settings, block](auto& state) {
+                    [&, settings = settings, block](auto& state) {
                         process(state, *format, *settings, block);
                     })
                     ->UseManualTime()
