@@ -34,10 +34,10 @@ class Lv2Plugin : public testing::Test {
     }
     float value(std::uint64_t address) { return value(host, address); }
 
-    static void run(Lv2Host& of, const std::vector<HostEvent>& events = {}) {
-        std::vector<float> memory(2 * frames, 0.5F);
-        of.connectAudio({memory.data(), memory.data() + frames},
-                        {memory.data(), memory.data() + frames});
+    void run(Lv2Host& of, const std::vector<HostEvent>& events = {}) {
+        memory_.assign(2 * frames, 0.5F);
+        of.connectAudio({memory_.data(), memory_.data() + frames},
+                        {memory_.data(), memory_.data() + frames});
         of.takeAnswers();
         of.send(events);
         of.run(frames);
@@ -49,6 +49,7 @@ class Lv2Plugin : public testing::Test {
     }
 
     ConsoleLines quiet_;
+    std::vector<float> memory_;  // of the audio ports, which stay connected
     Lv2Host host{*kelvane_lv2_plugin(), {}};
 };
 
