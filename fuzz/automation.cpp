@@ -9,6 +9,7 @@
 
 #include <fmt/format.h>
 
+#include "fuzz/require.h"
 #include "hosts/cli/Automation.h"
 #include "hosts/cli/Command.h"
 #include "hosts/cli/Parameters.h"
@@ -16,10 +17,6 @@
 namespace {
 
 using namespace qov::cli;
-
-void require(bool holds) {
-    if (!holds) std::abort();
-}
 
 std::string optionOf(std::uint64_t address) {
     for (const auto& parameter : parameters())
@@ -37,11 +34,14 @@ std::string written(const AutomationEvent& event) {
 }
 
 void check(const AutomationEvent& event) {
-    require(event.frame >= 0);
+    require(event.frame >= 0, "a frame is before the start");
     if (event.kind == AutomationEvent::Kind::parameter)
-        return require(event.value >= minimumValue && event.value <= maximumValue);
-    require(event.length >= 1 && event.length <= event.message.size());
-    require(event.message[0] >= 0x80 && event.message[1] < 0x80 && event.message[2] < 0x80);
+        return require(event.value >= minimumValue && event.value <= maximumValue,
+                       "a value is out of range");
+    require(event.length >= 1 && event.length <= event.message.size(),
+            "a message has no such length");
+    require(event.message[0] >= 0x80 && event.message[1] < 0x80 && event.message[2] < 0x80,
+            "a message is none");
 }
 
 std::string writtenAll(std::string_view text) {
@@ -49,7 +49,7 @@ std::string writtenAll(std::string_view text) {
     std::int64_t latest = 0;
     for (const auto& event : parseAutomation(text, "moves", 48000)) {
         check(event);
-        require(event.frame >= latest);
+        require(event.frame >= latest, "the events are out of order");
         latest = event.frame;
         lines += written(event);
     }
@@ -64,9 +64,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         lines = writtenAll({reinterpret_cast<const char*>(data), size});
     } catch (const Failure& failure) {
         const std::string_view line = failure.what();
-        require(line.starts_with("moves:") && line.find('\n') == std::string_view::npos);
+        require(line.starts_with("moves:") && line.find('\n') == std::string_view::npos,
+                "it does not say where in one line");
         return 0;
     }
-    require(writtenAll(lines) == lines);
+    require(writtenAll(lines) == lines, "what was written reads otherwise");
     return 0;
 }

@@ -7,8 +7,6 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
@@ -16,6 +14,7 @@
 #include "editor/AudioUnitViewController.h"
 #include "editor/CorrelographViewAU.h"
 #include "editor/StereoControls.h"
+#include "fuzz/require.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/foundation/Console.h"
 #include "platform/uikit/UIButton.h"
@@ -31,12 +30,6 @@ namespace {
 using namespace qov;
 using platform::CGSize;
 using platform::UITouchPhase;
-
-void require(bool holds, const char* what) {
-    if (holds) return;
-    std::fprintf(stderr, "%s\n", what);
-    std::abort();
-}
 
 /// Few, as nobody looks.
 constexpr double pixelsPerPoint = 0.125;

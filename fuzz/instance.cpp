@@ -9,13 +9,13 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <vector>
 
 #include "editor/AudioUnitViewController.h"
+#include "fuzz/Bytes.h"
+#include "fuzz/require.h"
 #include "hosts/instance/Instance.h"
 #include "platform/foundation/Console.h"
 
@@ -27,23 +27,6 @@ using hosts::Instance;
 
 constexpr std::uint32_t longest = 1500;
 
-class Bytes {
- public:
-    Bytes(const std::uint8_t* data, std::size_t size) : at_(data), end_(data + size) {}
-    bool empty() const { return at_ == end_; }
-    std::uint8_t byte() { return empty() ? 0 : *at_++; }
-    std::uint32_t word() { return byte() | static_cast<std::uint32_t>(byte()) << 8; }
-
- private:
-    const std::uint8_t *at_, *end_;
-};
-
-void require(bool holds, const char* what) {
-    if (holds) return;
-    std::fprintf(stderr, "%s\n", what);
-    std::abort();
-}
-
 float anyValue(std::uint8_t choice) {
     if (choice < 200) return static_cast<float>(choice) / 199;
     constexpr float wrong[] = {NAN, INFINITY, -INFINITY, -1, 2, 1e-42F};
@@ -51,11 +34,11 @@ float anyValue(std::uint8_t choice) {
 }
 
 std::vector<HostEvent> takeEvents(Bytes& bytes) {
-    std::vector<HostEvent> events(bytes.byte() % 24);
+    std::vector<HostEvent> events(bytes.take<std::uint8_t>() % 24);
     for (auto& event : events) {
-        const auto frame = bytes.word() % (longest + 10);
-        const auto address = bytes.byte();
-        const auto value = bytes.byte();
+        const auto frame = bytes.take<std::uint16_t>() % (longest + 10);
+        const auto address = bytes.take<std::uint8_t>();
+        const auto value = bytes.take<std::uint8_t>();
         event = address >= 128
                     ? HostEvent::message(frame, {static_cast<std::uint8_t>(0xb0 + address % 32),
                                                  static_cast<std::uint8_t>(7 + address % 5), value})
@@ -67,15 +50,15 @@ std::vector<HostEvent> takeEvents(Bytes& bytes) {
 
 /// Both get the same block, one with its channels anywhere, the other with all of them apart.
 void processBlock(Bytes& bytes, Instance& one, Instance& other) {
-    const auto frames = bytes.word() % (longest + 1);
+    const auto frames = bytes.take<std::uint16_t>() % (longest + 1);
     std::vector<float> memory(3 * longest);
-    auto seed = bytes.byte() * 2654435761U + 1;
+    auto seed = bytes.take<std::uint8_t>() * 2654435761U + 1;
     for (float& sample : memory) {
         seed = seed * 1664525U + 1013904223U;
         sample = static_cast<float>(static_cast<std::int32_t>(seed)) / 2147483648.0F;
     }
     const auto place = [&]() -> float* {
-        const auto choice = bytes.byte();
+        const auto choice = bytes.take<std::uint8_t>();
         if (choice == 255) return nullptr;
         return memory.data() + std::min<std::size_t>(choice * std::size_t{12}, 2 * longest);
     };
@@ -104,10 +87,10 @@ void call(Bytes& bytes, Instance& one, Instance& other) {
         work(one);
         work(other);
     };
-    switch (bytes.byte() % 8) {
+    switch (bytes.take<std::uint8_t>() % 8) {
         case 0: {
             constexpr double rates[] = {44100, 8000, 384000, 0, NAN};
-            const double rate = rates[bytes.byte() % std::size(rates)];
+            const double rate = rates[bytes.take<std::uint8_t>() % std::size(rates)];
             both([&](Instance& instance) {
                 instance.deactivate();
                 instance.activate(rate, longest, nullptr);
@@ -115,8 +98,8 @@ void call(Bytes& bytes, Instance& one, Instance& other) {
             break;
         }
         case 1: {
-            const auto address = bytes.byte() % 12;
-            const float value = anyValue(bytes.byte());
+            const auto address = bytes.take<std::uint8_t>() % 12;
+            const float value = anyValue(bytes.take<std::uint8_t>());
             both([&](Instance& instance) { instance.setValue(address, value); });
             break;
         }

@@ -6,13 +6,13 @@
 // the events: time, kind, address and value.
 
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include "dsp/ChainLoops.h"
 #include "dsp/QOV_Kelvane_PluginDSPKernel.h"
+#include "fuzz/Bytes.h"
+#include "fuzz/require.h"
 #include "platform/audiotoolbox/AURenderEvent.h"
 #include "platform/audiotoolbox/AudioBufferList.h"
 #include "platform/audiotoolbox/AudioTimeStamp.h"
@@ -21,23 +21,6 @@
 namespace {
 
 using namespace qov;
-
-class Bytes {
- public:
-    Bytes(const std::uint8_t* data, std::size_t size) : at_(data), end_(data + size) {}
-    bool empty() const { return at_ == end_; }
-    template <class Value>
-    Value take() {
-        Value value{};
-        const auto length = std::min(sizeof value, static_cast<std::size_t>(end_ - at_));
-        std::memcpy(&value, at_, length);
-        at_ += length;
-        return value;
-    }
-
- private:
-    const std::uint8_t *at_, *end_;
-};
 
 // What both kernels get.
 struct Cycle {
@@ -135,12 +118,6 @@ bool sameBits(const float* a, const float* b, std::size_t count) {
     return true;
 }
 
-void require(bool holds, const char* what) {
-    if (holds) return;
-    std::fprintf(stderr, "the forms differ in %s\n", what);
-    std::abort();
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -167,17 +144,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::vector<float> copy = cycle.memory;
         render(fast, form, cycle.memory, cycle, now);
         render(plain, "scalar", copy, cycle, now);
-        require(sameBits(cycle.memory.data(), copy.data(), copy.size()), "the output");
-        require(fast.circular.pos == plain.circular.pos, "the ring's place");
+        require(sameBits(cycle.memory.data(), copy.data(), copy.size()),
+                "the forms differ in the output");
+        require(fast.circular.pos == plain.circular.pos, "the forms differ in the ring's place");
         require(fast.latency.pos == plain.latency.pos &&
                     fast.latency.lSize == plain.latency.lSize &&
                     fast.latency.size == plain.latency.size,
-                "the delay line's place");
+                "the forms differ in the delay line's place");
         for (int c = 0; c < 2; ++c)
-            require(sameBits(fast.circular.data[c], plain.circular.data[c], 2048), "the ring");
+            require(sameBits(fast.circular.data[c], plain.circular.data[c], 2048),
+                    "the forms differ in the ring");
         require(sameBits(fast.latency.data, plain.latency.data,
                          static_cast<std::size_t>(plain.latency.size)),
-                "the delay line");
+                "the forms differ in the delay line");
         now += cycle.frames;
     }
     return 0;

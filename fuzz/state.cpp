@@ -3,13 +3,12 @@
 
 #include <array>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
 
 #include "editor/AudioUnitViewController.h"
+#include "fuzz/require.h"
 #include "hosts/instance/Instance.h"
 #include "platform/foundation/Console.h"
 
@@ -28,12 +27,6 @@ Values valuesOf(const hosts::Instance& instance) {
     for (std::uint64_t address = 0; address < values.size(); ++address)
         values[address] = instance.value(address);
     return values;
-}
-
-void require(bool holds, const char* what) {
-    if (holds) return;
-    std::fprintf(stderr, "%s\n", what);
-    std::abort();
 }
 
 }  // namespace
