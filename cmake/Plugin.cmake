@@ -20,6 +20,16 @@ foreach(format lv2 clap vst3)
     set(KELVANE_${upper}_DIR lib/${format} CACHE STRING "Where installed ${format} bundles go, below the prefix")
 endforeach()
 
+# A format's C headers, from Debian's dpf-source or the folder that the variable names, as the target <format>_headers.
+function(qov_plugin_headers format variable header)
+    find_path(${variable} ${header} PATHS /usr/share/dpf/distrho/src DOC "The folder below which ${header} lies")
+    if(NOT ${variable})
+        message(FATAL_ERROR "${header} is missing: install dpf-source, or set ${variable}")
+    endif()
+    add_library(${format}_headers INTERFACE)
+    target_include_directories(${format}_headers SYSTEM INTERFACE ${${variable}})
+endfunction()
+
 # What every shared object of ours is linked with: no symbol but those of the version script, none missing, code that
 # is shared between processes as it is. The C++ runtime comes along: two versions of it in one host then never meet.
 # A sanitizer has its runtime in the program, which -z defs cannot see.
