@@ -2,7 +2,6 @@
 
 #include <clap/ext/latency.h>
 
-#include <cmath>
 #include <cstdio>
 #include <string>
 
@@ -123,9 +122,7 @@ bool ClapPlugin::activate(double sampleRate, std::uint32_t longestBlock) {
                           error);
         sampleRate_ = sampleRate;
         longestBlock_ = longestBlock;
-        // What the capture holds back, and the longest phase shift, a hundredth of a second.
-        tail_ = static_cast<std::uint32_t>(instance_->audioUnit().getBufferSize()) +
-                static_cast<std::uint32_t>(std::ceil(sampleRate / 100));
+        tail_ = hosts::Instance::tail(sampleRate);
     }
     isActive_ = true;
     restartIsComing_ = hasAskedForRestart_ = false;

@@ -1,6 +1,7 @@
 #include "hosts/instance/Instance.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <functional>
 #include <utility>
@@ -244,6 +245,10 @@ bool Instance::isBypassed() const {
 
 std::uint32_t Instance::latency() const {
     return isBypassed() ? 0 : captureFrames;
+}
+
+std::uint32_t Instance::tail(double sampleRate) {
+    return captureFrames + static_cast<std::uint32_t>(std::ceil(sampleRate / 100));
 }
 
 bool Instance::takeLatencyChange() {

@@ -69,6 +69,9 @@ class Instance {
 
     /// Frames by which the output is late: 2048, or 0 while bypassed.
     std::uint32_t latency() const;
+    /// Frames that sound after the end of the input, at so many frames a second: what the capture
+    /// holds back, and the longest phase shift, a hundredth of a second.
+    static std::uint32_t tail(double sampleRate);
     /// True once after every change of latency(), and for the first call when it is not 0.
     bool takeLatencyChange();
 

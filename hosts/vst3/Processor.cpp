@@ -17,7 +17,6 @@ namespace {
 
 constexpr v3_speaker_arrangement kStereo = V3_SPEAKER_L | V3_SPEAKER_R;
 constexpr std::int32_t kMidiChannels = 16;
-constexpr double kLongestDelay = 0.01;  // seconds, of the phase shift
 
 bool isBus(std::int32_t media, std::int32_t direction, std::int32_t index) {
     if (index != 0) return false;
@@ -216,10 +215,8 @@ void Processor::render(const v3_process_data& data, std::uint32_t frames) {
     } while (begin < frames);
 }
 
-/// What sounds after the end of the input: the ring's content and the longest delay.
 std::uint32_t Processor::getTailSamples() {
-    return Instance::captureFrames +
-           static_cast<std::uint32_t>(std::ceil(sampleRate_ * kLongestDelay));
+    return Instance::tail(sampleRate_);
 }
 
 /// Neither tempo nor position.
