@@ -12,7 +12,7 @@ namespace qov {
 /// start), out (slow end), in-out, and out-in (slow in the middle). The raw value is the position
 /// below.
 enum class EnumEasing : std::uint8_t {
-    EASING_easeNone,  // linear
+    EASING_easeNone,  ///< linear
     EASING_easeInQuad,
     EASING_easeOutQuad,
     EASING_easeInOutQuad,
@@ -53,7 +53,7 @@ enum class EnumEasing : std::uint8_t {
     EASING_easeOutBounce,
     EASING_easeInOutBounce,
     EASING_easeOutInBounce,
-    EASING_easeLast,  // a full member: linear as well
+    EASING_easeLast,  ///< a full member: linear as well
 };
 
 /// The curve of a raw value 0..41; nothing for any other number.

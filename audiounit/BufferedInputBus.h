@@ -13,8 +13,10 @@ namespace qov {
 /// An input bus with the buffer into which a cycle's input is pulled.
 struct BufferedInputBus {
     std::shared_ptr<platform::AUAudioUnitBus> bus;
-    std::uint32_t maxFrames = 0;                            // capacity of the pull buffer
-    std::shared_ptr<platform::AVAudioPCMBuffer> pcmBuffer;  // while render resources are allocated
+    /// Capacity of the pull buffer.
+    std::uint32_t maxFrames = 0;
+    /// While render resources are allocated.
+    std::shared_ptr<platform::AVAudioPCMBuffer> pcmBuffer;
     const platform::AudioBufferList* originalAudioBufferList = nullptr;
     platform::AudioBufferList* mutableAudioBufferList = nullptr;
 

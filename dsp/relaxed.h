@@ -11,6 +11,7 @@ Word loadRelaxed(const Word& word) {
     return std::atomic_ref<Word>(const_cast<Word&>(word)).load(std::memory_order_relaxed);
 }
 
+/// The same for writing.
 template <class Word>
 void storeRelaxed(Word& word, Word value) {
     std::atomic_ref<Word>(word).store(value, std::memory_order_relaxed);

@@ -89,7 +89,7 @@ class AudioUnitViewController : public platform::AUViewController,
 
     // State
 
-    bool USE_PARAMETER_OBSERVERS = true;  // nothing asks
+    bool USE_PARAMETER_OBSERVERS = true;  ///< nothing asks
     /// A control has the touch: the pan gesture stands back.
     bool touchesLocked = false;
 

@@ -36,11 +36,11 @@ class CorrelographBaseAU {
 
     static void keepDrawScale(platform::CGSize scale) { drawScale_ = scale; }
 
-    float constant = 0.70710677f;      // 1/sqrt(2); the drawing has a literal of its own
-    platform::CGFloat halfsize = 128;  // half the canvas
+    float constant = 0.70710677f;      ///< 1/sqrt(2); the drawing has a literal of its own
+    platform::CGFloat halfsize = 128;  ///< half the canvas
     std::weak_ptr<AudioUnitViewController> viewController;
-    bool isNormalized = true;         // each picture to its own peak
-    std::string drawMode = "points";  // "points", "ovals", anything else: one line
+    bool isNormalized = true;         ///< each picture to its own peak
+    std::string drawMode = "points";  ///< "points", "ovals", anything else: one line
 
  private:
     inline static platform::CGSize drawScale_{1, 1};

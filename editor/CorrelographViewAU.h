@@ -15,7 +15,7 @@ class CorrelographViewAU : public platform::UIControl {
     void draw(platform::CGRect rect) override;
 
     std::weak_ptr<AudioUnitViewController> viewController;
-    bool isSuspended = false;  // kept for the panel's toggle; the picture goes on
+    bool isSuspended = false;  ///< kept for the panel's toggle; the picture goes on
     CorrelographBaseAU baseClass;
 };
 

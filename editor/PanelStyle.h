@@ -11,11 +11,11 @@ struct PanelStyle {
     PanelStyle(const platform::CGColor& background, const platform::CGColor& contrast);
 
     platform::CGColor plateTop, plateBottom, plateEdge;
-    platform::CGColor ink;       // printed on the plate
-    platform::CGColor inkFaint;  // scale marks and outlines there
-    platform::CGColor ground;    // of screens and slots
-    platform::CGColor edge;      // around them
-    platform::CGColor light;     // text and pointers on the dark ground
+    platform::CGColor ink;       ///< printed on the plate
+    platform::CGColor inkFaint;  ///< scale marks and outlines there
+    platform::CGColor ground;    ///< of screens and slots
+    platform::CGColor edge;      ///< around them
+    platform::CGColor light;     ///< text and pointers on the dark ground
     platform::CGColor lightFaint;
     platform::CGColor knobTop, knobBottom;
 

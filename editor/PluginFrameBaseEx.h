@@ -16,7 +16,7 @@ class PluginFrameBaseEx {
 
  private:
     friend class PluginFrameEx;
-    platform::CGFloat contrast = 0.25;  // 0 black .. 1 white
+    platform::CGFloat contrast = 0.25;  ///< 0 black .. 1 white
     platform::UIColor mainColor = platform::UIColor::lightGray();
 };
 

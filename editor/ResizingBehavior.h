@@ -15,10 +15,10 @@ template <typename Owner>
 class ResizingBehaviorOf {
  public:
     enum Case : int {
-        aspectFit = 0,   // the whole canvas is seen
-        aspectFill = 1,  // the whole view is covered
-        stretch = 2,     // each direction by itself
-        center = 3,      // not scaled
+        aspectFit = 0,   ///< the whole canvas is seen
+        aspectFill = 1,  ///< the whole view is covered
+        stretch = 2,     ///< each direction by itself
+        center = 3,      ///< not scaled
     };
 
     // NOLINTNEXTLINE(google-explicit-constructor): a case is a behaviour.

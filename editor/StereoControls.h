@@ -36,13 +36,13 @@ class StereoControls : public platform::UIControl {
 
     std::weak_ptr<AudioUnitViewController> viewController;
     std::weak_ptr<StereoControlsDelegate> delegate;
-    float levelLeftValue = 0;  // nothing uses the two
+    float levelLeftValue = 0;  ///< nothing uses the two
     float levelRightValue = 0;
     std::string currentEditingMode;
     StereoControlsBase baseClass;
-    platform::CGPoint startLocation;   // touch-down, canvas units
-    platform::CGFloat startValue = 0;  // of what is edited, at touch-down
-    platform::CGFloat scaler = 1;      // sensitivity of drags
+    platform::CGPoint startLocation;   ///< touch-down, canvas units
+    platform::CGFloat startValue = 0;  ///< of what is edited, at touch-down
+    platform::CGFloat scaler = 1;      ///< sensitivity of drags
 
  private:
     void beginEditing(StereoControlsDelegate& to);

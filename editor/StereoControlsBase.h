@@ -59,13 +59,13 @@ class StereoControlsBase {
                         const std::string& text) const;
     void drawToggles(platform::CGContext& context, const PanelStyle& style) const;
 
-    platform::UIColor hotspotColor{0.211, 1, 0, 0.1};  // for looking at the hot areas
+    platform::UIColor hotspotColor{0.211, 1, 0, 0.1};  ///< for looking at the hot areas
     platform::UIColor colorEmphasize{1, 0.785, 0.215, 1};
     platform::UIColor colorEmphasize2{0, 0.539, 1, 1};
     platform::UIColor colorContrast{0.75, 0.75, 0.75, 1};
     platform::UIColor colorBackground{0.25, 0.25, 0.25, 1};
-    platform::CGFloat markersAngle = -45;  // degrees
-    platform::CGFloat knobsAngle = -140;   // degrees, where a knob's sweep starts
+    platform::CGFloat markersAngle = -45;  ///< degrees
+    platform::CGFloat knobsAngle = -140;   ///< degrees, where a knob's sweep starts
 
     // Parameters, 0..1.
     platform::CGFloat stereoWidthNormalized = 0.5;
@@ -77,7 +77,7 @@ class StereoControlsBase {
     bool isPhaseShiftActive = false;
     bool isPanoramaResetActive = false;
     bool isStereoWidthResetActive = false;
-    platform::CGFloat levelLeftValue = 0;  // 0..1; nothing writes them
+    platform::CGFloat levelLeftValue = 0;  ///< 0..1; nothing writes them
     platform::CGFloat levelRightValue = 0;
     // Switched on.
     bool isSwapOn = false;
@@ -90,7 +90,7 @@ class StereoControlsBase {
     bool isGoPro = false;
 
     // Hot areas, made anew by each drawing.
-    platform::UIBezierPath aHotspot;  // spare
+    platform::UIBezierPath aHotspot;  ///< spare
     platform::UIBezierPath hotspotStereoWidthPath;
     platform::UIBezierPath hotspotPanoramaPath;
     platform::UIBezierPath hotspotStereoWidthResetPath;

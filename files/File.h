@@ -27,7 +27,8 @@ class File : public FileBase, public std::enable_shared_from_this<File> {
  public:
     File();
 
-    platform::Number uid{-1};  // for a view; the file system's number once the attributes are read
+    /// For a view: the file system's number once the attributes are read.
+    platform::Number uid{-1};
 
     /// The enclosing folder. Held weakly: a folder owns its children, so a tree that is let go
     /// frees itself, and what is kept of it longer has no parent any more.

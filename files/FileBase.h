@@ -15,10 +15,10 @@ class FileBase {
     FileBase& operator=(const FileBase&) = delete;
 
     std::int64_t _id = -1;
-    bool _remote = false;    // lives elsewhere; nothing here sets it
-    bool _expanded = false;  // its children are visible
+    bool _remote = false;    ///< lives elsewhere; nothing here sets it
+    bool _expanded = false;  ///< its children are visible
     bool _selected = false;
-    std::int64_t _indent = 0;  // depth below the root; 0 for the root and for what lies in it
+    std::int64_t _indent = 0;  ///< depth below the root; 0 for the root and for what lies in it
 
     std::int64_t getID() const { return _id; }
     std::string getIDFormatted() const;

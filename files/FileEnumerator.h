@@ -27,7 +27,7 @@ class FileEnumerator : public platform::FileManagerDelegate {
     FileEnumerator& operator=(const FileEnumerator&) = delete;
 
     std::shared_ptr<platform::FileManager> defaultFileManager;
-    std::shared_ptr<platform::FileManager> fileManager;  // the one that walks
+    std::shared_ptr<platform::FileManager> fileManager;  ///< the one that walks
     std::shared_ptr<FileTree> fileTree;
 
     /// Makes path (absolute: it must mean the same afterwards) the process's current directory and

@@ -65,7 +65,8 @@ class FileTree {
  private:
     void indexFolder(const std::shared_ptr<File>& entry);
     void showRoot(const std::string& line);
-    /// Null, with a warning, if there is no such folder.
+    /// Makes the folder's children visible, and returns it. Null, with a warning, if there is no
+    /// such folder.
     std::shared_ptr<File> showFolder(const std::string& identifier);
 
     FileList filelist_;

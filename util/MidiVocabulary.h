@@ -117,6 +117,7 @@ namespace qov {
 QOV_MIDI_VOCABULARY(X)
 #undef X
 
+/// One entry of the vocabulary.
 struct MidiConstant {
     std::string_view name;
     std::uint8_t value;

@@ -9,7 +9,7 @@ namespace qov::app {
 
 /// A stereo sound in memory, at a rate in frames a second.
 struct Sound {
-    std::vector<float> left, right;  // of the same length
+    std::vector<float> left, right;  ///< of the same length
     double rate = 0;
 
     /// The same sound at another rate. Empty where the rates are too far apart (256 times).

@@ -7,6 +7,7 @@
 
 namespace qov::app {
 
+/// What the program was asked for.
 struct Options {
     /// What plays round and round; empty for none.
     Sound sound;

@@ -19,6 +19,7 @@ class Heartbeat;
 /// shown. The window opens when its place is known. Sizes are pixels. Main thread.
 class ClapEditor {
  public:
+    /// Pixels.
     struct Size {
         std::uint32_t width, height;
     };
@@ -28,8 +29,8 @@ class ClapEditor {
     ClapEditor(const ClapEditor&) = delete;
     ClapEditor& operator=(const ClapEditor&) = delete;
 
-    /// False, with a line on standard error, where there is no screen; false if there is one
-    /// already.
+    /// Makes an editor without a window yet. False, with a line on standard error, where there is
+    /// no screen; false if there is one already.
     bool create(bool isFloating);
     void destroy();
 

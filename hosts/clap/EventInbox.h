@@ -19,8 +19,9 @@ class EventInbox {
  public:
     static constexpr std::size_t capacity = 1024;
 
+    /// A stretch of the block with the events in it, which are valid until the next call.
     struct Portion {
-        std::uint32_t end;  // the frame behind its last; its events count from its first
+        std::uint32_t end;  ///< the frame behind its last; its events count from its first
         std::span<const hosts::HostEvent> events;
         bool isLast;
     };

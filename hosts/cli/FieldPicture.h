@@ -17,6 +17,7 @@ struct FieldPanel {
     int rate = 0;  ///< frames per second
 };
 
+/// The picture's file format.
 enum class PictureKind { png, svg };
 
 /// Cells of the plot that a panel wants.

@@ -8,11 +8,12 @@
 
 namespace qov::cli {
 
+/// A message or meta event of one track.
 struct MidiFileEvent {
     int track = 0;           ///< 1 is the first
     std::int64_t pulse = 0;  ///< since the start of the song
-    std::vector<std::uint8_t>
-        bytes;  ///< with its status byte; a meta event as FF, type, length, data
+    /// With its status byte; a meta event as FF, type, length, data.
+    std::vector<std::uint8_t> bytes;
 };
 
 /// A standard MIDI file of format 0 or 1 whose time is counted in pulses of a quarter note.

@@ -10,6 +10,7 @@ namespace qov::cli {
 
 class Effect;
 
+/// Where output frames stand.
 enum class Timing {
     aligned,  ///< every output frame stands where its input frame stood
     raw,      ///< what the render calls return, as it comes

@@ -13,8 +13,7 @@ namespace soundFormat {
 enum class Carrier { integers, floats, doubles };
 
 /// The container of a name ("wav", "flac") or a file's ending, with a subtype where the name means
-/// one
-/// ("opus"); 0 where there is none.
+/// one ("opus"); 0 where there is none.
 int containerNamed(std::string_view name);
 /// The same for a path's ending. Throws Failure, which lists the endings.
 int containerOf(const std::string& path);
@@ -30,10 +29,12 @@ int subtypeFor(int container, int inputSubtype, int rate);
 /// Whether the library writes two channels of this subtype in this container at this rate.
 bool isWritable(int container, int subtype, int rate);
 
+/// What carries the samples of a subtype without loss.
 Carrier carrierOf(int subtype);
 /// Bits of an integer subtype, 8..32; 0 for others.
 int bitsOf(int subtype);
 
+/// The first of its names above; "such" for another container, "another" for another subtype.
 std::string nameOf(int containerOrSubtype);
 
 }  // namespace soundFormat

@@ -17,6 +17,7 @@ using Metadata = std::vector<std::pair<int, std::string>>;
 /// Failure, with its name.
 class SoundReader {
  public:
+    /// How the input is taken.
     struct Options {
         std::optional<int> rawRate;  ///< standard input is raw stereo float at this rate
         bool upmix = false;          ///< mono is taken, as the same on both sides

@@ -14,6 +14,7 @@ class OutputPlace;
 /// where it can't be written, a full disk included.
 class SoundWriter {
  public:
+    /// What is written.
     struct Shape {
         int container;  ///< as the sound file library numbers them
         int subtype;

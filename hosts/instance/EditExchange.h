@@ -16,11 +16,12 @@ class EditExchange {
  public:
     static constexpr std::size_t parameters = 8;
 
+    /// What the host is told: its parameter is taken hold of, changes, is let go of.
     struct Edit {
         enum class Kind { begin, value, end };
         Kind kind;
         std::uint64_t address;
-        float value;  // the latest, also where a gesture begins or ends
+        float value;  ///< the latest, also where a gesture begins or ends
     };
 
     // The editor's side: any thread but the audio thread. Addresses are below `parameters`.

@@ -10,9 +10,9 @@ namespace qov::hosts {
 struct HostEvent {
     enum class Kind : std::uint8_t { parameter, midi };
 
-    std::uint32_t frame = 0;  // from the start of the block
+    std::uint32_t frame = 0;  ///< from the start of the block
     Kind kind = Kind::parameter;
-    std::uint8_t midiLength = 0;  // bytes used
+    std::uint8_t midiLength = 0;  ///< bytes used
     std::array<std::uint8_t, 3> midi{};
     std::uint64_t address = 0;
     float value = 0;

@@ -37,9 +37,9 @@ class Instance {
     /// Frames by which the output is late while the effect is not bypassed.
     static constexpr std::uint32_t captureFrames = 2048;
 
-    /// Null, with *error set where error is given, when there is no audio unit to be had. The
-    /// factory, which must not be null, is asked with the instance's run loop current; without a
-    /// loop the instance gets one of its own.
+    /// An instance on an audio unit of the factory's. The factory, which must not be null, is asked
+    /// with the instance's run loop current; without a loop the instance gets one of its own. Null,
+    /// with *error set where error is given, when there is no audio unit to be had.
     static std::unique_ptr<Instance> create(platform::NSError* error,
                                             const std::shared_ptr<platform::RunLoop>& loop,
                                             Factory factory);
@@ -94,10 +94,11 @@ class Instance {
     // Presets and state
 
     std::vector<std::string> factoryPresetNames() const;
-    /// False when there is none of that number.
+    /// Takes up a preset's values, as a host's. False when there is none of that number.
     bool selectFactoryPreset(std::size_t number);
     std::string saveState() const;
-    /// False, with nothing changed, when it is not a state that this version knows (SavedState.h).
+    /// Takes up what saveState() gave. False, with nothing changed, when it is not a state that
+    /// this version knows (SavedState.h).
     bool restoreState(std::string_view state);
 
     // Editor

@@ -3,6 +3,7 @@
 /// What hosts, packages and desktops call the effect: said once, here.
 namespace qov::hosts::product {
 
+/// What people read, as are maker and summary.
 constexpr const char* name = "QOV Kelvane";
 constexpr const char* maker = "QOV";
 constexpr const char* summary = "Stereo width, panorama and phase shift, with a correlograph";

@@ -21,16 +21,17 @@ class Plugin;
 /// Belongs to the host's editor thread.
 class Editor {
  public:
+    /// What the host gives an editor at its start; kept by value.
     struct Host {
         LV2UI_Write_Function write;
         LV2UI_Controller controller;
-        const LV2UI_Touch* touch;    // or null
-        const LV2UI_Resize* resize;  // or null
-        std::uint64_t parent;        // an X11 window; 0 for none
-        float scale;                 // pixels a point; 0 for what the desktop says
+        const LV2UI_Touch* touch;    ///< or null
+        const LV2UI_Resize* resize;  ///< or null
+        std::uint64_t parent;        ///< an X11 window; 0 for none
+        float scale;                 ///< pixels a point; 0 for what the desktop says
         std::string title;
     };
-    /// Null, with a line about why in *error.
+    /// An editor, shown where it has a parent. Null, with a line about why in *error.
     static std::unique_ptr<Editor> open(Plugin& plugin, const Host& host, std::string* error);
     ~Editor();
     Editor(const Editor&) = delete;

@@ -12,7 +12,7 @@ namespace qov::lv2 {
 /// Somebody asks for a parameter, or for all, by patch:Get.
 struct Question {
     std::uint64_t address = kAll;
-    std::int32_t sequenceNumber = 0;  // to be given back; 0 for none
+    std::int32_t sequenceNumber = 0;  ///< to be given back; 0 for none
     static constexpr std::uint64_t kAll = kParameters;
 };
 
@@ -21,6 +21,7 @@ struct Question {
 /// over.
 class MessageReader {
  public:
+    /// Who is called, on the audio thread, with what was read.
     class Receiver {
      public:
         virtual void receive(const hosts::HostEvent& event) = 0;

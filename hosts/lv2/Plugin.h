@@ -34,7 +34,7 @@ class Editor;
 /// A state without the effect's own part (a preset made of ports alone) makes every port speak.
 class Plugin final : private MessageReader::Receiver {
  public:
-    /// Null, with a line about why in *error.
+    /// A plug-in with all its ports unconnected. Null, with a line about why in *error.
     static std::unique_ptr<Plugin> create(double sampleRate, const LV2_Feature* const* features,
                                           std::string* error);
     /// The plug-in that a host means by a handle; null if it is none of ours that lives.

@@ -16,8 +16,8 @@ enum Port : std::uint32_t {
     kOutRight,
     kFirstControl,
     kLatency = kFirstControl + 8,
-    kEvents,  // MIDI and patch messages
-    kNotify,  // answers to patch:Get
+    kEvents,  ///< MIDI and patch messages
+    kNotify,  ///< answers to patch:Get
     kPortCount,
 };
 
@@ -33,6 +33,7 @@ inline float parameterOfPort(std::uint64_t address, float port) {
     const bool on = port > 0;
     return on != (address == kBypass) ? 1.0f : 0.0f;
 }
+/// The other way round.
 inline float portOfParameter(std::uint64_t address, float value) {
     return address == kBypass ? (value > 0.5f ? 0.0f : 1.0f) : value;
 }

@@ -22,7 +22,7 @@ struct Urids {
     LV2_URID patchSet, patchPut, patchGet;
     LV2_URID patchSubject, patchProperty, patchValue, patchBody, patchSequenceNumber;
     LV2_URID plugin, state, heardPorts;
-    std::array<LV2_URID, kParameters> parameters{};  // by address
+    std::array<LV2_URID, kParameters> parameters{};  ///< by address
 };
 
 }  // namespace qov::lv2

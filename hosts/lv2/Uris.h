@@ -11,6 +11,7 @@ namespace qov::lv2 {
 
 // What the plug-in names, besides itself (product::uri).
 
+/// A URI below the plug-in's own.
 inline std::string ownUri(std::string_view fragment) {
     return std::string(hosts::product::uri) + "#" + std::string(fragment);
 }
@@ -19,9 +20,11 @@ inline std::string ownUri(std::string_view fragment) {
 inline std::string parameterUri(std::string_view identifier) {
     return ownUri(symbolOf(identifier));
 }
+/// A factory preset, by its number.
 inline std::string presetUri(std::size_t number) {
     return ownUri("preset" + std::to_string(number));
 }
+/// The UI.
 inline std::string editorUri() {
     return ownUri("editor");
 }
@@ -29,6 +32,7 @@ inline std::string editorUri() {
 inline std::string stateUri() {
     return ownUri("state");
 }
+/// What a saved state says of the control ports that the effect has followed.
 inline std::string heardPortsUri() {
     return ownUri("heard_ports");
 }

@@ -11,7 +11,10 @@ namespace qov::hosts::vst3 {
 inline constexpr v3_tuid classId = V3_ID(0xaea145c3, 0x38535cd7, 0x9c3cc113, 0xcf4453ce);
 
 // Parameters have their addresses as ids, 0 to 7; two more that only this format needs:
-inline constexpr v3_param_id volumeId = kVolume;  // hidden: where MIDI's controller 7 arrives
-inline constexpr v3_param_id programId = 100;     // which factory preset
+
+/// Hidden: where MIDI's controller 7 arrives.
+inline constexpr v3_param_id volumeId = kVolume;
+/// Which factory preset.
+inline constexpr v3_param_id programId = 100;
 
 }  // namespace qov::hosts::vst3

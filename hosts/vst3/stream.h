@@ -12,7 +12,7 @@ namespace qov::hosts::vst3 {
 /// state of ours.
 std::optional<std::string> readAll(v3_bstream** stream);
 
-/// False when the stream does not take it all.
+/// Writes all of them. False when the stream does not take it all.
 bool writeAll(v3_bstream** stream, std::string_view bytes);
 
 }  // namespace qov::hosts::vst3

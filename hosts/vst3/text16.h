@@ -16,6 +16,7 @@ inline void writeText(std::string_view text, std::int16_t* field, std::size_t si
     std::copy_n(text.begin(), length, field);
     field[length] = 0;
 }
+/// The same, to the end of an array.
 template <std::size_t Size>
 void writeText(std::string_view text, std::int16_t (&field)[Size]) {
     writeText(text, field, Size);

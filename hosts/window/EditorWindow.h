@@ -32,12 +32,13 @@ class Instance;
 /// wheel turns the control under the mouse, and what a press would act on is marked there.
 class EditorWindow {
  public:
+    /// Where the window goes, and how large it is.
     struct Options {
         std::string title = product::name;
-        std::uint64_t parent = 0;        // a foreign window to live in; 0 for none
-        std::uint64_t transientFor = 0;  // or one to stay above; 0 for none
-        platform::CGFloat scale = 0;     // pixels a point; 0 for what the desktop says
-        platform::CGSize size = kSize;   // points
+        std::uint64_t parent = 0;        ///< a foreign window to live in; 0 for none
+        std::uint64_t transientFor = 0;  ///< or one to stay above; 0 for none
+        platform::CGFloat scale = 0;     ///< pixels a point; 0 for what the desktop says
+        platform::CGSize size = kSize;   ///< points
     };
     /// The panel's own size, in points.
     static constexpr platform::CGSize kSize{680, 440};

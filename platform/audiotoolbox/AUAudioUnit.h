@@ -21,7 +21,9 @@ class AUAudioUnitBusArray;
 class AUParameterTree;
 class NSError;
 
+/// Bits that go with a render or pull call; none is used here, 0.
 using AudioUnitRenderActionFlags = std::uint32_t;
+/// Bits for making an audio unit; none is used here, 0.
 using AudioComponentInstantiationOptions = std::uint32_t;
 
 /// Fills `data` with frameCount frames of an input bus: into the buffers given, or by pointing the
@@ -50,13 +52,16 @@ using AUHostTransportStateBlock =
     std::function<bool(std::uint32_t* flags, double* currentSamplePosition,
                        double* cycleStartBeatPosition, double* cycleEndBeatPosition)>;
 
+/// Sends the audio unit a MIDI message of `length` bytes, to take effect at `time` (frames).
 using AUScheduleMIDIEventBlock = std::function<void(
     AUEventSampleTime time, std::uint8_t cable, std::int64_t length, const std::uint8_t* bytes)>;
+/// Takes a MIDI message that the audio unit gives out; 0 or an error.
 using AUMIDIOutputEventBlock = std::function<AUAudioUnitStatus(
     AUEventSampleTime time, std::uint8_t cable, std::int64_t length, const std::uint8_t* bytes)>;
 
 /// One entry of a saved state: a number, a text, or parameter values by address.
 using AUStateValue = std::variant<std::int64_t, std::string, std::map<AUParameterAddress, AUValue>>;
+/// A saved state, by key.
 using AUState = std::map<std::string, AUStateValue>;
 
 /// The base class of audio units. Everything but the render block belongs to the host's
@@ -89,8 +94,8 @@ class AUAudioUnit {
     AUAudioFrameCount maximumFramesToRender() const { return maximumFramesToRender_; }
     void setMaximumFramesToRender(AUAudioFrameCount frames);
 
-    /// False, with *error set where error is given: here, when maximumFramesToRender is 0
-    /// (kAudioUnitErr_FailedInitialization). Subclasses call this first.
+    /// Makes ready to render; subclasses call this first. False, with *error set where error is
+    /// given: here, when maximumFramesToRender is 0 (kAudioUnitErr_FailedInitialization).
     virtual bool allocateRenderResourcesAndReturnError(NSError* error);
     virtual void deallocateRenderResources();
     bool renderResourcesAllocated() const { return renderResourcesAllocated_; }

@@ -11,7 +11,7 @@ class NSError;
 /// One input or output of an audio unit.
 class AUAudioUnitBus {
  public:
-    /// Null, with *error set where error is given, when there is no format.
+    /// A bus with a format. Null, with *error set where error is given, when there is none.
     static std::shared_ptr<AUAudioUnitBus> initWithFormat(std::shared_ptr<AVAudioFormat> format,
                                                           NSError* error);
 

@@ -11,6 +11,7 @@ namespace platform {
 
 class AUAudioUnit;
 
+/// Which side of the audio unit.
 enum class AUAudioUnitBusType { input = 1, output = 2 };
 
 /// The busses of one side of an audio unit, which owns the array and outlives it.

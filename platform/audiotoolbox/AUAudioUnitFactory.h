@@ -14,7 +14,8 @@ class AUAudioUnitFactory {
  public:
     virtual ~AUAudioUnitFactory() = default;
 
-    /// Null, with *error set where error is given, when it cannot be made.
+    /// A new audio unit for the description. Null, with *error set where error is given, when it
+    /// cannot be made.
     virtual std::shared_ptr<AUAudioUnit> createAudioUnit(
         const AudioComponentDescription& description, NSError* error) = 0;
 };

@@ -9,7 +9,7 @@ namespace platform {
 using AUAudioUnitStatus = std::int32_t;
 
 enum : AUAudioUnitStatus {
-    invalidComponentID = -3000,  // a description that names no single component
+    invalidComponentID = -3000,  ///< a description that names no single component
     kAudioUnitErr_InvalidPropertyValue = -10851,
     kAudioUnitErr_FormatNotSupported = -10868,
     kAudioUnitErr_TooManyFramesToProcess = -10874,

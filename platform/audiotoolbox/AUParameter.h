@@ -12,20 +12,23 @@ namespace platform {
 
 class AUParameterTree;
 
+/// How a host shows a parameter: as a number, a choice of names, a switch.
 enum AudioUnitParameterUnit : std::uint32_t {
     kAudioUnitParameterUnit_Generic = 0,
     kAudioUnitParameterUnit_Indexed = 1,
     kAudioUnitParameterUnit_Boolean = 2,
 };
 
+/// Bits: what a host may do with a parameter.
 using AudioUnitParameterOptions = std::uint32_t;
 inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_IsReadable = 0x40000000;
 inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_IsWritable = 0x80000000;
 
+/// What a change means to somebody who records automation.
 enum AUParameterAutomationEventType : std::uint32_t {
     AUParameterAutomationEventTypeValue = 0,
-    AUParameterAutomationEventTypeTouch = 1,    // a person takes hold of the control
-    AUParameterAutomationEventTypeRelease = 2,  // and lets go of it
+    AUParameterAutomationEventTypeTouch = 1,    ///< a person takes hold of the control
+    AUParameterAutomationEventTypeRelease = 2,  ///< and lets go of it
 };
 
 /// Names one observer of a tree, also as the originator of a change; null for none.

@@ -21,8 +21,11 @@ using AUParameterObserver = std::function<void(AUParameterAddress address, AUVal
 using AUParameterAutomationObserver = std::function<void(AUParameterAddress address, AUValue value,
                                                          AUParameterAutomationEventType type)>;
 
+/// The audio unit's part: takes a value that was set. On the setter's thread, as the others.
 using AUImplementorValueObserver = std::function<void(AUParameter& parameter, AUValue value)>;
+/// The audio unit's part: says the present value.
 using AUImplementorValueProvider = std::function<AUValue(const AUParameter& parameter)>;
+/// The audio unit's part: the text for *value, or for the present value when value is null.
 using AUImplementorStringFromValueCallback =
     std::function<std::string(const AUParameter& parameter, const AUValue* value)>;
 
@@ -42,7 +45,7 @@ class AUParameterTree {
 
     const std::vector<std::shared_ptr<AUParameter>>& allParameters() const { return children_; }
 
-    /// Null where there is no such parameter.
+    /// A parameter by its address, or by its identifier. Null where there is none such.
     std::shared_ptr<AUParameter> parameterWithAddress(AUParameterAddress address) const;
     std::shared_ptr<AUParameter> valueForKey(std::string_view identifier) const;
 

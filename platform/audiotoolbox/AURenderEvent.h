@@ -4,11 +4,16 @@
 
 namespace platform {
 
+/// Frames on the clock of AudioTimeStamp::mSampleTime.
 using AUEventSampleTime = std::int64_t;
+/// A parameter's number within its audio unit.
 using AUParameterAddress = std::uint64_t;
+/// A parameter's value, in its own range.
 using AUValue = float;
+/// A number of frames: one sample of each channel.
 using AUAudioFrameCount = std::uint32_t;
 
+/// Which form of AURenderEvent it is; all MIDI messages but exclusive ones are of one type.
 enum AURenderEventType : std::uint8_t {
     AURenderEventParameter = 1,
     AURenderEventParameterRamp = 2,

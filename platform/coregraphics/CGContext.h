@@ -13,7 +13,9 @@ class CGBitmapContext;
 class CGFont;
 class CGImage;
 
+/// How a line ends: at its point, or half a width beyond it, round or square.
 enum class CGLineCap { butt, round, square };
+/// How two pieces of a line meet: in a point, round, or cut off.
 enum class CGLineJoin { miter, round, bevel };
 
 /// What is drawn on. An interface: a back end is a subclass behind a factory of its own.

@@ -9,11 +9,13 @@ namespace platform {
 /// Lengths and coordinates: points (or canvas units) with y growing downward.
 using CGFloat = double;
 
+/// A place, or a way from one to another.
 struct CGPoint {
     CGFloat x = 0, y = 0;
     bool operator==(const CGPoint&) const = default;
 };
 
+/// Width and height; may be negative where a rectangle has it.
 struct CGSize {
     CGFloat width = 0, height = 0;
     bool operator==(const CGSize&) const = default;

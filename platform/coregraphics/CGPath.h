@@ -50,6 +50,7 @@ class CGPath {
     CGPoint start_, current_;
 };
 
+/// The same type: a path may always be added to.
 using CGMutablePath = CGPath;
 
 }  // namespace platform

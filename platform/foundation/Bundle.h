@@ -15,10 +15,11 @@ class Bundle {
     /// Of a given program or shared object.
     explicit Bundle(std::string modulePath) : modulePath_(std::move(modulePath)) {}
 
-    /// Empty where the system does not say.
+    /// The program or shared object itself; empty where the system does not say.
     const std::string& executablePath() const { return modulePath_; }
-    /// The first of these that is a folder: Resources/ beside the module, ../share/<its name
-    /// without extension>/ of an installation, the module's own folder. Nothing if none is.
+    /// The first of these that is a folder: Resources/ beside the module, `../share/NAME/` of an
+    /// installation, NAME being the module's without extension, the module's own folder. Nothing
+    /// if none is.
     std::optional<URL> resourceURL() const;
 
  private:

@@ -8,6 +8,7 @@ namespace platform {
 /// Where the system's console lines go. Any thread may print; a line is delivered whole.
 namespace console {
 
+/// Takes a line without its line feed, one at a time, on the thread that prints it.
 using Sink = std::function<void(std::string_view line)>;
 
 /// Prints one line; the line feed is the sink's to add.

@@ -9,6 +9,7 @@ namespace platform {
 class NSError;
 class URL;
 
+/// A file's or an answer's bytes.
 using Data = std::vector<std::byte>;
 
 /// Everything behind a file:, http: or https: URL, fetched before it returns (redirections are

@@ -23,7 +23,8 @@ class DirectoryEnumerator {
     /// Of the directory itself; absent if they could not be read.
     virtual const std::optional<FileAttributes>& directoryAttributes() const = 0;
 
-    /// Null if path cannot be opened as a directory (a link to one can); errno says why.
+    /// A walk through the directory at a path. Null if path cannot be opened as a directory (a link
+    /// to one can); errno says why.
     static std::unique_ptr<DirectoryEnumerator> open(const std::string& path);
 };
 

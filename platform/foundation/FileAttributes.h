@@ -65,7 +65,7 @@ class FileAttributes {
     FileAttributes(std::initializer_list<Entry> entries) : entries_(entries) {}
 
     bool isEmpty() const { return entries_.empty(); }
-    /// Null if the key is not there.
+    /// A key's value. Null if the key is not there.
     const FileAttributeValue* find(FileAttributeKey key) const;
     void set(FileAttributeKey key, FileAttributeValue value);
 

@@ -39,7 +39,8 @@ class FileManager {
     /// Absolute, links resolved; empty if the directory has been removed.
     virtual std::string currentDirectoryPath() const;
 
-    /// Null if path is no directory or may not be read.
+    /// A walk through everything below a directory. Null if path is no directory or may not be
+    /// read.
     virtual std::unique_ptr<DirectoryEnumerator> enumerator(const std::string& path) const;
 
     /// Follows links: a dangling one does not exist, one to a directory is a directory.

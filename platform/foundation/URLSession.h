@@ -47,6 +47,7 @@ class URLSessionDataTask {
 /// Fetches file:, http: and https: URLs on a thread of its own, many at a time.
 class URLSession {
  public:
+    /// What a session's fetches are held to.
     struct Configuration {
         double timeoutForRequest = 60;                ///< seconds without a byte
         double timeoutForResource = 7 * 24 * 3600;    ///< seconds for the whole
@@ -68,6 +69,7 @@ class URLSession {
     URLSession(const URLSession&) = delete;
     URLSession& operator=(const URLSession&) = delete;
 
+    /// A fetch that has not begun. Any thread.
     std::shared_ptr<URLSessionDataTask> dataTask(URL url, CompletionHandler completion);
 
  private:

@@ -10,6 +10,7 @@ namespace platform {
 class NSLayoutConstraint;
 class UIView;
 
+/// What of a view a constraint ties. leading is left, trailing right.
 enum class NSLayoutAttribute {
     left,
     right,
@@ -54,7 +55,7 @@ class NSLayoutConstraint {
 
     bool isActive() const { return active_; }
     std::shared_ptr<UIView> firstItem() const { return first_.view_.lock(); }
-    /// Null for an equation with a constant alone.
+    /// The other anchor's view. Null for an equation with a constant alone.
     std::shared_ptr<UIView> secondItem() const { return second_.view_.lock(); }
     Attribute firstAttribute() const { return first_.attribute_; }
     Attribute secondAttribute() const { return second_.attribute_; }

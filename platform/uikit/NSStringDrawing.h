@@ -7,6 +7,7 @@
 
 namespace platform {
 
+/// Where lines stand across their rectangle.
 enum class NSTextAlignment { left, center, right };
 
 /// How a text looks. Main thread only, as fonts are.

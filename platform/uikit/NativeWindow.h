@@ -12,8 +12,10 @@ namespace platform {
 
 class UIWindow;
 
+/// The keys that mean something to somebody.
 enum class Key { other, left, right, up, down, space, escape };
 
+/// A key going down, or repeating while it is held.
 struct KeyStroke {
     Key key = Key::other;
     bool shift = false;
@@ -25,6 +27,7 @@ struct KeyStroke {
 /// trackpad's pinch and the wheel with Ctrl are pinches. Main thread.
 class NativeWindow {
  public:
+    /// How a window comes up.
     struct Options {
         std::string title;
         /// A foreign window that it is to live in; 0 for a window of its own.

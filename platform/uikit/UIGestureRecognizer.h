@@ -13,6 +13,7 @@ namespace platform {
 class GestureCenter;
 class UIView;
 
+/// Where a gesture is; UIGestureRecognizer tells the ways between them.
 enum class UIGestureRecognizerState { possible, began, changed, ended, cancelled, failed };
 
 /// A state machine that reads the touches of its view and of everything inside it, and the time.

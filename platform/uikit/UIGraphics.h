@@ -8,6 +8,7 @@ namespace platform {
 CGContext* UIGraphicsGetCurrentContext();
 /// The context must stay alive until it is popped.
 void UIGraphicsPushContext(CGContext& context);
+/// Goes back to the context before the last push. One pop a push.
 void UIGraphicsPopContext();
 
 /// Pushes for its own lifetime.
