@@ -29,16 +29,14 @@ void CircularBuffer2::rewind(std::int32_t frames) {
 }
 
 void CircularBuffer2::write(const float* left, const float* right, std::int32_t count) {
-    if (!left || !right) return;
-    traverse(count, [=](std::int32_t i, float& ringLeft, float& ringRight) {
+    traverse(left && right ? count : 0, [=](std::int32_t i, float& ringLeft, float& ringRight) {
         ringLeft = left[i];
         ringRight = right[i];
     });
 }
 
 void CircularBuffer2::read(float* left, float* right, std::int32_t count) {
-    if (!left || !right) return;
-    traverse(count, [=](std::int32_t i, float& ringLeft, float& ringRight) {
+    traverse(left && right ? count : 0, [=](std::int32_t i, float& ringLeft, float& ringRight) {
         left[i] = ringLeft;
         right[i] = ringRight;
     });
@@ -50,21 +48,18 @@ void CircularBuffer2::skip(float* left, float* right, std::int32_t count) {
     if (right) std::fill_n(right, count, 0.0f);
     // Many skips in a row end at the type's limit, which is as much past the end as any other
     // place.
-    constexpr auto last = std::numeric_limits<std::int32_t>::max();
-    pos = pos > last - count ? last : pos + count;
+    pos += std::min(count, std::numeric_limits<std::int32_t>::max() - pos);
 }
 
 void CircularBuffer2::exchange(float* left, float* right, std::int32_t count) {
-    if (!left || !right) return;
-    traverse(count, [=](std::int32_t i, float& ringLeft, float& ringRight) {
+    traverse(left && right ? count : 0, [=](std::int32_t i, float& ringLeft, float& ringRight) {
         std::swap(left[i], ringLeft);
         std::swap(right[i], ringRight);
     });
 }
 
 void CircularBuffer2::accumulate(float* left, float* right, std::int32_t count) {
-    if (!left || !right) return;
-    traverse(count, [=](std::int32_t i, float& ringLeft, float& ringRight) {
+    traverse(left && right ? count : 0, [=](std::int32_t i, float& ringLeft, float& ringRight) {
         const float oldLeft = std::exchange(ringLeft, left[i]);
         const float oldRight = std::exchange(ringRight, right[i]);
         left[i] = oldLeft + left[i];
@@ -90,7 +85,7 @@ void CircularBuffer2::resample() {
     const float ratio = static_cast<float>(size) / static_cast<float>(frames);
     for (std::int32_t i = 0; i < frames; ++i) {
         const auto nearest = saturate<std::int32_t>(ratio * static_cast<float>(i));
-        const std::int32_t index = std::clamp(nearest, 0, size - 1);
+        const std::int32_t index = std::min(nearest, size - 1);
         lastValueL = (data[0][index] + lastValueL) * 0.5f;
         lastValueR = (data[1][index] + lastValueR) * 0.5f;
         resampled.data[0][i] = lastValueL;
@@ -100,7 +95,7 @@ void CircularBuffer2::resample() {
 
 void CircularBuffer2::wrap() {
     pos = 0;
-    if (static_cast<float>(size) / static_cast<float>(resampled.size) != 1.0f) resample();
+    resample();
     notify();
 }
 

@@ -1,7 +1,5 @@
 #include "dsp/DSPKernel.h"
 
-#include <algorithm>
-
 #include "dsp/saturate.h"
 #include "platform/audiotoolbox/AURenderEvent.h"
 #include "platform/audiotoolbox/AudioTimeStamp.h"
@@ -10,18 +8,11 @@ namespace qov {
 
 namespace {
 
-std::int64_t truncated(double sampleTime) {
-    if (sampleTime != sampleTime) return 0;
-    if (sampleTime >= 0x1p63) return INT64_MAX;
-    if (sampleTime <= -0x1p63) return INT64_MIN;
-    return static_cast<std::int64_t>(sampleTime);
-}
-
 // Frames from now to an event, by the wrapping difference of their times; 0 for one that is late.
 std::uint32_t framesUntil(std::int64_t eventTime, std::int64_t now) {
     const auto difference = static_cast<std::int64_t>(static_cast<std::uint64_t>(eventTime) -
                                                       static_cast<std::uint64_t>(now));
-    return saturate<std::uint32_t>(std::max(static_cast<double>(difference), 0.0));
+    return saturate<std::uint32_t>(static_cast<double>(difference));
 }
 
 }  // namespace
@@ -29,7 +20,7 @@ std::uint32_t framesUntil(std::int64_t eventTime, std::int64_t now) {
 void DSPKernel::processWithEvents(const platform::AudioTimeStamp& timestamp,
                                   std::uint32_t frameCount, const platform::AURenderEvent* events) {
     if (frameCount == 0) return;
-    auto now = truncated(timestamp.mSampleTime);
+    auto now = saturate<std::int64_t>(timestamp.mSampleTime);
     std::uint32_t remaining = frameCount;
     const platform::AURenderEvent* event = events;
     do {

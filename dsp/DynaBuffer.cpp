@@ -15,13 +15,11 @@ float* DynaBuffer::allocate(std::int32_t frames) {
         clear();
     } else if (frames < 1) {
         release();
-    } else if (frames > size && frames <= capacity_) {
+    } else if (frames > capacity_) {
+        DynaBuffer::reallocate(frames);
+    } else if (frames > size) {
         size = frames;
         clear();
-    } else if (frames > size) {
-        release();
-        data = allocateSamples(frames);
-        if (data) size = capacity_ = frames;
     }
     return data;
 }
@@ -35,11 +33,10 @@ float* DynaBuffer::reallocate(std::int32_t frames) {
 }
 
 void DynaBuffer::clear() {
-    if (data && size > 0) std::fill_n(data, size, 0.0f);
+    std::fill_n(data, size, 0.0f);
 }
 
 void DynaBuffer::release() {
-    if (size == 0) return;
     freeSamples(data);
     data = nullptr;
     size = capacity_ = 0;

@@ -15,13 +15,10 @@ float* DynaBuffer2::getChannel(std::int32_t index) {
 }
 
 void DynaBuffer2::clear() {
-    if (size < 1) return;
-    for (float* channel : data)
-        if (channel) std::fill_n(channel, size, 0.0f);
+    for (float* channel : data) std::fill_n(channel, size, 0.0f);
 }
 
 void DynaBuffer2::release() {
-    if (size == 0) return;
     for (float*& channel : data) {
         freeSamples(channel);
         channel = nullptr;
@@ -38,14 +35,10 @@ float** DynaBuffer2::allocate(std::int32_t frames) {
     } else {
         release();
         for (float*& channel : data) channel = allocateSamples(frames);
-        if (data[0] && data[1]) {
+        if (data[0] && data[1])
             size = dataSize = frames;
-        } else {
-            for (float*& channel : data) {
-                freeSamples(channel);
-                channel = nullptr;
-            }
-        }
+        else
+            release();
     }
     return data;
 }

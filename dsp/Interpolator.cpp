@@ -1,7 +1,6 @@
 #include "dsp/Interpolator.h"
 
 #include <cmath>
-#include <limits>
 
 namespace qov {
 
@@ -23,7 +22,6 @@ void Interpolator::setTarget(float value) {
         return;
     }
     increase = difference * stepOfRamp;
-    if (std::fabs(increase) < std::numeric_limits<float>::min()) increase = 0;
 }
 
 float Interpolator::tick() {

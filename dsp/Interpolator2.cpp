@@ -14,8 +14,8 @@ bool Interpolator2::advance() {
     }
     if (increase == 0) return false;
     currentValue += increase;
-    const bool isThere = increase > 0 ? currentValue >= destinationValue
-                                      : increase < 0 && currentValue <= destinationValue;
+    const bool isThere =
+        increase > 0 ? currentValue >= destinationValue : currentValue <= destinationValue;
     if (isThere) {
         currentValue = destinationValue;
         increase = 0;

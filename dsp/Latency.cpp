@@ -43,21 +43,13 @@ void Latency::prepare(std::int32_t longest) {
 
 void Latency::write(const float* samples, std::int32_t count) {
     if (!samples || lSize == 0) return;
-    for (std::int32_t i = 0; i < count; ++i) {
-        if (!data || size == 0) return;
-        if (pos >= end()) wrap(precedingFrame_);
-        if (!data) return;
-        data[pos++] = samples[i];
-        precedingFrame_ = samples[i];
-    }
+    for (std::int32_t i = 0; i < count && isReady(precedingFrame_); ++i)
+        data[pos++] = precedingFrame_ = samples[i];
 }
 
 void Latency::exchange(float* samples, std::int32_t count) {
     if (!samples) return;
-    for (std::int32_t i = 0; i < count; ++i) {
-        if (!data || size == 0) return;
-        if (pos >= end()) wrap(precedingFrame_);
-        if (!data) return;
+    for (std::int32_t i = 0; i < count && isReady(precedingFrame_); ++i) {
         std::swap(samples[i], data[pos++]);
         precedingFrame_ = samples[i];
     }
@@ -66,11 +58,7 @@ void Latency::exchange(float* samples, std::int32_t count) {
 void Latency::exchange(const float* in, float* out, std::int32_t count, float gain,
                        const ChainLoops& loops) {
     std::int32_t i = 0;
-    while (i < count && data && size > 0) {
-        if (pos >= end()) {
-            wrap(i > 0 ? out[i - 1] : precedingFrame_);
-            if (!data) break;
-        }
+    while (i < count && isReady(i > 0 ? out[i - 1] : precedingFrame_)) {
         std::int32_t run = std::min(count - i, end() - pos);
         if (pos == 0 && end() < shortestRun && end() < count - i &&
             lSize == loadRelaxed(lNewSize)) {
@@ -82,7 +70,6 @@ void Latency::exchange(const float* in, float* out, std::int32_t count, float ga
         }
         i += run;
     }
-    if (i > 0) precedingFrame_ = out[i - 1];
     if (i < count) copyScaled(in + i, out + i, count - i, gain, loops);
 }
 
@@ -109,6 +96,11 @@ void Latency::shift(const float* in, float* out, std::int32_t count, float gain,
 // Within the storage, whatever has been done to it from outside.
 std::int32_t Latency::end() const {
     return std::min(lSize, size);
+}
+
+bool Latency::isReady(float preceding) {
+    if (data && pos >= end()) wrap(preceding);
+    return data != nullptr;
 }
 
 void Latency::wrap(float preceding) {

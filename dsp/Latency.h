@@ -21,6 +21,7 @@ class Latency final : public CircularBuffer {
     /// Delays the block in place by lSize frames.
     void exchange(float* samples, std::int32_t count) override;
     /// The same over runs: out = in x gain, delayed. in and out are the same block or apart.
+    /// setPrecedingFrame() is due before the next block.
     void exchange(const float* in, float* out, std::int32_t count, float gain,
                   const ChainLoops& loops);
     /// Requests a length in frames, at least 1.
@@ -38,6 +39,7 @@ class Latency final : public CircularBuffer {
 
  private:
     std::int32_t end() const;
+    bool isReady(float preceding);
     void wrap(float preceding);
     void shift(const float* in, float* out, std::int32_t count, float gain,
                const ChainLoops& loops);

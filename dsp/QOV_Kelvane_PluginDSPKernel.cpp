@@ -46,7 +46,7 @@ bool areApart(const float* one, const float* other, std::uint32_t frames) {
 
 // Half of it is exact: then a product with it in float is rounded once, just as in double.
 bool canHalve(float amount) {
-    return amount * 0.5f * 2.0f == amount || amount != amount;
+    return amount * 0.5f * 2.0f == amount;
 }
 
 }  // namespace
@@ -199,8 +199,7 @@ void QOV_Kelvane_PluginDSPKernel::process(std::uint32_t frameCount, std::uint32_
     }
     // The delay line works in the output: before the next segment there stands what has just gone
     // out, not what left the line.
-    if (frameCount > 0)
-        latency.setPrecedingFrame(samples(outBufferListPtr, 0, bufferOffset)[frameCount - 1]);
+    latency.setPrecedingFrame(samples(outBufferListPtr, 0, bufferOffset)[frameCount - 1]);
 }
 
 void QOV_Kelvane_PluginDSPKernel::copyThrough(std::uint32_t frameCount,
@@ -227,7 +226,7 @@ void QOV_Kelvane_PluginDSPKernel::renderSegment(std::uint32_t frameCount,
                           areApart(inLeft, right, frameCount) &&
                           areApart(inRight, left, frameCount);
     // Its own callback leaves the ring as it is; another one may do as it likes.
-    const bool ringStays = !circular.onBuffer || circular.onBuffer == onCaptureFull;
+    const bool ringStays = circular.onBuffer == onCaptureFull;
     if (loops && ordinary && circular.isReady() && ringStays && canHalve(kelvane.fAmount)) {
         renderFused(segment, *loops, inLeft, inRight, left, right, count);
     } else {

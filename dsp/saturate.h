@@ -8,9 +8,9 @@ namespace qov {
 template <class Integer>
 constexpr Integer saturate(double value) {
     using Limits = std::numeric_limits<Integer>;
-    static_assert(sizeof(Integer) <= 4, "its limits are exact as double");
     if (value != value) return 0;
     if (value <= static_cast<double>(Limits::min())) return Limits::min();
+    // As double the greatest 64-bit number is the first beyond the range.
     if (value >= static_cast<double>(Limits::max())) return Limits::max();
     return static_cast<Integer>(value);
 }

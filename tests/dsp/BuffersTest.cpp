@@ -34,6 +34,7 @@ TEST(DynaBufferRules, AllocateAndReallocate) {
     buffer.allocate(-1);
     EXPECT_EQ(buffer.getData(), nullptr);
     EXPECT_EQ(buffer.getSize(), 0);
+    EXPECT_NE(buffer.allocate(1), nullptr);
 }
 
 TEST(DynaBuffer2Rules, AllocateAndChannels) {
@@ -86,7 +87,10 @@ TEST(Ring, TraversalsWrapAndNotifyOnTheFrameAfterTheLast) {
          {1, 2, 3, 4},
          {7, 7, 7},
          0},
-        {[](auto& ring, float*, float* r) { ring.exchange(nullptr, r, 3); },
+        {[](auto& ring, float* l, float* r) {
+             ring.write(nullptr, r, 3), ring.read(l, nullptr, 3);
+             ring.exchange(nullptr, r, 3), ring.accumulate(l, nullptr, 3);
+         },
          {1, 2, 3, 4},
          {7, 7, 7},
          0}};
@@ -100,8 +104,6 @@ TEST(Ring, TraversalsWrapAndNotifyOnTheFrameAfterTheLast) {
             ring.data[0][i] = static_cast<float>(i + 1);
             ring.data[1][i] = static_cast<float>(10 * (i + 1));
         }
-        ring.rewind(5);
-        EXPECT_EQ(ring.pos, 0) << "no further back than its size";
         ring.rewind(2);
         Samples left(3, 7), right(3, 70);
         one.run(ring, left.data(), right.data());
@@ -114,13 +116,29 @@ TEST(Ring, TraversalsWrapAndNotifyOnTheFrameAfterTheLast) {
     }
 }
 
+TEST(Ring, RewindsWithinItsSize) {
+    CircularBuffer2 ring;
+    Latency line;
+    for (const auto& [frames, pos] :
+         {std::pair{0, 1024}, {-1, 1024}, {1024, 0}, {1025, 0}, {1, 1023}}) {
+        ring.rewind(frames);
+        line.rewind(frames);
+        EXPECT_EQ(ring.pos, pos) << frames;
+        EXPECT_EQ(line.pos, pos) << frames;
+    }
+}
+
 TEST(Ring, SkipGoesOnWithoutAWrapUntilTheNextTraversal) {
     CircularBuffer2 ring;
     Samples left(600, 1), right(600, 1);
     ring.skip(left.data(), right.data(), 600);
     ring.skip(left.data(), right.data(), 600);
     EXPECT_EQ(left, Samples(600));
+    EXPECT_EQ(right, Samples(600));
+    ring.skip(nullptr, nullptr, 0);
     EXPECT_EQ(ring.pos, 1200);
+    for (int i = 0; i < 2; ++i) ring.skip(nullptr, nullptr, INT32_MAX);
+    EXPECT_EQ(ring.pos, INT32_MAX);
     left[0] = right[0] = 5;
     ring.write(left.data(), right.data(), 1);
     EXPECT_EQ(ring.data[0][0], 5.0f);
@@ -143,13 +161,27 @@ TEST(Ring, ResamplesByNearestFramesAveragedWithTheValueBefore) {
     Samples left(1), right(1);
     ring.read(left.data(), right.data(), 1);
     // Frames 0, 2 and 5 of 8/3 each: (0+0)/2, (2+0)/2, (5+1)/2; the average goes on from there.
-    EXPECT_EQ(Samples(ring.resampled.data[0], ring.resampled.data[0] + 3), (Samples{0, 1, 3}));
+    for (const float* channel : ring.resampled.data)
+        EXPECT_EQ(Samples(channel, channel + 3), (Samples{0, 1, 3}));
     EXPECT_EQ(ring.lastValueR, 3.0f);
+    // To more frames than there are: each twice, up to the last.
+    ring.allocateResampled(16);
+    ring.rewind(0);
+    ring.read(left.data(), right.data(), 1);
+    EXPECT_EQ(ring.resampled.data[0][0], 1.5f);
+    EXPECT_EQ(ring.resampled.data[1][2], (1 + 0.75f) / 2);
+    EXPECT_NEAR(ring.lastValueL, 6.6667327f, 1e-6f);
+    ring.allocateResampled(8);
+    ring.resample();
+    EXPECT_EQ(ring.resampled.data[0][0], 1.5f) << "its own size is no other";
+    ring.reset();
+    EXPECT_EQ(ring.lastValueL + ring.lastValueR + ring.resampled.data[0][0], 0.0f);
 }
 
 TEST(DelayLine, DelaysByItsLengthAndRepeatsAFrameWhereTheLengthChanges) {
     Latency line;
     EXPECT_EQ(line.getSize(), 1024);
+    EXPECT_EQ(line.lSize, 1024);
     line.setLength(3);
     line.reset();
     EXPECT_EQ(line.pos, 1024);
@@ -178,6 +210,11 @@ TEST(DelayLine, WritesLikeItExchangesButLeavesTheBlock) {
     EXPECT_EQ(in, Samples(1500, 0.5f));
     EXPECT_EQ(written.pos, exchanged.pos);
     EXPECT_EQ(difference("line", written.data, exchanged.data, 1024), "");
+    written.write(nullptr, 1);
+    exchanged.exchange(nullptr, 1);
+    written.lSize = 0;
+    written.write(in.data(), 1);
+    EXPECT_EQ(written.pos, exchanged.pos) << "nothing to do";
 }
 
 }  // namespace

@@ -71,7 +71,8 @@ INSTANTIATE_TEST_SUITE_P(
              "p70@0 e1 p10@70 e2 p4294967280@80 "},
         Case{"timeIsTruncatedTowardZero", -0.9, 64, {{3, 1}}, "p3@0 e1 p61@3 "},
         Case{"timeThatIsNoNumberIsZero", NAN, 64, {{3, 1}}, "p3@0 e1 p61@3 "},
-        Case{"timeBeyondTheClockSaturates", 1e300, 64, {{INT64_MAX - 1, 1}}, "e1 p64@0 "}),
+        Case{"timeBeyondTheClockSaturates", 0x1p63, 64, {{INT64_MAX - 1, 1}}, "e1 p64@0 "},
+        Case{"timeBeforeTheClockSaturates", -1e300, 64, {{INT64_MIN + 3, 1}}, "p3@0 e1 p61@3 "}),
     [](const auto& one) { return std::string(one.param.name); });
 
 TEST(Events, ArePassedOnByTheirType) {

@@ -189,14 +189,30 @@ TEST(Sound, InterpolatorsWaitTheirDelayAndTellOfTheirArrival) {
         *static_cast<int*>(callee) += 1 + zero;
         self->currentValue = 5;  // read again after the call
     };
-    ramp.delay = 2;
-    ramp.setTarget(-16);
-    for (const float expected : {0.0f, 0.0f, -1.0f, -2.0f}) EXPECT_EQ(ramp.tick(), expected);
-    for (int i = 3; i < 16; ++i) ramp.tick();
-    EXPECT_EQ(ramp.tick(), 5.0f);
-    EXPECT_EQ(arrivals, 1);
-    ramp.setTarget(5 + 1e-37f * 16);
-    EXPECT_EQ(ramp.increase, 0.0f);
+    for (const float step : {-1.0f, 1.0f}) {
+        ramp.rest(0);
+        ramp.delay = 2;
+        ramp.setTarget(16 * step);
+        for (const float expected : {0.0f, 0.0f, step, 2 * step}) EXPECT_EQ(ramp.tick(), expected);
+        for (int i = 3; i < 16; ++i) ramp.tick();
+        EXPECT_EQ(ramp.tick(), 5.0f) << "in the sixteenth step";
+    }
+    EXPECT_EQ(arrivals, 2);
+    ramp.rest(0);
+    EXPECT_EQ(ramp.time, 512);
+    ramp.setTarget(1e-6f);
+    EXPECT_EQ(ramp.currentValue, 0.0f) << "just far enough for a ramp";
+}
+
+TEST(Sound, ValuesOutOfRangeHoldWidthAtItsEndAndPanoramaBeforeIt) {
+    for (const float side : {-1.0f, 1.0f}) {
+        KernelRig rig;
+        for (const auto address : {kStereoWidth, kPanorama})
+            rig.kernel.setParameter(address, 0.5f + 0.6f * side);
+        rig.settle();
+        EXPECT_EQ(rig.kernel.stereo.fAdjust, side);
+        EXPECT_NEAR(rig.kernel.panpot.fPan, side * 1.2f * 13 / 16, 1e-6f) << "the last inside";
+    }
 }
 
 // The law that follows the ramp frame by frame ends where the direct law stands.
