@@ -83,13 +83,14 @@ TEST(Kernel, OutlivesADelayLengthBeyondAllMemory) {
     getrlimit(RLIMIT_AS, &before);
     const rlimit tight{rlim_t{4} << 30, before.rlim_max};
     setrlimit(RLIMIT_AS, &tight);
-    left.resize(3000), right.resize(3000);
-    std::iota(left.begin(), left.end(), 1.0f);
-    rig.render(left, right);
+    Samples input(4000), other(4000), output(4000, -9);
+    std::iota(input.begin(), input.end(), 1.0f);
+    rig.render(input.data(), input.data(), output.data(), other.data(), 3000, nullptr);
     setrlimit(RLIMIT_AS, &before);
     EXPECT_EQ(rig.kernel.latency.data, nullptr);
     // The line was round after 341 frames of this cycle; the ring is late by 100 frames less.
-    EXPECT_EQ(Samples(left.begin() + 2388, left.begin() + 2390), (Samples{0, 342}));
+    EXPECT_EQ(Samples(output.begin() + 2388, output.begin() + 2390), (Samples{0, 342}));
+    EXPECT_EQ(output[3000], -9.0f);
     rig.kernel.reset();
     rig.render(left, right);
 }

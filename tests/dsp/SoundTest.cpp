@@ -215,19 +215,18 @@ TEST(Sound, ValuesOutOfRangeHoldWidthAtItsEndAndPanoramaBeforeIt) {
     }
 }
 
-// The law that follows the ramp frame by frame ends where the direct law stands.
 TEST(Sound, SmoothedPanoramaFollowsItsRampFrameByFrame) {
-    Panpot smoothed, direct;
-    smoothed.lSmoothed = 1;
-    smoothed.interp = {-1, 0, -0.25f, 16, 1};
-    Samples left(6, 1), right(6, 0.5f), directLeft(1, 1), directRight(1, 0.5f);
-    smoothed.process(left.data(), right.data(), 6);
-    direct.fPan = -1;
-    direct.process(directLeft.data(), directRight.data(), 1);
-    EXPECT_EQ(left[0], 1.0f) << "waiting";
-    EXPECT_FLOAT_EQ(left[2], 0.8f * (1 + 0.5f * 0.5f));
-    EXPECT_EQ(left[4], directLeft[0]);
-    EXPECT_EQ(right[5], directRight[0]);
+    for (const float side : {-1.0f, 1.0f}) {
+        Panpot smoothed;
+        smoothed.lSmoothed = 1;
+        smoothed.interp = {side, 0, side / 4, 16, 1};
+        Samples near(6, 1), far(6, 0.5f);
+        smoothed.process((side < 0 ? near : far).data(), (side < 0 ? far : near).data(), 6);
+        EXPECT_EQ(near[0], 1.0f) << "waiting";
+        EXPECT_FLOAT_EQ(near[2], 0.8f * (1 + 0.5f * 0.5f));
+        EXPECT_FLOAT_EQ(near[4], 0.6f * (1 + 0.5f));
+        EXPECT_EQ(far[5], 0.0f);
+    }
 }
 
 }  // namespace
