@@ -196,6 +196,7 @@ TEST(Sound, InterpolatorsWaitTheirDelayAndTellOfTheirArrival) {
         for (const float expected : {0.0f, 0.0f, step, 2 * step}) EXPECT_EQ(ramp.tick(), expected);
         for (int i = 3; i < 16; ++i) ramp.tick();
         EXPECT_EQ(ramp.tick(), 5.0f) << "in the sixteenth step";
+        ramp.tick();
     }
     EXPECT_EQ(arrivals, 2);
     ramp.rest(0);
