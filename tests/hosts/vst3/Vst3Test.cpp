@@ -13,10 +13,13 @@
 #include "hosts/vst3/ParameterPoints.h"
 #include "hosts/vst3/createEffect.h"
 #include "hosts/vst3/identity.h"
+#include "tests/hosts/vst3/Host.h"
 #include "tests/hosts/window/Screen.h"
 
 namespace qov::hosts::vst3 {
 namespace {
+
+namespace host = test::vst3;
 
 /// A plug-in as a host holds it.
 struct Effect {
@@ -76,50 +79,20 @@ TEST(Vst3, LeavesTheSignalToTheBlocksAndTheDisplayToTheHost) {
     effect.component(&v3_component::set_active, v3_bool{false});
 }
 
-/// More points than one stretch holds, so many on a frame.
-class CrowdedQueue final : public Unknown {
- public:
-    explicit CrowdedQueue(std::int32_t aFrame) : aFrame_(aFrame) {}
-    v3_param_changes** changes() { return reinterpret_cast<v3_param_changes**>(&changes_); }
-
- private:
-    void* find(const std::uint8_t*) noexcept override { return nullptr; }
-    std::int32_t count() noexcept { return 1; }
-    v3_param_value_queue** queueAt(std::int32_t) noexcept {
-        return reinterpret_cast<v3_param_value_queue**>(&queue_);
-    }
-    v3_param_value_queue** addQueue(v3_param_id*, std::int32_t*) noexcept { return nullptr; }
-    v3_param_id id() noexcept { return kPanorama; }
-    std::int32_t points() noexcept { return 9000; }
-    v3_result point(std::int32_t index, std::int32_t* frame, double* value) noexcept {
-        *frame = index / aFrame_;
-        *value = index / 8999.0;
-        return V3_OK;
-    }
-    v3_result addPoint(std::int32_t, double, std::int32_t*) noexcept { return V3_FALSE; }
-
-    static constexpr v3_param_changes_cpp changesTable{
-        unknownEntries,
-        {entry<&CrowdedQueue::count>, entry<&CrowdedQueue::queueAt>,
-         entry<&CrowdedQueue::addQueue>}};
-    static constexpr v3_param_value_queue_cpp queueTable{
-        unknownEntries,
-        {entry<&CrowdedQueue::id>, entry<&CrowdedQueue::points>, entry<&CrowdedQueue::point>,
-         entry<&CrowdedQueue::addPoint>}};
-
-    std::int32_t aFrame_;
-    Face changes_{&changesTable, this, this};
-    Face queue_{&queueTable, this, this};
-};
-
 TEST(Vst3, TakesEveryPointOfACrowdedBlockOnItsFrame) {
     constexpr std::uint32_t frames = 3000;
     const ToldValues told;
     ParameterPoints points;
-    CrowdedQueue spread(3);
+    // More points than one stretch holds, so many on a frame.
+    const auto crowd = [](std::uint32_t aFrame, host::Changes& changes) {
+        for (std::uint32_t i = 0; i < 9000; ++i) changes.add(kPanorama, i / aFrame, i / 8999.0);
+        return changes.face();
+    };
+    host::Changes spread, heap;
+    auto** changes = crowd(3, spread);
     std::int32_t seen = 0;
     for (std::uint32_t begin = 0; begin < frames;) {
-        const auto end = points.collect(spread.changes(), told, frames, begin, frames);
+        const auto end = points.collect(changes, told, frames, begin, frames);
         ASSERT_GT(end, begin);
         for (const auto& event : points.events()) {
             ASSERT_EQ(begin + event.frame, static_cast<std::uint32_t>(seen / 3));
@@ -130,8 +103,7 @@ TEST(Vst3, TakesEveryPointOfACrowdedBlockOnItsFrame) {
     }
     EXPECT_EQ(seen, 9000);
     // Of a single frame the stretch is as short as can be; only the last point is heard.
-    CrowdedQueue heap(9000);
-    EXPECT_EQ(points.collect(heap.changes(), told, frames, 0, frames), 1U);
+    EXPECT_EQ(points.collect(crowd(9000, heap), told, frames, 0, frames), 1U);
     ASSERT_FALSE(points.events().empty());
     EXPECT_EQ(points.events().back().value, 1.0F);
 }

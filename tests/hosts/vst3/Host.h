@@ -1,0 +1,205 @@
+#pragma once
+
+#include <poll.h>
+#include <travesty/audio_processor.h>
+#include <travesty/edit_controller.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "hosts/instance/EditExchange.h"
+#include "hosts/vst3/Interface.h"
+
+/// The host's side of the format's interfaces. These objects belong to who makes them; their counts
+/// keep nothing.
+namespace qov::test::vst3 {
+
+using hosts::EditExchange;
+using hosts::vst3::entry;
+using hosts::vst3::Face;
+using hosts::vst3::Unknown;
+using hosts::vst3::unknownEntries;
+
+class Owned : public Unknown {
+ protected:
+    void unheld() noexcept override {}
+};
+
+/// A block's points of one parameter.
+class Queue final : public Owned {
+ public:
+    explicit Queue(v3_param_id id) : id_(id) {}
+    void add(std::int32_t frame, double value) { points_.emplace_back(frame, value); }
+    v3_param_value_queue** face() { return reinterpret_cast<v3_param_value_queue**>(&face_); }
+
+ private:
+    void* find(const std::uint8_t*) noexcept override { return nullptr; }
+    v3_param_id getParamId() noexcept { return id_; }
+    std::int32_t getPointCount() noexcept { return static_cast<std::int32_t>(points_.size()); }
+    v3_result getPoint(std::int32_t index, std::int32_t* frame, double* value) noexcept {
+        *frame = points_[static_cast<std::size_t>(index)].first;
+        *value = points_[static_cast<std::size_t>(index)].second;
+        return V3_OK;
+    }
+    v3_result addPoint(std::int32_t, double, std::int32_t*) noexcept { return V3_FALSE; }
+
+    static constexpr v3_param_value_queue_cpp table{
+        unknownEntries,
+        {entry<&Queue::getParamId>, entry<&Queue::getPointCount>, entry<&Queue::getPoint>,
+         entry<&Queue::addPoint>}};
+
+    Face face_{&table, this, this};
+    v3_param_id id_;
+    std::vector<std::pair<std::int32_t, double>> points_;
+};
+
+class Changes final : public Owned {
+ public:
+    void clear() { queues_.clear(); }
+    void add(v3_param_id id, std::uint32_t frame, double value) {
+        auto& queue = queues_[id];
+        if (!queue) queue = std::make_unique<Queue>(id);
+        queue->add(static_cast<std::int32_t>(frame), value);
+    }
+    v3_param_changes** face() { return reinterpret_cast<v3_param_changes**>(&face_); }
+
+ private:
+    void* find(const std::uint8_t*) noexcept override { return nullptr; }
+    std::int32_t getParamCount() noexcept { return static_cast<std::int32_t>(queues_.size()); }
+    v3_param_value_queue** getParamData(std::int32_t index) noexcept {
+        return std::next(queues_.begin(), index)->second->face();
+    }
+    v3_param_value_queue** addParamData(v3_param_id*, std::int32_t*) noexcept { return nullptr; }
+
+    static constexpr v3_param_changes_cpp table{
+        unknownEntries,
+        {entry<&Changes::getParamCount>, entry<&Changes::getParamData>,
+         entry<&Changes::addParamData>}};
+
+    Face face_{&table, this, this};
+    std::map<v3_param_id, std::unique_ptr<Queue>> queues_;
+};
+
+/// A state in a project, dealt out a few bytes at a time.
+class Stream final : public Owned {
+ public:
+    explicit Stream(std::string_view content = {}) : bytes(content) {}
+    v3_bstream** face() { return reinterpret_cast<v3_bstream**>(&face_); }
+    std::string bytes;
+
+ private:
+    static constexpr std::int32_t most = 7;
+
+    void* find(const std::uint8_t*) noexcept override { return nullptr; }
+    v3_result read(void* to, std::int32_t size, std::int32_t* count) {
+        const auto left = static_cast<std::int32_t>(bytes.size() - at_);
+        *count = std::min({size, left, most});
+        std::memcpy(to, bytes.data() + at_, static_cast<std::size_t>(*count));
+        at_ += static_cast<std::size_t>(*count);
+        return V3_OK;
+    }
+    v3_result write(void* from, std::int32_t size, std::int32_t* count) {
+        *count = std::min(size, most);
+        bytes.append(static_cast<const char*>(from), static_cast<std::size_t>(*count));
+        return V3_OK;
+    }
+    v3_result seek(std::int64_t, std::int32_t, std::int64_t*) noexcept { return V3_FALSE; }
+    v3_result tell(std::int64_t*) noexcept { return V3_FALSE; }
+
+    static constexpr struct : v3_funknown {
+        v3_bstream stream;
+    } table{
+        unknownEntries,
+        {entry<&Stream::read>, entry<&Stream::write>, entry<&Stream::seek>, entry<&Stream::tell>}};
+
+    Face face_{&table, this, this};
+    std::size_t at_ = 0;
+};
+
+/// What the host is to the plug-in: component handler, run loop, frame of the view.
+class Host final : public Owned {
+ public:
+    v3_funknown** face() { return reinterpret_cast<v3_funknown**>(&loop_); }
+    v3_component_handler** handler() { return reinterpret_cast<v3_component_handler**>(&handler_); }
+    v3_plugin_frame** frame() { return reinterpret_cast<v3_plugin_frame**>(&frame_); }
+
+    void turn() {
+        for (auto* timer : std::vector(timers_)) v3_cpp_obj(timer)->on_timer(timer);
+        for (const auto& [events, descriptor] : std::vector(descriptors_)) {
+            pollfd ready{.fd = descriptor, .events = POLLIN, .revents = 0};
+            if (poll(&ready, 1, 0) == 1) v3_cpp_obj(events)->on_fd_is_set(events, descriptor);
+        }
+    }
+
+    std::vector<EditExchange::Edit> edits;
+    bool latencyChanged = false;
+
+ private:
+    void* find(const std::uint8_t* id) noexcept override {
+        return v3_tuid_match(id, v3_run_loop_iid) ? &loop_ : nullptr;
+    }
+
+    v3_result beginEdit(v3_param_id id) { return note(EditExchange::Edit::Kind::begin, id); }
+    v3_result performEdit(v3_param_id id, double value) {
+        performed_[id] = static_cast<float>(value);
+        return note(EditExchange::Edit::Kind::value, id);
+    }
+    v3_result endEdit(v3_param_id id) { return note(EditExchange::Edit::Kind::end, id); }
+    v3_result note(EditExchange::Edit::Kind kind, v3_param_id id) {
+        edits.push_back({kind, id, performed_[id]});
+        return V3_OK;
+    }
+    v3_result restartComponent(std::int32_t flags) {
+        if (flags & V3_RESTART_LATENCY_CHANGED) latencyChanged = true;
+        return V3_OK;
+    }
+
+    v3_result registerEventHandler(v3_event_handler** handler, int descriptor) {
+        descriptors_.emplace_back(handler, descriptor);
+        return V3_OK;
+    }
+    v3_result unregisterEventHandler(v3_event_handler** handler) {
+        std::erase_if(descriptors_, [&](const auto& entry) { return entry.first == handler; });
+        return V3_OK;
+    }
+    v3_result registerTimer(v3_timer_handler** handler, std::uint64_t) {
+        timers_.push_back(handler);
+        return V3_OK;
+    }
+    v3_result unregisterTimer(v3_timer_handler** handler) {
+        std::erase(timers_, handler);
+        return V3_OK;
+    }
+
+    v3_result resizeView(v3_plugin_view** view, v3_view_rect* rect) {
+        return v3_cpp_obj(view)->on_size(view, rect);
+    }
+
+    static constexpr struct : v3_funknown {
+        v3_component_handler handler;
+    } handlerTable{unknownEntries,
+                   {entry<&Host::beginEdit>, entry<&Host::performEdit>, entry<&Host::endEdit>,
+                    entry<&Host::restartComponent>}};
+    static constexpr v3_run_loop_cpp loopTable{
+        unknownEntries,
+        {entry<&Host::registerEventHandler>, entry<&Host::unregisterEventHandler>,
+         entry<&Host::registerTimer>, entry<&Host::unregisterTimer>}};
+    static constexpr v3_plugin_frame_cpp frameTable{unknownEntries, {entry<&Host::resizeView>}};
+
+    Face handler_{&handlerTable, this, this};
+    Face loop_{&loopTable, this, this};
+    Face frame_{&frameTable, this, this};
+    std::map<v3_param_id, float> performed_;  // the latest
+    std::vector<v3_timer_handler**> timers_;
+    std::vector<std::pair<v3_event_handler**, int>> descriptors_;
+};
+
+}  // namespace qov::test::vst3
