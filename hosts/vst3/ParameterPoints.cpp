@@ -7,16 +7,16 @@ namespace qov::hosts::vst3 {
 
 namespace {
 
-/// Calls visit(id, queue) for each queue of a parameter that there is.
+/// Calls visit(id, queue) for each queue of a parameter that there is and that is not held.
 template <class Visit>
-void forEachQueue(v3_param_changes** changes, Visit&& visit) {
+void forEachQueue(v3_param_changes** changes, std::uint32_t held, Visit&& visit) {
     if (!changes) return;
     const auto count = v3_cpp_obj(changes)->get_param_count(changes);
     for (std::int32_t i = 0; i < count; ++i) {
         auto** queue = v3_cpp_obj(changes)->get_param_data(changes, i);
         if (!queue) continue;
         const auto id = v3_cpp_obj(queue)->get_param_id(queue);
-        if (ToldValues::has(id)) visit(id, queue);
+        if (ToldValues::has(id) && !(held >> id & 1)) visit(id, queue);
     }
 }
 
@@ -34,9 +34,10 @@ bool readPoint(v3_param_value_queue** queue, std::int32_t index, std::uint32_t f
 
 }  // namespace
 
-void ParameterPoints::tell(v3_param_changes** changes, std::uint32_t frames, ToldValues& told) {
-    forEachQueue(changes, [&](v3_param_id id, v3_param_value_queue** queue) {
-        if (told.isHeld(id)) return;
+std::uint32_t ParameterPoints::tell(v3_param_changes** changes, std::uint32_t frames,
+                                    std::uint32_t held, ToldValues& told) {
+    std::uint32_t addresses = 0;
+    forEachQueue(changes, held, [&](v3_param_id id, v3_param_value_queue** queue) {
         std::uint32_t latest = 0;
         const auto count = v3_cpp_obj(queue)->get_point_count(queue);
         for (std::int32_t i = 0; i < count; ++i) {
@@ -45,23 +46,24 @@ void ParameterPoints::tell(v3_param_changes** changes, std::uint32_t frames, Tol
             if (!readPoint(queue, i, frames, frame, value) || frame < latest) continue;
             latest = frame;
             told.set(id, value);
+            addresses |= 1u << id;
         }
     });
+    return addresses;
 }
 
-std::uint32_t ParameterPoints::collect(v3_param_changes** changes, const ToldValues& told,
+std::uint32_t ParameterPoints::collect(v3_param_changes** changes, std::uint32_t held,
                                        std::uint32_t frames, std::uint32_t begin,
                                        std::uint32_t end) {
-    while (!gather(changes, told, frames, begin, end)) end = begin + (end - begin) / 2;
+    while (!gather(changes, held, frames, begin, end)) end = begin + (end - begin) / 2;
     return end;
 }
 
-bool ParameterPoints::gather(v3_param_changes** changes, const ToldValues& told,
-                             std::uint32_t frames, std::uint32_t begin, std::uint32_t end) {
+bool ParameterPoints::gather(v3_param_changes** changes, std::uint32_t held, std::uint32_t frames,
+                             std::uint32_t begin, std::uint32_t end) {
     count_ = 0;
     bool fits = true;
-    forEachQueue(changes, [&](v3_param_id id, v3_param_value_queue** queue) {
-        if (told.isHeld(id)) return;
+    forEachQueue(changes, held, [&](v3_param_id id, v3_param_value_queue** queue) {
         const auto count = v3_cpp_obj(queue)->get_point_count(queue);
         for (std::int32_t i = 0; i < count && fits; ++i) {
             std::uint32_t frame;

@@ -13,16 +13,17 @@
 namespace qov::hosts::vst3 {
 
 /// The points of a block's parameter queues as events, those outside of the block at its nearer
-/// end. Audio thread; allocates nothing.
+/// end. `held` has a bit for each address that is passed over. Audio thread; allocates nothing.
 class ParameterPoints {
  public:
-    /// Notes the latest value of each queue.
-    static void tell(v3_param_changes** changes, std::uint32_t frames, ToldValues& told);
+    /// Notes the latest value of each queue. Returns a bit for each address that has one.
+    static std::uint32_t tell(v3_param_changes** changes, std::uint32_t frames, std::uint32_t held,
+                              ToldValues& told);
 
     /// Takes the points that belong into [begin, end) of a block of `frames` frames. Frames of the
     /// events count from `begin`. Returns the end of the stretch that they cover: `end`, or an
     /// earlier frame if there are more than fit.
-    std::uint32_t collect(v3_param_changes** changes, const ToldValues& told, std::uint32_t frames,
+    std::uint32_t collect(v3_param_changes** changes, std::uint32_t held, std::uint32_t frames,
                           std::uint32_t begin, std::uint32_t end);
 
     /// Valid until the next collect.
@@ -31,7 +32,7 @@ class ParameterPoints {
  private:
     static constexpr std::size_t capacity = 4096;
 
-    bool gather(v3_param_changes** changes, const ToldValues& told, std::uint32_t frames,
+    bool gather(v3_param_changes** changes, std::uint32_t held, std::uint32_t frames,
                 std::uint32_t begin, std::uint32_t end);
     bool add(std::uint32_t frame, v3_param_id id, float value, bool isOnlyFrame);
     void keepLatest();

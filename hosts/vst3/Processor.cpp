@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <mutex>
 
 #include "hosts/instance/Instance.h"
@@ -118,20 +119,18 @@ v3_result Processor::setActive(v3_bool isActive) {
 
 bool Processor::activate() {
     const std::lock_guard lock(editorMutex());
-    gate_.enter();
+    const std::lock_guard pass(gate_);
     instance_.deactivate();
     const bool isActive = instance_.activate(sampleRate_, longestBlock_, nullptr);
     isFresh_ = true;
     controller_.applyTold();  // what came for blocks that were never processed
-    gate_.leave();
     return isActive;
 }
 
 void Processor::deactivate() {
     const std::lock_guard lock(editorMutex());
-    gate_.enter();
+    const std::lock_guard pass(gate_);
     instance_.deactivate();
-    gate_.leave();
 }
 
 v3_result Processor::setState(v3_bstream** stream) {
@@ -175,38 +174,61 @@ v3_result Processor::setupProcessing(v3_process_setup* setup) {
     return V3_OK;
 }
 
+/// Where the gate is taken, the next block begins with the reset.
 v3_result Processor::setProcessing(v3_bool isProcessing) {
     if (!isProcessing) return V3_OK;
-    gate_.enter();
-    if (!isFresh_) instance_.reset();
-    isFresh_ = true;
-    gate_.leave();
+    resetIsAsked_ = true;
+    if (const std::unique_lock pass(gate_, std::try_to_lock); pass) resetIfAsked();
     return V3_OK;
 }
 
 v3_result Processor::process(v3_process_data* data) {
     if (!data || data->symbolic_sample_size != V3_SAMPLE_32) return V3_INVALID_ARG;
     const auto frames = static_cast<std::uint32_t>(std::max(data->nframes, 0));
-    ParameterPoints::tell(data->input_params, frames, told_);
     if (data->num_output_buses > 0 && data->outputs) data->outputs[0].channel_silence_bitset = 0;
-    if (gate_.tryEnter()) {
-        render(*data, frames);
-        gate_.leave();
+    const std::unique_lock pass(gate_, std::try_to_lock);
+    const auto held = told_.held();
+    const auto told = ParameterPoints::tell(data->input_params, frames, held, told_);
+    if (pass) {
+        resetIfAsked();
+        catchUp();
+        render(*data, frames, held);
         return V3_OK;
     }
+    missed_ |= told;
     for (float* channel : Channels(data->outputs, data->num_output_buses).at)
         if (channel) std::fill_n(channel, frames, 0.0f);
     return V3_OK;
 }
 
-void Processor::render(const v3_process_data& data, std::uint32_t frames) {
+void Processor::resetIfAsked() {
+    if (!resetIsAsked_ || !resetIsAsked_.exchange(false)) return;
+    if (!isFresh_) instance_.reset();
+    isFresh_ = true;
+}
+
+/// Applies what blocks have told that found the gate taken.
+void Processor::catchUp() {
+    if (!missed_) return;
+    const auto missed = missed_.exchange(0);
+    HostEvent events[volumeId + 1];
+    std::size_t count = 0;
+    for (v3_param_id id = 0; id <= volumeId; ++id)
+        if (missed >> id & 1)
+            events[count++] = HostEvent::parameter(0, id, static_cast<float>(told_.get(id)));
+    const float* const input[2] = {};
+    float* const output[2] = {};
+    instance_.process(input, output, 0, {events, count});
+}
+
+void Processor::render(const v3_process_data& data, std::uint32_t frames, std::uint32_t held) {
     const Channels in(data.inputs, data.num_input_buses);
     const Channels out(data.outputs, data.num_output_buses);
     if (frames > 0) isFresh_ = false;
     std::uint32_t begin = 0;
     do {
         const auto end =
-            points_.collect(data.input_params, told_, frames, begin, std::max(frames, 1u));
+            points_.collect(data.input_params, held, frames, begin, std::max(frames, 1u));
         const auto from = [&](float* channel) { return channel ? channel + begin : nullptr; };
         const float* const input[2] = {from(in.at[0]), from(in.at[1])};
         float* const output[2] = {from(out.at[0]), from(out.at[1])};

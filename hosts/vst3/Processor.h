@@ -18,8 +18,8 @@ namespace qov::hosts::vst3 {
 
 class Controller;
 
-/// The side that is heard: busses, activation, blocks, state. process() and, while nothing is
-/// processed, setProcessing() may be called on the audio thread, the rest belongs to the main one.
+/// The side that is heard: busses, activation, blocks, state. process() and setProcessing() may be
+/// called on the audio thread and wait for nothing; the rest belongs to the main one.
 class Processor {
  public:
     Processor(Instance& instance, ToldValues& told, Controller& controller);
@@ -62,7 +62,9 @@ class Processor {
     std::uint32_t getProcessContextRequirements();
 
     bool activate();
-    void render(const v3_process_data& data, std::uint32_t frames);
+    void resetIfAsked();
+    void catchUp();
+    void render(const v3_process_data& data, std::uint32_t frames, std::uint32_t held);
 
     Instance& instance_;
     ToldValues& told_;
@@ -70,7 +72,10 @@ class Processor {
     double sampleRate_ = 44100;
     std::uint32_t longestBlock_ = 1024;
     Gate gate_;
-    bool isFresh_ = true;  // no signal since the last reset
+    bool isFresh_ = true;  // no signal since the last reset; behind the gate
+    std::atomic<bool> resetIsAsked_{false};
+    std::atomic<std::uint32_t> missed_{
+        0};  // bit a: of address a, a value that found the gate taken
     ParameterPoints points_;
 };
 

@@ -27,7 +27,9 @@ class ToldValues {
 
     /// While a person holds a control in the editor, what the host sends back of it is behind what
     /// the control shows, and is passed over.
-    bool isHeld(v3_param_id id) const { return held_.load(std::memory_order_relaxed) >> id & 1; }
+    bool isHeld(v3_param_id id) const { return held() >> id & 1; }
+    /// Bit a for each address a that is.
+    std::uint32_t held() const { return held_.load(std::memory_order_relaxed); }
     void setHeld(v3_param_id id, bool isHeld) {
         const auto bit = 1u << id;
         isHeld ? held_.fetch_or(bit) : held_.fetch_and(~bit);

@@ -236,13 +236,13 @@ class Vst3Plugin : public Plugin {
     }
     /// Controllers come as the parameters that the plug-in assigns to them; other messages don't.
     void addEvent(const HostEvent& event) {
+        auto id = static_cast<v3_param_id>(event.address);
         if (event.kind == HostEvent::Kind::parameter)
-            return changes_.add(static_cast<v3_param_id>(event.address), event.frame,
-                                double{event.value});
-        v3_param_id id;
-        if (event.midiLength == 3 && (event.midi[0] & 0xf0) == 0xb0 &&
-            mapping_(&v3_midi_mapping::get_midi_controller_assignment, 0,
-                     std::int16_t(event.midi[0] & 0xf), std::int16_t{event.midi[1]}, &id) == V3_OK)
+            changes_.add(id, event.frame, double{event.value});
+        else if (event.midiLength == 3 && (event.midi[0] & 0xf0) == 0xb0 &&
+                 mapping_(&v3_midi_mapping::get_midi_controller_assignment, 0,
+                          std::int16_t(event.midi[0] & 0xf), std::int16_t{event.midi[1]},
+                          &id) == V3_OK)
             changes_.add(id, event.frame, (event.midi[2] & 0x7f) / 127.0);
     }
 

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <memory>
@@ -38,6 +39,7 @@ class Queue final : public Owned {
  public:
     explicit Queue(v3_param_id id) : id_(id) {}
     void add(std::int32_t frame, double value) { points_.emplace_back(frame, value); }
+    std::function<void()> whenRead;
     v3_param_value_queue** face() { return reinterpret_cast<v3_param_value_queue**>(&face_); }
 
  private:
@@ -45,6 +47,7 @@ class Queue final : public Owned {
     v3_param_id getParamId() noexcept { return id_; }
     std::int32_t getPointCount() noexcept { return static_cast<std::int32_t>(points_.size()); }
     v3_result getPoint(std::int32_t index, std::int32_t* frame, double* value) noexcept {
+        if (whenRead) whenRead();
         *frame = points_[static_cast<std::size_t>(index)].first;
         *value = points_[static_cast<std::size_t>(index)].second;
         return V3_OK;
@@ -64,10 +67,11 @@ class Queue final : public Owned {
 class Changes final : public Owned {
  public:
     void clear() { queues_.clear(); }
-    void add(v3_param_id id, std::uint32_t frame, double value) {
+    Queue& add(v3_param_id id, std::uint32_t frame, double value) {
         auto& queue = queues_[id];
         if (!queue) queue = std::make_unique<Queue>(id);
         queue->add(static_cast<std::int32_t>(frame), value);
+        return *queue;
     }
     v3_param_changes** face() { return reinterpret_cast<v3_param_changes**>(&face_); }
 

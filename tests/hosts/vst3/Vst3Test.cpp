@@ -3,6 +3,11 @@
 #include <travesty/component.h>
 #include <travesty/edit_controller.h>
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <limits>
 #include <utility>
 
@@ -81,7 +86,6 @@ TEST(Vst3, LeavesTheSignalToTheBlocksAndTheDisplayToTheHost) {
 
 TEST(Vst3, TakesEveryPointOfACrowdedBlockOnItsFrame) {
     constexpr std::uint32_t frames = 3000;
-    const ToldValues told;
     ParameterPoints points;
     // More points than one stretch holds, so many on a frame.
     const auto crowd = [](std::uint32_t aFrame, host::Changes& changes) {
@@ -92,7 +96,7 @@ TEST(Vst3, TakesEveryPointOfACrowdedBlockOnItsFrame) {
     auto** changes = crowd(3, spread);
     std::int32_t seen = 0;
     for (std::uint32_t begin = 0; begin < frames;) {
-        const auto end = points.collect(changes, told, frames, begin, frames);
+        const auto end = points.collect(changes, 0, frames, begin, frames);
         ASSERT_GT(end, begin);
         for (const auto& event : points.events()) {
             ASSERT_EQ(begin + event.frame, static_cast<std::uint32_t>(seen / 3));
@@ -103,9 +107,57 @@ TEST(Vst3, TakesEveryPointOfACrowdedBlockOnItsFrame) {
     }
     EXPECT_EQ(seen, 9000);
     // Of a single frame the stretch is as short as can be; only the last point is heard.
-    EXPECT_EQ(points.collect(crowd(9000, heap), told, frames, 0, frames), 1U);
+    EXPECT_EQ(points.collect(crowd(9000, heap), 0, frames, 0, frames), 1U);
     ASSERT_FALSE(points.events().empty());
     EXPECT_EQ(points.events().back().value, 1.0F);
+}
+
+/// Noise, processed in place.
+struct Block {
+    static constexpr std::int32_t frames = 64;
+
+    Block() {
+        for (float& sample : samples) sample = static_cast<float>((seed = seed * 48271) % 1000 + 1);
+    }
+    v3_result process(const Effect& effect, host::Changes& changes) {
+        float* channels[2] = {samples.data(), samples.data() + frames};
+        v3_audio_bus_buffers bus{2, 3, {channels}};
+        v3_process_data data{};
+        data.nframes = frames;
+        data.num_input_buses = data.num_output_buses = 1;
+        data.inputs = data.outputs = &bus;
+        data.input_params = changes.face();
+        return effect.processor(&v3_audio_processor::process, &data);
+    }
+    bool isSilent() const {
+        return std::ranges::all_of(samples, [](float s) { return s == 0; });
+    }
+
+    static inline std::uint32_t seed = 1;
+    std::array<float, 2 * std::size_t{frames}> samples{};
+};
+
+TEST(Vst3, WhatComesDuringABlockWaitsForNothingAndCountsInTheNext) {
+    const Effect effect;
+    effect.component(&v3_component::set_active, v3_bool{true});
+    host::Changes none, bypass;
+    bypass.add(kBypass, 0, 1);
+    for (int i = 0; i < 100; ++i) Block().process(effect, none);
+    const auto during = [&](const std::function<void()>& call) {
+        host::Changes changes;
+        changes.add(kPanorama, 0, 0.5).whenRead = call;
+        Block().process(effect, changes);
+    };
+    Block inside, next;
+    during([&] { effect.processor(&v3_audio_processor::set_processing, v3_bool{true}); });
+    next.process(effect, none);
+    EXPECT_TRUE(next.isSilent()) << "a reset";
+
+    during([&] { inside.process(effect, bypass); });
+    EXPECT_TRUE(inside.isSilent());
+    const auto before = next.samples = Block().samples;
+    next.process(effect, none);
+    EXPECT_EQ(next.samples, before) << "bypassed";
 }
 
 class Vst3View : public testing::Test {
