@@ -5,6 +5,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -23,6 +24,13 @@ namespace qov::hosts::vst3 {
 namespace {
 
 constexpr std::size_t kTextSize = 128;  // units of UTF-16, in every text of the format's
+
+/// Of the factory preset that a state was made from, if it was.
+std::optional<std::size_t> presetNumber(const platform::AUState& state) {
+    const auto entry = state.find("preset-number");
+    if (entry == state.end()) return std::nullopt;
+    return static_cast<std::size_t>(std::get<std::int64_t>(entry->second));
+}
 
 }  // namespace
 
@@ -77,6 +85,8 @@ v3_result Controller::restore(v3_bstream** stream) {
     {
         const std::lock_guard lock(editorMutex());
         if (!state || !instance_.restoreState(*state)) return V3_FALSE;
+        const auto number = presetNumber(*decodeState(*state));
+        if (number && *number < parameters_.programs().size()) program_ = *number;
         tellAll();
     }
     tickNow();

@@ -138,7 +138,8 @@ v3_result Processor::setState(v3_bstream** stream) {
 }
 
 v3_result Processor::getState(v3_bstream** stream) {
-    return stream && writeAll(stream, controller_.save()) ? V3_OK : V3_INTERNAL_ERR;
+    if (!stream) return V3_INVALID_ARG;
+    return writeAll(stream, controller_.save()) ? V3_OK : V3_INTERNAL_ERR;
 }
 
 // Audio processor

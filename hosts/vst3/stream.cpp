@@ -18,8 +18,9 @@ std::optional<std::string> readAll(v3_bstream** stream) {
     while (bytes.size() <= kLongest) {
         std::int32_t count = 0;
         const auto result = v3_cpp_obj(stream)->read(stream, piece, sizeof piece, &count);
-        if (result != V3_OK || count <= 0) return bytes;
+        if (count <= 0) return bytes;
         bytes.append(piece, std::min<std::size_t>(static_cast<std::size_t>(count), sizeof piece));
+        if (result != V3_OK) return bytes;  // some call the end of the stream an error
     }
     return std::nullopt;
 }

@@ -108,7 +108,7 @@ class Stream final : public Owned {
         *count = std::min({size, left, most});
         std::memcpy(to, bytes.data() + at_, static_cast<std::size_t>(*count));
         at_ += static_cast<std::size_t>(*count);
-        return V3_OK;
+        return at_ < bytes.size() ? V3_OK : V3_FALSE;
     }
     v3_result write(void* from, std::int32_t size, std::int32_t* count) {
         *count = std::min(size, most);

@@ -82,6 +82,12 @@ TEST(Vst3, LeavesTheSignalToTheBlocksAndTheDisplayToTheHost) {
     EXPECT_EQ(controller(&v3_edit_controller::get_parameter_normalised, programId), 1.0);
     EXPECT_EQ(effect.processor(&v3_audio_processor::get_latency_samples), 2048U);
     effect.component(&v3_component::set_active, v3_bool{false});
+    // And is part of what a project keeps.
+    host::Stream state;
+    EXPECT_EQ(effect.component(&v3_component::get_state, state.face()), V3_OK);
+    const Effect again;
+    EXPECT_EQ(again.controller(&v3_edit_controller::set_component_state, state.face()), V3_OK);
+    EXPECT_EQ(again.controller(&v3_edit_controller::get_parameter_normalised, programId), 1.0);
 }
 
 TEST(Vst3, TakesEveryPointOfACrowdedBlockOnItsFrame) {
