@@ -32,6 +32,12 @@ void writeText(const char* text, char (&field)[Size]) {
 class Factory final : public vst3::Unknown {
  public:
     void* face() { return &face_; }
+    v3_result setHostContext(v3_funknown** host) noexcept {
+        if (host) v3_cpp_obj_ref(host);
+        if (host_) v3_cpp_obj_unref(host_);
+        host_ = host;
+        return V3_OK;
+    }
 
  private:
     void* find(const std::uint8_t* id) noexcept override {
@@ -93,10 +99,6 @@ class Factory final : public vst3::Unknown {
         (*effect)->unref(effect);
         return result;
     }
-    v3_result setHostContext(v3_funknown** host) noexcept {
-        host_ = host;
-        return V3_OK;
-    }
 
     static constexpr v3_plugin_factory_cpp table{
         vst3::unknownEntries,
@@ -106,7 +108,7 @@ class Factory final : public vst3::Unknown {
         {entry<&Factory::getClassInfoUtf16>, entry<&Factory::setHostContext>}};
 
     Face face_{&table, this, this};
-    v3_funknown** host_ = nullptr;  // lives as long as the module is loaded
+    v3_funknown** host_ = nullptr;  // held, up to ModuleExit: no destructor may touch it later
 };
 
 Factory factory;
@@ -120,6 +122,7 @@ EXPORT bool ModuleEntry(void*) {
 }
 
 EXPORT bool ModuleExit() {
+    factory.setHostContext(nullptr);
     return true;
 }
 
