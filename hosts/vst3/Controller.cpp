@@ -8,7 +8,6 @@
 #include <optional>
 #include <utility>
 #include <variant>
-#include <vector>
 
 #include "audiounit/presets.h"
 #include "hosts/instance/Instance.h"
@@ -54,8 +53,9 @@ Controller::Controller(Unknown& effect, Instance& instance, ToldValues& told,
       instance_(instance),
       told_(told),
       parameters_(instance),
-      hostLoop_(std::move(loop)),
-      loop_([this] { tick(); }) {
+      factoryLoop_(std::move(loop)),
+      hostLoop_(factoryLoop_),
+      loop_([this] { tick(); }, [this] { runEditor(); }) {
     tellAll();
     told_.set(volumeId, 1);
 }
@@ -71,8 +71,8 @@ v3_result Controller::initialize(v3_funknown** context) {
 v3_result Controller::terminate() {
     if (view_) view_->close();
     loop_.stop();
-    tick();  // a touch that ended with the view is told while there is somebody to hear it
-    hostLoop_ = {};
+    tick();  // what waits is told while there is somebody to hear it
+    hostLoop_ = factoryLoop_;
     return setComponentHandler(nullptr);
 }
 
@@ -95,6 +95,7 @@ v3_result Controller::restore(v3_bstream** stream) {
 
 /// With what was told and has not come to the signal: a host may save while nothing is processed.
 std::string Controller::save() {
+    tickNow();
     const std::lock_guard lock(editorMutex());
     auto state = decodeState(instance_.saveState());
     auto& values = std::get<std::map<platform::AUParameterAddress, float>>((*state)["data"]);
@@ -163,6 +164,7 @@ double Controller::plainParameterToNormalised(v3_param_id id, double plain) {
 }
 
 double Controller::getParameterNormalised(v3_param_id id) {
+    tickNow();
     if (id == programId) return plainParameterToNormalised(id, static_cast<double>(program_));
     return ToldValues::has(id) ? told_.get(id) : 0;
 }
@@ -231,38 +233,62 @@ std::uint32_t Controller::latency() const {
 
 /// Where nothing ticks, a call of the host's is the occasion.
 void Controller::tickNow() {
-    if (!loop_.isRunning()) tick();
+    if (!loop_.ticks()) tick();
 }
 
-/// Runs the editor, then passes on what it did.
 void Controller::tick() {
-    std::vector<EditExchange::Edit> edits;
-    bool isActive = false;
+    runEditor();
+    tellHost();
+}
+
+/// The only thing that may happen off the main thread.
+void Controller::runEditor() {
+    const std::lock_guard lock(editorMutex());
+    instance_.pump();
+}
+
+/// Passes on what the editor did. A host that runs its loop, or calls us, in one of these calls
+/// gets the next when it returns: begin, values and end stay in order.
+void Controller::tellHost() {
+    const std::unique_lock turn(telling_, std::try_to_lock);
+    if (!turn) return;
+    while (const auto edit = nextEdit()) tell(*edit);
+    const auto host = handler();
+    bool isActive;
     {
         const std::lock_guard lock(editorMutex());
-        instance_.pump();
-        instance_.edits().take([&](const EditExchange::Edit& edit) { edits.push_back(edit); });
         isActive = instance_.isActive();
-    }
-    const auto host = handler();
-    using Kind = EditExchange::Edit::Kind;
-    for (const auto& edit : edits) {
-        const auto id = static_cast<v3_param_id>(edit.address);
-        if (edit.kind == Kind::begin) {
-            told_.setHeld(id, true);
-            if (host) host(&v3_component_handler::begin_edit, id);
-        } else if (edit.kind == Kind::value) {
-            told_.set(id, double{edit.value});
-            if (host) host(&v3_component_handler::perform_edit, id, double{edit.value});
-        } else {
-            if (host) host(&v3_component_handler::end_edit, id);
-            told_.setHeld(id, false);
-        }
     }
     // A plug-in that is not active is asked when it becomes so.
     const auto now = latency();
-    if (isActive && announcedLatency_.exchange(now) != now && host)
+    if (isActive && host && announcedLatency_.exchange(now) != now)
         host(&v3_component_handler::restart_component, V3_RESTART_LATENCY_CHANGED);
+}
+
+std::optional<EditExchange::Edit> Controller::nextEdit() {
+    const std::lock_guard lock(editorMutex());
+    if (edits_.empty())
+        instance_.edits().take([&](const EditExchange::Edit& edit) { edits_.push_back(edit); });
+    if (edits_.empty()) return std::nullopt;
+    const auto edit = edits_.front();
+    edits_.pop_front();
+    return edit;
+}
+
+void Controller::tell(const EditExchange::Edit& edit) {
+    const auto host = handler();
+    const auto id = static_cast<v3_param_id>(edit.address);
+    using Kind = EditExchange::Edit::Kind;
+    if (edit.kind == Kind::begin) {
+        told_.setHeld(id, true);
+        if (host) host(&v3_component_handler::begin_edit, id);
+    } else if (edit.kind == Kind::value) {
+        told_.set(id, double{edit.value});
+        if (host) host(&v3_component_handler::perform_edit, id, double{edit.value});
+    } else {
+        if (host) host(&v3_component_handler::end_edit, id);
+        told_.setHeld(id, false);
+    }
 }
 
 // The view

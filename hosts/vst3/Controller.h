@@ -4,8 +4,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <deque>
+#include <optional>
 #include <string>
 
+#include "hosts/instance/EditExchange.h"
+#include "hosts/vst3/Gate.h"
 #include "hosts/vst3/HostLoop.h"
 #include "hosts/vst3/Interface.h"
 #include "hosts/vst3/Parameters.h"
@@ -20,8 +24,8 @@ namespace qov::hosts::vst3 {
 class View;
 
 /// The side that is shown: parameters as the host sees them, edits on their way to it, programs,
-/// the view. Main thread, but for latency(); the ticks come on a thread of their own where the host
-/// has no run loop.
+/// the view. Main thread, but for latency(). The host is called there alone: where it has no run
+/// loop, a thread of ours draws, and what the editor did is told with the host's next call.
 class Controller {
  public:
     /// The effect is what a view keeps alive. The loop, which may be empty, is one that the host
@@ -32,7 +36,7 @@ class Controller {
     static const v3_midi_mapping_cpp midiMappingTable;
 
     v3_result initialize(v3_funknown** context);
-    /// The view closes; nothing of the host's is held or called from here on.
+    /// The view closes; nothing of the host's is called from here on.
     v3_result terminate();
 
     const Parameters& parameters() const { return parameters_; }
@@ -52,7 +56,7 @@ class Controller {
     bool viewOpens(View& view, Held<v3_run_loop> loop);
     void viewCloses(View& view);
     /// A drag that was under way has ended with it.
-    void viewHasClosed() { tickNow(); }
+    void viewHasClosed() { tick(); }
 
  private:
     v3_result setComponentState(v3_bstream** stream);
@@ -75,6 +79,10 @@ class Controller {
     void tellAll();
     void tick();
     void tickNow();
+    void runEditor();
+    void tellHost();
+    std::optional<EditExchange::Edit> nextEdit();
+    void tell(const EditExchange::Edit& edit);
     Held<v3_component_handler> handler() const;
 
     Unknown& effect_;
@@ -84,7 +92,10 @@ class Controller {
     std::size_t program_ = 0;
     Held<v3_component_handler> handler_;
     std::atomic<std::uint32_t> announcedLatency_{0};
-    Held<v3_run_loop> hostLoop_;
+    Gate telling_;
+    std::deque<EditExchange::Edit> edits_;  // not told yet; with the editorMutex
+    const Held<v3_run_loop> factoryLoop_;
+    Held<v3_run_loop> hostLoop_;  // that one, or the one of initialize
     HostLoop loop_;
     View* view_ = nullptr;
 };

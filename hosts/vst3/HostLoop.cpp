@@ -47,41 +47,39 @@ class HostLoop::Handler final : public Unknown {
 
 class HostLoop::OwnThread {
  public:
-    explicit OwnThread(const std::function<void()>& tick)
-        : thread_([tick, state = state_] {
-              std::unique_lock lock(state->mutex);
-              while (!state->hasEnded) {
-                  lock.unlock();
-                  tick();
-                  lock.lock();
-                  state->ends.wait_for(lock, kInterval, [&] { return state->hasEnded; });
-              }
-          }) {}
+    explicit OwnThread(std::function<void()> draw)
+        : draw_(std::move(draw)), thread_([this] { run(); }) {}
     ~OwnThread() {
         {
-            const std::lock_guard lock(state_->mutex);
-            state_->hasEnded = true;
+            const std::lock_guard lock(mutex_);
+            hasEnded_ = true;
         }
-        state_->ends.notify_all();
-        if (thread_.get_id() == std::this_thread::get_id())
-            thread_.detach();  // ended by the host from a call of ours
-        else
-            thread_.join();
+        ends_.notify_all();
+        thread_.join();
     }
     OwnThread(const OwnThread&) = delete;
     OwnThread& operator=(const OwnThread&) = delete;
 
  private:
-    struct State {
-        std::mutex mutex;
-        std::condition_variable ends;
-        bool hasEnded = false;
-    };
-    std::shared_ptr<State> state_ = std::make_shared<State>();
-    std::thread thread_;
+    void run() {
+        std::unique_lock lock(mutex_);
+        while (!hasEnded_) {
+            lock.unlock();
+            draw_();
+            lock.lock();
+            ends_.wait_for(lock, kInterval, [&] { return hasEnded_; });
+        }
+    }
+
+    std::function<void()> draw_;
+    std::mutex mutex_;
+    std::condition_variable ends_;
+    bool hasEnded_ = false;
+    std::thread thread_;  // last: it uses the others
 };
 
-HostLoop::HostLoop(std::function<void()> tick) : tick_(std::move(tick)) {}
+HostLoop::HostLoop(std::function<void()> tick, std::function<void()> draw)
+    : tick_(std::move(tick)), draw_(std::move(draw)) {}
 
 HostLoop::~HostLoop() {
     stop();
@@ -102,7 +100,7 @@ void HostLoop::start(Held<v3_run_loop> loop, int descriptor) {
         }
         handler->unref();
     }
-    thread_ = std::make_unique<OwnThread>(tick_);
+    thread_ = std::make_unique<OwnThread>(draw_);
 }
 
 void HostLoop::stop() {

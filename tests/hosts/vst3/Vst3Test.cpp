@@ -28,9 +28,11 @@ namespace host = test::vst3;
 
 /// A plug-in as a host holds it.
 struct Effect {
-    Effect() { v3_cpp_obj_unref(unknown); }
+    explicit Effect(v3_funknown** host = nullptr) : unknown(kelvane_vst3_create(host)) {
+        v3_cpp_obj_unref(unknown);
+    }
 
-    v3_funknown** unknown = kelvane_vst3_create(nullptr);
+    v3_funknown** unknown;
     Held<v3_component> component = Held<v3_component>::of(unknown, v3_component_iid);
     Held<v3_audio_processor> processor =
         Held<v3_audio_processor>::of(unknown, v3_audio_processor_iid);
@@ -166,6 +168,22 @@ TEST(Vst3, WhatComesDuringABlockWaitsForNothingAndCountsInTheNext) {
     EXPECT_EQ(next.samples, before) << "bypassed";
 }
 
+TEST(Vst3, RunsOnTheLoopOfTheFactorysHostAsOftenAsItIsInitialised) {
+    host::Host offered, given;
+    const Effect effect(offered.face());
+    const auto initialise = [&](v3_funknown** context) {
+        v3_cpp_obj_initialize(effect.component.get(), context);
+        const auto timers = std::pair(offered.timers(), given.timers());
+        v3_cpp_obj_terminate(effect.component.get());
+        return timers;
+    };
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(initialise(nullptr), std::pair(1UL, 0UL));
+        EXPECT_EQ(initialise(given.face()), std::pair(0UL, 1UL));
+        EXPECT_EQ(offered.timers() + given.timers(), 0);
+    }
+}
+
 class Vst3View : public testing::Test {
  protected:
     static Held<v3_plugin_view> makeView(const Effect& effect) {
@@ -184,12 +202,15 @@ class Vst3View : public testing::Test {
 };
 
 TEST_F(Vst3View, DrawsWithoutARunLoopAndOutlivesThePlugin) {
+    host::Host listener;
+    Held<v3_edit_controller> controller;
     Held<v3_plugin_view> view, second;
     const auto before = test::Screen::pixel(340, 220);
     {
         const Effect effect;
         view = makeView(effect);
         second = makeView(effect);
+        controller = effect.controller;
         EXPECT_EQ(effect.controller(&v3_edit_controller::create_view, "inspector"), nullptr);
     }
     EXPECT_NE(attach(view, parent_, "HWND"), V3_OK);
@@ -203,7 +224,18 @@ TEST_F(Vst3View, DrawsWithoutARunLoopAndOutlivesThePlugin) {
     };
     for (int wait = 0; wait < 3000 && !isDrawn(); ++wait) poll(nullptr, 0, 5);
     EXPECT_TRUE(isDrawn());
+    // What a person does there is told when the host calls, not on the thread that draws.
+    controller(&v3_edit_controller::set_component_handler, listener.handler());
+    test::Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 300");
+    const auto width = [&] {
+        return controller(&v3_edit_controller::get_parameter_normalised, v3_param_id{kStereoWidth});
+    };
+    for (int wait = 0; wait < 3000 && width() == 0.5; ++wait) poll(nullptr, 0, 5);
+    EXPECT_EQ(listener.tellers, std::set{std::this_thread::get_id()});
     EXPECT_EQ(view(&v3_plugin_view::removed), V3_OK);
+    EXPECT_EQ(listener.edits.back().kind, EditExchange::Edit::Kind::end);
+    test::Screen::xdo("mouseup 1");
+    controller(&v3_edit_controller::set_component_handler, nullptr);
     EXPECT_NE(view(&v3_plugin_view::removed), V3_OK);
     EXPECT_EQ(attach(second, parent_), V3_OK);  // and goes while it is open
 }
