@@ -156,7 +156,8 @@ v3_result Controller::getParameterValueForString(v3_param_id id, std::int16_t* t
 }
 
 double Controller::normalisedParameterToPlain(v3_param_id id, double value) {
-    return id == programId ? static_cast<double>(parameters_.programOf(value)) : value;
+    if (id == programId) return static_cast<double>(parameters_.programOf(value));
+    return parameters_.steps(id) == 1 ? (value > 0.5 ? 1 : 0) : value;
 }
 
 double Controller::plainParameterToNormalised(v3_param_id id, double plain) {

@@ -78,6 +78,7 @@ std::optional<double> Parameters::parse(v3_param_id id, const std::string& text)
 }
 
 std::size_t Parameters::programOf(double value) const {
+    if (std::isnan(value)) return 0;
     const auto count = static_cast<double>(programs_.size());
     return static_cast<std::size_t>(std::clamp(value * count, 0.0, count - 1));
 }

@@ -28,6 +28,11 @@ std::int32_t pixels(double points, double scale) {
     return static_cast<std::int32_t>(std::lround(points * scale));
 }
 
+/// Between two sides, as far as a window of X11 goes.
+std::int32_t extent(std::int32_t from, std::int32_t to) {
+    return static_cast<std::int32_t>(std::min<std::int64_t>(std::int64_t{to} - from, 32767));
+}
+
 bool isX11(const char* type) {
     return type && std::strcmp(type, V3_VIEW_PLATFORM_TYPE_X11) == 0;
 }
@@ -156,8 +161,8 @@ v3_result View::getSize(v3_view_rect* rect) {
 
 v3_result View::onSize(v3_view_rect* rect) {
     if (!rect || rect->right <= rect->left || rect->bottom <= rect->top) return V3_INVALID_ARG;
-    width_ = rect->right - rect->left;
-    height_ = rect->bottom - rect->top;
+    width_ = extent(rect->left, rect->right);
+    height_ = extent(rect->top, rect->bottom);
     const std::lock_guard lock(editorMutex());
     if (window_) window_->native().setSize({width_ / scale_, height_ / scale_});
     return V3_OK;
@@ -167,16 +172,17 @@ v3_result View::canResize() {
     return V3_OK;
 }
 
-/// The panel's own proportions; the side that was drawn further leads.
+/// The panel's own proportions; the side that was drawn further leads. Each height has one width:
+/// a size that was found right once is right when it is asked again.
 v3_result View::checkSizeConstraint(v3_view_rect* rect) {
     if (!rect) return V3_INVALID_ARG;
-    const double width = double{static_cast<double>(rect->right)} - rect->left;
-    const double height = double{static_cast<double>(rect->bottom)} - rect->top;
+    const double width = static_cast<double>(rect->right) - rect->left;
+    const double height = static_cast<double>(rect->bottom) - rect->top;
     const bool widthLeads = std::abs(width - width_) >= std::abs(height - height_) * kAspect;
     const double wanted = (widthLeads ? width : height * kAspect) / (kSize.width * scale_);
-    const double factor = scale_ * std::clamp(wanted, kSmallest, kLargest);
-    rect->right = rect->left + pixels(kSize.width, factor);
-    rect->bottom = rect->top + pixels(kSize.height, factor);
+    const auto tall = pixels(kSize.height, scale_ * std::clamp(wanted, kSmallest, kLargest));
+    rect->right = rect->left + pixels(kAspect, tall);
+    rect->bottom = rect->top + tall;
     return V3_OK;
 }
 

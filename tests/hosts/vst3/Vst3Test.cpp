@@ -249,6 +249,13 @@ TEST_F(Vst3View, KeepsThePanelsProportionsAndTheHostsScale) {
     EXPECT_EQ(std::pair(high.right, high.bottom), std::pair(1360, 880));
     EXPECT_EQ(std::pair(tiny.right, tiny.bottom), std::pair(170, 110));
     EXPECT_NE(view(&v3_plugin_view::on_size, &empty), V3_OK);
+    for (std::int32_t side = 300; side < 1300; ++side) {
+        v3_view_rect asked{0, 0, side, 900 - side / 2};
+        view(&v3_plugin_view::check_size_constraint, &asked);
+        v3_view_rect again = asked;
+        view(&v3_plugin_view::check_size_constraint, &again);
+        ASSERT_EQ(std::pair(again.right, again.bottom), std::pair(asked.right, asked.bottom));
+    }
     const auto scale =
         Held<v3_plugin_view_content_scale>::of(view.get(), v3_plugin_view_content_scale_iid);
     scale(&v3_plugin_view_content_scale::set_content_scale_factor, 1.5F);
