@@ -67,6 +67,8 @@ Run shell(const std::string& command) {
 }
 
 Run interrupted(const std::vector<std::string>& arguments, int signal, const Folder& folder) {
+    // Counted before it starts: it may be at work before this process runs on.
+    const auto count = folder.files().size();
     return launch(
         [&] {
             std::vector<char*> argv{const_cast<char*>(KELVANE_PROGRAM)};
@@ -77,7 +79,6 @@ Run interrupted(const std::vector<std::string>& arguments, int signal, const Fol
         },
         [&](pid_t pid) {
             // Its temporary file is what shows that it is at work.
-            const auto count = folder.files().size();
             siginfo_t ended{};
             do {
                 usleep(500);
