@@ -110,17 +110,19 @@ Instance::~Instance() {
 
 bool Instance::activate(double sampleRate, std::uint32_t longestBlock, platform::NSError* error) {
     const RunLoop::MakeCurrent current(loop_);
+    // Whatever fails on the way, or throws, leaves it inactive.
+    render_ = {};
     const auto format = platform::AVAudioFormat::initStandardFormatWithSampleRate(sampleRate, 2);
     if (!(*unit_->inputBusses())[0]->setFormat(format, error)) return false;
     if (!(*unit_->outputBusses())[0]->setFormat(format, error)) return false;
     if (!unit_->allocateRenderResourcesAndReturnError(error)) return false;
-    render_ = unit_->internalRenderBlock();
 
     const auto cycle = unit_->maximumFramesToRender();
     for (auto& copy : copies_) copy.assign(std::clamp(longestBlock, cycle, longestCopy), 0);
     silence_.assign(cycle, 0);
     for (auto& ignored : ignored_) ignored.assign(cycle, 0);
     clock_ = 0;
+    render_ = unit_->internalRenderBlock();
     if (hasRendered_) reset();
     // Allocation has forgotten the delay but not its parameter.
     unit_->setParameter(kPhaseShift, unit_->getParameter(kPhaseShift));
@@ -128,9 +130,8 @@ bool Instance::activate(double sampleRate, std::uint32_t longestBlock, platform:
 }
 
 void Instance::deactivate() {
-    if (!isActive()) return;
-    unit_->deallocateRenderResources();
     render_ = {};
+    unit_->deallocateRenderResources();
 }
 
 void Instance::process(const float* const (&input)[2], float* const (&output)[2],

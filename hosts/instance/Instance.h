@@ -52,10 +52,10 @@ class Instance {
 
     /// Makes ready to process at so many frames a second; the signal starts from silence. Blocks
     /// up to longestBlock frames may overlap with their input in any way (see process).
-    /// False, with *error set where error is given, when the rate is none.
+    /// False and not active, with *error set where error is given, when the rate is none.
     bool activate(double sampleRate, std::uint32_t longestBlock, platform::NSError* error);
     void deactivate();
-    bool isActive() const { return unit_->renderResourcesAllocated(); }
+    bool isActive() const { return static_cast<bool>(render_); }
 
     /// Renders a block of any length. Input and output may be the same memory, also crossed over,
     /// and may overlap by parts in a block no longer than longestBlock; a null input is silence, a
@@ -126,7 +126,7 @@ class Instance {
     std::shared_ptr<QOV_Kelvane_PluginAudioUnit> unit_;
     platform::AUParameterObserverToken token_ = nullptr;
 
-    platform::AUInternalRenderBlock render_;
+    platform::AUInternalRenderBlock render_;  // empty while not active
     platform::AURenderPullInputBlock pull_;
     const float* pullFrom_[2] = {};  // the input of the present cycle
     std::int64_t clock_ = 0;         // frames processed since activation
