@@ -11,6 +11,7 @@
 
 namespace qov::clap {
 
+using hosts::guarded;
 using hosts::Instance;
 
 namespace {
@@ -46,11 +47,7 @@ const clap_plugin_t functions{
     .plugin_data = nullptr,
     .init =
         [](const clap_plugin_t* plugin) {
-            try {
-                return of(plugin).init();
-            } catch (...) {
-                return false;
-            }
+            return guarded(false, [&] { return of(plugin).init(); });
         },
     .destroy = [](const clap_plugin_t* plugin) { delete &of(plugin); },
     .activate =
@@ -232,9 +229,7 @@ void ClapPlugin::turn() {
 /// For the entry. Any thread.
 extern "C" [[gnu::visibility("default")]] const clap_plugin_t* kelvane_clap_create(
     const clap_plugin_descriptor_t* descriptor, const clap_host_t* host) {
-    try {
+    return qov::hosts::guarded(static_cast<const clap_plugin_t*>(nullptr), [&] {
         return (new qov::clap::ClapPlugin(descriptor, host))->handle();
-    } catch (...) {
-        return nullptr;
-    }
+    });
 }

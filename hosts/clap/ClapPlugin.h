@@ -12,6 +12,7 @@
 #include "hosts/clap/EventInbox.h"
 #include "hosts/clap/EventOutbox.h"
 #include "hosts/instance/Instance.h"
+#include "hosts/instance/guarded.h"
 
 namespace qov::clap {
 
@@ -53,12 +54,8 @@ class ClapPlugin {
     template <class Result, class Call>
     static Result call(const clap_plugin_t* plugin, Result failed, Call&& call) {
         auto& self = *static_cast<ClapPlugin*>(plugin->plugin_data);
-        if (!self.editor_) return failed;
-        try {
-            return call(self);
-        } catch (...) {
-            return failed;
-        }
+        return self.editor_ ? hosts::guarded(failed, [&]() -> Result { return call(self); })
+                            : failed;
     }
 
     template <class Call>

@@ -1,6 +1,7 @@
 #include "hosts/lv2/Editor.h"
 
 #include "hosts/instance/Instance.h"
+#include "hosts/instance/guarded.h"
 #include "hosts/lv2/Plugin.h"
 #include "hosts/lv2/Ports.h"
 #include "hosts/window/EditorWindow.h"
@@ -45,7 +46,7 @@ bool Editor::openWindow(std::string* error) {
 Editor::~Editor() {
     if (!plugin_) return;
     window_.reset();  // which ends what is touched
-    writeEdits();
+    hosts::guarded([&] { writeEdits(); });
     plugin_->setEditor(nullptr);
 }
 

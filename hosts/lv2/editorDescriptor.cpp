@@ -4,29 +4,34 @@
 #include <cstring>
 #include <string>
 
+#include "hosts/instance/guarded.h"
 #include "hosts/lv2/Editor.h"
 #include "hosts/lv2/Plugin.h"
 #include "hosts/lv2/Uris.h"
 #include "hosts/lv2/bodyFunctions.h"
 #include "hosts/lv2/features.h"
-#include "hosts/lv2/guarded.h"
+#include "hosts/lv2/made.h"
 
 namespace qov::lv2 {
+
+using hosts::guarded;
+
 namespace {
 
-Editor& editor(LV2UI_Handle handle) {
+Editor& editorOf(LV2UI_Handle handle) {
     return *static_cast<Editor*>(handle);
 }
 
-/// As the format's interfaces have it: 0 says that all went well.
-int status(bool isWell) {
-    return isWell ? 0 : 1;
+/// What the call on the editor gives, as the format has it: 0 says that all went well.
+template <class Call>
+int status(LV2UI_Handle handle, const Call& call) {
+    return guarded(false, [&] { return call(editorOf(handle)); }) ? 0 : 1;
 }
 
 LV2UI_Handle instantiate(const LV2UI_Descriptor*, const char*, const char*,
                          LV2UI_Write_Function write, LV2UI_Controller controller,
                          LV2UI_Widget* widget, const LV2_Feature* const* features) {
-    auto* made = guarded<Editor>([&](std::string* error) -> std::unique_ptr<Editor> {
+    auto* editor = made<Editor>([&](std::string* error) -> std::unique_ptr<Editor> {
         auto* plugin = Plugin::find(feature<void>(features, LV2_INSTANCE_ACCESS_URI));
         if (!plugin) {
             *error = "the editor needs a host that gives it the running instance";
@@ -44,9 +49,10 @@ LV2UI_Handle instantiate(const LV2UI_Descriptor*, const char*, const char*,
                              .title = textOption(features, LV2_UI__windowTitle)},
                             error);
     });
+    if (!editor) return nullptr;
     // NOLINTNEXTLINE(performance-no-int-to-ptr): the format hands an X11 window over as a pointer.
-    if (made) *widget = reinterpret_cast<LV2UI_Widget>(static_cast<std::uintptr_t>(made->handle()));
-    return made;
+    *widget = reinterpret_cast<LV2UI_Widget>(static_cast<std::uintptr_t>(editor->handle()));
+    return editor;
 }
 
 void portEvent(LV2UI_Handle handle, std::uint32_t port, std::uint32_t size, std::uint32_t format,
@@ -54,19 +60,20 @@ void portEvent(LV2UI_Handle handle, std::uint32_t port, std::uint32_t size, std:
     float value;
     if (format != 0 || size != sizeof value || !buffer) return;
     std::memcpy(&value, buffer, sizeof value);
-    editor(handle).hearPort(port, value);
+    guarded([&] { editorOf(handle).hearPort(port, value); });
 }
 
 const void* extensionData(const char* uri) {
     static const LV2UI_Idle_Interface idle{
-        [](LV2UI_Handle handle) { return status(editor(handle).idle()); }};
+        [](LV2UI_Handle handle) { return status(handle, [](Editor& it) { return it.idle(); }); }};
     static const LV2UI_Show_Interface show{
-        [](LV2UI_Handle handle) { return status(editor(handle).show()); },
-        [](LV2UI_Handle handle) { return status(editor(handle).hide()); }};
-    static const LV2UI_Resize resize{nullptr,
-                                     [](LV2UI_Feature_Handle handle, int width, int height) {
-                                         return status(editor(handle).setSize(width, height));
-                                     }};
+        [](LV2UI_Handle handle) { return status(handle, [](Editor& it) { return it.show(); }); },
+        [](LV2UI_Handle handle) { return status(handle, [](Editor& it) { return it.hide(); }); }};
+    static const LV2UI_Resize resize{
+        nullptr, [](LV2UI_Feature_Handle handle, int width, int height) {
+            return status(handle, [&](Editor& it) { return it.setSize(width, height); });
+        }};
+    if (!uri) return nullptr;
     if (std::strcmp(uri, LV2_UI__idleInterface) == 0) return &idle;
     if (std::strcmp(uri, LV2_UI__showInterface) == 0) return &show;
     if (std::strcmp(uri, LV2_UI__resize) == 0) return &resize;
@@ -80,7 +87,7 @@ const void* extensionData(const char* uri) {
     using namespace qov::lv2;
     static const std::string uri = editorUri();
     static const LV2UI_Descriptor descriptor{
-        uri.c_str(), instantiate,   [](LV2UI_Handle handle) { delete &editor(handle); },
+        uri.c_str(), instantiate,   [](LV2UI_Handle handle) { delete &editorOf(handle); },
         portEvent,   extensionData,
     };
     return &descriptor;

@@ -1,16 +1,19 @@
 #include <lv2/core/lv2.h>
 #include <lv2/state/state.h>
 
-#include <cstdio>
 #include <cstring>
 #include <string>
 
+#include "hosts/instance/guarded.h"
 #include "hosts/instance/product.h"
 #include "hosts/lv2/Plugin.h"
 #include "hosts/lv2/bodyFunctions.h"
-#include "hosts/lv2/guarded.h"
+#include "hosts/lv2/made.h"
 
 namespace qov::lv2 {
+
+using hosts::guarded;
+
 namespace {
 
 Plugin& plugin(LV2_Handle handle) {
@@ -19,42 +22,34 @@ Plugin& plugin(LV2_Handle handle) {
 
 LV2_Handle instantiate(const LV2_Descriptor*, double sampleRate, const char*,
                        const LV2_Feature* const* features) {
-    return guarded<Plugin>(
+    return made<Plugin>(
         [&](std::string* error) { return Plugin::create(sampleRate, features, error); });
 }
 
 LV2_State_Status save(LV2_Handle handle, LV2_State_Store_Function store, LV2_State_Handle state,
                       std::uint32_t, const LV2_Feature* const*) {
-    try {
-        return plugin(handle).save(store, state);
-    } catch (...) {
-        return LV2_STATE_ERR_NO_SPACE;
-    }
+    return guarded(LV2_STATE_ERR_NO_SPACE, [&] { return plugin(handle).save(store, state); });
 }
 
 LV2_State_Status restore(LV2_Handle handle, LV2_State_Retrieve_Function retrieve,
                          LV2_State_Handle state, std::uint32_t, const LV2_Feature* const*) {
-    try {
-        return plugin(handle).restore(retrieve, state);
-    } catch (...) {
-        return LV2_STATE_ERR_UNKNOWN;
-    }
+    return guarded(LV2_STATE_ERR_UNKNOWN, [&] { return plugin(handle).restore(retrieve, state); });
 }
 
 const void* extensionData(const char* uri) {
     static const LV2_State_Interface state{save, restore};
-    return std::strcmp(uri, LV2_STATE__interface) == 0 ? &state : nullptr;
+    return uri && std::strcmp(uri, LV2_STATE__interface) == 0 ? &state : nullptr;
 }
 
 const LV2_Descriptor descriptor{
     hosts::product::uri,
     instantiate,
     [](LV2_Handle handle, std::uint32_t port, void* memory) {
-        plugin(handle).connect(port, memory);
+        guarded([&] { plugin(handle).connect(port, memory); });
     },
-    [](LV2_Handle handle) { plugin(handle).activate(); },
-    [](LV2_Handle handle, std::uint32_t frames) { plugin(handle).run(frames); },
-    [](LV2_Handle handle) { plugin(handle).deactivate(); },
+    [](LV2_Handle handle) { guarded([&] { plugin(handle).activate(); }); },
+    [](LV2_Handle handle, std::uint32_t frames) { guarded([&] { plugin(handle).run(frames); }); },
+    [](LV2_Handle handle) { guarded([&] { plugin(handle).deactivate(); }); },
     [](LV2_Handle handle) { delete &plugin(handle); },
     extensionData,
 };

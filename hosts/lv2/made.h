@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdio>
+#include <exception>
+#include <memory>
+#include <string>
+
+#include "hosts/instance/guarded.h"
+
+namespace qov::lv2 {
+
+/// What make(&error) makes, given to the host; null, with one line on standard error, where it
+/// makes nothing. No exception gets out.
+template <class Made, class Make>
+Made* made(const Make& make) {
+    return hosts::guarded(static_cast<Made*>(nullptr), [&]() -> Made* {
+        std::string error;
+        try {
+            if (std::unique_ptr<Made> made = make(&error)) return made.release();
+        } catch (const std::exception& exception) {
+            error = exception.what();
+        }
+        std::fprintf(stderr, "kelvane: %s\n", error.c_str());
+        return nullptr;
+    });
+}
+
+}  // namespace qov::lv2
