@@ -37,6 +37,10 @@ class QOV_Kelvane_PluginAudioUnit : public platform::AUAudioUnit {
     /// than maximumFramesToRender frames and does not check.
     platform::AUInternalRenderBlock internalRenderBlock() override;
 
+    /// For a host whose signal starts anew: nothing that has come in is heard any more, and what
+    /// is smoothed starts as after allocation. Parameters stay. Audio thread.
+    void forgetSignal() { _kernel.forgetSignal(); }
+
     /// The stored factory preset, or the very custom preset that was set.
     PresetPointer currentPreset() const override;
 

@@ -78,6 +78,12 @@ void QOV_Kelvane_PluginDSPKernel::reset() {
     } while (gate_.endReset());
 }
 
+void QOV_Kelvane_PluginDSPKernel::forgetSignal() {
+    reset();
+    circular.clear();
+    latency.setPrecedingFrame(0);
+}
+
 void QOV_Kelvane_PluginDSPKernel::resetState() {
     stereowidthInterpolator.rest(0);
     panpotInterpolator.rest(0);

@@ -39,6 +39,8 @@ class QOV_Kelvane_PluginDSPKernel final : public DSPKernel {
     void init(std::int32_t channelCount, double rate);
     /// Ramps, delay line and snapshot back to their start; parameters and the ring stay.
     void reset();
+    /// reset(), and silence in the ring and before the next frame. Render thread.
+    void forgetSignal();
 
     /// Switches (addresses 3 to 7) store 1 above 0.5, else 0. Switching bypass on resets.
     /// Unknown addresses change nothing and read as 0.

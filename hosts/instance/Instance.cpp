@@ -213,35 +213,11 @@ void Instance::apply(std::span<const HostEvent> events) {
 }
 
 void Instance::reset() {
-    if (!isActive()) return;
-    const FloatEnvironment standard;
-    const float bypass = unit_->getParameter(kBypass);
-    bypassAtReset_ = bypass > 0.5f;
-    ++resets_;
-    unit_->setParameter(kBypass, 1);  // switching on is what resets the chain
-    unit_->setParameter(kBypass, 0);
-    // The ring, and one frame more: the last that goes out, which a delay may repeat, is silent.
-    constexpr std::uint32_t frames = captureFrames + 1;
-    for (std::uint32_t done = 0; done < frames;) {
-        const auto count = std::min(static_cast<std::uint32_t>(silence_.size()), frames - done);
-        renderCycle(silence_.data(), silence_.data(), ignored_[0].data(), ignored_[1].data(), count,
-                    nullptr);
-        done += count;
-    }
-    unit_->setParameter(kBypass, 1);  // the smoothing moved meanwhile
-    unit_->setParameter(kBypass, bypass);
-    ++resets_;
+    if (isActive()) unit_->forgetSignal();
 }
 
-/// What the host has set, also while a reset switches it to and fro.
 bool Instance::isBypassed() const {
-    while (true) {
-        const auto before = resets_.load();
-        if (before % 2 != 0) return bypassAtReset_;
-        const bool now = unit_->getParameter(kBypass) > 0.5f;
-        std::atomic_thread_fence(std::memory_order_acquire);
-        if (resets_.load() == before) return now;
-    }
+    return unit_->getParameter(kBypass) > 0.5f;
 }
 
 std::uint32_t Instance::latency() const {
@@ -260,7 +236,6 @@ bool Instance::takeLatencyChange() {
 // Parameters
 
 float Instance::value(std::uint64_t address) const {
-    if (address == kBypass) return isBypassed() ? 1.0f : 0.0f;
     return unit_->getParameter(static_cast<std::int32_t>(address));
 }
 

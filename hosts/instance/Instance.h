@@ -138,8 +138,6 @@ class Instance {
 
     std::atomic<std::uint32_t> heardByAudio_{0};  // bit a: address a was set on the audio thread
     std::atomic<std::uint32_t> reportedLatency_{0};
-    std::atomic<std::uint32_t> resets_{0};  // twice as many as were made; odd during one
-    std::atomic<bool> bypassAtReset_{false};
     EditExchange edits_;
     std::atomic<bool> touching_{false};
     std::atomic<std::uint32_t> held_{0};  // bit a: address a changed since the touch began
