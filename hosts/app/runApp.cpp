@@ -87,7 +87,8 @@ class App {
     std::unique_ptr<SoundSource> openJackServer();
     void goOnInSilence();
     void lookForJack();
-    void startOn(std::unique_ptr<SoundSource> source);
+    bool startOn(std::unique_ptr<SoundSource> source);
+    void startInSilence(double rate);
     bool handleKey(const platform::KeyStroke& stroke);
     void end(int exitCode);
 
@@ -173,11 +174,10 @@ bool App::handleKey(const platform::KeyStroke& stroke) {
 // Sound
 
 void App::startSound() {
-    auto source = options_.useJack ? openJackServer() : nullptr;
-    isOnJack_ = source != nullptr;
+    auto jack = options_.useJack ? openJackServer() : nullptr;
+    isOnJack_ = jack && startOn(std::move(jack));
     if (options_.useJack && !isOnJack_) say("no JACK server answers; the effect runs in silence");
-    if (!source) source = makeClock(options_.sound.rate > 0 ? options_.sound.rate : kUsualRate);
-    startOn(std::move(source));
+    if (!isOnJack_) startInSilence(options_.sound.rate > 0 ? options_.sound.rate : kUsualRate);
     if (options_.useJack)
         platform::Timer::scheduledTimer(kJackInterval, true,
                                         [this](platform::Timer&) { lookForJack(); });
@@ -188,35 +188,40 @@ std::unique_ptr<SoundSource> App::openJackServer() {
 }
 
 void App::goOnInSilence() {
+    if (!isOnJack_) return;  // it has gone before the effect was started on it
     say("the JACK server has ended; the effect goes on in silence");
     isOnJack_ = false;
-    const double rate = source_->rate();
-    source_.reset();
-    startOn(makeClock(rate));
+    startInSilence(source_->rate());
 }
 
 void App::lookForJack() {
     if (isOnJack_) return;
-    auto source = openJackServer();
-    if (!source) return;
-    isOnJack_ = true;
-    startOn(std::move(source));
-    say("a JACK server answers; the effect plays through it");
+    auto jack = openJackServer();
+    if (!jack) return;
+    const double rate = source_->rate();
+    isOnJack_ = startOn(std::move(jack));
+    if (isOnJack_)
+        say("a JACK server answers; the effect plays through it");
+    else
+        startInSilence(rate);
 }
 
-void App::startOn(std::unique_ptr<SoundSource> source) {
+void App::startInSilence(double rate) {
+    source_.reset();
+    if (!startOn(makeClock(rate)))
+        throw std::runtime_error(fmt::format("the effect does not run at {} Hz", rate));
+}
+
+/// False where the effect does not run at the source's rate, or the source has gone.
+bool App::startOn(std::unique_ptr<SoundSource> source) {
     source_ = std::move(source);
     const double rate = source_->rate();
     const bool isPlaying = !sound_ || sound_->isPlaying();
     sound_ = std::make_unique<SoundLoop>(options_.sound.atRate(rate));
     sound_->setPlaying(isPlaying);
-    platform::NSError error;
     instance_->deactivate();
-    if (!instance_->activate(rate, source_->longestBlock(), &error))
-        throw std::runtime_error(fmt::format("the effect does not run at {} Hz: {}", rate,
-                                             error.localizedDescription()));
-    if (!source_->start(*instance_, *sound_))
-        throw std::runtime_error("the JACK server does not let the effect start");
+    return instance_->activate(rate, source_->longestBlock(), nullptr) &&
+           source_->start(*instance_, *sound_);
 }
 
 }  // namespace

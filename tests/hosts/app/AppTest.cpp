@@ -24,7 +24,6 @@ using qov::test::Child;
 using qov::test::Jack;
 using qov::test::Screen;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 const std::string silent = "kelvane: no JACK server answers; the effect runs in silence\n";
 const std::string noServer = "no-such-server-of-kelvane";
@@ -136,6 +135,18 @@ TEST(App, TheMouseChangesTheSoundOfAJackGraph) {
     Screen::xdo("key Escape");
     EXPECT_EQ(app.wait(), 0);
     std::filesystem::remove(path);
+}
+
+TEST(App, LooksOnForAServerThatGoesBeforeItHasStartedTheClient) {
+    const Screen screen;
+    Jack jack;
+    Child app({"env", "LD_PRELOAD=" LOST_SERVER, KELVANE, "app", "--jack-server", jack.name});
+    waitForWindow();
+    EXPECT_EQ(app.errorUntil("silence"), silent);
+    EXPECT_TRUE(jack.listenTo("kelvane:out left", "kelvane:out right"));
+    EXPECT_THAT(app.errorUntil("plays"), HasSubstr("a JACK server answers"));
+    Screen::xdo("mousemove 300 300 key Escape");
+    EXPECT_EQ(app.wait(), 0);
 }
 
 // A laptop's lid, a debugger, a machine with too much to do: whole cycles are missed, and the sound
