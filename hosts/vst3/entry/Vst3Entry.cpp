@@ -1,6 +1,8 @@
 #include <travesty/factory.h>
 
+#include <algorithm>
 #include <cstring>
+#include <string_view>
 
 #include "hosts/bundle/bodyFunction.h"
 #include "hosts/instance/product.h"
@@ -16,16 +18,13 @@ using vst3::entry;
 using vst3::Face;
 using vst3::writeText;
 
-constexpr const char* kCategory = "Audio Module Class";  // what makes a class a plug-in
-constexpr const char* kSubcategories = "Fx|Spatial|Stereo";
-constexpr const char* kFormat = "VST 3.7";
-constexpr std::int32_t kMany = 0x7fffffff;  // instances
 constexpr std::int32_t kUnicode = 0x10;
 
 template <std::size_t Size>
-void writeText(const char* text, char (&field)[Size]) {
-    std::strncpy(field, text, Size - 1);
-    field[Size - 1] = 0;
+void writeText(std::string_view text, char (&field)[Size]) {
+    const auto length = std::min(text.size(), Size - 1);
+    std::memcpy(field, text.data(), length);
+    field[length] = 0;
 }
 
 /// What a scan asks. Static: nobody's last reference ends it.
@@ -63,18 +62,18 @@ class Factory final : public vst3::Unknown {
         if (index != 0 || !info) return V3_INVALID_ARG;
         *info = {};
         std::memcpy(info->class_id, vst3::classId, sizeof(v3_tuid));
-        info->cardinality = kMany;
-        writeText(kCategory, info->category);
+        info->cardinality = vst3::cardinality;
+        writeText(vst3::category, info->category);
         writeText(product::name, info->name);
         return V3_OK;
     }
     template <class Info>
     static v3_result describeMore(std::int32_t index, Info* info) {
         if (const auto result = describe(index, info); result != V3_OK) return result;
-        writeText(kSubcategories, info->sub_categories);
+        writeText(vst3::subcategories, info->sub_categories);
         writeText(product::maker, info->vendor);
         writeText(product::version, info->version);
-        writeText(kFormat, info->sdk_version);
+        writeText(vst3::formatVersion, info->sdk_version);
         return V3_OK;
     }
     v3_result getClassInfo(std::int32_t index, v3_class_info* info) noexcept {
