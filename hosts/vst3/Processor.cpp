@@ -35,6 +35,10 @@ struct Channels {
     float* at[2] = {};
 };
 
+bool hasQueues(v3_param_changes** changes) {
+    return changes && v3_cpp_obj(changes)->get_param_count(changes) > 0;
+}
+
 }  // namespace
 
 constexpr v3_component_cpp Processor::componentTable{
@@ -188,17 +192,15 @@ v3_result Processor::process(v3_process_data* data) {
     const auto frames = static_cast<std::uint32_t>(std::max(data->nframes, 0));
     if (data->num_output_buses > 0 && data->outputs) data->outputs[0].channel_silence_bitset = 0;
     const std::unique_lock pass(gate_, std::try_to_lock);
-    const auto held = told_.held();
-    const auto told = ParameterPoints::tell(data->input_params, frames, held, told_);
-    if (pass) {
-        resetIfAsked();
-        catchUp();
-        render(*data, frames, held);
+    if (!pass) {
+        missed_ |= ParameterPoints::tell(data->input_params, frames, told_.held(), told_);
+        for (float* channel : Channels(data->outputs, data->num_output_buses).at)
+            if (channel) std::fill_n(channel, frames, 0.0f);
         return V3_OK;
     }
-    missed_ |= told;
-    for (float* channel : Channels(data->outputs, data->num_output_buses).at)
-        if (channel) std::fill_n(channel, frames, 0.0f);
+    resetIfAsked();
+    catchUp();
+    render(*data, frames);
     return V3_OK;
 }
 
@@ -222,10 +224,14 @@ void Processor::catchUp() {
     instance_.process(input, output, 0, {events, count});
 }
 
-void Processor::render(const v3_process_data& data, std::uint32_t frames, std::uint32_t held) {
+void Processor::render(const v3_process_data& data, std::uint32_t frames) {
     const Channels in(data.inputs, data.num_input_buses);
     const Channels out(data.outputs, data.num_output_buses);
     if (frames > 0) isFresh_ = false;
+    // Most blocks change nothing.
+    if (!hasQueues(data.input_params)) return instance_.process(in.at, out.at, frames, {});
+    const auto held = told_.held();
+    ParameterPoints::tell(data.input_params, frames, held, told_);
     std::uint32_t begin = 0;
     do {
         const auto end =

@@ -64,7 +64,7 @@ class Processor {
     bool activate();
     void resetIfAsked();
     void catchUp();
-    void render(const v3_process_data& data, std::uint32_t frames, std::uint32_t held);
+    void render(const v3_process_data& data, std::uint32_t frames);
 
     Instance& instance_;
     ToldValues& told_;
