@@ -56,6 +56,7 @@ void GestureCenter::deliver(const std::shared_ptr<UITouch>& touch) {
 void GestureCenter::deliverPinch(const std::shared_ptr<UIView>& hit, UITouchPhase phase,
                                  CGPoint location, CGFloat scale) {
     if (phase == UITouchPhase::began) {
+        cancelPinch();  // one whose end did not come
         pinch_.reset();
         for (auto view = hit.get(); view && pinch_.expired(); view = view->superview())
             for (const auto& recognizer : view->gestureRecognizers())

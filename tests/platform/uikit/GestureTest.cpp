@@ -246,12 +246,18 @@ TEST_F(Gestures, ClosingDuringADragCancelsViewAndGesture) {
     EXPECT_EQ(touches.back(), "cancel") << "what comes later belongs to no touch";
 
     // A trackpad's pinch, whose end went elsewhere, does not hold up the next gesture.
-    seen.clear();
-    window->deliverPinch(UITouchPhase::began, {200, 150}, 1, loop->now());
-    window->cancelTouches();
-    down(150, 150);
-    move(180, 150);
-    EXPECT_THAT(seen, ElementsAre("pinch began", "pinch cancelled", "pan began"));
+    for (const bool closes : {true, false}) {
+        seen.clear();
+        window->deliverPinch(UITouchPhase::began, {200, 150}, 1, loop->now());
+        if (closes)
+            window->cancelTouches();
+        else
+            window->deliverPinch(UITouchPhase::began, {-1, -1}, 1, loop->now());  // on no view
+        down(150, 150);
+        move(180, 150);
+        EXPECT_THAT(seen, ElementsAre("pinch began", "pinch cancelled", "pan began"));
+        up(180, 150);
+    }
 }
 
 TEST_F(Gestures, AGestureThatIsSwitchedOffStaysOut) {
