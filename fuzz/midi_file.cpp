@@ -8,7 +8,7 @@
 // Whatever the bytes are: a file, or one line that says why not.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {
-        const auto file = qov::cli::parseMidiFile({data, data + size}, "fuzz.mid");
+        const auto file = qov::cli::parseMidiFile({data, size}, "fuzz.mid");
         for (const auto& event : qov::cli::midiAutomation(file, 1'048'576))
             if (event.frame < 0 || (event.message[1] & 0x80)) __builtin_trap();
     } catch (const qov::cli::Failure& failure) {

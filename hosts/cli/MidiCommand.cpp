@@ -62,19 +62,12 @@ std::string describeMeta(std::uint8_t type, Bytes data) {
     return data.empty() ? name : name + " " + hexadecimal(data);
 }
 
-/// The data behind FF, type and a length of one byte or more.
-Bytes metaData(Bytes bytes) {
-    std::size_t at = 2;
-    while (at < bytes.size() && bytes[at] & 0x80) ++at;
-    return bytes.subspan(std::min(at + 1, bytes.size()));
-}
-
 }  // namespace
 
 std::string describe(const MidiFileEvent& event) {
     const Bytes bytes = event.bytes;
     const auto status = bytes[0];
-    if (status == 0xFF && bytes.size() >= 3) return describeMeta(bytes[1], metaData(bytes));
+    if (status == 0xFF && bytes.size() >= 2) return describeMeta(bytes[1], bytes.subspan(2));
     if (status >= STATUS_SYSEX)
         return fmt::format("{} {}", nameOf("STATUS_", status), hexadecimal(bytes.subspan(1)));
     const std::uint8_t kind = status & 0xF0;

@@ -1,16 +1,13 @@
 #include "hosts/cli/MidiFile.h"
 
 #include <fmt/format.h>
-#include <glib.h>  // before smf.h, which would declare it extern "C"
-#include <smf.h>
 
 #include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <limits>
-#include <memory>
 #include <span>
-#include <utility>
+#include <string_view>
 
 #include "hosts/cli/Command.h"
 #include "util/MidiVocabulary.h"
@@ -21,26 +18,17 @@ namespace {
 constexpr std::uint8_t kMeta = 0xFF;  // how a file marks a meta event
 constexpr std::size_t kLargestFile = 16 << 20;
 
-/// Walks through a file's bytes and holds every length against what is there. The library that
-/// reads the file aborts the process on a damaged one, so nothing reaches it unchecked.
-class StructureCheck {
+/// Reads a file's bytes from front to back and holds every length against what is there.
+class Reader {
  public:
-    /// An escape event (F7 and bytes to send as they are), on which the library aborts, too. In the
-    /// bytes it becomes a text event of the same length; whoever reads them puts it back.
-    struct Escape {
-        int track, number;  ///< of the event in its track, from 1
-        std::vector<std::uint8_t> bytes;
-    };
-
-    StructureCheck(std::span<std::uint8_t> bytes, const std::string& name)
+    Reader(std::span<const std::uint8_t> bytes, const std::string& name)
         : bytes_(bytes), name_(name) {}
 
-    std::vector<Escape> run() {
-        const auto [format, tracks] = header();
-        if (format == 0 && tracks != 1)
-            fail(10, fmt::format("a file of format 0 has one track, not {}", tracks));
-        for (int i = 1; i <= tracks; ++i) track(i, tracks);
-        return std::move(escapes_);
+    MidiFile run() {
+        header();
+        for (int i = 1; i <= file_.tracks; ++i) track(i);
+        std::ranges::stable_sort(file_.events, {}, &MidiFileEvent::pulse);
+        return std::move(file_);
     }
 
  private:
@@ -74,11 +62,7 @@ class StructureCheck {
         return number(4);
     }
 
-    struct Header {
-        int format, tracks;
-    };
-
-    Header header() {
+    void header() {
         if (bytes_.size() < 4 || bytes_[0] != 'M')
             fail(0, "not a standard MIDI file, which starts with \"MThd\"");
         if (chunk("MThd", "the header") != 6) fail(4, "the header's length is not 6");
@@ -86,28 +70,32 @@ class StructureCheck {
         const auto format = number(2), tracks = number(2), division = number(2);
         if (format > 1) fail(8, fmt::format("format {} is not supported; 0 and 1 are", format));
         if (tracks == 0) fail(10, "there are no tracks");
+        if (format == 0 && tracks != 1)
+            fail(10, fmt::format("a file of format 0 has one track, not {}", tracks));
         if (division & 0x8000) fail(12, "time code (SMPTE) is not supported; pulses a quarter are");
         if (division == 0) fail(12, "0 pulses a quarter note");
-        return {static_cast<int>(format), static_cast<int>(tracks)};
+        file_.format = static_cast<int>(format);
+        file_.tracks = static_cast<int>(tracks);
+        file_.pulsesPerQuarter = static_cast<int>(division);
     }
 
-    void track(int index, int count) {
-        const auto title = fmt::format("track {} of {}", index, count);
+    void track(int index) {
+        const auto title = fmt::format("track {} of {}", index, file_.tracks);
         const std::size_t length = chunk("MTrk", title);
         need(length, bytes_.size(), title);
         const std::size_t end = at_ + length;
-        std::uint64_t pulses = 0;
+        std::int64_t pulse = 0;
         std::uint8_t running = 0;
-        track_ = index;
-        number_ = 0;
         for (bool ended = false; !ended;) {
-            ++number_;
             const std::size_t start = at_;
             if (start == end) fail(start, title + " has no end-of-track event");
-            pulses += variableLength(end, title);
-            if (pulses > std::numeric_limits<int>::max())
+            pulse += variableLength(end, title);
+            if (pulse > std::numeric_limits<int>::max())
                 fail(start, title + " is too long: more than 2147483647 pulses");
-            ended = event(running, end, title);
+            auto& event = file_.events.emplace_back();
+            event.track = index;
+            event.pulse = pulse;
+            ended = read(event.bytes, running, end, title);
         }
         if (at_ != end) fail(at_, title + " goes on behind its end-of-track event");
     }
@@ -124,8 +112,9 @@ class StructureCheck {
         fail(at_ - 4, "a number has more than four bytes");
     }
 
-    /// True at the end of the track.
-    bool event(std::uint8_t& running, std::size_t end, std::string_view title) {
+    /// An event behind its time. True at the end of the track.
+    bool read(std::vector<std::uint8_t>& event, std::uint8_t& running, std::size_t end,
+              std::string_view title) {
         need(1, end, title);
         const std::size_t start = at_;
         auto status = peek();
@@ -135,10 +124,12 @@ class StructureCheck {
             status = running;
         else
             fail(at_, "a data byte where a status byte belongs");
+        event = {status};
         if (status >= STATUS_SYSEX) running = 0;
-        if (status == kMeta) return metaEvent(end, title);
+        if (status == kMeta) return metaEvent(event, end, title);
         if (status == STATUS_SYSEX || status == STATUS_EOX) {
-            systemExclusive(status, end, title);
+            if (data(event, end, title) == 0)
+                fail(at_, fmt::format("an empty {:02X} event", status));
             return false;
         }
         if (status > STATUS_SYSEX)
@@ -147,101 +138,57 @@ class StructureCheck {
         const int kind = status & 0xF0;
         const int count = kind == STATUS_PROGRAM || kind == STATUS_CPRESSURE ? 1 : 2;
         need(static_cast<std::size_t>(count), end, title);
-        for (int i = 0; i < count; ++i, ++at_)
+        for (int i = 0; i < count; ++i, ++at_) {
             if (peek() & 0x80) fail(at_, "a status byte where a data byte belongs");
+            event.push_back(peek());
+        }
         return false;
     }
 
-    bool metaEvent(std::size_t end, std::string_view title) {
+    bool metaEvent(std::vector<std::uint8_t>& event, std::size_t end, std::string_view title) {
         need(1, end, title);
+        const std::size_t start = at_;
         const auto type = peek();
-        const std::size_t start = at_++;
         if (type & 0x80) fail(start, fmt::format("{:02X} is not a type of meta event", type));
-        const auto length = variableLength(end, title);
-        need(length, end, title);
-        at_ += length;
+        event.push_back(type);
+        ++at_;
+        const auto length = data(event, end, title);
         const auto expect = [&](std::uint32_t right, std::string_view what) {
             if (length != right)
                 fail(start, fmt::format("{} has {} bytes of data, not {}", what, length, right));
         };
         if (type == META_SETTEMPO) {
             expect(3, "a tempo event");
-            at_ -= 3;
-            if (number(3) == 0) fail(start, "a tempo of 0 microseconds a quarter note");
+            if ((event[2] | event[3] | event[4]) == 0)
+                fail(start, "a tempo of 0 microseconds a quarter note");
         }
         if (type == META_TIMESIGNATURE) expect(4, "a time signature");
         if (type == META_EOT) expect(0, "an end-of-track event");
         return type == META_EOT;
     }
 
-    void systemExclusive(std::uint8_t status, std::size_t end, std::string_view title) {
-        const std::size_t start = at_;
+    /// A length and so many bytes, which go to the end of the event.
+    std::uint32_t data(std::vector<std::uint8_t>& event, std::size_t end, std::string_view title) {
         const auto length = variableLength(end, title);
         need(length, end, title);
-        if (length == 0) fail(start, fmt::format("an empty {:02X} event", status));
-        const std::size_t data = at_;
+        const auto bytes = bytes_.subspan(at_, length);
+        event.insert(event.end(), bytes.begin(), bytes.end());
         at_ += length;
-        if (status == STATUS_SYSEX) return;
-        Escape escape{track_, number_, {status}};
-        escape.bytes.insert(escape.bytes.end(), bytes_.begin() + static_cast<std::ptrdiff_t>(data),
-                            bytes_.begin() + static_cast<std::ptrdiff_t>(at_));
-        escapes_.push_back(std::move(escape));
-        // FF 01 and a length of one less, in as many bytes as the old one and one byte further on
-        bytes_[start - 1] = kMeta;
-        bytes_[start] = META_TEXT;
-        for (std::size_t i = data, rest = length - 1; i > start; --i, rest >>= 7)
-            bytes_[i] = static_cast<std::uint8_t>((rest & 0x7F) | (i == data ? 0 : 0x80));
+        return length;
     }
 
-    std::span<std::uint8_t> bytes_;
+    std::span<const std::uint8_t> bytes_;
     const std::string& name_;
     std::size_t at_ = 0;
-    int track_ = 0, number_ = 0;
-    std::vector<Escape> escapes_;
-};
-
-/// The library's messages, kept off the terminal for a scope.
-class QuietLog {
- public:
-    QuietLog() : before_(g_log_set_default_handler(drop, nullptr)) {}
-    ~QuietLog() { g_log_set_default_handler(before_, nullptr); }
-    QuietLog(const QuietLog&) = delete;
-    QuietLog& operator=(const QuietLog&) = delete;
-
- private:
-    static void drop(const gchar*, GLogLevelFlags, const gchar*, gpointer) {}
-    GLogFunc before_;
+    MidiFile file_;
 };
 
 }  // namespace
 
-MidiFile parseMidiFile(std::vector<std::uint8_t> bytes, const std::string& name) {
+MidiFile parseMidiFile(std::span<const std::uint8_t> bytes, const std::string& name) {
     if (bytes.size() > kLargestFile)
         throw Failure(fmt::format("{}: larger than {} MB", name, kLargestFile >> 20));
-    auto escapes = StructureCheck(bytes, name).run();
-
-    const QuietLog quiet;
-    const std::unique_ptr<smf_t, void (*)(smf_t*)> song(
-        smf_load_from_memory(bytes.data(), static_cast<int>(bytes.size())), smf_delete);
-    if (!song) throw Failure(name + ": not readable as a standard MIDI file");
-    MidiFile file{song->format, song->number_of_tracks, song->ppqn, {}};
-    auto escape = escapes.begin();
-    for (int track = 1; track <= song->number_of_tracks; ++track) {
-        const auto* events = smf_get_track_by_number(song.get(), track);
-        for (int number = 1; number <= events->number_of_events; ++number) {
-            const auto* event = smf_track_get_event_by_number(events, number);
-            auto& read = file.events.emplace_back();
-            read.track = track;
-            read.pulse = event->time_pulses;
-            if (escape != escapes.end() && escape->track == track && escape->number == number)
-                read.bytes = std::move(escape++->bytes);
-            else
-                read.bytes.assign(event->midi_buffer,
-                                  event->midi_buffer + event->midi_buffer_length);
-        }
-    }
-    std::ranges::stable_sort(file.events, {}, &MidiFileEvent::pulse);
-    return file;
+    return Reader(bytes, name).run();
 }
 
 MidiFile readMidiFile(const std::string& path) {
@@ -255,13 +202,13 @@ MidiFile readMidiFile(const std::string& path) {
         bytes.resize(static_cast<std::size_t>(stream.gcount()));
     }
     if (stream.bad() || (!stream && !stream.eof())) throw Failure(path + ": cannot be read");
-    return parseMidiFile(std::move(bytes), path);
+    return parseMidiFile(bytes, path);
 }
 
 std::uint32_t microsecondsPerQuarter(const MidiFileEvent& event) {
     const auto& bytes = event.bytes;
-    if (bytes.size() < 6 || bytes[0] != kMeta || bytes[1] != META_SETTEMPO) return 0;
-    return std::uint32_t{bytes[3]} << 16 | std::uint32_t{bytes[4]} << 8 | bytes[5];
+    if (bytes.size() < 5 || bytes[0] != kMeta || bytes[1] != META_SETTEMPO) return 0;
+    return std::uint32_t{bytes[2]} << 16 | std::uint32_t{bytes[3]} << 8 | bytes[4];
 }
 
 std::vector<std::int64_t> eventFrames(const MidiFile& file, std::int64_t sampleRate) {

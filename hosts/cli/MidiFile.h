@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,7 @@ namespace qov::cli {
 struct MidiFileEvent {
     int track = 0;           ///< 1 is the first
     std::int64_t pulse = 0;  ///< since the start of the song
-    /// With its status byte; a meta event as FF, type, length, data.
+    /// With its status byte and without a length: a meta event as FF, type, data.
     std::vector<std::uint8_t> bytes;
 };
 
@@ -26,7 +27,7 @@ struct MidiFile {
 
 /// Reads a file's bytes. Throws Failure, "<name>: byte <offset>: <what is wrong>", where they are
 /// damaged or of a kind that MidiFile does not hold.
-MidiFile parseMidiFile(std::vector<std::uint8_t> bytes, const std::string& name);
+MidiFile parseMidiFile(std::span<const std::uint8_t> bytes, const std::string& name);
 
 /// The same for a file; also throws Failure where it can't be read.
 MidiFile readMidiFile(const std::string& path);

@@ -1,5 +1,6 @@
 #include "hosts/cli/MidiFile.h"
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -67,7 +68,8 @@ std::string tempo(std::uint32_t microseconds) {
 }
 
 MidiFile parse(const std::string& file) {
-    return qov::cli::parseMidiFile({file.begin(), file.end()}, "song.mid");
+    const std::vector<std::uint8_t> bytes(file.begin(), file.end());
+    return qov::cli::parseMidiFile(bytes, "song.mid");
 }
 
 std::string failureOf(const std::string& file) {
@@ -113,9 +115,25 @@ TEST(MidiFile, namesItsEventsInTheVocabulary) {
         {"FF 58 04 06 03 18 08", "META_TIMESIGNATURE 6/8"},
         {"FF 54 05 01 02 03 04 05", "META_SMTPOFFSET 01 02 03 04 05"},
         {"FF 44 01 7F", "META_UNKNOWN 44 7F"},
+        {"FF 44 80 01 7F", "META_UNKNOWN 44 7F"},
     };
     for (const auto& [digits, text] : lines)
         EXPECT_EQ(qov::cli::describe(parse(song(96, {{{0, digits}, {0, kEnd}}})).events[0]), text);
+}
+
+TEST(MidiFile, findsTheNextEventBehindLongData) {
+    for (const std::uint32_t length : {127U, 128U, 200U, 20'000U}) {
+        std::string data;
+        for (const auto byte : delta(length))
+            data += fmt::format(" {:02X}", static_cast<std::uint8_t>(byte));
+        for (std::uint32_t i = 0; i < length; ++i) data += " 61";
+        for (const std::string kind : {"FF 01", "F0", "F7"}) {
+            const auto file = parse(song(96, {{{0, kind + data}, {0, "90 3C 40"}, {0, kEnd}}}));
+            ASSERT_EQ(file.events.size(), 3U) << kind << " " << length;
+            EXPECT_EQ(file.events[0].bytes.size(), length + (kind == "FF 01" ? 2 : 1));
+            EXPECT_THAT(file.events[1].bytes, ElementsAre(0x90, 0x3C, 0x40));
+        }
+    }
 }
 
 struct Timing {
