@@ -129,19 +129,4 @@ TEST(Events, MidiControllersSetThreeParametersOnAnyChannel) {
     }
 }
 
-// The right channel is untouched by the delay: an event's frame can be read off the output.
-TEST(Events, TakeEffectOnTheirExactFrame) {
-    KernelRig rig;
-    for (const auto address : {kStereoWidth, kPanorama}) rig.kernel.setParameter(address, 0.5f);
-    Samples left(4096, 0.0f), right(4096, 1.0f);
-    rig.render(left, right,
-               {parameterEvent(1000, kSwapChannels, 1), midiEvent(1000, 0xB0, 1, 1),
-                parameterEvent(1234, kSwapChannels, 0)});
-    for (std::size_t i = 0; i < 2048; ++i) {
-        const bool swapped = i >= 1000 && i < 1234;
-        ASSERT_EQ(right[i + 2048], swapped ? 0.0f : 1.0f) << i;
-        ASSERT_EQ(left[i + 2048], swapped ? 1.0f : 0.0f) << i;
-    }
-}
-
 }  // namespace

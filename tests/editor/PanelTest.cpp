@@ -131,6 +131,12 @@ TEST_F(Panel, EachHotspotSwitchesOrStartsItsOwnControl) {
         }
     }
     show(680);
+    for (const auto& [area, mode, on, off] : cases)
+        for (const CGPoint beside : {CGPoint{area.minX() - 0.6, area.midY()},
+                                     {area.maxX() + 0.6, area.midY()},
+                                     {area.midX(), area.minY() - 0.6},
+                                     {area.midX(), area.maxY() + 0.6}})
+            EXPECT_STRNE(panel->baseClass.modeAt(beside), mode);
     down({340, 220});
     EXPECT_EQ(console.lines().back(), "Current editing mode is: ");
 }

@@ -24,3 +24,5 @@ class SampleChecksum {
 
 /// Of the demo's tour. A change of this number is a change of the sound that people hear.
 inline constexpr std::uint64_t tourChecksum = 0x6F8E51CC223DD9D5;
+/// Of noise through changing settings.
+inline constexpr std::uint64_t noiseChecksum = 0xC7325D60999C0D46;
