@@ -168,6 +168,25 @@ TEST_F(Panel, DragsFollowTheFingerAndStopAtTheEnds) {
     EXPECT_EQ(reports->take(), Calls{"p1=0.500000"});
     up({460 * 2, 0});
     EXPECT_EQ(takeEvents(), (std::vector{1, 4096, 4096, 64}));
+    show(680);
+    panel->scaler = 2;
+    down({200, 50});
+    move({215, 50 - 15});
+    EXPECT_EQ(reports->take(), Calls{"p1=0.600000"}) << "twice as sensitive";
+}
+
+TEST_F(Panel, LooksAsBeforeWhereATouchHasLeft) {
+    const auto picture = [&] {
+        const auto drawn = draw(*panel, 680, 440);
+        return std::vector(drawn->pixels().begin(), drawn->pixels().end());
+    };
+    const auto before = picture();
+    for (const CGPoint& at : {CGPoint{300, 379}, {300, 60}, {575, 220}, {216, 379}, {465, 63}}) {
+        down(at);
+        EXPECT_NE(picture(), before) << at.x;
+        up(at);
+        EXPECT_EQ(picture(), before) << at.x;
+    }
 }
 
 TEST_F(Panel, TouchesBesideTheHotspotsUnlockAndCancelKeepsTheMode) {
