@@ -34,46 +34,40 @@ struct Case {
     const char* expected;
 };
 
-void PrintTo(const Case& one, std::ostream* out) {
-    *out << one.name;
+const Case cases[] = {
+    {"none", 0, 64, {}, "p64@0 "},
+    {"empty cycle drops its events", 0, 0, {{0, 1}}, ""},
+    {"on the first frame", 100, 64, {{100, 1}}, "e1 p64@0 "},
+    {"in the middle", 100, 64, {{110, 1}, {130, 2}}, "p10@0 e1 p20@10 e2 p34@30 "},
+    {"two at one time", 0, 64, {{10, 1}, {10, 2}}, "p10@0 e1 e2 p54@10 "},
+    {"late", 100, 64, {{50, 1}, {60, 2}}, "e1 e2 p64@0 "},
+    {"out of order takes effect at once",
+     0,
+     64,
+     {{20, 1}, {5, 2}, {30, 3}},
+     "p20@0 e1 e2 p10@20 e3 p34@30 "},
+    {"at the end no more segment", 0, 64, {{64, 1}, {64, 2}}, "p64@0 e1 e2 "},
+    {"after the end is left where the cycle is full", 0, 64, {{64, 1}, {65, 2}}, "p64@0 e1 "},
+    {"beyond the end stretches the segment",
+     0,
+     64,
+     {{70, 1}, {80, 2}},
+     "p70@0 e1 p10@70 e2 p4294967280@80 "},
+    {"time is truncated toward zero", -0.9, 64, {{3, 1}}, "p3@0 e1 p61@3 "},
+    {"time that is no number is zero", NAN, 64, {{3, 1}}, "p3@0 e1 p61@3 "},
+    {"time beyond the clock saturates", 0x1p63, 64, {{INT64_MAX - 1, 1}}, "e1 p64@0 "},
+    {"time before the clock saturates", -1e300, 64, {{INT64_MIN + 3, 1}}, "p3@0 e1 p61@3 "}};
+
+TEST(Events, CallForSegmentsInOrder) {
+    for (const auto& [name, start, frames, timed, expected] : cases) {
+        std::vector<platform::AURenderEvent> events;
+        for (const auto& [time, address] : timed)
+            events.push_back(parameterEvent(time, static_cast<std::uint64_t>(address), 0));
+        Recorder kernel;
+        kernel.processWithEvents({.mSampleTime = start}, frames, linked(events));
+        EXPECT_EQ(kernel.log.str(), expected) << name;
+    }
 }
-
-class EventSplitting : public testing::TestWithParam<Case> {};
-
-TEST_P(EventSplitting, CallsForSegmentsAndEventsInOrder) {
-    std::vector<platform::AURenderEvent> events;
-    for (const auto& [time, address] : GetParam().events)
-        events.push_back(parameterEvent(time, static_cast<std::uint64_t>(address), 0));
-    Recorder kernel;
-    kernel.processWithEvents({.mSampleTime = GetParam().start}, GetParam().frames, linked(events));
-    EXPECT_EQ(kernel.log.str(), GetParam().expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, EventSplitting,
-    testing::Values(
-        Case{"none", 0, 64, {}, "p64@0 "}, Case{"emptyCycleDropsItsEvents", 0, 0, {{0, 1}}, ""},
-        Case{"onTheFirstFrame", 100, 64, {{100, 1}}, "e1 p64@0 "},
-        Case{"inTheMiddle", 100, 64, {{110, 1}, {130, 2}}, "p10@0 e1 p20@10 e2 p34@30 "},
-        Case{"twoAtOneTime", 0, 64, {{10, 1}, {10, 2}}, "p10@0 e1 e2 p54@10 "},
-        Case{"late", 100, 64, {{50, 1}, {60, 2}}, "e1 e2 p64@0 "},
-        Case{"outOfOrderTakesEffectAtOnce",
-             0,
-             64,
-             {{20, 1}, {5, 2}, {30, 3}},
-             "p20@0 e1 e2 p10@20 e3 p34@30 "},
-        Case{"atTheEndNoMoreSegment", 0, 64, {{64, 1}, {64, 2}}, "p64@0 e1 e2 "},
-        Case{"afterTheEndIsLeftWhereTheCycleIsFull", 0, 64, {{64, 1}, {65, 2}}, "p64@0 e1 "},
-        Case{"beyondTheEndStretchesTheSegment",
-             0,
-             64,
-             {{70, 1}, {80, 2}},
-             "p70@0 e1 p10@70 e2 p4294967280@80 "},
-        Case{"timeIsTruncatedTowardZero", -0.9, 64, {{3, 1}}, "p3@0 e1 p61@3 "},
-        Case{"timeThatIsNoNumberIsZero", NAN, 64, {{3, 1}}, "p3@0 e1 p61@3 "},
-        Case{"timeBeyondTheClockSaturates", 0x1p63, 64, {{INT64_MAX - 1, 1}}, "e1 p64@0 "},
-        Case{"timeBeforeTheClockSaturates", -1e300, 64, {{INT64_MIN + 3, 1}}, "p3@0 e1 p61@3 "}),
-    [](const auto& one) { return std::string(one.param.name); });
 
 TEST(Events, ArePassedOnByTheirType) {
     const auto kind = [](std::uint8_t type) {

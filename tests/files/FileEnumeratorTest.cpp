@@ -12,8 +12,8 @@
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/URL.h"
-#include "tests/platform/foundation/TemporaryFolder.h"
 #include "tests/support/ConsoleLines.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 

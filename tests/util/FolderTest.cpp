@@ -5,8 +5,8 @@
 
 #include "platform/foundation/Bundle.h"
 #include "platform/foundation/FileManager.h"
-#include "tests/platform/foundation/TemporaryFolder.h"
 #include "tests/support/ConsoleLines.h"
+#include "tests/support/TemporaryFolder.h"
 #include "util/ensureDirectoryExists.h"
 #include "util/paths.h"
 

@@ -9,8 +9,8 @@
 
 #include "platform/uikit/UIImage.h"
 #include "platform/uikit/UIImageView.h"
-#include "tests/platform/foundation/LoopbackServer.h"
 #include "tests/support/ConsoleLines.h"
+#include "tests/support/LoopbackServer.h"
 
 namespace {
 

@@ -15,7 +15,7 @@ using qov::cli::runCurves;
 using testing::HasSubstr;
 
 TEST(CurvesCommand, drawsEveryCurveIntoBothKindsOfPicture) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto png = folder / "curves.png", svg = folder / "curves.svg";
     ASSERT_EQ(runCurves({png, "--scale", "1"}), 0);
     ASSERT_EQ(runCurves({svg}), 0);

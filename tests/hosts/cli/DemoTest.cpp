@@ -15,7 +15,7 @@ namespace {
 using qov::cli::StereoField;
 
 TEST(Demo, WritesThePhraseItsTourAndThePictureFromAnyFolder) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto run = shell("cd " + (folder / "") + " && $K demo sub/folder");
     ASSERT_EQ(run.code, 0) << run.err;
     const auto phrase = loadFloats(folder / "sub/folder/phrase.wav");
@@ -102,7 +102,7 @@ TEST(StereoField, MidIsUprightAndEachSideLeansItsOwnWay) {
 }
 
 TEST(Field, DrawsOneOrTwoFilesAsPngAndSvgAndNamesWhatIsWrong) {
-    const Folder folder;
+    const TemporaryFolder folder;
     save(folder / "a.wav", {.format = 0x10006, .samples = noise(20000)});
     save(folder / "empty.wav", Sound<float>{.format = 0x10006, .samples = {}});
     const auto at = "cd " + (folder / "") + " && $K field ";

@@ -240,7 +240,7 @@ TEST(MidiFile, withAnyByteChangedOrCutOffIsReadOrRefusedInOneLine) {
 
 TEST(MidiFile, soundsLikeTheSameEventsOnFramesWorkedOutByHand) {
     // 120 a minute up to pulse 24 (6000 frames), then 150: 240 pulses are 0.4 s * 2.5 = 1 s
-    const Folder folder;
+    const TemporaryFolder folder;
     write(
         folder / "midi",
         song(96,

@@ -5,19 +5,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
 #include <sstream>
 
-#include <gtest/gtest.h>
-
 namespace {
 
 /// Forks, lets the child run with its output in two files, and waits.
 Run launch(const std::function<void()>& child, const std::function<void(pid_t)>& parent = {}) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto out = folder / "out";
     const auto err = folder / "err";
     const pid_t pid = fork();
@@ -42,23 +39,6 @@ Run launch(const std::function<void()>& child, const std::function<void(pid_t)>&
 
 }  // namespace
 
-Folder::Folder() {
-    std::string path = testing::TempDir() + "kelvane-test-XXXXXX";
-    path_ = mkdtemp(path.data());
-}
-
-Folder::~Folder() {
-    std::filesystem::remove_all(path_);
-}
-
-std::vector<std::string> Folder::files() const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(path_))
-        names.push_back(entry.path().filename());
-    std::ranges::sort(names);
-    return names;
-}
-
 Run shell(const std::string& command) {
     return launch([&] {
         setenv("K", KELVANE_PROGRAM, 1);
@@ -66,7 +46,8 @@ Run shell(const std::string& command) {
     });
 }
 
-Run interrupted(const std::vector<std::string>& arguments, int signal, const Folder& folder) {
+Run interrupted(const std::vector<std::string>& arguments, int signal,
+                const TemporaryFolder& folder) {
     // Counted before it starts: it may be at work before this process runs on.
     const auto count = folder.files().size();
     return launch(

@@ -26,7 +26,7 @@ class BitExactBypass : public testing::TestWithParam<Kind> {};
 
 TEST_P(BitExactBypass, GivesBackEverySample) {
     const auto [file, format] = GetParam();
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto in = folder / "in";
     const auto out = folder / file;
     Sound<double> sound{.format = format, .samples = {}};
@@ -66,7 +66,7 @@ class Render : public testing::Test {
  protected:
     Render() { save(in, {.format = floatWav, .samples = noise(2 * 30000)}); }
 
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string in = folder / "in.wav";
     const std::string out = folder / "out.wav";
 };

@@ -17,7 +17,7 @@ class Snapshot : public testing::Test {
         return contents(folder_ / "out.png");
     }
 
-    const Folder folder_;
+    const TemporaryFolder folder_;
 };
 
 TEST_F(Snapshot, SameArgumentsSameBytesAndEachOptionShows) {

@@ -17,7 +17,7 @@ class Ardour : public testing::TestWithParam<const char*> {};
 
 TEST_P(Ardour, PlaysASavedSessionAsTheCommandLineDoes) {
     constexpr std::size_t frames = 96000;
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string format = GetParam();
     // Settings glide when the effect starts: through silence, so that the rest can be compared.
     Sound<float> sound{

@@ -20,7 +20,7 @@ const std::string uri = "urn:qov:kelvane";
 const std::string lv2Path = "LV2_PATH=" PLUGINS "/lv2";
 
 TEST(Lv2Apply, GivesTheBitsOfTheCommandLine) {
-    const Folder folder;
+    const TemporaryFolder folder;
     save(folder / "in.wav", Sound<float>{.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT,
                                          .rate = 48000,
                                          .samples = noise(2 * 20000)});
@@ -75,7 +75,7 @@ class Jalv : public testing::Test {
 
     Screen screen_;
     Jack jack_;
-    Folder folder_;
+    TemporaryFolder folder_;
 };
 
 TEST_F(Jalv, ShowsTheEditorPassesSoundAndHearsADrag) {

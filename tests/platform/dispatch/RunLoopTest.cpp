@@ -143,18 +143,13 @@ TEST_F(RunLoopTest, ABlockMayCancelAnyTimerAndADueOneDoesNotFire) {
     EXPECT_FALSE(loop->nextDeadline());
 }
 
-class OddInterval : public testing::TestWithParam<double> {};
-
-TEST_P(OddInterval, CountsAsTheShortest) {
-    const auto loop = RunLoop::createForTest();
+TEST_F(RunLoopTest, AnOddIntervalCountsAsTheShortest) {
     int ticks = 0;
-    loop->schedule(GetParam(), true, [&] { ++ticks; });
+    for (const double interval : {0.0, -1.0, 1e-9, -HUGE_VAL, std::nan("")})
+        loop->schedule(interval, true, [&] { ++ticks; });
     loop->advance(0.001);
-    EXPECT_EQ(ticks, 10);
+    EXPECT_EQ(ticks, 5 * 10);
 }
-
-INSTANTIATE_TEST_SUITE_P(All, OddInterval,
-                         testing::Values(0.0, -1.0, 1e-9, -HUGE_VAL, std::nan("")));
 
 TEST_F(RunLoopTest, ATimerForNeverDoesNotOverflow) {
     loop->schedule(HUGE_VAL, true, note("never"));

@@ -14,8 +14,8 @@
 #include "platform/foundation/Data.h"
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/URLSession.h"
-#include "tests/platform/foundation/LoopbackServer.h"
-#include "tests/platform/foundation/TemporaryFolder.h"
+#include "tests/support/LoopbackServer.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "platform/foundation/FileManagerDelegate.h"
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/URL.h"
-#include "tests/platform/foundation/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 

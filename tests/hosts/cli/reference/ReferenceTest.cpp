@@ -169,7 +169,7 @@ TEST(Reference, HasTheBitsOfRandomSoundUnderRandomAutomation) {
     std::uint32_t seed = 1;
     for (double done = 0; done < seconds; done += longest, ++seed) {
         SCOPED_TRACE("seed " + std::to_string(seed));
-        const Folder folder;
+        const TemporaryFolder folder;
         Stretch stretch(seed, std::min(longest, seconds - done));
         write(folder / "in", interleaved(stretch.left, stretch.right));
         std::ostringstream automation;

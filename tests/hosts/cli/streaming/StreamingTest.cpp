@@ -49,7 +49,7 @@ void saveHole(const std::string& path, std::int64_t frames) {
 
 TEST(Streaming, AnHourOfFileAndADayOfRawStreamStayUnder64MiB) {
     if (isSanitized) GTEST_SKIP() << "a sanitizer's shadow is resident, too";
-    const Folder folder;
+    const TemporaryFolder folder;
     const auto path = folder / "hour.w64";
     saveHole(path, 3600 * 48000);
     const auto hour = shell("exec $K render " + path + " /dev/null --stereo-width 0.9");
@@ -69,7 +69,7 @@ TEST(Streaming, AnHourOfFileAndADayOfRawStreamStayUnder64MiB) {
 constexpr std::int64_t beyond4GiB = (std::int64_t{1} << 32) / 8 + 100'000;  // frames
 
 TEST(Streaming, AFormatThatEndsAt4GiBSaysSoBeforeItWrites) {
-    const Folder folder;
+    const TemporaryFolder folder;
     saveHole(folder / "in.w64", beyond4GiB);
     const auto run = shell("cd " + (folder / "") + " && $K render in.w64 out.aiff");
     EXPECT_EQ(run.code, 1);
@@ -82,7 +82,7 @@ TEST(Streaming, AFormatThatEndsAt4GiBSaysSoBeforeItWrites) {
 TEST(Streaming, FilesPast4GiBKeepTheirLengthAndTheirLastFrames) {
     if (!std::getenv("KELVANE_SOAK_MINUTES"))
         GTEST_SKIP() << "writes 4 GiB several times; tools/soak big-files";
-    const Folder folder;
+    const TemporaryFolder folder;
     saveHole(folder / "in.w64", beyond4GiB);
     for (const char* name : {"out.wav", "out.w64", "out.caf", "out.au"}) {
         const auto path = folder / name;

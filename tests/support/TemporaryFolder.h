@@ -4,9 +4,11 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 /// A folder of its own, removed at the end of its scope, to which one can also lose one's rights.
 class TemporaryFolder {
@@ -27,6 +29,14 @@ class TemporaryFolder {
     const std::string& path() const { return path_; }
     std::string operator/(const std::string& name) const { return path_ + "/" + name; }
 
+    /// Names of all that is in it, hidden ones too, sorted.
+    std::vector<std::string> files() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(path_))
+            names.push_back(entry.path().filename());
+        std::ranges::sort(names);
+        return names;
+    }
     /// With the folders above it.
     void file(const std::string& name, const std::string& contents = "x") const {
         std::filesystem::create_directories(std::filesystem::path(*this / name).parent_path());
