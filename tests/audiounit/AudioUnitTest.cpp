@@ -183,12 +183,6 @@ TEST_F(AudioUnitTest, EachPullStartsFromTheUnitsOwnBuffers) {
     EXPECT_THAT(bytes, ElementsAre(4096u, 4096u)) << "the longest cycle's, whatever the present";
 }
 
-TEST_F(AudioUnitTest, EventsActOnTheirFrame) {
-    host_.allocate();
-    const auto output = host_.render(ramp(4), {parameterEvent(2, kBypass, 1)});
-    EXPECT_EQ(output, (Stereo{{0, 0, 3, 4}, {0, 0, -3, -4}}));
-}
-
 TEST_F(AudioUnitTest, FetchingEitherChannelClearsTheNewDataFlag) {
     host_.allocate();
     EXPECT_EQ(unit_.getBufferSize(), 2048);

@@ -112,12 +112,6 @@ TEST(Sound, SmoothingTakesSixteenCyclesInEqualStepsAndLandsOnTheTarget) {
     }
     EXPECT_EQ(kernel.volumeInterpolator.currentValue, 0.25f);
     EXPECT_EQ(kernel.volumeInterpolator.increase, 0.0f);
-    kernel.setParameter(kVolume, 0.25f + 9e-7f);
-    rig.render(block, block);
-    EXPECT_EQ(kernel.volumeInterpolator.currentValue, 0.25f + 9e-7f) << "close enough to jump";
-    kernel.setParameter(kVolume, 0.25f + 3e-6f);
-    rig.render(block, block);
-    EXPECT_LT(kernel.volumeInterpolator.currentValue, 0.25f + 2e-6f) << "far enough for a ramp";
 }
 
 TEST(Sound, InterpolatorsWaitTheirDelayAndTellOfTheirArrival) {
@@ -140,6 +134,9 @@ TEST(Sound, InterpolatorsWaitTheirDelayAndTellOfTheirArrival) {
     EXPECT_EQ(arrivals, 2);
     ramp.rest(0);
     EXPECT_EQ(ramp.time, 512);
+    ramp.setTarget(9e-7f);
+    EXPECT_EQ(ramp.currentValue, 9e-7f) << "close enough to jump";
+    ramp.rest(0);
     ramp.setTarget(1e-6f);
     EXPECT_EQ(ramp.currentValue, 0.0f) << "just far enough for a ramp";
 }

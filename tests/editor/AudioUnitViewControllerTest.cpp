@@ -331,15 +331,6 @@ TEST_F(Controller, LongPressShowsTheContrastAndHidesBoth) {
     EXPECT_EQ(button.alpha(), 1.0);
 }
 
-TEST_F(Controller, ClosingDuringADragLetsGoOfTheLock) {
-    open();
-    down(350, 375);
-    move(350, 300);
-    EXPECT_TRUE(controller->touchesLocked);
-    window->cancelTouches();
-    EXPECT_FALSE(controller->touchesLocked);
-}
-
 // Layout
 
 struct LayoutCase {
@@ -377,28 +368,6 @@ INSTANTIATE_TEST_SUITE_P(
                         {550, 550}, true, {0, 550 / 2.0 - 550 * 11 / 34.0, 550, 550 * 11 / 17.0}},
                     LayoutCase{{1, 1}, false, {0, 0.5 - 11 / 34.0, 1, 11 / 17.0}},
                     LayoutCase{{4000, 3000}, false, {0, 1500 - 22000 / 17.0, 4000, 44000 / 17.0}}));
-
-// Lives
-
-TEST(ControllerLives, AThousandEditorsLeaveNothing) {
-    const ConsoleLines quiet;
-    std::vector<std::weak_ptr<void>> lives;
-    for (int i = 0; i < 1000; ++i) {
-        const auto loop = platform::RunLoop::createForTest();
-        const platform::RunLoop::MakeCurrent current(loop);
-        const auto controller = std::make_shared<AudioUnitViewController>();
-        lives.push_back(controller->createAudioUnit(componentDescription, nullptr));
-        lives.push_back(controller);
-        const auto window = std::make_shared<platform::UIWindow>(CGSize{100, 80});
-        window->setRootViewController(controller);
-        if (i % 50 == 0) window->update();
-        loop->advance(0.1);
-        window->deliverTouch(0, platform::UITouchPhase::began, {50, 40}, loop->now());
-        if (i % 2) window->cancelTouches();
-        loop->end();
-    }
-    EXPECT_TRUE(std::ranges::all_of(lives, [](const auto& each) { return each.expired(); }));
-}
 
 TEST_F(Controller, AStormOfChangesFromAnotherThreadLeavesALiveScreen) {
     open();

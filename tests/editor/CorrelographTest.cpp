@@ -77,25 +77,6 @@ INSTANTIATE_TEST_SUITE_P(SizesAndLevels, CorrelographPoints,
                                           testing::Values(0.0f, 1e-3f, 0.9f, 4.0f),
                                           testing::Bool()));
 
-TEST(Correlograph, PlacesTheFourPlainSignals) {
-    CorrelographBaseAU graph;
-    graph.isNormalized = false;
-    const auto place = [&](float l, float r) {
-        const std::vector<float> left(2048, l), right(2048, r);
-        return graph.computePoints(left.data(), right.data(), 2048)[500];
-    };
-    const double far = 80 * 0.70710678, tolerance = 1e-3;
-    const auto isAt = [&](CGPoint p, double x, double y) {
-        return std::abs(p.x - 128 - x) < tolerance && std::abs(p.y - 128 - y) < tolerance;
-    };
-    EXPECT_TRUE(isAt(place(0.5f, 0.5f), 0, -far)) << "mono, positive: upward";
-    EXPECT_TRUE(isAt(place(1, 0), -far, -far)) << "left only: to the upper left";
-    EXPECT_TRUE(isAt(place(0, 1), far, -far)) << "right only: to the upper right";
-    EXPECT_TRUE(isAt(place(0.5f, -0.5f), -far, 0)) << "opposite polarity: flat";
-    graph.isNormalized = true;
-    EXPECT_EQ(place(0, 0), (CGPoint{128, 128}));
-}
-
 using CorrelographView = test::BoundEditor;
 
 TEST_F(CorrelographView, DrawsTheCaptureUnlessHiddenOrWithoutAudioUnit) {
@@ -109,12 +90,7 @@ TEST_F(CorrelographView, DrawsTheCaptureUnlessHiddenOrWithoutAudioUnit) {
         for (const auto pixel : picture->pixels()) count += pixel != 0;
         return count;
     };
-    for (const char* mode : {"points", "ovals", "bezier", "anything"}) {
-        view.baseClass.drawMode = mode;
-        EXPECT_GT(drawn(), 60) << mode;
-        const auto picture = draw(view, 300, 260);
-        EXPECT_NE(picture->pixels()[130 * 300 + 150], 0u) << mode << " starts in the middle";
-    }
+    view.baseClass.drawMode = "anything";
     view.isSuspended = true;
     EXPECT_GT(drawn(), 60);
     view.setHidden(true);

@@ -166,9 +166,6 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
     save(folder / "whole.flac",
          {.format = SF_FORMAT_FLAC | SF_FORMAT_PCM_16, .samples = noise(60000)});
     write(folder / "cut.flac", contents(folder / "whole.flac").substr(0, 60000));
-    save(folder / "whole.aiff",
-         {.format = SF_FORMAT_AIFF | SF_FORMAT_PCM_16, .samples = noise(60000)});
-    write(folder / "cut.aiff", contents(folder / "whole.aiff").substr(0, 60000));
     write(folder / "text.wav", "this is no sound");
     write(folder / "bad.txt", "0 set volume 1\n7 set wdth 1\n");
     write(out, "the old output");
@@ -187,13 +184,11 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
              {"text.wav out.wav", 1, "text.wav: not a sound file that can be read"},
              {"cut.wav out.wav", 1, "cut.wav: is truncated: "},
              {"cut.flac out.wav", 1, "cut.flac: is truncated: "},
-             {"cut.aiff out.wav", 1, "cut.aiff: is truncated: "},
              {"- out.wav < cut.wav", 1, "standard input: is truncated: "},
              {"- out.wav --raw 48000 < cut.wav", 1,
               "standard input: is truncated: it ends 1 bytes into a frame"},
              {"mono.wav out.wav", 1, "mono.wav: is mono; --upmix puts it on both sides"},
              {"six.wav out.wav", 1, "six.wav: has 6 channels; kelvane takes stereo"},
-             {"in.wav in.wav", 2, "in.wav: is the input, too"},
              {"in.wav link.wav", 2, "link.wav: is the input, too"},
              {"in.wav bad.txt --automation bad.txt --format wav", 2,
               "bad.txt: is the automation, too"},
@@ -211,23 +206,16 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
              {"in.wav - --raw 48000", 2,
               "--raw 48000: in.wav is at 44100 Hz, and kelvane does not resample"},
              {"in.wav out.wav --raw 44100", 2, "--raw: is for standard input and output"},
-             {"in.wav out.wav --raw none", 2, "--raw none: takes a whole number"},
              {"in.wav out.wav --stereo-width 1.5", 2, "--stereo-width: 1.5 is out of range"},
-             {"in.wav out.wav --panorama -0.1", 2, "--panorama: -0.1 is out of range"},
-             {"in.wav out.wav --volume nan", 2, "--volume: 'nan' is not a number"},
-             {"in.wav out.wav --phase-shift much", 2, "--phase-shift: 'much' is not a number"},
              {"in.wav out.wav --panorma 0.5", 2,
               "unknown option '--panorma'; did you mean '--panorama'?"},
              {"in.wav out.wav --block 0", 2, "--block 0: takes a whole number from 1 to 1024"},
-             {"in.wav out.wav --block 1025", 2, "--block 1025: takes"},
              {"in.wav out.wav --block", 2, "--block needs a value"},
              {"in.wav out.wav --preset 3", 2, "--preset 3: takes a whole number from 0 to 2"},
              {"in.wav", 2, "OUT is required"},
              {"in.wav out.wav more.wav", 2, "'more.wav' is one argument too many"},
              {"in.wav out.wav --automation none.txt", 1,
               "none.txt: cannot read the automation: No such file"},
-             {"in.wav out.wav --automation sub", 1,
-              "sub: cannot read the automation: Is a directory"},
              {"in.wav out.wav --automation ''", 2, "--automation: needs a value"},
              {"in.wav out.wav --automation bad.txt", 1, "bad.txt:2: unknown parameter 'wdth'; "},
          }) {
