@@ -2,12 +2,7 @@
 // does.
 
 #include <atomic>
-#include <charconv>
 #include <cmath>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iomanip>
 #include <iterator>
 #include <limits>
 #include <random>
@@ -121,73 +116,6 @@ TEST_P(Sound, IsThatOfTheInstanceAtEveryRateWhateverTheHostDoes) {
                 ASSERT_EQ(plugin->value(address), reference->value(address))
                     << "address " << address << ", block " << i;
         }
-    }
-}
-
-/// The command line's renderer, as it comes from the effect.
-Stereo rendered(const Stereo& signal, double rate, std::uint32_t block,
-                const std::vector<HostEvent>& events) {
-    constexpr const char* names[] = {"stereo-width",  "panorama",       "phase-shift",
-                                     "swap-channels", "invert-channel", "recover-mono",
-                                     "test-mono",     "bypass"};
-    auto folder = (std::filesystem::temp_directory_path() / "kelvane-XXXXXX").string();
-    if (!mkdtemp(folder.data())) throw std::runtime_error("no folder for the rendering");
-    std::ofstream automation(folder + "/automation");
-    for (const auto& event : events) {
-        automation << event.frame;
-        if (event.kind == HostEvent::Kind::midi) {
-            automation << std::hex << std::setfill('0') << " midi";
-            for (const int byte : event.midi) automation << ' ' << std::setw(2) << byte;
-            automation << std::dec << '\n';
-        } else if (event.address < kSwapChannels) {
-            std::array<char, 32> text{};
-            std::to_chars(text.begin(), text.end(), event.value);
-            automation << " set " << names[event.address] << ' ' << text.data() << '\n';
-        } else {
-            automation << " set " << names[event.address] << (event.value > 0 ? " on\n" : " off\n");
-        }
-    }
-    automation.close();
-    std::vector<float> samples;
-    for (std::size_t i = 0; i < signal.left.size(); ++i)
-        samples.insert(samples.end(), {signal.left[i], signal.right[i]});
-    const auto bytes = static_cast<std::streamsize>(samples.size() * sizeof(float));
-    std::ofstream(folder + "/in", std::ios::binary)
-        .write(reinterpret_cast<const char*>(samples.data()), bytes);
-    const auto command = std::string(KELVANE) + " render - - --raw-timing --raw " +
-                         std::to_string(static_cast<int>(rate)) + " --block " +
-                         std::to_string(block) + " --automation " + folder + "/automation < " +
-                         folder + "/in > " + folder + "/out";
-    if (std::system(command.c_str()) != 0) throw std::runtime_error(command);
-    std::ifstream(folder + "/out", std::ios::binary)
-        .read(reinterpret_cast<char*>(samples.data()), bytes);
-    std::filesystem::remove_all(folder);
-    Stereo output;
-    for (std::size_t i = 0; i < samples.size(); i += 2) {
-        output.left.push_back(samples[i]);
-        output.right.push_back(samples[i + 1]);
-    }
-    return output;
-}
-
-TEST_P(Sound, IsThatOfTheCommandLine) {
-    constexpr std::uint32_t frames = 30000;
-    const auto signal = roughSignal(frames, 5);
-    std::vector<HostEvent> events{
-        HostEvent::parameter(0, kStereoWidth, 0.9F),   HostEvent::parameter(100, kPhaseShift, 0.3F),
-        HostEvent::parameter(511, kSwapChannels, 1),   HostEvent::parameter(10240, kPanorama, 0.2F),
-        HostEvent::parameter(19000, kBypass, 1),       HostEvent::parameter(21000, kBypass, 0),
-        HostEvent::parameter(frames - 1, kTestMono, 1)};
-    if (can().midi) {
-        events.push_back(HostEvent::message(15000, {0xb3, 11, 40}));
-        events.push_back(HostEvent::message(15001, {0xb0, 10, 90}));
-    }
-    if (can().midiVolume) events.push_back(HostEvent::message(16000, {0xb0, 7, 90}));
-    for (const std::uint32_t block : {64, 512}) {
-        const auto plugin = createActive(48000, block);
-        EXPECT_EQ(difference(processAll(*plugin, signal, block, events),
-                             rendered(signal, 48000, block, events)),
-                  "");
     }
 }
 
