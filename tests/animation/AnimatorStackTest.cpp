@@ -130,19 +130,15 @@ TEST_F(AnimatorStacks, cannotRemoveWhatACallbackHasTakenAway) {
 
 TEST(AnimationRecords, startWithTheirDefaults) {
     const auto chain = qov::AnimatorChain::init();
-    EXPECT_EQ(chain->_direction, 1);
-    EXPECT_EQ(chain->interval, 0.005f);
+    EXPECT_EQ(std::tuple(chain->_direction, chain->interval), std::tuple(1, 0.005f));
     EXPECT_FALSE(chain->async || chain->_timer || chain->onAnimation || chain->onFinished);
     const auto sequencer = qov::AnimationSequencer::init();
     EXPECT_EQ(sequencer->interval, 0.005f);
     EXPECT_FALSE(sequencer->_suspended || sequencer->_timer || sequencer->onFinished);
     const auto impulse = qov::Impulse::init();
-    EXPECT_EQ(impulse->_frames, -1);
-    EXPECT_EQ(impulse->_intensity, 0.75f);
-    EXPECT_EQ(impulse->_threshold, 0.001f);
-    EXPECT_EQ(impulse->_interval, 0.009f);
-    EXPECT_EQ(impulse->_minVal, -1024);
-    EXPECT_EQ(impulse->_maxVal, 1024);
+    EXPECT_EQ(std::tuple(impulse->_frames, impulse->_intensity, impulse->_threshold,
+                         impulse->_interval, impulse->_minVal, impulse->_maxVal),
+              std::tuple(-1, 0.75f, 0.001f, 0.009f, -1024, 1024));
 }
 
 }  // namespace

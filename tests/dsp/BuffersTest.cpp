@@ -131,8 +131,7 @@ TEST(Ring, RewindsWithinItsSize) {
 TEST(Ring, SkipGoesOnWithoutAWrapUntilTheNextTraversal) {
     CircularBuffer2 ring;
     Samples left(600, 1), right(600, 1);
-    ring.skip(left.data(), right.data(), 600);
-    ring.skip(left.data(), right.data(), 600);
+    for (const int count : {1, 600, 599}) ring.skip(left.data(), right.data(), count);
     EXPECT_EQ(left, Samples(600));
     EXPECT_EQ(right, Samples(600));
     ring.skip(nullptr, nullptr, 0);
@@ -174,6 +173,9 @@ TEST(Ring, ResamplesByNearestFramesAveragedWithTheValueBefore) {
     ring.allocateResampled(8);
     ring.resample();
     EXPECT_EQ(ring.resampled.data[0][0], 1.5f) << "its own size is no other";
+    ring.allocateResampled(1);
+    ring.resample();
+    EXPECT_NEAR(ring.lastValueL, 6.6667327f / 2, 1e-6f);
     ring.reset();
     EXPECT_EQ(ring.lastValueL + ring.lastValueR + ring.resampled.data[0][0], 0.0f);
 }

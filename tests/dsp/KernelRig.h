@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdint>
@@ -92,17 +93,11 @@ class KernelRig {
 /// Everything that two kernels which rendered the same hold in common; empty, or what differs.
 inline std::string differenceOfState(const QOV_Kelvane_PluginDSPKernel& a,
                                      const QOV_Kelvane_PluginDSPKernel& b) {
-    const auto number = [](const char* what, auto x, auto y) {
-        return x == y ? std::string()
-                      : std::string(what) + ": " + std::to_string(x) + " and " + std::to_string(y);
+    const auto numbers = [](const QOV_Kelvane_PluginDSPKernel& k) {
+        return std::array{k.latency.pos, k.latency.size, k.latency.lSize, k.circular.pos,
+                          std::int32_t{k.isNewBufferAvailable}};
     };
-    for (const std::string& found :
-         {number("latency.pos", a.latency.pos, b.latency.pos),
-          number("latency.size", a.latency.size, b.latency.size),
-          number("latency.lSize", a.latency.lSize, b.latency.lSize),
-          number("circular.pos", a.circular.pos, b.circular.pos),
-          number("isNewBufferAvailable", a.isNewBufferAvailable, b.isNewBufferAvailable)})
-        if (!found.empty()) return found;
+    if (numbers(a) != numbers(b)) return "positions, sizes or the flag";
     const auto frames = [](const auto& buffer) { return static_cast<std::size_t>(buffer.size); };
     for (const std::string& found :
          {difference("line", a.latency.data, b.latency.data, frames(a.latency)),

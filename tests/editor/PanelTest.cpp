@@ -37,7 +37,10 @@ TEST(ResizingBehavior, FitsACanvasByItsRule) {
                  "no such case");
 }
 
+const std::pair<platform::CGFloat, platform::CGFloat> scaleBeforeAnyDrawing{drawScaleX, drawScaleY};
+
 TEST(ResizingBehavior, OnlyThePanelsCopyKeepsTheScaleForTouches) {
+    EXPECT_EQ(scaleBeforeAnyDrawing, std::pair(1.0, 1.0));
     drawScaleX = drawScaleY = 0.5;
     const CGRect canvas{0, 0, 680, 440};
     fit<PluginFrameBaseEx>(0, canvas, {0, 0, 68, 44});

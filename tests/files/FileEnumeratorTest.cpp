@@ -134,8 +134,11 @@ TEST_F(Enumerating, KeepsWhatVanishesMeanwhileWithoutAttributes) {
 
 /// Finds a name of one component and says that it lies on the third level.
 struct WrongLevel : platform::DirectoryEnumerator {
+    explicit WrongLevel(bool hasAttributes) {
+        if (hasAttributes) attributes.emplace();
+    }
     std::optional<std::string> name = "a";
-    std::optional<platform::FileAttributes> attributes = platform::FileAttributes();
+    std::optional<platform::FileAttributes> attributes;
     std::optional<std::string> nextObject() override { return std::exchange(name, std::nullopt); }
     long level() const override { return 3; }
     const std::optional<platform::FileAttributes>& directoryAttributes() const override {
@@ -143,34 +146,24 @@ struct WrongLevel : platform::DirectoryEnumerator {
     }
 };
 
-TEST_F(Enumerating, CorrectsTheDepthToTheLevelAndWarns) {
-    folder.file("a");
+TEST_F(Enumerating, CorrectsTheDepthToTheLevelAndIsFatalWithoutAttributesOfTheRoot) {
     struct Manager : platform::FileManager {
+        bool hasAttributes = true;
         std::unique_ptr<platform::DirectoryEnumerator> enumerator(
             const std::string&) const override {
-            return std::make_unique<WrongLevel>();
+            return std::make_unique<WrongLevel>(hasAttributes);
         }
     };
-    enumerator.fileManager = std::make_shared<Manager>();
+    folder.file("a");
+    const auto manager = std::make_shared<Manager>();
+    enumerator.fileManager = manager;
     enumerator.enumerate(folder.path());
     EXPECT_EQ(tree.filelist().at(0)->_indent, 2);
     EXPECT_THAT(console.take(),
                 ElementsAre("WARNUNG: Die Verschachtelungstiefe unterscheidet sich! ( indent: 0 / "
                             "level: 2 )",
                             end));
-}
-
-TEST_F(Enumerating, ARootWithoutAttributesIsFatal) {
-    struct Unreadable : WrongLevel {
-        Unreadable() { attributes.reset(); }
-    };
-    struct Manager : platform::FileManager {
-        std::unique_ptr<platform::DirectoryEnumerator> enumerator(
-            const std::string&) const override {
-            return std::make_unique<Unreadable>();
-        }
-    };
-    enumerator.fileManager = std::make_shared<Manager>();
+    manager->hasAttributes = false;
     EXPECT_DEATH(enumerator.enumerate(folder.path()),
                  "The attributes of the folder '.*' are missing");
 }

@@ -19,20 +19,6 @@ struct Pair {
     }
 };
 
-TEST(Layout, FourEdgesPinAViewAndKeepItPinned) {
-    Pair p;
-    NSLayoutConstraint::activate(
-        {p.inner->topAnchor().constraintEqualTo(p.outer->topAnchor()),
-         p.inner->leadingAnchor().constraintEqualTo(p.outer->leadingAnchor()),
-         p.inner->bottomAnchor().constraintEqualTo(p.outer->bottomAnchor()),
-         p.inner->trailingAnchor().constraintEqualTo(p.outer->trailingAnchor())});
-    p.outer->layoutIfNeeded();
-    EXPECT_EQ(p.inner->frame(), CGRect(0, 0, 100, 60)) << "in the outer view's own coordinates";
-    p.outer->setFrame({0, 0, 40, 0});
-    p.outer->layoutIfNeeded();
-    EXPECT_EQ(p.inner->frame(), CGRect(0, 0, 40, 0));
-}
-
 TEST(Layout, EquationsChainThroughSiblingsInAnyOrder) {
     Pair p;
     const auto second = std::make_shared<UIView>();
