@@ -63,8 +63,7 @@ Controller::Controller(Unknown& effect, Instance& instance, ToldValues& told,
 v3_result Controller::initialize(v3_funknown** context) {
     auto loop = Held<v3_run_loop>::of(context, v3_run_loop_iid);
     if (loop) hostLoop_ = std::move(loop);
-    if (hostLoop_ && !loop_.isRunning())
-        loop_.start(hostLoop_, instance_.runLoop()->fileDescriptor());
+    if (hostLoop_ && !loop_.ticks()) loop_.start(hostLoop_, instance_.runLoop()->fileDescriptor());
     return V3_OK;
 }
 
@@ -126,6 +125,7 @@ void Controller::applyTold() {
         const auto value = static_cast<float>(told_.get(id));
         if (value != instance_.value(id)) instance_.setValue(id, value);
     }
+    instance_.audioUnit().setParameter(volumeId, static_cast<float>(told_.get(volumeId)));
     announcedLatency_ = latency();
 }
 
@@ -302,7 +302,8 @@ v3_plugin_view** Controller::createView(const char* name) {
 bool Controller::viewOpens(View& view, Held<v3_run_loop> loop) {
     if (view_) return false;
     view_ = &view;
-    if (!loop_.isRunning()) loop_.start(std::move(loop), instance_.runLoop()->fileDescriptor());
+    if (!loop_.isRunning())
+        loop_.start(hostLoop_ ? hostLoop_ : std::move(loop), instance_.runLoop()->fileDescriptor());
     return true;
 }
 

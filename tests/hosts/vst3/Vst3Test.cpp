@@ -166,6 +166,17 @@ TEST(Vst3, WhatComesDuringABlockWaitsForNothingAndCountsInTheNext) {
     const auto before = next.samples = Block().samples;
     next.process(effect, none);
     EXPECT_EQ(next.samples, before) << "bypassed";
+
+    // The same for what comes while nothing is processed.
+    effect.component(&v3_component::set_active, v3_bool{false});
+    host::Changes mute;
+    mute.add(volumeId, 0, 0);
+    mute.add(kBypass, 0, 0);
+    inside.process(effect, mute);
+    effect.component(&v3_component::set_active, v3_bool{true});
+    Block last;
+    for (int i = 0; i < 3000; ++i) (last = {}).process(effect, none);
+    EXPECT_TRUE(last.isSilent()) << "turned down";
 }
 
 TEST(Vst3, RunsOnTheLoopOfTheFactorysHostAsOftenAsItIsInitialised) {
