@@ -2,8 +2,9 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <span>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "platform/coregraphics/CGContext.h"
@@ -72,20 +73,28 @@ class DrawingRecord final : public CGContext {
     void strokePolyline(std::span<const CGPoint> points, bool closed) override;
 
  private:
-    enum class Call : std::uint8_t;
     class Reader;
+    using Replay = void (*)(Reader& in, CGContext& on);
     /// What a drawing may ask back.
     struct State {
         CGAffineTransform ctm;
         CGRect clip;  // in pixels
     };
 
+    template <auto Method, class... T>
+    void record(const T&... arguments);
+    template <class... T>
+    void putArguments(void (CGContext::*)(T...), const std::remove_cvref_t<T>&... arguments);
     template <class T>
     void put(const T& value);
     template <class T>
-    void putAll(std::span<const T> values);
-    template <class... T>
-    void record(Call call, const T&... arguments);
+    void put(std::span<const T> values);
+    void put(std::string_view text);
+    void put(const CGFont& font);
+    void put(const CGPath& path);
+    void put(const CGImage& image);
+    void putImage(int width, int height, std::span<const std::uint32_t> pixels);
+    void append(std::span<const std::byte> bytes);
     void extendPath(CGPoint p);
 
     std::vector<std::byte> bytes_;
