@@ -207,10 +207,82 @@ struct Row {
     double target;
 };
 
-}  // namespace
+/// What is measured, in the order of the table.
+class Rows {
+ public:
+    Rows() {
+        addBlocks();
+        addStages();
+        addSituations();
+    }
 
-int main(int argc, char** argv) {
-    platform::console::setSink({});
+    void print(const Reporter& reporter) const {
+        for (const Row& row : rows_)
+            reporter.print(row.title.c_str(), row.name.c_str(), row.against.c_str(), row.target);
+    }
+
+ private:
+    void add(const std::string& title, const std::string& name, const std::string& against,
+             double target, auto run) {
+        rows_.push_back({title, name, against, target});
+        benchmark::RegisterBenchmark(name.c_str(), run);
+    }
+
+    void addBlocks() {
+        for (const int block : {32, 64, 512, 1024}) {
+            const std::string floor = numbered("floor/", block),
+                              words = numbered(", block ", block);
+            const bool judged = block == usualBlock;
+            add(std::string("floor").append(words), floor, floor, 0,
+                [=](auto& state) { floorOf(state, block); });
+            add(std::string("neutral chain").append(words), numbered("neutral/", block), floor,
+                judged ? 1.2 : 0, [=](auto& state) { chain(state, neutral, block); });
+            add(std::string("full chain").append(words), numbered("full/", block), floor,
+                judged ? 2.0 : 0, [=](auto& state) { chain(state, full, block); });
+        }
+    }
+
+    void addStages() {
+        const struct {
+            const char* name;
+            std::uint64_t address;
+            float value;
+        } stages[] = {{"volume", kVolume, 0.8f},         {"phase shift", kPhaseShift, 1},
+                      {"invert", kInvertChannel, 1},     {"swap", kSwapChannels, 1},
+                      {"recover mono", kRecoverMono, 1}, {"wider", kStereoWidth, 0.8f},
+                      {"narrower", kStereoWidth, 0.2f},  {"pan left", kPanorama, 0.3f},
+                      {"pan right", kPanorama, 0.7f},    {"test mono", kTestMono, 1}};
+        for (const auto& stage : stages) {
+            Settings settings = neutral;
+            settings[stage.address] = stage.value;
+            add(std::string("only ") + stage.name, std::string("stage/") + stage.name, "floor/512",
+                0, [=](auto& state) { chain(state, settings, usualBlock); });
+        }
+    }
+
+    void addSituations() {
+        for (const char* form : {"scalar", "baseline", "v3", "v4"})
+            add(std::string("full chain in form ") + form, std::string("form/") + form, "floor/512",
+                0, [=](auto& state) { chainInForm(state, form); });
+        for (const int number : {0, 1, 16})
+            add(numbered("full chain, events a block: ", number), numbered("events/", number),
+                "floor/512", 0, [=](auto& state) { events(state, number); });
+        for (const int number : {1, 8, 64, 1000})
+            add(numbered("instances in turn (against one): ", number),
+                numbered("instances/", number), "instances/1", number == 1000 ? 1.5 : 0,
+                [=](auto& state) { instances(state, number); });
+        // What the memory alone costs there: rings and lines of a thousand, without a snapshot
+        // each.
+        add("floors in turn (against one): 1000", "floors/1000", "floor/512", 0,
+            [](auto& state) { floorOf(state, usualBlock, 1000); });
+        add("gate alone, spread over a block of 32", "gate", "full/32", 0, gate);
+    }
+
+    std::vector<Row> rows_;
+};
+
+/// False, with a line on standard error, where an argument is unknown.
+bool initialize(int argc, char** argv) {
     std::vector<std::string> arguments(argv, argv + argc);
     arguments.insert(arguments.begin() + 1,
                      {"--benchmark_repetitions=9", "--benchmark_min_time=0.02",
@@ -219,59 +291,19 @@ int main(int argc, char** argv) {
     for (auto& argument : arguments) pointers.push_back(argument.data());
     int count = static_cast<int>(pointers.size());
     benchmark::Initialize(&count, pointers.data());
-    if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) return 1;
+    return !benchmark::ReportUnrecognizedArguments(count, pointers.data());
+}
 
-    std::vector<Row> rows;
-    const auto add = [&](const std::string& title, const std::string& name,
-                         const std::string& against, double target, auto run) {
-        rows.push_back({title, name, against, target});
-        benchmark::RegisterBenchmark(name.c_str(), run);
-    };
-    for (const int block : {32, 64, 512, 1024}) {
-        const std::string floor = numbered("floor/", block), words = numbered(", block ", block);
-        const bool judged = block == usualBlock;
-        add(std::string("floor").append(words), floor, floor, 0,
-            [=](auto& state) { floorOf(state, block); });
-        add(std::string("neutral chain").append(words), numbered("neutral/", block), floor,
-            judged ? 1.2 : 0, [=](auto& state) { chain(state, neutral, block); });
-        add(std::string("full chain").append(words), numbered("full/", block), floor,
-            judged ? 2.0 : 0, [=](auto& state) { chain(state, full, block); });
-    }
-    const struct {
-        const char* name;
-        std::uint64_t address;
-        float value;
-    } stages[] = {{"volume", kVolume, 0.8f},         {"phase shift", kPhaseShift, 1},
-                  {"invert", kInvertChannel, 1},     {"swap", kSwapChannels, 1},
-                  {"recover mono", kRecoverMono, 1}, {"wider", kStereoWidth, 0.8f},
-                  {"narrower", kStereoWidth, 0.2f},  {"pan left", kPanorama, 0.3f},
-                  {"pan right", kPanorama, 0.7f},    {"test mono", kTestMono, 1}};
-    for (const auto& stage : stages) {
-        Settings settings = neutral;
-        settings[stage.address] = stage.value;
-        add(std::string("only ") + stage.name, std::string("stage/") + stage.name, "floor/512", 0,
-            [=](auto& state) { chain(state, settings, usualBlock); });
-    }
-    for (const char* form : {"scalar", "baseline", "v3", "v4"})
-        add(std::string("full chain in form ") + form, std::string("form/") + form, "floor/512", 0,
-            [=](auto& state) { chainInForm(state, form); });
-    for (const int number : {0, 1, 16})
-        add(numbered("full chain, events a block: ", number), numbered("events/", number),
-            "floor/512", 0, [=](auto& state) { events(state, number); });
-    for (const int number : {1, 8, 64, 1000})
-        add(numbered("instances in turn (against one): ", number), numbered("instances/", number),
-            "instances/1", number == 1000 ? 1.5 : 0,
-            [=](auto& state) { instances(state, number); });
-    // What the memory alone costs there: rings and lines of a thousand, without a snapshot each.
-    add("floors in turn (against one): 1000", "floors/1000", "floor/512", 0,
-        [](auto& state) { floorOf(state, usualBlock, 1000); });
-    add("gate alone, spread over a block of 32", "gate", "full/32", 0, gate);
+}  // namespace
 
+int main(int argc, char** argv) {
+    platform::console::setSink({});
+    if (!initialize(argc, argv)) return 1;
+    const Rows rows;
     Reporter reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     std::printf(
         "Best of the repetitions, against the floor at the same block (512 where none is named)\n");
-    for (const Row& row : rows)
-        reporter.print(row.title.c_str(), row.name.c_str(), row.against.c_str(), row.target);
+    rows.print(reporter);
     return 0;
 }

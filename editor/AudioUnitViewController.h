@@ -109,6 +109,7 @@ class AudioUnitViewController : public platform::AUViewController,
     bool fitToHeight = false;
 
  private:
+    void addGestures(platform::UIView& root);
     void connectParameters();
     void saveFrames();
     std::shared_ptr<AudioUnitViewController> strongSelf();

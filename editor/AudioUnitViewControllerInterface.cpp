@@ -107,6 +107,16 @@ void AudioUnitViewController::loadView() {
         action<UISlider, UIControl>(self, &AudioUnitViewController::onBrightnessSlider),
         UIControlEventValueChanged);
 
+    for (const std::shared_ptr<UIView>& view : std::initializer_list<std::shared_ptr<UIView>>{
+             pluginFrame, stereoControls, correlographView, brightnessSlider, contrastButton})
+        root->addSubview(view);
+    addGestures(*root);
+    setView(std::move(root));
+}
+
+void AudioUnitViewController::addGestures(platform::UIView& root) {
+    using namespace platform;
+    const std::weak_ptr self(strongSelf());
     panGesture = std::make_shared<UIPanGestureRecognizer>();
     panGesture->addTarget(action<UIPanGestureRecognizer, UIGestureRecognizer>(
         self, &AudioUnitViewController::onPanGesture));
@@ -125,14 +135,10 @@ void AudioUnitViewController::loadView() {
     longPressGesture->addTarget(action<UILongPressGestureRecognizer, UIGestureRecognizer>(
         self, &AudioUnitViewController::onlongPressGesture));
 
-    for (const std::shared_ptr<UIView>& view : std::initializer_list<std::shared_ptr<UIView>>{
-             pluginFrame, stereoControls, correlographView, brightnessSlider, contrastButton})
-        root->addSubview(view);
     for (const std::shared_ptr<UIGestureRecognizer>& gesture :
          std::initializer_list<std::shared_ptr<UIGestureRecognizer>>{
              panGesture, pinchGesture, doubleTapGesture, tapGesture, longPressGesture})
-        root->addGestureRecognizer(gesture);
-    setView(std::move(root));
+        root.addGestureRecognizer(gesture);
 }
 
 }  // namespace qov

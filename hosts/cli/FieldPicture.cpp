@@ -222,6 +222,11 @@ struct Strip {
     double lowest, highest, rest;  ///< the line is filled from `rest` on
     Colour below;                  ///< of what is filled under `rest`
     double (*value)(const StereoField::Slice& slice);
+
+    /// Where a value is drawn, downward from the strip's top.
+    double heightOf(double figure) const {
+        return stripHeight * (highest - figure) / (highest - lowest);
+    }
 };
 constexpr std::array strips{
     Strip{"WIDTH", "side", "mono", 0, 1, 0, amber,
@@ -232,11 +237,36 @@ constexpr std::array strips{
           [](const StereoField::Slice& s) { return s.balance(); }},
 };
 
+/// The path of a strip's curve, with gaps where there is silence; closed, it comes down to the
+/// value of rest there.
+void traceCurve(cairo_t* cr, const Strip& strip, const std::vector<StereoField::Slice>& slices,
+                double width, bool isClosed) {
+    const double step = width / static_cast<double>(slices.size());
+    const double rest = strip.heightOf(strip.rest);
+    double lastX = 0;
+    bool isDown = false;
+    const auto lift = [&] {
+        if (isDown && isClosed) cairo_line_to(cr, lastX, rest);
+        isDown = false;
+    };
+    for (std::size_t i = 0; i < slices.size(); ++i) {
+        if (slices[i].isSilent()) {
+            lift();
+            continue;
+        }
+        const double x = (static_cast<double>(i) + 0.5) * step;
+        if (!isDown && isClosed) cairo_move_to(cr, x, rest);
+        isDown || isClosed ? cairo_line_to(cr, x, strip.heightOf(strip.value(slices[i])))
+                           : cairo_move_to(cr, x, strip.heightOf(strip.value(slices[i])));
+        isDown = true;
+        lastX = x;
+    }
+    lift();
+}
+
 void drawStrip(cairo_t* cr, const Strip& strip, const std::vector<StereoField::Slice>& slices,
                double width) {
-    const auto height = [&](double value) {
-        return stripHeight * (strip.highest - value) / (strip.highest - strip.lowest);
-    };
+    const double rest = strip.heightOf(strip.rest);
     setColour(cr, plotGround);
     cairo_rectangle(cr, 0, 0, width, stripHeight);
     cairo_fill(cr);
@@ -248,39 +278,16 @@ void drawStrip(cairo_t* cr, const Strip& strip, const std::vector<StereoField::S
     }
     cairo_stroke(cr);
 
-    const double step = width / static_cast<double>(slices.size());
-    const auto curve = [&](bool isClosed) {
-        double lastX = 0;
-        bool isDown = false;
-        const auto lift = [&] {
-            if (isDown && isClosed) cairo_line_to(cr, lastX, height(strip.rest));
-            isDown = false;
-        };
-        for (std::size_t i = 0; i < slices.size(); ++i) {
-            if (slices[i].isSilent()) {
-                lift();
-                continue;
-            }
-            const double x = (static_cast<double>(i) + 0.5) * step;
-            if (!isDown && isClosed) cairo_move_to(cr, x, height(strip.rest));
-            isDown || isClosed ? cairo_line_to(cr, x, height(strip.value(slices[i])))
-                               : cairo_move_to(cr, x, height(strip.value(slices[i])));
-            isDown = true;
-            lastX = x;
-        }
-        lift();
-    };
     for (const bool isAbove : {true, false}) {
         cairo_save(cr);
-        cairo_rectangle(cr, 0, isAbove ? 0 : height(strip.rest), width,
-                        isAbove ? height(strip.rest) : stripHeight - height(strip.rest));
+        cairo_rectangle(cr, 0, isAbove ? 0 : rest, width, isAbove ? rest : stripHeight - rest);
         cairo_clip(cr);
-        curve(true);
+        traceCurve(cr, strip, slices, width, true);
         setColour(cr, isAbove ? amber : strip.below, 0.34);
         cairo_fill(cr);
         cairo_restore(cr);
     }
-    curve(false);
+    traceCurve(cr, strip, slices, width, false);
     setColour(cr, amber);
     cairo_set_line_width(cr, 1.5);
     cairo_set_line_join(cr, CAIRO_LINE_JOIN_ROUND);

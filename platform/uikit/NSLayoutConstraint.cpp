@@ -148,54 +148,36 @@ void NSLayoutConstraint::deactivate(
     }
 }
 
-void NSLayoutConstraint::solve(
-    UIView& host, const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints) {
-    if (constraints.empty()) return;
-    for (const bool horizontal : {true, false}) {
-        std::map<UIView*, Extent> extents;
-        const auto extentOf = [&](UIView& view) -> Extent& {
-            const auto [place, isNew] = extents.try_emplace(&view);
-            auto& extent = place->second;
-            const bool isHost = &view == &host;
-            if (isNew && (isHost || view.translatesAutoresizingMaskIntoConstraints())) {
-                const auto rect = isHost ? view.bounds() : view.frame();
-                extent.start = horizontal ? rect.minX() : rect.minY();
-                extent.length = horizontal ? rect.width() : rect.height();
-                extent.complete();
-            }
-            return extent;
-        };
-        // Facts spread along the equations until nothing new is learned.
-        for (bool learned = true; learned;) {
-            learned = false;
-            const auto learn = [&](Extent& extent, Role what, CGFloat value) {
-                if (extent.of(what) || extent.isWhole()) return;
-                extent.of(what) = value;
-                extent.complete();
-                learned = true;
-            };
-            for (const auto& constraint : constraints) {
-                const auto first = constraint->firstItem(), second = constraint->secondItem();
-                if (!first || isHorizontal(constraint->firstAttribute()) != horizontal) continue;
-                auto& a = extentOf(*first);
-                const auto roleA = role(constraint->firstAttribute());
-                if (!constraint->hasSecond_) {
-                    learn(a, roleA, constraint->constant());
-                } else if (second) {
-                    auto& b = extentOf(*second);
-                    const auto roleB = role(constraint->secondAttribute());
-                    if (const auto value = b.of(roleB))
-                        learn(a, roleA, *value + constraint->constant());
-                    if (const auto value = a.of(roleA))
-                        learn(b, roleB, *value - constraint->constant());
-                }
-            }
-        }
-        for (auto& [view, extent] : extents) {
-            if (view == &host || view->superview() != &host) continue;
+/// What is known along one axis of the host and of the views that its constraints speak of.
+class NSLayoutConstraint::Axis {
+ public:
+    Axis(UIView& host, bool isHorizontal) : host_(host), isHorizontal_(isHorizontal) {}
+
+    /// True if it tells something that was not known.
+    bool learn(const NSLayoutConstraint& constraint) {
+        const auto first = constraint.firstItem(), second = constraint.secondItem();
+        if (!first || isHorizontal(constraint.firstAttribute()) != isHorizontal_) return false;
+        auto& a = extentOf(*first);
+        const auto roleA = role(constraint.firstAttribute());
+        if (!constraint.hasSecond_) return learn(a, roleA, constraint.constant());
+        if (!second) return false;
+        auto& b = extentOf(*second);
+        const auto roleB = role(constraint.secondAttribute());
+        bool learned = false;
+        if (const auto value = b.of(roleB))
+            learned |= learn(a, roleA, *value + constraint.constant());
+        if (const auto value = a.of(roleA))
+            learned |= learn(b, roleB, *value - constraint.constant());
+        return learned;
+    }
+
+    /// Puts the host's subviews where they are known to be.
+    void place() {
+        for (auto& [view, extent] : extents_) {
+            if (view == &host_ || view->superview() != &host_) continue;
             auto frame = view->frame();
-            auto& start = horizontal ? frame.origin.x : frame.origin.y;
-            auto& length = horizontal ? frame.size.width : frame.size.height;
+            auto& start = isHorizontal_ ? frame.origin.x : frame.origin.y;
+            auto& length = isHorizontal_ ? frame.size.width : frame.size.height;
             // Where only one fact is known, the view keeps its length.
             if (!extent.isWhole() && (extent.start || extent.end || extent.middle)) {
                 extent.length = length;
@@ -205,6 +187,45 @@ void NSLayoutConstraint::solve(
             length = std::max<CGFloat>(0, extent.length.value_or(length));
             view->setFrame(frame);
         }
+    }
+
+ private:
+    Extent& extentOf(UIView& view) {
+        const auto [place, isNew] = extents_.try_emplace(&view);
+        auto& extent = place->second;
+        const bool isHost = &view == &host_;
+        if (isNew && (isHost || view.translatesAutoresizingMaskIntoConstraints())) {
+            const auto rect = isHost ? view.bounds() : view.frame();
+            extent.start = isHorizontal_ ? rect.minX() : rect.minY();
+            extent.length = isHorizontal_ ? rect.width() : rect.height();
+            extent.complete();
+        }
+        return extent;
+    }
+
+    static bool learn(Extent& extent, Role what, CGFloat value) {
+        if (extent.of(what) || extent.isWhole()) return false;
+        extent.of(what) = value;
+        extent.complete();
+        return true;
+    }
+
+    UIView& host_;
+    const bool isHorizontal_;
+    std::map<UIView*, Extent> extents_;
+};
+
+void NSLayoutConstraint::solve(
+    UIView& host, const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints) {
+    if (constraints.empty()) return;
+    for (const bool horizontal : {true, false}) {
+        Axis axis(host, horizontal);
+        // Facts spread along the equations until nothing new is learned.
+        for (bool learned = true; learned;) {
+            learned = false;
+            for (const auto& constraint : constraints) learned |= axis.learn(*constraint);
+        }
+        axis.place();
     }
 }
 

@@ -66,6 +66,7 @@ class NSLayoutConstraint {
                       const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints);
 
  private:
+    class Axis;
     friend class NSLayoutAnchor;
     NSLayoutConstraint(const NSLayoutAnchor& first, const NSLayoutAnchor* second, CGFloat constant);
 

@@ -168,6 +168,9 @@ class X11Window final : public NativeWindow {
         return {x / content_->scale(), y / content_->scale()};
     }
 
+    bool chooseVisual();
+    void makeWindow(const Options& options);
+    void describeWindow(const Options& options);
     void selectTouches();
     void attach();
     void detach();
@@ -204,18 +207,41 @@ class X11Window final : public NativeWindow {
 // Opening
 
 bool X11Window::create(const Options& options, std::string* error) {
-    const int screen = DefaultScreen(display_);
-    XVisualInfo info;
-    if (!XMatchVisualInfo(display_, screen, 24, TrueColor, &info) || info.red_mask != 0xff0000 ||
-        info.green_mask != 0xff00 || info.blue_mask != 0xff) {
+    if (!chooseVisual()) {
         if (error) *error = "the screen shows no 24-bit colours in the order red, green, blue";
         return false;
     }
+    content_->setScale(options.scale > 0 ? options.scale : scaleOf(display_));
+    makeWindow(options);
+    describeWindow(options);
+    // A key that is held down repeats without releases in between.
+    XkbSetDetectableAutoRepeat(display_, True, nullptr);
+    selectTouches();
+    XSync(display_, False);
+    XWindowAttributes made;
+    if (lost_ || !XGetWindowAttributes(display_, window_, &made)) {
+        if (error)
+            *error = options.parent ? "the window to live in does not exist"
+                                    : "the X server does not give a window";
+        window_ = 0;
+        return false;
+    }
+    attach();
+    return true;
+}
+
+bool X11Window::chooseVisual() {
+    XVisualInfo info;
+    if (!XMatchVisualInfo(display_, DefaultScreen(display_), 24, TrueColor, &info) ||
+        info.red_mask != 0xff0000 || info.green_mask != 0xff00 || info.blue_mask != 0xff)
+        return false;
     visual_ = info.visual;
     depth_ = info.depth;
-    content_->setScale(options.scale > 0 ? options.scale : scaleOf(display_));
+    return true;
+}
 
-    const auto root = RootWindow(display_, screen);
+void X11Window::makeWindow(const Options& options) {
+    const auto root = DefaultRootWindow(display_);
     const auto parent = options.parent ? static_cast<::Window>(options.parent) : root;
     XSetWindowAttributes attributes{};
     attributes.colormap = XCreateColormap(display_, root, visual_, AllocNone);
@@ -230,7 +256,10 @@ bool X11Window::create(const Options& options, std::string* error) {
                             depth_, InputOutput, visual_,
                             CWColormap | CWBitGravity | CWEventMask | CWBorderPixel, &attributes);
     gc_ = XCreateGC(display_, window_, 0, nullptr);
+}
 
+/// What the window manager, or the host around the window, has to know of it.
+void X11Window::describeWindow(const Options& options) {
     const auto atom = [&](const char* name) { return XInternAtom(display_, name, False); };
     protocols_ = atom("WM_PROTOCOLS");
     deleteWindow_ = atom("WM_DELETE_WINDOW");
@@ -255,20 +284,6 @@ bool X11Window::create(const Options& options, std::string* error) {
                         PropModeReplace, reinterpret_cast<const unsigned char*>(embedding.data()),
                         static_cast<int>(embedding.size()));
     }
-    // A key that is held down repeats without releases in between.
-    XkbSetDetectableAutoRepeat(display_, True, nullptr);
-    selectTouches();
-    XSync(display_, False);
-    XWindowAttributes made;
-    if (lost_ || !XGetWindowAttributes(display_, window_, &made)) {
-        if (error)
-            *error = options.parent ? "the window to live in does not exist"
-                                    : "the X server does not give a window";
-        window_ = 0;
-        return false;
-    }
-    attach();
-    return true;
 }
 
 void X11Window::selectTouches() {
