@@ -20,8 +20,7 @@ using platform::RunLoop;
 
 namespace {
 
-constexpr std::uint32_t largest = 8192;  // pixels of a side
-constexpr double smallestScale = 0.5, largestScale = 8;
+constexpr std::uint32_t largest = EditorWindow::kLargestSide;
 
 bool failed(const std::string& error) {
     std::fprintf(stderr, "kelvane: no editor: %s\n", error.c_str());
@@ -76,7 +75,7 @@ double ClapEditor::scale() const {
 
 bool ClapEditor::setScale(double scale) {
     if (!isCreated_ || !std::isfinite(scale) || scale <= 0) return false;
-    options_.scale = std::clamp(scale, smallestScale, largestScale);
+    options_.scale = std::clamp(scale, EditorWindow::kSmallestScale, EditorWindow::kLargestScale);
     if (!window_) return true;
     const RunLoop::MakeCurrent current(instance_.runLoop());
     const auto size = window_->content().bounds().size;

@@ -67,7 +67,9 @@ const clap_plugin_t functions{
         },
     .process =
         [](const clap_plugin_t* plugin, const clap_process_t* block) {
-            return ClapPlugin::call(plugin, clap_process_status{CLAP_PROCESS_ERROR},
+            constexpr clap_process_status error = CLAP_PROCESS_ERROR;
+            if (!block) return error;
+            return ClapPlugin::call(plugin, error,
                                     [&](auto& self) { return self.process(*block); });
         },
     // Not before init(): the format says so.

@@ -23,7 +23,7 @@ bool onEditor(const clap_plugin_t* plugin, Call&& call) {
 }
 
 bool give(const std::optional<ClapEditor::Size>& size, uint32_t* width, uint32_t* height) {
-    if (!size) return false;
+    if (!size || !width || !height) return false;
     *width = size->width;
     *height = size->height;
     return true;
@@ -36,6 +36,7 @@ const clap_plugin_gui_t extensions::gui{
                            bool isFloating) { return isSupported(api, isFloating); },
     .get_preferred_api =
         [](const clap_plugin_t*, const char** api, bool* isFloating) {
+            if (!api || !isFloating) return false;
             *api = CLAP_WINDOW_API_X11;
             *isFloating = false;
             return true;
@@ -65,6 +66,7 @@ const clap_plugin_gui_t extensions::gui{
     .can_resize = [](const clap_plugin_t*) { return true; },
     .get_resize_hints =
         [](const clap_plugin_t*, clap_gui_resize_hints_t* hints) {
+            if (!hints) return false;
             *hints = {.can_resize_horizontally = true,
                       .can_resize_vertically = true,
                       .preserve_aspect_ratio = true,
@@ -74,6 +76,7 @@ const clap_plugin_gui_t extensions::gui{
         },
     .adjust_size =
         [](const clap_plugin_t* plugin, uint32_t* width, uint32_t* height) {
+            if (!width || !height) return false;
             return onEditor(plugin, [&](auto& editor) {
                 return give(editor.adjusted({*width, *height}), width, height);
             });
@@ -84,12 +87,12 @@ const clap_plugin_gui_t extensions::gui{
         },
     .set_parent =
         [](const clap_plugin_t* plugin, const clap_window_t* window) {
-            return isX11(window->api) &&
+            return window && isX11(window->api) &&
                    onEditor(plugin, [&](auto& editor) { return editor.setParent(window->x11); });
         },
     .set_transient =
         [](const clap_plugin_t* plugin, const clap_window_t* window) {
-            return isX11(window->api) &&
+            return window && isX11(window->api) &&
                    onEditor(plugin, [&](auto& editor) { return editor.setTransient(window->x11); });
         },
     .suggest_title =

@@ -33,12 +33,13 @@ const clap_plugin_params_t extensions::params{
     .count = [](const clap_plugin_t*) -> uint32_t { return parameterCount; },
     .get_info =
         [](const clap_plugin_t* plugin, uint32_t index, clap_param_info_t* info) {
-            return ClapPlugin::call(plugin, false,
-                                    [&](auto& self) { return describe(self, index, *info); });
+            return info && ClapPlugin::call(plugin, false, [&](auto& self) {
+                       return describe(self, index, *info);
+                   });
         },
     .get_value =
         [](const clap_plugin_t* plugin, clap_id id, double* value) {
-            if (id >= parameterCount) return false;
+            if (id >= parameterCount || !value) return false;
             return ClapPlugin::call(plugin, false, [&](auto& self) {
                 *value = double{self.instance().value(id)};
                 return true;
@@ -46,7 +47,7 @@ const clap_plugin_params_t extensions::params{
         },
     .value_to_text =
         [](const clap_plugin_t* plugin, clap_id id, double value, char* text, uint32_t size) {
-            if (id >= parameterCount || size == 0) return false;
+            if (id >= parameterCount || !text || size == 0) return false;
             return ClapPlugin::call(plugin, false, [&](auto& self) {
                 const auto words = self.instance().valueText(id, static_cast<float>(value));
                 std::snprintf(text, size, "%s", words.c_str());
@@ -55,6 +56,7 @@ const clap_plugin_params_t extensions::params{
         },
     .text_to_value =
         [](const clap_plugin_t* plugin, clap_id id, const char* text, double* value) {
+            if (!text || !value) return false;
             return ClapPlugin::call(plugin, false, [&](auto& self) {
                 const auto meant = self.instance().parseValue(id, text);
                 if (meant) *value = double{*meant};

@@ -11,7 +11,7 @@ const clap_plugin_audio_ports_t extensions::audioPorts{
     .count = [](const clap_plugin_t*, bool) -> uint32_t { return 1; },
     .get =
         [](const clap_plugin_t*, uint32_t index, bool isInput, clap_audio_port_info_t* info) {
-            if (index != 0) return false;
+            if (index != 0 || !info) return false;
             *info = {};
             std::snprintf(info->name, sizeof info->name, "%s", isInput ? "Input" : "Output");
             info->flags = CLAP_AUDIO_PORT_IS_MAIN;
@@ -26,7 +26,7 @@ const clap_plugin_note_ports_t extensions::notePorts{
     .count = [](const clap_plugin_t*, bool isInput) -> uint32_t { return isInput ? 1 : 0; },
     .get =
         [](const clap_plugin_t*, uint32_t index, bool isInput, clap_note_port_info_t* info) {
-            if (index != 0 || !isInput) return false;
+            if (index != 0 || !isInput || !info) return false;
             *info = {};
             info->supported_dialects = CLAP_NOTE_DIALECT_MIDI;
             info->preferred_dialect = CLAP_NOTE_DIALECT_MIDI;

@@ -71,11 +71,13 @@ bool loadPreset(ClapPlugin& self, uint32_t kind, const char* location, const cha
 const clap_plugin_state_t extensions::state{
     .save =
         [](const clap_plugin_t* plugin, const clap_ostream_t* stream) {
-            return ClapPlugin::call(plugin, false, [&](auto& self) { return save(self, *stream); });
+            return stream &&
+                   ClapPlugin::call(plugin, false, [&](auto& self) { return save(self, *stream); });
         },
     .load =
         [](const clap_plugin_t* plugin, const clap_istream_t* stream) {
-            return ClapPlugin::call(plugin, false, [&](auto& self) { return load(self, *stream); });
+            return stream &&
+                   ClapPlugin::call(plugin, false, [&](auto& self) { return load(self, *stream); });
         },
 };
 

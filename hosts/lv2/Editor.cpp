@@ -1,5 +1,7 @@
 #include "hosts/lv2/Editor.h"
 
+#include <algorithm>
+
 #include "hosts/instance/Instance.h"
 #include "hosts/instance/guarded.h"
 #include "hosts/lv2/Plugin.h"
@@ -27,7 +29,10 @@ std::unique_ptr<Editor> Editor::open(Plugin& plugin, const Host& host, std::stri
 Editor::Editor(Plugin& plugin, const Host& host) : plugin_(&plugin), host_(host) {}
 
 bool Editor::openWindow(std::string* error) {
-    EditorWindow::Options options{.parent = host_.parent, .scale = host_.scale};
+    EditorWindow::Options options{.parent = host_.parent};
+    if (host_.scale > 0)
+        options.scale = std::clamp<double>(host_.scale, EditorWindow::kSmallestScale,
+                                           EditorWindow::kLargestScale);
     if (!host_.title.empty()) options.title = host_.title;
     window_ = EditorWindow::open(plugin_->instance(), options, error);
     if (!window_) return false;
@@ -88,7 +93,7 @@ void Editor::writeEdits() {
                 break;
             case Kind::value:
                 controls.wrote(edit.address, value);
-                host_.write(host_.controller, port, sizeof value, 0, &value);
+                if (host_.write) host_.write(host_.controller, port, sizeof value, 0, &value);
                 break;
             case Kind::end:
                 touch(false);
@@ -113,8 +118,10 @@ bool Editor::hide() {
 
 bool Editor::setSize(int width, int height) {
     if (!plugin_ || width <= 0 || height <= 0) return false;
-    const auto scale = window_->content().scale();
-    window_->native().setSize({width / scale, height / scale});
+    const auto points = [&](int pixels) {
+        return std::min(pixels, EditorWindow::kLargestSide) / window_->content().scale();
+    };
+    window_->native().setSize({points(width), points(height)});
     return true;
 }
 

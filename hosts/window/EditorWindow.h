@@ -44,6 +44,9 @@ class EditorWindow {
     static constexpr platform::CGSize kSize{680, 440};
     /// A quarter of it: less cannot be read.
     static constexpr platform::CGSize kSmallest{170, 110};
+    /// What a host may ask for: pixels a point, and pixels of a side.
+    static constexpr double kSmallestScale = 0.5, kLargestScale = 8;
+    static constexpr int kLargestSide = 8192;
 
     /// Not shown yet. The instance was made with an AudioUnitViewController as its factory. Null,
     /// with a line about why in *error, where there is no screen.

@@ -178,6 +178,26 @@ TEST(ClapPlugin, SurvivesBuffersThatAreNotThere) {
     EXPECT_EQ(plugin->process(plugin, &nothing), CLAP_PROCESS_TAIL);
 }
 
+TEST(ClapPlugin, RefusesCallsThatLackAnArgument) {
+    Plugged plugged;
+    const auto* plugin = plugged.plugin;
+    const auto* gui = plugged.gui();
+    const auto* params = plugged.extension<clap_plugin_params_t>(CLAP_EXT_PARAMS);
+    const auto* state = plugged.extension<clap_plugin_state_t>(CLAP_EXT_STATE);
+    const auto* notes = plugged.extension<clap_plugin_note_ports_t>(CLAP_EXT_NOTE_PORTS);
+    double value = 0;
+    for (const bool went :
+         {params->get_info(plugin, 0, nullptr), params->get_value(plugin, 0, nullptr),
+          params->value_to_text(plugin, 0, 1, nullptr, 9),
+          params->text_to_value(plugin, 0, nullptr, &value),
+          params->text_to_value(plugin, 0, "1", nullptr), state->save(plugin, nullptr),
+          state->load(plugin, nullptr), notes->get(plugin, 0, true, nullptr),
+          gui->set_parent(plugin, nullptr), gui->set_transient(plugin, nullptr),
+          gui->get_size(plugin, nullptr, nullptr), gui->adjust_size(plugin, nullptr, nullptr),
+          gui->get_resize_hints(plugin, nullptr), plugin->process(plugin, nullptr) != 0})
+        EXPECT_FALSE(went);
+}
+
 TEST(ClapPlugin, LoadsItsPresetsAndRefusesOthers) {
     Plugged plugged;
     const auto* presets = plugged.extension<clap::abi::PluginPresetLoad>(clap::abi::presetLoad);
