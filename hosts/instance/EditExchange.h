@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <bit>
@@ -30,37 +29,16 @@ class EditExchange {
     void release(std::uint64_t address);
 
     /// Whether something waits for take(). Any thread.
-    bool isWaiting() const {
-        return std::ranges::any_of(words_, [](const auto& word) {
-            return word.load(std::memory_order_relaxed) & (changed | touched | released);
-        });
-    }
+    bool isWaiting() const { return news_.load(std::memory_order_relaxed) != 0; }
 
     /// The host's side: one thread at a time, the audio thread too; waits for nothing. Calls
     /// report(edit) for what came since the last call. Values come inside a gesture; one without
     /// a touch is a gesture of its own.
     template <class Report>
     void take(Report&& report) {
-        for (std::uint64_t address = 0; address < parameters; ++address) {
-            auto& word = words_[address];
-            auto& isOpen = open_[address];
-            const auto now = word.load(std::memory_order_relaxed);
-            if (!(now & (changed | touched | released)) && isOpen == ((now & touching) != 0))
-                continue;
-
-            const auto word0 =
-                word.fetch_and(~(changed | touched | released), std::memory_order_acq_rel);
-            const auto value = std::bit_cast<float>(static_cast<std::uint32_t>(word0));
-            if (!isOpen && word0 & (changed | touched | touching)) {
-                report(Edit{Edit::Kind::begin, address, value});
-                isOpen = true;
-            }
-            if (word0 & changed) report(Edit{Edit::Kind::value, address, value});
-            if (isOpen && !(word0 & touching)) {
-                report(Edit{Edit::Kind::end, address, value});
-                isOpen = false;
-            }
-        }
+        if (!isWaiting()) return;
+        for (auto news = news_.exchange(0, std::memory_order_acquire); news; news &= news - 1)
+            takeOne(static_cast<std::uint64_t>(std::countr_zero(news)), report);
     }
 
  private:
@@ -69,10 +47,29 @@ class EditExchange {
         changed = std::uint64_t{1} << 32,   // since the last fetch
         touched = std::uint64_t{1} << 33,   // since the last fetch
         touching = std::uint64_t{1} << 34,  // at present
-        released = std::uint64_t{1} << 35,  // since the last fetch
     };
 
+    template <class Report>
+    void takeOne(std::uint64_t address, Report& report) {
+        const auto word =
+            words_[address].fetch_and(~(changed | touched), std::memory_order_acq_rel);
+        const auto value = std::bit_cast<float>(static_cast<std::uint32_t>(word));
+        auto& isOpen = open_[address];
+        if (!isOpen && word & (changed | touched | touching)) {
+            report(Edit{Edit::Kind::begin, address, value});
+            isOpen = true;
+        }
+        if (word & changed) report(Edit{Edit::Kind::value, address, value});
+        if (isOpen && !(word & touching)) {
+            report(Edit{Edit::Kind::end, address, value});
+            isOpen = false;
+        }
+    }
+    /// After the word: who takes the news finds it.
+    void tell(std::uint64_t address) { news_.fetch_or(1u << address, std::memory_order_release); }
+
     std::array<std::atomic<std::uint64_t>, parameters> words_{};
+    std::atomic<std::uint32_t> news_{0};   // bit a: the word of address a was written
     std::array<bool, parameters> open_{};  // what the host was told
 };
 
