@@ -1,27 +1,29 @@
 #include "hosts/lv2/ControlPorts.h"
 
 #include <cmath>
-#include <utility>
 
 namespace qov::lv2 {
 
 bool ControlPorts::hasChanged(std::uint64_t address, float value) {
     const std::uint64_t bits = std::bit_cast<std::uint32_t>(value);
     const auto before = heard_[address].load(std::memory_order_relaxed);
-    const bool isRestored = std::exchange(restored_[address], false);
     if (before == bits) return false;
     heard_[address].store(bits, std::memory_order_relaxed);
     constexpr float writtenDown = 1e-5f;
     const auto old = std::bit_cast<float>(static_cast<std::uint32_t>(before));
-    return !isRestored || !(std::abs(value - old) < writtenDown);
+    return !(before & restored) || !(std::abs(value - old) < writtenDown);
 }
 
 bool ControlPorts::isNew(std::uint64_t address, float value, std::uint32_t frames) {
     const std::uint64_t bits = std::bit_cast<std::uint32_t>(value);
+    const std::uint32_t bit = 1u << address;
     auto hand = hands_[address].load(std::memory_order_acquire);
-    overruled_[address] |= hasChanged(address, value);
-    if (!hand) return std::exchange(overruled_[address], false);
-
+    if (hasChanged(address, value)) overruled_ |= bit;
+    if (!hand) {
+        const bool isOverruled = overruled_ & bit;
+        overruled_ &= ~bit;
+        return isOverruled;
+    }
     if (hand & held)
         waited_[address] = 0;
     else
@@ -32,7 +34,7 @@ bool ControlPorts::isNew(std::uint64_t address, float value, std::uint32_t frame
     if (!hands_[address].compare_exchange_strong(hand, 0)) return false;
     // Also where the port stands as it stood before the hand came: a change that the host has taken
     // back while nothing was processed.
-    overruled_[address] = false;
+    overruled_ &= ~bit;
     return !isEcho;
 }
 
@@ -60,9 +62,8 @@ ControlPorts::Values ControlPorts::heard() const {
 
 void ControlPorts::setHeard(const Values& values) {
     for (std::size_t address = 0; address < values.size(); ++address) {
-        restored_[address] = values[address].has_value();
         heard_[address] =
-            values[address] ? std::bit_cast<std::uint32_t>(*values[address]) : unheard;
+            values[address] ? restored | std::bit_cast<std::uint32_t>(*values[address]) : unheard;
     }
 }
 

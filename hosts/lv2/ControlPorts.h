@@ -31,6 +31,7 @@ class ControlPorts {
     /// `frames` is the length of the block that begins.
     template <class Report>
     void take(std::uint32_t frames, Report&& report) {
+        if (isQuiet()) return;
         for (std::uint64_t address = 0; address < kParameters; ++address)
             if (ports_[address] && isNew(address, *ports_[address], frames))
                 report(address, parameterOfPort(address, *ports_[address]));
@@ -60,8 +61,21 @@ class ControlPorts {
         held = std::uint64_t{1} << 32,     // by a person
         written = std::uint64_t{1} << 33,  // and the host has not echoed the value yet
     };
+    // What a port said; the value's bits below.
     static constexpr std::uint64_t unheard = ~std::uint64_t{0};
+    static constexpr std::uint64_t restored = std::uint64_t{1} << 32;  // in another run than this
 
+    /// In most blocks no port has changed, and no hand is on any.
+    bool isQuiet() const {
+        std::uint64_t news = overruled_;
+        for (std::size_t address = 0; address < kParameters; ++address) {
+            news |= hands_[address].load(std::memory_order_relaxed);
+            if (const float* port = ports_[address])
+                news |= heard_[address].load(std::memory_order_relaxed) ^
+                        std::bit_cast<std::uint32_t>(*port);
+        }
+        return news == 0;
+    }
     bool isNew(std::uint64_t address, float value, std::uint32_t frames);
     bool hasChanged(std::uint64_t address, float value);
 
@@ -70,9 +84,8 @@ class ControlPorts {
     std::array<std::atomic<std::uint64_t>, kParameters> heard_{unheard, unheard, unheard, unheard,
                                                                unheard, unheard, unheard, unheard};
     std::array<std::atomic<std::uint64_t>, kParameters> hands_{};
-    std::array<bool, kParameters> restored_{};  // heard in another run, not seen yet in this one
     std::array<std::int64_t, kParameters> waited_{};  // frames since the hand has gone
-    std::array<bool, kParameters> overruled_{};       // the port spoke meanwhile
+    std::uint32_t overruled_ = 0;                     // bit a: the port spoke meanwhile
 };
 
 }  // namespace qov::lv2
