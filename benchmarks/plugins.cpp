@@ -112,9 +112,7 @@ void process(benchmark::State& state, test::Format& format, const Settings& sett
                                          benchmark::ClobberMemory();
                                      }
                                  }));
-        const double seconds = secondsOf([&] {
-            for (int i = 0; i < blocks; ++i) plugin.run();
-        });
+        const double seconds = secondsOf([&] { plugin.repeat(blocks); });
         least = std::min(least, seconds);
         state.SetIterationTime(seconds / blocks);
     }

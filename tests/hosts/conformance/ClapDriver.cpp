@@ -141,10 +141,12 @@ class ClapPluginUnderTest : public Plugin {
         for (const auto& event : events) heard_.push_back(eventOf(event));
         block_.frames_count = frames;
     }
-    void run() override {
+    void run() override { repeat(1); }
+    void repeat(int times) override {
         const Spin alone(busy_);
-        if (plugin_->process(plugin_, &block_) == CLAP_PROCESS_ERROR)
-            throw std::runtime_error("the plug-in does not process");
+        while (times-- > 0)
+            if (plugin_->process(plugin_, &block_) == CLAP_PROCESS_ERROR)
+                throw std::runtime_error("the plug-in does not process");
     }
 
     std::uint32_t latency() override {

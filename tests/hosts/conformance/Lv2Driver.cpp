@@ -97,7 +97,7 @@ class Lv2Plugin : public Plugin {
     }
     void run() override {
         host_->run(frames_);
-        latency_ = static_cast<std::uint32_t>(host_->latency);
+        latency_.store(static_cast<std::uint32_t>(host_->latency), std::memory_order_relaxed);
     }
 
     std::uint32_t latency() override { return latency_; }

@@ -75,6 +75,10 @@ class Plugin {
     /// Calls the plug-in with what was prepared and does next to nothing else (no allocation, no
     /// lock): what is guarded and measured. May be repeated.
     virtual void run() = 0;
+    /// The same so many times, with what keeps the driver's own threads apart done once.
+    virtual void repeat(int times) {
+        while (times-- > 0) run();
+    }
     void process(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
                  std::span<const hosts::HostEvent> events) {
         prepare(input, output, frames, events);
