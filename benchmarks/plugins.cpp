@@ -80,15 +80,20 @@ void process(benchmark::State& state, test::Format& format, const Settings& sett
     std::vector<HostEvent> events;
     for (const auto& [address, value] : settings)
         events.push_back(HostEvent::parameter(0, address, value));
-    // Several of each: where in memory one happens to lie matters as much as what is measured.
-    constexpr int pairs = 8;
+    // Several of each, scattered: where in memory one happens to lie matters as much as what is
+    // measured.
+    constexpr int pairs = 16;
+    std::vector<std::vector<char>> gaps;
+    const auto gap = [&] { gaps.emplace_back(16 + random() % 4096); };
     std::vector<std::unique_ptr<Kernel>> kernels;
     std::vector<std::unique_ptr<test::Plugin>> plugins;
     for (int i = 0; i < pairs; ++i) {
+        gap();
         auto& kernel = *kernels.emplace_back(std::make_unique<Kernel>());
         kernel.init(2, rate);
         kernel.reset();
         for (const auto& [address, value] : settings) kernel.setParameter(address, value);
+        gap();
         auto& plugin = *plugins.emplace_back(format.create());
         if (!plugin.activate(rate, block)) return state.SkipWithError("does not activate");
         plugin.process({data[0], data[1]}, {data[2], data[3]}, block, events);
