@@ -1,0 +1,206 @@
+// Any calls of a host at a built plug-in, through its format's C interface: what comes out is, to
+// the bit, what the bare instance gives for the same calls, and so are latency and values. Damaged
+// states are refused or repaired.
+//
+// Input: the format, then calls, a byte each for its kind and what that needs. A block takes its
+// length (two bytes), how its buffers lie and a seed for the signal, a number of events and for
+// each its frame (two bytes), kind and value.
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "dsp/ParameterAddress.h"
+#include "fuzz/Bytes.h"
+#include "fuzz/require.h"
+#include "platform/foundation/Console.h"
+#include "tests/hosts/conformance/Plugin.h"
+
+namespace {
+
+using namespace qov;
+using hosts::HostEvent;
+using test::Format;
+using test::Plugin;
+
+constexpr std::uint32_t longest = 1500;
+constexpr double rates[] = {44100, 8000, 384000};
+// A host automates a parameter or lets its user set it, at a time.
+constexpr std::uint64_t automated[] = {kPanorama,    kPhaseShift, kSwapChannels,
+                                       kRecoverMono, kTestMono,   kBypass};
+constexpr std::uint64_t settings[] = {kStereoWidth, kInvertChannel};
+
+/// The plug-in, and the instance that it is held against.
+class Pair {
+ public:
+    Pair(Format& format, Format& instance)
+        : can_(format.capabilities()), plugin_(format.create()), expected_(instance.create()) {
+        activate(44100);
+    }
+    ~Pair() {
+        for (auto* one : both()) one->deactivate();
+    }
+    Pair(const Pair&) = delete;
+    Pair& operator=(const Pair&) = delete;
+
+    void call(Bytes& bytes) {
+        switch (bytes.take<std::uint8_t>() % 12) {
+            case 0:
+                for (auto* one : both()) one->deactivate();
+                activate(rates[bytes.take<std::uint8_t>() % std::size(rates)]);
+                break;
+            case 1:
+                for (auto* one : both()) one->reset();
+                break;
+            case 2: {
+                const auto address = settings[bytes.take<std::uint8_t>() % std::size(settings)];
+                const auto value = static_cast<float>(bytes.take<std::uint8_t>()) / 255;
+                for (auto* one : both()) one->setValue(address, value);
+                break;
+            }
+            case 3:
+                restoreDamaged(bytes);
+                break;
+            case 4:
+                for (auto* one : both()) {
+                    one->idle();
+                    one->takeEdits();
+                    one->takeLatencyAnnouncement();
+                }
+                break;
+            default:
+                return process(bytes);
+        }
+        // Hosts hear of what they have set with the next block at the latest.
+        const std::uint8_t none = 0;
+        Bytes nothing(&none, 0);
+        process(nothing);
+    }
+
+ private:
+    std::array<Plugin*, 2> both() const { return {plugin_.get(), expected_.get()}; }
+
+    void activate(double rate) {
+        for (auto* one : both())
+            require(one->activate(rate, longest), "the plug-in does not become active");
+    }
+
+    /// A saved state with a few bytes of it changed, or cut short; then the one that was saved.
+    void restoreDamaged(Bytes& bytes) {
+        const std::string saved[] = {plugin_->saveState(), expected_->saveState()};
+        auto damaged = saved[0];
+        for (int left = bytes.take<std::uint8_t>() % 8; left > 0; --left)
+            damaged[bytes.take<std::uint16_t>() % damaged.size()] =
+                static_cast<char>(bytes.take<std::uint8_t>());
+        damaged.resize(damaged.size() -
+                       std::min<std::size_t>(bytes.take<std::uint8_t>(), damaged.size()));
+        plugin_->restoreState(damaged);
+        checkRange();
+        require(plugin_->restoreState(saved[0]), "a plug-in refuses its own state");
+        require(expected_->restoreState(saved[1]), "an instance refuses its own state");
+    }
+
+    std::vector<HostEvent> takeEvents(Bytes& bytes, std::uint32_t frames) const {
+        std::vector<HostEvent> events;
+        // Formats that keep a queue a parameter have no order between two of them on a frame.
+        std::vector<std::uint64_t> owners(longest, kBypass + 1);
+        for (int left = bytes.take<std::uint8_t>() % 16; left > 0; --left) {
+            const auto frame = bytes.take<std::uint16_t>() % (longest + 10);
+            const auto kind = bytes.take<std::uint8_t>();
+            const auto data = bytes.take<std::uint8_t>();
+            const bool isMidi = can_.midi && kind >= 192;
+            const bool isVolume = can_.midiVolume && kind >= 224;
+            const auto address = isVolume ? kVolume
+                                 : isMidi ? kPanorama
+                                          : automated[kind % std::size(automated)];
+            auto& owner = owners[std::min(frame, std::max(frames, 1U) - 1)];
+            if (owner != kBypass + 1 && owner != address) continue;
+            owner = address;
+            if (isMidi)
+                events.push_back(
+                    HostEvent::message(frame, {static_cast<std::uint8_t>(0xB0 + kind % 16),
+                                               static_cast<std::uint8_t>(isVolume ? 7 : 10),
+                                               static_cast<std::uint8_t>(data & 0x7F)}));
+            else
+                events.push_back(HostEvent::parameter(frame, address, anyValue(address, data)));
+        }
+        return events;
+    }
+
+    static float anyValue(std::uint64_t address, std::uint8_t choice) {
+        constexpr float wrong[] = {NAN, INFINITY, -INFINITY, -1, 2, 1e-42F};
+        if (choice >= 200) return wrong[choice % std::size(wrong)];
+        if (address >= kSwapChannels) return static_cast<float>(choice % 2);
+        return static_cast<float>(choice) / 199;
+    }
+
+    void process(Bytes& bytes) {
+        auto frames = bytes.take<std::uint16_t>() % (longest + 1);
+        if (!can_.emptyBlocks) frames = std::max(frames, 1U);
+        constexpr std::size_t layouts[][2] = {{2, 3}, {0, 1}, {1, 0}};
+        const auto& [left, right] = layouts[bytes.take<std::uint8_t>() % std::size(layouts)];
+        const auto seed = bytes.take<std::uint8_t>();
+        const auto events = takeEvents(bytes, frames);
+        std::vector<float> memory[2];
+        for (std::size_t i = 0; i < 2; ++i) {
+            fill(memory[i], 4 * std::size_t{longest}, seed);
+            const auto place = [&](std::size_t index) {
+                return memory[i].data() + index * longest;
+            };
+            both()[i]->process({place(0), place(1)}, {place(left), place(right)}, frames, events);
+        }
+        require(std::ranges::equal(memory[0], memory[1], {}, std::bit_cast<std::uint32_t, float>,
+                                   std::bit_cast<std::uint32_t, float>),
+                "the sound is not that of the instance");
+        plugin_->idle();
+        require(plugin_->latency() == expected_->latency(), "the latency is not the instance's");
+        for (std::uint64_t address = 0; address < 8; ++address)
+            require(plugin_->value(address) == expected_->value(address),
+                    "a value is not the instance's");
+        checkRange();
+    }
+
+    void checkRange() const {
+        for (std::uint64_t address = 0; address < 8; ++address) {
+            const float value = plugin_->value(address);
+            require(value >= 0 && value <= 1, "a value is out of range");
+        }
+    }
+
+    static void fill(std::vector<float>& memory, std::size_t size, std::uint8_t seed) {
+        auto state = seed * 2654435761U + 1;
+        for (memory.resize(size); auto& sample : memory) {
+            state = state * 1664525U + 1013904223U;
+            sample = static_cast<float>(static_cast<std::int32_t>(state)) / 2147483648.0F;
+        }
+    }
+
+    test::Capabilities can_;
+    std::unique_ptr<Plugin> plugin_, expected_;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    platform::console::setSink({});
+    // The fuzzer counts what it reaches in every object that it has seen, so none may be unloaded.
+    static std::vector<std::unique_ptr<Plugin>> loaded;
+    for (const auto& format : Format::all()) loaded.push_back(format->create());
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const auto& formats = Format::all();
+    const auto instance = std::ranges::find(formats, "Instance", &Format::name);
+    Bytes bytes(data, size);
+    const auto choice = bytes.take<std::uint8_t>() % formats.size();
+    Pair pair(*formats[choice], **instance);
+    for (int calls = 0; calls < 20 && !bytes.empty(); ++calls) pair.call(bytes);
+    return 0;
+}
