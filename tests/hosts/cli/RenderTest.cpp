@@ -163,9 +163,14 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
     save(folder / "mono.wav", {.format = floatWav, .channels = 1, .samples = noise(100)});
     save(folder / "six.wav", {.format = floatWav, .channels = 6, .samples = noise(600)});
     write(folder / "cut.wav", contents(in).substr(0, 100001));
-    save(folder / "whole.flac",
-         {.format = SF_FORMAT_FLAC | SF_FORMAT_PCM_16, .samples = noise(60000)});
-    write(folder / "cut.flac", contents(folder / "whole.flac").substr(0, 60000));
+    for (const Kind& whole : {Kind{"flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16},
+                              {"aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_16},
+                              {"au", SF_FORMAT_AU | SF_FORMAT_PCM_16},
+                              {"w64", SF_FORMAT_W64 | SF_FORMAT_PCM_16}}) {
+        save(folder / "whole", {.format = whole.format, .samples = noise(60000)});
+        write(folder / (std::string("cut.") + whole.file),
+              contents(folder / "whole").substr(0, 60000));
+    }
     write(folder / "text.wav", "this is no sound");
     write(folder / "bad.txt", "0 set volume 1\n7 set wdth 1\n");
     write(out, "the old output");
@@ -182,9 +187,12 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
              Case{"gone.wav out.wav", 1, "gone.wav: there is no such file"},
              {"sub out.wav", 1, "sub: is a folder"},
              {"text.wav out.wav", 1, "text.wav: not a sound file that can be read"},
-             {"cut.wav out.wav", 1, "cut.wav: is truncated: "},
+             {"cut.wav out.wav", 1, "cut.wav: is truncated: 140087 bytes are missing"},
              {"cut.flac out.wav", 1, "cut.flac: is truncated: "},
-             {"- out.wav < cut.wav", 1, "standard input: is truncated: "},
+             {"cut.aiff out.wav", 1, "cut.aiff: is truncated: "},
+             {"cut.au out.wav", 1, "cut.au: is truncated: "},
+             {"cut.w64 out.wav", 1, "cut.w64: is truncated: "},
+             {"- out.wav < cut.wav", 1, "standard input: is truncated: 140087 bytes are missing"},
              {"- out.wav --raw 48000 < cut.wav", 1,
               "standard input: is truncated: it ends 1 bytes into a frame"},
              {"mono.wav out.wav", 1, "mono.wav: is mono; --upmix puts it on both sides"},

@@ -289,6 +289,11 @@ TEST_F(Gestures, ButtonsKeepTapsAndSlidersDragsToThemselves) {
     EXPECT_FALSE(button->isHighlighted());
     up(25, 60);
     EXPECT_EQ(outside, 1);
+    button->setEnabled(false);
+    down(20, 20);
+    EXPECT_FALSE(button->isHighlighted());
+    up(20, 20);
+    EXPECT_EQ(presses, 1);
 
     seen.clear();
     down(110, 280);  // the middle of the track
