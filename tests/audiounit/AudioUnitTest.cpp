@@ -144,7 +144,8 @@ TEST_F(AudioUnitTest, NullOutputRendersIntoTheInputBuffers) {
     host_.setValue(kBypass, 1);
     auto input = ramp(16);
     host_.pulled = StereoBufferList(input.left.data(), input.right.data(), 16);
-    StereoBufferList output(nullptr, nullptr, 16);
+    float instead[16] = {};  // the first buffer decides for both
+    StereoBufferList output(nullptr, instead, 16);
     ASSERT_EQ(0, host_.block(nullptr, &host_.time, 16, 0, output.list(), nullptr, host_.pull));
     ASSERT_NE(output.mBuffers[0].mData, nullptr);
     EXPECT_NE(output.mBuffers[0].mData, input.left.data()) << "the pull buffer, not the host's";

@@ -9,9 +9,9 @@
 
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
 #include "audiounit/componentDescription.h"
-#include "platform/audiotoolbox/AURenderEvent.h"
 #include "platform/audiotoolbox/AudioBufferList.h"
 #include "tests/support/ConsoleLines.h"
+#include "tests/support/renderEvents.h"
 
 namespace qov {
 
@@ -52,12 +52,10 @@ class RenderingUnit {
         pulled = platform::StereoBufferList(input.left.data(), input.right.data(), frames);
         Stereo output{std::vector<float>(frames, -9), std::vector<float>(frames, -9)};
         platform::StereoBufferList list(output.left.data(), output.right.data(), frames);
-        for (std::size_t i = 0; i < events.size(); ++i) {
-            events[i].head.next = i + 1 < events.size() ? &events[i + 1] : nullptr;
-            events[i].head.eventSampleTime += static_cast<std::int64_t>(time.mSampleTime);
-        }
-        EXPECT_EQ(expected, block(nullptr, &time, frames, 0, list.list(),
-                                  events.empty() ? nullptr : events.data(), pull));
+        for (auto& event : events)
+            event.head.eventSampleTime += static_cast<std::int64_t>(time.mSampleTime);
+        EXPECT_EQ(expected,
+                  block(nullptr, &time, frames, 0, list.list(), test::linked(events), pull));
         time.mSampleTime += frames;
         return output;
     }
@@ -100,11 +98,7 @@ class RenderingUnit {
     };
 };
 
-inline platform::AURenderEvent parameterEvent(std::int64_t frame,
-                                              platform::AUParameterAddress address, float value) {
-    platform::AURenderEvent event{};
-    event.parameter = {nullptr, frame, platform::AURenderEventParameter, {}, 0, address, value};
-    return event;
-}
+using test::midiEvent;
+using test::parameterEvent;
 
 }  // namespace qov

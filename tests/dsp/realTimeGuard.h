@@ -21,13 +21,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define QOV_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define QOV_SANITIZED 1
-#endif
-#endif
+#include "tests/support/sanitized.h"
 
 namespace {
 thread_local bool counting = false;

@@ -1,8 +1,6 @@
 #include "editor/AudioUnitViewController.h"
 
-#include <atomic>
 #include <cmath>
-#include <thread>
 
 #include <gmock/gmock.h>
 
@@ -368,30 +366,5 @@ INSTANTIATE_TEST_SUITE_P(
                         {550, 550}, true, {0, 550 / 2.0 - 550 * 11 / 34.0, 550, 550 * 11 / 17.0}},
                     LayoutCase{{1, 1}, false, {0, 0.5 - 11 / 34.0, 1, 11 / 17.0}},
                     LayoutCase{{4000, 3000}, false, {0, 1500 - 22000 / 17.0, 4000, 44000 / 17.0}}));
-
-TEST_F(Controller, AStormOfChangesFromAnotherThreadLeavesALiveScreen) {
-    open();
-    constexpr int changes = 100'000;
-    std::atomic<bool> done{false};
-    std::thread storm([&] {
-        const auto parameter = controller->audioUnit()->parameterTree()->parameterWithAddress(1);
-        for (int i = 0; i <= changes; ++i) parameter->setValue(static_cast<float>(i) / changes);
-        done = true;
-    });
-    while (!done) {
-        loop->pump();
-        window->update();
-    }
-    storm.join();
-    while (loop->pump()) {
-    }
-    window->update();
-    EXPECT_EQ(controller->getParameter(1), 1.0F);
-    const int paints = controller->stereoControls->layer().paints();
-    controller->updateParameters();
-    window->update();
-    EXPECT_EQ(controller->stereoControls->layer().paints(), paints)
-        << "the panel shows the last value already";
-}
 
 }  // namespace

@@ -11,16 +11,9 @@
 
 #include "tests/hosts/cli/Program.h"
 #include "tests/hosts/cli/Sound.h"
+#include "tests/support/sanitized.h"
 
 namespace {
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool isSanitized = true;
-#elif defined(__has_feature)
-constexpr bool isSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool isSanitized = false;
-#endif
 
 constexpr long limit = 64 * 1024;  // KiB resident
 
@@ -48,7 +41,9 @@ void saveHole(const std::string& path, std::int64_t frames) {
 }
 
 TEST(Streaming, AnHourOfFileAndADayOfRawStreamStayUnder64MiB) {
-    if (isSanitized) GTEST_SKIP() << "a sanitizer's shadow is resident, too";
+#ifdef QOV_SANITIZED
+    GTEST_SKIP() << "a sanitizer's shadow is resident, too";
+#endif
     const TemporaryFolder folder;
     const auto path = folder / "hour.w64";
     saveHole(path, 3600 * 48000);
