@@ -88,12 +88,6 @@ void UIView::bringSubviewToFront(UIView& view) {
     view.damage();
 }
 
-bool UIView::isDescendant(const UIView& of) const {
-    for (const auto* view = this; view; view = view->superview_)
-        if (view == &of) return true;
-    return false;
-}
-
 UIWindow* UIView::window() const {
     return superview_ ? superview_->window() : nullptr;
 }

@@ -65,7 +65,6 @@ class UIView : public UIResponder, public std::enable_shared_from_this<UIView> {
     /// The caller's pointer may be the last one afterwards.
     void removeFromSuperview();
     void bringSubviewToFront(UIView& view);
-    bool isDescendant(const UIView& of) const;
     virtual UIWindow* window() const;
     UIResponder* next() const override { return superview_; }
 
@@ -97,16 +96,10 @@ class UIView : public UIResponder, public std::enable_shared_from_this<UIView> {
     bool translatesAutoresizingMaskIntoConstraints() const { return translatesMask_; }
     void setTranslatesAutoresizingMaskIntoConstraints(bool translates);
 
-    NSLayoutAnchor leftAnchor() { return {*this, NSLayoutAttribute::left}; }
-    NSLayoutAnchor rightAnchor() { return {*this, NSLayoutAttribute::right}; }
     NSLayoutAnchor topAnchor() { return {*this, NSLayoutAttribute::top}; }
     NSLayoutAnchor bottomAnchor() { return {*this, NSLayoutAttribute::bottom}; }
     NSLayoutAnchor leadingAnchor() { return {*this, NSLayoutAttribute::leading}; }
     NSLayoutAnchor trailingAnchor() { return {*this, NSLayoutAttribute::trailing}; }
-    NSLayoutAnchor widthAnchor() { return {*this, NSLayoutAttribute::width}; }
-    NSLayoutAnchor heightAnchor() { return {*this, NSLayoutAttribute::height}; }
-    NSLayoutAnchor centerXAnchor() { return {*this, NSLayoutAttribute::centerX}; }
-    NSLayoutAnchor centerYAnchor() { return {*this, NSLayoutAttribute::centerY}; }
     /// The active constraints that this view places.
     const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints() const {
         return constraints_;

@@ -19,39 +19,20 @@ struct Pair {
     }
 };
 
-TEST(Layout, EquationsChainThroughSiblingsInAnyOrder) {
+TEST(Layout, AnEdgeLiesOnTheSuperviewsAndOneAloneKeepsTheLength) {
     Pair p;
-    const auto second = std::make_shared<UIView>();
-    p.outer->addSubview(second);
-    second->setTranslatesAutoresizingMaskIntoConstraints(false);
-    const auto gap = second->leftAnchor().constraintEqualTo(p.inner->rightAnchor(), 5);
     NSLayoutConstraint::activate(
-        {gap, second->rightAnchor().constraintEqualTo(p.outer->rightAnchor(), -3),
-         p.inner->leftAnchor().constraintEqualTo(p.outer->leftAnchor(), 10),
-         p.inner->widthAnchor().constraintEqualToConstant(25),
-         second->centerYAnchor().constraintEqualTo(p.outer->centerYAnchor()),
-         second->heightAnchor().constraintEqualTo(p.inner->heightAnchor()),
-         p.inner->heightAnchor().constraintEqualToConstant(12)});
+        {p.inner->bottomAnchor().constraintEqualTo(p.outer->bottomAnchor()),
+         p.inner->leadingAnchor().constraintEqualTo(p.outer->trailingAnchor())});
     p.outer->layoutIfNeeded();
-    EXPECT_EQ(p.inner->frame(), CGRect(10, 2, 25, 12)) << "what no equation says stays";
-    EXPECT_EQ(second->frame(), CGRect(40, 24, 57, 12));
-
-    NSLayoutConstraint::deactivate({gap});
-    EXPECT_FALSE(gap->isActive());
-    p.inner->setFrame({0, 0, 0, 0});
+    EXPECT_EQ(p.inner->frame(), CGRect(100, 40, 30, 20)) << "in the outer view's own coordinates";
+    NSLayoutConstraint::activate({p.inner->topAnchor().constraintEqualTo(p.outer->topAnchor())});
     p.outer->layoutIfNeeded();
-    EXPECT_EQ(second->frame().minX(), 40) << "its width stays and the right edge holds it";
-}
-
-TEST(Layout, AMaskedViewIsAGivenForOthers) {
-    Pair p;
-    const auto fixed = std::make_shared<UIView>(CGRect(60, 0, 10, 10));
-    p.outer->addSubview(fixed);
-    NSLayoutConstraint::activate(
-        {p.inner->rightAnchor().constraintEqualTo(fixed->leftAnchor(), -4)});
-    p.outer->layoutIfNeeded();
-    EXPECT_EQ(fixed->frame(), CGRect(60, 0, 10, 10));
-    EXPECT_EQ(p.inner->frame(), CGRect(26, 2, 30, 20));
+    EXPECT_EQ(p.inner->frame(), CGRect(100, 0, 30, 60));
+    EXPECT_DEATH(p.inner->topAnchor().constraintEqualTo(p.outer->leadingAnchor()), "compared");
+    EXPECT_DEATH(NSLayoutConstraint::activate(
+                     {p.outer->topAnchor().constraintEqualTo(p.inner->topAnchor())}),
+                 "superview");
 }
 
 TEST(Layout, AViewThatLeavesTakesItsConstraintsAlong) {
