@@ -112,6 +112,9 @@ TEST_F(AudioUnitTest, ChannelCountsMustAgree) {
     unit_.outputBus()->setFormat(format(48000, 1), nullptr);
     EXPECT_TRUE(unit_.allocateRenderResourcesAndReturnError(nullptr));
     EXPECT_EQ(unit_.getSamplerate(), 48000);
+    unit_.deallocateRenderResources();
+    unit_.setMaximumFramesToRender(0);
+    EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(nullptr)) << "nor does the base";
 }
 
 TEST_F(AudioUnitTest, AllocationAnnouncesAndKeepsTheHostsBlocks) {
