@@ -105,6 +105,7 @@ TEST_F(Controller, AddressesBeyondTheBoundOnesAreReported) {
                                              "ERROR: The parameter address is out of range.",
                                              "ERROR: The parameter address is out of range."));
     EXPECT_DEATH(controller->getParameter(8), "Fatal error") << "the guard lets the count through";
+    EXPECT_DEATH(controller->setParameter(8, 0), "Fatal error");
 }
 
 TEST_F(Controller, HostChangesReachThePanelTwoHopsLater) {
@@ -180,7 +181,9 @@ TEST_F(Controller, OptionsSetTheCorrelograph) {
     modes.push_back(view.baseClass.drawMode);
     EXPECT_THAT(modes, ElementsAre("points", "bezier", "points", "points"));
     controller->onStereoControlsOption(14, 1);
-    controller->onStereoControlsOption(9, 1);
+    controller->onStereoControlsOption(9, 0);
+    EXPECT_EQ(view.baseClass.drawMode, "points");
+    EXPECT_TRUE(view.baseClass.isNormalized);
 }
 
 // The tick
@@ -242,6 +245,10 @@ TEST_F(Controller, DragBesideTheHotspotsMovesBothViews) {
     controller->view()->setNeedsLayout();
     window->update();
     EXPECT_EQ(panel().origin.x, 0) << "the next one puts them back";
+    down(600, 400);
+    move(640, 400);
+    window->cancelTouches();
+    EXPECT_FALSE(controller->touchesLocked);
 }
 
 TEST_F(Controller, HotspotsMoveAndGrowWithThePanel) {

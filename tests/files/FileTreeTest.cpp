@@ -184,6 +184,8 @@ TEST_F(SmallTree, ShowsAndSaysWhatAnIdentifierNames) {
 }
 
 TEST_F(SmallTree, WritesItsListAndDoesWithoutARootButForItsXml) {
+    tree->root->children.clear();
+    EXPECT_THAT(tree->xml(), testing::StartsWith("\n<folder path='' "));
     tree->basePath = "/x";
     tree->clearList();
     EXPECT_EQ(tree->list(), "\n<!-- file list -->\n<files basepath='/x'>\n</files>");

@@ -60,24 +60,6 @@ TEST(Renderer, TheNeutralEffectLinesUpWithItsInputAtAnyLengthAndBlock) {
         }
 }
 
-TEST(Renderer, AnEventTakesEffectOnItsExactFrame) {
-    const auto input = noiseOf(6000);
-    for (const std::size_t frame : {0, 1, 511, 512, 513, 5000}) {
-        const auto output = rendered(input, std::to_string(frame) + " set swap-channels on");
-        const auto left = delayed(input.left, 1);
-        for (std::size_t i = 0; i < input.left.size(); ++i) {
-            ASSERT_EQ(output.left[i], i < frame ? left[i] : input.right[i])
-                << i << ", swapped at " << frame;
-            ASSERT_EQ(output.right[i], i < frame ? input.right[i] : left[i])
-                << i << ", swapped at " << frame;
-        }
-    }
-    const auto midi = rendered(input, "3000 midi B0 07 00");
-    EXPECT_EQ(midi.right[2999], input.right[2999]);
-    EXPECT_FLOAT_EQ(midi.right[3000], input.right[3000] * 15 / 16)
-        << "the volume's first step of sixteen";
-}
-
 TEST(Renderer, BypassInMidStreamMovesNoFrame) {
     const auto input = noiseOf(20000);
     struct Case {
