@@ -3,13 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "hosts/cli/Command.h"
 #include "hosts/cli/Parameters.h"
+#include "tests/hosts/cli/Program.h"
 
 namespace {
 
 using qov::cli::AutomationEvent;
-using qov::cli::Failure;
 using qov::cli::parseAutomation;
 
 TEST(Automation, TimesAreFramesSecondsOrMinutes) {
@@ -88,15 +87,10 @@ TEST(Automation, ABadLineIsNamedWithItsNumberAndWhatWouldBeRight) {
              {"5 midi 30 07 40", "'30' is not a MIDI status byte"},
              {"5 midi B0 07 80", "'80' is not a MIDI data byte"},
          }) {
-        try {
-            parseAutomation(std::string("# first\n0 set volume 1\n") + line + "\n", "my.txt",
-                            44100);
-            ADD_FAILURE() << line << " was taken";
-        } catch (const Failure& failure) {
-            EXPECT_THAT(failure.what(), testing::StartsWith("my.txt:3: ")) << line;
-            EXPECT_THAT(failure.what(), testing::HasSubstr(message)) << line;
-            EXPECT_EQ(failure.exitCode(), 1);
-        }
+        const auto text = std::string("# first\n0 set volume 1\n") + line + "\n";
+        EXPECT_THAT(failureOf(1, [&] { parseAutomation(text, "my.txt", 44100); }),
+                    testing::AllOf(testing::StartsWith("my.txt:3: "), testing::HasSubstr(message)))
+            << line;
     }
 }
 

@@ -49,13 +49,10 @@ TEST(CurvesCommand, saysWhatWouldBeRight) {
         {{"picture.jpg"}, "ends in .png or .svg"},
         {{}, "needs a picture"},
     };
-    for (const auto& [arguments, reason] : wrong) try {
-            runCurves(arguments);
-            ADD_FAILURE() << reason;
-        } catch (const qov::cli::Failure& failure) {
-            EXPECT_THAT(failure.what(), HasSubstr(reason));
-            EXPECT_EQ(failure.exitCode(), 2);
-        }
+    for (const auto& [words, reason] : wrong) {
+        const auto& arguments = words;
+        EXPECT_THAT(failureOf(2, [&] { runCurves(arguments); }), HasSubstr(reason));
+    }
 }
 
 }  // namespace

@@ -3,6 +3,9 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
+#include "hosts/cli/Command.h"
 #include "tests/support/TemporaryFolder.h"
 
 /// A run of the real program.
@@ -19,6 +22,18 @@ Run shell(const std::string& command);
 /// The same, without a shell: kelvane with these arguments, ended by `signal` once it has written.
 Run interrupted(const std::vector<std::string>& arguments, int signal,
                 const TemporaryFolder& folder);
+
+/// What a call fails with, which has to be this exit code; "no failure" where it goes well.
+template <class Call>
+std::string failureOf(int exitCode, Call call) {
+    try {
+        call();
+        return "no failure";
+    } catch (const qov::cli::Failure& failure) {
+        EXPECT_EQ(failure.exitCode(), exitCode) << failure.what();
+        return failure.what();
+    }
+}
 
 std::string contents(const std::string& path);
 void write(const std::string& path, const std::string& bytes);

@@ -44,14 +44,9 @@ TEST_F(Snapshot, SameArgumentsSameBytesAndEachOptionShows) {
 }
 
 TEST_F(Snapshot, WrongWordsEndWithALineThatSaysWhatWouldBeRight) {
-    const auto lineOf = [&](Arguments options) -> std::string {
-        try {
-            options.insert(options.begin(), folder_ / "out.png");
-            runSnapshot(options);
-        } catch (const Failure& failure) {
-            return failure.what();
-        }
-        return "no failure";
+    const auto lineOf = [&](Arguments options) {
+        options.insert(options.begin(), folder_ / "out.png");
+        return failureOf(2, [&] { runSnapshot(options); });
     };
     EXPECT_EQ(lineOf({"--size", "3"}),
               "--size 3: takes a width and a height in points, as in 680x440");

@@ -22,21 +22,9 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 const char* name(UIGestureRecognizerState state) {
-    switch (state) {
-        case UIGestureRecognizerState::possible:
-            return "possible";
-        case UIGestureRecognizerState::began:
-            return "began";
-        case UIGestureRecognizerState::changed:
-            return "changed";
-        case UIGestureRecognizerState::ended:
-            return "ended";
-        case UIGestureRecognizerState::cancelled:
-            return "cancelled";
-        case UIGestureRecognizerState::failed:
-            break;
-    }
-    return "failed";
+    constexpr const char* names[] = {"possible", "began",     "changed",
+                                     "ended",    "cancelled", "failed"};
+    return names[static_cast<std::size_t>(state)];
 }
 
 /// Writes down which touches it is sent.
