@@ -72,16 +72,7 @@ void declare(CLI::App& app, Options& options) {
     auto& job = options.job;
     app.add_option("IN", job.input, "sound file, stereo; - for standard input")->required();
     app.add_option("OUT", job.output, "sound file to write; - for standard output")->required();
-    for (std::size_t i = 0; i < parameters().size(); ++i) {
-        const auto& parameter = parameters()[i];
-        const auto name = fmt::format("--{}", parameter.option);
-        if (parameter.isSwitch())
-            app.add_flag(name, options.values[i], std::string(parameter.effect));
-        else
-            app.add_option(name, options.values[i], std::string(parameter.effect))
-                ->type_name("0..1")
-                ->take_last();
-    }
+    declareParameters(app, options.values, false);
     app.add_option("--preset", options.preset, "factory preset, before the options above")
         ->type_name("0..2")
         ->take_last();

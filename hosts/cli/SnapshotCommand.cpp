@@ -82,16 +82,7 @@ void declare(CLI::App& app, Options& options) {
     option("--at", options.at, "how much of it has been played", "TIME");
     option("--draw-mode", options.drawMode, "of the correlograph", "points|ovals|bezier");
     option("--brightness", options.brightness, "of the background (0.25)", "0..1");
-    for (std::size_t i = 0; i < parameters().size(); ++i) {
-        const auto& parameter = parameters()[i];
-        if (!parameter.isInTree) continue;
-        const auto name = fmt::format("--{}", parameter.option);
-        auto& value = options.values[i];
-        if (parameter.isSwitch())
-            app.add_flag(name, value, std::string(parameter.effect));
-        else
-            option(name.c_str(), value, std::string(parameter.effect).c_str(), "0..1");
-    }
+    declareParameters(app, options.values, true);
     app.footer(help);
 }
 

@@ -1,7 +1,6 @@
 #include "hosts/cli/parseOptions.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,6 +10,7 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
+#include "hosts/cli/Parameters.h"
 #include "hosts/cli/nearestName.h"
 
 namespace qov::cli {
@@ -30,6 +30,20 @@ std::string unknownArgument(CLI::App& app) {
 }
 
 }  // namespace
+
+void declareParameters(CLI::App& app, std::span<std::string> texts, bool onlyInTree) {
+    for (std::size_t i = 0; i < parameters().size(); ++i) {
+        const auto& parameter = parameters()[i];
+        if (onlyInTree && !parameter.isInTree) continue;
+        const auto name = fmt::format("--{}", parameter.option);
+        if (parameter.isSwitch())
+            app.add_flag(name, texts[i], std::string(parameter.effect));
+        else
+            app.add_option(name, texts[i], std::string(parameter.effect))
+                ->type_name("0..1")
+                ->take_last();
+    }
+}
 
 std::optional<int> parseOptions(CLI::App& app, const Arguments& arguments) {
     const auto needsValue = [](const std::string& value) {

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <optional>
+#include <span>
+#include <string>
 
 #include "hosts/cli/Command.h"
 
@@ -9,6 +11,11 @@ class App;
 }
 
 namespace qov::cli {
+
+/// Declares the option of every parameter, or of those only that hosts see. Its text goes to its
+/// place in `texts`, which has one for each parameter and outlives the parsing: see
+/// parseSettings().
+void declareParameters(CLI::App& app, std::span<std::string> texts, bool onlyInTree);
 
 /// Reads the arguments of one subcommand into what was bound to `app`. Returns the exit code where
 /// the command is done already (0 after --help), nothing where it shall run. Throws Failure (2)
