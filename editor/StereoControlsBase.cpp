@@ -229,8 +229,11 @@ void StereoControlsBase::drawControls(const CGRect& frame, ResizingBehavior resi
         const std::string phaseShift = phaseShiftText();
         const PanelStyle style(colorBackground.cgColor(), colorContrast.cgColor());
         drawPlate(*context, style);
-        // Wide fields reach over the plate, quietly and under all that is to be read there.
-        drawBrackets(*context, style.onPlate(colorEmphasize.cgColor().withAlpha(0.85)));
+        // Wide fields reach over the plate, under all that is to be read there, and quietly once
+        // they leave the screen's edge.
+        const CGFloat beyond = std::clamp((stereoWidthNormalized - 0.5) / 0.1, 0.0, 1.0);
+        const CGFloat strength = 0.85 - 0.45 * beyond;
+        drawBrackets(*context, style.onPlate(colorEmphasize.cgColor().withAlpha(strength)));
         drawScreen(*context, style);
         drawStereoField(*context, style);
         drawLevels(*context);
