@@ -28,16 +28,6 @@ struct CGAffineTransform {
                 tx * next.a + ty * next.c + next.tx,
                 tx * next.b + ty * next.d + next.ty};
     }
-    /// Applied before this transform: what drawing after a change of coordinates means.
-    CGAffineTransform translatedBy(CGFloat x, CGFloat y) const {
-        return translation(x, y).concatenating(*this);
-    }
-    CGAffineTransform scaledBy(CGFloat x, CGFloat y) const {
-        return scale(x, y).concatenating(*this);
-    }
-    CGAffineTransform rotatedBy(CGFloat angle) const {
-        return rotation(angle).concatenating(*this);
-    }
 
     CGFloat determinant() const { return a * d - b * c; }
     /// Itself where it cannot be inverted.

@@ -140,10 +140,6 @@ void CGPath::apply(const CGAffineTransform& transform) {
     current_ = transform.apply(current_);
 }
 
-void CGPath::removeAll() {
-    *this = {};
-}
-
 CGRect CGPath::boundingBox() const {
     CGRect box = CGRect::null();
     for (const auto& p : points_) box = box.unionWith({p, {}});

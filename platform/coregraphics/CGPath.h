@@ -33,7 +33,6 @@ class CGPath {
     void addEllipse(const CGRect& r);
     void addPath(const CGPath& other, const CGAffineTransform& transform = {});
     void apply(const CGAffineTransform& transform);
-    void removeAll();
 
     bool isEmpty() const { return elements_.empty(); }
     /// Around all points, control points too; null in an empty path.

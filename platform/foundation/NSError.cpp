@@ -1,18 +1,11 @@
 #include "platform/foundation/NSError.h"
 
-#include <cstring>
 #include <utility>
 
 namespace platform {
 
 NSError::NSError(std::string_view domain, long code, std::string localizedDescription)
     : domain_(domain), code_(code), description_(std::move(localizedDescription)) {}
-
-NSError NSError::fromErrno(int number) {
-    const char* text = strerrordesc_np(number);  // never translated, unlike strerror
-    return {NSPOSIXErrorDomain, number,
-            "The operation couldn’t be completed. " + std::string(text ? text : "Unknown error")};
-}
 
 std::string NSError::localizedDescription() const {
     if (!description_.empty()) return description_;

@@ -6,7 +6,6 @@
 namespace platform {
 
 inline constexpr std::string_view NSCocoaErrorDomain = "NSCocoaErrorDomain";
-inline constexpr std::string_view NSPOSIXErrorDomain = "NSPOSIXErrorDomain";
 inline constexpr std::string_view NSOSStatusErrorDomain = "NSOSStatusErrorDomain";
 inline constexpr std::string_view NSURLErrorDomain = "NSURLErrorDomain";
 
@@ -32,8 +31,6 @@ class NSError {
     NSError() = default;
     /// Without a description, localizedDescription() is made from domain and code.
     NSError(std::string_view domain, long code, std::string localizedDescription = {});
-    /// errno as NSPOSIXErrorDomain, described in English whatever the locale.
-    static NSError fromErrno(int number);
 
     const std::string& domain() const { return domain_; }
     long code() const { return code_; }

@@ -1,7 +1,5 @@
 #include "platform/foundation/path.h"
 
-#include <algorithm>
-
 namespace platform::path {
 namespace {
 
@@ -17,24 +15,6 @@ std::string_view lastComponent(std::string_view path) {
     path = withoutTrailingSeparators(path);
     const auto slash = path.rfind(separator);
     return slash == path.npos || path.size() == 1 ? path : path.substr(slash + 1);
-}
-
-template <class Visit>
-void forEachComponent(std::string_view path, Visit visit) {
-    if (path.empty()) return;
-    const bool leading = path.front() == separator;
-    const bool trailing = path.back() == separator;
-    if (leading) visit(path.substr(0, 1));
-    bool any = false;
-    for (std::size_t at = 0; at < path.size();) {
-        const auto end = std::min(path.find(separator, at), path.size());
-        if (end > at) {
-            visit(path.substr(at, end - at));
-            any = true;
-        }
-        at = end + 1;
-    }
-    if (trailing && any) visit(path.substr(path.size() - 1));
 }
 
 }  // namespace
@@ -56,16 +36,13 @@ std::string pathExtension(std::string_view path) {
     return dot == name.npos || dot == 0 ? std::string() : std::string(name.substr(dot + 1));
 }
 
-std::vector<std::string> pathComponents(std::string_view path) {
-    std::vector<std::string> components;
-    forEachComponent(path, [&](std::string_view part) { components.emplace_back(part); });
-    return components;
-}
-
 long pathComponentCount(std::string_view path) {
-    long count = 0;
-    forEachComponent(path, [&](std::string_view) { ++count; });
-    return count;
+    long names = 0;
+    for (std::size_t at = 0; at < path.size(); ++at)
+        names += path[at] != separator && (at == 0 || path[at - 1] == separator);
+    const bool leading = path.starts_with(separator);
+    const bool trailing = names > 0 && path.ends_with(separator);
+    return names + leading + trailing;
 }
 
 }  // namespace platform::path

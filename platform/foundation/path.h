@@ -2,7 +2,6 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 /// Paths as text: nothing here looks at the file system, and any bytes are allowed in a name.
 namespace platform::path {
@@ -17,11 +16,8 @@ std::string deletingLastPathComponent(std::string_view path);
 /// nothing before it (".profile") or after it ("a."). "/tmp/a..wav" -> "wav".
 std::string pathExtension(std::string_view path);
 
-/// "tmp/a" -> {"tmp", "a"}, "/tmp/a" -> {"/", "tmp", "a"}, "tmp/a/" -> {"tmp", "a", "/"}, "" -> {}.
-/// Repeated separators count as one.
-std::vector<std::string> pathComponents(std::string_view path);
-
-/// The size of pathComponents(path), without making them.
+/// How many components there are, a separator at the start or the end being one: "tmp/a" -> 2,
+/// "/tmp/a" -> 3, "tmp/a/" -> 3, "" -> 0. Repeated separators count as one.
 long pathComponentCount(std::string_view path);
 
 }  // namespace platform::path

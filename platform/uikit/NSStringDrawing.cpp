@@ -58,10 +58,6 @@ CGSize sizeWithAttributes(std::string_view text, const NSTextAttributes& attribu
     return size;
 }
 
-CGFloat heightForWidth(std::string_view text, CGFloat width, const NSTextAttributes& attributes) {
-    return breakLines(text, width, attributes).size() * attributes.font.lineHeight();
-}
-
 void drawAtPoint(std::string_view text, CGPoint point, const NSTextAttributes& attributes) {
     NSTextAttributes leftAligned = attributes;
     leftAligned.alignment = NSTextAlignment::left;

@@ -26,7 +26,5 @@ void drawAtPoint(std::string_view text, CGPoint point, const NSTextAttributes& a
 /// From the rectangle's top downward, aligned across, also broken between words where a line would
 /// be wider; what does not fit in height is drawn all the same.
 void drawInRect(std::string_view text, const CGRect& rect, const NSTextAttributes& attributes);
-/// How high drawInRect fills a rectangle of this width.
-CGFloat heightForWidth(std::string_view text, CGFloat width, const NSTextAttributes& attributes);
 
 }  // namespace platform

@@ -34,12 +34,4 @@ void UIBezierPath::stroke() const {
     context->restoreGState();
 }
 
-void UIBezierPath::addClip() const {
-    auto* context = UIGraphicsGetCurrentContext();
-    if (!context) return;
-    context->beginPath();
-    context->addPath(path_);
-    context->clip(usesEvenOddFillRule);
-}
-
 }  // namespace platform

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <span>
 #include <vector>
 
 #include "platform/coregraphics/CGContext.h"
@@ -22,18 +21,11 @@ class UIBezierPath {
     static UIBezierPath arc(CGPoint center, CGFloat radius, CGFloat startAngle, CGFloat endAngle,
                             bool clockwise);
 
-    const CGPath& cgPath() const { return path_; }
-    void moveToPoint(CGPoint p) { path_.moveTo(p); }
-    void addLineToPoint(CGPoint p) { path_.addLineTo(p); }
-    void addCurveToPoint(CGPoint p, CGPoint control1, CGPoint control2) {
-        path_.addCurveTo(control1, control2, p);
-    }
     void addArc(CGPoint center, CGFloat radius, CGFloat startAngle, CGFloat endAngle,
                 bool clockwise) {
         path_.addArc(center, radius, startAngle, endAngle, clockwise);
     }
     void closePath() { path_.closeSubpath(); }
-    void removeAllPoints() { path_.removeAll(); }
 
     bool isEmpty() const { return path_.isEmpty(); }
     CGRect bounds() const { return path_.boundingBox(); }
@@ -42,7 +34,6 @@ class UIBezierPath {
     /// Without a current context these do nothing.
     void fill() const;
     void stroke() const;
-    void addClip() const;
 
     CGFloat lineWidth = 1;
     CGLineCap lineCapStyle = CGLineCap::butt;

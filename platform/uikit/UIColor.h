@@ -23,9 +23,6 @@ class UIColor {
     static UIColor red() { return {1, 0, 0, 1}; }
 
     const CGColor& cgColor() const { return color_; }
-    UIColor colorWithAlphaComponent(CGFloat alpha) const {
-        return UIColor(color_.withAlpha(alpha));
-    }
     /// Of the current context; without one nothing happens.
     void setFill() const;
     void setStroke() const;

@@ -43,7 +43,6 @@ void UIControl::touchesEnded(const UITouchSet& touches, UIEvent* /*event*/) {
     if (!std::exchange(tracking_, false) || touches.empty()) return;
     auto& touch = **touches.begin();
     setHighlighted(false);
-    endTracking(touch);
     sendActions(pointInside(touch.location(this)) ? UIControlEventTouchUpInside
                                                   : UIControlEventTouchUpOutside);
 }
@@ -51,7 +50,6 @@ void UIControl::touchesEnded(const UITouchSet& touches, UIEvent* /*event*/) {
 void UIControl::touchesCancelled(const UITouchSet& /*touches*/, UIEvent* /*event*/) {
     if (!std::exchange(tracking_, false)) return;
     setHighlighted(false);
-    cancelTracking();
     sendActions(UIControlEventTouchCancel);
 }
 

@@ -33,14 +33,11 @@ class UIControl : public UIView {
     /// A touch that began here is down, and at this moment inside.
     bool isHighlighted() const { return highlighted_; }
     void setHighlighted(bool highlighted);
-    bool isTracking() const { return tracking_; }
 
     // A subclass that takes the touch in its own way returns false from beginTracking() to refuse
     // it.
     virtual bool beginTracking(UITouch& /*touch*/) { return true; }
     virtual void continueTracking(UITouch& /*touch*/) {}
-    virtual void endTracking(UITouch& /*touch*/) {}
-    virtual void cancelTracking() {}
 
     void touchesBegan(const UITouchSet& touches, UIEvent* event) override;
     void touchesMoved(const UITouchSet& touches, UIEvent* event) override;

@@ -46,7 +46,6 @@ class UIGestureRecognizer {
 
     /// The touches that it follows.
     const std::vector<std::shared_ptr<UITouch>>& touches() const { return touches_; }
-    virtual int numberOfTouches() const { return static_cast<int>(touches_.size()); }
     /// The middle of its touches in a view's coordinates (the window's for null).
     virtual CGPoint location(const UIView* in) const;
 

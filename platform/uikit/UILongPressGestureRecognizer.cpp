@@ -11,13 +11,13 @@ void UILongPressGestureRecognizer::touchBegan(UITouch& touch, double time) {
         return;
     }
     down_ = touch.location(nullptr);
-    setDeadline(time + duration_);
+    setDeadline(time + kPress);
 }
 
 void UILongPressGestureRecognizer::touchMoved(UITouch& touch, double /*time*/) {
     if (isActive())
         change();
-    else if (distance(touch.location(nullptr), down_) > movement_)
+    else if (distance(touch.location(nullptr), down_) > kGestureSlop)
         fail();
 }
 

@@ -8,12 +8,8 @@ namespace platform {
 /// it lifts.
 class UILongPressGestureRecognizer : public UIGestureRecognizer {
  public:
-    /// Seconds.
-    double minimumPressDuration() const { return duration_; }
-    void setMinimumPressDuration(double seconds) { duration_ = seconds; }
-    /// Points that the finger may stray before the gesture begins.
-    CGFloat allowableMovement() const { return movement_; }
-    void setAllowableMovement(CGFloat points) { movement_ = points; }
+    /// How long it has to stay, in seconds; until then it may stray by kGestureSlop.
+    static constexpr double kPress = 0.5;
 
  protected:
     void touchBegan(UITouch& touch, double time) override;
@@ -22,8 +18,6 @@ class UILongPressGestureRecognizer : public UIGestureRecognizer {
     void deadlinePassed(double time) override;
 
  private:
-    double duration_ = 0.5;
-    CGFloat movement_ = kGestureSlop;
     CGPoint down_;  // in the window
 };
 

@@ -1,7 +1,5 @@
 #include "platform/uikit/UIPanGestureRecognizer.h"
 
-#include <algorithm>
-
 #include "platform/uikit/UITouch.h"
 
 namespace platform {
@@ -9,11 +7,6 @@ namespace platform {
 // Views are only moved, never turned or scaled, so a way has the same length in all of them.
 CGPoint UIPanGestureRecognizer::translation(const UIView* /*in*/) const {
     return way();
-}
-
-void UIPanGestureRecognizer::setTranslation(CGPoint translation, const UIView* /*in*/) {
-    const auto now = way();
-    travelled_ = {travelled_.x + translation.x - now.x, travelled_.y + translation.y - now.y};
 }
 
 CGPoint UIPanGestureRecognizer::way() const {

@@ -11,8 +11,6 @@ class UIPanGestureRecognizer : public UIGestureRecognizer {
     /// The way since touch-down, the slop included, in a view's axes (the window's for null). A
     /// finger that joins or leaves does not make it jump.
     CGPoint translation(const UIView* in) const;
-    /// Counts from here on as if the way so far had been this.
-    void setTranslation(CGPoint translation, const UIView* in);
 
  protected:
     void touchBegan(UITouch& touch, double time) override;

@@ -13,15 +13,6 @@ constexpr CGFloat kLeastSpread = 1;
 
 }  // namespace
 
-void UIPinchGestureRecognizer::setScale(CGFloat scale) {
-    factor_ *= scale / scale_;
-    scale_ = scale;
-}
-
-int UIPinchGestureRecognizer::numberOfTouches() const {
-    return touchless_ ? 2 : UIGestureRecognizer::numberOfTouches();
-}
-
 CGPoint UIPinchGestureRecognizer::location(const UIView* in) const {
     if (!touchless_) return UIGestureRecognizer::location(in);
     return in ? in->convertFromWindow(place_) : place_;
@@ -37,7 +28,7 @@ void UIPinchGestureRecognizer::takeScale(UITouchPhase phase, CGPoint location, C
     }
     if (!touchless_) return;
     place_ = location;
-    scale_ = scale * factor_;
+    scale_ = scale;
     switch (phase) {
         case UITouchPhase::began:
             begin();
@@ -69,7 +60,7 @@ void UIPinchGestureRecognizer::touchMoved(UITouch& /*touch*/, double /*time*/) {
     if (touchless_ || touches().size() < 2) return;
     const auto now = spread();
     if (!isActive() && std::abs(now - startSpread_) < kGestureSlop) return;
-    scale_ = now / startSpread_ * factor_;
+    scale_ = now / startSpread_;
     if (isActive())
         change();
     else
@@ -84,7 +75,7 @@ void UIPinchGestureRecognizer::touchEnded(UITouch& touch, double /*time*/) {
 
 void UIPinchGestureRecognizer::resetGesture() {
     startSpread_ = 0;
-    scale_ = factor_ = 1;
+    scale_ = 1;
     touchless_ = false;
 }
 

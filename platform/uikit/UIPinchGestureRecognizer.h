@@ -11,10 +11,7 @@ class UIPinchGestureRecognizer : public UIGestureRecognizer {
  public:
     /// Distance now over distance at touch-down; above 0.
     CGFloat scale() const { return scale_; }
-    /// Counts from here on as if the scale so far had been this. Above 0.
-    void setScale(CGFloat scale);
 
-    int numberOfTouches() const override;
     CGPoint location(const UIView* in) const override;
 
     /// From the window: a scale since the gesture's start, at a place in the window.
@@ -31,8 +28,7 @@ class UIPinchGestureRecognizer : public UIGestureRecognizer {
 
     CGFloat startSpread_ = 0;
     CGFloat scale_ = 1;
-    CGFloat factor_ = 1;  // set by setScale()
-    CGPoint place_;       // of a gesture without touches
+    CGPoint place_;  // of a gesture without touches
     bool touchless_ = false;
 };
 

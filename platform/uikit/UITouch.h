@@ -25,14 +25,12 @@ class UITouch {
 
     /// Where the touch is in the coordinates of a view, or of the window for null.
     CGPoint location(const UIView* in) const;
-    CGPoint previousLocation(const UIView* in) const;
 
     void update(UITouchPhase phase, CGPoint windowLocation, double timestamp);
 
  private:
     std::weak_ptr<UIView> view_;
     CGPoint location_;
-    CGPoint previousLocation_;
     double timestamp_;
     UITouchPhase phase_ = UITouchPhase::began;
 };

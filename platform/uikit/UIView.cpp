@@ -1,7 +1,6 @@
 #include "platform/uikit/UIView.h"
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
 #include "platform/uikit/UIGestureRecognizer.h"

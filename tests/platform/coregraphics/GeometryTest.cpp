@@ -21,9 +21,9 @@ TEST(CGRect, EdgesHoldForNegativeSizesAndPointsOnThem) {
 }
 
 TEST(CGAffineTransform, DrawingOrderAndInverse) {
-    // Moved first, then scaled and turned around the new origin, as a context's coordinates are.
-    const auto t =
-        CGAffineTransform{}.translatedBy(10, 20).scaledBy(2, 3).rotatedBy(std::numbers::pi / 2);
+    const auto t = CGAffineTransform::rotation(std::numbers::pi / 2)
+                       .concatenating(CGAffineTransform::scale(2, 3))
+                       .concatenating(CGAffineTransform::translation(10, 20));
     const CGPoint p = t.apply(CGPoint{1, 0});
     EXPECT_NEAR(p.x, 10, 1e-12);
     EXPECT_NEAR(p.y, 23, 1e-12) << "a quarter turn takes x to y, downward";
