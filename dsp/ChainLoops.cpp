@@ -1,7 +1,6 @@
 #include "dsp/ChainLoops.h"
 
 #include <cstdlib>
-#include <initializer_list>
 
 #include "dsp/relaxed.h"
 

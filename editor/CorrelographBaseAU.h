@@ -2,7 +2,6 @@
 
 #include <array>
 #include <memory>
-#include <span>
 #include <string>
 
 #include "editor/ResizingBehavior.h"

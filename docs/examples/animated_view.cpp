@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
-#include <utility>
 #include <vector>
 
 #include "animation/Animator.h"

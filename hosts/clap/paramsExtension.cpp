@@ -1,7 +1,6 @@
 // The eight parameters, under their addresses.
 
 #include <cstdio>
-#include <string>
 
 #include "audiounit/presets.h"
 #include "dsp/ParameterAddress.h"

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cfenv>
-#include <cstdint>
 #if defined(__SSE__)
 #include <xmmintrin.h>
 #endif

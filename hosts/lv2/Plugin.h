@@ -5,7 +5,6 @@
 #include <lv2/state/state.h>
 #include <lv2/urid/urid.h>
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>

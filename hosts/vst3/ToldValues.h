@@ -4,7 +4,6 @@
 
 #include <array>
 #include <atomic>
-#include <cstddef>
 #include <cstdint>
 
 #include "hosts/vst3/identity.h"

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <mutex>
 #include <string>
-#include <utility>
 
 #include "hosts/instance/Instance.h"
 #include "hosts/vst3/Controller.h"

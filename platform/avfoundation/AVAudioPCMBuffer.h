@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 #include "platform/audiotoolbox/AudioBufferList.h"
 

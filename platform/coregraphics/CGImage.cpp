@@ -3,8 +3,6 @@
 #include <png.h>
 #include <turbojpeg.h>
 
-#include <cstring>
-
 namespace platform {
 
 namespace {

@@ -3,7 +3,6 @@
 #include <cairo.h>
 
 #include <array>
-#include <cstring>
 #include <numbers>
 #include <vector>
 

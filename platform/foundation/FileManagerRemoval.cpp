@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <optional>
 #include <vector>
 
 #include "platform/foundation/FileManager.h"
@@ -13,7 +12,6 @@
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/URL.h"
 #include "platform/foundation/itemError.h"
-#include "platform/foundation/path.h"
 
 namespace platform {
 namespace {

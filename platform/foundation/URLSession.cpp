@@ -10,7 +10,6 @@
 #include <map>
 #include <mutex>
 #include <span>
-#include <string>
 #include <thread>
 #include <utility>
 
