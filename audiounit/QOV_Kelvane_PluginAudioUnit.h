@@ -74,6 +74,7 @@ class QOV_Kelvane_PluginAudioUnit : public platform::AUAudioUnit {
 
     /// Delay of the left channel, in frames.
     std::int32_t getPhaseShift() const;
+    /// Frames a second.
     float getSamplerate() const;
 
     std::vector<PresetPointer> factoryPresets() const override;

@@ -26,6 +26,8 @@ struct ChainLoops {
     void (*shape[36])(const Shape& shape, const float* left, const float* right, float* outLeft,
                       float* outRight, float* ringLeft, float* ringRight, std::int32_t count);
 
+    /// Of the loop in `shape` for these stages: recover mono, a width and a pan by their sign
+    /// (none, above 0, below 0), mono check.
     static constexpr int shapeIndex(bool recover, float width, float pan, bool mono) {
         const int widthForm = width > 0 ? 1 : width < 0 ? 2 : 0;
         const int panForm = pan > 0 ? 1 : pan < 0 ? 2 : 0;

@@ -12,7 +12,9 @@ class CircularBuffer : public DynaBuffer {
     virtual void reset();
     /// The next `frames` frames touched are the last of the storage; ignored outside 0..size.
     virtual void rewind(std::int32_t frames);
+    /// Puts a block of `count` frames in, from `pos` on.
     virtual void write(const float* samples, std::int32_t count) = 0;
+    /// The same, and the block gets what was there.
     virtual void exchange(float* samples, std::int32_t count) = 0;
     virtual void idle() {}
 

@@ -25,8 +25,11 @@ class CircularBuffer2 : public DynaBuffer2 {
     virtual void skip(float* left, float* right, std::int32_t count);
     virtual void exchange(float* left, float* right, std::int32_t count);
     virtual void accumulate(float* left, float* right, std::int32_t count);
+    /// Storage of a resampler for what resample() makes; nothing happens in another ring.
     virtual void allocateResampled(std::int32_t frames);
+    /// Frames that a reader gets: of `resampled` in a resampler, else of the ring.
     virtual std::int32_t getOutputSize();
+    /// Calls onBuffer, if there is one, on the thread that traverses.
     virtual void notify();
 
     /// Fills `resampled` from the ring by nearest frames, each averaged with the value before it.

@@ -21,7 +21,9 @@ class DynaBuffer {
     virtual float* allocate(std::int32_t frames);
     /// Its own size again changes nothing; any other size drops what was there.
     virtual float* reallocate(std::int32_t frames);
+    /// Zeroes the frames.
     virtual void clear();
+    /// Gives the storage back.
     virtual void release();
 
     std::int32_t size = 0;  ///< allocated frames

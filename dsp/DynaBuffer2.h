@@ -19,7 +19,9 @@ class DynaBuffer2 {
     virtual float* getChannel(std::int32_t index);
     virtual std::int32_t getSize() { return size; }
     virtual void resize(std::int32_t frames) { allocate(frames); }
+    /// Zeroes the frames in use.
     virtual void clear();
+    /// Gives the storage back.
     virtual void release();
     /// Its own size again changes nothing, 0 or less releases, a size within the storage only sets
     /// `size` (contents stay), a larger one gives fresh zeroed frames.

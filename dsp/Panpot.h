@@ -6,7 +6,9 @@
 
 namespace qov {
 
-/// Panorama: the far channel is mixed into the near one, which falls to 0.6 at the end, and fades.
+/// Panorama as a balance that loses nothing: the far channel is mixed into the near one, whose gain
+/// falls to 0.6 (-4.4 dB) as the far one fades. To the left, at
+/// p = -1..0: L' = (1 + 0.4 p) (L - p R), R' = (1 + p) R; to the right the mirror image.
 struct Panpot {
     /// In place; nothing happens below one frame.
     void process(float* left, float* right, std::int64_t count);

@@ -80,6 +80,7 @@ class CGContext {
     /// Over all of the clip; the first and last colours continue beyond the ends.
     virtual void drawLinearGradient(std::span<const CGGradientStop> stops, CGPoint start,
                                     CGPoint end) = 0;
+    /// The same, from one circle to the other.
     virtual void drawRadialGradient(std::span<const CGGradientStop> stops, CGPoint startCenter,
                                     CGFloat startRadius, CGPoint endCenter, CGFloat endRadius) = 0;
 
