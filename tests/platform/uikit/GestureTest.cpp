@@ -277,6 +277,11 @@ TEST_F(Gestures, ButtonsKeepTapsAndSlidersDragsToThemselves) {
     EXPECT_FALSE(button->isHighlighted());
     up(25, 60);
     EXPECT_EQ(outside, 1);
+    down(20, 20);
+    window->cancelTouches();
+    EXPECT_FALSE(button->isHighlighted());
+    button->touchesMoved({std::make_shared<UITouch>(button, CGPoint{20, 20}, 0)}, nullptr);
+    EXPECT_FALSE(button->isHighlighted()) << "of a touch that is no longer its own";
     button->setEnabled(false);
     down(20, 20);
     EXPECT_FALSE(button->isHighlighted());
