@@ -2,9 +2,9 @@
 // the bit, what the bare instance gives for the same calls, and so are latency and values. Damaged
 // states are refused or repaired.
 //
-// Input: the format, then calls, a byte each for its kind and what that needs. A block takes its
-// length (two bytes), how its buffers lie and a seed for the signal, a number of events and for
-// each its frame (two bytes), kind and value.
+// Input: the format and the sample rate (a byte each), then calls, a byte each for its kind and
+// what that needs. A block takes its length (two bytes), how its buffers lie and a seed for the
+// signal, a number of events and for each its frame (two bytes), kind and value.
 
 #include <algorithm>
 #include <array>
@@ -39,9 +39,12 @@ constexpr std::uint64_t settings[] = {kStereoWidth, kInvertChannel};
 /// The plug-in, and the instance that it is held against.
 class Pair {
  public:
-    Pair(Format& format, Format& instance)
-        : can_(format.capabilities()), plugin_(format.create()), expected_(instance.create()) {
-        activate(44100);
+    Pair(Format& format, Format& instance, double rate)
+        : can_(format.capabilities()),
+          rate_(rate),
+          plugin_(format.create()),
+          expected_(instance.create()) {
+        activate();
     }
     ~Pair() {
         for (auto* one : both()) one->deactivate();
@@ -53,7 +56,7 @@ class Pair {
         switch (bytes.take<std::uint8_t>() % 12) {
             case 0:
                 for (auto* one : both()) one->deactivate();
-                activate(rates[bytes.take<std::uint8_t>() % std::size(rates)]);
+                activate();
                 break;
             case 1:
                 for (auto* one : both()) one->reset();
@@ -86,9 +89,10 @@ class Pair {
  private:
     std::array<Plugin*, 2> both() const { return {plugin_.get(), expected_.get()}; }
 
-    void activate(double rate) {
+    /// Always at one rate: a format that can't change it has to make a new plug-in then.
+    void activate() {
         for (auto* one : both())
-            require(one->activate(rate, longest), "the plug-in does not become active");
+            require(one->activate(rate_, longest), "the plug-in does not become active");
     }
 
     /// A saved state with a few bytes of it changed, or cut short; then the one that was saved.
@@ -182,6 +186,7 @@ class Pair {
     }
 
     test::Capabilities can_;
+    double rate_;
     std::unique_ptr<Plugin> plugin_, expected_;
 };
 
@@ -200,7 +205,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto instance = std::ranges::find(formats, "Instance", &Format::name);
     Bytes bytes(data, size);
     const auto choice = bytes.take<std::uint8_t>() % formats.size();
-    Pair pair(*formats[choice], **instance);
+    const auto rate = rates[bytes.take<std::uint8_t>() % std::size(rates)];
+    Pair pair(*formats[choice], **instance, rate);
     for (int calls = 0; calls < 20 && !bytes.empty(); ++calls) pair.call(bytes);
     return 0;
 }
