@@ -95,7 +95,7 @@ void CircularBuffer2::resample() {
 
 void CircularBuffer2::wrap() {
     pos = 0;
-    resample();
+    if (static_cast<float>(size) / static_cast<float>(resampled.size) != 1.0f) resample();
     notify();
 }
 

@@ -13,7 +13,7 @@ namespace qov {
 /// Splits a render cycle at the times of its events. Render thread.
 class DSPKernel {
  public:
-    /// Renders frames, at least 1, of the current buffers, from bufferOffset on.
+    /// Renders frames of the current buffers, from bufferOffset on.
     virtual void process(std::uint32_t frameCount, std::uint32_t bufferOffset) = 0;
     virtual void handleMIDIEvent(const platform::AUMIDIEvent& midiEvent) = 0;
     /// duration is in frames.

@@ -33,7 +33,7 @@ float* DynaBuffer::reallocate(std::int32_t frames) {
 }
 
 void DynaBuffer::clear() {
-    std::fill_n(data, size, 0.0f);
+    if (data) std::fill_n(data, size, 0.0f);
 }
 
 void DynaBuffer::release() {

@@ -15,7 +15,8 @@ float* DynaBuffer2::getChannel(std::int32_t index) {
 }
 
 void DynaBuffer2::clear() {
-    for (float* channel : data) std::fill_n(channel, size, 0.0f);
+    for (float* channel : data)
+        if (channel) std::fill_n(channel, size, 0.0f);
 }
 
 void DynaBuffer2::release() {

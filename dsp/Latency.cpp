@@ -60,7 +60,8 @@ void Latency::exchange(const float* in, float* out, std::int32_t count, float ga
     std::int32_t i = 0;
     while (i < count && isReady(i > 0 ? out[i - 1] : precedingFrame_)) {
         std::int32_t run = std::min(count - i, end() - pos);
-        if (pos == 0 && end() < shortestRun && end() < count - i) {
+        if (pos == 0 && end() < shortestRun && end() < count - i &&
+            lSize == loadRelaxed(lNewSize)) {
             run = count - i;
             shift(in + i, out + i, run, gain, loops);
         } else {
@@ -72,9 +73,8 @@ void Latency::exchange(const float* in, float* out, std::int32_t count, float ga
     if (i < count) copyScaled(in + i, out + i, count - i, gain, loops);
 }
 
-// A line of few frames from its start, where it has taken its length, over a longer block: the
-// line's frames come first, the block follows, and the last frames of it stay in the line, each
-// where its turn around the line has it.
+// A line of few frames from its start over a longer block: the line's frames come first, the block
+// follows, and the last frames of it stay in the line, each where its turn around the line has it.
 void Latency::shift(const float* in, float* out, std::int32_t count, float gain,
                     const ChainLoops& loops) {
     const std::int32_t length = end(), moved = count - length;

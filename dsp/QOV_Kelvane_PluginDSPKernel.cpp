@@ -205,7 +205,8 @@ void QOV_Kelvane_PluginDSPKernel::process(std::uint32_t frameCount, std::uint32_
     }
     // The delay line works in the output: before the next segment there stands what has just gone
     // out, not what left the line.
-    latency.setPrecedingFrame(samples(outBufferListPtr, 0, bufferOffset)[frameCount - 1]);
+    if (frameCount > 0)
+        latency.setPrecedingFrame(samples(outBufferListPtr, 0, bufferOffset)[frameCount - 1]);
 }
 
 void QOV_Kelvane_PluginDSPKernel::copyThrough(std::uint32_t frameCount,

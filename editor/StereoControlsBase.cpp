@@ -1,5 +1,6 @@
 #include "editor/StereoControlsBase.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <numbers>

@@ -2,6 +2,8 @@
 // namespace. Nothing here may call an inline function of the standard library: the linker keeps one
 // copy of such a function, and it could be one that this processor cannot run.
 
+#include <utility>
+
 #include "dsp/ChainLoops.h"
 
 // Frames of one index may share memory; frames of different indices never do.
