@@ -32,6 +32,7 @@ bool ControlPorts::isNew(std::uint64_t address, float value, std::uint32_t frame
     if (hand & held || (!isEcho && waited_[address] < patience_)) return false;
     // If it fails, a hand has come back.
     if (!hands_[address].compare_exchange_strong(hand, 0)) return false;
+    waited_[address] = 0;
     // Also where the port stands as it stood before the hand came: a change that the host has taken
     // back while nothing was processed.
     overruled_ &= ~bit;

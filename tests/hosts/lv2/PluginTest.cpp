@@ -227,6 +227,16 @@ TEST(ControlPorts, AHandHoldsAParameterUntilTheHostHasEchoedItsLastValue) {
     block(0.7F);
     EXPECT_THAT(hear(), ElementsAre(0.7F)) << "the host's own, from then on";
 
+    for (const float turned : {0.1F, 0.2F, 0.3F, 0.4F}) {  // a wheel, whose hand no block sees
+        const float before = port;
+        ports.hold(0);
+        ports.wrote(0, turned);
+        ports.release(0);
+        block(before);
+        block(turned);
+    }
+    EXPECT_THAT(hear(), ElementsAre()) << "each echo has its own patience";
+
     ports.hold(0);
     ports.wrote(0, 0.9F);
     ports.release(0);
