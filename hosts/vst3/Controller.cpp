@@ -81,6 +81,7 @@ v3_result Controller::terminate() {
 v3_result Controller::restore(v3_bstream** stream) {
     if (!stream) return V3_INVALID_ARG;
     const auto state = readAll(stream);
+    tickNow();  // what waits is older than the state
     {
         const std::lock_guard lock(editorMutex());
         if (!state || !instance_.restoreState(*state)) return V3_FALSE;
@@ -174,6 +175,7 @@ double Controller::getParameterNormalised(v3_param_id id) {
 v3_result Controller::setParameterNormalised(v3_param_id id, double value) {
     if (std::isnan(value)) return V3_INVALID_ARG;
     value = std::clamp(value, 0.0, 1.0);
+    tickNow();  // what waits is older than this value
     if (id == programId) return selectProgram(value);
     if (!ToldValues::has(id)) return V3_INVALID_ARG;
     if (told_.isHeld(id)) return V3_OK;
@@ -232,7 +234,6 @@ std::uint32_t Controller::latency() const {
     return told_.get(kBypass) > 0.5 ? 0 : Instance::captureFrames;
 }
 
-/// Where nothing ticks, a call of the host's is the occasion.
 void Controller::tickNow() {
     if (!loop_.ticks()) tick();
 }
@@ -301,9 +302,9 @@ v3_plugin_view** Controller::createView(const char* name) {
 
 bool Controller::viewOpens(View& view, Held<v3_run_loop> loop) {
     if (view_) return false;
-    view_ = &view;
     if (!loop_.isRunning())
         loop_.start(hostLoop_ ? hostLoop_ : std::move(loop), instance_.runLoop()->fileDescriptor());
+    view_ = &view;
     return true;
 }
 

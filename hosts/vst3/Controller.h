@@ -45,6 +45,8 @@ class Controller {
 
     // For the processor
 
+    /// Where nothing ticks, a call of the host's is the occasion to tell what waits.
+    void tickNow();
     std::string save();
     v3_result restore(v3_bstream** stream);
     /// On activation: values that were told and have not come to the signal go there now, and the
@@ -78,7 +80,6 @@ class Controller {
     v3_result selectProgram(double value);
     void tellAll();
     void tick();
-    void tickNow();
     void runEditor();
     void tellHost();
     std::optional<EditExchange::Edit> nextEdit();

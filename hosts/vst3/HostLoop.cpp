@@ -7,6 +7,8 @@
 #include <thread>
 #include <utility>
 
+#include "hosts/instance/guarded.h"
+
 namespace qov::hosts::vst3 {
 
 namespace {
@@ -65,7 +67,7 @@ class HostLoop::OwnThread {
         std::unique_lock lock(mutex_);
         while (!hasEnded_) {
             lock.unlock();
-            draw_();
+            guarded(draw_);
             lock.lock();
             ends_.wait_for(lock, kInterval, [&] { return hasEnded_; });
         }

@@ -116,6 +116,7 @@ v3_result Processor::activateBus(std::int32_t media, std::int32_t direction, std
 }
 
 v3_result Processor::setActive(v3_bool isActive) {
+    controller_.tickNow();
     if (isActive) return activate() ? V3_OK : V3_INTERNAL_ERR;
     deactivate();
     return V3_OK;

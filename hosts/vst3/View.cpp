@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <mutex>
 #include <string>
 
@@ -21,15 +22,15 @@ namespace {
 constexpr auto kSize = EditorWindow::kSize;
 constexpr double kAspect = kSize.width / kSize.height;                     // 17:11
 constexpr double kSmallest = EditorWindow::kSmallest.width / kSize.width;  // of that size
-constexpr double kLargest = 8;
 
 std::int32_t pixels(double points, double scale) {
     return static_cast<std::int32_t>(std::lround(points * scale));
 }
 
-/// Between two sides, as far as a window of X11 goes.
+/// Between two sides, as far as the editor goes.
 std::int32_t extent(std::int32_t from, std::int32_t to) {
-    return static_cast<std::int32_t>(std::min<std::int64_t>(std::int64_t{to} - from, 32767));
+    return static_cast<std::int32_t>(
+        std::min<std::int64_t>(std::int64_t{to} - from, EditorWindow::kLargestSide));
 }
 
 bool isX11(const char* type) {
@@ -62,6 +63,7 @@ View::View(Unknown& effect, Controller& controller, Instance& instance)
 }
 
 View::~View() {
+    ref();  // whoever is called from here may take hold of it and let go again
     close();
     effect_.unref();
 }
@@ -179,20 +181,25 @@ v3_result View::checkSizeConstraint(v3_view_rect* rect) {
     const double height = static_cast<double>(rect->bottom) - rect->top;
     const bool widthLeads = std::abs(width - width_) >= std::abs(height - height_) * kAspect;
     const double wanted = (widthLeads ? width : height * kAspect) / (kSize.width * scale_);
-    const auto tall = pixels(kSize.height, scale_ * std::clamp(wanted, kSmallest, kLargest));
-    rect->right = rect->left + pixels(kAspect, tall);
+    const double widest = std::floor(EditorWindow::kLargestSide / kAspect) / kSize.height;
+    const auto tall = pixels(kSize.height, std::clamp(wanted * scale_, kSmallest * scale_, widest));
+    const auto wide = pixels(kAspect, tall);
+    constexpr auto last = std::numeric_limits<std::int32_t>::max() - EditorWindow::kLargestSide;
+    if (rect->left > last || rect->top > last) return V3_INVALID_ARG;
+    rect->right = rect->left + wide;
     rect->bottom = rect->top + tall;
     return V3_OK;
 }
 
 /// An open window is made anew; the host is asked for the room that it needs.
 v3_result View::setContentScaleFactor(float factor) {
-    if (!std::isfinite(factor) || factor < kSmallest || factor > kLargest) return V3_INVALID_ARG;
+    if (!(factor >= EditorWindow::kSmallestScale && factor <= EditorWindow::kLargestScale))
+        return V3_INVALID_ARG;
     const double change = double{factor} / scale_;
     if (change == 1) return V3_OK;
     scale_ = double{factor};
-    width_ = pixels(width_, change);
-    height_ = pixels(height_, change);
+    width_ = extent(0, pixels(width_, change));
+    height_ = extent(0, pixels(height_, change));
     if (!window_) return V3_OK;
     closeWindow();
     if (!openWindow()) return V3_INTERNAL_ERR;
