@@ -1,8 +1,10 @@
+#include <pthread.h>
 #include <travesty/factory.h>
 
 #include <algorithm>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "hosts/bundle/bodyFunction.h"
 #include "hosts/instance/product.h"
@@ -33,8 +35,10 @@ class Factory final : public vst3::Unknown {
     void* face() { return &face_; }
     v3_result setHostContext(v3_funknown** host) noexcept {
         if (host) v3_cpp_obj_ref(host);
-        if (host_) v3_cpp_obj_unref(host_);
-        host_ = host;
+        pthread_mutex_lock(&mutex_);
+        std::swap(host, host_);
+        pthread_mutex_unlock(&mutex_);
+        if (host) v3_cpp_obj_unref(host);
         return V3_OK;
     }
 
@@ -92,11 +96,22 @@ class Factory final : public vst3::Unknown {
         *object = nullptr;
         if (!classId || !id || !v3_tuid_match(classId, vst3::classId)) return V3_INVALID_ARG;
         auto* create = bodyFunction<decltype(kelvane_vst3_create)>("kelvane_vst3_create");
-        auto** effect = create ? create(host_) : nullptr;
+        auto** host = holdHost();
+        auto** effect = create ? create(host) : nullptr;
+        if (host) v3_cpp_obj_unref(host);
         if (!effect) return V3_INTERNAL_ERR;
         const auto result = (*effect)->query_interface(effect, id, object);
         (*effect)->unref(effect);
         return result;
+    }
+
+    /// Whoever makes effects on several threads may let go of the module on another.
+    v3_funknown** holdHost() noexcept {
+        pthread_mutex_lock(&mutex_);
+        auto** host = host_;
+        if (host) v3_cpp_obj_ref(host);
+        pthread_mutex_unlock(&mutex_);
+        return host;
     }
 
     static constexpr v3_plugin_factory_cpp table{
@@ -107,6 +122,7 @@ class Factory final : public vst3::Unknown {
         {entry<&Factory::getClassInfoUtf16>, entry<&Factory::setHostContext>}};
 
     Face face_{&table, this, this};
+    pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
     v3_funknown** host_ = nullptr;  // held, up to ModuleExit: no destructor may touch it later
 };
 
