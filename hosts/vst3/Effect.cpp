@@ -17,7 +17,6 @@ Effect::Effect(std::unique_ptr<Instance> instance, Held<v3_run_loop> loop)
       units_(controller_.parameters()) {}
 
 Effect::~Effect() {
-    ref();                    // whoever is called from here may take hold of it and let go again
     controller_.terminate();  // if the host has not
 }
 

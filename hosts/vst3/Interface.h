@@ -39,7 +39,10 @@ class Unknown {
     Unknown() = default;
     /// The interface of that id, null if there is none; that of v3_funknown_iid is always the same.
     virtual void* find(const std::uint8_t* id) noexcept = 0;
-    virtual void unheld() noexcept { delete this; }
+    virtual void unheld() noexcept {
+        ref();  // whoever the destructor calls may take hold of it and let go again
+        delete this;
+    }
 
  private:
     std::atomic<std::uint32_t> count_{1};

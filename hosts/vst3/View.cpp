@@ -63,7 +63,6 @@ View::View(Unknown& effect, Controller& controller, Instance& instance)
 }
 
 View::~View() {
-    ref();  // whoever is called from here may take hold of it and let go again
     close();
     effect_.unref();
 }
