@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cmath>
 #include <cstdint>
 #include <iterator>
 #include <memory>
@@ -18,6 +17,7 @@
 
 #include "dsp/ParameterAddress.h"
 #include "fuzz/Bytes.h"
+#include "fuzz/anything.h"
 #include "fuzz/require.h"
 #include "platform/foundation/Console.h"
 #include "tests/hosts/conformance/Plugin.h"
@@ -126,22 +126,17 @@ class Pair {
             auto& owner = owners[std::min(frame, std::max(frames, 1U) - 1)];
             if (owner != kBypass + 1 && owner != address) continue;
             owner = address;
+            const bool isSwitch = address >= kSwapChannels && data < 200;
+            const auto choice = static_cast<std::uint8_t>(isSwitch ? data % 2 * 199 : data);
             if (isMidi)
                 events.push_back(
                     HostEvent::message(frame, {static_cast<std::uint8_t>(0xB0 + kind % 16),
                                                static_cast<std::uint8_t>(isVolume ? 7 : 10),
                                                static_cast<std::uint8_t>(data & 0x7F)}));
             else
-                events.push_back(HostEvent::parameter(frame, address, anyValue(address, data)));
+                events.push_back(HostEvent::parameter(frame, address, anyValue(choice)));
         }
         return events;
-    }
-
-    static float anyValue(std::uint64_t address, std::uint8_t choice) {
-        constexpr float wrong[] = {NAN, INFINITY, -INFINITY, -1, 2, 1e-42F};
-        if (choice >= 200) return wrong[choice % std::size(wrong)];
-        if (address >= kSwapChannels) return static_cast<float>(choice % 2);
-        return static_cast<float>(choice) / 199;
     }
 
     void process(Bytes& bytes) {
@@ -153,7 +148,9 @@ class Pair {
         const auto events = takeEvents(bytes, frames);
         std::vector<float> memory[2];
         for (std::size_t i = 0; i < 2; ++i) {
-            fill(memory[i], 4 * std::size_t{longest}, seed);
+            Noise noise(seed);
+            for (memory[i].resize(4 * std::size_t{longest}); auto& sample : memory[i])
+                sample = noise.next();
             const auto place = [&](std::size_t index) {
                 return memory[i].data() + index * longest;
             };
@@ -174,14 +171,6 @@ class Pair {
         for (std::uint64_t address = 0; address < 8; ++address) {
             const float value = plugin_->value(address);
             require(value >= 0 && value <= 1, "a value is out of range");
-        }
-    }
-
-    static void fill(std::vector<float>& memory, std::size_t size, std::uint8_t seed) {
-        auto state = seed * 2654435761U + 1;
-        for (memory.resize(size); auto& sample : memory) {
-            state = state * 1664525U + 1013904223U;
-            sample = static_cast<float>(static_cast<std::int32_t>(state)) / 2147483648.0F;
         }
     }
 

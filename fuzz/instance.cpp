@@ -15,6 +15,7 @@
 
 #include "editor/AudioUnitViewController.h"
 #include "fuzz/Bytes.h"
+#include "fuzz/anything.h"
 #include "fuzz/require.h"
 #include "hosts/instance/Instance.h"
 #include "platform/foundation/Console.h"
@@ -26,12 +27,6 @@ using hosts::HostEvent;
 using hosts::Instance;
 
 constexpr std::uint32_t longest = 1500;
-
-float anyValue(std::uint8_t choice) {
-    if (choice < 200) return static_cast<float>(choice) / 199;
-    constexpr float wrong[] = {NAN, INFINITY, -INFINITY, -1, 2, 1e-42F};
-    return wrong[choice % std::size(wrong)];
-}
 
 std::vector<HostEvent> takeEvents(Bytes& bytes) {
     std::vector<HostEvent> events(bytes.take<std::uint8_t>() % 24);
@@ -52,11 +47,8 @@ std::vector<HostEvent> takeEvents(Bytes& bytes) {
 void processBlock(Bytes& bytes, Instance& one, Instance& other) {
     const auto frames = bytes.take<std::uint16_t>() % (longest + 1);
     std::vector<float> memory(3 * longest);
-    auto seed = bytes.take<std::uint8_t>() * 2654435761U + 1;
-    for (float& sample : memory) {
-        seed = seed * 1664525U + 1013904223U;
-        sample = static_cast<float>(static_cast<std::int32_t>(seed)) / 2147483648.0F;
-    }
+    Noise noise(bytes.take<std::uint8_t>());
+    for (float& sample : memory) sample = noise.next();
     const auto place = [&]() -> float* {
         const auto choice = bytes.take<std::uint8_t>();
         if (choice == 255) return nullptr;

@@ -5,6 +5,7 @@
 // frames), a byte for how buffers alias and how many events it has, a seed byte for the signal, and
 // the events: time, kind, address and value.
 
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "dsp/ChainLoops.h"
 #include "dsp/QOV_Kelvane_PluginDSPKernel.h"
 #include "fuzz/Bytes.h"
+#include "fuzz/anything.h"
 #include "fuzz/require.h"
 #include "platform/audiotoolbox/AURenderEvent.h"
 #include "platform/audiotoolbox/AudioBufferList.h"
@@ -80,12 +82,11 @@ Cycle takeCycle(Bytes& bytes, std::int64_t now) {
     cycle.frames = bytes.take<std::uint16_t>() % 2501u;
     const auto shape = bytes.take<std::uint8_t>();
     cycle.aliasing = shape % 5;
-    auto seed = bytes.take<std::uint8_t>() * 2654435761u + 1;
+    Noise noise(bytes.take<std::uint8_t>());
     for (std::size_t i = 0; i < 4u * cycle.frames + 1; ++i) {
-        seed = seed * 1664525u + 1013904223u;
-        float sample = static_cast<float>(static_cast<std::int32_t>(seed)) / 2147483648.0f;
-        if (seed % 97 == 0) std::memcpy(&sample, &seed, sizeof sample);
-        cycle.memory.push_back(sample);
+        const float sample = noise.next();
+        const bool isAnything = noise.bits() % 97 == 0;
+        cycle.memory.push_back(isAnything ? std::bit_cast<float>(noise.bits()) : sample);
     }
     cycle.events = takeEvents(bytes, now, cycle.frames, shape / 5 % 16);
     return cycle;

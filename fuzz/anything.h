@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <iterator>
+
+/// White noise in -1..1 (a linear congruential generator), the same for the same seed.
+class Noise {
+ public:
+    explicit Noise(std::uint8_t seed) : state_(seed * 2654435761U + 1) {}
+    float next() {
+        state_ = state_ * 1664525U + 1013904223U;
+        return static_cast<float>(static_cast<std::int32_t>(state_)) / 2147483648.0F;
+    }
+    /// What the last sample was made of: any bits.
+    std::uint32_t bits() const { return state_; }
+
+ private:
+    std::uint32_t state_;
+};
+
+/// A parameter's value, 0..1, or one that is none.
+inline float anyValue(std::uint8_t choice) {
+    if (choice < 200) return static_cast<float>(choice) / 199;
+    constexpr float wrong[] = {NAN, INFINITY, -INFINITY, -1, 2, 1e-42F};
+    return wrong[choice % std::size(wrong)];
+}
