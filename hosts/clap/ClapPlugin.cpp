@@ -7,10 +7,12 @@
 
 #include "editor/AudioUnitViewController.h"
 #include "hosts/clap/extensions.h"
+#include "hosts/instance/behind.h"
 #include "platform/foundation/NSError.h"
 
 namespace qov::clap {
 
+using hosts::behind;
 using hosts::guarded;
 using hosts::Instance;
 
@@ -31,11 +33,6 @@ void findChannels(Buffer* ports, std::uint32_t count, Sample* (&channels)[2]) {
             ports && count > 0 && ports[0].data32 && channel < ports[0].channel_count;
         channels[channel] = isThere ? ports[0].data32[channel] : nullptr;
     }
-}
-
-template <class Sample>
-Sample* behind(Sample* channel, std::uint32_t frames) {
-    return channel ? channel + frames : nullptr;
 }
 
 ClapPlugin& of(const clap_plugin_t* plugin) {

@@ -9,6 +9,7 @@
 #include "audiounit/presets.h"
 #include "hosts/instance/FloatEnvironment.h"
 #include "hosts/instance/SavedState.h"
+#include "hosts/instance/behind.h"
 #include "hosts/instance/valueText.h"
 #include "platform/audiotoolbox/AUAudioUnitFactory.h"
 #include "platform/avfoundation/AVAudioFormat.h"
@@ -161,9 +162,8 @@ void Instance::process(const float* const (&input)[2], float* const (&output)[2]
             std::copy_n(input[channel] + begin, count, copies_[channel].data());
             copied[channel] = copies_[channel].data();
         }
-        float* const out[2] = {output[0] ? output[0] + begin : nullptr,
-                               output[1] ? output[1] + begin : nullptr};
-        renderPiece(copied, out, begin, count, frames, events);
+        renderPiece(copied, {behind(output[0], begin), behind(output[1], begin)}, begin, count,
+                    frames, events);
     }
 }
 

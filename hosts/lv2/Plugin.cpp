@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "editor/AudioUnitViewController.h"
+#include "hosts/instance/behind.h"
 #include "hosts/lv2/Editor.h"
 #include "hosts/lv2/SavedPorts.h"
 #include "hosts/lv2/features.h"
@@ -18,6 +19,7 @@
 
 namespace qov::lv2 {
 
+using hosts::behind;
 using hosts::HostEvent;
 using hosts::Instance;
 
@@ -159,11 +161,8 @@ void Plugin::receive(const Question& question) {
 /// From where the block is to that frame.
 void Plugin::render(std::uint32_t end) {
     const auto begin = std::exchange(done_, std::max(end, done_));
-    const float* const in[2] = {in_[0] ? in_[0] + begin : nullptr,
-                                in_[1] ? in_[1] + begin : nullptr};
-    float* const out[2] = {out_[0] ? out_[0] + begin : nullptr,
-                           out_[1] ? out_[1] + begin : nullptr};
-    instance_->process(in, out, done_ - begin, events_);
+    instance_->process({behind(in_[0], begin), behind(in_[1], begin)},
+                       {behind(out_[0], begin), behind(out_[1], begin)}, done_ - begin, events_);
     events_.clear();
 }
 

@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "hosts/instance/Instance.h"
+#include "hosts/instance/behind.h"
 #include "hosts/vst3/Controller.h"
 #include "hosts/vst3/Interface.h"
 #include "hosts/vst3/editorMutex.h"
@@ -237,10 +238,9 @@ void Processor::render(const v3_process_data& data, std::uint32_t frames) {
     do {
         const auto end =
             points_.collect(data.input_params, held, frames, begin, std::max(frames, 1u));
-        const auto from = [&](float* channel) { return channel ? channel + begin : nullptr; };
-        const float* const input[2] = {from(in.at[0]), from(in.at[1])};
-        float* const output[2] = {from(out.at[0]), from(out.at[1])};
-        instance_.process(input, output, std::min(end, frames) - begin, points_.events());
+        instance_.process({behind(in.at[0], begin), behind(in.at[1], begin)},
+                          {behind(out.at[0], begin), behind(out.at[1], begin)},
+                          std::min(end, frames) - begin, points_.events());
         begin = end;
     } while (begin < frames);
 }
