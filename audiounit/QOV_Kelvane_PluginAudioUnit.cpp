@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "audiounit/HostBlocks.h"
+#include "audiounit/parameters.h"
 #include "audiounit/presets.h"
 #include "dsp/relaxed.h"
 #include "platform/foundation/Console.h"
@@ -27,25 +28,6 @@ namespace {
 constexpr double defaultSampleRate = 44100.0;
 constexpr std::uint32_t busChannels = 2;
 constexpr AUAudioFrameCount longestCycle = 1024;  // frames
-
-struct ParameterRow {
-    AUParameterAddress address;
-    std::string_view identifier;
-    std::string_view displayName;
-    AudioUnitParameterUnit unit;
-    AUValue initialValue;
-};
-
-constexpr std::array<ParameterRow, parameterCount> parameterTable{{
-    {kStereoWidth, "kStereoWidth", "Stereo Width", kAudioUnitParameterUnit_Generic, 0.5f},
-    {kPanorama, "kPanorama", "Panorama", kAudioUnitParameterUnit_Generic, 0.5f},
-    {kPhaseShift, "kPhaseShift", "Phase Shift", kAudioUnitParameterUnit_Generic, 0.0f},
-    {kSwapChannels, "kSwapChannels", "Swap Channels", kAudioUnitParameterUnit_Boolean, 0.0f},
-    {kInvertChannel, "kInvertChannel", "Invert Channel", kAudioUnitParameterUnit_Boolean, 0.0f},
-    {kRecoverMono, "kRecoverMono", "Recover Mono", kAudioUnitParameterUnit_Boolean, 0.0f},
-    {kTestMono, "kTestMono", "Test Mono", kAudioUnitParameterUnit_Boolean, 0.0f},
-    {kBypass, "kBypass", "Bypass", kAudioUnitParameterUnit_Boolean, 0.0f},
-}};
 
 /// No decimals, for the continuous parameters too: a host that shows the audio unit's own text
 /// sees 0 or 1. One half is "0", as the formatter rounds to even.
@@ -112,11 +94,12 @@ bool QOV_Kelvane_PluginAudioUnit::initWithComponentDescription(
 
 void QOV_Kelvane_PluginAudioUnit::buildParameterTree() {
     std::vector<std::shared_ptr<AUParameter>> parameters;
-    for (const auto& row : parameterTable) {
+    for (const auto& row : hostParameters) {
         parameters.push_back(AUParameterTree::createParameterWithIdentifier(
-            std::string(row.identifier), std::string(row.displayName), row.address, 0.0f, 1.0f,
-            row.unit, {}, kAudioUnitParameterFlag_IsWritable, {}, {}));
-        parameters.back()->setValue(row.initialValue);
+            std::string(row.identifier), std::string(row.name), row.address, 0.0f, 1.0f,
+            row.isSwitch() ? kAudioUnitParameterUnit_Boolean : kAudioUnitParameterUnit_Generic, {},
+            kAudioUnitParameterFlag_IsWritable, {}, {}));
+        parameters.back()->setValue(row.initial);
     }
     _parameterTree = AUParameterTree::createTreeWithChildren(std::move(parameters));
     for (const auto& parameter : _parameterTree->allParameters())
@@ -226,11 +209,11 @@ void QOV_Kelvane_PluginAudioUnit::setCurrentPreset(PresetPointer preset) {
         const auto tree = parameterTree();
         std::array<std::shared_ptr<AUParameter>, parameterCount> parameters;
         if (tree)
-            for (const auto& row : parameterTable)
-                parameters[row.address] = tree->valueForKey(row.identifier);
+            for (std::size_t i = 0; i < parameterCount; ++i)
+                parameters[i] = tree->valueForKey(hostParameters[i].identifier);
         const auto& values = presetParameters[static_cast<std::size_t>(match->number)];
-        for (std::size_t address = 0; address < parameterCount; ++address)
-            if (parameters[address]) parameters[address]->setValue(values[address]);
+        for (std::size_t i = 0; i < parameterCount; ++i)
+            if (parameters[i]) parameters[i]->setValue(values[i]);
         _currentPreset = std::move(preset);
         _currentFactoryPresetIndex = match->number;
         logPreset("currentPreset Factory: ", *match);
@@ -242,7 +225,7 @@ std::vector<std::uint64_t> QOV_Kelvane_PluginAudioUnit::parametersForOverviewWit
     std::int64_t) const {
     std::vector<std::uint64_t> addresses;
     addresses.reserve(parameterCount);
-    for (const auto& row : parameterTable) addresses.push_back(row.address);
+    for (const auto& row : hostParameters) addresses.push_back(row.address);
     return addresses;
 }
 

@@ -4,10 +4,11 @@
 #include <cstddef>
 #include <string_view>
 
+#include "audiounit/parameters.h"
+
 namespace qov {
 
 inline constexpr std::size_t factoryPresetCount = 3;
-inline constexpr std::size_t parameterCount = 8;
 
 /// By preset number.
 inline constexpr std::array<std::string_view, factoryPresetCount> presetNames{
@@ -16,8 +17,8 @@ inline constexpr std::array<std::string_view, factoryPresetCount> presetNames{
     "3. Default Preset (Init)",
 };
 
-/// A row for each factory preset, a column for each parameter address. The three are placeholders
-/// and still equal.
+/// A row for each factory preset, a column for each row of hostParameters. The three are
+/// placeholders and still equal.
 inline constexpr std::array<std::array<float, parameterCount>, factoryPresetCount> presetParameters{
     {
         {0.5f, 0.5f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f},

@@ -1,11 +1,12 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 namespace qov {
 
-/// Names of the kernel's parameters. 0 to 7 are the host's; 8 is unassigned; kVolume is the
-/// kernel's own.
+/// Addresses of the kernel's parameters. Hosts list those from 0 to 7; 8 is unassigned; kVolume is
+/// the kernel's own.
 enum ParameterAddress : std::uint64_t {
     kStereoWidth = 0,
     kPanorama = 1,
@@ -17,5 +18,20 @@ enum ParameterAddress : std::uint64_t {
     kBypass = 7,
     kVolume = 9,
 };
+
+/// The parameter that a MIDI controller sets, its data value 0..127 as 0..1; null for the other
+/// controllers, which the kernel ignores.
+constexpr std::optional<ParameterAddress> parameterOfController(std::uint32_t controller) {
+    switch (controller) {
+        case 7:
+            return kVolume;
+        case 10:
+            return kPanorama;
+        case 11:
+            return kStereoWidth;
+        default:
+            return std::nullopt;
+    }
+}
 
 }  // namespace qov

@@ -171,20 +171,8 @@ void QOV_Kelvane_PluginDSPKernel::handleMIDIEvent(const platform::AUMIDIEvent& m
     if (midiEvent.length < 1 || midiEvent.length > 3) return;
     // A control change on any channel; this leaves the system real-time messages out as well.
     if ((midiEvent.data[0] & 0xF0) != 0xB0) return;
-    const float value = static_cast<float>(midiEvent.data[2]) / 127.0f;
-    switch (midiEvent.data[1]) {
-        case 7:
-            storeRelaxed(fVolume, value);
-            break;
-        case 10:
-            storeRelaxed(fPanpot, value);
-            break;
-        case 11:
-            storeRelaxed(fStereoWidth, value);
-            break;
-        default:
-            break;
-    }
+    if (const auto address = parameterOfController(midiEvent.data[1]))
+        setParameter(*address, static_cast<float>(midiEvent.data[2]) / 127.0f);
 }
 
 // What the chain does in one segment; the stages' own objects hold the rest.

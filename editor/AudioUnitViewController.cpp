@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
+#include "audiounit/parameters.h"
 #include "editor/CorrelographViewAU.h"
 #include "editor/PluginFrameEx.h"
 #include "editor/StereoControls.h"
@@ -31,7 +32,7 @@ using State = platform::UIGestureRecognizerState;
 
 namespace {
 
-constexpr int kParameters = 8;
+constexpr int kParameters = parameterCount;
 constexpr double kRedrawInterval = 0.05;                 // seconds
 constexpr CGFloat kAspect = 11.0 / 17.0;                 // of the panel, height over width
 constexpr CGFloat kCorrelographInsetX = 200;             // points

@@ -19,7 +19,7 @@ namespace {
 using namespace qov::cli;
 
 std::string optionOf(std::uint64_t address) {
-    for (const auto& parameter : parameters())
+    for (const auto& parameter : allParameters)
         if (parameter.address == address) return std::string(parameter.option);
     std::abort();
 }

@@ -1,28 +1,25 @@
-// The eight parameters, under their addresses.
+// The parameters that hosts list, with their addresses as ids.
 
 #include <cstdio>
 
-#include "audiounit/presets.h"
-#include "dsp/ParameterAddress.h"
+#include "audiounit/parameters.h"
 #include "hosts/clap/ClapPlugin.h"
 #include "hosts/clap/extensions.h"
 
 namespace qov::clap {
 namespace {
 
-bool describe(ClapPlugin& self, uint32_t index, clap_param_info_t& info) {
-    const auto parameter = self.instance().audioUnit().parameterTree()->parameterWithAddress(index);
-    if (!parameter) return false;
+bool describe(uint32_t index, clap_param_info_t& info) {
+    if (index >= parameterCount) return false;
+    const auto& parameter = hostParameters[index];
     info = {};
-    info.id = static_cast<clap_id>(parameter->address());
+    info.id = static_cast<clap_id>(parameter.address);
     info.flags = CLAP_PARAM_IS_AUTOMATABLE;
-    if (parameter->unit() == platform::kAudioUnitParameterUnit_Boolean)
-        info.flags |= CLAP_PARAM_IS_STEPPED;
-    if (parameter->address() == kBypass) info.flags |= CLAP_PARAM_IS_BYPASS;
-    std::snprintf(info.name, sizeof info.name, "%s", parameter->displayName().c_str());
-    info.min_value = double{parameter->minValue()};
-    info.max_value = double{parameter->maxValue()};
-    info.default_value = double{presetParameters[0][parameter->address()]};
+    if (parameter.isSwitch()) info.flags |= CLAP_PARAM_IS_STEPPED;
+    if (parameter.address == kBypass) info.flags |= CLAP_PARAM_IS_BYPASS;
+    std::snprintf(info.name, sizeof info.name, "%s", parameter.name.data());
+    info.max_value = 1;
+    info.default_value = double{parameter.initial};
     return true;
 }
 
@@ -30,15 +27,11 @@ bool describe(ClapPlugin& self, uint32_t index, clap_param_info_t& info) {
 
 const clap_plugin_params_t extensions::params{
     .count = [](const clap_plugin_t*) -> uint32_t { return parameterCount; },
-    .get_info =
-        [](const clap_plugin_t* plugin, uint32_t index, clap_param_info_t* info) {
-            return info && ClapPlugin::call(plugin, false, [&](auto& self) {
-                       return describe(self, index, *info);
-                   });
-        },
+    .get_info = [](const clap_plugin_t* plugin, uint32_t index,
+                   clap_param_info_t* info) { return plugin && info && describe(index, *info); },
     .get_value =
         [](const clap_plugin_t* plugin, clap_id id, double* value) {
-            if (id >= parameterCount || !value) return false;
+            if (!isHostParameter(id) || !value) return false;
             return ClapPlugin::call(plugin, false, [&](auto& self) {
                 *value = double{self.instance().value(id)};
                 return true;
@@ -46,7 +39,7 @@ const clap_plugin_params_t extensions::params{
         },
     .value_to_text =
         [](const clap_plugin_t* plugin, clap_id id, double value, char* text, uint32_t size) {
-            if (id >= parameterCount || !text || size == 0) return false;
+            if (!isHostParameter(id) || !text || size == 0) return false;
             return ClapPlugin::call(plugin, false, [&](auto& self) {
                 const auto words = self.instance().valueText(id, static_cast<float>(value));
                 std::snprintf(text, size, "%s", words.c_str());
@@ -55,7 +48,7 @@ const clap_plugin_params_t extensions::params{
         },
     .text_to_value =
         [](const clap_plugin_t* plugin, clap_id id, const char* text, double* value) {
-            if (!text || !value) return false;
+            if (!isHostParameter(id) || !text || !value) return false;
             return ClapPlugin::call(plugin, false, [&](auto& self) {
                 const auto meant = self.instance().parseValue(id, text);
                 if (meant) *value = double{*meant};

@@ -36,7 +36,7 @@ Effect::Effect(double sampleRate) : engine_(std::make_unique<Engine>()) {
         hosts::Instance::create(&error, {}, std::make_shared<AudioUnitViewController>());
     if (!engine_->instance || !engine_->instance->activate(sampleRate, maximumFrames, &error))
         throw Failure("the effect can't be set up: " + error.localizedDescription());
-    for (const auto& parameter : parameters()) set(parameter.address, parameter.initial);
+    for (const auto& parameter : allParameters) set(parameter.address, parameter.initial);
 }
 
 Effect::~Effect() = default;

@@ -11,38 +11,12 @@
 #include "hosts/cli/nearestName.h"
 
 namespace qov::cli {
-namespace {
-
-constexpr std::array<Parameter, 9> table{{
-    {0, "kStereoWidth", "Stereo Width", "stereo-width", "generic", 0.5F, true,
-     "0.5 as it is; 1 doubles the side signal; 0 puts the right channel on both sides"},
-    {1, "kPanorama", "Panorama", "panorama", "generic", 0.5F, true,
-     "0.5 centre; 0 all to the left; 1 all to the right"},
-    {2, "kPhaseShift", "Phase Shift", "phase-shift", "generic", 0, true,
-     "delays the left channel by up to 10 ms (at least one frame)"},
-    {3, "kSwapChannels", "Swap Channels", "swap-channels", "boolean", 0, true,
-     "exchanges left and right"},
-    {4, "kInvertChannel", "Invert Channel", "invert-channel", "boolean", 0, true,
-     "turns the left channel upside down"},
-    {5, "kRecoverMono", "Recover Mono", "recover-mono", "boolean", 0, true,
-     "takes the side signal out of both channels, by the width's amount"},
-    {6, "kTestMono", "Test Mono", "test-mono", "boolean", 0, true,
-     "puts (L + R) / 2 on both sides"},
-    {7, "kBypass", "Bypass", "bypass", "boolean", 0, true, "passes the input through untouched"},
-    {9, "kVolume", "Volume", "volume", "linear gain", 1, false, "level before the other stages"},
-}};
-
-}  // namespace
-
-std::span<const Parameter> parameters() {
-    return table;
-}
 
 const Parameter* findParameter(std::string_view name) {
-    const auto found = std::ranges::find_if(table, [&](const Parameter& parameter) {
+    const auto found = std::ranges::find_if(allParameters, [&](const Parameter& parameter) {
         return name == parameter.option || name == parameter.identifier;
     });
-    return found == table.end() ? nullptr : &*found;
+    return found == allParameters.end() ? nullptr : &*found;
 }
 
 float parseValue(const Parameter& parameter, std::string_view text) {
@@ -61,22 +35,27 @@ float parseValue(const Parameter& parameter, std::string_view text) {
 
 std::vector<std::pair<std::uint64_t, float>> parseSettings(std::span<const std::string> texts) {
     std::vector<std::pair<std::uint64_t, float>> settings;
-    for (std::size_t i = 0; i < table.size() && i < texts.size(); ++i) {
+    for (std::size_t i = 0; i < allParameters.size() && i < texts.size(); ++i) {
         std::string_view text = texts[i];
         if (text.empty()) continue;
         if (text == "true" || text == "false") text = text == "true" ? "on" : "off";
         try {
-            settings.emplace_back(table[i].address, parseValue(table[i], text));
+            settings.emplace_back(allParameters[i].address, parseValue(allParameters[i], text));
         } catch (const Failure& failure) {
-            throw Failure(fmt::format("--{}: {}", table[i].option, failure.what()), 2);
+            throw Failure(fmt::format("--{}: {}", allParameters[i].option, failure.what()), 2);
         }
     }
     return settings;
 }
 
+std::string_view unitOf(const Parameter& parameter) {
+    if (parameter.isSwitch()) return "boolean";
+    return parameter.form == ValueForm::gain ? "linear gain" : "generic";
+}
+
 std::string suggestParameter(std::string_view name) {
-    std::array<std::string_view, table.size()> names;
-    std::ranges::transform(table, names.begin(), &Parameter::option);
+    std::array<std::string_view, allParameters.size()> names;
+    std::ranges::transform(allParameters, names.begin(), &Parameter::option);
     if (const auto nearest = nearestName(name, names); !nearest.empty())
         return fmt::format("did you mean '{}'?", nearest);
     return fmt::format("the parameters are {}", fmt::join(names, ", "));

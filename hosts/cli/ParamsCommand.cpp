@@ -15,16 +15,17 @@ namespace {
 void printTable() {
     constexpr auto row = "{:>7}  {:<14}  {:<5}  {:>7}  {:<11}  {}\n";
     fmt::print(row, "ADDRESS", "NAME", "RANGE", "DEFAULT", "UNIT", "EFFECT");
-    for (const auto& parameter : parameters())
-        fmt::print(
-            row, parameter.address, parameter.option,
-            fmt::format("{}..{}", minimumValue, maximumValue), parameter.initial, parameter.unit,
-            fmt::format("{}{}", parameter.effect, parameter.isInTree ? "" : " (kernel only)"));
+    for (const auto& parameter : allParameters)
+        fmt::print(row, parameter.address, parameter.option,
+                   fmt::format("{}..{}", minimumValue, maximumValue), parameter.initial,
+                   unitOf(parameter),
+                   fmt::format("{}{}", parameter.help,
+                               isHostParameter(parameter.address) ? "" : " (kernel only)"));
 }
 
 void printJson() {
     auto list = nlohmann::ordered_json::array();
-    for (const auto& parameter : parameters())
+    for (const auto& parameter : allParameters)
         list.push_back({{"address", parameter.address},
                         {"identifier", parameter.identifier},
                         {"name", parameter.name},
@@ -32,8 +33,8 @@ void printJson() {
                         {"minimum", minimumValue},
                         {"maximum", maximumValue},
                         {"default", parameter.initial},
-                        {"unit", parameter.unit},
-                        {"kernelOnly", !parameter.isInTree}});
+                        {"unit", unitOf(parameter)},
+                        {"kernelOnly", !isHostParameter(parameter.address)}});
     fmt::print("{}\n", list.dump(2));
 }
 

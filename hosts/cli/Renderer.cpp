@@ -10,7 +10,7 @@ namespace qov::cli {
 namespace {
 
 bool switchesBypass(const AutomationEvent& event) {
-    return event.kind == AutomationEvent::Kind::parameter && event.address == bypassAddress;
+    return event.kind == AutomationEvent::Kind::parameter && event.address == kBypass;
 }
 
 bool isOn(const AutomationEvent& event) {

@@ -199,7 +199,7 @@ void Scene::press(platform::CGPoint onCanvas) {
 void Scene::set(const Snapshot& snapshot) {
     const auto tree = controller_->audioUnit()->parameterTree();
     for (const auto& [address, value] : snapshot.settings) {
-        if (address != bypassAddress)
+        if (address != kBypass)
             tree->parameterWithAddress(address)->setValue(value);
         else if (value > 0.5f)
             press(suspendSwitch);

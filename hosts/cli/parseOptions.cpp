@@ -32,14 +32,14 @@ std::string unknownArgument(CLI::App& app) {
 }  // namespace
 
 void declareParameters(CLI::App& app, std::span<std::string> texts, bool onlyInTree) {
-    for (std::size_t i = 0; i < parameters().size(); ++i) {
-        const auto& parameter = parameters()[i];
-        if (onlyInTree && !parameter.isInTree) continue;
+    for (std::size_t i = 0; i < allParameters.size(); ++i) {
+        const auto& parameter = allParameters[i];
+        if (onlyInTree && !isHostParameter(parameter.address)) continue;
         const auto name = fmt::format("--{}", parameter.option);
         if (parameter.isSwitch())
-            app.add_flag(name, texts[i], std::string(parameter.effect));
+            app.add_flag(name, texts[i], std::string(parameter.help));
         else
-            app.add_option(name, texts[i], std::string(parameter.effect))
+            app.add_option(name, texts[i], std::string(parameter.help))
                 ->type_name("0..1")
                 ->take_last();
     }

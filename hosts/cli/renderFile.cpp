@@ -143,9 +143,9 @@ void renderFile(const RenderJob& job) {
                 fmt::format("{}: is the {}, too; write to another file", job.output, role), 2);
     SoundReader reader(job.input, {job.input == "-" ? job.rawRate : std::nullopt, job.upmix});
     auto events = eventsOf(job, reader.rate());
-    bool bypassed = job.preset && presetParameters[*job.preset][bypassAddress] > 0.5F;
+    bool bypassed = job.preset && presetParameters[*job.preset][kBypass] > 0.5F;
     for (const auto& [address, value] : job.settings)
-        if (address == bypassAddress) bypassed = value > 0.5F;
+        if (address == kBypass) bypassed = value > 0.5F;
 
     OutputPlace place(job.output);
     const auto shape = shapeOf(job, place, reader);

@@ -4,38 +4,17 @@
 #include <array>
 #include <cmath>
 
-#include "dsp/ParameterAddress.h"
+#include "audiounit/parameters.h"
 
 namespace qov::hosts {
-namespace {
-
-constexpr std::size_t addressCount = kVolume + 1;
-
-/// The parameter that a MIDI controller moves; addressCount for none.
-std::uint64_t controlled(std::uint8_t controller) {
-    switch (controller) {
-        case 7:
-            return kVolume;
-        case 10:
-            return kPanorama;
-        case 11:
-            return kStereoWidth;
-        default:
-            return addressCount;
-    }
-}
-
-}  // namespace
-
 std::optional<Setting> settingOf(const HostEvent& event) {
     if (event.kind == HostEvent::Kind::midi) {
         if (event.midiLength != 3 || (event.midi[0] & 0xf0) != 0xb0) return std::nullopt;
-        const auto address = controlled(event.midi[1]);
-        if (address == addressCount) return std::nullopt;
-        return Setting{address, static_cast<float>(event.midi[2] & 0x7f) / 127.0f};
+        const auto address = parameterOfController(event.midi[1]);
+        if (!address) return std::nullopt;
+        return Setting{*address, static_cast<float>(event.midi[2] & 0x7f) / 127.0f};
     }
-    const bool isKnown = event.address <= kBypass || event.address == kVolume;
-    if (!isKnown || std::isnan(event.value)) return std::nullopt;
+    if (!parameterAt(event.address) || std::isnan(event.value)) return std::nullopt;
     return Setting{event.address, std::clamp(event.value, 0.0f, 1.0f)};
 }
 
@@ -71,7 +50,7 @@ bool EventList::gather(std::span<const HostEvent> events, std::uint32_t frames, 
 /// bypass brings even where it is taken back in the same frame.
 void EventList::gatherFrame(std::span<const HostEvent> events, std::uint32_t frames,
                             std::uint32_t frame, std::int64_t startTime) {
-    std::array<std::optional<float>, addressCount> last;
+    std::array<std::optional<float>, addressLimit> last;
     bool resets = false;
     for (const auto& event : events) {
         if (std::min(event.frame, frames - 1) != frame) continue;
@@ -82,7 +61,7 @@ void EventList::gatherFrame(std::span<const HostEvent> events, std::uint32_t fra
     }
     clear();
     if (resets) add(0, startTime, {kBypass, 1.0f});
-    for (std::uint64_t address = 0; address < addressCount; ++address)
+    for (std::uint64_t address = 0; address < addressLimit; ++address)
         if (last[address]) add(0, startTime, {address, *last[address]});
 }
 

@@ -9,7 +9,7 @@
 #include <system_error>
 
 #include "audiounit/componentDescription.h"
-#include "audiounit/presets.h"
+#include "audiounit/parameters.h"
 
 namespace qov::hosts {
 namespace {
@@ -59,7 +59,7 @@ std::optional<std::string_view> cutLine(std::string_view& text) {
 void readValue(std::string_view address, std::string_view text, Values& values) {
     const auto index = number<std::uint64_t>(address);
     const auto value = number<float>(text);
-    if (index && *index < parameterCount && value && !std::isnan(*value))
+    if (index && isHostParameter(*index) && value && !std::isnan(*value))
         values[*index] = std::clamp(*value, 0.0f, 1.0f);
 }
 
@@ -90,8 +90,7 @@ std::optional<platform::AUState> decodeState(std::string_view text) {
     if (cutLine(text) != firstLine) return std::nullopt;
     auto state = defaultState();
     Values values;
-    for (std::size_t address = 0; address < parameterCount; ++address)
-        values[address] = presetParameters[0][address];
+    for (const auto& parameter : hostParameters) values[parameter.address] = parameter.initial;
     while (const auto line = cutLine(text)) {
         if (*line == lastLine) {
             state["data"] = std::move(values);

@@ -7,7 +7,7 @@
 
 #include <fmt/core.h>
 
-#include "dsp/ParameterAddress.h"
+#include "audiounit/parameters.h"
 
 namespace qov::hosts {
 namespace {
@@ -74,6 +74,12 @@ std::optional<float> parseShift(std::string_view text, double sampleRate) {
     return static_cast<float>(std::min((frames + 0.5) / fullShift(sampleRate), 1.0));
 }
 
+std::optional<float> parseGain(std::string_view text) {
+    const auto number = leadingNumber(text);
+    if (!number || (number->unit != "%" && !number->unit.empty())) return std::nullopt;
+    return static_cast<float>(std::clamp(number->number / 100, 0.0, 1.0));
+}
+
 std::optional<float> parseSwitch(std::string_view text) {
     for (const auto* word : {"on", "yes", "true", "1"})
         if (text == word) return 1.0f;
@@ -87,46 +93,44 @@ std::optional<float> parseSwitch(std::string_view text) {
 std::string valueText(std::uint64_t address, float asked, double sampleRate) {
     // Hosts ask for any number; what is none reads as 0, as where a float becomes an integer.
     const float value = std::isnan(asked) ? 0.0f : std::clamp(asked, 0.0f, 1.0f);
-    switch (address) {
-        case kStereoWidth:
+    const auto* const parameter = parameterAt(address);
+    if (!parameter) return {};
+    switch (parameter->form) {
+        case ValueForm::width:
             return percent(value) == 0 ? "0 %" : fmt::format("{:+} %", percent(value));
-        case kPanorama:
+        case ValueForm::panorama:
             if (percent(value) == 0) return "C";
             return fmt::format("{} {} %", value < 0.5f ? 'L' : 'R', std::abs(percent(value)));
-        case kPhaseShift: {
+        case ValueForm::phaseShift: {
             const auto frames = std::max(1L, static_cast<long>(fullShift(sampleRate) * value));
             return fmt::format("{} {} ({:.1f} ms)", frames, frames == 1 ? "sample" : "samples",
                                static_cast<double>(frames) / sampleRate * 1000);
         }
-        case kSwapChannels:
-        case kInvertChannel:
-        case kRecoverMono:
-        case kTestMono:
-        case kBypass:
+        case ValueForm::onOff:
             return value > 0.5f ? "on" : "off";
-        default:
-            return {};
+        case ValueForm::gain:
+            return fmt::format("{:.0f} %", value * 100);
     }
+    return {};
 }
 
 std::optional<float> parseValue(std::uint64_t address, std::string_view text, double sampleRate) {
     const auto plain = lowerCase(text);
-    switch (address) {
-        case kStereoWidth:
+    const auto* const parameter = parameterAt(address);
+    if (!parameter) return std::nullopt;
+    switch (parameter->form) {
+        case ValueForm::width:
             return parsePercent(plain, 1);
-        case kPanorama:
+        case ValueForm::panorama:
             return parsePanorama(plain);
-        case kPhaseShift:
+        case ValueForm::phaseShift:
             return parseShift(plain, sampleRate);
-        case kSwapChannels:
-        case kInvertChannel:
-        case kRecoverMono:
-        case kTestMono:
-        case kBypass:
+        case ValueForm::onOff:
             return parseSwitch(plain);
-        default:
-            return std::nullopt;
+        case ValueForm::gain:
+            return parseGain(plain);
     }
+    return std::nullopt;
 }
 
 }  // namespace qov::hosts

@@ -8,8 +8,8 @@
 namespace qov::hosts {
 
 /// A parameter's value as the panel gives it: "+20 %" of width, "L 30 %" of panorama, a phase
-/// shift as "220 samples (5.0 ms)" at that rate, "on" or "off". The same in every locale.
-/// Values outside 0..1 read as the nearer end, what is no number as 0. Empty for an unknown
+/// shift as "220 samples (5.0 ms)" at that rate, "on" or "off", "80 %" of volume. The same in every
+/// locale. Values outside 0..1 read as the nearer end, what is no number as 0. Empty for an unknown
 /// address.
 std::string valueText(std::uint64_t address, float value, double sampleRate);
 

@@ -21,7 +21,9 @@ class ControlPorts {
     using Values = std::array<std::optional<float>, kParameters>;
 
     explicit ControlPorts(double sampleRate)
-        : patience_(static_cast<std::int64_t>(sampleRate / 4)) {}
+        : patience_(static_cast<std::int64_t>(sampleRate / 4)) {
+        for (auto& port : heard_) port.store(unheard, std::memory_order_relaxed);
+    }
 
     // Audio thread
 
@@ -81,8 +83,7 @@ class ControlPorts {
 
     const std::int64_t patience_;  // frames
     std::array<const float*, kParameters> ports_{};
-    std::array<std::atomic<std::uint64_t>, kParameters> heard_{unheard, unheard, unheard, unheard,
-                                                               unheard, unheard, unheard, unheard};
+    std::array<std::atomic<std::uint64_t>, kParameters> heard_{};
     std::array<std::atomic<std::uint64_t>, kParameters> hands_{};
     std::array<std::int64_t, kParameters> waited_{};  // frames since the hand has gone
     std::uint32_t overruled_ = 0;                     // bit a: the port spoke meanwhile

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "dsp/ParameterAddress.h"
+#include "audiounit/parameters.h"
 
 namespace qov::lv2 {
 
@@ -15,13 +15,13 @@ enum Port : std::uint32_t {
     kOutLeft,
     kOutRight,
     kFirstControl,
-    kLatency = kFirstControl + 8,
+    kLatency = kFirstControl + parameterCount,
     kEvents,  ///< MIDI and patch messages
     kNotify,  ///< answers to patch:Get
     kPortCount,
 };
 
-inline constexpr std::uint32_t kParameters = 8;
+inline constexpr std::uint32_t kParameters = parameterCount;
 
 /// Bytes that a host should have for an answer on kNotify.
 inline constexpr std::uint32_t kNotifyBytes = 1024;
@@ -29,7 +29,7 @@ inline constexpr std::uint32_t kNotifyBytes = 1024;
 /// What a control port says of its parameter, and back. Switches are on above 0, as the format has
 /// it; the bypass's port has the opposite sense (lv2:enabled). What is no number stays none.
 inline float parameterOfPort(std::uint64_t address, float port) {
-    if (address < kSwapChannels || port != port) return port;
+    if (!parameterAt(address)->isSwitch() || port != port) return port;
     const bool on = port > 0;
     return on != (address == kBypass) ? 1.0f : 0.0f;
 }

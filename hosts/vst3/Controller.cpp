@@ -9,7 +9,7 @@
 #include <utility>
 #include <variant>
 
-#include "audiounit/presets.h"
+#include "audiounit/parameters.h"
 #include "hosts/instance/Instance.h"
 #include "hosts/instance/SavedState.h"
 #include "hosts/vst3/View.h"
@@ -206,14 +206,10 @@ v3_result Controller::selectProgram(double value) {
 v3_result Controller::getMidiControllerAssignment(std::int32_t bus, std::int16_t,
                                                   std::int16_t controller, v3_param_id* id) {
     if (!id || bus != 0) return V3_INVALID_ARG;
-    constexpr std::pair<std::int16_t, v3_param_id> kAssigned[] = {
-        {7, volumeId}, {10, kPanorama}, {11, kStereoWidth}};
-    for (const auto& [number, parameter] : kAssigned)
-        if (number == controller) {
-            *id = parameter;
-            return V3_OK;
-        }
-    return V3_FALSE;
+    const auto address = parameterOfController(static_cast<std::uint16_t>(controller));
+    if (!address) return V3_FALSE;
+    *id = static_cast<v3_param_id>(*address);
+    return V3_OK;
 }
 
 // The host

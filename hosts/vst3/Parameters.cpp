@@ -1,12 +1,10 @@
 #include "hosts/vst3/Parameters.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cmath>
 #include <string_view>
 
-#include "audiounit/presets.h"
+#include "audiounit/parameters.h"
 #include "hosts/instance/Instance.h"
 #include "hosts/vst3/text16.h"
 
@@ -38,31 +36,30 @@ std::int32_t Parameters::count() const {
 bool Parameters::describe(std::int32_t index, v3_param_info& info) const {
     if (index < 0 || index >= count()) return false;
     if (index == parameterCount) {
-        info = makeInfo(volumeId, "Volume", 1, 0, V3_PARAM_IS_HIDDEN);
+        const auto& volume = allParameters.back();
+        info = makeInfo(volumeId, volume.name, double{volume.initial}, 0, V3_PARAM_IS_HIDDEN);
     } else if (index == parameterCount + 1) {
         info = makeInfo(programId, "Program", 0, *steps(programId),
                         V3_PARAM_IS_LIST | V3_PARAM_PROGRAM_CHANGE);
     } else {
-        const auto id = static_cast<v3_param_id>(index);
-        const auto parameter = instance_.audioUnit().parameterTree()->parameterWithAddress(id);
-        info = makeInfo(id, parameter->displayName(), double{presetParameters[0][id]}, *steps(id),
+        const auto& parameter = hostParameters[static_cast<std::size_t>(index)];
+        const auto id = static_cast<v3_param_id>(parameter.address);
+        info = makeInfo(id, parameter.name, double{parameter.initial}, *steps(id),
                         V3_PARAM_CAN_AUTOMATE | (id == kBypass ? V3_PARAM_IS_BYPASS : 0));
     }
     return true;
 }
 
 std::optional<std::int32_t> Parameters::steps(v3_param_id id) const {
-    if (id == volumeId) return 0;
     if (id == programId) return static_cast<std::int32_t>(programs_.size()) - 1;
-    const auto parameter = instance_.audioUnit().parameterTree()->parameterWithAddress(id);
+    const auto* const parameter = parameterAt(id);
     if (!parameter) return std::nullopt;
-    return parameter->unit() == platform::kAudioUnitParameterUnit_Boolean ? 1 : 0;
+    return parameter->isSwitch() ? 1 : 0;
 }
 
 std::optional<std::string> Parameters::text(v3_param_id id, double value) const {
     if (!steps(id) || std::isnan(value)) return std::nullopt;
     value = std::clamp(value, 0.0, 1.0);
-    if (id == volumeId) return fmt::format("{:.0f} %", value * 100);
     if (id == programId) return programs_[programOf(value)];
     return instance_.valueText(id, static_cast<float>(value));
 }

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstdint>
 
+#include "audiounit/parameters.h"
 #include "hosts/vst3/identity.h"
 
 namespace qov::hosts::vst3 {
@@ -15,12 +16,12 @@ namespace qov::hosts::vst3 {
 /// frame on the audio thread for what is heard. Any thread.
 class ToldValues {
  public:
-    static constexpr bool has(v3_param_id id) { return id <= kBypass || id == volumeId; }
+    static constexpr bool has(v3_param_id id) { return parameterAt(id) != nullptr; }
 
     double get(v3_param_id id) const { return values_[id].load(std::memory_order_relaxed); }
     /// Switches go to their nearer end.
     void set(v3_param_id id, double value) {
-        if (id >= kSwapChannels && id <= kBypass) value = value > 0.5 ? 1 : 0;
+        if (parameterAt(id)->isSwitch()) value = value > 0.5 ? 1 : 0;
         values_[id].store(value, std::memory_order_relaxed);
     }
 
@@ -35,7 +36,7 @@ class ToldValues {
     }
 
  private:
-    std::array<std::atomic<double>, volumeId + 1> values_{};
+    std::array<std::atomic<double>, addressLimit> values_{};
     std::atomic<std::uint32_t> held_{0};
 };
 

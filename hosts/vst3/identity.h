@@ -24,7 +24,7 @@ inline constexpr std::string_view formatVersion = "VST 3.7";
 /// As many instances as anybody likes.
 inline constexpr std::int32_t cardinality = 0x7fffffff;
 
-// Parameters have their addresses as ids, 0 to 7; two more that only this format needs:
+// Parameters have their addresses as ids; two more that only this format needs:
 
 /// Hidden: where MIDI's controller 7 arrives.
 inline constexpr v3_param_id volumeId = kVolume;

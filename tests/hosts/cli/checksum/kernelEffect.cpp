@@ -42,7 +42,7 @@ struct Effect::Engine {
 Effect::Effect(double sampleRate) : engine_(std::make_unique<Engine>()) {
     engine_->kernel.init(2, sampleRate);
     engine_->kernel.reset();
-    for (const auto& parameter : parameters()) set(parameter.address, parameter.initial);
+    for (const auto& parameter : allParameters) set(parameter.address, parameter.initial);
 }
 
 Effect::~Effect() = default;
