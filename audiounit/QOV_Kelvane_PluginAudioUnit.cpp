@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <new>
 #include <string_view>
 #include <utility>
 
@@ -128,14 +129,20 @@ std::shared_ptr<AUAudioUnitBusArray> QOV_Kelvane_PluginAudioUnit::outputBusses()
 
 bool QOV_Kelvane_PluginAudioUnit::allocateRenderResourcesAndReturnError(NSError* error) {
     if (!AUAudioUnit::allocateRenderResourcesAndReturnError(error)) return false;
-    const auto& format = *_outputBus->format();
-    if (format.channelCount() != _inputBus.bus->format()->channelCount()) {
+    const auto fail = [&] {
         if (error) *error = NSError(NSOSStatusErrorDomain, kAudioUnitErr_FailedInitialization);
         setRenderResourcesAllocated(false);
         return false;
+    };
+    const auto& format = *_outputBus->format();
+    if (format.channelCount() != _inputBus.bus->format()->channelCount()) return fail();
+    try {
+        _inputBus.allocateBuffers(maximumFramesToRender());
+        adoptHostBlocks();
+    } catch (const std::bad_alloc&) {
+        _inputBus.releaseBuffers();
+        return fail();
     }
-    _inputBus.allocateBuffers(maximumFramesToRender());
-    adoptHostBlocks();
     _kernel.init(static_cast<std::int32_t>(format.channelCount()), format.sampleRate());
     _kernel.reset();
     return true;

@@ -6,10 +6,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include "audiounit/HostBlocks.h"
 #include "platform/foundation/NSError.h"
 #include "tests/audiounit/RenderingUnit.h"
+#include "tests/support/sanitized.h"
 
 namespace qov {
 namespace {
@@ -101,20 +103,33 @@ TEST_F(AudioUnitTest, SwitchesAnswerWithWhatTheKernelStored) {
     EXPECT_EQ(unit_.getParameter(-1), 0);
 }
 
-TEST_F(AudioUnitTest, ChannelCountsMustAgree) {
-    unit_.inputBusses()->operator[](0)->setFormat(format(48000, 1), nullptr);
-    NSError error;
-    EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(&error));
-    EXPECT_EQ(error, NSError("NSOSStatusErrorDomain", -10875));
-    EXPECT_FALSE(unit_.renderResourcesAllocated());
+TEST_F(AudioUnitTest, AllocationFailsWholeForOtherChannelsAndWithoutMemory) {
+    const auto refused = [&] {
+        NSError error;
+        EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(&error));
+        EXPECT_EQ(error, NSError("NSOSStatusErrorDomain", -10875));
+        EXPECT_FALSE(unit_.renderResourcesAllocated());
+    };
+    (*unit_.inputBusses())[0]->setFormat(format(48000, 1), nullptr);
+    refused();
     EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(nullptr));
-
     unit_.outputBus()->setFormat(format(48000, 1), nullptr);
     EXPECT_TRUE(unit_.allocateRenderResourcesAndReturnError(nullptr));
     EXPECT_EQ(unit_.getSamplerate(), 48000);
     unit_.deallocateRenderResources();
     unit_.setMaximumFramesToRender(0);
-    EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(nullptr)) << "nor does the base";
+    refused();
+#ifndef QOV_SANITIZED
+    unit_.setMaximumFramesToRender(1u << 31);
+    rlimit before{};
+    getrlimit(RLIMIT_AS, &before);
+    const rlimit tight{rlim_t{4} << 30, before.rlim_max};
+    setrlimit(RLIMIT_AS, &tight);
+    refused();
+    setrlimit(RLIMIT_AS, &before);
+    unit_.setMaximumFramesToRender(16);
+    EXPECT_TRUE(unit_.allocateRenderResourcesAndReturnError(nullptr));
+#endif
 }
 
 TEST_F(AudioUnitTest, AllocationAnnouncesAndKeepsTheHostsBlocks) {
