@@ -9,13 +9,28 @@
 
 namespace platform {
 
-/// One observer and how many threads are calling it. Removal raises the flag first and then waits
-/// for the count, a call raises the count first and then looks at the flag: one sees the other.
+/// One observer and how many threads are calling it. Removal sets the flag and then waits until the
+/// count is 0; a call increments the count and then reads the flag: one of the two sees the other.
 struct AUParameterTree::Observer {
     AUParameterAutomationObserver call;
     std::weak_ptr<RunLoop> loop;
     std::atomic<bool> removed{false};
     std::atomic<std::int32_t> callers{0};
+};
+
+/// Counts a caller for as long as it lives, an exception of the observer's included.
+class AUParameterTree::Call {
+ public:
+    explicit Call(std::atomic<std::int32_t>& callers) : callers_(callers) { ++callers_; }
+    ~Call() {
+        --callers_;
+        callers_.notify_all();
+    }
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+ private:
+    std::atomic<std::int32_t>& callers_;
 };
 
 std::shared_ptr<AUParameter> AUParameterTree::createParameterWithIdentifier(
@@ -107,13 +122,11 @@ void AUParameterTree::tellObservers(const AUParameter& parameter, AUValue value,
     }
     for (const auto& observer : *observers) {
         if (observer.get() == originator) continue;
-        ++observer->callers;
+        const Call call(observer->callers);
         if (auto loop = observer->loop.lock(); loop && !observer->removed) {
             const RunLoop::MakeCurrent current(std::move(loop));
             observer->call(parameter.address(), value, type);
         }
-        --observer->callers;
-        observer->callers.notify_all();
     }
 }
 

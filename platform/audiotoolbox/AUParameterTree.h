@@ -63,6 +63,7 @@ class AUParameterTree {
  private:
     friend class AUParameter;
     struct Observer;
+    class Call;
     using Observers = std::vector<std::shared_ptr<Observer>>;
 
     AUParameterTree() = default;

@@ -1,3 +1,5 @@
+// Who is called for a change of a parameter, on which thread, and until when.
+
 #include "platform/audiotoolbox/AUParameterTree.h"
 
 #include <atomic>
@@ -15,7 +17,6 @@ namespace platform {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 std::shared_ptr<AUParameter> gain(AUParameterAddress address, std::string identifier) {
     return AUParameterTree::createParameterWithIdentifier(
@@ -31,6 +32,7 @@ class AUParameterTreeTest : public testing::Test {
                              std::to_string(static_cast<int>(value)));
         };
     }
+    std::vector<std::string> calls() { return std::exchange(calls_, {}); }
 
     std::shared_ptr<AUParameterTree> tree_ =
         AUParameterTree::createTreeWithChildren({gain(7, "left"), gain(3, "right")});
@@ -38,75 +40,47 @@ class AUParameterTreeTest : public testing::Test {
     std::vector<std::string> calls_;
 };
 
-TEST_F(AUParameterTreeTest, FindsByAddressAndIdentifierNotByPosition) {
-    EXPECT_EQ(left_->identifier(), "left");
+TEST_F(AUParameterTreeTest, CallsTheAudioUnitThenEveryObserverButTheOriginator) {
     EXPECT_EQ(tree_->valueForKey("right")->address(), 3u);
     EXPECT_EQ(tree_->parameterWithAddress(0), nullptr);
     EXPECT_EQ(tree_->valueForKey("Gain"), nullptr);
-}
-
-TEST_F(AUParameterTreeTest, AudioUnitHearsOfAValueBeforeTheObserversInTheirOrder) {
-    tree_->tokenByAddingParameterObserver(note("first"));
-    tree_->tokenByAddingParameterObserver(note("second"));
-    tree_->setImplementorValueObserver(
-        [this](const AUParameter&, AUValue) { calls_.emplace_back("audio unit"); });
-    left_->setValue(2);
-    EXPECT_THAT(calls_, ElementsAre("audio unit", "first 7=2", "second 7=2"));
-}
-
-TEST_F(AUParameterTreeTest, OriginatorDoesNotHearItsOwnChange) {
-    const auto token = tree_->tokenByAddingParameterObserver(note("mine"));
-    tree_->tokenByAddingParameterObserver(note("other"));
-    left_->setValue(1, token);
-    EXPECT_THAT(calls_, ElementsAre("other 7=1"));
-    EXPECT_EQ(left_->value(), 1);
-}
-
-TEST_F(AUParameterTreeTest, ProviderIsTheTruthAboutAValueAndItsText) {
-    AUValue held = 0.25f;
-    EXPECT_EQ(left_->stringFromValue(nullptr), "0");
-    tree_->setImplementorValueProvider([&](const AUParameter&) { return held; });
-    left_->setValue(2);
-    EXPECT_EQ(left_->value(), 0.25f);
-    EXPECT_EQ(left_->stringFromValue(nullptr), "0.25");
-    const AUValue asked = 1.5f;
-    EXPECT_EQ(left_->stringFromValue(&asked), "1.5");
-}
-
-TEST_F(AUParameterTreeTest, ChangeThatTheAudioUnitMadeItselfReachesOnlyObservers) {
-    tree_->setImplementorValueProvider([](const AUParameter&) { return 2.0f; });
-    tree_->setImplementorValueObserver(
-        [this](const AUParameter&, AUValue) { calls_.emplace_back("audio unit"); });
-    const auto token = tree_->tokenByAddingParameterObserver(note("mine"));
-    tree_->tokenByAddingParameterObserver(note("other"));
-    left_->didChangeValue(token);
-    EXPECT_THAT(calls_, ElementsAre("other 7=2"));
-}
-
-TEST_F(AUParameterTreeTest, AutomationObserverSeesTheGesture) {
-    std::vector<AUParameterAutomationEventType> gesture;
+    const auto token = tree_->tokenByAddingParameterObserver(note("first"));
     tree_->tokenByAddingParameterAutomationObserver(
-        [&](AUParameterAddress, AUValue, AUParameterAutomationEventType type) {
-            gesture.push_back(type);
+        [this](AUParameterAddress, AUValue, AUParameterAutomationEventType type) {
+            calls_.push_back("type " + std::to_string(type));
         });
-    left_->setValue(1, nullptr, AUParameterAutomationEventTypeTouch);
-    left_->setValue(2);
-    left_->setValue(2, nullptr, AUParameterAutomationEventTypeRelease);
-    EXPECT_THAT(gesture, ElementsAre(AUParameterAutomationEventTypeTouch,
-                                     AUParameterAutomationEventTypeValue,
-                                     AUParameterAutomationEventTypeRelease));
+    left_->setValue(1, token);
+    EXPECT_THAT(calls(), ElementsAre("type 0"));
+    EXPECT_EQ(left_->value(), 1);
+    EXPECT_EQ(left_->stringFromValue(nullptr), "1");
+    tree_->setImplementorValueObserver(
+        [this](const AUParameter&, AUValue) { calls_.emplace_back("audio unit"); });
+    tree_->setImplementorValueProvider([](const AUParameter&) { return 0.25f; });
+    left_->setValue(2, nullptr, AUParameterAutomationEventTypeTouch);
+    EXPECT_THAT(calls(), ElementsAre("audio unit", "first 7=2", "type 1"));
+    EXPECT_EQ(left_->value(), 0.25f) << "the provider's";
+    const AUValue asked = 1.5f;
+    EXPECT_EQ(left_->stringFromValue(nullptr) + left_->stringFromValue(&asked), "0.251.5");
+    left_->didChangeValue();
+    EXPECT_THAT(calls(), ElementsAre("first 7=0", "type 0"));
 }
 
-TEST_F(AUParameterTreeTest, ObserverMaySetAnotherValueAndAddAnObserver) {
+TEST_F(AUParameterTreeTest, ObserverMaySetAnotherValueAddAnObserverAndThrow) {
     bool added = false;
-    tree_->tokenByAddingParameterObserver([&](AUParameterAddress address, AUValue value) {
-        if (address != 7) return;
-        if (!added) tree_->tokenByAddingParameterObserver(note("late"));
-        added = true;
-        tree_->parameterWithAddress(3)->setValue(value);
-    });
+    const auto token =
+        tree_->tokenByAddingParameterObserver([&](AUParameterAddress address, AUValue value) {
+            if (address != 7) return;
+            if (value == 2) throw value;
+            if (!added) tree_->tokenByAddingParameterObserver(note("late"));
+            added = true;
+            tree_->parameterWithAddress(3)->setValue(value);
+        });
     left_->setValue(1);
-    EXPECT_THAT(calls_, ElementsAre("late 3=1"));
+    EXPECT_THAT(calls(), ElementsAre("late 3=1"));
+    EXPECT_THROW(left_->setValue(2), AUValue);
+    tree_->removeParameterObserver(token);  // would hang if the thrower still counted
+    left_->setValue(2);
+    EXPECT_THAT(calls(), ElementsAre("late 7=2"));
 }
 
 TEST_F(AUParameterTreeTest, WhatAnObserverQueuesComesBackToTheLoopItWasAddedOn) {
@@ -118,13 +92,13 @@ TEST_F(AUParameterTreeTest, WhatAnObserverQueuesComesBackToTheLoopItWasAddedOn) 
         });
     }
     std::thread([this] { left_->setValue(1); }).join();
-    EXPECT_THAT(calls_, IsEmpty());
+    EXPECT_THAT(calls(), ElementsAre());
     loop->pump();
-    EXPECT_THAT(calls_, ElementsAre("queued 7=1"));
+    EXPECT_THAT(calls(), ElementsAre("queued 7=1"));
     loop.reset();
     left_->setValue(2);
     RunLoop::main().pump();
-    EXPECT_THAT(calls_, ElementsAre("queued 7=1"));
+    EXPECT_THAT(calls(), ElementsAre());
 }
 
 TEST_F(AUParameterTreeTest, RemovedObserverIsNotRunningAnywhere) {
