@@ -135,7 +135,10 @@ bool QOV_Kelvane_PluginAudioUnit::allocateRenderResourcesAndReturnError(NSError*
         return false;
     };
     const auto& format = *_outputBus->format();
-    if (format.channelCount() != _inputBus.bus->format()->channelCount()) return fail();
+    const auto channels = format.channelCount();
+    if (channels != _inputBus.bus->format()->channelCount() ||
+        channels > _inputBus.bus->maximumChannelCount())
+        return fail();
     try {
         _inputBus.allocateBuffers(maximumFramesToRender());
         adoptHostBlocks();
@@ -143,7 +146,7 @@ bool QOV_Kelvane_PluginAudioUnit::allocateRenderResourcesAndReturnError(NSError*
         _inputBus.releaseBuffers();
         return fail();
     }
-    _kernel.init(static_cast<std::int32_t>(format.channelCount()), format.sampleRate());
+    _kernel.init(static_cast<std::int32_t>(channels), format.sampleRate());
     _kernel.reset();
     return true;
 }

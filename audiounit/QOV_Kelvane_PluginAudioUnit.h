@@ -28,9 +28,9 @@ class QOV_Kelvane_PluginAudioUnit : public platform::AUAudioUnit {
     std::shared_ptr<platform::AUAudioUnitBusArray> inputBusses() const override;
     std::shared_ptr<platform::AUAudioUnitBusArray> outputBusses() const override;
 
-    /// Fails with kAudioUnitErr_FailedInitialization when input and output differ in channels or
-    /// memory runs out; then no render resources are allocated. On success the kernel is
-    /// initialised for the output format and reset.
+    /// Fails with kAudioUnitErr_FailedInitialization when input and output differ in channels, have
+    /// more than the input bus's maximum, or memory runs out; then no render resources are
+    /// allocated. On success the kernel is initialised for the output format and reset.
     bool allocateRenderResourcesAndReturnError(platform::NSError* error) override;
     void deallocateRenderResources() override;
 

@@ -21,7 +21,7 @@ class AUAudioUnitBus {
     /// False, with *error set where error is given, when there is no format.
     bool setFormat(std::shared_ptr<AVAudioFormat> format, NSError* error);
 
-    /// 0: not stated.
+    /// 0: not stated. For the audio unit to enforce when it allocates render resources.
     std::uint32_t maximumChannelCount() const { return maximumChannelCount_; }
     void setMaximumChannelCount(std::uint32_t count) { maximumChannelCount_ = count; }
 

@@ -110,10 +110,13 @@ TEST_F(AudioUnitTest, AllocationFailsWholeForOtherChannelsAndWithoutMemory) {
         EXPECT_EQ(error, NSError("NSOSStatusErrorDomain", -10875));
         EXPECT_FALSE(unit_.renderResourcesAllocated());
     };
-    (*unit_.inputBusses())[0]->setFormat(format(48000, 1), nullptr);
-    refused();
-    EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(nullptr));
-    unit_.outputBus()->setFormat(format(48000, 1), nullptr);
+    for (const std::uint32_t channels : {4, 1}) {
+        (*unit_.inputBusses())[0]->setFormat(format(48000, channels), nullptr);
+        refused();
+        EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(nullptr));
+        unit_.outputBus()->setFormat(format(48000, channels), nullptr);
+        if (channels > 2) refused();
+    }
     EXPECT_TRUE(unit_.allocateRenderResourcesAndReturnError(nullptr));
     EXPECT_EQ(unit_.getSamplerate(), 48000);
     unit_.deallocateRenderResources();

@@ -1,8 +1,9 @@
+// What a host relies on of an audio unit's base class, its busses and buffers.
+
 #include "platform/audiotoolbox/AUAudioUnit.h"
 
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
 #include <gtest/gtest.h>
 
@@ -15,111 +16,82 @@
 namespace platform {
 namespace {
 
-constexpr AudioComponentDescription description{kAudioUnitType_Effect, fourCharacterCode("test"),
-                                                fourCharacterCode("Self")};
+const auto format = AVAudioFormat::initStandardFormatWithSampleRate;
 
 std::shared_ptr<AUParameter> parameter(AUParameterAddress address,
                                        AudioUnitParameterOptions flags) {
-    return AUParameterTree::createParameterWithIdentifier(std::to_string(address), "P", address, 0,
-                                                          1, kAudioUnitParameterUnit_Generic, {},
-                                                          flags, {}, {});
+    return AUParameterTree::createParameterWithIdentifier(
+        "p", "P", address, 0, 1, kAudioUnitParameterUnit_Generic, {}, flags, {}, {});
 }
 
-class AUAudioUnitTest : public testing::Test {
- protected:
-    AUAudioUnitTest() {
-        unit_.initWithComponentDescription(description, 0, nullptr);
-        unit_.setParameterTree(AUParameterTree::createTreeWithChildren(
-            {parameter(0, kAudioUnitParameterFlag_IsWritable),
-             parameter(1, kAudioUnitParameterFlag_IsReadable)}));
-    }
-
-    AUValue value(AUParameterAddress address) {
-        return unit_.parameterTree()->parameterWithAddress(address)->value();
-    }
-
-    AUAudioUnit unit_;
-};
-
-TEST_F(AUAudioUnitTest, WildcardsNameNoComponent) {
+TEST(AUAudioUnit, RefusesWildcardsAndCyclesOfNoFrames) {
     AUAudioUnit unit;
     NSError error;
     EXPECT_FALSE(unit.initWithComponentDescription({kAudioUnitType_Effect, 0, 1}, 0, &error));
     EXPECT_EQ(error, NSError(NSOSStatusErrorDomain, -3000));
-}
-
-TEST_F(AUAudioUnitTest, LongestCycleStandsWhileResourcesAreAllocated) {
-    unit_.setMaximumFramesToRender(0);
-    NSError error;
-    EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(&error));
+    unit.setMaximumFramesToRender(0);
+    EXPECT_FALSE(unit.allocateRenderResourcesAndReturnError(&error));
     EXPECT_EQ(error.code(), -10875);
-    unit_.setMaximumFramesToRender(64);
-    ASSERT_TRUE(unit_.allocateRenderResourcesAndReturnError(nullptr));
-    unit_.setMaximumFramesToRender(128);
-    EXPECT_EQ(unit_.maximumFramesToRender(), 64u);
-    unit_.deallocateRenderResources();
-    unit_.setMaximumFramesToRender(128);
-    EXPECT_EQ(unit_.maximumFramesToRender(), 128u);
+    unit.setMaximumFramesToRender(64);
+    ASSERT_TRUE(unit.allocateRenderResourcesAndReturnError(nullptr));
+    unit.setMaximumFramesToRender(128);
+    EXPECT_EQ(unit.maximumFramesToRender(), 64u) << "fixed while allocated";
 }
 
-TEST_F(AUAudioUnitTest, StateCarriesWritableValuesAndThePreset) {
-    unit_.parameterTree()->parameterWithAddress(0)->setValue(0.25f);
-    unit_.setCurrentPreset(std::make_shared<AUAudioUnitPreset>(AUAudioUnitPreset{-4, "Mine"}));
-    const auto state = unit_.fullState();
+TEST(AUAudioUnit, StateCarriesWritableValuesAndThePresetOfThisComponentAlone) {
+    AUAudioUnit unit;
+    unit.initWithComponentDescription({kAudioUnitType_Effect, 1, 2}, 0, nullptr);
+    const auto writable = parameter(0, kAudioUnitParameterFlag_IsWritable);
+    const auto readable = parameter(1, kAudioUnitParameterFlag_IsReadable);
+    unit.setParameterTree(AUParameterTree::createTreeWithChildren({writable, readable}));
+    writable->setValue(0.25f);
+    unit.setCurrentPreset(std::make_shared<AUAudioUnitPreset>(AUAudioUnitPreset{-4, "Mine"}));
+    auto state = unit.fullState();
+    writable->setValue(1);
+    readable->setValue(1);
+    unit.setCurrentPreset(nullptr);
 
-    unit_.parameterTree()->parameterWithAddress(0)->setValue(1);
-    unit_.parameterTree()->parameterWithAddress(1)->setValue(1);
-    unit_.setCurrentPreset(nullptr);
-    unit_.setFullState(state);
-    EXPECT_EQ(value(0), 0.25f);
-    EXPECT_EQ(value(1), 1);
-    ASSERT_NE(unit_.currentPreset(), nullptr);
-    EXPECT_EQ(unit_.currentPreset()->number, -4);
-    EXPECT_EQ(unit_.currentPreset()->name, "Mine");
-}
-
-TEST_F(AUAudioUnitTest, StateOfAnotherComponentOrOfOtherTypesIsIgnored) {
-    auto state = unit_.fullState();
-    state["data"] = std::map<AUParameterAddress, AUValue>{{0, 1.0f}, {99, 1.0f}};
     auto foreign = state;
-    foreign["subtype"] = std::int64_t{1};
-    unit_.setFullState(foreign);
-    EXPECT_EQ(value(0), 0);
+    foreign["subtype"] = std::int64_t{9};
+    unit.setFullState(foreign);
+    EXPECT_EQ(writable->value(), 1);
+    unit.setFullState(state);
+    EXPECT_EQ(writable->value(), 0.25f);
+    EXPECT_EQ(readable->value(), 1);
+    ASSERT_NE(unit.currentPreset(), nullptr);
+    EXPECT_EQ(unit.currentPreset()->number, -4);
+    EXPECT_EQ(unit.currentPreset()->name, "Mine");
+
+    unit.setCurrentPreset(nullptr);
     state["preset-number"] = "three";
-    unit_.setFullState(state);
-    EXPECT_EQ(value(0), 1);
-    EXPECT_EQ(unit_.currentPreset(), nullptr);
+    state["data"] = std::map<AUParameterAddress, AUValue>{{0, 0.5f}, {99, 1.0f}};
+    unit.setFullState(state);
+    EXPECT_EQ(writable->value(), 0.5f) << "an unknown address beside it";
+    EXPECT_EQ(unit.currentPreset(), nullptr) << "an entry of another type";
 }
 
 TEST(AUAudioUnitBus, NeedsAFormat) {
     NSError error;
     EXPECT_EQ(AUAudioUnitBus::initWithFormat(nullptr, &error), nullptr);
     EXPECT_EQ(error.code(), -10868);
-    const auto format = AVAudioFormat::initStandardFormatWithSampleRate(48000, 1);
-    const auto bus = AUAudioUnitBus::initWithFormat(format, nullptr);
+    const auto mono = format(48000, 1);
+    const auto bus = AUAudioUnitBus::initWithFormat(mono, nullptr);
     EXPECT_FALSE(bus->setFormat(nullptr, nullptr));
-    EXPECT_EQ(bus->format(), format);
-}
-
-TEST(AVAudioFormat, RefusesWhatIsNoFormat) {
-    for (const double rate : {0.0, -1.0, std::nan(""), std::numeric_limits<double>::infinity()})
-        EXPECT_EQ(AVAudioFormat::initStandardFormatWithSampleRate(rate, 2), nullptr) << rate;
-    EXPECT_EQ(AVAudioFormat::initStandardFormatWithSampleRate(44100, 0), nullptr);
+    EXPECT_EQ(bus->format(), mono);
 }
 
 TEST(AVAudioPCMBuffer, ChannelsAreSilentAlignedAndApart) {
+    for (const double rate : {0.0, -1.0, std::nan(""), double{INFINITY}, 44100.0})
+        EXPECT_EQ(format(rate, rate == 44100 ? 0 : 2), nullptr) << rate;
     for (const std::uint32_t frames : {0u, 1u, 16u, 1000u}) {
-        AVAudioPCMBuffer buffer(AVAudioFormat::initStandardFormatWithSampleRate(44100, 3), frames);
+        AVAudioPCMBuffer buffer(format(44100, 3), frames);
         auto& list = *buffer.mutableAudioBufferList();
         ASSERT_EQ(list.mNumberBuffers, 3u);
-        for (std::uint32_t channel = 0; channel < 3; ++channel) {
-            auto* samples = static_cast<float*>(list.mBuffers[channel].mData);
+        for (const auto* channel = list.mBuffers; channel != list.mBuffers + 3; ++channel) {
+            auto* samples = static_cast<float*>(channel->mData);
             EXPECT_EQ(reinterpret_cast<std::uintptr_t>(samples) % 16, 0u);
-            EXPECT_EQ(list.mBuffers[channel].mDataByteSize, frames * 4);
-            for (std::uint32_t i = 0; i < frames; ++i) {
-                ASSERT_EQ(samples[i], 0) << "channel " << channel << " frame " << i;
-                samples[i] = 1;
-            }
+            EXPECT_EQ(channel->mDataByteSize, frames * 4);
+            for (std::uint32_t i = 0; i < frames; ++i) ASSERT_EQ(samples[i]++, 0) << i;
         }
         list.mBuffers[0].mData = nullptr;
         EXPECT_NE(buffer.audioBufferList()->mBuffers[0].mData, nullptr);
