@@ -5,6 +5,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <system_error>
 
@@ -56,11 +57,25 @@ std::optional<std::string_view> cutLine(std::string_view& text) {
     return line;
 }
 
+/// The same for a parameter's value. Magnitudes too small for a double read as 0, too large ones
+/// as infinite.
+std::optional<double> realNumber(std::string_view text) {
+    double result = 0;
+    const auto* const end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, result);
+    if (read.ec == std::errc::invalid_argument || read.ptr != end) return std::nullopt;
+    if (read.ec == std::errc{}) return result;
+    const bool isSmall = text.find_first_of("123456789") > text.find('.') ||
+                         text.find("e-") != text.npos || text.find("E-") != text.npos;
+    const double magnitude = isSmall ? 0.0 : std::numeric_limits<double>::infinity();
+    return text.starts_with('-') ? -magnitude : magnitude;
+}
+
 void readValue(std::string_view address, std::string_view text, Values& values) {
     const auto index = number<std::uint64_t>(address);
-    const auto value = number<float>(text);
+    const auto value = realNumber(text);
     if (index && isHostParameter(*index) && value && !std::isnan(*value))
-        values[*index] = std::clamp(*value, 0.0f, 1.0f);
+        values[*index] = static_cast<float>(std::clamp(*value, 0.0, 1.0));
 }
 
 platform::AUState defaultState() {

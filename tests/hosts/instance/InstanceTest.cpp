@@ -367,12 +367,13 @@ TEST_F(InstanceTest, StateKeepsThePresetAndMendsWhatIsWrong) {
     other->setValue(kStereoWidth, 0.1f);
     EXPECT_FALSE(other->restoreState("QOV Kelvane state 2\nvalue.0=1\nend\n"));
     EXPECT_EQ(other->value(kStereoWidth), 0.1f) << "a refused state changed something";
-    EXPECT_TRUE(
-        other->restoreState("QOV Kelvane state 1\n=\nvalue.0=nan\nvalue.1=7\nvalue.2=x\n"
-                            "value.99=1\nvalue.=1\npreset=many\nlater=1\nend\nvalue.2=1\n"));
+    EXPECT_TRUE(other->restoreState(
+        "QOV Kelvane state 1\n=\nvalue.0=nan\nvalue.1=1e-400\nvalue.3=7\nvalue.4=1e999\nvalue.2=x\n"
+        "value.99=1\nvalue.=1\npreset=many\nlater=1\nend\nvalue.2=1\n"));
     EXPECT_EQ(other->value(kStereoWidth), 0.5f) << "the default";
-    EXPECT_EQ(other->value(kPanorama), 1);
+    EXPECT_EQ(other->value(kPanorama), 0) << "however small";
     EXPECT_EQ(other->value(kPhaseShift), 0);
+    EXPECT_EQ(other->value(kSwapChannels) + other->value(kInvertChannel), 2);
 }
 
 TEST_F(InstanceTest, ItsRunLoopGoesWithIt) {
