@@ -33,7 +33,7 @@ const Value& required(const platform::FileAttributes& attributes, FileAttributeK
 
 std::string formatted(const Date& date) {
     using enum platform::DateFormatter::Style;
-    // Dear to make, and one is as good as the next.
+    // Costly to make, so all entries share one.
     static const platform::DateFormatter formatter(medium, medium, "en_US");
     return formatter.string(date);
 }
@@ -87,7 +87,7 @@ Number File::getSystemFileNumber() const {
 }
 
 std::string File::getSystemFileNumberFormatted() const {
-    return getSystemFileNumber().stringValue();
+    return attributes.isEmpty() ? invalidAttribute : getSystemFileNumber().stringValue();
 }
 
 Number File::getFileSize() const {
@@ -152,10 +152,10 @@ void File::list(std::string& result) const {
     result += tabs(_indent);
     if (isDirectory) {
         // The name has no equals sign: readers of this form expect it so.
-        result += "<folder id='" + getSystemFileNumberFormatted() + "' name '" + getFileName() +
-                  "' subpath='" + subpath_ + "' ";
+        result += "<folder id='" + getSystemFileNumber().stringValue() + "' name '" +
+                  getFileName() + "' subpath='" + subpath_ + "' ";
     } else {
-        result += "<file id='" + getSystemFileNumberFormatted() + "' name='" + getFileName() +
+        result += "<file id='" + getSystemFileNumber().stringValue() + "' name='" + getFileName() +
                   "' size='" + getFileSizeFormatted() + "' ";
     }
     appendTimes(result);

@@ -63,7 +63,7 @@ class File : public FileBase, public std::enable_shared_from_this<File> {
     /// subpath without its last component.
     std::string getParentPath() const;
 
-    // Without any attribute the numbers are -1, the dates now, and the texts of size and dates
+    // Without any attribute the numbers are -1, the dates the current one, and the formatted texts
     // "(invalid attribute)". With attributes, one that is missing or of another type is a fatal
     // error.
     platform::Number getSystemFileNumber() const;

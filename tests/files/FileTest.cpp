@@ -79,6 +79,7 @@ TEST_F(FileModel, WithoutAttributesNumbersAreMinusOneAndTextsSaySo) {
     EXPECT_FALSE(File().exists || File().isDirectory);
     const auto file = make<File>("a");
     EXPECT_EQ(file->getFileSize(), Number(-1));
+    EXPECT_EQ(file->getSystemFileNumberFormatted(), "(invalid attribute)");
     EXPECT_EQ(listed(*file), std::string("<file id='-1' name='a' size='(invalid attribute)' ") +
                                  noTimes + "depth='0' />");
     const Date before;
