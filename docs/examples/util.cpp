@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <thread>
 #include <vector>
 
 #include "platform/coregraphics/CGImage.h"
@@ -19,12 +20,10 @@
 #include "util/stringValue.h"
 
 int main(int argc, char** argv) {
-    // Lines, work and timers of this thread go to this loop from here on.
-    const auto loop = platform::RunLoop::create();
-    const platform::RunLoop::MakeCurrent makeCurrent(loop);
-
     qov::getPaths();
-    qov::debugprint("An effect has the type '" + qov::stringValue(0x61756678) + "'.");
+    std::thread([] {
+        qov::debugprint("An effect has the type '" + qov::stringValue(0x61756678) + "'.");
+    }).join();
 
     // A picture of 4 x 4 amber pixels to start with.
     const auto folder = std::filesystem::temp_directory_path() / "kelvane util example";
@@ -41,7 +40,7 @@ int main(int argc, char** argv) {
     window->layoutIfNeeded();
     qov::loadFrom(*picture, argc > 1 ? argv[1] : file.absoluteString());
 
-    loop->pump();  // prints the lines and loads the picture
+    platform::RunLoop::main().pump();  // prints the lines and loads the picture
     std::filesystem::remove_all(folder);
     if (!picture->image()) return 1;
     const auto pixels = picture->image()->size();
