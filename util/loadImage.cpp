@@ -1,7 +1,6 @@
 #include "util/loadImage.h"
 
 #include <memory>
-#include <optional>
 #include <utility>
 
 #include "platform/dispatch/DispatchQueue.h"
@@ -17,7 +16,6 @@
 namespace qov {
 namespace {
 
-using platform::Data;
 using platform::DispatchQueue;
 using platform::UIImage;
 using platform::UIImageView;
@@ -55,18 +53,15 @@ void loadFrom(UIImageView& view, const std::string& URLAddress) {
 void getImageFromURLString(UIImageView& view, const std::string& imageURLString) {
     const auto url = URL::withString(imageURLString);
     if (!url) return;
-    const auto show = [weakView = view.weak_from_this()](
-                          const std::optional<Data>& data,
-                          const std::optional<platform::URLResponse>& response,
-                          const platform::NSError& error) {
-        if (!data) return platform::console::print(error.description());
-        if (response && response->statusCode == 200) {
+    const auto show = [weakView = view.weak_from_this()](const platform::URLFetch& fetch) {
+        if (!fetch.data) return platform::console::print(fetch.error.description());
+        if (fetch.response && fetch.response->statusCode == 200) {
             platform::console::print("Fetched image successfully");
         }
         DispatchQueue::main().async(
-            [weakView, image = UIImage::imageWithData(*data)] { setImage(weakView, image); });
+            [weakView, image = UIImage::imageWithData(*fetch.data)] { setImage(weakView, image); });
     };
-    platform::URLSession::shared().dataTask(*url, show)->resume();
+    platform::URLSession::shared().data(*url, show);
 }
 
 }  // namespace qov

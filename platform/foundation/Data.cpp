@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <future>
 #include <string>
 #include <utility>
 
@@ -37,14 +36,14 @@ struct OpenFile {
 };
 
 Result contentsOfFile(const URL& url) {
-    // Not blocking, so that a pipe without a writer is turned away below rather than waited for.
+    // Non-blocking, so that opening a pipe without a writer returns; it is refused below.
     const OpenFile file{open(url.path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)};
     struct stat status {};
     if (file.descriptor < 0 || fstat(file.descriptor, &status) != 0) {
         return {{}, readError(url, errno)};
     }
     if (!S_ISREG(status.st_mode)) {
-        return {{}, readError(url, NSFileReadUnknownError, " because it is no regular file")};
+        return {{}, readError(url, NSFileReadUnknownError, " because it is not a regular file")};
     }
     if (static_cast<std::uintmax_t>(status.st_size) > kLargestFetch) {
         return {{}, readError(url, NSFileReadTooLargeError, " because it is too large")};
@@ -69,25 +68,11 @@ Result contentsOfFile(const URL& url) {
 }
 
 Result contentsOverNetwork(const URL& url) {
-    std::promise<Result> promise;
-    URLSession session;  // its own thread: the shared one may be waiting for the caller
-    session
-        .dataTask(url,
-                  [&](std::optional<Data> data, std::optional<URLResponse> response,
-                      const NSError& error) {
-                      const int status = response ? response->statusCode.value_or(0) : 0;
-                      if (data && status >= 400) {
-                          promise.set_value({{},
-                                             readError(url,
-                                                       status == 404 ? NSFileReadNoSuchFileError
-                                                                     : NSFileReadUnknownError,
-                                                       "")});
-                      } else {
-                          promise.set_value({std::move(data), error});
-                      }
-                  })
-        ->resume();
-    return promise.get_future().get();
+    auto fetch = URLSession::fetch(url, {});
+    const int status = fetch.response ? fetch.response->statusCode.value_or(0) : 0;
+    if (!fetch.data || status < 400) return {std::move(fetch.data), std::move(fetch.error)};
+    return {{},
+            readError(url, status == 404 ? NSFileReadNoSuchFileError : NSFileReadUnknownError, "")};
 }
 
 }  // namespace

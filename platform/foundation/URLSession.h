@@ -1,9 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <functional>
-#include <memory>
+#include <list>
+#include <mutex>
 #include <optional>
+#include <thread>
 
 #include "platform/foundation/Data.h"
 #include "platform/foundation/NSError.h"
@@ -28,53 +31,59 @@ enum NSURLErrorCode : int {
     NSURLErrorSecureConnectionFailed = -1200,
 };
 
-/// Who answered a request, and how.
+/// The source and the status of fetched data.
 struct URLResponse {
     URL url;                        ///< where the data came from after redirections
     std::optional<int> statusCode;  ///< of HTTP; none for a file
 };
 
-/// One fetch of a session. It does nothing before resume().
-class URLSessionDataTask {
- public:
-    virtual ~URLSessionDataTask() = default;
-    /// Starts the fetch, once. Any thread.
-    virtual void resume() = 0;
-    /// Ends a fetch that was started and not finished with NSURLErrorCancelled. Any thread.
-    virtual void cancel() = 0;
+/// What a fetch ended with: data and response, or an error. Any HTTP status is a response, 404 too.
+struct URLFetch {
+    std::optional<Data> data;
+    std::optional<URLResponse> response;
+    NSError error;
 };
 
-/// Fetches file:, http: and https: URLs on a thread of its own, many at a time.
+/// Fetches file:, http: and https: URLs, each on a thread of its own.
 class URLSession {
  public:
-    /// What a session's fetches are held to.
+    /// Limits of each fetch of a session.
     struct Configuration {
         double timeoutForRequest = 60;                ///< seconds without a byte
         double timeoutForResource = 7 * 24 * 3600;    ///< seconds for the whole
         std::size_t largestResource = kLargestFetch;  ///< bytes, after decompression
     };
-    /// Data and response, or an error. Any HTTP status is a response, 404 too.
-    /// Runs on the session's thread with the run loop as current one that was so at dataTask();
-    /// other fetches of the session wait meanwhile.
-    using CompletionHandler = std::function<void(
-        std::optional<Data> data, std::optional<URLResponse> response, const NSError& error)>;
+    /// Runs on the fetch's thread; the run loop that was current at data() is current again.
+    using CompletionHandler = std::function<void(URLFetch fetch)>;
 
-    /// The process's session with the settings above.
+    /// The process's session with the default limits.
     static URLSession& shared();
 
     URLSession() : URLSession(Configuration{}) {}
-    explicit URLSession(Configuration configuration);
-    /// Cancels what is under way and waits for the completions. Not from one of them.
+    explicit URLSession(const Configuration& configuration) : configuration_(configuration) {}
+    /// Cancels pending fetches (NSURLErrorCancelled) and returns after their completions, within
+    /// about a tenth of a second. Not from a completion.
     ~URLSession();
     URLSession(const URLSession&) = delete;
     URLSession& operator=(const URLSession&) = delete;
 
-    /// A fetch that has not begun. Any thread.
-    std::shared_ptr<URLSessionDataTask> dataTask(URL url, CompletionHandler completion);
+    /// Starts a fetch and returns. Any thread.
+    void data(URL url, CompletionHandler completion);
+
+    /// Fetches on the calling thread; checks *cancelled, if given, ten times a second.
+    static URLFetch fetch(const URL& url, const Configuration& configuration,
+                          const std::atomic<bool>* cancelled = nullptr);
 
  private:
-    struct State;
-    std::shared_ptr<State> state_;
+    struct Running {
+        std::thread thread;
+        std::atomic<bool> finished{false};
+    };
+
+    const Configuration configuration_;
+    std::atomic<bool> cancelled_{false};
+    std::mutex mutex_;            // guards running_
+    std::list<Running> running_;  // finished ones are joined by the next data()
 };
 
 }  // namespace platform

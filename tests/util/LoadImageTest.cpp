@@ -95,6 +95,7 @@ TEST_F(LoadImage, WhatCannotBeLoadedIsOneLineAndLeavesThePicture) {
     const std::pair<std::string, std::string> cases[] = {
         {"", noURL},
         {"not a url", noURL + "not a url"},
+        {"relative/red.png", couldNotEncode},  // only file:, http: and https:
         {server.address("/missing.png"), couldNotEncode},
         {server.address("/vanishing.png"), couldNotEncode},
         {file + "none.png", couldNotEncode},
