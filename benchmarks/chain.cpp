@@ -162,8 +162,7 @@ void instances(benchmark::State& state, int count) {
 void gate(benchmark::State& state) {
     RenderGate gate;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(gate.beginSegment());
-        benchmark::DoNotOptimize(gate.endSegment());
+        benchmark::DoNotOptimize(gate.render([] {}, [] {}));
     }
     countFrames(state, 32);
 }

@@ -5,10 +5,31 @@
 
 namespace qov {
 
-/// What the stages behind the delay do to a segment, as factors for their loops.
+/// Which of the stages behind the delay a shape loop runs, and its index in ChainLoops::shape.
+struct ShapeStages {
+    /// Of a width or a panorama.
+    enum Side { neutral, above, below };
+    static constexpr Side sideOf(float value) {
+        return value > 0 ? above : value < 0 ? below : neutral;
+    }
+
+    bool recover;
+    Side width, pan;
+    bool mono;
+
+    static constexpr int count = 36;
+    constexpr int index() const {
+        return ((int{recover} * 3 + int{width}) * 3 + int{pan}) * 2 + int{mono};
+    }
+    static constexpr ShapeStages at(int index) {
+        return {index / 18 != 0, Side(index / 6 % 3), Side(index / 2 % 3), index % 2 != 0};
+    }
+};
+
+/// The factors of a shape loop.
 struct Shape {
     std::uint32_t leftSign, rightSign;  ///< bits to flip in each source: the sign bit, or none
-    float recover;                      ///< part of left - right that both channels gain
+    float recover;                      ///< half of the amount of recover mono
     float width;                        ///< width adjustment, -1..+1
     float pan;                          ///< -1 full left, +1 full right
 };
@@ -22,17 +43,10 @@ struct ChainLoops {
     /// out = line; line = in x gain (in itself where gain is 1). in and out are the same or apart.
     void (*delay)(const float* in, float* out, float* line, std::int32_t count, float gain);
     /// Shapes the sources, then out = ring; ring = shaped. Sources and outs are the same, crossed
-    /// or apart. Of each set of stages that is on, its own loop; see shapeIndex.
-    void (*shape[36])(const Shape& shape, const float* left, const float* right, float* outLeft,
-                      float* outRight, float* ringLeft, float* ringRight, std::int32_t count);
-
-    /// Of the loop in `shape` for these stages: recover mono, a width and a pan by their sign
-    /// (none, above 0, below 0), mono check.
-    static constexpr int shapeIndex(bool recover, float width, float pan, bool mono) {
-        const int widthForm = width > 0 ? 1 : width < 0 ? 2 : 0;
-        const int panForm = pan > 0 ? 1 : pan < 0 ? 2 : 0;
-        return ((int{recover} * 3 + widthForm) * 3 + panForm) * 2 + int{mono};
-    }
+    /// or apart. One loop for each set of stages, by ShapeStages::index().
+    void (*shape[ShapeStages::count])(const Shape& shape, const float* left, const float* right,
+                                      float* outLeft, float* outRight, float* ringLeft,
+                                      float* ringRight, std::int32_t count);
 
     /// The best form for this processor, or what the environment variable KELVANE_CPU names when
     /// the program is loaded: scalar, baseline, v3 or v4. Null is scalar, the stages' own code.

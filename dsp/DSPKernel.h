@@ -19,8 +19,13 @@ class DSPKernel {
     /// duration is in frames.
     virtual void startRamp(std::uint64_t address, float value, std::uint32_t duration) = 0;
 
-    /// One cycle. Events are a sorted list, null for none, with times inside the cycle: an earlier
-    /// one takes effect at once, a later one stretches its segment past the cycle's end.
+    /// One cycle. Events are a sorted list, null for none. One before the cycle takes effect at its
+    /// first frame, one at its end before the next cycle.
+    ///
+    /// Events behind the end are not allowed and not checked for: process() is called up to the
+    /// event's time, so it reads and writes behind the host's buffers, and delay line and ring move
+    /// on by as many frames too many. The count of remaining frames has then wrapped below 0, and
+    /// the next call asks for nearly 2^32 frames.
     void processWithEvents(const platform::AudioTimeStamp& timestamp, std::uint32_t frameCount,
                            const platform::AURenderEvent* events);
     void handleOneEvent(const platform::AURenderEvent* event);

@@ -43,22 +43,21 @@ void Latency::prepare(std::int32_t longest) {
 
 void Latency::write(const float* samples, std::int32_t count) {
     if (!samples || lSize == 0) return;
-    for (std::int32_t i = 0; i < count && isReady(precedingFrame_); ++i)
-        data[pos++] = precedingFrame_ = samples[i];
+    for (std::int32_t i = 0; i < count && isReady(samples, i); ++i) data[pos++] = samples[i];
+    endBlock(samples, count);
 }
 
 void Latency::exchange(float* samples, std::int32_t count) {
     if (!samples) return;
-    for (std::int32_t i = 0; i < count && isReady(precedingFrame_); ++i) {
+    for (std::int32_t i = 0; i < count && isReady(samples, i); ++i)
         std::swap(samples[i], data[pos++]);
-        precedingFrame_ = samples[i];
-    }
+    endBlock(samples, count);
 }
 
 void Latency::exchange(const float* in, float* out, std::int32_t count, float gain,
                        const ChainLoops& loops) {
     std::int32_t i = 0;
-    while (i < count && isReady(i > 0 ? out[i - 1] : precedingFrame_)) {
+    while (i < count && isReady(out, i)) {
         std::int32_t run = std::min(count - i, end() - pos);
         if (pos == 0 && end() < shortestRun && end() < count - i &&
             lSize == loadRelaxed(lNewSize)) {
@@ -71,6 +70,7 @@ void Latency::exchange(const float* in, float* out, std::int32_t count, float ga
         i += run;
     }
     if (i < count) copyScaled(in + i, out + i, count - i, gain, loops);
+    endBlock(out, count);
 }
 
 // A line of few frames from its start over a longer block: the line's frames come first, the block
@@ -98,9 +98,13 @@ std::int32_t Latency::end() const {
     return std::min(lSize, size);
 }
 
-bool Latency::isReady(float preceding) {
-    if (data && pos >= end()) wrap(preceding);
+bool Latency::isReady(const float* samples, std::int32_t i) {
+    if (data && pos >= end()) wrap(i > 0 ? samples[i - 1] : precedingFrame_);
     return data != nullptr;
+}
+
+void Latency::endBlock(const float* samples, std::int32_t count) {
+    if (count > 0) precedingFrame_ = samples[count - 1];
 }
 
 void Latency::wrap(float preceding) {

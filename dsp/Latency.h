@@ -21,17 +21,17 @@ class Latency final : public CircularBuffer {
     /// Delays the block in place by lSize frames.
     void exchange(float* samples, std::int32_t count) override;
     /// The same over runs: out = in x gain, delayed. in and out are the same block or apart.
-    /// setPrecedingFrame() is due before the next block.
     void exchange(const float* in, float* out, std::int32_t count, float gain,
                   const ChainLoops& loops);
     /// Requests a length in frames, at least 1.
     virtual void setLength(std::int32_t frames);
 
-    /// What stands before the next block where that is another frame than this line gave out last.
+    /// Sets the frame before the next block, for a caller that changed the last one after the line
+    /// put it out.
     void setPrecedingFrame(float frame) { precedingFrame_ = frame; }
 
-    /// Starts a new signal: there is no frame before it. Gets storage for lengths up to `longest`
-    /// frames, so that the render thread finds them ready. Not while rendering.
+    /// Starts a new signal, with a preceding frame of 0, and allocates storage for lengths up to
+    /// `longest` frames, so that the render thread need not. Not while rendering.
     void prepare(std::int32_t longest);
 
     std::int32_t lSize = 1024;     ///< length in force
@@ -39,12 +39,13 @@ class Latency final : public CircularBuffer {
 
  private:
     std::int32_t end() const;
-    bool isReady(float preceding);
+    bool isReady(const float* samples, std::int32_t i);
+    void endBlock(const float* samples, std::int32_t count);
     void wrap(float preceding);
     void shift(const float* in, float* out, std::int32_t count, float gain,
                const ChainLoops& loops);
 
-    float precedingFrame_ = 0;  // stands before the first frame of the next block
+    float precedingFrame_ = 0;  // before the next block: where a new length starts, it repeats
 };
 
 }  // namespace qov

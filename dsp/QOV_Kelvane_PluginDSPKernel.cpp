@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "dsp/ChainLoops.h"
+#include "dsp/plainFormulas.h"
 #include "dsp/relaxed.h"
 #include "dsp/saturate.h"
 #include "platform/audiotoolbox/AURenderEvent.h"
@@ -38,10 +39,10 @@ float* samples(const platform::AudioBufferList* list, std::int32_t channel, std:
     return static_cast<float*>(list->mBuffers[channel].mData) + offset;
 }
 
-bool areApart(const float* one, const float* other, std::uint32_t frames) {
+bool areApart(const float* one, const float* other, std::int32_t frames) {
     const auto a = reinterpret_cast<std::uintptr_t>(one);
     const auto b = reinterpret_cast<std::uintptr_t>(other);
-    return (a < b ? b - a : a - b) >= sizeof(float) * frames;
+    return (a < b ? b - a : a - b) >= sizeof(float) * static_cast<std::uint32_t>(frames);
 }
 
 // Half of it is exact: then a product with it in float is rounded once, just as in double.
@@ -72,10 +73,7 @@ void QOV_Kelvane_PluginDSPKernel::init(std::int32_t channelCount, double rate) {
 }
 
 void QOV_Kelvane_PluginDSPKernel::reset() {
-    if (!gate_.beginReset()) return;
-    do {
-        resetState();
-    } while (gate_.endReset());
+    gate_.reset([this] { resetState(); });
 }
 
 void QOV_Kelvane_PluginDSPKernel::forgetSignal() {
@@ -175,24 +173,40 @@ void QOV_Kelvane_PluginDSPKernel::handleMIDIEvent(const platform::AUMIDIEvent& m
         setParameter(*address, static_cast<float>(midiEvent.data[2]) / 127.0f);
 }
 
-// What the chain does in one segment; the stages' own objects hold the rest.
+// The memory of one segment; in and out of a channel may be the same.
+struct QOV_Kelvane_PluginDSPKernel::Block {
+    const float *inLeft, *inRight;
+    float *left, *right;
+    std::int32_t count;
+
+    // The fast form knows channels that are in place or apart, and in and out that are not crossed.
+    bool isOrdinary() const {
+        return areApart(left, right, count) && isSameOrApart(inLeft, left) &&
+               isSameOrApart(inRight, right) && areApart(inLeft, right, count) &&
+               areApart(inRight, left, count);
+    }
+
+ private:
+    bool isSameOrApart(const float* in, const float* out) const {
+        return in == out || areApart(in, out, count);
+    }
+};
+
+// What the chain does in one segment: each parameter read once, smoothed where it is.
 struct QOV_Kelvane_PluginDSPKernel::Segment {
     float gain;
-    bool inverted, swapped, recovered, mono;
+    bool inverted, swapped;
+    ShapeStages stages;
+    float amount, width, pan;  // of recover mono, -1..+1 and -1..+1
 };
 
 void QOV_Kelvane_PluginDSPKernel::process(std::uint32_t frameCount, std::uint32_t bufferOffset) {
     if (channels < 1) return;
-    if (loadRelaxed(fBypass) == 1.0f || channels != 2 || !gate_.beginSegment()) {
+    const bool isProcessed = loadRelaxed(fBypass) != 1.0f && channels == 2;
+    if (!isProcessed ||
+        !gate_.render([&] { renderSegment(frameCount, bufferOffset); }, [this] { resetState(); }))
         copyThrough(frameCount, bufferOffset);
-    } else {
-        renderSegment(frameCount, bufferOffset);
-        if (gate_.endSegment()) do {
-                resetState();
-            } while (gate_.endReset());
-    }
-    // The delay line works in the output: before the next segment there stands what has just gone
-    // out, not what left the line.
+    // The delay line works in the output: what went out last stands before the next segment.
     if (frameCount > 0)
         latency.setPrecedingFrame(samples(outBufferListPtr, 0, bufferOffset)[frameCount - 1]);
 }
@@ -208,39 +222,36 @@ void QOV_Kelvane_PluginDSPKernel::copyThrough(std::uint32_t frameCount,
 
 void QOV_Kelvane_PluginDSPKernel::renderSegment(std::uint32_t frameCount,
                                                 std::uint32_t bufferOffset) {
-    const auto count = static_cast<std::int32_t>(frameCount);
-    const float* inLeft = samples(inBufferListPtr, 0, bufferOffset);
-    const float* inRight = samples(inBufferListPtr, 1, bufferOffset);
-    float* left = samples(outBufferListPtr, 0, bufferOffset);
-    float* right = samples(outBufferListPtr, 1, bufferOffset);
+    const Block block{
+        samples(inBufferListPtr, 0, bufferOffset), samples(inBufferListPtr, 1, bufferOffset),
+        samples(outBufferListPtr, 0, bufferOffset), samples(outBufferListPtr, 1, bufferOffset),
+        static_cast<std::int32_t>(frameCount)};
     const Segment segment = nextSegment();
     const ChainLoops* loops = ChainLoops::current();
-    const bool ordinary = areApart(left, right, frameCount) &&
-                          (inLeft == left || areApart(inLeft, left, frameCount)) &&
-                          (inRight == right || areApart(inRight, right, frameCount)) &&
-                          areApart(inLeft, right, frameCount) &&
-                          areApart(inRight, left, frameCount);
-    // Its own callback leaves the ring as it is; another one may do as it likes.
-    const bool ringStays = circular.onBuffer == onCaptureFull;
-    if (loops && ordinary && circular.isReady() && ringStays && canHalve(kelvane.fAmount)) {
-        renderFused(segment, *loops, inLeft, inRight, left, right, count);
+    if (loops && canFuse(segment, block)) {
+        renderFused(segment, *loops, block);
     } else {
         copyThrough(frameCount, bufferOffset);
-        renderPlain(segment, left, right, count);
+        renderPlain(segment, block);
     }
 }
 
-// Reads each parameter once and moves the smoothed ones on by a step.
+// Whether the fast form gives the plain one's bits: ordinary memory, a ring that its callback
+// leaves as it is (a callback of somebody else's may do anything), and half an amount that float
+// holds.
+bool QOV_Kelvane_PluginDSPKernel::canFuse(const Segment& segment, const Block& block) const {
+    return block.isOrdinary() && circular.isReady() && circular.onBuffer == onCaptureFull &&
+           canHalve(segment.amount);
+}
+
+// Reads each parameter once and moves the smoothed ones on by a step. The stages' objects hold what
+// they apply.
 QOV_Kelvane_PluginDSPKernel::Segment QOV_Kelvane_PluginDSPKernel::nextSegment() {
-    Segment segment;
     volumeInterpolator.setTarget(loadRelaxed(fVolume));
-    segment.gain = volumeInterpolator.tick();
-    segment.inverted = loadRelaxed(fInvert) > 0;
-    segment.swapped = loadRelaxed(fSwap) > 0;
-    segment.recovered = loadRelaxed(fRecoverMono) > 0;
-    segment.mono = loadRelaxed(fTestMono) > 0;
+    const float gain = volumeInterpolator.tick();
+    const bool recovered = loadRelaxed(fRecoverMono) > 0;
     const float width = loadRelaxed(fStereoWidth);
-    if (segment.recovered) kelvane.fAmount = -width;
+    if (recovered) kelvane.fAmount = -width;
     stereowidthInterpolator.setTarget(bipolar(width));
     stereo.fAdjust = std::clamp(stereowidthInterpolator.tick(), -1.0f, 1.0f);
     panpotInterpolator.setTarget(bipolar(loadRelaxed(fPanpot)));
@@ -248,12 +259,20 @@ QOV_Kelvane_PluginDSPKernel::Segment QOV_Kelvane_PluginDSPKernel::nextSegment() 
     panpot.lSmoothed = 0;
     if (pan >= -1.0f && pan <= 1.0f)
         panpot.fPan = panpot.interp.destinationValue = panpot.interp.currentValue = pan;
-    return segment;
+    return {gain,
+            loadRelaxed(fInvert) > 0,
+            loadRelaxed(fSwap) > 0,
+            {recovered, ShapeStages::sideOf(stereo.fAdjust), ShapeStages::sideOf(panpot.fPan),
+             loadRelaxed(fTestMono) > 0},
+            kelvane.fAmount,
+            stereo.fAdjust,
+            panpot.fPan};
 }
 
 // The chain stage by stage and frame by frame: the truth for every faster form.
-void QOV_Kelvane_PluginDSPKernel::renderPlain(const Segment& segment, float* left, float* right,
-                                              std::int32_t count) {
+void QOV_Kelvane_PluginDSPKernel::renderPlain(const Segment& segment, const Block& block) {
+    float *const left = block.left, *const right = block.right;
+    const std::int32_t count = block.count;
     if (segment.gain != 1.0f) {
         for (std::int32_t i = 0; i < count; ++i) {
             left[i] *= segment.gain;
@@ -265,19 +284,19 @@ void QOV_Kelvane_PluginDSPKernel::renderPlain(const Segment& segment, float* lef
         for (std::int32_t i = 0; i < count; ++i) left[i] = -left[i];
     if (segment.swapped)
         for (std::int32_t i = 0; i < count; ++i) std::swap(left[i], right[i]);
-    if (segment.recovered) kelvane.process(left, right, count);
+    if (segment.stages.recover) kelvane.process(left, right, count);
     stereo.process(left, right, count);
     panpot.process(left, right, count);
-    if (segment.mono)
-        for (std::int32_t i = 0; i < count; ++i) left[i] = right[i] = (left[i] + right[i]) * 0.5f;
+    if (segment.stages.mono)
+        for (std::int32_t i = 0; i < count; ++i) PlainFormulas::toMono(left[i], right[i]);
     circular.exchange(left, right, count);
 }
 
 // The same bits in two passes: into the out blocks through gain and delay, then through all other
 // stages into the ring.
 void QOV_Kelvane_PluginDSPKernel::renderFused(const Segment& segment, const ChainLoops& loops,
-                                              const float* inLeft, const float* inRight,
-                                              float* left, float* right, std::int32_t count) {
+                                              const Block& block) {
+    const auto [inLeft, inRight, left, right, count] = block;
     latency.exchange(inLeft, left, count, segment.gain, loops);
     const float* fromLeft = left;
     const float* fromRight = inRight;
@@ -285,15 +304,13 @@ void QOV_Kelvane_PluginDSPKernel::renderFused(const Segment& segment, const Chai
         loops.scale(inRight, right, count, segment.gain);
         fromRight = right;
     }
-    Shape shape{segment.inverted ? signBit : 0, 0, kelvane.fAmount * 0.5f, stereo.fAdjust,
-                panpot.fPan};
+    Shape shape{segment.inverted ? signBit : 0, 0, segment.amount * 0.5f, segment.width,
+                segment.pan};
     if (segment.swapped) {
         std::swap(fromLeft, fromRight);
         std::swap(shape.leftSign, shape.rightSign);
     }
-    const auto shapeRun =
-        loops
-            .shape[ChainLoops::shapeIndex(segment.recovered, shape.width, shape.pan, segment.mono)];
+    const auto shapeRun = loops.shape[segment.stages.index()];
     for (std::int32_t i = 0; i < count;) {
         if (circular.pos >= circular.size) {
             circular.wrap();

@@ -37,12 +37,13 @@ class QOV_Kelvane_PluginDSPKernel final : public DSPKernel {
     /// one frame until kPhaseShift is set again. Formats with other than two channels are copied
     /// through.
     void init(std::int32_t channelCount, double rate);
-    /// Ramps, delay line and snapshot back to their start; parameters and the ring stay.
+    /// Resets ramps, delay line and snapshot; parameters and the ring stay. During a segment the
+    /// reset is left to the render thread, which performs it at the segment's end (RenderGate).
     void reset();
-    /// reset(), and silence in the ring and before the next frame. Render thread.
+    /// reset(), and zeroes the ring and the preceding frame. Render thread.
     void forgetSignal();
 
-    /// Switches (addresses 3 to 7) store 1 above 0.5, else 0. Switching bypass on resets.
+    /// Switches (addresses 3 to 7) store 1 above 0.5, else 0. Switching bypass on calls reset().
     /// Unknown addresses change nothing and read as 0.
     void setParameter(std::uint64_t address, float value);
     float getParameter(std::uint64_t address) const;
@@ -88,15 +89,16 @@ class QOV_Kelvane_PluginDSPKernel final : public DSPKernel {
     bool isNewBufferAvailable = false;  ///< shared; the ring went round since a reader cleared it
 
  private:
+    struct Block;
     struct Segment;
     static void onCaptureFull(void* callee);
     void resetState();
     void copyThrough(std::uint32_t frameCount, std::uint32_t bufferOffset);
     void renderSegment(std::uint32_t frameCount, std::uint32_t bufferOffset);
     Segment nextSegment();
-    void renderPlain(const Segment& segment, float* left, float* right, std::int32_t count);
-    void renderFused(const Segment& segment, const ChainLoops& loops, const float* inLeft,
-                     const float* inRight, float* left, float* right, std::int32_t count);
+    bool canFuse(const Segment& segment, const Block& block) const;
+    void renderPlain(const Segment& segment, const Block& block);
+    void renderFused(const Segment& segment, const ChainLoops& loops, const Block& block);
 
     RenderGate gate_;
 };

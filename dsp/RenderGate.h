@@ -5,23 +5,51 @@
 
 namespace qov {
 
-/// Keeps a reset from another thread out of a segment that is being rendered, without anyone
-/// waiting: a reset that comes in mid-segment is left to the thread that is inside.
+/// Keeps a reset by one thread and a segment that another one renders apart; neither ever waits. A
+/// reset that is asked for during a segment, or during another reset, is left to the thread that is
+/// inside: it performs it when it comes out. So nothing is lost, the asking thread returns at once,
+/// and the rest of that segment still sounds as before the reset.
 class RenderGate {
  public:
-    /// False: another thread is resetting; the segment has to do without the kernel's state.
-    bool beginSegment();
-    /// True: a reset was asked for meanwhile; the caller performs it, then calls endReset().
-    bool endSegment();
+    /// Calls render(), then reset() if one was asked for meanwhile. False, with nothing called,
+    /// while another thread resets: the segment has to do without the guarded state.
+    template <class Render, class Reset>
+    bool render(Render&& render, Reset&& reset) {
+        std::uint32_t state = idle;
+        if (!state_.compare_exchange_strong(state, rendering, std::memory_order_acquire,
+                                            std::memory_order_relaxed))
+            return false;
+        render();
+        if (!leave(rendering)) resetUntilIdle(reset);
+        return true;
+    }
 
-    /// True: the caller performs the reset, then calls endReset(). False: whoever is inside will.
-    bool beginReset();
-    /// True: another was asked for meanwhile; the caller performs it, then calls endReset() again.
-    bool endReset();
+    /// Calls reset(), or leaves that to the thread inside.
+    template <class Reset>
+    void reset(Reset&& reset) {
+        std::uint32_t state = idle;
+        while (!state_.compare_exchange_weak(state, state == idle ? resetting : state | asked,
+                                             std::memory_order_acq_rel)) {
+        }
+        if (state == idle) resetUntilIdle(reset);
+    }
 
  private:
     enum : std::uint32_t { idle = 0, rendering = 1, resetting = 2, asked = 4 };
-    bool leave(std::uint32_t from);
+
+    template <class Reset>
+    void resetUntilIdle(Reset&& reset) {
+        do {
+            reset();
+        } while (!leave(resetting));
+    }
+
+    /// To idle; or, where a reset was asked for, false: then the state is `resetting`.
+    bool leave(std::uint32_t from) {
+        if (state_.compare_exchange_strong(from, idle, std::memory_order_acq_rel)) return true;
+        state_.store(resetting, std::memory_order_relaxed);  // only `asked` can have come in
+        return false;
+    }
 
     std::atomic<std::uint32_t> state_{idle};
 };

@@ -4,10 +4,10 @@
 
 namespace qov {
 
-/// Zeroed storage of so many floats, 16-byte aligned; null when there is none to be had.
+/// Zeroed storage for `frames` floats, 16-byte aligned; null below 1 and when memory runs out.
 float* allocateSamples(std::int32_t frames);
 
-/// Gives it back; null does nothing.
+/// Frees what allocateSamples() returned; null is a no-op.
 void freeSamples(float* samples);
 
 }  // namespace qov

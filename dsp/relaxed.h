@@ -1,20 +1,23 @@
 #pragma once
 
-#include <atomic>
-
 namespace qov {
 
-/// A plain field that several threads share: one word, read and written whole, in no order with
-/// others. In machine code these are the plain load and the plain store.
+// A plain field that several threads share: one word, read and written whole, in no order with
+// others. In machine code these are the plain load and the plain store. By the compilers' own
+// functions, as not every standard library has std::atomic_ref.
+
+/// Reads a shared field. Any thread.
 template <class Word>
 Word loadRelaxed(const Word& word) {
-    return std::atomic_ref<Word>(const_cast<Word&>(word)).load(std::memory_order_relaxed);
+    Word value;
+    __atomic_load(&word, &value, __ATOMIC_RELAXED);
+    return value;
 }
 
-/// The same for writing.
+/// Writes a shared field. Any thread.
 template <class Word>
 void storeRelaxed(Word& word, Word value) {
-    std::atomic_ref<Word>(word).store(value, std::memory_order_relaxed);
+    __atomic_store(&word, &value, __ATOMIC_RELAXED);
 }
 
 }  // namespace qov

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "dsp/ChainLoops.h"
+#include "dsp/stageFormulas.h"
 
 // Frames of one index may share memory; frames of different indices never do.
 #ifdef __clang__
@@ -41,6 +42,13 @@ inline float fusedMultiplyAdd(float x, float y, float z) {
 }
 #endif
 
+struct Arithmetic {
+    static float fusedMultiplyAdd(float x, float y, float z) {
+        return QOV_VARIANT::fusedMultiplyAdd(x, y, z);
+    }
+};
+using Formulas = StageFormulas<Arithmetic>;
+
 inline float flipped(float value, std::uint32_t sign) {
     return __builtin_bit_cast(float, __builtin_bit_cast(std::uint32_t, value) ^ sign);
 }
@@ -68,46 +76,22 @@ void delay(const float* in, float* out, float* line, std::int32_t count, float g
     }
 }
 
-// index: ChainLoops::shapeIndex. The formulas are those of Kelvane, StereoProcessor and Panpot.
 template <int index>
 void shape(const Shape& shape, const float* left, const float* right, float* outLeft,
            float* outRight, float* ringLeft, float* ringRight, std::int32_t count) {
-    constexpr bool mono = index % 2;
-    constexpr int pan = index / 2 % 3, width = index / 6 % 3;
-    constexpr bool recover = index / 18;
-    const std::uint32_t leftSign = shape.leftSign, rightSign = shape.rightSign;
-    const float part = shape.recover, a = shape.width, p = shape.pan;
-    const float kept = a + 1.0f, minusA = -a, minusP = -p;
-    const float nearFactor = (pan == 1 ? p * -0.4f : p * 0.4f) + 1.0f;
-    const float farFactor = pan == 1 ? 1.0f - p : p + 1.0f;
+    constexpr ShapeStages stages = ShapeStages::at(index);
+    static_assert(stages.index() == index);
+    const auto [leftSign, rightSign, recover, width, pan] = shape;
     QOV_INDEPENDENT_FRAMES
     for (std::int32_t i = 0; i < count; ++i) {
         float l = flipped(left[i], leftSign);
         float r = flipped(right[i], rightSign);
-        if constexpr (recover) {
-            const float shift = (l - r) * part;
-            l += shift;
-            r += shift;
-        }
-        if constexpr (width == 1) {
-            const float side = (l - r) * 0.5f;
-            l = fusedMultiplyAdd(side, a, l);
-            r = fusedMultiplyAdd(-side, a, r);
-        }
-        if constexpr (width == 2) {
-            const float fromRight = ((l + r) - (l - r)) * 0.5f * minusA;
-            l = fusedMultiplyAdd(l, kept, fromRight);
-            r = fusedMultiplyAdd(r, kept, fromRight);
-        }
-        if constexpr (pan == 1) {
-            r = nearFactor * (l * p + r);
-            l = farFactor * l;
-        }
-        if constexpr (pan == 2) {
-            l = nearFactor * (r * minusP + l);
-            r = farFactor * r;
-        }
-        if constexpr (mono) l = r = (l + r) * 0.5f;
+        if constexpr (stages.recover) Formulas::recover(l, r, recover);
+        if constexpr (stages.width == ShapeStages::above) Formulas::widen(l, r, width);
+        if constexpr (stages.width == ShapeStages::below) Formulas::narrow(l, r, width);
+        if constexpr (stages.pan == ShapeStages::above) Formulas::panRight(l, r, pan);
+        if constexpr (stages.pan == ShapeStages::below) Formulas::panLeft(l, r, pan);
+        if constexpr (stages.mono) Formulas::toMono(l, r);
         const float lateLeft = ringLeft[i], lateRight = ringRight[i];
         ringLeft[i] = l;
         ringRight[i] = r;
@@ -124,6 +108,6 @@ constexpr ChainLoops allLoops(std::integer_sequence<int, index...>) {
 }  // namespace
 
 extern const ChainLoops loops;
-constexpr ChainLoops loops = allLoops(std::make_integer_sequence<int, 36>());
+constexpr ChainLoops loops = allLoops(std::make_integer_sequence<int, ShapeStages::count>());
 
 }  // namespace qov::QOV_VARIANT

@@ -13,20 +13,27 @@ namespace {
 using namespace qov;
 using namespace qov::test;
 
-TEST(Gate, LeavesAResetToWhoeverIsInside) {
+TEST(Gate, LeavesAResetToTheThreadThatIsInside) {
     RenderGate gate;
-    ASSERT_TRUE(gate.beginSegment());
-    EXPECT_FALSE(gate.beginReset()) << "not in mid-segment";
-    EXPECT_FALSE(gate.beginReset());
-    EXPECT_TRUE(gate.endSegment()) << "two requests, one reset at the segment's end";
-    EXPECT_FALSE(gate.beginSegment()) << "no segment while it is at work";
-    EXPECT_FALSE(gate.beginReset());
-    EXPECT_TRUE(gate.endReset()) << "asked for meanwhile";
-    EXPECT_FALSE(gate.endReset());
-    EXPECT_TRUE(gate.beginReset()) << "at once when nobody is inside";
-    EXPECT_FALSE(gate.endReset());
-    EXPECT_TRUE(gate.beginSegment());
-    EXPECT_FALSE(gate.endSegment());
+    std::string calls;
+    const auto ask = [&] { gate.reset([&] { calls += "never"; }); };
+    int resets = 0;
+    const auto reset = [&] {
+        calls += "reset ";
+        EXPECT_FALSE(gate.render([] {}, [] {})) << "no segment during a reset";
+        if (++resets < 3) ask();
+    };
+    EXPECT_TRUE(gate.render(
+        [&] {
+            ask();
+            ask();
+            calls += "rendered ";
+        },
+        reset));
+    EXPECT_EQ(calls, "rendered reset reset reset ") << "again when asked during a reset";
+    gate.reset(reset);
+    EXPECT_TRUE(gate.render([&] { calls += "rendered"; }, reset));
+    EXPECT_EQ(calls, "rendered reset reset reset reset rendered");
 }
 
 // The capture callback stands in for another thread that comes in mid-segment.
