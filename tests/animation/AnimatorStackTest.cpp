@@ -1,8 +1,5 @@
 #include "animation/AnimatorStack.h"
 
-#include "animation/AnimationSequencer.h"
-#include "animation/AnimatorChain.h"
-#include "animation/Impulse.h"
 #include "tests/animation/RecordingLoop.h"
 
 namespace {
@@ -101,17 +98,6 @@ TEST_F(AnimatorStacks, finishTheTickOverItsSnapshotWhenACallbackResetsOrAdds) {
     EXPECT_EQ(log.back(), "late 0");
 }
 
-TEST_F(AnimatorStacks, startedTwiceTickTwice) {
-    add(armed("a", 0, 8, 8));
-    stack->start();
-    stack->start();
-    loop->advance(0.0101);
-    EXPECT_EQ(animators[0]->getValue(), 4);
-    stack->stop();
-    EXPECT_TRUE(loop->nextDeadline()) << "the first timer fires on";
-    EXPECT_FALSE(animators[0]->isFinished());
-}
-
 TEST_F(AnimatorStacks, areHeldByTheirTimerUntilItEnds) {
     const std::weak_ptr<AnimatorStack> weak = stack;
     stack->start();
@@ -126,19 +112,6 @@ TEST_F(AnimatorStacks, cannotRemoveWhatACallbackHasTakenAway) {
     add(armed("a", 0, 2, 0));
     stack->onAnimation = [](AnimatorStack& s, Animator&) { s.reset(); };
     EXPECT_DEATH(stack->animate(), "finished animator is not in the list");
-}
-
-TEST(AnimationRecords, startWithTheirDefaults) {
-    const auto chain = qov::AnimatorChain::init();
-    EXPECT_EQ(std::tuple(chain->_direction, chain->interval), std::tuple(1, 0.005f));
-    EXPECT_FALSE(chain->async || chain->_timer || chain->onAnimation || chain->onFinished);
-    const auto sequencer = qov::AnimationSequencer::init();
-    EXPECT_EQ(sequencer->interval, 0.005f);
-    EXPECT_FALSE(sequencer->_suspended || sequencer->_timer || sequencer->onFinished);
-    const auto impulse = qov::Impulse::init();
-    EXPECT_EQ(std::tuple(impulse->_frames, impulse->_intensity, impulse->_threshold,
-                         impulse->_interval, impulse->_minVal, impulse->_maxVal),
-              std::tuple(-1, 0.75f, 0.001f, 0.009f, -1024, 1024));
 }
 
 }  // namespace
