@@ -13,7 +13,7 @@ namespace qov {
 
 class Animator;
 
-/// The state of animators placed on a common line of frames. A record: whoever sequences owns the
+/// The state of animators placed on a common line of frames. A record: the sequencing code owns the
 /// behaviour.
 class AnimationSequencer {
  public:

@@ -73,7 +73,7 @@ class Animator : public std::enable_shared_from_this<Animator> {
     /// Seconds between two frames from the next start() on; a running timer keeps its period.
     void setInterval(float interval);
 
-    /// stop(), then lets go of the curve and the callbacks, so that nothing but outside owners (and
+    /// stop(), then releases the curve and the callbacks, so that nothing but outside owners (and
     /// timers that a second start() left behind) holds the animator. setup() makes it usable again.
     void dispose();
 

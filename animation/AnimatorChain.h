@@ -13,7 +13,7 @@ namespace qov {
 
 class Animator;
 
-/// The state of animators that run one after the other. A record: whoever chains owns the
+/// The state of animators that run one after the other. A record: the chaining code owns the
 /// behaviour.
 class AnimatorChain {
  public:

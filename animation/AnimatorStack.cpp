@@ -45,7 +45,7 @@ void AnimatorStack::reset() {
 }
 
 bool AnimatorStack::animate() {
-    const auto self = shared_from_this();  // a callback may let go of it
+    const auto self = shared_from_this();  // a callback may release it
     const auto snapshot = _animators;
     bool animated = false;
     for (const auto& animator : snapshot) animated |= takeFrame(animator);

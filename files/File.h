@@ -30,7 +30,7 @@ class File : public FileBase, public std::enable_shared_from_this<File> {
     /// For a view: the file system's number once the attributes are read.
     platform::Number uid{-1};
 
-    /// The enclosing folder. Held weakly: a folder owns its children, so a tree that is let go
+    /// The enclosing folder. Held weakly: a folder owns its children, so a released tree
     /// frees itself, and what is kept of it longer has no parent any more.
     std::shared_ptr<File> parent() const { return parent_.lock(); }
     void setParent(const std::shared_ptr<File>& parent) { parent_ = parent; }

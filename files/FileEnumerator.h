@@ -13,12 +13,13 @@ class FileManager;
 namespace qov {
 
 /// Fills a tree from a directory. As the delegate of its file manager it allows every copy, move,
-/// link and removal, and goes on after no error: the answers of the protocol itself.
+/// link and removal, and never proceeds after an error.
 ///
-/// Enumerating DELETES: whatever has "__MACOSX" or ".DS_Store" anywhere in its path below the
-/// directory is what unpacked archives leave behind, and is removed with everything in it, through
-/// defaultFileManager. A caller that must not delete puts a file manager there whose delegate
-/// declines; the entries then are left out of the tree, and what lies in them is offered, too.
+/// Enumerating DELETES: an item with "__MACOSX" or ".DS_Store" anywhere in its path below the
+/// directory is litter from unpacked archives and is removed with its contents through
+/// defaultFileManager. A caller that must not delete installs a file manager whose delegate
+/// declines; litter then stays on disk but out of the tree, and the delegate is asked about each
+/// entry in it, too.
 class FileEnumerator : public platform::FileManagerDelegate {
  public:
     FileEnumerator();

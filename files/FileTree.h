@@ -21,8 +21,8 @@ inline constexpr std::string_view workingSetContainerItemIdentifier =
 /// were found, later the page that is visible. Any other identifier than those above is the decimal
 /// file system number of an entry.
 ///
-/// Owns its entries: parents are weak, so letting go of the tree frees all that nobody else holds.
-/// Not synchronised: one thread at a time.
+/// Owns its entries: parents are weak, so releasing the tree frees every entry without another
+/// owner. Not synchronised: one thread at a time.
 class FileTree {
  public:
     std::string basePath;
@@ -47,11 +47,11 @@ class FileTree {
     /// Of everything below the root, not the root's own flag.
     void setExpanded(bool value);
     /// Collapses all, then shows one folder with its children. filelist stays empty, with a warning
-    /// on the console, if the identifier is a plain file's or nobody's. Without a root: nothing,
+    /// on the console, if the identifier is a plain file's or unknown. Without a root: nothing,
     /// and filelist stays as it was.
     void makeExpandedPage(const std::string& identifier);
     /// The same, and expands the folders above it; the page is made before that. Without a root the
-    /// filelist is emptied, and the console told, as if nothing were below it.
+    /// filelist is emptied, and a line printed, as if nothing were below it.
     void makeExpandedPath(const std::string& identifier);
     /// The root only by its container's identifier, not by its number.
     std::shared_ptr<File> findFileWithUID(const std::string& uid);

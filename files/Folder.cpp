@@ -9,7 +9,7 @@
 namespace qov {
 
 Folder::~Folder() {
-    // A folder that nobody else holds hands its children over before it goes.
+    // A folder without another owner moves its children out before it is destroyed.
     FileList leaving = std::move(children);
     while (!leaving.empty()) {
         const auto entry = std::move(leaving.back());

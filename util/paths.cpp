@@ -18,7 +18,7 @@ platform::URL userDocuments() {
     return urls.front();
 }
 
-// The lines name the editor's controller: whoever reads the logs looks for these words.
+// The lines name the editor's controller: log readers search for these words.
 void report(const char* folder, const std::optional<platform::URL>& url) {
     const std::string name = std::string("Audio Unit's ") + folder + " path is";
     safeprint(url ? "AudioUnitViewController::getPaths() : " + name + ": " + url->path()

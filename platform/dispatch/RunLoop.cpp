@@ -71,7 +71,7 @@ struct RunLoop::State {
     Nanoseconds testTime = 0;
     bool onTestClock = false;
 
-    int poller = -1;  // epoll of the wake-up and all descriptors; -1 until somebody waits
+    int poller = -1;  // epoll of the wake-up and all descriptors; -1 until the first wait
     int wakeUp = -1;  // eventfd, readable while signalled
     bool signalled = false;
 
@@ -248,7 +248,7 @@ bool RunLoop::pump() {
         std::atomic<bool>& turning;
         ~Turn() { turning.store(false, std::memory_order_release); }
     };
-    const auto self = shared_from_this();  // a block may let go of the last other owner
+    const auto self = shared_from_this();  // a block may release the last other owner
     const Turn turn{state_->turning};
     const MakeCurrent makeCurrent(self);
 

@@ -17,10 +17,10 @@ namespace platform {
 /// Which loop is the main one. There is no single main queue for a process that holds several
 /// plug-in instances: "main" is the loop that is current on the calling thread, and a thread that
 /// has none uses main(), the process's own. A host makes an instance's loop current around every
-/// call into the instance, a loop makes itself current while it runs blocks, and whoever keeps a
-/// block to call it on a foreign thread (a parameter observer, a fetch) remembers the loop that was
-/// current when it got the block and makes it current around the call. Work therefore always comes
-/// back to the instance it belongs to, and goes with it: end() drops all of it.
+/// call into the instance, a loop makes itself current while it runs blocks, and code that keeps a
+/// block to call it on another thread (a parameter observer, a fetch) keeps the loop that was
+/// current when it received the block and makes it current around the call. Work therefore always
+/// returns to its own instance and ends with it: end() drops all of it.
 ///
 /// Memory. Nothing is merged or dropped while the loop lives: the queue holds what was submitted
 /// since the last turn, so its size is bounded by the rate of submission times the longest pause
@@ -28,7 +28,7 @@ namespace platform {
 ///
 /// Threads. Every operation may be called on any thread; blocks run only on the thread that turns
 /// the loop, one at a time, outside any lock. A turn that is asked for while one is under way (from
-/// a block, or on a second thread) returns at once. Real-time threads stay away: submission locks.
+/// a block, or on a second thread) returns at once. Not for real-time threads: submission locks.
 class RunLoop : public std::enable_shared_from_this<RunLoop> {
  public:
     using Block = std::function<void()>;
@@ -41,7 +41,7 @@ class RunLoop : public std::enable_shared_from_this<RunLoop> {
     static std::shared_ptr<RunLoop> createForTest();
     /// The process's own loop; it is never destroyed.
     static RunLoop& main();
-    /// The calling thread's innermost MakeCurrent; main() where there is none.
+    /// The calling thread's innermost MakeCurrent; main() without one.
     static RunLoop& current();
 
     /// Makes a loop the calling thread's current one for a scope. Scopes nest.
@@ -90,7 +90,7 @@ class RunLoop : public std::enable_shared_from_this<RunLoop> {
 
     /// One turn: the blocks of readable descriptors, due timers by deadline, then the queue with
     /// what its blocks queue in turn (to a depth of kHops, so that blocks which queue themselves
-    /// for ever cannot hold the thread), then the observers. True if any block but theirs ran.
+    /// endlessly cannot block the thread), then the observers. True if any block but theirs ran.
     bool pump();
     static constexpr int kHops = 4;
 
@@ -101,7 +101,7 @@ class RunLoop : public std::enable_shared_from_this<RunLoop> {
     /// Ends run() after the turn under way, or before its first.
     void stop();
 
-    /// Lets go of every timer, block, descriptor and observer, for good. What is submitted later is
+    /// Releases every timer, block, descriptor and observer, for good. What is submitted later is
     /// dropped. A block that is running finishes. Destruction does the same.
     void end();
     bool hasEnded() const;

@@ -20,7 +20,7 @@ class Timer {
     /// one late tick. The block runs on the thread that turns the loop.
     static std::shared_ptr<Timer> scheduledTimer(double interval, bool repeats, Block block);
 
-    /// Stops it for good and lets go of its block. May be called from the block. Idempotent.
+    /// Stops it permanently and releases its block. May be called from the block. Idempotent.
     void invalidate();
     bool isValid() const;
     /// Seconds between ticks; 0 for a timer that does not repeat.

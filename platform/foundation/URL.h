@@ -23,7 +23,7 @@ class URL {
     /// As written; empty for a relative reference.
     const std::string& scheme() const { return scheme_; }
     bool isFileURL() const;
-    /// Without brackets, user and port; empty if there is none.
+    /// Without brackets, user and port; empty without a host.
     const std::string& host() const { return host_; }
     std::optional<int> port() const { return port_; }
     /// Percent-decoded and without a slash at its end ("/" stays); empty if it holds a NUL.

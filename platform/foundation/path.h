@@ -12,11 +12,11 @@ std::string lastPathComponent(std::string_view path);
 /// "/tmp/a.wav" -> "/tmp", "/tmp/a/" -> "/tmp", "/tmp" -> "/", "/" -> "/", "a.wav" -> "", "" -> "".
 std::string deletingLastPathComponent(std::string_view path);
 
-/// What follows the last dot of the last component, without the dot; empty when there is none, or
-/// nothing before it (".profile") or after it ("a."). "/tmp/a..wav" -> "wav".
+/// What follows the last dot of the last component, without the dot; empty without a dot
+/// and where the dot is first (".profile") or last ("a."). "/tmp/a..wav" -> "wav".
 std::string pathExtension(std::string_view path);
 
-/// How many components there are, a separator at the start or the end being one: "tmp/a" -> 2,
+/// The number of components, a separator at the start or the end being one: "tmp/a" -> 2,
 /// "/tmp/a" -> 3, "tmp/a/" -> 3, "" -> 0. Repeated separators count as one.
 long pathComponentCount(std::string_view path);
 

@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-/// A port of 127.0.0.1 that is this process's while it lives, and on which nobody listens.
+/// A port of 127.0.0.1 that this process holds and on which nothing listens.
 class LoopbackPort {
  public:
     LoopbackPort() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {

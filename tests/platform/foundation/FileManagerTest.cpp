@@ -164,7 +164,7 @@ TEST_F(FileManagerTest, CreatesFoldersWithThoseAboveThem) {
     EXPECT_EQ(error.code(), NSFileWriteUnknownError);
 }
 
-/// Declines what is named so, goes on after an error if told to, and keeps account.
+/// Declines paths with one ending, proceeds after errors on demand, and records both.
 class Guard : public FileManagerDelegate {
  public:
     using FileManagerDelegate::shouldProceedAfterErrorRemovingItem;

@@ -11,9 +11,9 @@ TEST(NSErrorTest, TextsReadAsOnThePlatform) {
     EXPECT_EQ(status.localizedDescription(),
               "The operation couldn’t be completed. (OSStatus error -10875.)");
     EXPECT_EQ(status.description(), "Error Domain=NSOSStatusErrorDomain Code=-10875 \"(null)\"");
-    const NSError told("D", 13, "Denied");
-    EXPECT_EQ(told.localizedDescription(), "Denied");
-    EXPECT_EQ(told.description(), "Error Domain=D Code=13 \"Denied\"");
+    const NSError described("D", 13, "Denied");
+    EXPECT_EQ(described.localizedDescription(), "Denied");
+    EXPECT_EQ(described.description(), "Error Domain=D Code=13 \"Denied\"");
     EXPECT_EQ(NSError("D", 7).localizedDescription(),
               "The operation couldn’t be completed. (D error 7.)");
     EXPECT_FALSE(NSError());
