@@ -6,17 +6,22 @@
 
 namespace qov {
 
-/// Smooths a parameter: each new target is reached in sixteen equal steps, one a tick.
-struct Interpolator : Interpolator2 {
-    /// Starts a ramp from where the value stands; a target within 1e-6 is taken at once.
-    void setTarget(float value);
-    float tick();
-    /// At rest at a value, as after construction.
-    void rest(float value);
+struct Interpolator;
 
-    /// Called when a ramp reaches its destination.
+/// Called when a ramp reaches its destination; null for no call.
+struct InterpolatorEvent {
     void (*event)(void* callee, Interpolator* interpolator, std::int32_t) = nullptr;
     void* callee = nullptr;
+};
+
+/// Smooths a parameter: each new target is reached in sixteen equal steps, one a tick.
+/// The event comes first in the declared order of the fields, the ramp after it.
+struct Interpolator : InterpolatorEvent, Interpolator2 {
+    /// Starts a ramp from the current value; a target within 1e-6 is taken at once.
+    void setTarget(float value);
+    float tick();
+    /// Sets the value without a ramp, as after construction.
+    void rest(float value);
 };
 
 }  // namespace qov

@@ -4,10 +4,10 @@
 
 namespace qov {
 
-/// A value on a straight way to its destination, one step a tick.
+/// A value on a linear ramp to its destination, one step a tick.
 struct Interpolator2 {
     float tick();
-    /// The same; true where it came to its destination.
+    /// The same; true on the tick that reaches the destination.
     bool advance();
 
     float destinationValue = 0;

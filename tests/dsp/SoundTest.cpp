@@ -114,8 +114,9 @@ TEST(Sound, SmoothingTakesSixteenCyclesInEqualStepsAndLandsOnTheTarget) {
     EXPECT_EQ(kernel.volumeInterpolator.increase, 0.0f);
 }
 
-TEST(Sound, InterpolatorsWaitTheirDelayAndTellOfTheirArrival) {
+TEST(Sound, InterpolatorsCountTheirDelayDownAndReportTheirArrival) {
     Interpolator ramp;
+    EXPECT_EQ(static_cast<void*>(&ramp), &ramp.event) << "the event is the first field";
     int arrivals = 0;
     ramp.callee = &arrivals;
     ramp.event = [](void* callee, Interpolator* self, std::int32_t zero) {
