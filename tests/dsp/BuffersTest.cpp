@@ -1,5 +1,6 @@
 // The buffers on their own: which request keeps, clears, grows or drops what, and how rings turn.
 
+#include <algorithm>
 #include <numeric>
 
 #include <gtest/gtest.h>
@@ -11,140 +12,129 @@ namespace {
 using namespace qov;
 using namespace qov::test;
 
-TEST(DynaBufferRules, AllocateAndReallocate) {
-    DynaBuffer buffer;
-    EXPECT_EQ(buffer.allocate(0), nullptr);
-    ASSERT_NE(buffer.allocate(8), nullptr);
-    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(buffer.data) % 16, 0u);
-    std::fill_n(buffer.data, 8, 1.0f);
-    buffer.allocate(3);
-    EXPECT_EQ(buffer.getSize(), 8) << "a smaller request changes nothing";
-    EXPECT_EQ(buffer.data[2], 1.0f);
-    buffer.reallocate(8);
-    EXPECT_EQ(buffer.data[7], 1.0f) << "reallocate keeps its own size";
-    buffer.resize(8);
-    EXPECT_EQ(buffer.data[7], 0.0f) << "allocate clears its own size";
-    buffer.data[0] = 1;
-    buffer.allocate(9);
-    EXPECT_EQ(Samples(buffer.data, buffer.data + 9), Samples(9)) << "larger is fresh";
-    buffer.data[0] = 1;
-    buffer.reallocate(2);
-    EXPECT_EQ(Samples(buffer.data, buffer.data + 2), Samples(2));
-    EXPECT_EQ(buffer.getSize(), 2);
-    buffer.allocate(-1);
-    EXPECT_EQ(buffer.getData(), nullptr);
-    EXPECT_EQ(buffer.getSize(), 0);
-    EXPECT_NE(buffer.allocate(1), nullptr);
+struct Request {
+    char operation;  // allocate, or for one channel reallocate
+    int frames, size;
+    char contents;  // kept, zeroed or none
+};
+
+template <class Buffer>
+void hold(Buffer& buffer, const std::vector<Request>& requests, auto channel) {
+    for (const auto& [operation, frames, size, contents] : requests) {
+        SCOPED_TRACE(std::string(1, operation) + std::to_string(frames));
+        if constexpr (std::is_same_v<Buffer, DynaBuffer>)
+            operation == 'r' ? buffer.reallocate(frames) : buffer.allocate(frames);
+        else
+            buffer.resize(frames);
+        EXPECT_EQ(buffer.getSize(), size);
+        float* const samples = channel();
+        ASSERT_EQ(samples == nullptr, contents == 'n');
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(samples) % 16, 0u);
+        for (int i = 0; i < size; ++i)
+            EXPECT_EQ(std::exchange(samples[i], 1.0f), contents == 'k' ? 1.0f : 0.0f) << i;
+    }
 }
 
-TEST(DynaBuffer2Rules, AllocateAndChannels) {
-    DynaBuffer2 buffer;
-    buffer.allocate(8);
-    EXPECT_EQ(buffer.getChannel(0), buffer.getData()[0]);
-    EXPECT_EQ(buffer.getChannel(1), buffer.getData()[1]);
-    for (const int index : {2, -1, INT32_MIN}) EXPECT_EQ(buffer.getChannel(index), nullptr);
-    std::fill_n(buffer.data[1], 8, 1.0f);
-    buffer.allocate(8);
-    EXPECT_EQ(buffer.data[1][0], 1.0f) << "its own size is not cleared";
-    buffer.allocate(3);
-    EXPECT_EQ(buffer.getSize(), 3);
-    buffer.clear();
-    EXPECT_EQ(buffer.data[1][2], 0.0f);
-    EXPECT_EQ(buffer.data[1][3], 1.0f) << "frames beyond the size are kept";
-    buffer.resize(8);
-    EXPECT_EQ(buffer.data[1][7], 1.0f) << "and come back";
-    buffer.allocate(9);
-    EXPECT_EQ(Samples(buffer.data[1], buffer.data[1] + 9), Samples(9));
-    buffer.allocate(0);
-    EXPECT_EQ(buffer.getChannel(0), nullptr);
-    EXPECT_EQ(buffer.dataSize, 0);
+TEST(Buffers, KeepClearGrowAndDropTheirFrames) {
+    DynaBuffer one;
+    hold(one,
+         {{'a', 0, 0, 'n'},
+          {'a', 8, 8, 'z'},
+          {'a', 3, 8, 'k'},
+          {'r', 8, 8, 'k'},
+          {'a', 8, 8, 'z'},
+          {'a', 9, 9, 'z'},
+          {'r', 2, 2, 'z'},
+          {'a', -1, 0, 'n'},
+          {'a', 1, 1, 'z'}},
+         [&] { return one.getData(); });
+    DynaBuffer2 two;
+    hold(two,
+         {{'a', 8, 8, 'z'},
+          {'a', 8, 8, 'k'},
+          {'a', 3, 3, 'k'},
+          {'a', 8, 8, 'k'},
+          {'a', 9, 9, 'z'},
+          {'a', 0, 0, 'n'}},
+         [&] { return two.getChannel(1); });
+    EXPECT_EQ(two.dataSize, 0);
+    two.allocate(4);
+    std::fill_n(two.data[0], 4, 1.0f);
+    two.allocate(3);
+    two.clear();
+    EXPECT_EQ(Samples(two.data[0], two.data[0] + 4), (Samples{0, 0, 0, 1})) << "frames in use";
+    EXPECT_EQ(two.getChannel(0), two.getData()[0]);
+    for (const int index : {2, -1, INT32_MIN}) EXPECT_EQ(two.getChannel(index), nullptr);
 }
 
-// A ring of 4 that holds 1 2 3 4 on the left and 10 20 30 40 on the right, and what each traversal
-// of three frames of (7, 70) from its third frame on leaves behind.
+// A ring of 1 2 3 4 on the left and ten times that on the right, and what each traversal of three
+// frames of (7, 70) from its third frame on leaves behind.
 TEST(Ring, TraversalsWrapAndNotifyOnTheFrameAfterTheLast) {
+    using Ring = CircularBuffer2;
     struct Case {
-        void (*run)(CircularBuffer2&, float*, float*);
+        void (*run)(Ring&, float*, float*);
         Samples ring, block;
         int notified;
     };
+    constexpr auto exchangeTwo = [](Ring& ring, float* l, float* r) { ring.exchange(l, r, 2); };
+    constexpr auto nothing = [](Ring& ring, float* l, float* r) {
+        ring.write(nullptr, r, 3), ring.read(l, nullptr, 3), ring.exchange(l, r, 0);
+        ring.exchange(nullptr, r, 3), ring.accumulate(l, nullptr, 3);
+    };
     const std::vector<Case> cases = {
-        {[](auto& ring, float* l, float* r) { ring.write(l, r, 3); }, {7, 2, 7, 7}, {7, 7, 7}, 1},
-        {[](auto& ring, float* l, float* r) { ring.read(l, r, 3); }, {1, 2, 3, 4}, {3, 4, 1}, 1},
-        {[](auto& ring, float* l, float* r) { ring.exchange(l, r, 3); },
+        {[](Ring& ring, float* l, float* r) { ring.write(l, r, 3); }, {7, 2, 7, 7}, {7, 7, 7}, 1},
+        {[](Ring& ring, float* l, float* r) { ring.read(l, r, 3); }, {1, 2, 3, 4}, {3, 4, 1}, 1},
+        {[](Ring& ring, float* l, float* r) { ring.exchange(l, r, 3); },
          {7, 2, 7, 7},
          {3, 4, 1},
          1},
-        {[](auto& ring, float* l, float* r) { ring.accumulate(l, r, 3); },
+        {[](Ring& ring, float* l, float* r) { ring.accumulate(l, r, 3); },
          {7, 2, 7, 7},
          {10, 11, 8},
          1},
-        {[](auto& ring, float* l, float* r) { ring.exchange(l, r, 2); },
-         {1, 2, 7, 7},
-         {3, 4, 7},
-         0},
-        {[](auto& ring, float* l, float* r) { ring.exchange(l, r, 0); },
-         {1, 2, 3, 4},
-         {7, 7, 7},
-         0},
-        {[](auto& ring, float* l, float* r) {
-             ring.write(nullptr, r, 3), ring.read(l, nullptr, 3);
-             ring.exchange(nullptr, r, 3), ring.accumulate(l, nullptr, 3);
-         },
-         {1, 2, 3, 4},
-         {7, 7, 7},
-         0}};
+        {exchangeTwo, {1, 2, 7, 7}, {3, 4, 7}, 0},
+        {nothing, {1, 2, 3, 4}, {7, 7, 7}, 0}};
     for (const Case& one : cases) {
-        CircularBuffer2 ring;
+        SCOPED_TRACE(&one - cases.data());
+        Ring ring;
         ring.allocate(4);
         int notified = 0;
         ring.callee = &notified;
         ring.onBuffer = [](void* count) { ++*static_cast<int*>(count); };
-        for (int i = 0; i < 4; ++i) {
-            ring.data[0][i] = static_cast<float>(i + 1);
-            ring.data[1][i] = static_cast<float>(10 * (i + 1));
-        }
+        for (int i = 0; i < 4; ++i)
+            ring.data[1][i] = 10 * (ring.data[0][i] = static_cast<float>(i + 1));
         ring.rewind(2);
         Samples left(3, 7), right(3, 70);
         one.run(ring, left.data(), right.data());
-        const auto index = &one - cases.data();
-        EXPECT_EQ(Samples(ring.data[0], ring.data[0] + 4), one.ring) << index;
-        EXPECT_EQ(ring.data[1][2], 10 * one.ring[2]) << index;
-        EXPECT_EQ(left, one.block) << index;
-        EXPECT_EQ(right[1], 10 * one.block[1]) << index;
-        EXPECT_EQ(notified, one.notified) << index;
+        EXPECT_EQ(Samples(ring.data[0], ring.data[0] + 4), one.ring);
+        EXPECT_EQ(ring.data[1][2], 10 * one.ring[2]);
+        EXPECT_EQ(left, one.block);
+        EXPECT_EQ(right[1], 10 * one.block[1]);
+        EXPECT_EQ(notified, one.notified);
     }
 }
 
-TEST(Ring, RewindsWithinItsSize) {
+TEST(Ring, RewindsWithinItsSizeAndSkipsPastItsEnd) {
     CircularBuffer2 ring;
     Latency line;
     for (const auto& [frames, pos] :
-         {std::pair{0, 1024}, {-1, 1024}, {1024, 0}, {1025, 0}, {1, 1023}}) {
+         {std::pair{0, 1024}, {-1, 1024}, {1024, 0}, {1025, 0}, {1, 1023}, {1024, 0}}) {
         ring.rewind(frames);
         line.rewind(frames);
-        EXPECT_EQ(ring.pos, pos) << frames;
-        EXPECT_EQ(line.pos, pos) << frames;
+        EXPECT_EQ(std::pair(ring.pos, line.pos), std::pair(pos, pos)) << frames;
     }
-}
-
-TEST(Ring, SkipGoesOnWithoutAWrapUntilTheNextTraversal) {
-    CircularBuffer2 ring;
     Samples left(600, 1), right(600, 1);
-    for (const int count : {1, 600, 599}) ring.skip(left.data(), right.data(), count);
+    for (const int count : {1, 600, 599, 0}) ring.skip(left.data(), right.data(), count);
     EXPECT_EQ(left, Samples(600));
     EXPECT_EQ(right, Samples(600));
-    ring.skip(nullptr, nullptr, 0);
-    EXPECT_EQ(ring.pos, 1200);
+    EXPECT_EQ(ring.pos, 1200) << "no wrap until the next traversal";
     for (int i = 0; i < 2; ++i) ring.skip(nullptr, nullptr, INT32_MAX);
-    EXPECT_EQ(ring.pos, INT32_MAX);
-    left[0] = right[0] = 5;
+    left[0] = 5;
     ring.write(left.data(), right.data(), 1);
     EXPECT_EQ(ring.data[0][0], 5.0f);
     EXPECT_EQ(ring.pos, 1);
     ring.reset();
-    EXPECT_EQ(ring.data[0][0], 0.0f);
-    EXPECT_EQ(ring.pos, 0);
+    EXPECT_EQ(ring.data[0][0] + static_cast<float>(ring.pos), 0.0f);
 }
 
 TEST(Ring, ResamplesByNearestFramesAveragedWithTheValueBefore) {
@@ -152,38 +142,30 @@ TEST(Ring, ResamplesByNearestFramesAveragedWithTheValueBefore) {
     EXPECT_EQ(ring.getOutputSize(), 1024);
     ring.isResampler = true;
     ring.allocate(8);
-    ring.resampled.allocate(0);
-    ring.allocateResampled(3);
-    EXPECT_EQ(ring.getOutputSize(), 3);
     for (int i = 0; i < 8; ++i) ring.data[0][i] = ring.data[1][i] = static_cast<float>(i);
-    ring.pos = 8;
-    Samples left(1), right(1);
-    ring.read(left.data(), right.data(), 1);
+    const auto resampled = [&](int frames) {
+        ring.resampled.release();
+        ring.allocateResampled(frames);
+        EXPECT_EQ(ring.getOutputSize(), frames);
+        ring.rewind(0);
+        float left = 0, right = 0;
+        ring.read(&left, &right, 1);
+        EXPECT_EQ(ring.lastValueL, ring.lastValueR);
+        return Samples(ring.resampled.data[1], ring.resampled.data[1] + frames);
+    };
     // Frames 0, 2 and 5 of 8/3 each: (0+0)/2, (2+0)/2, (5+1)/2; the average goes on from there.
-    for (const float* channel : ring.resampled.data)
-        EXPECT_EQ(Samples(channel, channel + 3), (Samples{0, 1, 3}));
-    EXPECT_EQ(ring.lastValueR, 3.0f);
-    // To more frames than there are: each twice, up to the last.
-    ring.allocateResampled(16);
-    ring.rewind(0);
-    ring.read(left.data(), right.data(), 1);
-    EXPECT_EQ(ring.resampled.data[0][0], 1.5f);
-    EXPECT_EQ(ring.resampled.data[1][2], (1 + 0.75f) / 2);
-    EXPECT_NEAR(ring.lastValueL, 6.6667327f, 1e-6f);
-    ring.allocateResampled(8);
-    ring.resample();
-    EXPECT_EQ(ring.resampled.data[0][0], 1.5f) << "its own size is no other";
-    ring.allocateResampled(1);
-    ring.resample();
-    EXPECT_NEAR(ring.lastValueL, 6.6667327f / 2, 1e-6f);
+    EXPECT_EQ(resampled(3), (Samples{0, 1, 3}));
+    EXPECT_EQ(resampled(2), (Samples{1.5f, 2.75f}));
+    EXPECT_EQ(resampled(1), Samples{1.375f});
+    EXPECT_EQ(resampled(8), Samples(8)) << "its own size is left alone";
+    EXPECT_EQ(resampled(16)[2], ((1.375f / 4) + 1) / 2) << "more frames than there are: each twice";
     ring.reset();
-    EXPECT_EQ(ring.lastValueL + ring.lastValueR + ring.resampled.data[0][0], 0.0f);
+    EXPECT_EQ(ring.lastValueL + ring.lastValueR + ring.resampled.data[0][15], 0.0f);
 }
 
 TEST(DelayLine, DelaysByItsLengthAndRepeatsAFrameWhereTheLengthChanges) {
     Latency line;
-    EXPECT_EQ(line.getSize(), 1024);
-    EXPECT_EQ(line.lSize, 1024);
+    EXPECT_EQ(std::pair(line.getSize(), line.lSize), std::pair(1024, 1024));
     line.setLength(3);
     line.reset();
     EXPECT_EQ(line.pos, 1024);
@@ -200,8 +182,8 @@ TEST(DelayLine, DelaysByItsLengthAndRepeatsAFrameWhereTheLengthChanges) {
     line.setLength(2);
     Samples more = {16, 17};
     line.exchange(more.data(), 2);
-    EXPECT_EQ(more[0], 14.0f) << "at the first frame of a block: the last one of the block before";
-    EXPECT_EQ(more[1], 11.0f) << "a frame of old in the storage that was kept";
+    // At the first frame of a block the last one before; then an old frame of the kept storage.
+    EXPECT_EQ(more, (Samples{14, 11}));
 }
 
 TEST(DelayLine, WritesLikeItExchangesButLeavesTheBlock) {
@@ -210,13 +192,12 @@ TEST(DelayLine, WritesLikeItExchangesButLeavesTheBlock) {
     written.write(in.data(), 1500);
     exchanged.exchange(block.data(), 1500);
     EXPECT_EQ(in, Samples(1500, 0.5f));
-    EXPECT_EQ(written.pos, exchanged.pos);
-    EXPECT_EQ(difference("line", written.data, exchanged.data, 1024), "");
     written.write(nullptr, 1);
     exchanged.exchange(nullptr, 1);
     written.lSize = 0;
     written.write(in.data(), 1);
-    EXPECT_EQ(written.pos, exchanged.pos) << "nothing to do";
+    EXPECT_EQ(written.pos, exchanged.pos);
+    EXPECT_EQ(difference("line", written.data, exchanged.data, 1024), "");
 }
 
 }  // namespace

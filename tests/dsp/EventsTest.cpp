@@ -54,7 +54,7 @@ const Case cases[] = {
      {{70, 1}, {80, 2}},
      "p70@0 e1 p10@70 e2 p4294967280@80 "},
     {"time is truncated toward zero", -0.9, 64, {{3, 1}}, "p3@0 e1 p61@3 "},
-    {"time that is no number is zero", NAN, 64, {{3, 1}}, "p3@0 e1 p61@3 "},
+    {"a NaN time is zero", NAN, 64, {{3, 1}}, "p3@0 e1 p61@3 "},
     {"time beyond the clock saturates", 0x1p63, 64, {{INT64_MAX - 1, 1}}, "e1 p64@0 "},
     {"time before the clock saturates", -1e300, 64, {{INT64_MIN + 3, 1}}, "p3@0 e1 p61@3 "}};
 
@@ -70,16 +70,12 @@ TEST(Events, CallForSegmentsInOrder) {
 }
 
 TEST(Events, ArePassedOnByTheirType) {
-    const auto kind = [](std::uint8_t type) {
+    Recorder kernel;
+    kernel.handleOneEvent(nullptr);
+    for (const int type : {0, 1, 2, 3, 7, 9, 10, 255}) {
         auto event = parameterEvent(0, 7, 1);
         event.parameter.rampDurationSampleFrames = 5;
         event.head.eventType = static_cast<platform::AURenderEventType>(type);
-        return event;
-    };
-    Recorder kernel;
-    kernel.handleOneEvent(nullptr);
-    for (const std::uint8_t type : {0, 1, 2, 3, 7, 9, 10, 255}) {
-        const auto event = kind(type);
         kernel.handleOneEvent(&event);
     }
     const auto midi = midiEvent(0, 0xB0, 42, 0);
@@ -87,39 +83,33 @@ TEST(Events, ArePassedOnByTheirType) {
     EXPECT_EQ(kernel.log.str(), "e7r e7r m42 ");
 }
 
-struct Message {
-    std::vector<int> bytes;
-    int length;
-    float volume, pan, width;  // the parameters afterwards; 0.5 before
-};
-
 TEST(Events, MidiControllersSetThreeParametersOnAnyChannel) {
-    const float half = 0.5f;
-    for (const Message& message : std::vector<Message>{
-             {{0xB0, 7, 127}, 3, 1, half, half},
-             {{0xBF, 7, 0}, 3, 0, half, half},
-             {{0xB3, 10, 64}, 3, half, 64.0f / 127.0f, half},
-             {{0xB0, 11, 1}, 3, half, half, 1.0f / 127.0f},
-             {{0xB0, 11, 100}, 1, half, half, 100.0f / 127.0f},  // as short as it claims to be
-             {{0xB0, 7, 127}, 0, half, half, half},
-             {{0xB0, 7, 127}, 4, half, half, half},
-             {{0xB0, 12, 127}, 3, half, half, half},
-             {{0x90, 7, 127}, 3, half, half, half},
-             {{0xC0, 7, 127}, 3, half, half, half},
-             {{0xF8, 7, 127}, 1, half, half, half},
-             {{0xFF, 7, 127}, 3, half, half, half}}) {
+    struct Message {
+        std::uint8_t status, number, value;
+        std::uint16_t length;
+        float volume, pan, width;  // the parameters afterwards; 9 before
+    };
+    for (const auto& [status, number, value, length, volume, pan, width] :
+         {Message{0xB0, 7, 127, 3, 1, 9, 9},
+          {0xBF, 7, 0, 3, 0, 9, 9},
+          {0xB3, 10, 64, 3, 9, 64.0f / 127, 9},
+          {0xB0, 11, 1, 3, 9, 9, 1.0f / 127},
+          {0xB0, 11, 100, 1, 9, 9, 100.0f / 127},  // all of it read, however short
+          {0xB0, 7, 127, 0, 9, 9, 9},
+          {0xB0, 7, 127, 4, 9, 9, 9},
+          {0xB0, 12, 127, 3, 9, 9, 9},
+          {0x90, 7, 127, 3, 9, 9, 9},
+          {0xC0, 7, 127, 3, 9, 9, 9},
+          {0xF8, 7, 127, 1, 9, 9, 9},
+          {0xFF, 7, 127, 3, 9, 9, 9}}) {
         QOV_Kelvane_PluginDSPKernel kernel;
         for (const auto address : {kVolume, kPanorama, kStereoWidth})
-            kernel.setParameter(address, half);
-        const auto byte = [&](std::size_t i) {
-            return static_cast<std::uint8_t>(message.bytes[i]);
-        };
-        const auto event =
-            midiEvent(0, byte(0), byte(1), byte(2), static_cast<std::uint16_t>(message.length));
+            kernel.setParameter(address, 9);
+        const auto event = midiEvent(0, status, number, value, length);
         kernel.handleOneEvent(&event);
-        EXPECT_EQ(kernel.getParameter(kVolume), message.volume);
-        EXPECT_EQ(kernel.getParameter(kPanorama), message.pan);
-        EXPECT_EQ(kernel.getParameter(kStereoWidth), message.width);
+        EXPECT_EQ(kernel.getParameter(kVolume), volume);
+        EXPECT_EQ(kernel.getParameter(kPanorama), pan);
+        EXPECT_EQ(kernel.getParameter(kStereoWidth), width);
     }
 }
 

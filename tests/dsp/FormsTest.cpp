@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/dsp/KernelRig.h"
+#include "tests/dsp/FormPair.h"
 
 namespace {
 
@@ -13,7 +13,6 @@ using namespace qov;
 using namespace qov::test;
 
 enum class Signal { music, denormal, anyBits, special };
-enum class Buffers { apart, inPlace, crossed, oneInput, overlapping, oneOutput };
 
 std::mt19937& generator() {
     static std::mt19937 random(20240607);
@@ -48,53 +47,11 @@ float value() {
                       : edges[static_cast<std::size_t>(pick(0, 6))];
 }
 
-// One kernel in the form under test and one in plain code, driven alike.
-class Pair {
- public:
-    explicit Pair(std::string_view form) : form_(form) {}
-
-    void set(std::uint64_t address, float parameter) {
-        tested_.kernel.setParameter(address, parameter);
-        plain_.kernel.setParameter(address, parameter);
-    }
-
-    // Renders the same memory picture with both; where they differ, in words.
-    std::string render(Signal signal, Buffers buffers, int frames) {
-        const auto count = static_cast<std::uint32_t>(frames);
-        Samples memory(4 * count + 1), copy;
-        std::generate(memory.begin(), memory.end(), [&] { return frame(signal); });
-        copy = memory;
-        renderOne(tested_, form_, memory, buffers, count);
-        renderOne(plain_, "scalar", copy, buffers, count);
-        std::string found = difference("memory", memory.data(), copy.data(), memory.size());
-        return found.empty() ? differenceOfState(tested_.kernel, plain_.kernel) : found;
-    }
-
- private:
-    static void renderOne(KernelRig& rig, std::string_view form, Samples& memory, Buffers buffers,
-                          std::uint32_t count) {
-        ChainLoops::select(form);
-        float* at[] = {memory.data(), memory.data() + count, memory.data() + 2 * count,
-                       memory.data() + 3 * count};
-        switch (buffers) {
-            case Buffers::apart:
-                return rig.render(at[0], at[1], at[2], at[3], count, nullptr);
-            case Buffers::inPlace:
-                return rig.render(at[0], at[1], at[0], at[1], count, nullptr);
-            case Buffers::crossed:
-                return rig.render(at[0], at[1], at[1], at[0], count, nullptr);
-            case Buffers::oneInput:
-                return rig.render(at[0], at[0], at[2], at[3], count, nullptr);
-            case Buffers::overlapping:
-                return rig.render(at[0], at[1], at[0] + 1, at[2] + 1, count, nullptr);
-            case Buffers::oneOutput:
-                return rig.render(at[0], at[1], at[2], at[2], count, nullptr);
-        }
-    }
-
-    std::string_view form_;
-    KernelRig tested_, plain_;
-};
+Samples memoryOf(Signal signal, int frames) {
+    Samples memory(4 * static_cast<std::size_t>(frames));
+    std::generate(memory.begin(), memory.end(), [=] { return frame(signal); });
+    return memory;
+}
 
 class Forms : public testing::TestWithParam<std::string_view> {
  protected:
@@ -106,7 +63,7 @@ class Forms : public testing::TestWithParam<std::string_view> {
 
 TEST_P(Forms, GiveThePlainBitsForEveryLengthSignalSettingAndAliasing) {
     for (const auto signal : {Signal::music, Signal::denormal, Signal::anyBits, Signal::special}) {
-        Pair pair(GetParam());
+        FormPair pair(GetParam());
         for (int round = 0; round < 12; ++round) {
             for (int frames = 1; frames <= 70; ++frames) {
                 for (std::uint64_t address = 0; address <= 9; ++address)
@@ -114,7 +71,7 @@ TEST_P(Forms, GiveThePlainBitsForEveryLengthSignalSettingAndAliasing) {
                 if (pick(0, 63) == 0) pair.set(kBypass, static_cast<float>(pick(0, 1)));
                 if (pick(0, 3) == 0) pair.set(kBypass, 0);
                 const auto buffers = static_cast<Buffers>(pick(0, 5));
-                ASSERT_EQ(pair.render(signal, buffers, frames), "")
+                ASSERT_EQ(pair.render(memoryOf(signal, frames), buffers), "")
                     << frames << " frames, signal " << static_cast<int>(signal) << ", buffers "
                     << static_cast<int>(buffers);
             }
@@ -126,7 +83,7 @@ TEST_P(Forms, GiveThePlainBitsForEveryLengthSignalSettingAndAliasing) {
 // first.
 TEST_P(Forms, GiveThePlainBitsInEverySetOfStages) {
     for (int set = 0; set < 3 * 3 * 32; ++set) {
-        Pair pair(GetParam());
+        FormPair pair(GetParam());
         pair.set(kStereoWidth, 0.5f * static_cast<float>(set % 3));
         pair.set(kPanorama, 0.4f + 0.1f * static_cast<float>(set / 3 % 3));
         pair.set(kSwapChannels, static_cast<float>(set / 9 % 2));
@@ -135,33 +92,34 @@ TEST_P(Forms, GiveThePlainBitsInEverySetOfStages) {
         pair.set(kTestMono, static_cast<float>(set / 72 % 2));
         pair.set(kVolume, set / 144 ? 0.7f : 1.0f);
         for (int cycle = 0; cycle < 17; ++cycle)
-            ASSERT_EQ(pair.render(Signal::music, Buffers::inPlace, 3), "") << "set " << set;
+            ASSERT_EQ(pair.render(memoryOf(Signal::music, 3), Buffers::inPlace), "")
+                << "set " << set;
         for (const auto buffers : {Buffers::apart, Buffers::inPlace})
-            ASSERT_EQ(pair.render(Signal::anyBits, buffers, 67), "") << "set " << set;
+            ASSERT_EQ(pair.render(memoryOf(Signal::anyBits, 67), buffers), "") << "set " << set;
     }
 }
 
 // The smallest widths have no exact half in float, which the loops' recover mono would need.
 TEST_P(Forms, GiveThePlainBitsWhereAnAmountHasNoHalf) {
     for (const std::uint32_t bits : {1u, 3u, 0x1234567u, 0x80000005u}) {
-        Pair pair(GetParam());
+        FormPair pair(GetParam());
         pair.set(kRecoverMono, 1);
         pair.set(kStereoWidth, std::bit_cast<float>(bits));
         for (int cycle = 0; cycle < 20; ++cycle)
-            ASSERT_EQ(pair.render(Signal::anyBits, Buffers::inPlace, 64), "") << bits;
+            ASSERT_EQ(pair.render(memoryOf(Signal::anyBits, 64), Buffers::inPlace), "") << bits;
     }
 }
 
 // Lengths around the block, the ring and short lines, and a longer line after a shorter one.
 TEST_P(Forms, GiveThePlainBitsAcrossWrapsAndChangesOfTheDelayLength) {
-    Pair pair(GetParam());
+    FormPair pair(GetParam());
     pair.set(kStereoWidth, 0.75f);
     for (const float shift : {1.0f, 0.5f, 0.0f, 0.005f, 0.143f, 0.145f, 0.148f, 3.0f, 1.0f, 0.0f}) {
         pair.set(kPhaseShift, shift);
         for (const int frames :
              {1, 219, 220, 221, 441, 511, 512, 513, 1024, 2047, 2048, 2049, 5000})
             for (const auto buffers : {Buffers::apart, Buffers::inPlace})
-                ASSERT_EQ(pair.render(Signal::music, buffers, frames), "")
+                ASSERT_EQ(pair.render(memoryOf(Signal::music, frames), buffers), "")
                     << shift << ", " << frames << " frames";
     }
 }

@@ -16,15 +16,13 @@ TEST(Kernel, StandsAtItsDefaultsWhenItIsBuilt) {
     const Kernel kernel;
     for (std::uint64_t address = 0; address < 12; ++address)
         EXPECT_EQ(kernel.getParameter(address), address == kVolume ? 1.0f : 0.0f);
+    EXPECT_EQ(std::tuple(kernel.sampleRate, kernel.nyquist, kernel.channels),
+              std::tuple(44100, 22050, 2));
     EXPECT_EQ(std::bit_cast<std::uint32_t>(kernel.inverseNyquist), 0x383E37C6u);
-    EXPECT_EQ(kernel.collectorSize, 1024);
-    EXPECT_EQ(kernel.circular.size, 1024);
-    EXPECT_EQ(kernel.buffer.size, 0);
-    EXPECT_EQ(kernel.latency.lNewSize, 1024);
+    EXPECT_EQ(std::tuple(kernel.collectorSize, kernel.circular.size, kernel.buffer.size,
+                         kernel.latency.lNewSize),
+              std::tuple(1024, 1024, 0, 1024));
     EXPECT_EQ(kernel.volumeInterpolator.time, 512);
-    EXPECT_EQ(kernel.sampleRate, 44100.0f);
-    EXPECT_EQ(kernel.nyquist, 22050.0f);
-    EXPECT_EQ(kernel.channels, 2);
     EXPECT_EQ(kernel.panpot.lUpdaterate + kernel.stereo.lUpdaterate, 32u);
     const auto whole = [](const Interpolator2& ramp) {
         return std::tuple(ramp.destinationValue, ramp.currentValue, ramp.increase, ramp.time,

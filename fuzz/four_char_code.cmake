@@ -1,1 +1,0 @@
-qov_fuzz(four_char_code LINKS util)
