@@ -1,7 +1,10 @@
 #include "editor/StereoControls.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <iterator>
 
+#include "audiounit/parameters.h"
 #include "editor/AudioUnitViewController.h"
 #include "platform/foundation/Console.h"
 #include "platform/foundation/fatalError.h"
@@ -14,16 +17,6 @@ using platform::CGPoint;
 
 namespace {
 
-enum Address : int {
-    kStereoWidth,
-    kPanorama,
-    kPhaseShift,
-    kSwapChannels,
-    kInvertChannel,
-    kRecoverMono,
-    kTestMono,
-    kBypass,
-};
 // Display options, which never reach the audio unit.
 enum Option : int {
     optionNormalized = 10,
@@ -47,31 +40,28 @@ void StereoControls::draw(platform::CGRect rect) {
 }
 
 void StereoControls::updateParameter(int address, float value) {
-    const bool isOn = value >= 0.5f;
-    switch (address) {
-        case kStereoWidth:
-            baseClass.stereoWidthNormalized = value;
-            break;
-        case kPanorama:
-            baseClass.panoramaNormalized = value;
-            break;
-        case kPhaseShift:
-            baseClass.phaseShiftValue = value;
-            break;
-        case kSwapChannels:
-            baseClass.isSwapOn = isOn;
-            break;
-        case kInvertChannel:
-            baseClass.isInvert = isOn;
-            break;
-        case kRecoverMono:
-            baseClass.isRecover = isOn;
-            break;
-        case kTestMono:
-            baseClass.isMonoOn = isOn;
-            break;
-        default:  // the suspend toggle shows touches only
-            break;
+    // Where the panel keeps what it shows of each parameter. The bypass has no row: its toggle
+    // shows touches only.
+    struct Shown {
+        ParameterAddress address;
+        CGFloat StereoControlsBase::*value;
+        bool StereoControlsBase::*isOn;
+    };
+    static constexpr Shown shown[] = {
+        {kStereoWidth, &StereoControlsBase::stereoWidthNormalized, nullptr},
+        {kPanorama, &StereoControlsBase::panoramaNormalized, nullptr},
+        {kPhaseShift, &StereoControlsBase::phaseShiftValue, nullptr},
+        {kSwapChannels, nullptr, &StereoControlsBase::isSwapOn},
+        {kInvertChannel, nullptr, &StereoControlsBase::isInvert},
+        {kRecoverMono, nullptr, &StereoControlsBase::isRecover},
+        {kTestMono, nullptr, &StereoControlsBase::isMonoOn},
+    };
+    static_assert(std::size(shown) + 1 == parameterCount,
+                  "the panel has a row for each parameter but the bypass");
+    for (const Shown& row : shown) {
+        if (row.address != static_cast<std::uint64_t>(address)) continue;
+        if (row.value) baseClass.*row.value = value;
+        if (row.isOn) baseClass.*row.isOn = value >= 0.5f;
     }
     setNeedsDisplay();
 }
