@@ -15,9 +15,11 @@
 #   qov_plugin_bundle(clap kelvane)
 #   qov_plugin_entry(clap_entry BUNDLE clap FILE kelvane.clap EXPORTS clap_entry SOURCES entry/ClapEntry.cpp)
 
+# Hosts look in lib and lib64, not in Debian's folder of one architecture (lib/x86_64-linux-gnu).
+string(REGEX REPLACE "^lib/.*" "lib" libdir ${CMAKE_INSTALL_LIBDIR})
 foreach(format lv2 clap vst3)
     string(TOUPPER ${format} upper)
-    set(KELVANE_${upper}_DIR lib/${format} CACHE STRING "Where installed ${format} bundles go, below the prefix")
+    set(KELVANE_${upper}_DIR ${libdir}/${format} CACHE STRING "Where installed ${format} bundles go, below the prefix")
 endforeach()
 
 # A format's C headers, from Debian's dpf-source or the folder that the variable names, as the target <format>_headers.

@@ -1,5 +1,10 @@
 # How this project builds: language, warnings, sanitizers, and one function a kind of target.
 
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release CACHE STRING "Release, Debug or Sanitize" FORCE)
+endif()
+include(GNUInstallDirs)
+
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
@@ -12,9 +17,8 @@ set(CMAKE_CXX_FLAGS_SANITIZE "-O1 -g1 -fno-omit-frame-pointer")
 set(CMAKE_C_FLAGS_SANITIZE "-O1 -g1 -fno-omit-frame-pointer")
 
 set(QOV_SANITIZE "" CACHE STRING "Sanitizers for the whole build, as -fsanitize takes them")
-option(QOV_FUZZ "Build the libFuzzer targets (Clang only)" OFF)
 
-add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Werror)
+add_compile_options(-Wall -Wextra -Wpedantic -Wshadow $<$<BOOL:${KELVANE_WERROR}>:-Werror>)
 # The same input gives the same bits everywhere: no contraction, no fast-math; std::fma where it is meant.
 add_compile_options(-ffp-contract=off)
 if(QOV_SANITIZE)
@@ -57,12 +61,12 @@ function(qov_library name)
     if(sources)
         add_library(${name} STATIC ${sources})
         target_include_directories(${name} PUBLIC $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>
-                                                  $<INSTALL_INTERFACE:include/kelvane>)
+                                                  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kelvane>)
         target_link_libraries(${name} PUBLIC ${ARG_LINKS} PRIVATE ${ARG_PRIVATE})
     else()
         add_library(${name} INTERFACE)
         target_include_directories(${name} INTERFACE $<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>
-                                                     $<INSTALL_INTERFACE:include/kelvane>)
+                                                     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/kelvane>)
         target_link_libraries(${name} INTERFACE ${ARG_LINKS})
     endif()
 endfunction()
@@ -70,9 +74,13 @@ endfunction()
 # Installs this folder's library and headers for others: find_package(kelvane), link kelvane::<name>, and
 # include by the same names as here. What it links must be installed, too.
 function(qov_install_library name)
-    install(TARGETS ${name} EXPORT kelvane-targets ARCHIVE DESTINATION lib/kelvane COMPONENT toolkits)
+    if(NOT KELVANE_TOOLKITS)
+        return()
+    endif()
+    install(TARGETS ${name} EXPORT kelvane-targets COMPONENT toolkits
+            ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}/kelvane)
     file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR} ${CMAKE_CURRENT_SOURCE_DIR})
-    install(DIRECTORY ./ DESTINATION include/kelvane/${folder} COMPONENT toolkits FILES_MATCHING PATTERN "*.h")
+    install(DIRECTORY ./ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvane/${folder} COMPONENT toolkits FILES_MATCHING PATTERN "*.h")
 endfunction()
 
 # The tests of one folder, as the program test_<name>; each test case is one for ctest.
