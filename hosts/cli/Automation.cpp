@@ -65,8 +65,8 @@ std::int64_t parseTime(std::string_view text, double sampleRate) {
 
 namespace {
 
-void parseSet(std::span<const std::string_view> words, AutomationEvent& event) {
-    if (words.size() != 2)
+void parseSet(std::span<const std::string_view> words, double sampleRate, AutomationEvent& event) {
+    if (words.size() < 2)
         throw Failure("set takes a parameter and a value, as in: set panorama 0.4");
     const Parameter* const parameter = findParameter(words[0]);
     if (!parameter)
@@ -74,7 +74,9 @@ void parseSet(std::span<const std::string_view> words, AutomationEvent& event) {
             fmt::format("unknown parameter '{}'; {}", words[0], suggestParameter(words[0])));
     event.kind = AutomationEvent::Kind::parameter;
     event.address = parameter->address;
-    event.value = parseValue(*parameter, words[1]);
+    // A value may have spaces in it: L 30 %.
+    const std::string_view value(words[1].data(), words.back().data() + words.back().size());
+    event.value = parseValue(*parameter, value, sampleRate);
 }
 
 void parseMidi(std::span<const std::string_view> words, AutomationEvent& event) {
@@ -99,7 +101,7 @@ AutomationEvent parseLine(std::span<const std::string_view> words, double sample
     AutomationEvent event;
     event.frame = parseTime(words[0], sampleRate);
     if (words.size() > 1 && words[1] == "set")
-        parseSet(words.subspan(2), event);
+        parseSet(words.subspan(2), sampleRate, event);
     else if (words.size() > 1 && words[1] == "midi")
         parseMidi(words.subspan(2), event);
     else

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
-#include <cmath>
 
 #include <fmt/format.h>
 
 #include "hosts/cli/Command.h"
 #include "hosts/cli/nearestName.h"
+#include "hosts/instance/valueText.h"
 
 namespace qov::cli {
 
@@ -19,30 +18,46 @@ const Parameter* findParameter(std::string_view name) {
     return found == allParameters.end() ? nullptr : &*found;
 }
 
-float parseValue(const Parameter& parameter, std::string_view text) {
-    if (parameter.isSwitch() && (text == "on" || text == "off")) return text == "on" ? 1 : 0;
-    const char* const right = parameter.isSwitch() ? "on or off (1 or 0)" : "a number from 0 to 1";
-    float value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc{} || end != text.data() + text.size() || std::isnan(value))
-        throw Failure(
-            fmt::format("'{}' is not a number; {} takes {}", text, parameter.option, right));
-    if (!(value >= minimumValue && value <= maximumValue))
-        throw Failure(
-            fmt::format("{} is out of range; {} takes {}", text, parameter.option, right));
-    return value;
+namespace {
+
+/// What a parameter takes, for messages.
+std::string_view takes(ValueForm form) {
+    switch (form) {
+        case ValueForm::width:
+            return "0 to 1, or -100% to +100%";
+        case ValueForm::panorama:
+            return "0 to 1, L100 to R100, or C";
+        case ValueForm::phaseShift:
+            return "0 to 1, 0ms to 10ms, or samples of these 10 ms";
+        case ValueForm::onOff:
+            return "on or off (1 or 0)";
+        case ValueForm::gain:
+            return "0 to 1, 0% to 100%, or decibels up to 0dB";
+    }
+    return {};
 }
 
-std::vector<std::pair<std::uint64_t, float>> parseSettings(std::span<const std::string> texts) {
-    std::vector<std::pair<std::uint64_t, float>> settings;
+}  // namespace
+
+float parseValue(const Parameter& parameter, std::string_view text, double sampleRate) {
+    const auto value =
+        hosts::parseValue(parameter.address, text, sampleRate, hosts::BareNumber::normalized);
+    if (value && *value >= minimumValue && *value <= maximumValue)
+        return static_cast<float>(*value);
+    const auto wrong =
+        value ? fmt::format("{} is out of range", text) : fmt::format("'{}' is not a value", text);
+    throw Failure(fmt::format("{}; {} takes {}", wrong, parameter.option, takes(parameter.form)));
+}
+
+Settings parseSettings(std::span<const std::string> texts, double sampleRate) {
+    Settings settings;
     for (std::size_t i = 0; i < allParameters.size() && i < texts.size(); ++i) {
-        std::string_view text = texts[i];
-        if (text.empty()) continue;
-        if (text == "true" || text == "false") text = text == "true" ? "on" : "off";
+        const auto& parameter = allParameters[i];
+        if (texts[i].empty()) continue;
         try {
-            settings.emplace_back(allParameters[i].address, parseValue(allParameters[i], text));
+            settings.emplace_back(parameter.address, parseValue(parameter, texts[i], sampleRate));
         } catch (const Failure& failure) {
-            throw Failure(fmt::format("--{}: {}", allParameters[i].option, failure.what()), 2);
+            throw Failure(fmt::format("--{}: {}", parameter.option, failure.what()), 2);
         }
     }
     return settings;

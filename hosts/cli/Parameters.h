@@ -17,14 +17,21 @@ inline constexpr float maximumValue = 1;
 /// Finds one by its option name or its identifier; null where there is none.
 const Parameter* findParameter(std::string_view name);
 
-/// A value as text: a finite decimal number from 0 to 1; switches also take on and off.
-/// Throws Failure, which says what is wrong with the text.
-float parseValue(const Parameter& parameter, std::string_view text);
+/// Reads a value as hosts::parseValue() does; bare numbers are 0..1. sampleRate, in frames per
+/// second, is what samples and milliseconds of the phase shift count by. Throws Failure, which
+/// names what the parameter takes, for other texts and for values out of range.
+float parseValue(const Parameter& parameter, std::string_view text, double sampleRate);
 
-/// Address and value of every parameter whose option was given. `texts` has one text a parameter,
-/// in the order of allParameters: empty where the option was not given, "true" or "false" for a
-/// bare switch. Throws Failure (2) that names the option of a text that is no value.
-std::vector<std::pair<std::uint64_t, float>> parseSettings(std::span<const std::string> texts);
+/// No sound file has more frames per second; a value that no rate makes right is wrong at this one.
+inline constexpr int highestRate = 10'000'000;
+
+/// Values by address.
+using Settings = std::vector<std::pair<std::uint64_t, float>>;
+
+/// Address and value of every parameter whose option was given. `texts` has one text per parameter,
+/// in the order of allParameters, as declareParameters() fills them: empty where the option was not
+/// given. Throws Failure (2) that names the option whose text is no value at sampleRate.
+Settings parseSettings(std::span<const std::string> texts, double sampleRate);
 
 /// The unit that `kelvane params` shows: "generic", "boolean" or "linear gain".
 std::string_view unitOf(const Parameter& parameter);

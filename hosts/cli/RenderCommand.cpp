@@ -27,6 +27,9 @@ OUT's format follows its ending: wav, flac, aiff, w64, rf64, caf, au, ogg, opus,
 the input's subtype where the format has it, else float, pcm24, pcm16 or the format's own codec. A WAV
 that grows beyond 4 GiB becomes RF64. Integers are rounded without dither and held to full scale.
 
+A value is 0 to 1, or has a unit: +60% of stereo width, L30 of panorama, 5ms or 220samples of phase
+shift, -6dB of volume. A switch may be followed by on or off; a file of that name is ./on.
+
 Settings hold from the first frame on; width, panorama and volume glide to a new value in 16 blocks. An
 automation file has an event a line, # starts a comment, and each event takes effect on its exact frame:
 
@@ -61,7 +64,6 @@ Number parseInteger(const char* option, const std::string& text, Number minimum,
 struct Options {
     RenderJob job;
     std::string preset, block, rawRate;
-    std::array<std::string, 9> values;  ///< of the parameters, in their table's order
     bool isRawTiming = false;
     bool progress = false;
     bool noProgress = false;
@@ -72,7 +74,7 @@ void declare(CLI::App& app, Options& options) {
     auto& job = options.job;
     app.add_option("IN", job.input, "sound file, stereo; - for standard input")->required();
     app.add_option("OUT", job.output, "sound file to write; - for standard output")->required();
-    declareParameters(app, options.values, false);
+    declareParameters(app, job.values, false);
     app.add_option("--preset", options.preset, "factory preset, before the options above")
         ->type_name("0..2")
         ->take_last();
@@ -104,13 +106,13 @@ void declare(CLI::App& app, Options& options) {
     app.footer(help);
 }
 
-/// Turns the texts into values. Throws Failure (2) for one that is none.
+/// Turns the texts into values. Throws Failure (2) for a wrong one.
 void complete(Options& options) {
     auto& job = options.job;
     if (!options.preset.empty())
         job.preset =
             parseInteger<std::size_t>("--preset", options.preset, 0, factoryPresetCount - 1);
-    job.settings = parseSettings(options.values);
+    static_cast<void>(parseSettings(job.values, highestRate));  // before any file is opened
     if (!options.block.empty())
         job.block = parseInteger("--block", options.block, 1U, Effect::maximumFrames);
     if (!options.rawRate.empty()) {

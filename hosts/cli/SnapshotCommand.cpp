@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -65,7 +66,7 @@ struct Snapshot {
     platform::CGSize size;
     double scale = 1;
     float brightness = 0.25f;
-    std::vector<std::pair<std::uint64_t, float>> settings;
+    std::span<const std::string> values;  ///< of the parameters
 };
 
 void declare(CLI::App& app, Options& options) {
@@ -137,7 +138,8 @@ Snapshot check(const Options& options) {
                 std::min(snapshot.size.width, snapshot.size.height) * snapshot.scale >= 1,
             fmt::format("the picture would have {} pixels a side; 1 to {} can be drawn", side,
                         maximumSide));
-    snapshot.settings = parseSettings(options.values);
+    static_cast<void>(parseSettings(options.values, highestRate));  // before any file is opened
+    snapshot.values = options.values;
     return snapshot;
 }
 
@@ -198,7 +200,8 @@ void Scene::press(platform::CGPoint onCanvas) {
 
 void Scene::set(const Snapshot& snapshot) {
     const auto tree = controller_->audioUnit()->parameterTree();
-    for (const auto& [address, value] : snapshot.settings) {
+    const double rate = double{controller_->audioUnit()->getSamplerate()};
+    for (const auto& [address, value] : parseSettings(snapshot.values, rate)) {
         if (address != kBypass)
             tree->parameterWithAddress(address)->setValue(value);
         else if (value > 0.5f)

@@ -45,6 +45,27 @@ void declareParameters(CLI::App& app, std::span<std::string> texts, bool onlyInT
     }
 }
 
+namespace {
+
+/// The arguments with "--bypass off" as "--bypass=off", which is how the library takes the value of
+/// a switch.
+std::vector<std::string> withSwitchesJoined(const CLI::App& app, const Arguments& arguments) {
+    std::vector<std::string> joined;
+    for (const auto& argument : arguments) {
+        const std::string_view before = joined.empty() ? std::string_view() : joined.back();
+        const auto* const parameter =
+            before.starts_with("--") ? findParameter(before.substr(2)) : nullptr;
+        if ((argument == "on" || argument == "off") && parameter && parameter->isSwitch() &&
+            app.get_option_no_throw(joined.back()))
+            joined.back() += "=" + argument;
+        else
+            joined.push_back(argument);
+    }
+    return joined;
+}
+
+}  // namespace
+
 std::optional<int> parseOptions(CLI::App& app, const Arguments& arguments) {
     const auto needsValue = [](const std::string& value) {
         return value.empty() ? std::string("needs a value") : std::string();
@@ -52,7 +73,9 @@ std::optional<int> parseOptions(CLI::App& app, const Arguments& arguments) {
     for (CLI::Option* option : app.get_options()) option->check(needsValue);
     try {
         // The library takes its arguments from the back.
-        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+        auto reversed = withSwitchesJoined(app, arguments);
+        std::ranges::reverse(reversed);
+        app.parse(std::move(reversed));
         return std::nullopt;
     } catch (const CLI::CallForHelp&) {
         fmt::print("{}", app.help());

@@ -98,11 +98,11 @@ bool copyExactly(SoundReader& reader, SoundWriter& writer, int subtype, Progress
     return false;
 }
 
-void process(const RenderJob& job, std::vector<AutomationEvent> events, bool bypassed,
-             SoundReader& reader, SoundWriter& writer, Progress& progress) {
+void process(const RenderJob& job, const Settings& settings, std::vector<AutomationEvent> events,
+             bool bypassed, SoundReader& reader, SoundWriter& writer, Progress& progress) {
     Effect effect(reader.rate());
     if (job.preset) effect.selectPreset(*job.preset);
-    for (const auto& [address, value] : job.settings) effect.set(address, value);
+    for (const auto& [address, value] : settings) effect.set(address, value);
     Renderer renderer(effect, std::move(events), job.block, job.timing, bypassed,
                       [&](const float* left, const float* right, std::uint32_t frames) {
                           writer.write(left, right, frames);
@@ -144,7 +144,8 @@ void renderFile(const RenderJob& job) {
     SoundReader reader(job.input, {job.input == "-" ? job.rawRate : std::nullopt, job.upmix});
     auto events = eventsOf(job, reader.rate());
     bool bypassed = job.preset && presetParameters[*job.preset][kBypass] > 0.5F;
-    for (const auto& [address, value] : job.settings)
+    const auto settings = parseSettings(job.values, reader.rate());
+    for (const auto& [address, value] : settings)
         if (address == kBypass) bypassed = value > 0.5F;
 
     OutputPlace place(job.output);
@@ -154,7 +155,7 @@ void renderFile(const RenderJob& job) {
     const auto length = reader.frames().value_or(std::numeric_limits<std::int64_t>::max());
     if (!isBypassedThroughout(bypassed, events, length) ||
         !copyExactly(reader, writer, shape.subtype, progress))
-        process(job, std::move(events), bypassed, reader, writer, progress);
+        process(job, settings, std::move(events), bypassed, reader, writer, progress);
     writer.close();
     place.commit();
 }

@@ -1,12 +1,12 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
-#include <vector>
 
+#include "audiounit/parameters.h"
 #include "hosts/cli/Renderer.h"
 
 namespace qov::cli {
@@ -20,9 +20,9 @@ struct RenderJob {
     std::string format;   ///< by name; empty: by the output's ending
     std::string subtype;  ///< by name; empty: the input's, or the best that fits
 
-    std::optional<std::size_t> preset;                      ///< number of a factory preset
-    std::vector<std::pair<std::uint64_t, float>> settings;  ///< behind it: address and value
-    std::string automation;                                 ///< path; empty for none
+    std::optional<std::size_t> preset;                     ///< number of a factory preset
+    std::array<std::string, allParameters.size()> values;  ///< set after it; see parseSettings()
+    std::string automation;                                ///< path; empty for none
     std::string midi;  ///< path of a standard MIDI file; empty for none
     std::uint32_t block = 512;
     Timing timing = Timing::aligned;

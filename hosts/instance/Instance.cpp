@@ -251,7 +251,10 @@ std::string Instance::valueText(std::uint64_t address, float value) const {
 }
 
 std::optional<float> Instance::parseValue(std::uint64_t address, std::string_view text) const {
-    return hosts::parseValue(address, text, double{unit_->getSamplerate()});
+    const auto value =
+        hosts::parseValue(address, text, double{unit_->getSamplerate()}, BareNumber::shown);
+    if (!value) return std::nullopt;
+    return static_cast<float>(std::clamp(*value, 0.0, 1.0));
 }
 
 void Instance::touchBegan() {

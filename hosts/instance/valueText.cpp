@@ -12,9 +12,9 @@
 namespace qov::hosts {
 namespace {
 
-/// Per cent to either side of the centre, whole.
+/// Per cent to either side of the centre, whole; in double precision, as the panel rounds it.
 long percent(float value) {
-    return std::lround((value * 2 - 1) * 100);
+    return std::lround((2 * double{value} - 1) * 100);
 }
 
 /// Full scale of the phase shift is a hundredth of a second.
@@ -34,64 +34,66 @@ std::string lowerCase(std::string_view text) {
 struct Number {
     double number;
     std::string_view unit;
+
+    bool isBare() const { return unit.empty(); }
 };
 
 std::optional<Number> leadingNumber(std::string_view text) {
-    if (text.starts_with('+')) text.remove_prefix(1);
+    if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
     double number = 0;
     const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
     if (read.ec != std::errc{} || !std::isfinite(number)) return std::nullopt;
     return Number{number, text.substr(static_cast<std::size_t>(read.ptr - text.data()))};
 }
 
-float fromPercent(double perCent) {
-    return static_cast<float>(std::clamp((perCent / 100 + 1) / 2, 0.0, 1.0));
+/// Per cent of the way from the centre to an end, as 0..1.
+std::optional<double> fromPercent(const std::optional<Number>& number, double sign) {
+    if (!number || (number->unit != "%" && !number->isBare())) return std::nullopt;
+    return (sign * number->number / 100 + 1) / 2;
 }
 
-std::optional<float> parsePercent(std::string_view text, double sign) {
-    const auto number = leadingNumber(text);
-    if (!number || (number->unit != "%" && !number->unit.empty())) return std::nullopt;
-    return fromPercent(sign * number->number);
+std::optional<double> parsePanorama(std::string_view text) {
+    if (text == "c" || text == "center" || text == "centre") return 0.5;
+    if (text.starts_with('l')) return fromPercent(leadingNumber(text.substr(1)), -1);
+    if (text.starts_with('r')) return fromPercent(leadingNumber(text.substr(1)), 1);
+    return fromPercent(leadingNumber(text), 1);
 }
 
-std::optional<float> parsePanorama(std::string_view text) {
-    if (text == "c" || text == "center" || text == "centre") return 0.5f;
-    if (text.starts_with('l')) return parsePercent(text.substr(1), -1);
-    if (text.starts_with('r')) return parsePercent(text.substr(1), 1);
-    return parsePercent(text, 1);
-}
-
-std::optional<float> parseShift(std::string_view text, double sampleRate) {
+std::optional<double> parseShift(std::string_view text, double sampleRate) {
+    text = text.substr(0, text.find('('));  // the time behind the samples
     const auto number = leadingNumber(text);
     if (!number) return std::nullopt;
     double frames = number->number;
     if (number->unit == "ms")
         frames = std::round(frames * sampleRate / 1000);
-    else if (!number->unit.empty() && !number->unit.starts_with("sample"))
+    else if (!number->isBare() && number->unit != "samples" && number->unit != "sample")
         return std::nullopt;
+    const double full = fullShift(sampleRate);
+    if (frames < 0 || frames > std::ceil(full)) return frames / full;
     // One frame is the least there is; the half puts the value safely past the frame's edge.
-    if (frames < 2) return 0.0f;
-    return static_cast<float>(std::min((frames + 0.5) / fullShift(sampleRate), 1.0));
+    return frames < 2 ? 0.0 : std::min((frames + 0.5) / full, 1.0);
 }
 
-std::optional<float> parseGain(std::string_view text) {
+std::optional<double> parseGain(std::string_view text) {
     const auto number = leadingNumber(text);
-    if (!number || (number->unit != "%" && !number->unit.empty())) return std::nullopt;
-    return static_cast<float>(std::clamp(number->number / 100, 0.0, 1.0));
+    if (!number) return std::nullopt;
+    if (number->unit == "db") return std::pow(10.0, number->number / 20);
+    if (number->unit != "%" && !number->isBare()) return std::nullopt;
+    return number->number / 100;
 }
 
-std::optional<float> parseSwitch(std::string_view text) {
+std::optional<double> parseSwitch(std::string_view text) {
     for (const auto* word : {"on", "yes", "true", "1"})
-        if (text == word) return 1.0f;
+        if (text == word) return 1.0;
     for (const auto* word : {"off", "no", "false", "0"})
-        if (text == word) return 0.0f;
+        if (text == word) return 0.0;
     return std::nullopt;
 }
 
 }  // namespace
 
 std::string valueText(std::uint64_t address, float asked, double sampleRate) {
-    // Hosts ask for any number; what is none reads as 0, as where a float becomes an integer.
+    // NaN counts as 0, as where a float becomes an integer.
     const float value = std::isnan(asked) ? 0.0f : std::clamp(asked, 0.0f, 1.0f);
     const auto* const parameter = parameterAt(address);
     if (!parameter) return {};
@@ -114,13 +116,17 @@ std::string valueText(std::uint64_t address, float asked, double sampleRate) {
     return {};
 }
 
-std::optional<float> parseValue(std::uint64_t address, std::string_view text, double sampleRate) {
+std::optional<double> parseValue(std::uint64_t address, std::string_view text, double sampleRate,
+                                 BareNumber bareNumber) {
     const auto plain = lowerCase(text);
     const auto* const parameter = parameterAt(address);
     if (!parameter) return std::nullopt;
+    if (bareNumber == BareNumber::normalized)
+        if (const auto number = leadingNumber(plain); number && number->isBare())
+            return number->number;
     switch (parameter->form) {
         case ValueForm::width:
-            return parsePercent(plain, 1);
+            return fromPercent(leadingNumber(plain), 1);
         case ValueForm::panorama:
             return parsePanorama(plain);
         case ValueForm::phaseShift:

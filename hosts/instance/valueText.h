@@ -7,15 +7,23 @@
 
 namespace qov::hosts {
 
-/// A parameter's value as the panel gives it: "+20 %" of width, "L 30 %" of panorama, a phase
-/// shift as "220 samples (5.0 ms)" at that rate, "on" or "off", "80 %" of volume. The same in every
-/// locale. Values outside 0..1 read as the nearer end, what is no number as 0. Empty for an unknown
-/// address.
+/// A parameter's value as text: "+20 %" of width, "L 30 %" of panorama, a phase shift as
+/// "220 samples (5.0 ms)" at sampleRate (frames per second), "on" or "off", "80 %" of volume. The
+/// percentages are the panel's. The same in every locale. Values outside 0..1 are clamped, NaN
+/// counts as 0. Empty for an unknown address.
 std::string valueText(std::uint64_t address, float value, double sampleRate);
 
-/// The value that a person means: any text of valueText's, and shorter forms: a number alone (per
-/// cent; samples for the phase shift), "5 ms", "r30", "c", "yes", "0". Nothing where it means none.
-/// Numbers beyond the range go to its end.
-std::optional<float> parseValue(std::uint64_t address, std::string_view text, double sampleRate);
+/// What a number without a unit means.
+enum class BareNumber {
+    normalized,  ///< the value itself, 0..1: command line and automation files
+    shown,       ///< the figure that valueText() writes, per cent or samples: hosts and the panel
+};
+
+/// Reads a value: any text of valueText()'s and the shorter forms "+20%", "r30", "c", "5ms",
+/// "220samples", "-6dB" (volume), "on", "off", "yes", "no", and bare numbers. Upper or lower case,
+/// with or without spaces. The result lies outside 0..1 where the text asks for more than the range
+/// has; callers clamp or refuse it. Empty for other texts and for an unknown address.
+std::optional<double> parseValue(std::uint64_t address, std::string_view text, double sampleRate,
+                                 BareNumber bareNumber);
 
 }  // namespace qov::hosts

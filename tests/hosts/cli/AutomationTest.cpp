@@ -34,9 +34,12 @@ TEST(Automation, TimesAreFramesSecondsOrMinutes) {
 TEST(Automation, ReadsBothKindsOfEventsAmongCommentsAndBlankLines) {
     const auto events = parseAutomation(
         "# all of it\n\n\t10 set stereo-width 0.25 # half\r\n"
-        "11 set kBypass on\n12 midi B3 0a 7F",
+        "11 set kBypass on\n12 midi B3 0a 7F\n13 set panorama L 30 %\n14 set phase-shift "
+        "220samples",
         "a", 44100);
-    ASSERT_EQ(events.size(), 3U);
+    ASSERT_EQ(events.size(), 5U);
+    EXPECT_FLOAT_EQ(events[3].value, 0.35F);
+    EXPECT_FLOAT_EQ(events[4].value, 0.5F);
     EXPECT_EQ(events[0].address, 0U);
     EXPECT_EQ(events[0].value, 0.25F);
     EXPECT_EQ(events[1].address, 7U);
@@ -78,9 +81,9 @@ TEST(Automation, ABadLineIsNamedWithItsNumberAndWhatWouldBeRight) {
              {"5 set panorma 1", "unknown parameter 'panorma'; did you mean 'panorama'?"},
              {"5 set loudness 1",
               "unknown parameter 'loudness'; the parameters are stereo-width, "},
-             {"5 set panorama 1.01", "1.01 is out of range; panorama takes a number from 0 to 1"},
-             {"5 set panorama nan", "'nan' is not a number"},
-             {"5 set panorama 0,5", "'0,5' is not a number"},
+             {"5 set panorama 1.01", "1.01 is out of range; panorama takes 0 to 1, L100"},
+             {"5 set panorama nan", "'nan' is not a value"},
+             {"5 set panorama 0,5", "'0,5' is not a value"},
              {"5 midi", "midi takes one to three bytes"},
              {"5 midi B0 07 40 00", "midi takes one to three bytes"},
              {"5 midi B0 7 GG", "'GG' is not a byte"},

@@ -1,6 +1,7 @@
 #include "hosts/instance/valueText.h"
 
 #include <cmath>
+#include <cstdlib>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -22,9 +23,9 @@ class ValueTextTest : public testing::TestWithParam<Row> {};
 TEST_P(ValueTextTest, ShowsThePanelsFigureAndReadsItBack) {
     const auto& row = GetParam();
     EXPECT_EQ(valueText(row.address, row.value, row.rate), row.text);
-    const auto parsed = parseValue(row.address, row.text, row.rate);
+    const auto parsed = parseValue(row.address, row.text, row.rate, BareNumber::shown);
     ASSERT_TRUE(parsed);
-    EXPECT_EQ(valueText(row.address, *parsed, row.rate), row.text);
+    EXPECT_EQ(valueText(row.address, static_cast<float>(*parsed), row.rate), row.text);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -47,33 +48,70 @@ TEST(ParseValue, ReadsEveryDelayBackAsItself) {
     for (const double rate : {8000.0, 44100.0, 192000.0})
         for (int frames = 1; frames <= static_cast<int>(rate / 100); ++frames) {
             const auto text = std::to_string(frames) + " samples";
-            const auto value = parseValue(kPhaseShift, text, rate);
+            const auto value = parseValue(kPhaseShift, text, rate, BareNumber::shown);
             ASSERT_TRUE(value) << text;
             // What the kernel makes of it.
-            const auto heard = static_cast<int>(static_cast<float>(rate) / 100.0f * *value);
+            const auto heard =
+                static_cast<int>(static_cast<float>(rate) / 100.0f * static_cast<float>(*value));
             ASSERT_EQ(std::max(1, heard), frames) << "at " << rate;
         }
 }
 
-TEST(ParseValue, UnderstandsPeopleAndRefusesTheRest) {
-    const std::tuple<std::uint64_t, const char*, float> understood[] = {
-        {kStereoWidth, " +20 ", 0.6f}, {kStereoWidth, "1e9%", 1},    {kPanorama, "r30", 0.65f},
-        {kPanorama, "-100", 0},        {kPanorama, "Center", 0.5f},  {kPhaseShift, "9.99 ms", 1},
-        {kPhaseShift, "-5", 0},        {kPhaseShift, "1 sample", 0}, {kBypass, "YES", 1},
-        {kSwapChannels, "0", 0}};
-    for (const auto& [address, text, value] : understood) {
-        const auto parsed = parseValue(address, text, 48000);
-        ASSERT_TRUE(parsed) << text;
-        EXPECT_NEAR(*parsed, value, 1e-6) << text;
+TEST(ValueText, ShowsThePanelsPercentagesForEveryValue) {
+    for (int i = 0; i <= 10000; ++i) {
+        const auto value = static_cast<float>(i) / 10000;
+        // As the panel writes it: twice the value less 1, in double precision, rounded.
+        const auto panel = static_cast<int>(std::round((2 * double{value} - 1) * 100));
+        ASSERT_EQ(std::atoi(valueText(kStereoWidth, value, 44100).c_str()), panel) << value;
     }
-    const std::pair<std::uint64_t, const char*> refused[] = {
-        {kStereoWidth, ""},    {kStereoWidth, "wide"},
-        {kStereoWidth, "nan"}, {kStereoWidth, "++1"},
-        {kPanorama, "L"},      {kPanorama, "5 ms"},
-        {kPhaseShift, "inf"},  {kPhaseShift, "2 cm"},
-        {kBypass, "perhaps"},  {8, "1"}};
-    for (const auto& [address, text] : refused)
-        EXPECT_FALSE(parseValue(address, text, 48000)) << text;
+}
+
+TEST(ParseValue, ReadsTheFormsThatPeopleWriteAndRefusesOthers) {
+    constexpr double refused = -99;
+    struct Form {
+        std::uint64_t address;
+        const char* text;
+        double shown, normalized;
+    };
+    for (const auto& [address, text, shown, normalized] : {
+             Form{kStereoWidth, "+60%", 0.8, 0.8},
+             {kStereoWidth, " +20 ", 0.6, 20},
+             {kStereoWidth, "0.7", 0.5035, 0.7},
+             {kStereoWidth, "150 %", 1.25, 1.25},
+             {kPanorama, "r30", 0.65, 0.65},
+             {kPanorama, "L 30 %", 0.35, 0.35},
+             {kPanorama, "-100", 0, -100},
+             {kPanorama, "Center", 0.5, 0.5},
+             {kPhaseShift, "5ms", 240.5 / 480, 240.5 / 480},
+             {kPhaseShift, "220samples", 220.5 / 480, 220.5 / 480},
+             {kPhaseShift, "220", 220.5 / 480, 220},
+             {kPhaseShift, "9.99 ms", 1, 1},
+             {kPhaseShift, "1 sample", 0, 0},
+             {kPhaseShift, "20ms", 2, 2},
+             {kBypass, "YES", 1, 1},
+             {kSwapChannels, "0", 0, 0},
+             {kBypass, "0.7", refused, 0.7},
+             {kVolume, "-6dB", 0.501187, 0.501187},
+             {kVolume, "+6 dB", 1.995262, 1.995262},
+             {kVolume, "80", 0.8, 80},
+             {kStereoWidth, "", refused, refused},
+             {kStereoWidth, "wide", refused, refused},
+             {kStereoWidth, "nan", refused, refused},
+             {kStereoWidth, "++1", refused, refused},
+             {kPanorama, "L", refused, refused},
+             {kPanorama, "5 ms", refused, refused},
+             {kPhaseShift, "inf", refused, refused},
+             {kPhaseShift, "2 cm", refused, refused},
+             {kBypass, "perhaps", refused, refused},
+             {8, "1", refused, refused},
+         }) {
+        EXPECT_NEAR(parseValue(address, text, 48000, BareNumber::shown).value_or(refused), shown,
+                    1e-6)
+            << text;
+        EXPECT_NEAR(parseValue(address, text, 48000, BareNumber::normalized).value_or(refused),
+                    normalized, 1e-6)
+            << text;
+    }
 }
 
 }  // namespace
