@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <cstddef>
+#include <iostream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
@@ -11,18 +13,20 @@
 namespace qov::test {
 namespace {
 
-/// Its scripting shell puts the plug-in on a track and saves the session; its export loads that
-/// session again.
-class Ardour : public testing::TestWithParam<const char*> {};
+constexpr std::size_t frames = 96000;
 
-TEST_P(Ardour, PlaysASavedSessionAsTheCommandLineDoes) {
-    constexpr std::size_t frames = 96000;
+/// What one try found: empty where Ardour's export has the expected sound.
+struct Outcome {
+    std::string fault;
+    /// A crash, a hang or silence. Ardour's export produces each of them with any plug-in, in about
+    /// one run of five.
+    bool mayBeArdour = false;
+};
+
+/// Ardour's scripting shell puts the plug-in on a track and saves the session; its export loads
+/// that session again.
+Outcome attempt(const std::string& format, const Sound<float>& sound) {
     const TemporaryFolder folder;
-    const std::string format = GetParam();
-    // Settings glide when the effect starts: through silence, so that the rest can be compared.
-    Sound<float> sound{
-        .format = SF_FORMAT_WAV | SF_FORMAT_FLOAT, .rate = 48000, .samples = noise(2 * frames)};
-    std::fill_n(sound.samples.begin(), frames / 2, 0.0F);
     save(folder / "in.wav", sound);
     save(folder / "same.wav", sound);
     const auto home = folder / "home";
@@ -30,18 +34,21 @@ TEST_P(Ardour, PlaysASavedSessionAsTheCommandLineDoes) {
     const auto in = "mkdir -p " + home + "/.vst3 && ln -sf '" PLUGINS "/vst3/QOV Kelvane.vst3' " +
                     home + "/.vst3 && env -u DISPLAY HOME=" + home + " XDG_CACHE_HOME=" + home +
                     "/cache XDG_CONFIG_HOME=" + home + "/config LV2_PATH='" PLUGINS "/lv2' ";
-    const auto scanned = shell(in +
-                               "LD_LIBRARY_PATH=/usr/lib/ardour7 "
-                               "/usr/lib/ardour7/ardour-vst3-scanner '" +
-                               home + "/.vst3/QOV Kelvane.vst3'");
-    ASSERT_EQ(scanned.code, 0) << scanned.out << scanned.err;
-    const auto made = shell(in + "timeout 60 ardour7-lua " SCRIPTS "/ardour.lua " + (folder / ".") +
-                            " " + format + " " + std::to_string(frames));
-    ASSERT_EQ(made.code, 0) << made.out << made.err;
-    EXPECT_NE(made.out.find("latency 2048"), std::string::npos) << made.out;
-    const auto exported = shell(in + "timeout 60 ardour7-export -b float -o " +
-                                (folder / "out.wav") + " " + (folder / "s") + " s");
-    ASSERT_EQ(exported.code, 0) << exported.out << exported.err;
+    std::string printed;
+    for (const auto& command :
+         {"LD_LIBRARY_PATH=/usr/lib/ardour7 timeout 30 /usr/lib/ardour7/ardour-vst3-scanner '" +
+              home + "/.vst3/QOV Kelvane.vst3'",
+          "timeout 30 ardour7-lua " SCRIPTS "/ardour.lua " + (folder / ".") + " " + format + " " +
+              std::to_string(frames),
+          "timeout 30 ardour7-export -b float -o " + (folder / "out.wav") + " " + (folder / "s") +
+              " s"}) {
+        const auto run = shell(in + command);
+        printed += run.out + run.err;
+        // `timeout` exits with 124, a shell with 128 and the signal's number.
+        if (run.code != 0)
+            return {"exit code " + std::to_string(run.code) + ":\n" + printed, run.code >= 124};
+    }
+    if (printed.find("latency 2048") == std::string::npos) return {"latency:\n" + printed};
 
     // Ardour plays automation late by the latency of the plug-in that it is for.
     write(folder / "automation", "52048 set swap-channels on\n72048 set swap-channels off\n");
@@ -49,13 +56,36 @@ TEST_P(Ardour, PlaysASavedSessionAsTheCommandLineDoes) {
         shell("$K render " + (folder / "same.wav") + " " + (folder / "expected.wav") +
               " --stereo-width 0.75 --phase-shift 0.5" +
               (format == "VST3" ? " --automation " + (folder / "automation") : std::string()));
-    ASSERT_EQ(rendered.code, 0) << rendered.err;
+    if (rendered.code != 0) return {rendered.err};
 
     const auto expected = loadFloats(folder / "expected.wav").samples;
     const auto heard = loadFloats(folder / "out.wav").samples;
-    ASSERT_EQ(heard.size(), expected.size());
-    for (std::size_t i = 0; i < expected.size(); ++i)
-        ASSERT_EQ(heard[i], expected[i]) << "channel " << i % 2 << ", frame " << i / 2;
+    if (heard.size() != expected.size())
+        return {std::to_string(heard.size()) + " samples instead of " +
+                std::to_string(expected.size())};
+    const auto first = std::ranges::mismatch(heard, expected).in1;
+    if (first == heard.end()) return {};
+    const auto at = first - heard.begin();
+    return {"channel " + std::to_string(at % 2) + ", frame " + std::to_string(at / 2),
+            std::all_of(first, heard.end(), [](float sample) { return sample == 0.0F; })};
+}
+
+class Ardour : public testing::TestWithParam<const char*> {};
+
+TEST_P(Ardour, PlaysASavedSessionAsTheCommandLineDoes) {
+    // Settings glide when the effect starts: through silence, so that the rest can be compared.
+    Sound<float> sound{
+        .format = SF_FORMAT_WAV | SF_FORMAT_FLOAT, .rate = 48000, .samples = noise(2 * frames)};
+    std::fill_n(sound.samples.begin(), frames / 2, 0.0F);
+    constexpr int tries = 6;
+    Outcome outcome;
+    for (int number = 1; number <= tries; ++number) {
+        outcome = attempt(GetParam(), sound);
+        if (outcome.fault.empty()) return;
+        std::cout << "try " << number << " of " << tries << ": " << outcome.fault << std::endl;
+        if (!outcome.mayBeArdour) break;
+    }
+    FAIL() << outcome.fault;
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, Ardour, testing::Values("LV2", "VST3"),
