@@ -3,7 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
+#include <map>
+#include <thread>
 #include <utility>
+#include <variant>
 
 #include "audiounit/componentDescription.h"
 #include "audiounit/presets.h"
@@ -54,6 +57,22 @@ bool isSafe(const float* const (&input)[2], float* const (&output)[2], std::uint
     return true;
 }
 
+/// For a scope, an audio unit without its parameter tree.
+class WithoutTree {
+ public:
+    WithoutTree(platform::AUAudioUnit& unit, std::shared_ptr<platform::AUParameterTree> tree)
+        : unit_(unit), tree_(std::move(tree)) {
+        unit_.setParameterTree(nullptr);
+    }
+    ~WithoutTree() { unit_.setParameterTree(tree_); }
+    WithoutTree(const WithoutTree&) = delete;
+    WithoutTree& operator=(const WithoutTree&) = delete;
+
+ private:
+    platform::AUAudioUnit& unit_;
+    const std::shared_ptr<platform::AUParameterTree> tree_;
+};
+
 }  // namespace
 
 std::unique_ptr<Instance> Instance::create(platform::NSError* error,
@@ -80,12 +99,13 @@ bool Instance::makeUnit(platform::NSError* error) {
     const RunLoop::MakeCurrent current(loop_);
     unit_ = std::dynamic_pointer_cast<QOV_Kelvane_PluginAudioUnit>(
         factory_->createAudioUnit(componentDescription, error));
+    if (unit_) tree_ = unit_->parameterTree();
     return unit_ != nullptr;
 }
 
 void Instance::observeEdits() {
     const RunLoop::MakeCurrent current(loop_);
-    token_ = unit_->parameterTree()->tokenByAddingParameterAutomationObserver(
+    token_ = tree_->tokenByAddingParameterAutomationObserver(
         [this](std::uint64_t address, float value, platform::AUParameterAutomationEventType type) {
             if (hostActsOn == this || address >= EditExchange::parameters) return;
             if (type == platform::AUParameterAutomationEventTypeTouch) edits_.touch(address);
@@ -101,7 +121,7 @@ void Instance::observeEdits() {
 
 Instance::~Instance() {
     const RunLoop::MakeCurrent current(loop_);
-    if (token_) unit_->parameterTree()->removeParameterObserver(token_);
+    if (token_) tree_->removeParameterObserver(token_);
     if (unit_) deactivate();
     loop_->end();
 }
@@ -141,14 +161,28 @@ void Instance::process(const float* const (&input)[2], float* const (&output)[2]
             if (channel) std::fill_n(channel, frames, 0.0f);
         return;
     }
-    if (frames == 0) return apply(events);
+    use_.exchange(Use::rendering);
+    takeAdopted();
+    if (frames == 0) {
+        apply(events);
+    } else {
+        const FloatEnvironment standard;
+        // Of two outputs in one place the right channel stays there.
+        processApart(input, {output[0] == output[1] ? nullptr : output[0], output[1]}, frames,
+                     events);
+    }
+    use_.store(Use::idle, std::memory_order_release);
+}
 
-    const FloatEnvironment standard;
-    if (isSafe(input, output, frames)) {
-        const bool isPlain = events.empty() && frames <= unit_->maximumFramesToRender() &&
-                             input[0] && input[1] && output[0] && output[1];
+void Instance::processApart(const float* const (&input)[2], float* const (&output)[2],
+                            std::uint32_t frames, std::span<const HostEvent> events) {
+    const bool outputsOverlap = overlap(output[0], output[1], frames);
+    if (!outputsOverlap && isSafe(input, output, frames)) {
+        const bool isPlain =
+            events.empty() && frames <= unit_->maximumFramesToRender() && input[0] && input[1];
         if (!isPlain) return renderPiece(input, output, 0, frames, frames, events);
-        renderCycle(input[0], input[1], output[0], output[1], frames, nullptr);
+        renderCycle(input[0], input[1], output[0] ? output[0] : ignored_[0].data(),
+                    output[1] ? output[1] : ignored_[1].data(), frames, nullptr);
         clock_ += frames;
         hasRendered_ = true;
         return;
@@ -156,14 +190,21 @@ void Instance::process(const float* const (&input)[2], float* const (&output)[2]
     const auto longest = static_cast<std::uint32_t>(copies_[0].size());
     for (std::uint32_t begin = 0; begin < frames; begin += longest) {
         const auto count = std::min(longest, frames - begin);
-        const float* copied[2] = {};
         for (int channel = 0; channel < 2; ++channel) {
-            if (!input[channel]) continue;
-            std::copy_n(input[channel] + begin, count, copies_[channel].data());
-            copied[channel] = copies_[channel].data();
+            if (input[channel])
+                std::copy_n(input[channel] + begin, count, copies_[channel].data());
+            else
+                std::fill_n(copies_[channel].data(), count, 0.0f);
         }
-        renderPiece(copied, {behind(output[0], begin), behind(output[1], begin)}, begin, count,
-                    frames, events);
+        const float* const copied[2] = {copies_[0].data(), copies_[1].data()};
+        if (!outputsOverlap) {
+            renderPiece(copied, {behind(output[0], begin), behind(output[1], begin)}, begin, count,
+                        frames, events);
+            continue;
+        }
+        renderPiece(copied, {copies_[0].data(), copies_[1].data()}, begin, count, frames, events);
+        for (int channel = 0; channel < 2; ++channel)
+            std::copy_n(copied[channel], count, output[channel] + begin);
     }
 }
 
@@ -239,7 +280,7 @@ float Instance::value(std::uint64_t address) const {
 }
 
 void Instance::setValue(std::uint64_t address, float value) {
-    const auto parameter = unit_->parameterTree()->parameterWithAddress(address);
+    const auto parameter = tree_->parameterWithAddress(address);
     const auto setting = settingOf(HostEvent::parameter(0, address, value));
     if (!parameter || !setting) return;
     const RunLoop::MakeCurrent current(loop_);
@@ -279,6 +320,7 @@ bool Instance::selectFactoryPreset(std::size_t number) {
     if (number >= presets.size()) return false;
     const RunLoop::MakeCurrent current(loop_);
     const HostActs host(this);
+    adopt(presetParameters[number]);
     unit_->setCurrentPreset(presets[number]);
     return true;
 }
@@ -292,8 +334,50 @@ bool Instance::restoreState(std::string_view text) {
     if (!state) return false;
     const RunLoop::MakeCurrent current(loop_);
     const HostActs host(this);
-    unit_->setFullState(*state);
+    {
+        // Without a tree the audio unit takes the preset's number and name only: the values of a
+        // factory preset must not be heard or reported on the way.
+        const WithoutTree withoutTree(*unit_, tree_);
+        unit_->setFullState(*state);
+    }
+    Values values;
+    for (const auto& [address, value] :
+         std::get<std::map<platform::AUParameterAddress, platform::AUValue>>(state->at("data")))
+        values.at(address) = value;
+    adopt(values);
+    for (const auto& parameter : tree_->allParameters()) parameter->didChangeValue(token_);
     return true;
+}
+
+/// Sets all parameters in one step: no cycle is rendered with some of the values. Waits for a block
+/// that is being rendered to end.
+void Instance::adopt(const Values& values) {
+    for (std::size_t address = 0; address < values.size(); ++address)
+        adopted_[address].store(values[address], std::memory_order_relaxed);
+    hasAdopted_.store(true);
+    while (hasAdopted_.load(std::memory_order_acquire)) {
+        auto idle = Use::idle;
+        if (use_.compare_exchange_strong(idle, Use::adopting)) {
+            takeAdopted();
+            // A block may have begun meanwhile; it has taken the values, too.
+            auto adopting = Use::adopting;
+            use_.compare_exchange_strong(adopting, Use::idle);
+            return;
+        }
+        std::this_thread::yield();
+    }
+}
+
+/// Both threads may be here at once: they then write the same values.
+void Instance::takeAdopted() {
+    if (!hasAdopted_.load(std::memory_order_acquire)) return;
+    for (std::size_t address = 0; address < adopted_.size(); ++address) {
+        const auto index = static_cast<std::int32_t>(address);
+        const float value = adopted_[address].load(std::memory_order_relaxed);
+        // Switching bypass on again would reset the signal.
+        if (unit_->getParameter(index) != value) unit_->setParameter(index, value);
+    }
+    hasAdopted_.store(false, std::memory_order_release);
 }
 
 // Editor
@@ -301,7 +385,7 @@ bool Instance::restoreState(std::string_view text) {
 void Instance::pump() {
     const RunLoop::MakeCurrent current(loop_);
     if (const auto heard = heardByAudio_.exchange(0, std::memory_order_acquire))
-        for (const auto& parameter : unit_->parameterTree()->allParameters())
+        for (const auto& parameter : tree_->allParameters())
             if (heard & 1u << parameter->address()) parameter->didChangeValue(token_);
     loop_->pump();
 }

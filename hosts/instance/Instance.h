@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
+#include "audiounit/presets.h"
 #include "hosts/instance/EditExchange.h"
 #include "hosts/instance/EventList.h"
 #include "hosts/instance/HostEvent.h"
@@ -58,8 +60,9 @@ class Instance {
     bool isActive() const { return static_cast<bool>(render_); }
 
     /// Renders a block of any length. Input and output may be the same memory, also crossed over,
-    /// and may overlap by parts in a block no longer than longestBlock; a null input is silence, a
-    /// null output is not written. In a block of no frames events take effect at once. While not
+    /// and may overlap by parts in a block no longer than longestBlock, outputs with each other too
+    /// (where they do, the right channel stays); a null input is silence, a null output is not
+    /// written. In a block of no frames events take effect at once. While not
     /// active the output is silence and events are dropped.
     void process(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
                  std::span<const HostEvent> events);
@@ -97,7 +100,8 @@ class Instance {
     /// Takes up a preset's values, as a host's. False when there is none of that number.
     bool selectFactoryPreset(std::size_t number);
     std::string saveState() const;
-    /// Takes up what saveState() gave. False, with nothing changed, when it is not a state that
+    /// Takes up what saveState() gave, in one step for the sound and for observers; waits at most
+    /// for a block that is being rendered. False, with nothing changed, when it is not a state that
     /// this version knows (SavedState.h).
     bool restoreState(std::string_view state);
 
@@ -116,6 +120,11 @@ class Instance {
     void observeEdits();
     bool isBypassed() const;
     void apply(std::span<const HostEvent> events);
+    using Values = std::array<float, parameterCount>;  // by address
+    void adopt(const Values& values);
+    void takeAdopted();
+    void processApart(const float* const (&input)[2], float* const (&output)[2],
+                      std::uint32_t frames, std::span<const HostEvent> events);
     void renderPiece(const float* const (&input)[2], float* const (&output)[2], std::uint32_t begin,
                      std::uint32_t count, std::uint32_t frames, std::span<const HostEvent> events);
     void renderCycle(const float* left, const float* right, float* outLeft, float* outRight,
@@ -124,6 +133,7 @@ class Instance {
     std::shared_ptr<platform::RunLoop> loop_;
     Factory factory_;
     std::shared_ptr<QOV_Kelvane_PluginAudioUnit> unit_;
+    std::shared_ptr<platform::AUParameterTree> tree_;  // the unit's
     platform::AUParameterObserverToken token_ = nullptr;
 
     platform::AUInternalRenderBlock render_;  // empty while not active
@@ -135,6 +145,12 @@ class Instance {
     std::vector<float> silence_;     // for an input that is not there
     std::vector<float> ignored_[2];  // for an output that is not there
     bool hasRendered_ = false;
+
+    // Values that are set together, between two blocks.
+    enum class Use : std::uint8_t { idle, rendering, adopting };
+    std::atomic<Use> use_{Use::idle};
+    std::array<std::atomic<float>, parameterCount> adopted_{};
+    std::atomic<bool> hasAdopted_{false};  // adopted_ is not in effect yet
 
     std::atomic<std::uint32_t> heardByAudio_{0};  // bit a: address a was set on the audio thread
     std::atomic<std::uint32_t> reportedLatency_{0};

@@ -176,6 +176,32 @@ TEST_F(InstanceTest, OutputIsThatOfSeparateBuffersHoweverTheyAlias) {
     }
 }
 
+TEST_F(InstanceTest, OutputsThatShareMemoryKeepTheirSound) {
+    const auto input = noise(8 * 1500);
+    const auto half = input.left.size() / 2;
+    for (const std::uint32_t block : {1u, 300u, 1500u}) {
+        const auto expected = render(*fresh(), input, {block});
+        for (const std::uint32_t shift : {0u, block / 2}) {  // of the right output
+            const auto instance = fresh();
+            std::vector<float> memory(2 * block);
+            for (std::size_t at = 0; at < half; at += block) {
+                instance->process({&input.left[at], &input.right[at]},
+                                  {memory.data(), memory.data() + shift}, block, {});
+                ASSERT_TRUE(std::equal(&memory[0], &memory[shift], &expected.left[at]));
+                ASSERT_TRUE(
+                    std::equal(&memory[shift], &memory[shift] + block, &expected.right[at]));
+            }
+            Stereo output{std::vector<float>(half), std::vector<float>(half)};
+            for (std::size_t at = 0; at < half; at += block)
+                instance->process({&input.left[half + at], &input.right[half + at]},
+                                  {&output.left[at], &output.right[at]}, block, {});
+            EXPECT_TRUE(std::equal(output.left.begin(), output.left.end(), &expected.left[half]));
+            EXPECT_TRUE(
+                std::equal(output.right.begin(), output.right.end(), &expected.right[half]));
+        }
+    }
+}
+
 TEST_F(InstanceTest, UnconnectedPortsAreSilentOrIgnored) {
     const auto input = noise(4 * late);
     const Stereo silentRight{input.left, std::vector<float>(input.left.size(), 0)};
@@ -374,6 +400,44 @@ TEST_F(InstanceTest, StateKeepsThePresetAndMendsWhatIsWrong) {
     EXPECT_EQ(other->value(kPanorama), 0) << "however small";
     EXPECT_EQ(other->value(kPhaseShift), 0);
     EXPECT_EQ(other->value(kSwapChannels) + other->value(kInvertChannel), 2);
+}
+
+TEST_F(InstanceTest, RestoringAStateIsOneStepForTheSoundAndForListeners) {
+    const auto donor = fresh();
+    // Bypassed throughout, so that no block may come out late; the factory preset is not.
+    for (std::uint64_t address = 0; address < parameterCount; ++address)
+        donor->setValue(address, 1);
+    const auto on = donor->saveState();
+    for (std::uint64_t address = 0; address < kBypass; ++address) donor->setValue(address, 0.25f);
+    const auto other = donor->saveState();
+    ASSERT_TRUE(instance_->restoreState(on));
+
+    const auto tree = instance_->audioUnit().parameterTree();
+    const auto token = tree->tokenByAddingParameterObserver([&](std::uint64_t, float) {
+        // All have their new values already, whichever is reported.
+        EXPECT_EQ(instance_->value(kPanorama), instance_->value(kStereoWidth));
+        EXPECT_EQ(instance_->value(kTestMono) == 1, instance_->value(kStereoWidth) == 1);
+        EXPECT_EQ(instance_->value(kBypass), 1);
+    });
+    const auto in = noise(64);
+    std::atomic<bool> ends{false};
+    std::atomic<int> blocks{0}, wrong{0};
+    std::thread audio([&] {
+        auto out = in;
+        while (!ends) {
+            instance_->process({in.left.data(), in.right.data()},
+                               {out.left.data(), out.right.data()}, 64, {});
+            wrong += out.left != in.left || out.right != in.right;
+            ++blocks;
+        }
+    });
+    for (int i = 0; i < 2000 || blocks < 2000; ++i)
+        ASSERT_TRUE(instance_->restoreState(i % 2 ? on : other));
+    ends = true;
+    audio.join();
+    tree->removeParameterObserver(token);
+    EXPECT_EQ(wrong, 0) << "of " << blocks << " blocks";
+    EXPECT_THAT(edits(), IsEmpty());
 }
 
 TEST_F(InstanceTest, ItsRunLoopGoesWithIt) {
