@@ -72,7 +72,8 @@ void EventInbox::fill() {
     for (; read_ < size_ && count_ < capacity; ++read_) {
         const auto* header = list_->get(list_, read_);
         const auto event = header ? read(*header) : std::nullopt;
-        if (event && hosts::settingOf(*event)) events_[count_++] = *event;
+        if (event && (hosts::isWholeMidi(*event) || hosts::settingOf(*event)))
+            events_[count_++] = *event;
     }
 }
 

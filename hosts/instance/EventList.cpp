@@ -18,6 +18,13 @@ std::optional<Setting> settingOf(const HostEvent& event) {
     return Setting{event.address, std::clamp(event.value, 0.0f, 1.0f)};
 }
 
+bool isWholeMidi(const HostEvent& event) {
+    if (event.kind != HostEvent::Kind::midi || event.midiLength < 1 || event.midiLength > 3)
+        return false;
+    // A control change that was cut short has no value.
+    return (event.midi[0] & 0xf0) != 0xb0 || event.midiLength == 3;
+}
+
 std::uint32_t EventList::collectSome(std::span<const HostEvent> events, std::uint32_t frames,
                                      std::uint32_t begin, std::uint32_t end,
                                      std::int64_t startTime) {
@@ -38,10 +45,14 @@ bool EventList::gather(std::span<const HostEvent> events, std::uint32_t frames, 
     for (const auto& event : events) {
         const auto frame = std::min(event.frame, frames - 1);
         if (frame < begin || frame >= end) continue;
-        const auto setting = settingOf(event);
-        if (!setting) continue;
+        const bool isMidi = isWholeMidi(event);
+        const auto setting = isMidi ? std::nullopt : settingOf(event);
+        if (!isMidi && !setting) continue;
         if (count_ == capacity) return false;
-        add(frame - begin, startTime, *setting);
+        if (isMidi)
+            addMidi(frame - begin, startTime, event);
+        else
+            add(frame - begin, startTime, *setting);
     }
     return true;
 }
@@ -72,9 +83,26 @@ void EventList::add(std::uint32_t frameInCycle, std::int64_t startTime, Setting 
     event.eventType = platform::AURenderEventParameter;
     event.parameterAddress = setting.address;
     event.value = setting.value;
+    append(frameInCycle);
+    addresses_ |= 1u << setting.address;
+}
+
+void EventList::addMidi(std::uint32_t frameInCycle, std::int64_t startTime,
+                        const HostEvent& event) {
+    auto& message = events_[count_].MIDI;
+    message = {};
+    message.eventSampleTime = startTime + frameInCycle;
+    message.eventType = platform::AURenderEventMIDI;
+    message.length = event.midiLength;
+    message.data[0] = event.midi[0];
+    for (std::size_t i = 1; i < event.midi.size(); ++i) message.data[i] = event.midi[i] & 0x7f;
+    append(frameInCycle);
+    if (const auto setting = settingOf(event)) addresses_ |= 1u << setting->address;
+}
+
+void EventList::append(std::uint32_t frameInCycle) {
     keys_[count_] = std::uint64_t{frameInCycle} << 32 | count_;
     ++count_;
-    addresses_ |= 1u << setting.address;
 }
 
 void EventList::link() {

@@ -17,19 +17,22 @@ struct Setting {
     float value;
 };
 
-/// Nothing for events without a meaning: values that are not a number, unknown addresses, MIDI
-/// messages other than the controllers 7, 10 and 11. (Others would only cut a block into shorter
-/// runs and so hasten the smoothing.) Values outside 0..1 go to the nearer end.
+/// The parameter that an event sets, if it does: NaN, unknown addresses, and MIDI messages other
+/// than the controllers 7, 10 and 11 set none. Values outside 0..1 are clamped.
 std::optional<Setting> settingOf(const HostEvent& event);
+
+/// Whether an event is a MIDI message that reaches the kernel: of 1 to 3 bytes, a control change of
+/// 3. Each starts a new segment, whatever it means.
+bool isWholeMidi(const HostEvent& event);
 
 /// The render events of one cycle, from a host's events of a whole block, in storage of its own.
 class EventList {
  public:
-    /// Takes the meaningful events that belong into [begin, end) of a block of `frames` frames, by
-    /// time, those of one frame in the host's order; events behind the block's end count as at its
-    /// last frame. Times become those of a clock that reads startTime at `begin`.
-    /// Returns the end of the cycle: `end`, or an earlier frame if there are more events than
-    /// fit; those of a single frame always fit. Allocates nothing.
+    /// Takes the events that set a parameter and all whole MIDI messages that belong into [begin,
+    /// end) of a block of `frames` frames, by time, those of one frame in the host's order; events
+    /// behind the block's end count as at its last frame. Times become those of a clock that reads
+    /// startTime at `begin`. Returns the end of the cycle: `end`, or an earlier frame if there are
+    /// more events than fit; those of a single frame always fit. Allocates nothing.
     std::uint32_t collect(std::span<const HostEvent> events, std::uint32_t frames,
                           std::uint32_t begin, std::uint32_t end, std::int64_t startTime) {
         clear();
@@ -56,6 +59,8 @@ class EventList {
     void gatherFrame(std::span<const HostEvent> events, std::uint32_t frames, std::uint32_t frame,
                      std::int64_t startTime);
     void add(std::uint32_t frameInCycle, std::int64_t startTime, Setting setting);
+    void addMidi(std::uint32_t frameInCycle, std::int64_t startTime, const HostEvent& event);
+    void append(std::uint32_t frameInCycle);
     void link();
     std::size_t order(std::size_t rank) const { return keys_[rank] & 0xffffffff; }
 

@@ -226,8 +226,9 @@ TEST_F(InstanceTest, WrongEventsAreMendedOrDropped) {
                                        HostEvent::message(80, {0xf8, 0, 0}),
                                        HostEvent::message(95, {0xb0, 11, 0xff})};
     const std::vector<HostEvent> mended{
-        HostEvent::parameter(50, kStereoWidth, 0), HostEvent::parameter(90, kPanorama, 1),
-        HostEvent::message(95, {0xb0, 11, 127}), HostEvent::parameter(frames - 1, kTestMono, 1)};
+        HostEvent::parameter(50, kStereoWidth, 0), HostEvent::message(80, {0x90, 60, 100}),
+        HostEvent::message(80, {0xf8, 0, 0}),      HostEvent::parameter(90, kPanorama, 1),
+        HostEvent::message(95, {0xb0, 11, 127}),   HostEvent::parameter(frames - 1, kTestMono, 1)};
     Stereo output{std::vector<float>(frames), std::vector<float>(frames)};
     instance_->process({input.left.data(), input.right.data()},
                        {output.left.data(), output.right.data()}, frames, wrong);
