@@ -23,7 +23,7 @@ struct StageFormulas {
     static void widen(Number& left, Number& right, float a) {
         const Number side = (left - right) * 0.5f;
         left = Arithmetic::fusedMultiplyAdd(side, a, left);
-        right = Arithmetic::fusedMultiplyAdd(-side, a, right);
+        right = Arithmetic::fusedMultiplyAdd(side, -a, right);
     }
 
     /// Width for an adjustment a < 0. Only the left channel moves: fromRight is -a right, up to

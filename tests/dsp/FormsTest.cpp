@@ -110,6 +110,28 @@ TEST_P(Forms, GiveThePlainBitsWhereAnAmountHasNoHalf) {
     }
 }
 
+// Sums so close to the middle between two floats that rounding to double first would put them
+// there.
+TEST_P(Forms, RoundAFusedSumOnce) {
+    for (int k = 1; k < 50; ++k) {
+        StereoProcessor plain;
+        plain.fAdjust = 0x1p-24f * (1 - static_cast<float>(k) * 0x1p-23f);
+        Samples left(33), right(33), none(33), ringLeft(33), ringRight(33);
+        for (std::size_t i = 0; i < 33; ++i) {
+            left[i] = 1 + static_cast<float>(pick(100, 1 << 22)) * 0x1p-23f;
+            right[i] = left[i] - 2 - static_cast<float>(k) * 0x1p-22f;  // a side of 1 + k 2^-23
+        }
+        constexpr ShapeStages widened{false, ShapeStages::above, ShapeStages::neutral, false};
+        const Shape shape{0, 0, 0, plain.fAdjust, 0};
+        ChainLoops::current()->shape[widened.index()](shape, left.data(), right.data(), none.data(),
+                                                      none.data(), ringLeft.data(),
+                                                      ringRight.data(), 33);
+        plain.process(left.data(), right.data(), 33);
+        ASSERT_EQ(difference("left", ringLeft.data(), left.data(), 33), "") << k;
+        ASSERT_EQ(difference("right", ringRight.data(), right.data(), 33), "") << k;
+    }
+}
+
 // Lengths around the block, the ring and short lines, and a longer line after a shorter one.
 TEST_P(Forms, GiveThePlainBitsAcrossWrapsAndChangesOfTheDelayLength) {
     FormPair pair(GetParam());
