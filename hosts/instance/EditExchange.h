@@ -6,6 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "audiounit/parameters.h"
+
 namespace qov::hosts {
 
 /// Changes made in the editor, on their way into the host's automation. Bounded: of each
@@ -13,7 +15,7 @@ namespace qov::hosts {
 /// gesture.
 class EditExchange {
  public:
-    static constexpr std::size_t parameters = 8;
+    static constexpr std::size_t parameters = parameterCount;
 
     /// What the host is told: its parameter is taken hold of, changes, is let go of.
     struct Edit {

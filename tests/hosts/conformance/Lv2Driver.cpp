@@ -14,7 +14,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "dsp/ParameterAddress.h"
+#include "audiounit/parameters.h"
 #include "hosts/instance/product.h"
 #include "tests/hosts/conformance/Lv2Description.h"
 #include "tests/hosts/conformance/Plugin.h"
@@ -52,7 +52,7 @@ class Binary {
 };
 
 float portOf(std::uint64_t address, float value) {
-    if (address < kSwapChannels || std::isnan(value)) return value;
+    if (!parameterAt(address)->isSwitch() || std::isnan(value)) return value;
     return (value > 0.5F) != (address == kBypass) ? 1.0F : 0.0F;
 }
 
