@@ -1,7 +1,7 @@
-// What one tick of the editor costs: the correlograph drawn anew and the window put together where
-// it changed, against the bare Cairo calls for the same shapes and surfaces in the same run; and
-// the lines mode's stroke without the rest of the tick (strokeAlone). Ratios are of the best of all
-// repetitions, which alternate. The last line compares the polyline's picture with the stroke's own
+// The cost of one tick of the editor (the correlograph redrawn, the window recomposed where it
+// changed) against bare Cairo calls for the same shapes and surfaces in the same run, and of the
+// line alone against one stroke of it (strokeAlone). Ratios are between the best of all
+// repetitions, which alternate. The last line compares the pictures of the line and of one stroke,
 // and names the file that shows both and their difference.
 
 #include <algorithm>
@@ -56,7 +56,7 @@ class Editor {
         window_ = std::make_shared<platform::UIWindow>(platform::CGSize{680, 440}, scale);
         window_->setRootViewController(controller_);
         loop_->pump();
-        controller_->correlographView->baseClass.drawMode = mode;
+        graph().drawMode = mode;
         tick(0);
     }
     void tick(unsigned seed) {
@@ -73,11 +73,11 @@ class Editor {
         auto& unit = *controller_->audioUnit();
         fill(unit.getBufferLeft(), unit.getBufferRight(), seed);
     }
-    Points points() {
+    const Points& points() {
         auto& unit = *controller_->audioUnit();
-        return CorrelographBaseAU().computePoints(unit.getBufferLeft(), unit.getBufferRight(),
-                                                  2048);
+        return graph().computePoints(unit.getBufferLeft(), unit.getBufferRight(), 2048);
     }
+    CorrelographBaseAU& graph() { return controller_->correlographView->baseClass; }
 
  private:
     std::shared_ptr<platform::RunLoop> loop_ = platform::RunLoop::createForTest();
@@ -213,44 +213,50 @@ void idleTick(benchmark::State& state) {
     state.counters["cpu_at_20Hz_%"] = best * 20 * 100;
 }
 
-/// The lines alone, into a bitmap of the correlograph's size: ours against Cairo's stroke.
+/// A bitmap of the correlograph's size, in canvas units and the line's style.
+std::unique_ptr<platform::CGBitmapContext> makeCanvas(double scale) {
+    const int side = static_cast<int>(260 * scale);
+    auto c = platform::makeBitmapContext(side, side, scale);
+    c->scaleBy(260 / 256.0, 260 / 256.0);
+    c->setStrokeColor({1, 0.737, 0.155, 1});
+    c->setLineWidth(0.5);
+    return c;
+}
+
+void strokeOnce(platform::CGContext& context, const Points& points) {
+    for (const auto& p : points) context.addLineTo(p);
+    context.closePath();
+    context.strokePath();
+}
+
 void strokeAlone(benchmark::State& state, double scale) {
     Editor editor("bezier", scale);
-    std::unique_ptr<platform::CGBitmapContext> canvas[2];
-    for (auto& c : canvas) {
-        const int side = static_cast<int>(260 * scale);
-        c = platform::makeBitmapContext(side, side, scale);
-        c->scaleBy(260 / 256.0, 260 / 256.0);
-        c->setStrokeColor({1, 0.737, 0.155, 1});
-        c->setLineWidth(0.5);
-    }
+    const auto ours = makeCanvas(scale), floor = makeCanvas(scale);
     const auto [lines, stroke] = race(
         state, editor,
         [&] {
-            for (auto& c : canvas) c->clearRect({0, 0, 256, 256});
+            for (auto& c : {&ours, &floor}) (*c)->clearRect({0, 0, 256, 256});
         },
-        [&](const Points& points) { canvas[0]->strokePolyline(points, true); },
-        [&](const Points& points) { canvas[1]->CGContext::strokePolyline(points, true); });
+        [&](const Points&) { editor.graph().drawPoints(*ours); },
+        [&](const Points& points) { strokeOnce(*floor, points); });
     state.counters["lines_us"] = lines * 1e6;
     state.counters["stroke_us"] = stroke * 1e6;
 }
 
-/// Stroke, polyline and four times their difference, side by side.
-void showPolyline(const std::string& path) {
+/// One stroke, the line and four times their difference, side by side.
+void showLine(const std::string& path) {
     std::vector<float> left(2048), right(2048);
     fill(left.data(), right.data(), 3);
     CorrelographBaseAU graph;
+    graph.drawMode = "bezier";
     const Points& points = graph.computePoints(left.data(), right.data(), 2048);
-    constexpr int side = 256;
+    constexpr int side = 260;
     std::unique_ptr<platform::CGBitmapContext> pictures[2];
     for (int i = 0; i < 2; ++i) {
-        auto c = platform::makeBitmapContext(side, side, 1);
-        c->setFillColor({0.08, 0.08, 0.08, 1});
-        c->fillRect({0, 0, side, side});
-        c->setStrokeColor({1, 0.737, 0.155, 1});
-        c->setLineWidth(0.5);
-        i ? c->strokePolyline(points, true) : c->CGContext::strokePolyline(points, true);
-        pictures[i] = std::move(c);
+        pictures[i] = makeCanvas(1);
+        pictures[i]->setFillColor({0.08, 0.08, 0.08, 1});
+        pictures[i]->fillRect({0, 0, 256, 256});
+        i ? graph.drawPoints(*pictures[i]) : strokeOnce(*pictures[i], points);
     }
     std::vector<std::uint32_t> sheet(3 * side * side);
     int largest = 0;
@@ -275,7 +281,7 @@ void showPolyline(const std::string& path) {
         std::fwrite(png.data(), 1, png.size(), file);
         std::fclose(file);
     }
-    std::printf("polyline against stroke: largest difference %d of 255, mean %.2f; %s\n", largest,
+    std::printf("line against one stroke: largest difference %d of 255, mean %.2f; %s\n", largest,
                 sum / (side * side), path.c_str());
 }
 
@@ -302,5 +308,5 @@ int main(int argc, char** argv) {
         ->Unit(benchmark::kMicrosecond);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
-    showPolyline(std::string(argv[0]) + "-polyline.png");
+    showLine(std::string(argv[0]) + "-line.png");
 }

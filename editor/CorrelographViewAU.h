@@ -7,7 +7,7 @@
 
 namespace qov {
 
-/// The view of the goniometer. The view controller's timer asks it to draw.
+/// The goniometer's view, redrawn by the view controller's timer.
 class CorrelographViewAU : public platform::UIControl {
  public:
     using UIControl::UIControl;
@@ -15,7 +15,7 @@ class CorrelographViewAU : public platform::UIControl {
     void draw(platform::CGRect rect) override;
 
     std::weak_ptr<AudioUnitViewController> viewController;
-    bool isSuspended = false;  ///< kept for the panel's toggle; the picture goes on
+    bool isSuspended = false;  ///< set by the panel's toggle; drawing continues
     CorrelographBaseAU baseClass;
 };
 

@@ -9,7 +9,8 @@
 #include "editor/AudioUnitViewController.h"
 #include "editor/PanelStyle.h"
 #include "platform/coregraphics/CGContext.h"
-#include "platform/uikit/NSStringDrawing.h"
+#include "platform/coregraphics/CGFont.h"
+#include "platform/uikit/NSTextAlignment.h"
 #include "platform/uikit/UIGraphics.h"
 
 namespace qov {

@@ -102,22 +102,21 @@ void drawCurve(CGContext& context, const EasingCurve& curve, const Family& famil
     context.setStrokeColor(kGrid);
     for (const CGFloat level : {0.0, 1.0}) context.strokeLine({left, y(level)}, {right, y(level)});
 
-    std::vector<CGPoint> line;
-    for (int frame = 0; frame <= kFrames; ++frame)
-        line.push_back({left + (right - left) * frame / kFrames, y(value(curve, frame, kFrames))});
     context.setLineWidth(2);
     context.setLineCap(platform::CGLineCap::round);
     context.setLineJoin(platform::CGLineJoin::round);
     context.setStrokeColor(kAmber);
-    context.strokePolyline(line, false);
+    context.moveTo({left, y(value(curve, 0, kFrames))});
+    for (int frame = 1; frame <= kFrames; ++frame)
+        context.addLineTo(
+            {left + (right - left) * frame / kFrames, y(value(curve, frame, kFrames))});
+    context.strokePath();
 
-    std::vector<CGPoint> dots;
     constexpr CGFloat kDot = 4;
-    for (int frame = 0; frame <= kDotFrames; ++frame)
-        dots.push_back(
-            {corner.x + kCellWidth - kInset - kDot, y(value(curve, frame, kDotFrames)) - kDot / 2});
     context.setFillColor(kAmber.withAlpha(0.45));
-    context.fillEllipses(dots, {kDot, kDot});
+    for (int frame = 0; frame <= kDotFrames; ++frame)
+        context.fillEllipse({corner.x + kCellWidth - kInset - kDot,
+                             y(value(curve, frame, kDotFrames)) - kDot / 2, kDot, kDot});
 
     auto name = curve.name;
     name.remove_prefix(name.find('_') + 1);

@@ -19,7 +19,7 @@ struct CGAffineTransform {
         return {k, s, -s, k, 0, 0};
     }
 
-    /// This transform first, then the next.
+    /// Applies this transform first, then the next.
     CGAffineTransform concatenating(const CGAffineTransform& next) const {
         return {a * next.a + b * next.c,
                 a * next.b + b * next.d,
@@ -30,7 +30,7 @@ struct CGAffineTransform {
     }
 
     CGFloat determinant() const { return a * d - b * c; }
-    /// Itself where it cannot be inverted.
+    /// A singular transform returns itself.
     CGAffineTransform inverted() const {
         const CGFloat det = determinant();
         if (det == 0) return *this;
@@ -39,10 +39,7 @@ struct CGAffineTransform {
     }
 
     CGPoint apply(CGPoint p) const { return {a * p.x + c * p.y + tx, b * p.x + d * p.y + ty}; }
-    CGSize apply(CGSize s) const {
-        return {a * s.width + c * s.height, b * s.width + d * s.height};
-    }
-    /// The upright rectangle around the transformed corners.
+    /// The bounding box of the transformed corners.
     CGRect apply(const CGRect& r) const {
         const CGPoint p = apply(CGPoint{r.minX(), r.minY()}),
                       q = apply(CGPoint{r.maxX(), r.minY()});

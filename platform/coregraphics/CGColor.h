@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// Red, green, blue and alpha in 0..1, not premultiplied, in the screen's own colour space.
+/// Red, green, blue and alpha in 0..1, not premultiplied, in the screen's colour space.
 struct CGColor {
     CGFloat red = 0, green = 0, blue = 0, alpha = 1;
     bool operator==(const CGColor&) const = default;

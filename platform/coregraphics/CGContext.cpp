@@ -5,14 +5,6 @@
 
 namespace platform {
 
-namespace {
-
-bool isFinite(CGPoint p) {
-    return std::isfinite(p.x) && std::isfinite(p.y);
-}
-
-}  // namespace
-
 void CGContext::clipTo(const CGRect& rect) {
     beginPath();
     addRect(rect);
@@ -43,39 +35,6 @@ void CGContext::showText(std::string_view text, const CGFont& font, CGFloat size
     beginPath();
     addPath(font.outlines(text, size, origin, tracking));
     fillPath();
-}
-
-void CGContext::strokeTicks(std::span<const CGPoint> points, CGSize delta) {
-    for (const auto& p : points) {
-        if (!isFinite(p)) continue;
-        beginPath();
-        moveTo(p);
-        addLineTo({p.x + delta.width, p.y + delta.height});
-        closePath();
-        strokePath();
-    }
-}
-
-void CGContext::fillEllipses(std::span<const CGPoint> points, CGSize size) {
-    for (const auto& p : points)
-        if (isFinite(p)) fillEllipse({p, size});
-}
-
-void CGContext::strokePolyline(std::span<const CGPoint> points, bool closed) {
-    beginPath();
-    bool started = false;
-    for (const auto& p : points) {
-        if (!isFinite(p)) continue;
-        if (started) {
-            addLineTo(p);
-        } else {
-            moveTo(p);
-        }
-        started = true;
-    }
-    if (!started) return;
-    if (closed) closePath();
-    strokePath();
 }
 
 std::shared_ptr<const CGImage> CGBitmapContext::makeImage() const {

@@ -17,7 +17,8 @@ enum class CGLineCap { butt, round, square };
 /// How two pieces of a line meet: in a point, round, or cut off.
 enum class CGLineJoin { miter, round, bevel };
 
-/// What is drawn on. An interface: a back end is a subclass behind a factory of its own.
+/// The drawing interface. A back end is a source file that subclasses it and defines the factory
+/// in CGBitmapContext.h.
 /// The origin is the upper left corner and y grows downward. One thread at a time.
 class CGContext {
  public:
@@ -26,9 +27,9 @@ class CGContext {
     CGContext& operator=(const CGContext&) = delete;
     virtual ~CGContext() = default;
 
-    /// Coordinates, clip, colours, alpha and line style; the path is not part of the state.
+    /// Saves coordinates, clip, colours, alpha and line style; the path is not part of the state.
     virtual void saveGState() = 0;
-    /// Without a saved state nothing happens.
+    /// A no-op without a saved state.
     virtual void restoreGState() = 0;
 
     virtual void concatenate(const CGAffineTransform& transform) = 0;
@@ -44,11 +45,13 @@ class CGContext {
     virtual void setLineWidth(CGFloat width) = 0;
     virtual void setLineCap(CGLineCap cap) = 0;
     virtual void setLineJoin(CGLineJoin join) = 0;
-    virtual void setMiterLimit(CGFloat limit) = 0;
-    /// Lengths of dashes and gaps in turn; an empty list draws unbroken lines.
+    /// Lengths of dashes and gaps, alternating; an empty list draws unbroken lines.
     virtual void setLineDash(CGFloat phase, std::span<const CGFloat> lengths) = 0;
-    /// Multiplies the alpha of all that is drawn.
+    /// Multiplies the alpha of everything that is drawn; 0..1.
     virtual void setAlpha(CGFloat alpha) = 0;
+
+    // Points of a path may lie anywhere: one with an infinite or NaN coordinate is skipped, and one
+    // far outside the picture does not disturb what is drawn inside.
 
     virtual void beginPath() = 0;
     virtual void moveTo(CGPoint p) = 0;
@@ -59,49 +62,41 @@ class CGContext {
     virtual void addPath(const CGPath& path) = 0;
     void addEllipse(const CGRect& rect) { addPath(CGPath::ellipse(rect)); }
 
-    /// These three use the path up.
+    // These three clear the path. Inside is where the winding number is not zero.
+
     virtual void strokePath() = 0;
-    virtual void fillPath(bool evenOdd = false) = 0;
-    virtual void clip(bool evenOdd = false) = 0;
+    virtual void fillPath() = 0;
+    virtual void clip() = 0;
     void clipTo(const CGRect& rect);
-    /// Of what may still be drawn on, in user space.
+    /// The bounds of the clip, in user space.
     virtual CGRect clipBoundingBox() const = 0;
 
     void fillRect(const CGRect& rect);
     void fillEllipse(const CGRect& rect);
     void strokeLine(CGPoint from, CGPoint to);
-    /// Makes the rectangle transparent, whatever lies there.
+    /// Makes the rectangle transparent.
     virtual void clearRect(const CGRect& rect) = 0;
 
-    /// What follows is drawn apart and put down as one with the alpha of this moment.
+    /// Collects what follows in a layer, which the end composites with the alpha set before.
     virtual void beginTransparencyLayer() = 0;
     virtual void endTransparencyLayer() = 0;
 
-    /// Over all of the clip; the first and last colours continue beyond the ends.
+    /// Fills the clip; the first and last colours continue beyond the ends.
     virtual void drawLinearGradient(std::span<const CGGradientStop> stops, CGPoint start,
                                     CGPoint end) = 0;
     /// The same, from one circle to the other.
     virtual void drawRadialGradient(std::span<const CGGradientStop> stops, CGPoint startCenter,
                                     CGFloat startRadius, CGPoint endCenter, CGFloat endRadius) = 0;
 
-    /// Scaled to fill the rectangle; smoothly where it does not fit pixel for pixel.
+    /// Scales the image to the rectangle, with smoothing unless pixels meet pixels.
     virtual void drawImage(const CGImage& image, const CGRect& rect) = 0;
-    /// The same for a bitmap that is still drawn on: compositing without a copy. Not onto itself.
+    /// The same for another context's bitmap, without a copy where both have the same back end.
     virtual void drawBitmap(const CGBitmapContext& bitmap, const CGRect& rect) = 0;
 
-    /// One line in the fill colour, its base line starting at origin.
+    /// Draws one line of UTF-8 in the fill colour, its base line starting at origin. Size and
+    /// origin in points, tracking in ems.
     virtual void showText(std::string_view text, const CGFont& font, CGFloat size, CGPoint origin,
                           CGFloat tracking = 0);
-
-    // Many small shapes at once. These draw one by one; a back end may know a faster way to a
-    // picture that looks the same. Positions that are not finite are skipped.
-
-    /// Strokes a separate closed line from each point to the point + delta.
-    virtual void strokeTicks(std::span<const CGPoint> points, CGSize delta);
-    /// Fills an ellipse in the rectangle (x, y, size) at each point.
-    virtual void fillEllipses(std::span<const CGPoint> points, CGSize size);
-    /// Strokes one line through all points, closed if asked.
-    virtual void strokePolyline(std::span<const CGPoint> points, bool closed);
 };
 
 }  // namespace platform

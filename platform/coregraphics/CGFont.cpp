@@ -6,7 +6,7 @@
 
 namespace platform {
 
-// The faces' files as they stand, each between two labels.
+// The font files, each between two labels.
 __asm__(
     ".pushsection .rodata\n"
     "qov_regular_face: .incbin \"" REGULAR_FACE
@@ -23,7 +23,7 @@ extern const char qov_faces_end[] __attribute__((visibility("hidden")));
 
 namespace {
 
-/// HarfBuzz hands the outline of a glyph over piece by piece; y turns downward here.
+/// Adds the outline of a glyph to a CGPath, with y turned downward.
 hb_draw_funcs_t* outlineFunctions() {
     static hb_draw_funcs_t* const functions = [] {
         hb_draw_funcs_t* f = hb_draw_funcs_create();
@@ -68,21 +68,15 @@ class HarfBuzzFont final : public CGFont {
         unit_ = 1.0 / hb_face_get_upem(face);
         hb_face_destroy(face);
         hb_blob_destroy(blob);
-        hb_font_extents_t extents;
-        hb_font_get_h_extents(font_, &extents);
-        ascent_ = extents.ascender * unit_;
-        descent_ = -extents.descender * unit_;
-        capHeight_ = heightOf(U'H');
-        xHeight_ = heightOf(U'x');
+        hb_codepoint_t capital = 0;
+        hb_font_get_nominal_glyph(font_, U'H', &capital);
+        capHeight_ = -outlineOf(capital).boundingBox().minY();
     }
     HarfBuzzFont(const HarfBuzzFont&) = delete;
     HarfBuzzFont& operator=(const HarfBuzzFont&) = delete;
     ~HarfBuzzFont() override { hb_font_destroy(font_); }
 
-    CGFloat ascent() const override { return ascent_; }
-    CGFloat descent() const override { return descent_; }
     CGFloat capHeight() const override { return capHeight_; }
-    CGFloat xHeight() const override { return xHeight_; }
 
     CGFloat width(std::string_view text, CGFloat tracking) const override {
         return shape(text, tracking, [](hb_codepoint_t, CGPoint) {});
@@ -131,14 +125,8 @@ class HarfBuzzFont final : public CGFont {
         return entry->second;
     }
 
-    CGFloat heightOf(char32_t letter) const {
-        hb_codepoint_t glyph = 0;
-        hb_font_get_nominal_glyph(font_, letter, &glyph);
-        return -outlineOf(glyph).boundingBox().minY();
-    }
-
     hb_font_t* font_;
-    CGFloat unit_, ascent_, descent_, capHeight_ = 0, xHeight_ = 0;
+    CGFloat unit_, capHeight_ = 0;
     mutable std::unordered_map<hb_codepoint_t, CGPath> outlines_;
 };
 

@@ -9,20 +9,19 @@ namespace platform {
 /// Lengths and coordinates: points (or canvas units) with y growing downward.
 using CGFloat = double;
 
-/// A place, or a way from one to another.
+/// A point or a vector.
 struct CGPoint {
     CGFloat x = 0, y = 0;
     bool operator==(const CGPoint&) const = default;
 };
 
-/// Width and height; may be negative where a rectangle has it.
+/// Width and height; negative ones occur in rectangles.
 struct CGSize {
     CGFloat width = 0, height = 0;
     bool operator==(const CGSize&) const = default;
 };
 
-/// A rectangle whose size may be negative until standardized(); the edges below take that into
-/// account.
+/// A rectangle whose size may be negative; the edges below are those of standardized().
 struct CGRect {
     CGPoint origin;
     CGSize size;
@@ -34,7 +33,7 @@ struct CGRect {
     bool operator==(const CGRect&) const = default;
 
     static constexpr CGRect zero() { return {}; }
-    /// The rectangle that no point is in: what an empty intersection gives.
+    /// The result of an empty intersection; contains no point.
     static constexpr CGRect null() {
         constexpr CGFloat infinity = std::numeric_limits<CGFloat>::infinity();
         return {infinity, infinity, 0, 0};
@@ -57,32 +56,23 @@ struct CGRect {
     constexpr CGRect offsetBy(CGFloat dx, CGFloat dy) const {
         return {{origin.x + dx, origin.y + dy}, size};
     }
-    /// Smaller by dx on the left and the right, by dy at the top and bottom; negative amounts
-    /// enlarge. null() where nothing would be left.
+    /// Moves the left and right edges in by dx, the top and bottom ones by dy; negative amounts
+    /// enlarge. null() where the edges would cross.
     CGRect insetBy(CGFloat dx, CGFloat dy) const;
-    /// The smallest rectangle with whole coordinates around this one.
-    CGRect integral() const;
     CGRect intersection(const CGRect& other) const;
-    /// The smallest rectangle around both; an empty or null one adds nothing if it is null().
+    /// The smallest rectangle around both; null() adds nothing.
     CGRect unionWith(const CGRect& other) const;
 
     /// The left and top edges are inside, the right and bottom ones outside.
     bool contains(CGPoint p) const {
         return !isEmpty() && p.x >= minX() && p.x < maxX() && p.y >= minY() && p.y < maxY();
     }
-    bool contains(const CGRect& other) const { return unionWith(other) == standardized(); }
 };
 
 inline CGRect CGRect::insetBy(CGFloat dx, CGFloat dy) const {
     if (isNull()) return *this;
     const CGRect r{minX() + dx, minY() + dy, width() - 2 * dx, height() - 2 * dy};
     return r.size.width < 0 || r.size.height < 0 ? null() : r;
-}
-
-inline CGRect CGRect::integral() const {
-    if (isNull()) return *this;
-    const CGFloat x = std::floor(minX()), y = std::floor(minY());
-    return {x, y, std::ceil(maxX()) - x, std::ceil(maxY()) - y};
 }
 
 inline CGRect CGRect::intersection(const CGRect& other) const {

@@ -9,7 +9,7 @@
 
 namespace platform {
 
-/// Pixels that never change: premultiplied alpha, one 32-bit word a pixel, 0xAARRGGBB, rows top
+/// Immutable pixels: premultiplied alpha, one 32-bit word a pixel, 0xAARRGGBB, rows top
 /// down without padding. May be shared between threads.
 class CGImage {
  public:
@@ -21,11 +21,11 @@ class CGImage {
     int height() const { return height_; }
     std::span<const std::uint32_t> pixels() const { return pixels_; }
 
-    /// A PNG or JPEG file's bytes. Null with a reason in error (where given) if they are neither,
-    /// are damaged, or hold more than 16384 pixels a side or 64 * 2^20 in all.
+    /// Decodes the bytes of a PNG or JPEG file. Null, with a reason in error if given, for other or
+    /// damaged data and for more than 16384 pixels a side or 64 * 2^20 in all.
     static std::shared_ptr<const CGImage> decode(std::span<const std::byte> file,
                                                  std::string* error = nullptr);
-    /// As a PNG file with straight alpha; the same pixels give the same bytes.
+    /// Encodes as a PNG file with straight alpha; the same pixels give the same bytes.
     std::vector<std::byte> png() const;
 
  private:

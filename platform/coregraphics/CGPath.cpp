@@ -146,7 +146,7 @@ CGRect CGPath::boundingBox() const {
     return box;
 }
 
-bool CGPath::contains(CGPoint p, bool evenOdd) const {
+bool CGPath::contains(CGPoint p) const {
     int winding = 0;
     CGPoint start, current;
     const auto lineTo = [&](CGPoint to) {
@@ -177,7 +177,7 @@ bool CGPath::contains(CGPoint p, bool evenOdd) const {
         }
     }
     lineTo(start);
-    return evenOdd ? winding % 2 != 0 : winding != 0;
+    return winding != 0;
 }
 
 }  // namespace platform

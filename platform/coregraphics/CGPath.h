@@ -7,23 +7,23 @@
 
 namespace platform {
 
-/// Lines, curves and closed figures, as a value. Points are kept as given; nothing is flattened.
+/// Lines, curves and closed figures, as a value. Curves are kept as curves.
 class CGPath {
  public:
-    /// How many points each takes from points(): 1, 1, 3, 0.
+    /// Each takes so many of points(): 1, 1, 3, 0.
     enum class Element : std::uint8_t { moveTo, lineTo, curveTo, close };
 
     static CGPath rect(const CGRect& r);
-    /// Corners of radius x radius, no larger than half a side.
+    /// Corner radius in points, limited to half the shorter side.
     static CGPath roundedRect(const CGRect& r, CGFloat radius);
     static CGPath ellipse(const CGRect& r);
 
     void moveTo(CGPoint p);
-    /// Lines and curves need a current point; without one they start a figure at p.
+    /// Without a current point, lines and curves start a figure at p.
     void addLineTo(CGPoint p);
     void addCurveTo(CGPoint control1, CGPoint control2, CGPoint p);
-    /// Angles in radians from the x axis; clockwise as seen on the screen. A line leads to its
-    /// start.
+    /// Angles in radians from the x axis, clockwise on the screen. A line joins the current point
+    /// to the start of the arc.
     void addArc(CGPoint center, CGFloat radius, CGFloat startAngle, CGFloat endAngle,
                 bool clockwise);
     void closeSubpath();
@@ -35,10 +35,10 @@ class CGPath {
     void apply(const CGAffineTransform& transform);
 
     bool isEmpty() const { return elements_.empty(); }
-    /// Around all points, control points too; null in an empty path.
+    /// Of all points, control points included; null for an empty path.
     CGRect boundingBox() const;
-    /// Inside when filled: open figures count as closed. Non-zero winding unless evenOdd.
-    bool contains(CGPoint p, bool evenOdd = false) const;
+    /// Whether filling would cover p: winding number not zero, open figures closed.
+    bool contains(CGPoint p) const;
 
     const std::vector<Element>& elements() const { return elements_; }
     const std::vector<CGPoint>& points() const { return points_; }
@@ -48,8 +48,5 @@ class CGPath {
     std::vector<CGPoint> points_;
     CGPoint start_, current_;
 };
-
-/// The same type: a path may always be added to.
-using CGMutablePath = CGPath;
 
 }  // namespace platform

@@ -3,11 +3,9 @@
 #include <cairo.h>
 
 #include <array>
-#include <numbers>
 #include <vector>
 
 #include "platform/coregraphics/CGBitmapContext.h"
-#include "platform/coregraphics/SampleMask.h"
 
 namespace platform {
 
@@ -15,10 +13,6 @@ namespace {
 
 cairo_matrix_t toCairo(const CGAffineTransform& t) {
     return {t.a, t.b, t.c, t.d, t.tx, t.ty};
-}
-
-bool isFinite(CGPoint p) {
-    return std::isfinite(p.x) && std::isfinite(p.y);
 }
 
 struct Surface {
@@ -29,50 +23,11 @@ struct Surface {
     cairo_surface_t* const surface;
 };
 
-/// One colour over premultiplied pixels, through a mask.
-class Blend {
- public:
-    Blend(const CGColor& color, CGFloat alpha) {
-        const CGFloat parts[]{color.blue * alpha, color.green * alpha, color.red * alpha, alpha};
-        for (int i = 0; i < 4; ++i)
-            source_[i] =
-                static_cast<std::uint32_t>(std::lrint(std::clamp(parts[i], 0.0, 1.0) * 255));
-        for (std::uint32_t coverage = 0; coverage < 256; ++coverage)
-            alone_[coverage] = over(0, coverage);
-    }
-    void run(std::span<const std::uint8_t> coverage, std::uint32_t* pixels) const {
-        for (const std::uint8_t one : coverage) {
-            const std::uint32_t below = *pixels;
-            if (below == 0) {  // no branch on the coverage, which a line leaves to chance
-                *pixels = alone_[one];
-            } else if (one) {
-                *pixels = alone_[one] >> 24 == 255 ? alone_[one] : over(below, one);
-            }
-            ++pixels;
-        }
-    }
-
- private:
-    static std::uint32_t product(std::uint32_t a, std::uint32_t b) { return (a * b + 127) / 255; }
-    std::uint32_t over(std::uint32_t below, std::uint32_t coverage) const {
-        const std::uint32_t rest = 255 - product(source_[3], coverage);
-        std::uint32_t result = 0;
-        for (int i = 0; i < 4; ++i)
-            result |=
-                std::min(255u, product(source_[i], coverage) + product(below >> 8 * i & 255, rest))
-                << 8 * i;
-        return result;
-    }
-    std::uint32_t source_[4];
-    /// For each coverage, over a pixel that is clear.
-    std::uint32_t alone_[256];
-};
-
-/// The drawing itself, for a bitmap (Base = CGBitmapContext) and for any other target (CGContext).
+/// Draws into a bitmap (Base = CGBitmapContext) or any other target (Base = CGContext).
 template <typename Base>
 class CairoContext : public Base {
  public:
-    /// Takes over the caller's reference.
+    /// Takes ownership of the caller's reference.
     CairoContext(cairo_t* cairo, CGFloat scale) : cairo_(cairo) {
         cairo_scale(cairo_, scale, scale);
         cairo_set_line_width(cairo_, 1);
@@ -92,7 +47,7 @@ class CairoContext : public Base {
     }
 
     void concatenate(const CGAffineTransform& transform) override {
-        // Cairo stops for good at a matrix that cannot be inverted; nothing would be seen anyway.
+        // A singular matrix would put Cairo into its error state; nothing would be visible anyway.
         const CGFloat det = transform.determinant();
         if (!std::isfinite(det) || det == 0) return clipEverything();
         const cairo_matrix_t matrix = toCairo(transform);
@@ -116,21 +71,33 @@ class CairoContext : public Base {
                                    CAIRO_LINE_JOIN_BEVEL};
         cairo_set_line_join(cairo_, joins[static_cast<int>(join)]);
     }
-    void setMiterLimit(CGFloat limit) override { cairo_set_miter_limit(cairo_, limit); }
     void setLineDash(CGFloat phase, std::span<const CGFloat> lengths) override {
         cairo_set_dash(cairo_, lengths.data(), static_cast<int>(lengths.size()), phase);
     }
     void setAlpha(CGFloat alpha) override { state_.alpha = std::clamp(alpha, 0.0, 1.0); }
 
     void beginPath() override { cairo_new_path(cairo_); }
-    void moveTo(CGPoint p) override { cairo_move_to(cairo_, p.x, p.y); }
-    void addLineTo(CGPoint p) override { cairo_line_to(cairo_, p.x, p.y); }
+    void moveTo(CGPoint p) override {
+        if (makeReachable(p)) {
+            cairo_move_to(cairo_, p.x, p.y);
+        } else {
+            cairo_new_sub_path(cairo_);  // begins at the next point
+        }
+    }
+    void addLineTo(CGPoint p) override {
+        if (makeReachable(p)) cairo_line_to(cairo_, p.x, p.y);
+    }
     void addCurveTo(CGPoint c1, CGPoint c2, CGPoint p) override {
-        cairo_curve_to(cairo_, c1.x, c1.y, c2.x, c2.y, p.x, p.y);
+        if (makeReachable(c1) && makeReachable(c2) && makeReachable(p))
+            cairo_curve_to(cairo_, c1.x, c1.y, c2.x, c2.y, p.x, p.y);
     }
     void closePath() override { cairo_close_path(cairo_); }
     void addRect(const CGRect& r) override {
-        cairo_rectangle(cairo_, r.minX(), r.minY(), r.width(), r.height());
+        moveTo({r.minX(), r.minY()});
+        addLineTo({r.maxX(), r.minY()});
+        addLineTo({r.maxX(), r.maxY()});
+        addLineTo({r.minX(), r.maxY()});
+        closePath();
     }
     void addPath(const CGPath& path) override {
         const CGPoint* p = path.points().data();
@@ -157,15 +124,11 @@ class CairoContext : public Base {
         useColor(state_.stroke);
         cairo_stroke(cairo_);
     }
-    void fillPath(bool evenOdd) override {
+    void fillPath() override {
         useColor(state_.fill);
-        setRule(evenOdd);
         cairo_fill(cairo_);
     }
-    void clip(bool evenOdd) override {
-        setRule(evenOdd);
-        cairo_clip(cairo_);
-    }
+    void clip() override { cairo_clip(cairo_); }
     CGRect clipBoundingBox() const override {
         double left, top, right, bottom;
         cairo_clip_extents(cairo_, &left, &top, &right, &bottom);
@@ -217,65 +180,6 @@ class CairoContext : public Base {
     }
     void drawBitmap(const CGBitmapContext& bitmap, const CGRect& rect) override;
 
-    void strokeTicks(std::span<const CGPoint> points, CGSize delta) override {
-        CGFloat ratio = 0;
-        if (!isPlainLine() || !isUniform(ratio) || cairo_get_line_cap(cairo_) ||
-            (delta.width == 0 && delta.height == 0))
-            return Base::strokeTicks(points, delta);
-        // A line there and back is a rectangle around it; a turn that sharp has no miter.
-        const CGAffineTransform map = ctm();
-        const CGSize d = map.apply(delta);
-        const CGFloat length = std::hypot(d.width, d.height);
-        const CGFloat k = cairo_get_line_width(cairo_) * ratio / 2 / length;
-        const CGFloat nx = -d.height * k, ny = d.width * k;
-        const std::array<CGPoint, 4> shape{
-            {{nx, ny}, {d.width + nx, d.height + ny}, {d.width - nx, d.height - ny}, {-nx, -ny}}};
-        coverShapes(points, shape, state_.stroke);
-    }
-
-    void fillEllipses(std::span<const CGPoint> points, CGSize size) override {
-        const CGAffineTransform map = ctm();
-        const CGSize pixels = map.apply(size);
-        // Corners enough for a small ellipse; a larger one is worth a path of its own.
-        if (std::max(std::abs(pixels.width), std::abs(pixels.height)) > 8 || !isRaster())
-            return Base::fillEllipses(points, size);
-        constexpr int corners = 12;
-        // Grown so that the polygon has the ellipse's area.
-        constexpr CGFloat angle = 2 * std::numbers::pi / corners;
-        const CGFloat grow = std::sqrt(angle / std::sin(angle)) / 2;
-        std::array<CGPoint, corners> shape;
-        for (int i = 0; i < corners; ++i) {
-            const CGSize corner =
-                map.apply(CGSize{size.width * (0.5 + grow * std::cos((i + 0.5) * angle)),
-                                 size.height * (0.5 + grow * std::sin((i + 0.5) * angle))});
-            shape[i] = {corner.width, corner.height};
-        }
-        coverShapes(points, shape, state_.fill);
-    }
-
-    void strokePolyline(std::span<const CGPoint> points, bool closed) override {
-        CGFloat ratio = 0;
-        if (!isPlainLine() || !isUniform(ratio) ||
-            cairo_get_line_join(cairo_) == CAIRO_LINE_JOIN_ROUND || cairo_get_line_cap(cairo_))
-            return Base::strokePolyline(points, closed);
-        const CGFloat width = cairo_get_line_width(cairo_) * ratio;
-        if (width > 4) return Base::strokePolyline(points, closed);
-        const CGAffineTransform map = ctm();
-        line_.clear();
-        for (const auto& point : points) {
-            const CGPoint p = map.apply(point);
-            if (isFinite(p)) line_.push_back(p);
-        }
-        if (line_.size() < 2) return;
-        const CGFloat limit = cairo_get_line_join(cairo_) == CAIRO_LINE_JOIN_MITER
-                                  ? cairo_get_miter_limit(cairo_)
-                                  : 0;
-        // A miter reaches farther than half the line's width.
-        if (!prepareMask(line_, width * (1 + limit))) return;
-        mask_.setLine(line_, closed, width, limit);
-        paintMask(state_.stroke, state_.stroke.alpha * state_.alpha);
-    }
-
  protected:
     cairo_t* cairo_;
 
@@ -287,9 +191,6 @@ class CairoContext : public Base {
 
     void useColor(const CGColor& c) {
         cairo_set_source_rgba(cairo_, c.red, c.green, c.blue, c.alpha * state_.alpha);
-    }
-    void setRule(bool evenOdd) {
-        cairo_set_fill_rule(cairo_, evenOdd ? CAIRO_FILL_RULE_EVEN_ODD : CAIRO_FILL_RULE_WINDING);
     }
     void clipEverything() {
         cairo_new_path(cairo_);
@@ -314,8 +215,10 @@ class CairoContext : public Base {
         cairo_new_path(cairo_);
         cairo_rectangle(cairo_, 0, 0, width, height);
         cairo_set_source_surface(cairo_, source, 0, 0);
-        // Without this an enlarged picture fades into nothing at its edges.
-        cairo_pattern_set_extend(cairo_get_source(cairo_), CAIRO_EXTEND_PAD);
+        // An enlarged picture would fade out at its edges; without enlargement this is slower.
+        const auto [a, b, c, d, tx, ty] = ctm();
+        if (a != 1 || b != 0 || c != 0 || d != 1)
+            cairo_pattern_set_extend(cairo_get_source(cairo_), CAIRO_EXTEND_PAD);
         if (state_.alpha < 1) {
             cairo_clip(cairo_);
             cairo_paint_with_alpha(cairo_, state_.alpha);
@@ -325,123 +228,23 @@ class CairoContext : public Base {
         cairo_restore(cairo_);
     }
 
-    // The ways through a mask of samples.
-
-    bool isRaster() const {
-        const auto type = cairo_surface_get_type(cairo_get_group_target(cairo_));
-        return type == CAIRO_SURFACE_TYPE_IMAGE || type == CAIRO_SURFACE_TYPE_XLIB ||
-               type == CAIRO_SURFACE_TYPE_XCB;
-    }
-    bool isPlainLine() const { return isRaster() && cairo_get_dash_count(cairo_) == 0; }
-    /// Rotation and one scale, which it gives; a line is equally thick in all directions.
-    bool isUniform(CGFloat& ratio) const {
-        const CGAffineTransform t = ctm();
-        ratio = std::sqrt(std::abs(t.determinant()));
-        const CGFloat slack = 1e-6 * ratio;
-        return ratio > 0 && std::abs(t.a * t.c + t.b * t.d) <= slack * ratio &&
-               std::abs(std::hypot(t.a, t.b) - ratio) <= slack;
-    }
-
-    /// Makes the mask as large as the points need, grown all around, within the clip.
-    bool prepareMask(std::span<const CGPoint> pixels, CGFloat grow) {
-        CGFloat left = pixels[0].x, right = left, top = pixels[0].y, bottom = top;
-        for (const auto& p : pixels) {
-            left = std::min(left, p.x);
-            right = std::max(right, p.x);
-            top = std::min(top, p.y);
-            bottom = std::max(bottom, p.y);
-        }
-        cairo_save(cairo_);
-        cairo_identity_matrix(cairo_);
-        const CGRect visible = clipBoundingBox().integral();
-        cairo_restore(cairo_);
-        const CGRect area =
-            CGRect{left - grow, top - grow, right - left + 2 * grow, bottom - top + 2 * grow}
-                .integral()
-                .intersection(visible);
-        if (area.isEmpty()) return false;
-        mask_.reset(static_cast<int>(area.minX()), static_cast<int>(area.minY()),
-                    static_cast<int>(area.width()), static_cast<int>(area.height()));
+    /// Cairo keeps coordinates in 24 bits of pixels, so a point farther out is moved toward the
+    /// origin: a line from the picture to it keeps its direction within 1/1000. False where the
+    /// point is not finite.
+    bool makeReachable(CGPoint& p) const {
+        constexpr CGFloat farthest = 1 << 20;
+        CGPoint pixel = p;
+        cairo_user_to_device(cairo_, &pixel.x, &pixel.y);
+        if (std::abs(pixel.x) <= farthest && std::abs(pixel.y) <= farthest) return true;
+        if (!std::isfinite(pixel.x) || !std::isfinite(pixel.y)) return false;
+        const CGFloat part = farthest / std::max(std::abs(pixel.x), std::abs(pixel.y));
+        p = {pixel.x * part, pixel.y * part};
+        cairo_device_to_user(cairo_, &p.x, &p.y);
         return true;
-    }
-
-    void coverShapes(std::span<const CGPoint> points, std::span<const CGPoint> shape,
-                     const CGColor& color) {
-        const CGAffineTransform map = ctm();
-        line_.clear();
-        for (const auto& point : points) {
-            const CGPoint p = map.apply(point);
-            if (isFinite(p)) line_.push_back(p);
-        }
-        CGFloat grow = 0;
-        for (const auto& corner : shape)
-            grow = std::max({grow, std::abs(corner.x), std::abs(corner.y)});
-        if (line_.empty() || !prepareMask(line_, grow)) return;
-        mask_.coverConvex(shape, line_, color.alpha * state_.alpha);
-        paintMask(color, 1);
-    }
-
-    void paintMask(const CGColor& color, CGFloat alpha) {
-        cairo_new_path(cairo_);
-        if (blendMask(color, alpha)) return;
-        const Surface mask(
-            cairo_image_surface_create(CAIRO_FORMAT_A8, mask_.width(), mask_.height()));
-        unsigned char* bytes = cairo_image_surface_get_data(mask.surface);
-        if (!bytes) return;
-        const int stride = cairo_image_surface_get_stride(mask.surface);
-        mask_.take([&](int row, int column, std::span<const std::uint8_t> coverage) {
-            std::ranges::copy(coverage, bytes + std::ptrdiff_t{row} * stride + column);
-        });
-        cairo_surface_mark_dirty(mask.surface);
-        cairo_save(cairo_);
-        cairo_identity_matrix(cairo_);
-        cairo_set_source_rgba(cairo_, color.red, color.green, color.blue, alpha);
-        cairo_mask_surface(cairo_, mask.surface, mask_.x(), mask_.y());
-        cairo_restore(cairo_);
-    }
-
-    /// Straight into the pixels of a bitmap, of which most are not touched. False where the target
-    /// is something else or clipped to more than a rectangle of whole pixels.
-    bool blendMask(const CGColor& color, CGFloat alpha) {
-        cairo_surface_t* target = cairo_get_group_target(cairo_);
-        if (cairo_surface_get_type(target) != CAIRO_SURFACE_TYPE_IMAGE ||
-            cairo_image_surface_get_format(target) != CAIRO_FORMAT_ARGB32 || !isClipWhole())
-            return false;
-        double offsetX, offsetY;
-        cairo_surface_get_device_offset(target, &offsetX, &offsetY);
-        const CGRect area(mask_.x() + offsetX, mask_.y() + offsetY, mask_.width(), mask_.height());
-        const CGRect all(0, 0, cairo_image_surface_get_width(target),
-                         cairo_image_surface_get_height(target));
-        if (area.integral() != area || !all.contains(area)) return false;
-
-        cairo_surface_flush(target);
-        const int stride = cairo_image_surface_get_stride(target);
-        unsigned char* pixels = cairo_image_surface_get_data(target) +
-                                static_cast<std::ptrdiff_t>(area.minY()) * stride +
-                                static_cast<std::ptrdiff_t>(area.minX()) * 4;
-        const Blend blend(color, alpha);
-        mask_.take([&](int row, int column, std::span<const std::uint8_t> coverage) {
-            auto* line = reinterpret_cast<std::uint32_t*>(pixels + std::ptrdiff_t{row} * stride);
-            blend.run(coverage, line + column);
-        });
-        cairo_surface_mark_dirty(target);
-        return true;
-    }
-
-    bool isClipWhole() {
-        cairo_save(cairo_);
-        cairo_identity_matrix(cairo_);
-        cairo_rectangle_list_t* list = cairo_copy_clip_rectangle_list(cairo_);
-        const bool isOne = list->status == CAIRO_STATUS_SUCCESS && list->num_rectangles == 1;
-        cairo_rectangle_list_destroy(list);
-        cairo_restore(cairo_);
-        return isOne;
     }
 
     State state_;
     std::vector<State> saved_;
-    SampleMask mask_;
-    std::vector<CGPoint> line_;
 };
 
 class CairoBitmap final : public CairoContext<CGBitmapContext> {

@@ -8,8 +8,8 @@ struct _cairo;
 
 namespace platform {
 
-/// Draws on a Cairo target that somebody else owns (a window's, a PDF's). The context holds a
-/// reference; the target's own coordinates of this moment become its user space, scaled by scale.
+/// A context that draws on an existing Cairo target and holds a reference to it. Its user space is
+/// that of the target at the time of the call, multiplied by scale.
 std::unique_ptr<CGContext> makeCairoContext(_cairo* target, CGFloat scale = 1);
 
 }  // namespace platform

@@ -14,14 +14,14 @@
 
 namespace platform {
 
-// A call is kept as the function that makes it again, followed by its arguments in their order:
-// plain ones as their bytes, lists with their size first, a font by its address.
+// A call is stored as the function that repeats it, followed by the arguments in order: plain
+// values as bytes, lists preceded by their size, a font as its address.
 
 // Reading
 
 namespace {
 
-/// What an argument is read into before the call is made again.
+/// The type that an argument is read into.
 template <class T>
 struct KeptAs {
     using Type = std::remove_cvref_t<T>;
@@ -52,7 +52,7 @@ class DrawingRecord::Reader {
         return get(std::type_identity<T>{});
     }
 
-    /// Makes a recorded call of the method.
+    /// Repeats one recorded call of the method.
     template <auto Method>
     static void replay(Reader& in, CGContext& on) {
         in.pass(on, Method);
@@ -61,7 +61,7 @@ class DrawingRecord::Reader {
  private:
     template <class... T>
     void pass(CGContext& on, void (CGContext::*method)(T...)) {
-        // In braces, so that they are read in their order.
+        // Braces fix the order of evaluation.
         const std::tuple<typename KeptAs<T>::Type...> arguments{get<typename KeptAs<T>::Type>()...};
         std::apply([&](const auto&... each) { (on.*method)(each...); }, arguments);
     }
@@ -188,7 +188,7 @@ void DrawingRecord::record(const T&... arguments) {
     putArguments(Method, arguments...);
 }
 
-/// As the method takes them, whatever the caller has.
+/// Converts the arguments to the types of the method.
 template <class... T>
 void DrawingRecord::putArguments(void (CGContext::*)(T...),
                                  const std::remove_cvref_t<T>&... arguments) {
@@ -204,7 +204,7 @@ void DrawingRecord::begin(CGSize size, CGFloat scale) {
     state_.clip = {0, 0, size.width * scale, size.height * scale};
     path_ = CGRect::null();
     paints_ = false;
-    // The same calls for another size or scale are another picture.
+    // The same calls at another size or scale make a different picture.
     put(size);
     put(scale);
 }
@@ -252,10 +252,6 @@ void DrawingRecord::setLineCap(CGLineCap cap) {
 
 void DrawingRecord::setLineJoin(CGLineJoin join) {
     record<&CGContext::setLineJoin>(join);
-}
-
-void DrawingRecord::setMiterLimit(CGFloat limit) {
-    record<&CGContext::setMiterLimit>(limit);
 }
 
 void DrawingRecord::setLineDash(CGFloat phase, std::span<const CGFloat> lengths) {
@@ -312,15 +308,15 @@ void DrawingRecord::strokePath() {
     record<&CGContext::strokePath>();
 }
 
-void DrawingRecord::fillPath(bool evenOdd) {
+void DrawingRecord::fillPath() {
     paints_ = true;
     path_ = CGRect::null();
-    record<&CGContext::fillPath>(evenOdd);
+    record<&CGContext::fillPath>();
 }
 
-void DrawingRecord::clip(bool evenOdd) {
+void DrawingRecord::clip() {
     state_.clip = state_.clip.intersection(std::exchange(path_, CGRect::null()));
-    record<&CGContext::clip>(evenOdd);
+    record<&CGContext::clip>();
 }
 
 CGRect DrawingRecord::clipBoundingBox() const {
@@ -358,7 +354,7 @@ void DrawingRecord::drawImage(const CGImage& image, const CGRect& rect) {
 
 void DrawingRecord::drawBitmap(const CGBitmapContext& bitmap, const CGRect& rect) {
     paints_ = true;
-    // As the image that it is now.
+    // Recorded as an image of its present pixels.
     put<Replay>(&Reader::replay<&CGContext::drawImage>);
     putImage(bitmap.pixelWidth(), bitmap.pixelHeight(), bitmap.pixels());
     put(rect);
@@ -368,21 +364,6 @@ void DrawingRecord::showText(std::string_view text, const CGFont& font, CGFloat 
                              CGPoint origin, CGFloat tracking) {
     paints_ = true;
     record<&CGContext::showText>(text, font, size, origin, tracking);
-}
-
-void DrawingRecord::strokeTicks(std::span<const CGPoint> points, CGSize delta) {
-    paints_ = true;
-    record<&CGContext::strokeTicks>(points, delta);
-}
-
-void DrawingRecord::fillEllipses(std::span<const CGPoint> points, CGSize size) {
-    paints_ = true;
-    record<&CGContext::fillEllipses>(points, size);
-}
-
-void DrawingRecord::strokePolyline(std::span<const CGPoint> points, bool closed) {
-    paints_ = true;
-    record<&CGContext::strokePolyline>(points, closed);
 }
 
 }  // namespace platform

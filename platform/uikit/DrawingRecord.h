@@ -11,14 +11,14 @@
 
 namespace platform {
 
-/// A context that paints nothing but writes down what it was asked to. Two records are equal when
-/// the same calls were made with the same bits; equal records paint the same picture.
-/// Recording into a record that has been used before allocates nothing once it is large enough.
+/// A context that records its calls instead of painting. Two records are equal if the same calls
+/// were made with the same bits; equal records paint the same picture. A record keeps its memory,
+/// so recording again allocates only when it grows.
 class DrawingRecord final : public CGContext {
  public:
-    /// Starts anew, for a target of so many points and pixels a point.
+    /// Clears the record for a target of this size in points and of scale pixels a point.
     void begin(CGSize size, CGFloat scale);
-    /// Makes the calls on another context.
+    /// Makes the recorded calls on another context.
     void play(CGContext& on) const;
     /// Whether anything would be painted.
     bool paints() const { return paints_; }
@@ -35,7 +35,6 @@ class DrawingRecord final : public CGContext {
     void setLineWidth(CGFloat width) override;
     void setLineCap(CGLineCap cap) override;
     void setLineJoin(CGLineJoin join) override;
-    void setMiterLimit(CGFloat limit) override;
     void setLineDash(CGFloat phase, std::span<const CGFloat> lengths) override;
     void setAlpha(CGFloat alpha) override;
 
@@ -48,8 +47,8 @@ class DrawingRecord final : public CGContext {
     void addPath(const CGPath& path) override;
 
     void strokePath() override;
-    void fillPath(bool evenOdd) override;
-    void clip(bool evenOdd) override;
+    void fillPath() override;
+    void clip() override;
     CGRect clipBoundingBox() const override;
     void clearRect(const CGRect& rect) override;
 
@@ -61,21 +60,17 @@ class DrawingRecord final : public CGContext {
     void drawRadialGradient(std::span<const CGGradientStop> stops, CGPoint startCenter,
                             CGFloat startRadius, CGPoint endCenter, CGFloat endRadius) override;
 
-    /// The pixels are written down, too: the image need not outlive the call.
+    /// Copies the pixels: the image need not outlive the call.
     void drawImage(const CGImage& image, const CGRect& rect) override;
     void drawBitmap(const CGBitmapContext& bitmap, const CGRect& rect) override;
-    /// Faces are the program's own and outlive every record.
+    /// Keeps a pointer to the font: fonts live as long as the program.
     void showText(std::string_view text, const CGFont& font, CGFloat size, CGPoint origin,
                   CGFloat tracking) override;
-
-    void strokeTicks(std::span<const CGPoint> points, CGSize delta) override;
-    void fillEllipses(std::span<const CGPoint> points, CGSize size) override;
-    void strokePolyline(std::span<const CGPoint> points, bool closed) override;
 
  private:
     class Reader;
     using Replay = void (*)(Reader& in, CGContext& on);
-    /// What a drawing may ask back.
+    /// For the queries ctm() and clipBoundingBox().
     struct State {
         CGAffineTransform ctm;
         CGRect clip;  // in pixels
@@ -100,7 +95,7 @@ class DrawingRecord final : public CGContext {
     std::vector<std::byte> bytes_;
     std::vector<State> saved_;
     State state_;
-    CGRect path_ = CGRect::null();  // around the current path, in pixels
+    CGRect path_ = CGRect::null();  // bounds of the current path, in pixels
     bool paints_ = false;
 };
 

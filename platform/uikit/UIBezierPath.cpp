@@ -16,7 +16,7 @@ void UIBezierPath::fill() const {
     if (!context) return;
     context->beginPath();
     context->addPath(path_);
-    context->fillPath(usesEvenOddFillRule);
+    context->fillPath();
 }
 
 void UIBezierPath::stroke() const {
@@ -24,10 +24,6 @@ void UIBezierPath::stroke() const {
     if (!context) return;
     context->saveGState();
     context->setLineWidth(lineWidth);
-    context->setLineCap(lineCapStyle);
-    context->setLineJoin(lineJoinStyle);
-    context->setMiterLimit(miterLimit);
-    context->setLineDash(lineDashPhase, lineDashPattern);
     context->beginPath();
     context->addPath(path_);
     context->strokePath();

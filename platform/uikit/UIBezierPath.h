@@ -1,14 +1,11 @@
 #pragma once
 
-#include <vector>
-
 #include "platform/coregraphics/CGContext.h"
 #include "platform/coregraphics/CGPath.h"
 
 namespace platform {
 
-/// A path with the line style it is stroked in, drawn on the current context in its current
-/// colours.
+/// A path and its line width, drawn on the current context in its current colours.
 class UIBezierPath {
  public:
     UIBezierPath() = default;
@@ -29,20 +26,14 @@ class UIBezierPath {
 
     bool isEmpty() const { return path_.isEmpty(); }
     CGRect bounds() const { return path_.boundingBox(); }
-    bool containsPoint(CGPoint p) const { return path_.contains(p, usesEvenOddFillRule); }
+    bool containsPoint(CGPoint p) const { return path_.contains(p); }
 
-    /// Without a current context these do nothing.
+    // No-ops without a current context.
+
     void fill() const;
     void stroke() const;
 
     CGFloat lineWidth = 1;
-    CGLineCap lineCapStyle = CGLineCap::butt;
-    CGLineJoin lineJoinStyle = CGLineJoin::miter;
-    CGFloat miterLimit = 10;
-    bool usesEvenOddFillRule = false;
-    /// Dashes and gaps in turn; empty for an unbroken line.
-    std::vector<CGFloat> lineDashPattern;
-    CGFloat lineDashPhase = 0;
 
  private:
     CGPath path_;

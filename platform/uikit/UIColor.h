@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// A colour as views hold it; a value.
+/// A view's colour, as a value.
 class UIColor {
  public:
     UIColor() = default;
@@ -14,16 +14,11 @@ class UIColor {
     explicit UIColor(const CGColor& color) : color_(color) {}
     bool operator==(const UIColor&) const = default;
 
-    static UIColor black() { return {0, 1}; }
-    static UIColor darkGray() { return {1 / 3.0, 1}; }
-    static UIColor gray() { return {0.5, 1}; }
     static UIColor lightGray() { return {2 / 3.0, 1}; }
-    static UIColor white() { return {1, 1}; }
-    static UIColor clear() { return {0, 0}; }
-    static UIColor red() { return {1, 0, 0, 1}; }
 
     const CGColor& cgColor() const { return color_; }
-    /// Of the current context; without one nothing happens.
+    // Of the current context; no-ops without one.
+
     void setFill() const;
     void setStroke() const;
     void set() const;

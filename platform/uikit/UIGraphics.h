@@ -4,14 +4,14 @@
 
 namespace platform {
 
-/// The context that drawing on this thread goes to; null outside of drawing.
+/// The context that this thread draws on; null outside of drawing.
 CGContext* UIGraphicsGetCurrentContext();
 /// The context must stay alive until it is popped.
 void UIGraphicsPushContext(CGContext& context);
-/// Goes back to the context before the last push. One pop a push.
+/// Restores the context before the last push.
 void UIGraphicsPopContext();
 
-/// Pushes for its own lifetime.
+/// Pushes a context for its own lifetime.
 class UIGraphicsContextScope {
  public:
     explicit UIGraphicsContextScope(CGContext& context) { UIGraphicsPushContext(context); }

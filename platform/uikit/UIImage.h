@@ -10,20 +10,19 @@
 
 namespace platform {
 
-/// A picture in points: its pixels and how many of them make a point.
+/// An image and its scale, in pixels a point.
 class UIImage {
  public:
     explicit UIImage(std::shared_ptr<const CGImage> image, CGFloat scale = 1)
         : image_(std::move(image)), scale_(scale) {}
-    /// PNG or JPEG. Null with a reason in error (where given) if the bytes are no picture.
-    /// May be called on any thread.
+    /// Decodes PNG or JPEG data, see CGImage::decode. Any thread.
     static std::shared_ptr<UIImage> imageWithData(std::span<const std::byte> data,
                                                   CGFloat scale = 1, std::string* error = nullptr);
 
     CGSize size() const { return {image_->width() / scale_, image_->height() / scale_}; }
     CGFloat scale() const { return scale_; }
     const CGImage& cgImage() const { return *image_; }
-    /// On the current context; without one nothing happens.
+    /// Draws on the current context; a no-op without one.
     void drawInRect(const CGRect& rect) const;
 
  private:

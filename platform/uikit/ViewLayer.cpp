@@ -13,7 +13,7 @@ namespace {
 constexpr int kLargestSide = 32767;  // of a bitmap, in pixels
 
 int pixels(CGFloat points, CGFloat scale) {
-    // A length that is whole but for rounding must not cost a further row.
+    // Rounding errors must not add a row.
     const auto count = std::ceil(points * scale - 1e-6);
     return static_cast<int>(std::clamp<CGFloat>(count, 0, kLargestSide));
 }

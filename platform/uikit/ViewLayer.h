@@ -10,11 +10,10 @@ namespace platform {
 class CGBitmapContext;
 class UIView;
 
-/// A view's drawing, kept as a bitmap and as the list of what was drawn.
+/// A view's drawing, kept as a bitmap and as a record of the calls that made it.
 ///
-/// draw() is played into the list first; the bitmap is made again only if the list came out
-/// different. So a view may be marked as often as one likes: as long as it would draw the same,
-/// nothing is painted and nothing is put together anew.
+/// draw() goes to a record first; the bitmap is repainted only if the record differs from the last
+/// one. A view that is marked but draws the same calls costs neither painting nor compositing.
 class ViewLayer {
  public:
     ViewLayer();
@@ -23,13 +22,13 @@ class ViewLayer {
     void setNeedsDisplay() { needsDisplay_ = true; }
     bool needsDisplay() const { return needsDisplay_; }
 
-    /// Lets the view draw, at so many pixels a point. True if the bitmap is another one now.
+    /// Calls draw(), at scale pixels a point. True if the bitmap has changed.
     bool display(UIView& view, CGFloat scale);
 
-    /// Null where the view draws nothing or the memory was not there.
+    /// Null if the view draws nothing or its memory could not be allocated.
     const CGBitmapContext* bitmap() const { return bitmap_.get(); }
 
-    /// How often draw() was called and how often the bitmap was painted, over the layer's life.
+    /// Calls of draw() and paintings of the bitmap since construction.
     int draws() const { return draws_; }
     int paints() const { return paints_; }
 

@@ -1,5 +1,6 @@
 #include <bit>
 #include <cmath>
+#include <limits>
 #include <random>
 
 #include "tests/editor/EditorFixture.h"
@@ -76,6 +77,94 @@ INSTANTIATE_TEST_SUITE_P(SizesAndLevels, CorrelographPoints,
                          testing::Combine(testing::Values(2048, 1500, 700, 5000),
                                           testing::Values(0.0f, 1e-3f, 0.9f, 4.0f),
                                           testing::Bool()));
+
+/// How a mode draws without pieces: points and ovals shape by shape, the line in one stroke.
+void drawShapeByShape(platform::CGContext& context, const CorrelographBaseAU::Points& points,
+                      const std::string& mode) {
+    context.setLineWidth(mode == "points" ? 1 : 0.5);
+    for (const auto& p : points) {
+        if (mode == "ovals") {
+            context.fillEllipse({p, {1, 1}});
+            continue;
+        }
+        context.addLineTo(p);
+        if (mode != "points") continue;
+        context.addLineTo({p.x + 0.5, p.y + 0.5});
+        context.closePath();
+        context.strokePath();
+    }
+    context.closePath();
+    context.strokePath();
+}
+
+std::unique_ptr<platform::CGBitmapContext> makeCanvas(double scale) {
+    const int side = static_cast<int>(256 * scale);
+    auto canvas = platform::makeBitmapContext(side, side, scale);
+    canvas->setFillColor({1, 0.737, 0.155, 1});
+    canvas->setStrokeColor({1, 0.737, 0.155, 1});
+    return canvas;
+}
+
+class CorrelographPicture
+    : public testing::TestWithParam<std::tuple<std::string, double, std::string>> {};
+
+TEST_P(CorrelographPicture, IsThatOfItsShapes) {
+    const auto& [mode, scale, signal] = GetParam();
+    std::mt19937 random(5);
+    std::uniform_real_distribution<float> noise(-0.4f, 0.4f);
+    std::vector<float> left(2048), right(2048);
+    for (int i = 0; i < 2048; ++i) {
+        left[i] = right[i] = 0.4f * std::sin(0.031f * static_cast<float>(i));
+        if (signal == "chord") right[i] = left[i] + 0.3f * std::sin(0.02f * static_cast<float>(i));
+        if (signal == "noise") right[i] = noise(random);
+    }
+    CorrelographBaseAU graph;
+    graph.drawMode = mode;
+    const auto& points = graph.computePoints(left.data(), right.data(), 2048);
+    const auto ours = makeCanvas(scale), plain = makeCanvas(scale);
+    graph.drawPoints(*ours);
+    drawShapeByShape(*plain, points, mode);
+    double off = 0;
+    int drawn = 0;
+    for (std::size_t i = 0; i < ours->pixels().size(); ++i) {
+        const int a = static_cast<int>(ours->pixels()[i] >> 24);
+        const int b = static_cast<int>(plain->pixels()[i] >> 24);
+        off += std::abs(a - b);
+        drawn += a || b;
+    }
+    EXPECT_GT(drawn, 40);
+    // Where pieces of the line cross, their coverage adds up; a small circle is a polygon.
+    EXPECT_LE(off / drawn, mode == "bezier" && signal != "mono" ? 18 : 4);
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, CorrelographPicture,
+                         testing::Combine(testing::Values("points", "ovals", "bezier"),
+                                          testing::Values(1.0, 2.0),
+                                          testing::Values("mono", "chord", "noise")));
+
+// The gain of a loud block grows until the points leave the range of a float.
+TEST(CorrelographPoints, OutOfRangeDoNotEmptyThePicture) {
+    for (const float loud : {1.5f, 1e10f, 1e38f, std::numeric_limits<float>::infinity()}) {
+        for (const double scale : {1.0, 10.0}) {
+            for (const auto* mode : {"points", "ovals", "bezier"}) {
+                std::vector<float> left(2048, 0.5f), right(2048, -0.25f);
+                for (int i = 1024; i < 2048; ++i) left[i] = i % 4 ? loud : -loud;
+                CorrelographBaseAU graph;
+                graph.isNormalized = false;
+                graph.drawMode = mode;
+                graph.computePoints(left.data(), right.data(), 2048);
+                const auto canvas = makeCanvas(scale);
+                graph.drawPoints(*canvas);
+                // The quiet half lies at 128 - 0.75 * 80 / sqrt(2), 128 - 0.25 * 80 / sqrt(2), and
+                // the line comes there from the middle.
+                const auto x = static_cast<std::size_t>(85.9 * scale),
+                           y = static_cast<std::size_t>(113.97 * scale);
+                EXPECT_GT(canvas->pixels()[y * canvas->pixelWidth() + x] >> 24, 20u)
+                    << mode << " at " << scale << " with " << loud;
+            }
+        }
+    }
+}
 
 using CorrelographView = test::BoundEditor;
 

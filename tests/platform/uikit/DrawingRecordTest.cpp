@@ -14,9 +14,8 @@ using namespace platform;
 
 constexpr int kSide = 64;
 
-/// Something of everything that can be drawn.
+/// Makes every call.
 void drawAll(CGContext& context, CGFloat shift) {
-    const std::array<CGPoint, 3> points{{{5 + shift, 5}, {20, 30}, {50, 8}}};
     const std::array<CGGradientStop, 2> stops{{{0, {1, 0, 0, 1}}, {1, {0, 0, 1, 0.5}}}};
     const std::array<CGFloat, 2> dash{3, 2};
     const CGImage image(2, 1, {0xff00ff00, 0xff0000ff});
@@ -34,7 +33,6 @@ void drawAll(CGContext& context, CGFloat shift) {
     context.setLineWidth(2);
     context.setLineCap(CGLineCap::round);
     context.setLineJoin(CGLineJoin::bevel);
-    context.setMiterLimit(3);
     context.setLineDash(1, dash);
     context.beginPath();
     context.moveTo({3, 3});
@@ -49,18 +47,15 @@ void drawAll(CGContext& context, CGFloat shift) {
     context.setAlpha(0.5);
     context.addPath(CGPath::roundedRect({5, 30, 30, 20}, 4));
     context.addRect({10, 35, 10, 10});
-    context.fillPath(true);
+    context.fillPath();
     context.endTransparencyLayer();
     context.drawImage(image, {40, 40, 10, 10});
     context.showText("Ag", *CGFont::named("HelveticaNeue"), 14, {5, 60}, 0.5);
-    context.strokeTicks(points, {0.5, 0.5});
-    context.fillEllipses(points, {3, 3});
-    context.strokePolyline(points, true);
     context.clearRect({0, 0, 4, 4});
     context.restoreGState();
 }
 
-TEST(DrawingRecord, PlaysBackWhatWasDrawnToThePixel) {
+TEST(DrawingRecord, PlaysBackTheSamePixels) {
     for (const CGFloat scale : {1.0, 2.0}) {
         const int side = static_cast<int>(kSide * scale);
         const auto direct = makeBitmapContext(side, side, scale);
@@ -75,7 +70,7 @@ TEST(DrawingRecord, PlaysBackWhatWasDrawnToThePixel) {
     }
 }
 
-TEST(DrawingRecord, AnswersWhatADrawingAsks) {
+TEST(DrawingRecord, HasTheCoordinatesAndClipOfABitmap) {
     const auto bitmap = makeBitmapContext(2 * kSide, 2 * kSide, 2);
     DrawingRecord record;
     record.begin({kSide, kSide}, 2);
@@ -89,7 +84,7 @@ TEST(DrawingRecord, AnswersWhatADrawingAsks) {
     }
 }
 
-TEST(DrawingRecord, EqualOnlyWhereThePictureIs) {
+TEST(DrawingRecord, IsEqualOnlyForTheSamePicture) {
     DrawingRecord a, b;
     const auto draw = [](DrawingRecord& record, CGFloat shift, CGFloat scale) {
         record.begin({kSide, kSide}, scale);
@@ -107,7 +102,7 @@ TEST(DrawingRecord, EqualOnlyWhereThePictureIs) {
     b.saveGState();
     b.translateBy(1, 1);
     b.restoreGState();
-    EXPECT_FALSE(b.paints()) << "no mark on the paper";
+    EXPECT_FALSE(b.paints());
     EXPECT_TRUE(a.paints());
 }
 
