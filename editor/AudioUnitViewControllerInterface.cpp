@@ -9,7 +9,8 @@
 //   +- contrastButton    in the upper right corner, hidden at first
 //
 // All gestures sit on the root view, so that a panel that was moved out of sight can be called back
-// with a double tap anywhere. The slider keeps drags and holds to itself, the button taps.
+// with a double tap anywhere. A touch in a hotspot belongs to the panel: only the pinch receives
+// it, too. The slider keeps drags and holds to itself, the button taps.
 
 #include <memory>
 #include <numbers>
@@ -25,6 +26,7 @@
 #include "platform/uikit/UIPinchGestureRecognizer.h"
 #include "platform/uikit/UISlider.h"
 #include "platform/uikit/UITapGestureRecognizer.h"
+#include "platform/uikit/UITouch.h"
 
 namespace qov {
 namespace {
@@ -135,10 +137,16 @@ void AudioUnitViewController::addGestures(platform::UIView& root) {
     longPressGesture->addTarget(action<UILongPressGestureRecognizer, UIGestureRecognizer>(
         self, &AudioUnitViewController::onlongPressGesture));
 
+    const auto isOutsideHotspots = [panel = std::weak_ptr(stereoControls)](const UITouch& touch) {
+        const auto controls = panel.lock();
+        return !controls || touch.view() != controls || !controls->isInHotspot(touch);
+    };
     for (const std::shared_ptr<UIGestureRecognizer>& gesture :
          std::initializer_list<std::shared_ptr<UIGestureRecognizer>>{
-             panGesture, pinchGesture, doubleTapGesture, tapGesture, longPressGesture})
+             panGesture, pinchGesture, doubleTapGesture, tapGesture, longPressGesture}) {
+        if (gesture != pinchGesture) gesture->shouldReceive = isOutsideHotspots;
         root.addGestureRecognizer(gesture);
+    }
 }
 
 }  // namespace qov

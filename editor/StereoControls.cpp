@@ -28,6 +28,11 @@ enum Option : int {
 /// Canvas units of a drag along both axes at once that span half the range.
 constexpr float dragRange = 300;
 
+const platform::UITouch& anyOf(const platform::UITouchSet& touches) {
+    if (touches.empty()) platform::fatalError("the panel was sent no touch");
+    return **touches.begin();
+}
+
 platform::UIColor grey(CGFloat white) {
     return {white, white, white, 1};
 }
@@ -77,16 +82,19 @@ void StereoControls::hitTestHotspots(CGPoint point) {
     platform::console::print("Current editing mode is: " + currentEditingMode);
 }
 
-CGPoint StereoControls::canvasLocation(const platform::UITouchSet& touches) const {
-    if (touches.empty()) platform::fatalError("the panel was sent no touch");
-    const CGPoint p = (*touches.begin())->location(this);
+CGPoint StereoControls::canvasLocation(const platform::UITouch& touch) const {
+    const CGPoint p = touch.location(this);
     return {p.x / drawScaleX, p.y / drawScaleY};
+}
+
+bool StereoControls::isInHotspot(const platform::UITouch& touch) const {
+    return *baseClass.modeAt(canvasLocation(touch)) != '\0';
 }
 
 void StereoControls::touchesBegan(const platform::UITouchSet& touches, platform::UIEvent*) {
     const auto controller = viewController.lock();
     if (!controller) return;
-    startLocation = canvasLocation(touches);
+    startLocation = canvasLocation(anyOf(touches));
     hitTestHotspots(startLocation);
     controller->touchesLocked = !currentEditingMode.empty();
     const auto to = delegate.lock();
@@ -146,7 +154,7 @@ void StereoControls::toggleOption(bool& flag, StereoControlsDelegate& to, int op
 void StereoControls::touchesMoved(const platform::UITouchSet& touches, platform::UIEvent*) {
     const auto to = delegate.lock();
     if (!to) return;
-    const CGPoint p = canvasLocation(touches);
+    const CGPoint p = canvasLocation(anyOf(touches));
     // Scaled down twice: a larger panel takes longer drags. Kept as it feels today.
     const CGFloat dx = (p.x - startLocation.x) / drawScaleX * scaler;
     const CGFloat dy = (p.y - startLocation.y) / drawScaleY * scaler;

@@ -34,6 +34,9 @@ class StereoControls : public platform::UIControl {
     /// Makes the mode at a point of the canvas (empty for none) the current one.
     void hitTestHotspots(platform::CGPoint point);
 
+    /// Whether a touch lies where a touch-down would start to edit.
+    bool isInHotspot(const platform::UITouch& touch) const;
+
     std::weak_ptr<AudioUnitViewController> viewController;
     std::weak_ptr<StereoControlsDelegate> delegate;
     float levelLeftValue = 0;  ///< nothing uses the two
@@ -48,7 +51,7 @@ class StereoControls : public platform::UIControl {
     void beginEditing(StereoControlsDelegate& to);
     void toggle(bool& flag, StereoControlsDelegate& to, int parameter);
     void toggleOption(bool& flag, StereoControlsDelegate& to, int option);
-    platform::CGPoint canvasLocation(const platform::UITouchSet& touches) const;
+    platform::CGPoint canvasLocation(const platform::UITouch& touch) const;
 };
 
 }  // namespace qov

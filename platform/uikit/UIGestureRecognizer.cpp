@@ -43,6 +43,10 @@ void UIGestureRecognizer::setEnabled(bool enabled) {
 void UIGestureRecognizer::takeTouch(const std::shared_ptr<UITouch>& touch, GestureCenter& center) {
     setCenter(center);
     if (!enabled_ || waiting_ || !(state_ == State::possible || isActive())) return;
+    if (shouldReceive && !shouldReceive(*touch)) {
+        if (deadline_) fail();
+        return;
+    }
     touches_.push_back(touch);
     touchBegan(*touch, touch->timestamp());
 }

@@ -44,6 +44,10 @@ class UIGestureRecognizer {
     void require(const std::shared_ptr<UIGestureRecognizer>& toFail) { required_ = toFail; }
     const std::weak_ptr<UIGestureRecognizer>& requiredToFail() const { return required_; }
 
+    /// Asked about each new touch; without an answer of true the recogniser never sees the touch,
+    /// and a tap that was still expected there fails at once. Empty for every touch.
+    std::function<bool(const UITouch& touch)> shouldReceive;
+
     /// The touches that it follows.
     const std::vector<std::shared_ptr<UITouch>>& touches() const { return touches_; }
     /// The middle of its touches in a view's coordinates (the window's for null).

@@ -218,6 +218,53 @@ TEST_F(Controller, DragOnAHotspotEditsAndDoesNotMoveThePanel) {
     EXPECT_FALSE(controller->touchesLocked);
 }
 
+TEST_F(Controller, ASecondTouchEditsInAHotspotAndMovesThePanelBesideIt) {
+    open();
+    const platform::CGPoint knob{460, 375}, plate{510, 375};  // 24 points outside the hotspot
+    for (const auto& first : {knob, plate})
+        for (const double gap : {0.02, 0.2, 0.3, 0.4, 1.0})
+            for (const double away : {0.0, 8.0, 23.0})
+                for (const auto& second : {knob, plate}) {
+                    const bool isKnob = second == knob;
+                    SCOPED_TRACE(testing::Message()
+                                 << "first at " << first.x << ", then " << gap << " s, second at "
+                                 << second.x << " - " << away);
+                    tapAt(first.x, first.y);
+                    settle(gap);
+                    const auto x = second.x - (isKnob ? away : 0);
+                    down(x, second.y);
+                    settle(0.1);
+                    move(x, second.y - 20);
+                    settle(0.4);  // a late tap would come here
+                    move(x, second.y - 60);
+                    up(x, second.y - 60);
+                    EXPECT_EQ(parameter(0) != 0.5F, isKnob);
+                    EXPECT_EQ(panel() != CGRect(0, 0, 680, 440), !isKnob);
+                    settle();
+                    controller->setParameter(0, 0.5F);
+                    controller->centerPluginView();
+                    loop->pump();
+                    window->update();
+                }
+}
+
+TEST_F(Controller, ClicksOnSwitchesAndAHeldKnobLeaveThePanelAndItsButtonAlone) {
+    open();
+    window->deliverZoomStep({340, 220}, 1.25, loop->now());
+    settle();
+    const auto zoomed = panel();
+    tapAt(100 * 1.25 - 85, 130 * 1.25 - 55);
+    settle(0.1);
+    tapAt(100 * 1.25 - 85, 90 * 1.25 - 55);
+    settle();
+    EXPECT_EQ(panel(), zoomed);
+    EXPECT_EQ(parameter(3) + parameter(4), 2);
+    down(350 * 1.25 - 85, 375 * 1.25 - 55);
+    settle(1);
+    EXPECT_TRUE(controller->contrastButton->isHidden());
+    up(350 * 1.25 - 85, 375 * 1.25 - 55);
+}
+
 TEST_F(Controller, CorrelographOfALargePanelLeavesTheControlsTheirTouches) {
     createAudioUnit();
     loop->pump();
