@@ -13,14 +13,13 @@
 #include "platform/uikit/NativeWindow.h"
 #include "platform/uikit/UIWindow.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 
-using hosts::EditorWindow;
 using platform::RunLoop;
 
 namespace {
 
-constexpr std::uint32_t largest = EditorWindow::kLargestSide;
+constexpr std::uint32_t largest = EditorWindow::largestSide;
 
 bool failed(const std::string& error) {
     std::fprintf(stderr, "kelvane: no editor: %s\n", error.c_str());
@@ -33,7 +32,7 @@ std::uint32_t pixels(double points, double scale) {
 
 }  // namespace
 
-ClapEditor::ClapEditor(hosts::Instance& instance, const ClapHost& host)
+ClapEditor::ClapEditor(Instance& instance, const ClapHost& host)
     : instance_(instance), host_(host) {}
 
 ClapEditor::~ClapEditor() {
@@ -75,7 +74,7 @@ double ClapEditor::scale() const {
 
 bool ClapEditor::setScale(double scale) {
     if (!isCreated_ || !std::isfinite(scale) || scale <= 0) return false;
-    options_.scale = std::clamp(scale, EditorWindow::kSmallestScale, EditorWindow::kLargestScale);
+    options_.scale = std::clamp(scale, EditorWindow::smallestScale, EditorWindow::largestScale);
     if (!window_) return true;
     const RunLoop::MakeCurrent current(instance_.runLoop());
     const auto size = window_->content().bounds().size;
@@ -92,9 +91,9 @@ std::optional<ClapEditor::Size> ClapEditor::size() const {
 
 std::optional<ClapEditor::Size> ClapEditor::adjusted(Size asked) const {
     if (!isCreated_) return std::nullopt;
-    const auto& panel = EditorWindow::kSize;
+    const auto& panel = EditorWindow::panelSize;
     const double fitting = std::min(asked.width / panel.width, asked.height / panel.height);
-    const double least = EditorWindow::kSmallest.width / panel.width * scale();
+    const double least = EditorWindow::smallestSize.width / panel.width * scale();
     const double factor = std::max(fitting, least);
     return Size{pixels(panel.width, factor), pixels(panel.height, factor)};
 }
@@ -149,4 +148,4 @@ void ClapEditor::tellClosed() {
     if (host_.gui) host_.gui->closed(host_.host, isLost);
 }
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

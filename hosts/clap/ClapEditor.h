@@ -10,7 +10,7 @@ namespace qov::hosts {
 class Instance;
 }
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 
 struct ClapHost;
 class Heartbeat;
@@ -24,7 +24,7 @@ class ClapEditor {
         std::uint32_t width, height;
     };
 
-    ClapEditor(hosts::Instance& instance, const ClapHost& host);
+    ClapEditor(Instance& instance, const ClapHost& host);
     ~ClapEditor();
     ClapEditor(const ClapEditor&) = delete;
     ClapEditor& operator=(const ClapEditor&) = delete;
@@ -55,13 +55,13 @@ class ClapEditor {
     bool open();
     double scale() const;
 
-    hosts::Instance& instance_;
+    Instance& instance_;
     const ClapHost& host_;
     bool isCreated_ = false, isFloating_ = false;
-    hosts::EditorWindow::Options options_;
-    std::unique_ptr<hosts::EditorWindow> window_;
+    EditorWindow::Options options_;
+    std::unique_ptr<EditorWindow> window_;
     std::unique_ptr<Heartbeat> heartbeat_;
     bool isClosed_ = false, isLost_ = false;  // by the user, the screen; not told yet
 };
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

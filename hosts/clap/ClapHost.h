@@ -9,7 +9,7 @@
 
 #include "hosts/clap/abi.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 
 /// A host and what it has to offer: null where it lacks an extension.
 struct ClapHost {
@@ -43,4 +43,4 @@ struct ClapHost {
     }
 };
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

@@ -10,11 +10,7 @@
 #include "hosts/instance/behind.h"
 #include "platform/foundation/NSError.h"
 
-namespace qov::clap {
-
-using hosts::behind;
-using hosts::guarded;
-using hosts::Instance;
+namespace qov::hosts::clap {
 
 namespace {
 
@@ -118,7 +114,7 @@ bool ClapPlugin::activate(double sampleRate, std::uint32_t longestBlock) {
                           error);
         sampleRate_ = sampleRate;
         longestBlock_ = longestBlock;
-        tail_ = hosts::Instance::tail(sampleRate);
+        tail_ = Instance::tail(sampleRate);
     }
     isActive_ = true;
     restartIsComing_ = hasAskedForRestart_ = false;
@@ -183,7 +179,7 @@ void ClapPlugin::adopt(const clap_input_events_t* events) {
     for (bool isLast = false; !isLast;) {
         const auto portion = inbox_.next(0);
         for (const auto& event : portion.events)
-            if (const auto setting = hosts::settingOf(event))
+            if (const auto setting = settingOf(event))
                 instance_->setValue(setting->address, setting->value);
         isLast = portion.isLast;
     }
@@ -223,12 +219,12 @@ void ClapPlugin::turn() {
     editor_->tellClosed();
 }
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap
 
 /// For the entry. Any thread.
 extern "C" [[gnu::visibility("default")]] const clap_plugin_t* kelvane_clap_create(
     const clap_plugin_descriptor_t* descriptor, const clap_host_t* host) {
     return qov::hosts::guarded(static_cast<const clap_plugin_t*>(nullptr), [&] {
-        return (new qov::clap::ClapPlugin(descriptor, host))->handle();
+        return (new qov::hosts::clap::ClapPlugin(descriptor, host))->handle();
     });
 }

@@ -14,7 +14,7 @@
 #include "hosts/instance/Instance.h"
 #include "hosts/instance/guarded.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 
 /// One plug-in of a CLAP host: an instance of the effect behind the format's table of functions.
 /// Operations are named after the host's calls, and belong to the threads that the format gives
@@ -45,7 +45,7 @@ class ClapPlugin {
 
     // From init() on
 
-    hosts::Instance& instance() { return *instance_; }
+    Instance& instance() { return *instance_; }
     ClapEditor& editor() { return *editor_; }
     const ClapHost& host() const { return host_; }
 
@@ -54,8 +54,7 @@ class ClapPlugin {
     template <class Result, class Call>
     static Result call(const clap_plugin_t* plugin, Result failed, Call&& call) {
         auto& self = *static_cast<ClapPlugin*>(plugin->plugin_data);
-        return self.editor_ ? hosts::guarded(failed, [&]() -> Result { return call(self); })
-                            : failed;
+        return self.editor_ ? guarded(failed, [&]() -> Result { return call(self); }) : failed;
     }
 
     template <class Call>
@@ -72,7 +71,7 @@ class ClapPlugin {
 
     clap_plugin_t handle_;
     ClapHost host_;
-    std::unique_ptr<hosts::Instance> instance_;
+    std::unique_ptr<Instance> instance_;
     std::unique_ptr<ClapEditor> editor_;
     EventInbox inbox_;
     std::optional<EventOutbox> outbox_;
@@ -90,4 +89,4 @@ class ClapPlugin {
     std::atomic<bool> hasAskedForRestart_{false};   // of an active plug-in
 };
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

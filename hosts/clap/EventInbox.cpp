@@ -6,9 +6,7 @@
 #include "hosts/instance/EditExchange.h"
 #include "hosts/instance/EventList.h"
 
-namespace qov::clap {
-
-using hosts::HostEvent;
+namespace qov::hosts::clap {
 
 namespace {
 
@@ -22,7 +20,7 @@ std::optional<HostEvent> read(const clap_event_header_t& header) {
     if (header.type == CLAP_EVENT_PARAM_VALUE) {
         const auto* event = as<clap_event_param_value_t>(header);
         // Hosts reach the tree's parameters; the volume behind them is MIDI's alone.
-        if (!event || event->param_id >= hosts::EditExchange::parameters) return std::nullopt;
+        if (!event || event->param_id >= EditExchange::parameters) return std::nullopt;
         const auto value = static_cast<float>(std::clamp(event->value, 0.0, 1.0));
         return HostEvent::parameter(header.time, event->param_id, value);
     }
@@ -72,9 +70,8 @@ void EventInbox::fill() {
     for (; read_ < size_ && count_ < capacity; ++read_) {
         const auto* header = list_->get(list_, read_);
         const auto event = header ? read(*header) : std::nullopt;
-        if (event && (hosts::isWholeMidi(*event) || hosts::settingOf(*event)))
-            events_[count_++] = *event;
+        if (event && (isWholeMidi(*event) || settingOf(*event))) events_[count_++] = *event;
     }
 }
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

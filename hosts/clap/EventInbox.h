@@ -9,7 +9,7 @@
 
 #include "hosts/instance/HostEvent.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 
 /// The events of a host's block that mean something to the effect, in portions that fit into
 /// storage of its own. The first portion is the whole block, unless there are more of them than
@@ -22,7 +22,7 @@ class EventInbox {
     /// A stretch of the block with the events in it, which are valid until the next call.
     struct Portion {
         std::uint32_t end;  ///< the frame behind its last; its events count from its first
-        std::span<const hosts::HostEvent> events;
+        std::span<const HostEvent> events;
         bool isLast;
     };
 
@@ -39,9 +39,9 @@ class EventInbox {
     const clap_input_events_t* list_ = nullptr;
     std::uint32_t size_ = 0, read_ = 0;  // of the list
     std::uint32_t frames_ = 0;
-    std::vector<hosts::HostEvent> events_ = std::vector<hosts::HostEvent>(capacity);
+    std::vector<HostEvent> events_ = std::vector<HostEvent>(capacity);
     std::size_t count_ = 0;
     std::size_t given_ = 0;  // of them, away with the last portion
 };
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

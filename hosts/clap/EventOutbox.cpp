@@ -4,7 +4,7 @@
 
 #include "hosts/instance/EventList.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 namespace {
 
 bool pushValue(const clap_output_events_t* events, std::uint32_t frame, std::uint32_t flags,
@@ -21,8 +21,8 @@ bool pushValue(const clap_output_events_t* events, std::uint32_t frame, std::uin
     return events->try_push(events, &event.header);
 }
 
-bool pushEdit(const clap_output_events_t* events, const hosts::EditExchange::Edit& edit) {
-    using Kind = hosts::EditExchange::Edit::Kind;
+bool pushEdit(const clap_output_events_t* events, const EditExchange::Edit& edit) {
+    using Kind = EditExchange::Edit::Kind;
     if (edit.kind == Kind::value)
         return pushValue(events, 0, CLAP_EVENT_IS_LIVE, edit.address, edit.value);
     const auto type = static_cast<std::uint16_t>(
@@ -45,19 +45,19 @@ void EventOutbox::sendEdits(const clap_output_events_t* events) {
     hasLeft_.store(sent_ < count_, std::memory_order_relaxed);
 }
 
-void EventOutbox::sendControllers(std::span<const hosts::HostEvent> heard, std::uint32_t begin,
+void EventOutbox::sendControllers(std::span<const HostEvent> heard, std::uint32_t begin,
                                   std::uint32_t frames, const clap_output_events_t* events) {
     if (!events) return;
     const std::uint32_t last = frames > 0 ? frames - 1 : 0;
     std::uint32_t latest = 0;  // a host's list may be unsorted, or leave the block; ours does not
     for (const auto& event : heard) {
         latest = std::max(latest, event.frame);
-        if (event.kind != hosts::HostEvent::Kind::midi) continue;
-        const auto setting = hosts::settingOf(event);
-        if (setting && setting->address < hosts::EditExchange::parameters)
+        if (event.kind != HostEvent::Kind::midi) continue;
+        const auto setting = settingOf(event);
+        if (setting && setting->address < EditExchange::parameters)
             pushValue(events, std::min(begin + latest, last), CLAP_EVENT_DONT_RECORD,
                       setting->address, setting->value);
     }
 }
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

@@ -11,32 +11,32 @@
 #include "hosts/instance/EditExchange.h"
 #include "hosts/instance/HostEvent.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 
 /// What the effect tells a host in its output events. The thread of process() or flush(); allocates
 /// nothing.
 class EventOutbox {
  public:
-    explicit EventOutbox(hosts::EditExchange& edits) : edits_(edits) {}
+    explicit EventOutbox(EditExchange& edits) : edits_(edits) {}
 
     /// The editor's changes, all at frame 0: begin of a gesture, value, end. What the host does
     /// not take is kept for the next call.
     void sendEdits(const clap_output_events_t* events);
     /// Parameters that MIDI controllers have moved, for the host to show but not to record.
     /// Frames count from `begin` in a block of `frames`.
-    static void sendControllers(std::span<const hosts::HostEvent> heard, std::uint32_t begin,
+    static void sendControllers(std::span<const HostEvent> heard, std::uint32_t begin,
                                 std::uint32_t frames, const clap_output_events_t* events);
     /// The host has not taken everything yet. Any thread.
     bool hasLeft() const { return hasLeft_.load(std::memory_order_relaxed); }
 
  private:
-    using Edit = hosts::EditExchange::Edit;
+    using Edit = EditExchange::Edit;
 
-    hosts::EditExchange& edits_;
-    std::array<Edit, 3 * hosts::EditExchange::parameters> waiting_{};
+    EditExchange& edits_;
+    std::array<Edit, 3 * EditExchange::parameters> waiting_{};
     std::size_t count_ = 0;
     std::size_t sent_ = 0;
     std::atomic<bool> hasLeft_{false};
 };
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

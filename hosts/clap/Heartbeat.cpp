@@ -6,7 +6,7 @@
 #include "hosts/clap/ClapHost.h"
 #include "platform/dispatch/RunLoop.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 namespace {
 
 // The editor draws every 50 ms; a drag is to follow the mouse.
@@ -47,4 +47,4 @@ void Heartbeat::askUntilEnd() {
         host_.host->request_callback(host_.host);
 }
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

@@ -12,7 +12,7 @@ namespace platform {
 class RunLoop;
 }
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 
 struct ClapHost;
 
@@ -40,4 +40,4 @@ class Heartbeat {
     std::thread thread_;
 };
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

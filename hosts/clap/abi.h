@@ -6,7 +6,7 @@
 
 /// The parts of the CLAP binary interface that the installed headers do not declare, under names of
 /// our own, so that newer headers do no harm.
-namespace qov::clap::abi {
+namespace qov::hosts::clap::abi {
 
 // Descriptors on the host's loop
 
@@ -107,4 +107,4 @@ struct PresetFactory {
     const PresetProvider* (*create)(const PresetFactory*, const PresetIndexer*, const char* id);
 };
 
-}  // namespace qov::clap::abi
+}  // namespace qov::hosts::clap::abi

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 
 const void* extensions::find(const char* id) {
     static constexpr std::array<std::pair<const char*, const void*>, 12> all{{
@@ -26,4 +26,4 @@ const void* extensions::find(const char* id) {
     return nullptr;
 }
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

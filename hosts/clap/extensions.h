@@ -12,7 +12,7 @@
 
 /// What a plug-in offers to its host: the tables of functions, each on the ClapPlugin behind the
 /// plug-in that it is called with.
-namespace qov::clap::extensions {
+namespace qov::hosts::clap::extensions {
 
 extern const clap_plugin_audio_ports_t audioPorts;
 extern const clap_plugin_note_ports_t notePorts;
@@ -31,4 +31,4 @@ extern const abi::PluginPosixFdSupport posixFdSupport;
 /// The extension of that name, null for one that is not here. Any thread.
 const void* find(const char* id);
 
-}  // namespace qov::clap::extensions
+}  // namespace qov::hosts::clap::extensions

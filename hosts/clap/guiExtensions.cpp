@@ -5,7 +5,7 @@
 #include "hosts/clap/ClapPlugin.h"
 #include "hosts/clap/extensions.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 namespace {
 
 bool isX11(const char* api) {
@@ -119,4 +119,4 @@ const abi::PluginPosixFdSupport extensions::posixFdSupport{
                 uint32_t) { ClapPlugin::run(plugin, [](auto& self) { self.turn(); }); },
 };
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

@@ -6,7 +6,7 @@
 #include "hosts/clap/ClapPlugin.h"
 #include "hosts/clap/extensions.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 namespace {
 
 bool describe(uint32_t index, clap_param_info_t& info) {
@@ -62,4 +62,4 @@ const clap_plugin_params_t extensions::params{
         },
 };
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

@@ -5,7 +5,7 @@
 #include "hosts/clap/ClapPlugin.h"
 #include "hosts/clap/extensions.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 
 const clap_plugin_audio_ports_t extensions::audioPorts{
     .count = [](const clap_plugin_t*, bool) -> uint32_t { return 1; },
@@ -56,4 +56,4 @@ const abi::PluginRender extensions::render{
               int32_t mode) { return mode == abi::realTime || mode == abi::offline; },
 };
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

@@ -8,7 +8,7 @@
 #include "hosts/clap/ClapPlugin.h"
 #include "hosts/clap/extensions.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 namespace {
 
 constexpr std::size_t largestState = 1 << 20;  // bytes; ours have some hundreds
@@ -89,4 +89,4 @@ const abi::PluginPresetLoad extensions::presetLoad{
         },
 };
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

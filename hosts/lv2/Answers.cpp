@@ -1,22 +1,22 @@
 #include "hosts/lv2/Answers.h"
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 namespace {
 
-constexpr std::size_t kQuestionsAtOnce = 16;
+constexpr std::size_t questionsAtOnce = 16;
 
 }  // namespace
 
 Answers::Answers(LV2_URID_Map& map, const Urids& urids) : urids_(urids) {
     lv2_atom_forge_init(&forge_, &map);
-    questions_.reserve(kQuestionsAtOnce);
+    questions_.reserve(questionsAtOnce);
 }
 
 void Answers::ask(const Question& question) {
-    if (questions_.size() < kQuestionsAtOnce) questions_.push_back(question);
+    if (questions_.size() < questionsAtOnce) questions_.push_back(question);
 }
 
-void Answers::write(const std::array<float, kParameters>& values, std::uint32_t frame,
+void Answers::write(const std::array<float, parameterCount>& values, std::uint32_t frame,
                     LV2_Atom_Sequence& port) {
     // A host leaves the size of its memory there.
     lv2_atom_forge_set_buffer(&forge_, reinterpret_cast<std::uint8_t*>(&port),
@@ -29,12 +29,12 @@ void Answers::write(const std::array<float, kParameters>& values, std::uint32_t 
     questions_.clear();
 }
 
-void Answers::writeOne(const Question& question, const std::array<float, kParameters>& values,
+void Answers::writeOne(const Question& question, const std::array<float, parameterCount>& values,
                        std::uint32_t frame) {
     // Whole or not at all: this is more than either answer takes.
-    if (forge_.size - forge_.offset < kNotifyBytes / 2) return;
+    if (forge_.size - forge_.offset < notifyBytes / 2) return;
     const auto key = [&](LV2_URID urid) { lv2_atom_forge_key(&forge_, urid); };
-    const bool isAll = question.address == Question::kAll;
+    const bool isAll = question.address == Question::all;
     LV2_Atom_Forge_Frame message, body;
     lv2_atom_forge_frame_time(&forge_, frame);
     lv2_atom_forge_object(&forge_, &message, 0, isAll ? urids_.patchPut : urids_.patchSet);
@@ -61,4 +61,4 @@ void Answers::writeOne(const Question& question, const std::array<float, kParame
     lv2_atom_forge_pop(&forge_, &message);
 }
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

@@ -10,7 +10,7 @@
 #include "hosts/lv2/MessageReader.h"
 #include "hosts/lv2/Urids.h"
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 /// Answers the questions of a block through the notify port: one about a parameter by patch:Set,
 /// one about all by patch:Put. Audio thread.
@@ -23,11 +23,11 @@ class Answers {
     bool isAsked() const { return !questions_.empty(); }
     /// Fills the port, as far as the host's memory reaches, whether something was asked or not.
     /// `values` by address; they matter only where something was.
-    void write(const std::array<float, kParameters>& values, std::uint32_t frame,
+    void write(const std::array<float, parameterCount>& values, std::uint32_t frame,
                LV2_Atom_Sequence& port);
 
  private:
-    void writeOne(const Question& question, const std::array<float, kParameters>& values,
+    void writeOne(const Question& question, const std::array<float, parameterCount>& values,
                   std::uint32_t frame);
 
     const Urids& urids_;
@@ -35,4 +35,4 @@ class Answers {
     std::vector<Question> questions_;
 };
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

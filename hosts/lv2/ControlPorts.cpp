@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 bool ControlPorts::hasChanged(std::uint64_t address, float value) {
     const std::uint64_t bits = std::bit_cast<std::uint32_t>(value);
@@ -68,4 +68,4 @@ void ControlPorts::setHeard(const Values& values) {
     }
 }
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

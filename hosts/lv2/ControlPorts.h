@@ -8,7 +8,7 @@
 
 #include "hosts/lv2/Ports.h"
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 /// What the host's control ports mean to the effect. A port speaks when its value changes; while it
 /// stands still, whatever else set the parameter (a message, a saved state, the editor) holds.
@@ -18,7 +18,7 @@ namespace qov::lv2 {
 /// echoed the last value (a quarter of a second at most), the port is not obeyed.
 class ControlPorts {
  public:
-    using Values = std::array<std::optional<float>, kParameters>;
+    using Values = std::array<std::optional<float>, parameterCount>;
 
     explicit ControlPorts(double sampleRate)
         : patience_(static_cast<std::int64_t>(sampleRate / 4)) {
@@ -34,7 +34,7 @@ class ControlPorts {
     template <class Report>
     void take(std::uint32_t frames, Report&& report) {
         if (isQuiet()) return;
-        for (std::uint64_t address = 0; address < kParameters; ++address)
+        for (std::uint64_t address = 0; address < parameterCount; ++address)
             if (ports_[address] && isNew(address, *ports_[address], frames))
                 report(address, parameterOfPort(address, *ports_[address]));
     }
@@ -70,7 +70,7 @@ class ControlPorts {
     /// In most blocks no port has changed, and no hand is on any.
     bool isQuiet() const {
         std::uint64_t news = overruled_;
-        for (std::size_t address = 0; address < kParameters; ++address) {
+        for (std::size_t address = 0; address < parameterCount; ++address) {
             news |= hands_[address].load(std::memory_order_relaxed);
             if (const float* port = ports_[address])
                 news |= heard_[address].load(std::memory_order_relaxed) ^
@@ -82,11 +82,11 @@ class ControlPorts {
     bool hasChanged(std::uint64_t address, float value);
 
     const std::int64_t patience_;  // frames
-    std::array<const float*, kParameters> ports_{};
-    std::array<std::atomic<std::uint64_t>, kParameters> heard_{};
-    std::array<std::atomic<std::uint64_t>, kParameters> hands_{};
-    std::array<std::int64_t, kParameters> waited_{};  // frames since the hand has gone
-    std::uint32_t overruled_ = 0;                     // bit a: the port spoke meanwhile
+    std::array<const float*, parameterCount> ports_{};
+    std::array<std::atomic<std::uint64_t>, parameterCount> heard_{};
+    std::array<std::atomic<std::uint64_t>, parameterCount> hands_{};
+    std::array<std::int64_t, parameterCount> waited_{};  // frames since the hand has gone
+    std::uint32_t overruled_ = 0;                        // bit a: the port spoke meanwhile
 };
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

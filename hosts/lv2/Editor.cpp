@@ -10,10 +10,7 @@
 #include "platform/uikit/NativeWindow.h"
 #include "platform/uikit/UIWindow.h"
 
-namespace qov::lv2 {
-
-using hosts::EditExchange;
-using hosts::EditorWindow;
+namespace qov::hosts::lv2 {
 
 std::unique_ptr<Editor> Editor::open(Plugin& plugin, const Host& host, std::string* error) {
     if (plugin.editor()) {
@@ -31,8 +28,8 @@ Editor::Editor(Plugin& plugin, const Host& host) : plugin_(&plugin), host_(host)
 bool Editor::openWindow(std::string* error) {
     EditorWindow::Options options{.parent = host_.parent};
     if (host_.scale > 0)
-        options.scale = std::clamp<double>(host_.scale, EditorWindow::kSmallestScale,
-                                           EditorWindow::kLargestScale);
+        options.scale = std::clamp<double>(host_.scale, EditorWindow::smallestScale,
+                                           EditorWindow::largestScale);
     if (!host_.title.empty()) options.title = host_.title;
     window_ = EditorWindow::open(plugin_->instance(), options, error);
     if (!window_) return false;
@@ -51,7 +48,7 @@ bool Editor::openWindow(std::string* error) {
 Editor::~Editor() {
     if (!plugin_) return;
     window_.reset();  // which ends what is touched
-    hosts::guarded([&] { writeEdits(); });
+    guarded([&] { writeEdits(); });
     plugin_->setEditor(nullptr);
 }
 
@@ -73,15 +70,15 @@ bool Editor::idle() {
 }
 
 void Editor::hearPort(std::uint32_t port, float value) {
-    if (plugin_ && port >= kFirstControl && port < kFirstControl + kParameters)
-        plugin_->hearPort(port - kFirstControl, value);
+    if (plugin_ && port >= firstControl && port < firstControl + parameterCount)
+        plugin_->hearPort(port - firstControl, value);
 }
 
 void Editor::writeEdits() {
     using Kind = EditExchange::Edit::Kind;
     auto& controls = plugin_->controls();
     plugin_->instance().edits().take([&](const EditExchange::Edit& edit) {
-        const auto port = kFirstControl + static_cast<std::uint32_t>(edit.address);
+        const auto port = firstControl + static_cast<std::uint32_t>(edit.address);
         const auto touch = [&](bool isDown) {
             if (host_.touch) host_.touch->touch(host_.touch->handle, port, isDown);
         };
@@ -119,10 +116,10 @@ bool Editor::hide() {
 bool Editor::setSize(int width, int height) {
     if (!plugin_ || width <= 0 || height <= 0) return false;
     const auto points = [&](int pixels) {
-        return std::min(pixels, EditorWindow::kLargestSide) / window_->content().scale();
+        return std::min(pixels, EditorWindow::largestSide) / window_->content().scale();
     };
     window_->native().setSize({points(width), points(height)});
     return true;
 }
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

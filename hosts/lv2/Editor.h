@@ -10,7 +10,7 @@ namespace qov::hosts {
 class EditorWindow;
 }
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 class Plugin;
 
@@ -59,8 +59,8 @@ class Editor {
 
     Plugin* plugin_;  // null once it is gone
     const Host host_;
-    std::unique_ptr<hosts::EditorWindow> window_;
+    std::unique_ptr<EditorWindow> window_;
     bool isClosed_ = false;
 };
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

@@ -5,9 +5,7 @@
 #include <limits>
 #include <optional>
 
-namespace qov::lv2 {
-
-using hosts::HostEvent;
+namespace qov::hosts::lv2 {
 
 namespace {
 
@@ -107,7 +105,7 @@ void MessageReader::readPatch(std::uint32_t frame, const LV2_Atom& atom, Receive
     } else if (kind == urids_.patchGet) {
         Question question{.sequenceNumber = message.sequenceNumber};
         if (message.property) question.address = addressOf(uridOf(message.property));
-        if (!message.property || question.address != Question::kAll) receiver.receive(question);
+        if (!message.property || question.address != Question::all) receiver.receive(question);
     }
 }
 
@@ -127,7 +125,7 @@ MessageReader::Message MessageReader::parse(const LV2_Atom& object) const {
 void MessageReader::set(std::uint32_t frame, LV2_URID parameter, const LV2_Atom& value,
                         Receiver& receiver) const {
     const auto address = addressOf(parameter);
-    if (address == Question::kAll) return;
+    if (address == Question::all) return;
     const auto tell = [&](auto number) {
         if (!number) return;
         // Within what a float holds; what is no number stays none.
@@ -152,4 +150,4 @@ bool MessageReader::isObject(const LV2_Atom& atom) const {
            atom.size >= sizeof(LV2_Atom_Object_Body);
 }
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

@@ -7,13 +7,13 @@
 #include "hosts/instance/HostEvent.h"
 #include "hosts/lv2/Urids.h"
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 /// Somebody asks for a parameter, or for all, by patch:Get.
 struct Question {
-    std::uint64_t address = kAll;
+    std::uint64_t address = all;
     std::int32_t sequenceNumber = 0;  ///< to be given back; 0 for none
-    static constexpr std::uint64_t kAll = kParameters;
+    static constexpr std::uint64_t all = parameterCount;
 };
 
 /// Takes MIDI and patch messages out of the host's event port. Audio thread. Hosts are not trusted:
@@ -24,7 +24,7 @@ class MessageReader {
     /// Who is called, on the audio thread, with what was read.
     class Receiver {
      public:
-        virtual void receive(const hosts::HostEvent& event) = 0;
+        virtual void receive(const HostEvent& event) = 0;
         virtual void receive(const Question& question) = 0;
 
      protected:
@@ -50,4 +50,4 @@ class MessageReader {
     const Urids& urids_;
 };
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

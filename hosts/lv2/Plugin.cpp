@@ -17,17 +17,13 @@
 #include "hosts/lv2/features.h"
 #include "platform/foundation/NSError.h"
 
-namespace qov::lv2 {
-
-using hosts::behind;
-using hosts::HostEvent;
-using hosts::Instance;
+namespace qov::hosts::lv2 {
 
 namespace {
 
-constexpr std::size_t kEventsAtOnce = 1024;  // more are rendered in pieces
-constexpr std::uint32_t kUsualLongestBlock = 8192;
-constexpr int kStandingStill = 10;  // idle calls without a block: a third of a second or so
+constexpr std::size_t eventsAtOnce = 1024;  // more are rendered in pieces
+constexpr std::uint32_t usualLongestBlock = 8192;
+constexpr int standingStill = 10;  // idle calls without a block: a third of a second or so
 
 /// All plug-ins that live: an editor is given its plug-in as a bare address.
 class Living {
@@ -72,7 +68,7 @@ std::unique_ptr<Plugin> Plugin::create(double sampleRate, const LV2_Feature* con
         return nullptr;
     }
     const auto longestBlock =
-        longest && *longest > 0 ? static_cast<std::uint32_t>(*longest) : kUsualLongestBlock;
+        longest && *longest > 0 ? static_cast<std::uint32_t>(*longest) : usualLongestBlock;
     return std::unique_ptr<Plugin>(new Plugin(sampleRate, longestBlock, std::move(instance), map));
 }
 
@@ -86,7 +82,7 @@ Plugin::Plugin(double sampleRate, std::uint32_t longestBlock, std::unique_ptr<In
         urids_.emplace(*map, *instance_->audioUnit().parameterTree());
         answers_.emplace(*map, *urids_);
     }
-    events_.reserve(kEventsAtOnce);
+    events_.reserve(eventsAtOnce);
     Living::shared().add(this);
 }
 
@@ -104,26 +100,26 @@ Plugin* Plugin::find(const void* handle) {
 void Plugin::connect(std::uint32_t port, void* memory) {
     auto* const floats = static_cast<float*>(memory);
     switch (port) {
-        case kInLeft:
-        case kInRight:
-            in_[port - kInLeft] = floats;
+        case inLeft:
+        case inRight:
+            in_[port - inLeft] = floats;
             break;
-        case kOutLeft:
-        case kOutRight:
-            out_[port - kOutLeft] = floats;
+        case outLeft:
+        case outRight:
+            out_[port - outLeft] = floats;
             break;
-        case kLatency:
+        case latencyPort:
             latency_ = floats;
             break;
-        case kEvents:
+        case eventsPort:
             messages_ = static_cast<const LV2_Atom_Sequence*>(memory);
             break;
-        case kNotify:
+        case notifyPort:
             notify_ = static_cast<LV2_Atom_Sequence*>(memory);
             break;
         default:
-            if (port >= kFirstControl && port < kLatency)
-                controls_.connect(port - kFirstControl, floats);
+            if (port >= firstControl && port < latencyPort)
+                controls_.connect(port - firstControl, floats);
     }
 }
 
@@ -149,7 +145,7 @@ void Plugin::run(std::uint32_t frames) {
 
 void Plugin::receive(const HostEvent& event) {
     // A cut at an event is one that the event makes anyway.
-    if (events_.size() == kEventsAtOnce) render(std::min(event.frame, frames_));
+    if (events_.size() == eventsAtOnce) render(std::min(event.frame, frames_));
     events_.push_back(event);
     events_.back().frame = std::max(event.frame, done_) - done_;
 }
@@ -167,8 +163,8 @@ void Plugin::render(std::uint32_t end) {
 }
 
 void Plugin::answer() {
-    std::array<float, kParameters> values{};
-    for (std::uint64_t address = 0; answers_->isAsked() && address < kParameters; ++address)
+    std::array<float, parameterCount> values{};
+    for (std::uint64_t address = 0; answers_->isAsked() && address < parameterCount; ++address)
         values[address] = instance_->value(address);
     answers_->write(values, frames_ ? frames_ - 1 : 0, *notify_);
 }
@@ -177,11 +173,11 @@ void Plugin::answer() {
 
 void Plugin::watch() {
     const bool hasRun = hasRun_.exchange(false, std::memory_order_relaxed);
-    idleCalls_ = hasRun ? 0 : std::min(idleCalls_ + 1, kStandingStill);
+    idleCalls_ = hasRun ? 0 : std::min(idleCalls_ + 1, standingStill);
 }
 
 void Plugin::hearPort(std::uint64_t address, float port) {
-    if (idleCalls_ == kStandingStill && !controls_.isHeld(address))
+    if (idleCalls_ == standingStill && !controls_.isHeld(address))
         instance_->setValue(address, parameterOfPort(address, port));
 }
 
@@ -215,4 +211,4 @@ LV2_State_Status Plugin::restore(LV2_State_Retrieve_Function retrieve, LV2_State
     return LV2_STATE_SUCCESS;
 }
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

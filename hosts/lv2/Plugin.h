@@ -18,7 +18,7 @@
 #include "hosts/lv2/MessageReader.h"
 #include "hosts/lv2/Urids.h"
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 class Editor;
 
@@ -53,7 +53,7 @@ class Plugin final : private MessageReader::Receiver {
 
     // For the editor
 
-    hosts::Instance& instance() { return *instance_; }
+    Instance& instance() { return *instance_; }
     ControlPorts& controls() { return controls_; }
     Editor* editor() const { return editor_; }
     void setEditor(Editor* editor) { editor_ = editor; }
@@ -64,16 +64,16 @@ class Plugin final : private MessageReader::Receiver {
     void hearPort(std::uint64_t address, float port);
 
  private:
-    Plugin(double sampleRate, std::uint32_t longestBlock, std::unique_ptr<hosts::Instance> instance,
+    Plugin(double sampleRate, std::uint32_t longestBlock, std::unique_ptr<Instance> instance,
            LV2_URID_Map* map);
-    void receive(const hosts::HostEvent& event) override;
+    void receive(const HostEvent& event) override;
     void receive(const Question& question) override;
     void render(std::uint32_t end);
     void answer();
 
     const double sampleRate_;
     const std::uint32_t longestBlock_;
-    const std::unique_ptr<hosts::Instance> instance_;
+    const std::unique_ptr<Instance> instance_;
     std::optional<Urids> urids_;  // nothing without urid:map
     std::optional<Answers> answers_;
 
@@ -86,12 +86,12 @@ class Plugin final : private MessageReader::Receiver {
 
     // Of the present block
     std::uint32_t frames_ = 0;
-    std::uint32_t done_ = 0;                // frames rendered
-    std::vector<hosts::HostEvent> events_;  // from there on
+    std::uint32_t done_ = 0;         // frames rendered
+    std::vector<HostEvent> events_;  // from there on
 
     Editor* editor_ = nullptr;
     std::atomic<bool> hasRun_{false};
-    int idleCalls_ = 0;  // since it last ran, up to kStandingStill
+    int idleCalls_ = 0;  // since it last ran, up to standingStill
 };
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

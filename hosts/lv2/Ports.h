@@ -6,25 +6,23 @@
 
 #include "audiounit/parameters.h"
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 /// The ports by their index. Those of the parameters stand in the order of their addresses.
 enum Port : std::uint32_t {
-    kInLeft,
-    kInRight,
-    kOutLeft,
-    kOutRight,
-    kFirstControl,
-    kLatency = kFirstControl + parameterCount,
-    kEvents,  ///< MIDI and patch messages
-    kNotify,  ///< answers to patch:Get
-    kPortCount,
+    inLeft,
+    inRight,
+    outLeft,
+    outRight,
+    firstControl,
+    latencyPort = firstControl + parameterCount,
+    eventsPort,  ///< MIDI and patch messages
+    notifyPort,  ///< answers to patch:Get
+    portCount,
 };
 
-inline constexpr std::uint32_t kParameters = parameterCount;
-
-/// Bytes that a host should have for an answer on kNotify.
-inline constexpr std::uint32_t kNotifyBytes = 1024;
+/// Bytes that a host should have for an answer on notifyPort.
+inline constexpr std::uint32_t notifyBytes = 1024;
 
 /// What a control port says of its parameter, and back. Switches are on above 0, as the format has
 /// it; the bypass's port has the opposite sense (lv2:enabled). What is no number stays none.
@@ -49,4 +47,4 @@ inline std::string symbolOf(std::string_view identifier) {
     return symbol;
 }
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

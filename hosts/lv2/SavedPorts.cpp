@@ -4,7 +4,7 @@
 #include <charconv>
 #include <system_error>
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 std::string encodePorts(const ControlPorts::Values& values) {
     std::string text;
@@ -30,4 +30,4 @@ ControlPorts::Values decodePorts(std::string_view text) {
     return values;
 }
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

@@ -7,7 +7,7 @@
 #include "hosts/lv2/Uris.h"
 #include "platform/audiotoolbox/AUParameterTree.h"
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 Urids::Urids(const LV2_URID_Map& map, const platform::AUParameterTree& tree) {
     const auto number = [&](const std::string& uri) { return map.map(map.handle, uri.c_str()); };
@@ -31,11 +31,11 @@ Urids::Urids(const LV2_URID_Map& map, const platform::AUParameterTree& tree) {
     patchValue = number(LV2_PATCH__value);
     patchBody = number(LV2_PATCH__body);
     patchSequenceNumber = number(LV2_PATCH__sequenceNumber);
-    plugin = number(hosts::product::uri);
+    plugin = number(product::uri);
     state = number(stateUri());
     heardPorts = number(heardPortsUri());
     for (const auto& parameter : tree.allParameters())
         parameters[parameter->address()] = number(parameterUri(parameter->identifier()));
 }
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

@@ -10,7 +10,7 @@ namespace platform {
 class AUParameterTree;
 }
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 /// The host's numbers for the URIs that are met while sound runs. Never 0.
 struct Urids {
@@ -22,7 +22,7 @@ struct Urids {
     LV2_URID patchSet, patchPut, patchGet;
     LV2_URID patchSubject, patchProperty, patchValue, patchBody, patchSequenceNumber;
     LV2_URID plugin, state, heardPorts;
-    std::array<LV2_URID, kParameters> parameters{};  ///< by address
+    std::array<LV2_URID, parameterCount> parameters{};  ///< by address
 };
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

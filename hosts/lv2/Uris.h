@@ -7,13 +7,13 @@
 #include "hosts/instance/product.h"
 #include "hosts/lv2/Ports.h"
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 // What the plug-in names, besides itself (product::uri).
 
 /// A URI below the plug-in's own.
 inline std::string ownUri(std::string_view fragment) {
-    return std::string(hosts::product::uri) + "#" + std::string(fragment);
+    return std::string(product::uri) + "#" + std::string(fragment);
 }
 
 /// A parameter as patch messages know it: in 0..1 and in the tree's sense, the bypass, too.
@@ -37,4 +37,4 @@ inline std::string heardPortsUri() {
     return ownUri("heard_ports");
 }
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

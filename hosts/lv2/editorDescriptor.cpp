@@ -12,9 +12,7 @@
 #include "hosts/lv2/features.h"
 #include "hosts/lv2/made.h"
 
-namespace qov::lv2 {
-
-using hosts::guarded;
+namespace qov::hosts::lv2 {
 
 namespace {
 
@@ -81,10 +79,10 @@ const void* extensionData(const char* uri) {
 }
 
 }  // namespace
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2
 
 [[gnu::visibility("default")]] const LV2UI_Descriptor* kelvane_lv2_editor() {
-    using namespace qov::lv2;
+    using namespace qov::hosts::lv2;
     static const std::string uri = editorUri();
     static const LV2UI_Descriptor descriptor{
         uri.c_str(), instantiate,   [](LV2UI_Handle handle) { delete &editorOf(handle); },

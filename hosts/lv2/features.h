@@ -10,7 +10,7 @@
 #include <string>
 #include <type_traits>
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 /// What the host offers under a URI; null where it offers nothing.
 template <class Feature>
@@ -49,4 +49,4 @@ inline std::string textOption(const LV2_Feature* const* features, const char* ur
     return found ? static_cast<const char*>(found->value) : "";
 }
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

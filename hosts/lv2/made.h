@@ -7,13 +7,13 @@
 
 #include "hosts/instance/guarded.h"
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 /// What make(&error) makes, given to the host; null, with one line on standard error, where it
 /// makes nothing. No exception gets out.
 template <class Made, class Make>
 Made* made(const Make& make) {
-    return hosts::guarded(static_cast<Made*>(nullptr), [&]() -> Made* {
+    return guarded(static_cast<Made*>(nullptr), [&]() -> Made* {
         std::string error;
         try {
             if (std::unique_ptr<Made> made = make(&error)) return made.release();
@@ -25,4 +25,4 @@ Made* made(const Make& make) {
     });
 }
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

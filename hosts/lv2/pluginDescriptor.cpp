@@ -10,9 +10,7 @@
 #include "hosts/lv2/bodyFunctions.h"
 #include "hosts/lv2/made.h"
 
-namespace qov::lv2 {
-
-using hosts::guarded;
+namespace qov::hosts::lv2 {
 
 namespace {
 
@@ -42,7 +40,7 @@ const void* extensionData(const char* uri) {
 }
 
 const LV2_Descriptor descriptor{
-    hosts::product::uri,
+    product::uri,
     instantiate,
     [](LV2_Handle handle, std::uint32_t port, void* memory) {
         guarded([&] { plugin(handle).connect(port, memory); });
@@ -55,8 +53,8 @@ const LV2_Descriptor descriptor{
 };
 
 }  // namespace
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2
 
 [[gnu::visibility("default")]] const LV2_Descriptor* kelvane_lv2_plugin() {
-    return &qov::lv2::descriptor;
+    return &qov::hosts::lv2::descriptor;
 }

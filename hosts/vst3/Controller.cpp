@@ -22,7 +22,7 @@ namespace qov::hosts::vst3 {
 
 namespace {
 
-constexpr std::size_t kTextSize = 128;  // units of UTF-16, in every text of the format's
+constexpr std::size_t textSize = 128;  // units of UTF-16, in every text of the format's
 
 /// Of the factory preset that a state was made from, if it was.
 std::optional<std::size_t> presetNumber(const platform::AUState& state) {
@@ -143,14 +143,14 @@ v3_result Controller::getParameterInfo(std::int32_t index, v3_param_info* info) 
 v3_result Controller::getParameterStringForValue(v3_param_id id, double value, std::int16_t* text) {
     const auto written = parameters_.text(id, value);
     if (!written || !text) return V3_INVALID_ARG;
-    writeText(*written, text, kTextSize);
+    writeText(*written, text, textSize);
     return V3_OK;
 }
 
 v3_result Controller::getParameterValueForString(v3_param_id id, std::int16_t* text,
                                                  double* value) {
     if (!text || !value) return V3_INVALID_ARG;
-    const auto parsed = parameters_.parse(id, readText(text, kTextSize));
+    const auto parsed = parameters_.parse(id, readText(text, textSize));
     if (!parsed) return V3_FALSE;
     *value = *parsed;
     return V3_OK;

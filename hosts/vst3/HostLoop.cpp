@@ -13,7 +13,7 @@ namespace qov::hosts::vst3 {
 
 namespace {
 
-constexpr std::chrono::milliseconds kInterval(20);
+constexpr std::chrono::milliseconds interval(20);
 
 }  // namespace
 
@@ -69,7 +69,7 @@ class HostLoop::OwnThread {
             lock.unlock();
             guarded(draw_);
             lock.lock();
-            ends_.wait_for(lock, kInterval, [&] { return hasEnded_; });
+            ends_.wait_for(lock, interval, [&] { return hasEnded_; });
         }
     }
 
@@ -91,8 +91,8 @@ void HostLoop::start(Held<v3_run_loop> loop, int descriptor) {
     stop();
     if (loop) {
         auto* handler = new Handler(tick_);
-        if (loop(&v3_run_loop::register_timer, handler->timer(),
-                 std::uint64_t{kInterval.count()}) == V3_OK) {
+        if (loop(&v3_run_loop::register_timer, handler->timer(), std::uint64_t{interval.count()}) ==
+            V3_OK) {
             // Without it the timer alone has to do.
             if (descriptor >= 0)
                 loop(&v3_run_loop::register_event_handler, handler->events(), descriptor);

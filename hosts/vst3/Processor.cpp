@@ -17,8 +17,8 @@ namespace qov::hosts::vst3 {
 
 namespace {
 
-constexpr v3_speaker_arrangement kStereo = V3_SPEAKER_L | V3_SPEAKER_R;
-constexpr std::int32_t kMidiChannels = 16;
+constexpr v3_speaker_arrangement stereo = V3_SPEAKER_L | V3_SPEAKER_R;
+constexpr std::int32_t midiChannels = 16;
 
 bool isBus(std::int32_t media, std::int32_t direction, std::int32_t index) {
     if (index != 0) return false;
@@ -92,7 +92,7 @@ v3_result Processor::getBusInfo(std::int32_t media, std::int32_t direction, std:
     if (!info || !isBus(media, direction, index)) return V3_INVALID_ARG;
     *info = {.media_type = media,
              .direction = direction,
-             .channel_count = media == V3_AUDIO ? 2 : kMidiChannels,
+             .channel_count = media == V3_AUDIO ? 2 : midiChannels,
              .bus_name = {},
              .bus_type = V3_MAIN,
              .flags = V3_DEFAULT_ACTIVE};
@@ -153,14 +153,14 @@ v3_result Processor::getState(v3_bstream** stream) {
 v3_result Processor::setBusArrangements(v3_speaker_arrangement* inputs, std::int32_t inputCount,
                                         v3_speaker_arrangement* outputs, std::int32_t outputCount) {
     const bool isStereo = inputs && outputs && inputCount == 1 && outputCount == 1 &&
-                          inputs[0] == kStereo && outputs[0] == kStereo;
+                          inputs[0] == stereo && outputs[0] == stereo;
     return isStereo ? V3_OK : V3_FALSE;
 }
 
 v3_result Processor::getBusArrangement(std::int32_t direction, std::int32_t index,
                                        v3_speaker_arrangement* arrangement) {
     if (!arrangement || !isBus(V3_AUDIO, direction, index)) return V3_INVALID_ARG;
-    *arrangement = kStereo;
+    *arrangement = stereo;
     return V3_OK;
 }
 

@@ -8,10 +8,10 @@ namespace qov::hosts::vst3 {
 
 namespace {
 
-constexpr std::int32_t kRoot = 0;
-constexpr std::int32_t kNone = -1;
-constexpr std::int32_t kList = 1;
-constexpr std::size_t kTextSize = 128;
+constexpr std::int32_t rootUnit = 0;
+constexpr std::int32_t noParent = -1;
+constexpr std::int32_t presetList = 1;
+constexpr std::size_t textSize = 128;
 
 }  // namespace
 
@@ -29,7 +29,7 @@ std::int32_t Units::getUnitCount() {
 
 v3_result Units::getUnitInfo(std::int32_t index, v3_unit_info* info) {
     if (!info || index != 0) return V3_INVALID_ARG;
-    *info = {.id = kRoot, .parent_unit_id = kNone, .name = {}, .program_list_id = kList};
+    *info = {.id = rootUnit, .parent_unit_id = noParent, .name = {}, .program_list_id = presetList};
     writeText(product::name, info->name);
     return V3_OK;
 }
@@ -41,15 +41,16 @@ std::int32_t Units::getProgramListCount() {
 v3_result Units::getProgramListInfo(std::int32_t index, v3_program_list_info* info) {
     if (!info || index != 0) return V3_INVALID_ARG;
     const auto count = static_cast<std::int32_t>(parameters_.programs().size());
-    *info = {.id = kList, .name = {}, .programCount = count};
+    *info = {.id = presetList, .name = {}, .programCount = count};
     writeText("Factory presets", info->name);
     return V3_OK;
 }
 
 v3_result Units::getProgramName(std::int32_t list, std::int32_t program, std::int16_t* name) {
     const auto index = static_cast<std::size_t>(program);
-    if (!name || list != kList || index >= parameters_.programs().size()) return V3_INVALID_ARG;
-    writeText(parameters_.programs()[index], name, kTextSize);
+    if (!name || list != presetList || index >= parameters_.programs().size())
+        return V3_INVALID_ARG;
+    writeText(parameters_.programs()[index], name, textSize);
     return V3_OK;
 }
 
@@ -66,17 +67,17 @@ v3_result Units::getProgramPitchName(std::int32_t, std::int32_t, std::int16_t, s
 }
 
 std::int32_t Units::getSelectedUnit() {
-    return kRoot;
+    return rootUnit;
 }
 
 v3_result Units::selectUnit(std::int32_t unit) {
-    return unit == kRoot ? V3_OK : V3_INVALID_ARG;
+    return unit == rootUnit ? V3_OK : V3_INVALID_ARG;
 }
 
 v3_result Units::getUnitByBus(std::int32_t, std::int32_t, std::int32_t bus, std::int32_t,
                               std::int32_t* unit) {
     if (!unit || bus != 0) return V3_INVALID_ARG;
-    *unit = kRoot;
+    *unit = rootUnit;
     return V3_OK;
 }
 

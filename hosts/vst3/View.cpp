@@ -19,9 +19,9 @@ namespace qov::hosts::vst3 {
 
 namespace {
 
-constexpr auto kSize = EditorWindow::kSize;
-constexpr double kAspect = kSize.width / kSize.height;                     // 17:11
-constexpr double kSmallest = EditorWindow::kSmallest.width / kSize.width;  // of that size
+constexpr auto panelSize = EditorWindow::panelSize;
+constexpr double aspect = panelSize.width / panelSize.height;                    // 17:11
+constexpr double smallest = EditorWindow::smallestSize.width / panelSize.width;  // of that size
 
 std::int32_t pixels(double points, double scale) {
     return static_cast<std::int32_t>(std::lround(points * scale));
@@ -30,7 +30,7 @@ std::int32_t pixels(double points, double scale) {
 /// Between two sides, as far as the editor goes.
 std::int32_t extent(std::int32_t from, std::int32_t to) {
     return static_cast<std::int32_t>(
-        std::min<std::int64_t>(std::int64_t{to} - from, EditorWindow::kLargestSide));
+        std::min<std::int64_t>(std::int64_t{to} - from, EditorWindow::largestSide));
 }
 
 bool isX11(const char* type) {
@@ -57,8 +57,8 @@ View::View(Unknown& effect, Controller& controller, Instance& instance)
       controller_(controller),
       instance_(instance),
       scale_(platform::NativeWindow::desktopScale(nullptr).value_or(1)),
-      width_(pixels(kSize.width, scale_)),
-      height_(pixels(kSize.height, scale_)) {
+      width_(pixels(panelSize.width, scale_)),
+      height_(pixels(panelSize.height, scale_)) {
     effect_.ref();
 }
 
@@ -178,12 +178,13 @@ v3_result View::checkSizeConstraint(v3_view_rect* rect) {
     if (!rect) return V3_INVALID_ARG;
     const double width = static_cast<double>(rect->right) - rect->left;
     const double height = static_cast<double>(rect->bottom) - rect->top;
-    const bool widthLeads = std::abs(width - width_) >= std::abs(height - height_) * kAspect;
-    const double wanted = (widthLeads ? width : height * kAspect) / (kSize.width * scale_);
-    const double widest = std::floor(EditorWindow::kLargestSide / kAspect) / kSize.height;
-    const auto tall = pixels(kSize.height, std::clamp(wanted * scale_, kSmallest * scale_, widest));
-    const auto wide = pixels(kAspect, tall);
-    constexpr auto last = std::numeric_limits<std::int32_t>::max() - EditorWindow::kLargestSide;
+    const bool widthLeads = std::abs(width - width_) >= std::abs(height - height_) * aspect;
+    const double wanted = (widthLeads ? width : height * aspect) / (panelSize.width * scale_);
+    const double widest = std::floor(EditorWindow::largestSide / aspect) / panelSize.height;
+    const auto tall =
+        pixels(panelSize.height, std::clamp(wanted * scale_, smallest * scale_, widest));
+    const auto wide = pixels(aspect, tall);
+    constexpr auto last = std::numeric_limits<std::int32_t>::max() - EditorWindow::largestSide;
     if (rect->left > last || rect->top > last) return V3_INVALID_ARG;
     rect->right = rect->left + wide;
     rect->bottom = rect->top + tall;
@@ -192,7 +193,7 @@ v3_result View::checkSizeConstraint(v3_view_rect* rect) {
 
 /// An open window is made anew; the host is asked for the room that it needs.
 v3_result View::setContentScaleFactor(float factor) {
-    if (!(factor >= EditorWindow::kSmallestScale && factor <= EditorWindow::kLargestScale))
+    if (!(factor >= EditorWindow::smallestScale && factor <= EditorWindow::largestScale))
         return V3_INVALID_ARG;
     const double change = double{factor} / scale_;
     if (change == 1) return V3_OK;

@@ -23,7 +23,7 @@ using platform::UITouchPhase;
 
 namespace {
 
-constexpr float kWheelStep = 0.01F;  // of a control's range
+constexpr float wheelStep = 0.01F;  // of a control's range
 
 }  // namespace
 
@@ -63,12 +63,12 @@ std::unique_ptr<EditorWindow> EditorWindow::open(Instance& instance, const Optio
                                                     .parent = options.parent,
                                                     .transientFor = options.transientFor,
                                                     .scale = options.scale,
-                                                    .minimumSize = kSmallest},
+                                                    .minimumSize = smallestSize},
                                                    error);
     if (!window->native_) return nullptr;
     window->native_->onWheel = [self = window.get()](platform::CGPoint at, int steps) {
         const auto control = self->controlAt(at);
-        if (control) self->nudge(*control, kWheelStep * static_cast<float>(steps));
+        if (control) self->nudge(*control, wheelStep * static_cast<float>(steps));
         return control.has_value();
     };
     window->native_->onHover = [self = window.get()](auto at) { self->hover(at); };
@@ -83,8 +83,8 @@ EditorWindow::~EditorWindow() {
 }
 
 platform::CGFloat EditorWindow::canvasScale() const {
-    constexpr platform::CGFloat kCanvasWidth = 680;
-    return controller_->stereoControls->bounds().size.width / kCanvasWidth;
+    constexpr platform::CGFloat canvasWidth = 680;
+    return controller_->stereoControls->bounds().size.width / canvasWidth;
 }
 
 std::optional<platform::CGPoint> EditorWindow::canvasPoint(platform::CGPoint point) const {
@@ -113,10 +113,10 @@ std::optional<int> EditorWindow::controlAt(platform::CGPoint point) const {
     const auto place = canvasPoint(point);
     if (!place) return {};
     const std::string_view mode = controller_->stereoControls->baseClass.modeAt(*place);
-    constexpr std::array<std::string_view, 3> kModes{"stereo width", "panorama", "phase shift"};
-    const auto found = std::ranges::find(kModes, mode);
-    if (found == kModes.end()) return {};
-    return static_cast<int>(found - kModes.begin());
+    constexpr std::array<std::string_view, 3> modes{"stereo width", "panorama", "phase shift"};
+    const auto found = std::ranges::find(modes, mode);
+    if (found == modes.end()) return {};
+    return static_cast<int>(found - modes.begin());
 }
 
 void EditorWindow::nudge(int address, float by) {

@@ -35,18 +35,18 @@ class EditorWindow {
     /// Where the window goes, and how large it is.
     struct Options {
         std::string title = product::name;
-        std::uint64_t parent = 0;        ///< a foreign window to live in; 0 for none
-        std::uint64_t transientFor = 0;  ///< or one to stay above; 0 for none
-        platform::CGFloat scale = 0;     ///< pixels a point; 0 for what the desktop says
-        platform::CGSize size = kSize;   ///< points
+        std::uint64_t parent = 0;           ///< a foreign window to live in; 0 for none
+        std::uint64_t transientFor = 0;     ///< or one to stay above; 0 for none
+        platform::CGFloat scale = 0;        ///< pixels a point; 0 for what the desktop says
+        platform::CGSize size = panelSize;  ///< points
     };
     /// The panel's own size, in points.
-    static constexpr platform::CGSize kSize{680, 440};
+    static constexpr platform::CGSize panelSize{680, 440};
     /// A quarter of it: less cannot be read.
-    static constexpr platform::CGSize kSmallest{170, 110};
+    static constexpr platform::CGSize smallestSize{170, 110};
     /// What a host may ask for: pixels a point, and pixels of a side.
-    static constexpr double kSmallestScale = 0.5, kLargestScale = 8;
-    static constexpr int kLargestSide = 8192;
+    static constexpr double smallestScale = 0.5, largestScale = 8;
+    static constexpr int largestSide = 8192;
 
     /// Not shown yet. The instance was made with an AudioUnitViewController as its factory. Null,
     /// with a line about why in *error, where there is no screen.

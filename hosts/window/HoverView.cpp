@@ -27,8 +27,8 @@ void HoverView::mark(const std::optional<platform::CGRect>& area, bool takesKeys
 }
 
 void HoverView::draw(platform::CGRect rect) {
-    constexpr platform::CGFloat kRadius = 5;
-    const auto shape = platform::UIBezierPath::roundedRect(rect.insetBy(0.5, 0.5), kRadius);
+    constexpr platform::CGFloat radius = 5;
+    const auto shape = platform::UIBezierPath::roundedRect(rect.insetBy(0.5, 0.5), radius);
     platform::UIColor(ink_.withAlpha(0.06)).setFill();
     shape.fill();
     if (!takesKeys_) return;

@@ -44,10 +44,11 @@ const clap_plugin_factory_t factory{
 };
 
 const void* findFactory(const char* id) {
-    namespace abi = qov::clap::abi;
+    namespace abi = qov::hosts::clap::abi;
     const auto is = [id](const char* name) { return id && std::strcmp(id, name) == 0; };
     if (is(CLAP_PLUGIN_FACTORY_ID)) return &factory;
-    if (is(abi::presetDiscovery) || is(abi::presetDiscoveryDraft)) return &qov::clap::presetFactory;
+    if (is(abi::presetDiscovery) || is(abi::presetDiscoveryDraft))
+        return &qov::hosts::clap::presetFactory;
     return nullptr;
 }
 

@@ -7,13 +7,12 @@
 #include "audiounit/presets.h"
 #include "hosts/instance/product.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 
 // Of the presets' table only the names are used here: what an entry may hold are constants.
 
 namespace {
 
-namespace product = hosts::product;
 using abi::PresetProvider;
 using abi::PresetReceiver;
 
@@ -71,4 +70,4 @@ const abi::PresetFactory presetFactory{
     .create = create,
 };
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

@@ -2,10 +2,10 @@
 
 #include "hosts/clap/abi.h"
 
-namespace qov::clap {
+namespace qov::hosts::clap {
 
 /// Tells hosts that index presets of the factory presets, without an instance. A preset's key is
 /// its number.
 extern const abi::PresetFactory presetFactory;
 
-}  // namespace qov::clap
+}  // namespace qov::hosts::clap

@@ -13,9 +13,8 @@
 #include "hosts/lv2/Uris.h"
 #include "platform/audiotoolbox/AUParameterTree.h"
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
-namespace product = hosts::product;
 using platform::AUParameter;
 
 namespace {
@@ -64,7 +63,7 @@ std::string port(std::uint32_t index, std::string_view types, std::string_view s
 std::string scalePoint(const AUParameter& parameter, float value) {
     constexpr double anyRate = 48000;
     auto label =
-        hosts::valueText(parameter.address(), parameterOfPort(parameter.address(), value), anyRate);
+        valueText(parameter.address(), parameterOfPort(parameter.address(), value), anyRate);
     if (parameter.address() == kBypass) label = value > 0 ? "on" : "off";
     if (const auto time = label.find('('); time != std::string::npos)
         label = label.substr(time + 1, label.find(')') - time - 1);
@@ -93,7 +92,7 @@ std::string controlPort(const AUParameter& parameter) {
             "            rdfs:label \"hundredths of a second\" ;\n"
             "            units:symbol \"× 10 ms\" ;\n"
             "            units:render \"%.2f × 10 ms\"\n        ]";
-    return port(kFirstControl + static_cast<std::uint32_t>(parameter.address()),
+    return port(firstControl + static_cast<std::uint32_t>(parameter.address()),
                 "lv2:InputPort , lv2:ControlPort", portSymbol(parameter),
                 isBypass ? "Enabled" : parameter.displayName(), more);
 }
@@ -102,29 +101,29 @@ std::vector<std::string> ports(const platform::AUParameterTree& tree) {
     constexpr std::string_view audioIn = "lv2:InputPort , lv2:AudioPort";
     constexpr std::string_view audioOut = "lv2:OutputPort , lv2:AudioPort";
     std::vector<std::string> all{
-        port(kInLeft, audioIn, "in_left", "In Left"),
-        port(kInRight, audioIn, "in_right", "In Right"),
-        port(kOutLeft, audioOut, "out_left", "Out Left"),
-        port(kOutRight, audioOut, "out_right", "Out Right"),
+        port(inLeft, audioIn, "in_left", "In Left"),
+        port(inRight, audioIn, "in_right", "In Right"),
+        port(outLeft, audioOut, "out_left", "Out Left"),
+        port(outRight, audioOut, "out_right", "Out Right"),
     };
     for (const auto& parameter : tree.allParameters()) all.push_back(controlPort(*parameter));
-    all.push_back(port(kLatency, "lv2:OutputPort , lv2:ControlPort", "latency", "Latency",
+    all.push_back(port(latencyPort, "lv2:OutputPort , lv2:ControlPort", "latency", "Latency",
                        " ;\n        lv2:designation lv2:latency ;\n"
                        "        lv2:portProperty lv2:reportsLatency , lv2:integer ;\n"
                        "        lv2:minimum 0 ;\n        lv2:maximum 2048 ;\n"
                        "        units:unit units:frame"));
-    all.push_back(port(kEvents, "lv2:InputPort , atom:AtomPort", "events", "Events",
+    all.push_back(port(eventsPort, "lv2:InputPort , atom:AtomPort", "events", "Events",
                        " ;\n        lv2:designation lv2:control ;\n"
                        "        lv2:portProperty lv2:connectionOptional ;\n"
                        "        atom:bufferType atom:Sequence ;\n"
                        "        atom:supports midi:MidiEvent , patch:Message"));
-    all.push_back(port(kNotify, "lv2:OutputPort , atom:AtomPort", "notify", "Notify",
+    all.push_back(port(notifyPort, "lv2:OutputPort , atom:AtomPort", "notify", "Notify",
                        fmt::format(" ;\n        lv2:designation lv2:control ;\n"
                                    "        lv2:portProperty lv2:connectionOptional ;\n"
                                    "        rsz:minimumSize {} ;\n"
                                    "        atom:bufferType atom:Sequence ;\n"
                                    "        atom:supports patch:Message",
-                                   kNotifyBytes)));
+                                   notifyBytes)));
     return all;
 }
 
@@ -200,4 +199,4 @@ std::string presetsTurtle(const platform::AUParameterTree& tree) {
     return text;
 }
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

@@ -6,7 +6,7 @@ namespace platform {
 class AUParameterTree;
 }
 
-namespace qov::lv2 {
+namespace qov::hosts::lv2 {
 
 // What hosts read before they load anything, as Turtle: made from the same tables as the code.
 
@@ -17,4 +17,4 @@ std::string pluginTurtle(const platform::AUParameterTree& tree);
 /// presets.ttl: the factory presets, as values of the ports.
 std::string presetsTurtle(const platform::AUParameterTree& tree);
 
-}  // namespace qov::lv2
+}  // namespace qov::hosts::lv2

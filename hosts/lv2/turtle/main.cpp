@@ -39,8 +39,8 @@ int main(int count, char** arguments) {
     }
     const auto& tree = *unit.parameterTree();
     const std::string folder(arguments[1]);
-    const bool isWell = write(folder + "/manifest.ttl", qov::lv2::manifestTurtle()) &&
-                        write(folder + "/kelvane.ttl", qov::lv2::pluginTurtle(tree)) &&
-                        write(folder + "/presets.ttl", qov::lv2::presetsTurtle(tree));
+    const bool isWell = write(folder + "/manifest.ttl", qov::hosts::lv2::manifestTurtle()) &&
+                        write(folder + "/kelvane.ttl", qov::hosts::lv2::pluginTurtle(tree)) &&
+                        write(folder + "/presets.ttl", qov::hosts::lv2::presetsTurtle(tree));
     return isWell ? 0 : 1;
 }

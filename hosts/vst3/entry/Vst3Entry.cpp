@@ -9,7 +9,7 @@
 #include "hosts/bundle/bodyFunction.h"
 #include "hosts/instance/product.h"
 #include "hosts/vst3/Interface.h"
-#include "hosts/vst3/createEffect.h"
+#include "hosts/vst3/createPlugin.h"
 #include "hosts/vst3/identity.h"
 #include "hosts/vst3/text16.h"
 
@@ -20,7 +20,7 @@ using vst3::entry;
 using vst3::Face;
 using vst3::writeText;
 
-constexpr std::int32_t kUnicode = 0x10;
+constexpr std::int32_t unicodeFlag = 0x10;
 
 template <std::size_t Size>
 void writeText(std::string_view text, char (&field)[Size]) {
@@ -55,7 +55,7 @@ class Factory final : public vst3::Unknown {
         if (!info) return V3_INVALID_ARG;
         *info = {};
         writeText(product::maker, info->vendor);
-        info->flags = kUnicode;
+        info->flags = unicodeFlag;
         return V3_OK;
     }
     std::int32_t numClasses() noexcept { return 1; }

@@ -93,7 +93,7 @@ struct Plugged {
 };
 
 TEST(ClapEvents, MoreThanFitComeInPortionsOnTheirFrames) {
-    constexpr auto capacity = static_cast<std::uint32_t>(clap::EventInbox::capacity);
+    constexpr auto capacity = static_cast<std::uint32_t>(hosts::clap::EventInbox::capacity);
     // How many events lie on each frame of a long block.
     for (const std::vector<std::uint32_t>& crowd : {std::vector<std::uint32_t>(5000, 1),
                                                     {capacity, capacity, 1},
@@ -107,7 +107,7 @@ TEST(ClapEvents, MoreThanFitComeInPortionsOnTheirFrames) {
                 in.events.push_back(valueEvent(frame, i % 9, 0.5));
                 if (i % 9 < 8) expected.push_back(frame);
             }
-        clap::EventInbox inbox;
+        hosts::clap::EventInbox inbox;
         const auto frames = static_cast<std::uint32_t>(crowd.size());
         inbox.open(&in.list, frames);
         for (std::uint32_t done = 0;;) {
@@ -200,9 +200,10 @@ TEST(ClapPlugin, RefusesCallsThatLackAnArgument) {
 
 TEST(ClapPlugin, LoadsItsPresetsAndRefusesOthers) {
     Plugged plugged;
-    const auto* presets = plugged.extension<clap::abi::PluginPresetLoad>(clap::abi::presetLoad);
+    const auto* presets =
+        plugged.extension<hosts::clap::abi::PluginPresetLoad>(hosts::clap::abi::presetLoad);
     const auto load = [&](const char* key) {
-        return presets->from_location(plugged.plugin, clap::abi::inPlugin, nullptr, key);
+        return presets->from_location(plugged.plugin, hosts::clap::abi::inPlugin, nullptr, key);
     };
     EXPECT_TRUE(load("2"));
     EXPECT_EQ(plugged.host.loadedPreset, "2");

@@ -71,8 +71,8 @@ class ClapTestHost {
     void turnLoops(const clap_plugin_t* plugin) const {
         const auto* onTimer =
             extension<clap_plugin_timer_support_t>(plugin, CLAP_EXT_TIMER_SUPPORT);
-        const auto* onFd =
-            extension<clap::abi::PluginPosixFdSupport>(plugin, clap::abi::posixFdSupport);
+        const auto* onFd = extension<hosts::clap::abi::PluginPosixFdSupport>(
+            plugin, hosts::clap::abi::posixFdSupport);
         for (const auto timer : std::set(timers)) onTimer->on_timer(plugin, timer);
         for (const auto& [descriptor, flags] : std::map(descriptors)) {
             pollfd waiting{descriptor, POLLIN, 0};
@@ -120,7 +120,7 @@ class ClapTestHost {
                 },
             .unregister_timer = [](const clap_host_t* host,
                                    clap_id timer) { return of(host).timers.erase(timer) == 1; }};
-        static const clap::abi::HostPosixFdSupport fdSupport{
+        static const hosts::clap::abi::HostPosixFdSupport fdSupport{
             .register_fd =
                 [](const clap_host_t* host, int fd, uint32_t flags) {
                     return of(host).descriptors.emplace(fd, flags).second;
@@ -128,7 +128,7 @@ class ClapTestHost {
             .modify_fd = [](const clap_host_t*, int, uint32_t) { return false; },
             .unregister_fd = [](const clap_host_t* host,
                                 int fd) { return of(host).descriptors.erase(fd) == 1; }};
-        static const clap::abi::HostPresetLoad presetLoad{
+        static const hosts::clap::abi::HostPresetLoad presetLoad{
             .on_error = [](const clap_host_t* host, uint32_t, const char*, const char*, int32_t,
                            const char* message) { of(host).presetError = message; },
             .loaded = [](const clap_host_t* host, uint32_t, const char*,
@@ -138,9 +138,9 @@ class ClapTestHost {
         if (is(CLAP_EXT_STATE)) return &state;
         if (is(CLAP_EXT_LATENCY)) return &latency;
         if (is(CLAP_EXT_GUI)) return &gui;
-        if (is(clap::abi::presetLoad)) return &presetLoad;
+        if (is(hosts::clap::abi::presetLoad)) return &presetLoad;
         if (hasLoops_ && is(CLAP_EXT_TIMER_SUPPORT)) return &timerSupport;
-        if (hasLoops_ && is(clap::abi::posixFdSupport)) return &fdSupport;
+        if (hasLoops_ && is(hosts::clap::abi::posixFdSupport)) return &fdSupport;
         return nullptr;
     }
 

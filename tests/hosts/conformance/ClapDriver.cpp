@@ -29,7 +29,7 @@ const clap_plugin_factory_t& factory() {
 
 /// Names of the presets that a host's indexer finds inside the plug-in.
 std::vector<std::string> indexedPresets() {
-    namespace abi = clap::abi;
+    namespace abi = hosts::clap::abi;
     std::vector<std::string> names;
     abi::PresetIndexer indexer{};
     indexer.version = CLAP_VERSION;

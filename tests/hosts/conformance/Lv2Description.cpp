@@ -50,7 +50,8 @@ class World {
 constexpr const char* core = LV2_CORE_PREFIX;
 
 ParameterDescription describeParameter(World& world, std::uint32_t address) {
-    const auto* port = lilv_plugin_get_port_by_index(world.plugin_, lv2::kFirstControl + address);
+    const auto* port =
+        lilv_plugin_get_port_by_index(world.plugin_, hosts::lv2::firstControl + address);
     const auto* node = lilv_port_get_node(world.plugin_, port);
     const auto number = [&](const LilvNode* subject, const char* key) {
         return std::strtof(world.object(subject, core + std::string(key)).c_str(), nullptr);
@@ -99,7 +100,7 @@ PluginDescription describeLv2(const std::string& bundle, const std::string& uri)
     std::ranges::sort(description.presets);
     lilv_nodes_free(presets);
     lilv_node_free(preset);
-    for (std::uint32_t address = 0; address < lv2::kParameters; ++address)
+    for (std::uint32_t address = 0; address < parameterCount; ++address)
         description.parameters.push_back(describeParameter(world, address));
     for (auto [kind, count] : {std::pair(LV2_CORE__InputPort, &description.inputs),
                                std::pair(LV2_CORE__OutputPort, &description.outputs)}) {

@@ -43,7 +43,7 @@ Lv2Host::Lv2Host(const LV2_Descriptor& descriptor, const Options& options)
     : controls{0.5F, 0.5F, 0, 0, 0, 0, 0, 1},
       descriptor_(descriptor),
       messages_(capacity / 8),
-      notify_((sizeof(LV2_Atom) + lv2::kNotifyBytes) / 8) {
+      notify_((sizeof(LV2_Atom) + hosts::lv2::notifyBytes) / 8) {
     for (const auto* name : names) parameters_.push_back(uri + "#" + name);
     lv2_atom_forge_init(&forge_, urids_.feature());
     const LV2_Feature map{LV2_URID__map, urids_.feature()};
@@ -51,10 +51,10 @@ Lv2Host::Lv2Host(const LV2_Descriptor& descriptor, const Options& options)
     handle_ = descriptor.instantiate(&descriptor, options.rate, "", features);
     if (!handle_) return;
     for (std::uint32_t i = 0; i < controls.size(); ++i)
-        descriptor.connect_port(handle_, lv2::kFirstControl + i, &controls[i]);
-    descriptor.connect_port(handle_, lv2::kLatency, &latency);
-    descriptor.connect_port(handle_, lv2::kEvents, messages_.data());
-    descriptor.connect_port(handle_, lv2::kNotify, notify_.data());
+        descriptor.connect_port(handle_, hosts::lv2::firstControl + i, &controls[i]);
+    descriptor.connect_port(handle_, hosts::lv2::latencyPort, &latency);
+    descriptor.connect_port(handle_, hosts::lv2::eventsPort, messages_.data());
+    descriptor.connect_port(handle_, hosts::lv2::notifyPort, notify_.data());
     beginSequence();
     takeAnswers();
 }
@@ -69,8 +69,9 @@ void Lv2Host::destroy() {
 
 void Lv2Host::connectAudio(const float* const (&input)[2], float* const (&output)[2]) {
     for (std::uint32_t side = 0; side < 2; ++side) {
-        descriptor_.connect_port(handle_, lv2::kInLeft + side, const_cast<float*>(input[side]));
-        descriptor_.connect_port(handle_, lv2::kOutLeft + side, output[side]);
+        descriptor_.connect_port(handle_, hosts::lv2::inLeft + side,
+                                 const_cast<float*>(input[side]));
+        descriptor_.connect_port(handle_, hosts::lv2::outLeft + side, output[side]);
     }
 }
 
@@ -155,7 +156,7 @@ std::vector<Patch> Lv2Host::takeAnswers() {
             patches.push_back(patch);
         }
     }
-    sequence->atom = {lv2::kNotifyBytes, urids_[LV2_ATOM__Chunk]};
+    sequence->atom = {hosts::lv2::notifyBytes, urids_[LV2_ATOM__Chunk]};
     return patches;
 }
 
@@ -246,12 +247,12 @@ bool Lv2EditorHost::resize(int wide, int high) {
 
 void Lv2EditorHost::touch(std::uint32_t port, bool isDown) {
     using Kind = EditExchange::Edit::Kind;
-    const auto address = port - lv2::kFirstControl;
+    const auto address = port - hosts::lv2::firstControl;
     edits.push_back({isDown ? Kind::begin : Kind::end, address, written_[address]});
 }
 
 void Lv2EditorHost::write(std::uint32_t port, float value) {
-    const auto address = port - lv2::kFirstControl;
+    const auto address = port - hosts::lv2::firstControl;
     written_[address] = address == kBypass ? 1 - value : value;
     edits.push_back({EditExchange::Edit::Kind::value, address, written_[address]});
     if (onWrite)

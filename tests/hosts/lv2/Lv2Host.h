@@ -66,7 +66,7 @@ class Lv2Host {
     /// Destroys the plug-in, whoever still uses it.
     void destroy();
 
-    std::array<float, lv2::kParameters> controls;
+    std::array<float, parameterCount> controls;
     float latency = -1;
 
     void connectAudio(const float* const (&input)[2], float* const (&output)[2]);
@@ -77,7 +77,7 @@ class Lv2Host {
     std::vector<std::uint8_t> messageBytes() const;
     /// Another sequence in its place, as it is.
     void connectMessages(void* sequence) {
-        descriptor_.connect_port(handle_, lv2::kEvents, sequence);
+        descriptor_.connect_port(handle_, hosts::lv2::eventsPort, sequence);
     }
     /// Allocates nothing.
     void run(std::uint32_t frames) { descriptor_.run(handle_, frames); }
@@ -135,7 +135,7 @@ class Lv2EditorHost {
 
     const LV2UI_Descriptor& descriptor_;
     Lv2Host& host_;
-    std::array<float, lv2::kParameters> written_{};  // by address
+    std::array<float, parameterCount> written_{};  // by address
     LV2UI_Resize resize_{this, [](LV2UI_Feature_Handle self, int wide, int high) {
                              static_cast<Lv2EditorHost*>(self)->width = wide;
                              static_cast<Lv2EditorHost*>(self)->height = high;

@@ -63,9 +63,10 @@ TEST(Lv2OutOfMemory, NoExceptionReachesTheHost) {
     ASSERT_TRUE(plugin);
     std::array<float, 64> sound{};
     float latency = 0;
-    for (const auto port : {lv2::kInLeft, lv2::kInRight, lv2::kOutLeft, lv2::kOutRight})
+    for (const auto port :
+         {hosts::lv2::inLeft, hosts::lv2::inRight, hosts::lv2::outLeft, hosts::lv2::outRight})
         lv2.connect_port(plugin, port, sound.data());
-    lv2.connect_port(plugin, lv2::kLatency, &latency);
+    lv2.connect_port(plugin, hosts::lv2::latencyPort, &latency);
     withLittleMemory([&] {
         lv2.activate(plugin);
         lv2.run(plugin, sound.size());

@@ -30,7 +30,7 @@ class Lv2Plugin : public testing::Test {
     Lv2Plugin() { host.activate(); }
 
     static float value(Lv2Host& of, std::uint64_t address) {
-        return static_cast<lv2::Plugin*>(of.handle())->instance().value(address);
+        return static_cast<hosts::lv2::Plugin*>(of.handle())->instance().value(address);
     }
     float value(std::uint64_t address) { return value(host, address); }
 
@@ -73,7 +73,7 @@ TEST_F(Lv2Plugin, APortSpeaksWhenItChangesAndAMessageHoldsMeanwhile) {
 }
 
 TEST_F(Lv2Plugin, ObeysAHostThatTellsTheEditorOfPortsWhileItStandsStill) {
-    auto& plugin = *static_cast<lv2::Plugin*>(host.handle());
+    auto& plugin = *static_cast<hosts::lv2::Plugin*>(host.handle());
     const auto hear = [&](int idleCalls, float port) {
         for (int i = 0; i < idleCalls; ++i) plugin.watch();
         plugin.hearPort(kStereoWidth, port);
@@ -204,7 +204,7 @@ TEST_F(Lv2Plugin, RunsWithoutUridMapAndRefusesARateThatIsNone) {
 
 /// A hand on a control, and a host that echoes what it was told block by block, or does not.
 TEST(ControlPorts, AHandHoldsAParameterUntilTheHostHasEchoedItsLastValue) {
-    lv2::ControlPorts ports(1000);
+    hosts::lv2::ControlPorts ports(1000);
     float port = 0.5F;
     ports.connect(0, &port);
     std::vector<float> heard;

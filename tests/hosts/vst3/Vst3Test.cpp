@@ -16,7 +16,7 @@
 #include "hosts/instance/Instance.h"
 #include "hosts/vst3/Interface.h"
 #include "hosts/vst3/ParameterPoints.h"
-#include "hosts/vst3/createEffect.h"
+#include "hosts/vst3/createPlugin.h"
 #include "hosts/vst3/identity.h"
 #include "tests/hosts/vst3/Host.h"
 #include "tests/hosts/window/Screen.h"
@@ -27,8 +27,8 @@ namespace {
 namespace host = test::vst3;
 
 /// A plug-in as a host holds it.
-struct Effect {
-    explicit Effect(v3_funknown** host = nullptr) : unknown(kelvane_vst3_create(host)) {
+struct Loaded {
+    explicit Loaded(v3_funknown** host = nullptr) : unknown(kelvane_vst3_create(host)) {
         v3_cpp_obj_unref(unknown);
     }
 
@@ -41,7 +41,7 @@ struct Effect {
 };
 
 TEST(Vst3, TakesStereoOfFloatsAlone) {
-    const Effect effect;
+    const Loaded effect;
     v3_speaker_arrangement stereo = V3_SPEAKER_L | V3_SPEAKER_R;
     v3_speaker_arrangement mono = V3_SPEAKER_M;
     const auto arrange = [&](v3_speaker_arrangement* in, int ins, v3_speaker_arrangement* out,
@@ -66,7 +66,7 @@ TEST(Vst3, TakesStereoOfFloatsAlone) {
 }
 
 TEST(Vst3, LeavesTheSignalToTheBlocksAndTheDisplayToTheHost) {
-    const Effect effect;
+    const Loaded effect;
     effect.component(&v3_component::set_active, v3_bool{true});
     // No busses, no changes: what a flush may be.
     v3_process_data data{};
@@ -87,7 +87,7 @@ TEST(Vst3, LeavesTheSignalToTheBlocksAndTheDisplayToTheHost) {
     // And is part of what a project keeps.
     host::Stream state;
     EXPECT_EQ(effect.component(&v3_component::get_state, state.face()), V3_OK);
-    const Effect again;
+    const Loaded again;
     EXPECT_EQ(again.controller(&v3_edit_controller::set_component_state, state.face()), V3_OK);
     EXPECT_EQ(again.controller(&v3_edit_controller::get_parameter_normalised, programId), 1.0);
 }
@@ -127,7 +127,7 @@ struct Block {
     Block() {
         for (float& sample : samples) sample = static_cast<float>((seed = seed * 48271) % 1000 + 1);
     }
-    v3_result process(const Effect& effect, host::Changes& changes) {
+    v3_result process(const Loaded& effect, host::Changes& changes) {
         float* channels[2] = {samples.data(), samples.data() + frames};
         v3_audio_bus_buffers bus{2, 3, {channels}};
         v3_process_data data{};
@@ -146,7 +146,7 @@ struct Block {
 };
 
 TEST(Vst3, WhatComesDuringABlockWaitsForNothingAndCountsInTheNext) {
-    const Effect effect;
+    const Loaded effect;
     effect.component(&v3_component::set_active, v3_bool{true});
     host::Changes none, bypass;
     bypass.add(kBypass, 0, 1);
@@ -181,7 +181,7 @@ TEST(Vst3, WhatComesDuringABlockWaitsForNothingAndCountsInTheNext) {
 
 TEST(Vst3, RunsOnTheLoopOfTheFactorysHostAsOftenAsItIsInitialised) {
     host::Host offered, given;
-    const Effect effect(offered.face());
+    const Loaded effect(offered.face());
     const auto initialise = [&](v3_funknown** context) {
         v3_cpp_obj_initialize(effect.component.get(), context);
         const auto timers = std::pair(offered.timers(), given.timers());
@@ -197,7 +197,7 @@ TEST(Vst3, RunsOnTheLoopOfTheFactorysHostAsOftenAsItIsInitialised) {
 
 class Vst3View : public testing::Test {
  protected:
-    static Held<v3_plugin_view> makeView(const Effect& effect) {
+    static Held<v3_plugin_view> makeView(const Loaded& effect) {
         auto** made = effect.controller(&v3_edit_controller::create_view, "editor");
         Held<v3_plugin_view> view(made);
         v3_cpp_obj_unref(made);
@@ -218,7 +218,7 @@ TEST_F(Vst3View, DrawsWithoutARunLoopAndOutlivesThePlugin) {
     Held<v3_plugin_view> view, second;
     const auto before = test::Screen::pixel(340, 220);
     {
-        const Effect effect;
+        const Loaded effect;
         view = makeView(effect);
         second = makeView(effect);
         controller = effect.controller;
@@ -252,7 +252,7 @@ TEST_F(Vst3View, DrawsWithoutARunLoopAndOutlivesThePlugin) {
 }
 
 TEST_F(Vst3View, KeepsThePanelsProportionsAndTheHostsScale) {
-    const Effect effect;
+    const Loaded effect;
     const auto view = makeView(effect);
     v3_view_rect wide{0, 0, 1360, 450}, high{0, 0, 690, 880}, tiny{0, 0, 1, 1}, empty{};
     for (auto* rect : {&wide, &high, &tiny}) view(&v3_plugin_view::check_size_constraint, rect);

@@ -12,10 +12,10 @@
 namespace qov::hosts::vst3 {
 
 /// The plug-in: one object that is component, processor and controller, around one instance.
-class Effect final : public Unknown {
+class PluginObject final : public Unknown {
  public:
-    Effect(std::unique_ptr<Instance> instance, Held<v3_run_loop> loop);
-    ~Effect() override;
+    PluginObject(std::unique_ptr<Instance> instance, Held<v3_run_loop> loop);
+    ~PluginObject() override;
 
     /// Its first interface.
     v3_funknown** face() { return reinterpret_cast<v3_funknown**>(&component_); }

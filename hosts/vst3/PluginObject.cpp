@@ -1,26 +1,26 @@
-#include "hosts/vst3/Effect.h"
+#include "hosts/vst3/PluginObject.h"
 
 #include <cstdio>
 #include <utility>
 
 #include "editor/AudioUnitViewController.h"
 #include "hosts/instance/Instance.h"
-#include "hosts/vst3/createEffect.h"
+#include "hosts/vst3/createPlugin.h"
 #include "platform/foundation/NSError.h"
 
 namespace qov::hosts::vst3 {
 
-Effect::Effect(std::unique_ptr<Instance> instance, Held<v3_run_loop> loop)
+PluginObject::PluginObject(std::unique_ptr<Instance> instance, Held<v3_run_loop> loop)
     : instance_(std::move(instance)),
       controller_(*this, *instance_, told_, std::move(loop)),
       processor_(*instance_, told_, controller_),
       units_(controller_.parameters()) {}
 
-Effect::~Effect() {
+PluginObject::~PluginObject() {
     controller_.terminate();  // if the host has not
 }
 
-void* Effect::find(const std::uint8_t* id) noexcept {
+void* PluginObject::find(const std::uint8_t* id) noexcept {
     const std::pair<const v3_tuid&, Face&> faces[] = {
         {v3_funknown_iid, component_},
         {v3_plugin_base_iid, component_},
@@ -46,7 +46,7 @@ extern "C" v3_funknown** kelvane_vst3_create(v3_funknown** host) {
         auto instance = Instance::create(&error, {}, std::make_shared<AudioUnitViewController>());
         if (instance) {
             auto loop = vst3::Held<v3_run_loop>::of(host, v3_run_loop_iid);
-            return (new vst3::Effect(std::move(instance), std::move(loop)))->face();
+            return (new vst3::PluginObject(std::move(instance), std::move(loop)))->face();
         }
         std::fprintf(stderr, "kelvane: the effect cannot be made: %s\n",
                      error.localizedDescription().c_str());
