@@ -11,7 +11,6 @@
 #include "hosts/instance/Instance.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/uikit/NativeWindow.h"
-#include "platform/uikit/UIWindow.h"
 
 namespace qov::hosts::clap {
 
@@ -69,7 +68,7 @@ bool ClapEditor::open() {
 }
 
 double ClapEditor::scale() const {
-    return window_ ? window_->content().scale() : options_.scale;
+    return window_ ? window_->native().scale() : options_.scale;
 }
 
 bool ClapEditor::setScale(double scale) {
@@ -77,15 +76,13 @@ bool ClapEditor::setScale(double scale) {
     options_.scale = std::clamp(scale, EditorWindow::smallestScale, EditorWindow::largestScale);
     if (!window_) return true;
     const RunLoop::MakeCurrent current(instance_.runLoop());
-    const auto size = window_->content().bounds().size;
-    window_->content().setScale(options_.scale);
-    window_->native().setSize(size);
+    window_->native().setScale(options_.scale);
     return true;
 }
 
 std::optional<ClapEditor::Size> ClapEditor::size() const {
     if (!isCreated_) return std::nullopt;
-    const auto points = window_ ? window_->content().bounds().size : options_.size;
+    const auto points = window_ ? window_->native().size() : options_.size;
     return Size{pixels(points.width, scale()), pixels(points.height, scale())};
 }
 

@@ -30,6 +30,7 @@
 #include "hosts/cli/Parameters.h"
 #include "hosts/cli/SoundReader.h"
 #include "hosts/cli/parseOptions.h"
+#include "hosts/window/fitPanel.h"
 #include "platform/audiotoolbox/AUAudioUnitBus.h"
 #include "platform/audiotoolbox/AUAudioUnitBusArray.h"
 #include "platform/audiotoolbox/AUParameterTree.h"
@@ -146,8 +147,12 @@ Snapshot check(const Options& options) {
 /// The editor on a loop of its own, whose clock stands still.
 class Scene {
  public:
-    explicit Scene(const Snapshot& snapshot)
-        : window_(std::make_shared<platform::UIWindow>(snapshot.size, snapshot.scale)) {
+    explicit Scene(const Snapshot& snapshot) {
+        const auto fit = hosts::fitPanel(snapshot.size);
+        controller_->fitToHeight = fit.fitToHeight;
+        window_ = std::make_shared<platform::UIWindow>(
+            platform::CGSize{snapshot.size.width / fit.scale, snapshot.size.height / fit.scale},
+            snapshot.scale * fit.scale);
         controller_->createAudioUnit(componentDescription, nullptr);
         window_->setRootViewController(controller_);
         loop_->pump();

@@ -8,7 +8,6 @@
 #include "hosts/lv2/Ports.h"
 #include "hosts/window/EditorWindow.h"
 #include "platform/uikit/NativeWindow.h"
-#include "platform/uikit/UIWindow.h"
 
 namespace qov::hosts::lv2 {
 
@@ -37,7 +36,7 @@ bool Editor::openWindow(std::string* error) {
     native.onClose = [this] { isClosed_ = true; };
     native.onLost = [this] { isClosed_ = true; };
     if (host_.resize) {
-        const auto scale = window_->content().scale();
+        const auto scale = native.scale();
         host_.resize->ui_resize(host_.resize->handle, static_cast<int>(options.size.width * scale),
                                 static_cast<int>(options.size.height * scale));
     }
@@ -116,7 +115,7 @@ bool Editor::hide() {
 bool Editor::setSize(int width, int height) {
     if (!plugin_ || width <= 0 || height <= 0) return false;
     const auto points = [&](int pixels) {
-        return std::min(pixels, EditorWindow::largestSide) / window_->content().scale();
+        return std::min(pixels, EditorWindow::largestSide) / window_->native().scale();
     };
     window_->native().setSize({points(width), points(height)});
     return true;

@@ -11,6 +11,7 @@
 #include "editor/StereoControls.h"
 #include "hosts/instance/Instance.h"
 #include "hosts/window/HoverView.h"
+#include "hosts/window/fitPanel.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/uikit/NativeWindow.h"
 #include "platform/uikit/UITouch.h"
@@ -58,13 +59,20 @@ std::unique_ptr<EditorWindow> EditorWindow::open(Instance& instance, const Optio
     content->setRootViewController(controller);
     std::unique_ptr<EditorWindow> window(
         new EditorWindow(instance, std::move(controller), content));
-    window->native_ = platform::NativeWindow::open(content,
-                                                   {.title = options.title,
-                                                    .parent = options.parent,
-                                                    .transientFor = options.transientFor,
-                                                    .scale = options.scale,
-                                                    .minimumSize = smallestSize},
-                                                   error);
+    window->native_ = platform::NativeWindow::open(
+        content,
+        {.title = options.title,
+         .parent = options.parent,
+         .transientFor = options.transientFor,
+         .scale = options.scale,
+         .minimumSize = smallestSize,
+         .contentScale =
+             [&controller = window->controller()](platform::CGSize size) {
+                 const auto fit = fitPanel(size);
+                 controller.fitToHeight = fit.fitToHeight;
+                 return fit.scale;
+             }},
+        error);
     if (!window->native_) return nullptr;
     window->native_->onWheel = [self = window.get()](platform::CGPoint at, int steps) {
         const auto control = self->controlAt(at);
@@ -80,6 +88,7 @@ EditorWindow::~EditorWindow() {
     native_.reset();
     hover_->removeFromSuperview();
     content_->setRootViewController(nullptr);
+    controller_->fitToHeight = false;
 }
 
 platform::CGFloat EditorWindow::canvasScale() const {

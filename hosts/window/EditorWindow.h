@@ -23,7 +23,8 @@ namespace qov::hosts {
 class HoverView;
 class Instance;
 
-/// The editor of an instance in a window of its own or inside a host's. It takes part in the
+/// The editor of an instance in a window of its own or inside a host's, where fitPanel() scales it
+/// to the window. It takes part in the
 /// instance's run loop, which somebody has to pump. Belongs to the editor's thread, like all of its
 /// operations, and goes before the instance does.
 ///

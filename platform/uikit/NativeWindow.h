@@ -38,6 +38,9 @@ class NativeWindow {
         CGFloat scale = 0;
         /// Smallest size that the desktop lets the user choose, in points.
         CGSize minimumSize{1, 1};
+        /// Points of the screen a point of the content, for a window of that size in points of the
+        /// screen. Called before the content gets the size. Empty: 1.
+        std::function<CGFloat(CGSize size)> contentScale;
     };
 
     /// Gives `content` the screen's scale and keeps its size. Not shown yet. Null, with a line
@@ -56,11 +59,16 @@ class NativeWindow {
 
     virtual void show() = 0;
     virtual void hide() = 0;
-    /// Points.
+    /// Points of the screen, as the size of `content` is at the time of open().
     virtual void setSize(CGSize size) = 0;
+    virtual CGSize size() const = 0;
+    /// Pixels a point of the screen.
+    virtual CGFloat scale() const = 0;
+    /// The size in points stays.
+    virtual void setScale(CGFloat scale) = 0;
     /// Names it to the system: an X11 window.
     virtual std::uint64_t handle() const = 0;
-    /// Where the mouse is over the window, in points.
+    /// Where the mouse is over the window, in points of the content, as are all places below.
     virtual std::optional<CGPoint> pointer() const = 0;
     /// False once the screen is gone; everything else does nothing then.
     virtual bool isAlive() const = 0;
@@ -76,7 +84,7 @@ class NativeWindow {
     /// The mouse is at another place with no button down, or has left, gone down or given way to a
     /// finger (none).
     std::function<void(std::optional<CGPoint> at)> onHover;
-    /// It has another size now, in points.
+    /// It has another size now, in points of the screen.
     std::function<void(CGSize size)> onResize;
 
  protected:

@@ -151,8 +151,14 @@ class X11Window final : public NativeWindow {
 
     void setSize(CGSize size) override {
         if (!isAlive()) return;
-        content_->setSize(size);
+        layOut(size);
         XResizeWindow(display_, window_, pixels(size.width), pixels(size.height));
+    }
+    CGSize size() const override { return size_; }
+    CGFloat scale() const override { return scale_; }
+    void setScale(CGFloat scale) override {
+        scale_ = scale;
+        setSize(size_);
     }
 
     std::uint64_t handle() const override { return window_; }
@@ -161,8 +167,14 @@ class X11Window final : public NativeWindow {
 
  private:
     unsigned pixels(CGFloat points) const {
-        return static_cast<unsigned>(
-            std::clamp<CGFloat>(std::round(points * content_->scale()), 1, 32767));
+        return static_cast<unsigned>(std::clamp<CGFloat>(std::round(points * scale_), 1, 32767));
+    }
+    /// Gives the content a window's size in points of the screen.
+    void layOut(CGSize size) {
+        size_ = size;
+        const CGFloat factor = contentScale_ ? contentScale_(size) : 1;
+        content_->setScale(scale_ * factor);
+        content_->setSize({size.width / factor, size.height / factor});
     }
     CGPoint points(double x, double y) const {
         return {x / content_->scale(), y / content_->scale()};
@@ -189,6 +201,9 @@ class X11Window final : public NativeWindow {
 
     Display* display_;
     std::shared_ptr<UIWindow> content_;
+    CGFloat scale_ = 1;  // pixels a point of the screen
+    CGSize size_;        // points of the screen
+    std::function<CGFloat(CGSize)> contentScale_;
     std::shared_ptr<RunLoop> loop_;
     ::Window window_ = 0;
     Visual* visual_ = nullptr;
@@ -211,7 +226,9 @@ bool X11Window::create(const Options& options, std::string* error) {
         if (error) *error = "the screen shows no 24-bit colours in the order red, green, blue";
         return false;
     }
-    content_->setScale(options.scale > 0 ? options.scale : scaleOf(display_));
+    scale_ = options.scale > 0 ? options.scale : scaleOf(display_);
+    contentScale_ = options.contentScale;
+    layOut(content_->bounds().size);
     makeWindow(options);
     describeWindow(options);
     // A key that is held down repeats without releases in between.
@@ -251,8 +268,7 @@ void X11Window::makeWindow(const Options& options) {
                             LeaveWindowMask;
     // Inside a host keys are the host's: what is not selected goes to the window around.
     if (!options.parent) attributes.event_mask |= KeyPressMask;
-    const auto size = content_->bounds().size;
-    window_ = XCreateWindow(display_, parent, 0, 0, pixels(size.width), pixels(size.height), 0,
+    window_ = XCreateWindow(display_, parent, 0, 0, pixels(size_.width), pixels(size_.height), 0,
                             depth_, InputOutput, visual_,
                             CWColormap | CWBitGravity | CWEventMask | CWBorderPixel, &attributes);
     gc_ = XCreateGC(display_, window_, 0, nullptr);
@@ -460,13 +476,11 @@ void X11Window::handleCookie(XGenericEventCookie& cookie) {
 }
 
 void X11Window::handleSize(int width, int height) {
-    const auto now = content_->bounds().size;
-    if (pixels(now.width) == static_cast<unsigned>(width) &&
-        pixels(now.height) == static_cast<unsigned>(height))
+    if (pixels(size_.width) == static_cast<unsigned>(width) &&
+        pixels(size_.height) == static_cast<unsigned>(height))
         return;
-    const auto size = points(width, height);
-    content_->setSize({size.x, size.y});
-    if (onResize) onResize({size.x, size.y});
+    layOut({width / scale_, height / scale_});
+    if (onResize) onResize(size_);
 }
 
 // The picture

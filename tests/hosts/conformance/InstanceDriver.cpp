@@ -81,7 +81,7 @@ class InstancePlugin : public Plugin {
     void closeEditor() override { editor_.reset(); }
     std::pair<int, int> editorSize() override {
         if (!editor_) return {};
-        const auto size = editor_->content().frame().size;
+        const auto size = editor_->native().size();
         return {static_cast<int>(size.width), static_cast<int>(size.height)};
     }
     bool resizeEditor(int width, int height) override {
