@@ -11,12 +11,11 @@
 #include <stdexcept>
 #include <utility>
 
-#include "editor/AudioUnitViewController.h"
 #include "hosts/app/SoundSource.h"
 #include "hosts/instance/Instance.h"
 #include "hosts/window/EditorWindow.h"
+#include "hosts/window/makeInstance.h"
 #include "platform/dispatch/RunLoop.h"
-#include "platform/foundation/NSError.h"
 #include "platform/foundation/Timer.h"
 #include "platform/uikit/NativeWindow.h"
 
@@ -105,10 +104,9 @@ class App {
 
 int App::run() {
     const RunLoop::MakeCurrent current(loop_);
-    platform::NSError error;
-    instance_ = hosts::Instance::create(&error, loop_, std::make_shared<AudioUnitViewController>());
-    if (!instance_)
-        throw std::runtime_error("the effect cannot be made: " + error.localizedDescription());
+    std::string error;
+    instance_ = hosts::makeInstance(loop_, &error);
+    if (!instance_) throw std::runtime_error(error);
     openWindow();
     startSound();
     loop_->addFileDescriptor(signals_.descriptor(), [this] {

@@ -1,32 +1,21 @@
 #include "hosts/clap/ClapEditor.h"
 
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <string>
 #include <utility>
 
 #include "hosts/clap/ClapHost.h"
-#include "hosts/clap/Heartbeat.h"
 #include "hosts/instance/Instance.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/uikit/NativeWindow.h"
 
 namespace qov::hosts::clap {
 
-using platform::RunLoop;
-
 namespace {
-
-constexpr std::uint32_t largest = EditorWindow::largestSide;
 
 bool failed(const std::string& error) {
     std::fprintf(stderr, "kelvane: no editor: %s\n", error.c_str());
     return false;
-}
-
-std::uint32_t pixels(double points, double scale) {
-    return static_cast<std::uint32_t>(std::clamp<double>(std::lround(points * scale), 1, largest));
 }
 
 }  // namespace
@@ -39,104 +28,74 @@ ClapEditor::~ClapEditor() {
 }
 
 bool ClapEditor::create(bool isFloating) {
-    if (isCreated_) return false;
+    if (editor_) return false;
+    if (!host_.timers) return failed("the host offers no timer to draw it on");
     std::string error;
     const auto desktop = platform::NativeWindow::desktopScale(&error);
     if (!desktop) return failed(error);
-    options_ = {};
-    options_.scale = *desktop;
+    editor_.emplace(instance_, *desktop);
+    editor_->onClose = [this] { isClosed_ = true; };
+    editor_->onLost = [this] { isLost_ = true; };
+    place_ = {};
     isFloating_ = isFloating;
-    isCreated_ = true;
     return true;
 }
 
 void ClapEditor::destroy() {
-    heartbeat_.reset();
-    window_.reset();
-    isCreated_ = isClosed_ = isLost_ = false;
+    if (descriptor_ >= 0) host_.descriptors->unregister_fd(host_.host, descriptor_);
+    if (timer_) host_.timers->unregister_timer(host_.host, *timer_);
+    descriptor_ = -1;
+    timer_.reset();
+    editor_.reset();
+    isClosed_ = isLost_ = isFloating_ = false;
 }
 
 bool ClapEditor::open() {
-    if (window_) return true;
+    if (editor_->isOpen()) return true;
     std::string error;
-    window_ = EditorWindow::open(instance_, options_, &error);
-    if (!window_) return failed(error);
-    window_->native().onClose = [this] { isClosed_ = true; };
-    window_->native().onLost = [this] { isLost_ = true; };
-    heartbeat_ = std::make_unique<Heartbeat>(host_, instance_.runLoop());
-    return true;
-}
-
-double ClapEditor::scale() const {
-    return window_ ? window_->native().scale() : options_.scale;
-}
-
-bool ClapEditor::setScale(double scale) {
-    if (!isCreated_ || !std::isfinite(scale) || scale <= 0) return false;
-    options_.scale = std::clamp(scale, EditorWindow::smallestScale, EditorWindow::largestScale);
-    if (!window_) return true;
-    const RunLoop::MakeCurrent current(instance_.runLoop());
-    window_->native().setScale(options_.scale);
-    return true;
-}
-
-std::optional<ClapEditor::Size> ClapEditor::size() const {
-    if (!isCreated_) return std::nullopt;
-    const auto points = window_ ? window_->native().size() : options_.size;
-    return Size{pixels(points.width, scale()), pixels(points.height, scale())};
-}
-
-std::optional<ClapEditor::Size> ClapEditor::adjusted(Size asked) const {
-    if (!isCreated_) return std::nullopt;
-    const auto& panel = EditorWindow::panelSize;
-    const double fitting = std::min(asked.width / panel.width, asked.height / panel.height);
-    const double least = EditorWindow::smallestSize.width / panel.width * scale();
-    const double factor = std::max(fitting, least);
-    return Size{pixels(panel.width, factor), pixels(panel.height, factor)};
-}
-
-bool ClapEditor::setSize(Size size) {
-    if (!isCreated_ || isFloating_ || size.width == 0 || size.height == 0) return false;
-    options_.size = {std::min(size.width, largest) / scale(),
-                     std::min(size.height, largest) / scale()};
-    if (!window_) return true;
-    const RunLoop::MakeCurrent current(instance_.runLoop());
-    window_->native().setSize(options_.size);
+    if (!editor_->open(place_, &error)) return failed(error);
+    clap_id timer;
+    if (!host_.timers->register_timer(host_.host, EmbeddedEditor::tick.count(), &timer)) {
+        editor_->close();
+        return failed("the host gives it no timer");
+    }
+    timer_ = timer;
+    // What the screen sends need not wait for the timer where the host watches descriptors.
+    const int descriptor = host_.descriptors ? instance_.runLoop()->fileDescriptor() : -1;
+    if (descriptor >= 0 && host_.descriptors->register_fd(host_.host, descriptor, abi::fdRead))
+        descriptor_ = descriptor;
     return true;
 }
 
 bool ClapEditor::setParent(std::uint64_t window) {
-    if (!isCreated_ || isFloating_ || window_ || window == 0) return false;
-    options_.parent = window;
+    if (!editor_ || isFloating_ || editor_->isOpen() || window == 0) return false;
+    place_.parent = window;
     return open();
 }
 
 bool ClapEditor::setTransient(std::uint64_t window) {
-    if (!isCreated_ || !isFloating_ || window_) return false;
-    options_.transientFor = window;
+    if (!editor_ || !isFloating_ || editor_->isOpen()) return false;
+    place_.transientFor = window;
     return true;
 }
 
 void ClapEditor::setTitle(const char* title) {
-    if (isFloating_ && title) options_.title = title;
+    if (isFloating_ && title) place_.title = title;
 }
 
 bool ClapEditor::show() {
-    if (!isCreated_ || (!isFloating_ && !window_) || !open()) return false;
-    const RunLoop::MakeCurrent current(instance_.runLoop());
-    window_->native().show();
+    if (!editor_ || (!isFloating_ && !editor_->isOpen()) || !open()) return false;
+    editor_->show();
     return true;
 }
 
 bool ClapEditor::hide() {
-    if (!isCreated_) return false;
-    if (!window_) return true;
-    const RunLoop::MakeCurrent current(instance_.runLoop());
-    window_->native().hide();
+    if (!editor_) return false;
+    editor_->hide();
     return true;
 }
 
-void ClapEditor::tellClosed() {
+void ClapEditor::reportClosed() {
     const bool isClosed = std::exchange(isClosed_, false);
     const bool isLost = std::exchange(isLost_, false);
     if (!isClosed && !isLost) return;

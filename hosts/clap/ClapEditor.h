@@ -1,10 +1,11 @@
 #pragma once
 
+#include <clap/id.h>
+
 #include <cstdint>
-#include <memory>
 #include <optional>
 
-#include "hosts/window/EditorWindow.h"
+#include "hosts/window/EmbeddedEditor.h"
 
 namespace qov::hosts {
 class Instance;
@@ -13,55 +14,47 @@ class Instance;
 namespace qov::hosts::clap {
 
 struct ClapHost;
-class Heartbeat;
 
-/// The editor in the order in which a CLAP host calls: created, told where and how large to be,
-/// shown. The window opens when its place is known. Sizes are pixels. Main thread.
+/// The editor in the order of a CLAP host's calls: created, given a scale and a size, given its
+/// place, shown. It is drawn on the host's timer; a host without one gets no editor. Main thread.
 class ClapEditor {
  public:
-    /// Pixels.
-    struct Size {
-        std::uint32_t width, height;
-    };
-
     ClapEditor(Instance& instance, const ClapHost& host);
     ~ClapEditor();
     ClapEditor(const ClapEditor&) = delete;
     ClapEditor& operator=(const ClapEditor&) = delete;
 
-    /// Makes an editor without a window yet. False, with a line on standard error, where there is
-    /// no screen; false if there is one already.
+    /// An editor without a window yet. False if there is one already; false, with a line on
+    /// standard error, without a screen or a timer.
     bool create(bool isFloating);
     void destroy();
+    /// The one that was created; null before create() and after destroy().
+    EmbeddedEditor* created() { return editor_ ? &*editor_ : nullptr; }
+    bool isFloating() const { return isFloating_; }
 
-    // What follows says false before create() or for the other kind of window.
+    // False before create(), or for the other kind of window.
 
-    bool setScale(double scale);
-    bool setSize(Size size);
     bool setParent(std::uint64_t window);
     bool setTransient(std::uint64_t window);
     void setTitle(const char* title);
     bool show();
     bool hide();
-    std::optional<Size> size() const;
-    /// The largest of the panel's proportions that fits, no smaller than can be read.
-    std::optional<Size> adjusted(Size size) const;
 
-    /// After each turn of the run loop: tells the host that the user has closed a floating window,
-    /// or that the window is lost.
-    void tellClosed();
+    /// After each turn of the run loop: reports to the host that the user has closed a floating
+    /// window, or that the window is lost.
+    void reportClosed();
 
  private:
     bool open();
-    double scale() const;
 
     Instance& instance_;
     const ClapHost& host_;
-    bool isCreated_ = false, isFloating_ = false;
-    EditorWindow::Options options_;
-    std::unique_ptr<EditorWindow> window_;
-    std::unique_ptr<Heartbeat> heartbeat_;
-    bool isClosed_ = false, isLost_ = false;  // by the user, the screen; not told yet
+    bool isFloating_ = false;
+    EmbeddedEditor::Place place_;
+    std::optional<EmbeddedEditor> editor_;
+    std::optional<clap_id> timer_;
+    int descriptor_ = -1;
+    bool isClosed_ = false, isLost_ = false;  // by the user, the screen; not reported yet
 };
 
 }  // namespace qov::hosts::clap

@@ -3,11 +3,11 @@
 #include <clap/ext/latency.h>
 
 #include <cstdio>
-#include <string>
 
-#include "editor/AudioUnitViewController.h"
 #include "hosts/clap/extensions.h"
 #include "hosts/instance/behind.h"
+#include "hosts/instance/made.h"
+#include "hosts/window/makeInstance.h"
 #include "platform/foundation/NSError.h"
 
 namespace qov::hosts::clap {
@@ -15,11 +15,6 @@ namespace qov::hosts::clap {
 namespace {
 
 constexpr std::uint32_t timerPeriod = 200;  // ms
-
-bool failed(const std::string& what, const platform::NSError& error) {
-    std::fprintf(stderr, "kelvane: %s: %s\n", what.c_str(), error.localizedDescription().c_str());
-    return false;
-}
 
 /// The first two channels of a port; null for what is not there.
 template <class Sample, class Buffer>
@@ -83,9 +78,8 @@ ClapPlugin::ClapPlugin(const clap_plugin_descriptor_t* descriptor, const clap_ho
 
 bool ClapPlugin::init() {
     host_.findExtensions();
-    platform::NSError error;
-    instance_ = Instance::create(&error, {}, std::make_shared<AudioUnitViewController>());
-    if (!instance_) return failed("the effect cannot be made", error);
+    instance_.reset(made<Instance>([](std::string* error) { return makeInstance({}, error); }));
+    if (!instance_) return false;
     outbox_.emplace(instance_->edits());
     latency_ = instance_->latency();
     editor_ = std::make_unique<ClapEditor>(*instance_, host_);
@@ -109,9 +103,11 @@ bool ClapPlugin::activate(double sampleRate, std::uint32_t longestBlock) {
     if (!goesOn) {
         instance_->deactivate();
         platform::NSError error;
-        if (!instance_->activate(sampleRate, longestBlock, &error))
-            return failed("the effect does not run at " + std::to_string(sampleRate) + " Hz",
-                          error);
+        if (!instance_->activate(sampleRate, longestBlock, &error)) {
+            std::fprintf(stderr, "kelvane: the effect does not run at %g Hz: %s\n", sampleRate,
+                         error.localizedDescription().c_str());
+            return false;
+        }
         sampleRate_ = sampleRate;
         longestBlock_ = longestBlock;
         tail_ = Instance::tail(sampleRate);
@@ -216,7 +212,7 @@ void ClapPlugin::turn() {
     if ((instance_->edits().isWaiting() || outbox_->hasLeft()) && host_.params)
         host_.params->request_flush(host_.host);
     announceLatency();
-    editor_->tellClosed();
+    editor_->reportClosed();
 }
 
 }  // namespace qov::hosts::clap

@@ -1,5 +1,6 @@
 // The editor, and the host's calls that keep it going.
 
+#include <algorithm>
 #include <cstring>
 
 #include "hosts/clap/ClapPlugin.h"
@@ -22,10 +23,26 @@ bool onEditor(const clap_plugin_t* plugin, Call&& call) {
     return ClapPlugin::call(plugin, false, [&](ClapPlugin& self) { return call(self.editor()); });
 }
 
-bool give(const std::optional<ClapEditor::Size>& size, uint32_t* width, uint32_t* height) {
-    if (!size || !width || !height) return false;
-    *width = size->width;
-    *height = size->height;
+/// On one that was created; false before that.
+template <class Call>
+bool onCreated(const clap_plugin_t* plugin, Call&& call) {
+    return onEditor(plugin, [&](auto& editor) {
+        auto* created = editor.created();
+        return created && call(*created);
+    });
+}
+
+EmbeddedEditor::Size sizeOf(uint32_t width, uint32_t height) {
+    const auto side = [](uint32_t pixels) {
+        return static_cast<int>(std::min<uint32_t>(pixels, EditorWindow::largestSide));
+    };
+    return {side(width), side(height)};
+}
+
+bool give(EmbeddedEditor::Size size, uint32_t* width, uint32_t* height) {
+    if (!width || !height) return false;
+    *width = static_cast<uint32_t>(size.width);
+    *height = static_cast<uint32_t>(size.height);
     return true;
 }
 
@@ -48,7 +65,7 @@ const clap_plugin_gui_t extensions::gui{
         },
     .destroy =
         [](const clap_plugin_t* plugin) {
-            // A touch that ends with the editor is told at once: nothing else may come to do it.
+            // The end of a touch that ends with the editor is reported now: no timer is left.
             ClapPlugin::run(plugin, [](auto& self) {
                 self.editor().destroy();
                 self.turn();
@@ -56,12 +73,12 @@ const clap_plugin_gui_t extensions::gui{
         },
     .set_scale =
         [](const clap_plugin_t* plugin, double scale) {
-            return onEditor(plugin, [&](auto& editor) { return editor.setScale(scale); });
+            return onCreated(plugin, [&](auto& editor) { return editor.setScale(scale); });
         },
     .get_size =
         [](const clap_plugin_t* plugin, uint32_t* width, uint32_t* height) {
-            return onEditor(plugin,
-                            [&](auto& editor) { return give(editor.size(), width, height); });
+            return onCreated(plugin,
+                             [&](auto& editor) { return give(editor.size(), width, height); });
         },
     .can_resize = [](const clap_plugin_t*) { return true; },
     .get_resize_hints =
@@ -77,13 +94,16 @@ const clap_plugin_gui_t extensions::gui{
     .adjust_size =
         [](const clap_plugin_t* plugin, uint32_t* width, uint32_t* height) {
             if (!width || !height) return false;
-            return onEditor(plugin, [&](auto& editor) {
-                return give(editor.adjusted({*width, *height}), width, height);
+            return onCreated(plugin, [&](auto& editor) {
+                return give(editor.fitting(sizeOf(*width, *height)), width, height);
             });
         },
     .set_size =
         [](const clap_plugin_t* plugin, uint32_t width, uint32_t height) {
-            return onEditor(plugin, [&](auto& editor) { return editor.setSize({width, height}); });
+            return onEditor(plugin, [&](auto& editor) {
+                return editor.created() && !editor.isFloating() &&
+                       editor.created()->setSize(sizeOf(width, height));
+            });
         },
     .set_parent =
         [](const clap_plugin_t* plugin, const clap_window_t* window) {

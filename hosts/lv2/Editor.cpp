@@ -1,12 +1,11 @@
 #include "hosts/lv2/Editor.h"
 
-#include <algorithm>
+#include <optional>
 
 #include "hosts/instance/Instance.h"
 #include "hosts/instance/guarded.h"
 #include "hosts/lv2/Plugin.h"
 #include "hosts/lv2/Ports.h"
-#include "hosts/window/EditorWindow.h"
 #include "platform/uikit/NativeWindow.h"
 
 namespace qov::hosts::lv2 {
@@ -16,31 +15,25 @@ std::unique_ptr<Editor> Editor::open(Plugin& plugin, const Host& host, std::stri
         *error = "this instance's editor is open already";
         return nullptr;
     }
-    std::unique_ptr<Editor> editor(new Editor(plugin, host));
+    const auto scale = host.scale > 0 ? std::optional<double>(host.scale)
+                                      : platform::NativeWindow::desktopScale(error);
+    if (!scale) return nullptr;
+    std::unique_ptr<Editor> editor(new Editor(plugin, host, *scale));
     if (!editor->openWindow(error)) return nullptr;
     plugin.setEditor(editor.get());
     return editor;
 }
 
-Editor::Editor(Plugin& plugin, const Host& host) : plugin_(&plugin), host_(host) {}
+Editor::Editor(Plugin& plugin, const Host& host, double scale) : plugin_(&plugin), host_(host) {
+    window_.emplace(plugin.instance(), scale);
+}
 
 bool Editor::openWindow(std::string* error) {
-    EditorWindow::Options options{.parent = host_.parent};
-    if (host_.scale > 0)
-        options.scale = std::clamp<double>(host_.scale, EditorWindow::smallestScale,
-                                           EditorWindow::largestScale);
-    if (!host_.title.empty()) options.title = host_.title;
-    window_ = EditorWindow::open(plugin_->instance(), options, error);
-    if (!window_) return false;
-    auto& native = window_->native();
-    native.onClose = [this] { isClosed_ = true; };
-    native.onLost = [this] { isClosed_ = true; };
-    if (host_.resize) {
-        const auto scale = native.scale();
-        host_.resize->ui_resize(host_.resize->handle, static_cast<int>(options.size.width * scale),
-                                static_cast<int>(options.size.height * scale));
-    }
-    if (host_.parent) native.show();
+    window_->onClose = window_->onLost = [this] { isClosed_ = true; };
+    if (!window_->open({.parent = host_.parent, .title = host_.title}, error)) return false;
+    const auto size = window_->size();
+    if (host_.resize) host_.resize->ui_resize(host_.resize->handle, size.width, size.height);
+    if (host_.parent) window_->show();
     return true;
 }
 
@@ -57,7 +50,7 @@ void Editor::losePlugin() {
 }
 
 std::uint64_t Editor::handle() const {
-    return window_ ? window_->native().handle() : 0;
+    return window_ ? window_->handle() : 0;
 }
 
 bool Editor::idle() {
@@ -100,25 +93,16 @@ void Editor::writeEdits() {
 }
 
 bool Editor::show() {
-    if (!plugin_) return false;
     isClosed_ = false;
-    window_->native().show();
-    return window_->native().isAlive();
+    return window_ && window_->show();
 }
 
 bool Editor::hide() {
-    if (!plugin_) return false;
-    window_->native().hide();
-    return true;
+    return window_ && window_->hide();
 }
 
 bool Editor::setSize(int width, int height) {
-    if (!plugin_ || width <= 0 || height <= 0) return false;
-    const auto points = [&](int pixels) {
-        return std::min(pixels, EditorWindow::largestSide) / window_->native().scale();
-    };
-    window_->native().setSize({points(width), points(height)});
-    return true;
+    return window_ && window_->setSize({width, height});
 }
 
 }  // namespace qov::hosts::lv2

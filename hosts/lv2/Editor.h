@@ -4,21 +4,19 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
-namespace qov::hosts {
-class EditorWindow;
-}
+#include "hosts/window/EmbeddedEditor.h"
 
 namespace qov::hosts::lv2 {
 
 class Plugin;
 
-/// The editor of a plug-in that runs in the same process, as an X11 UI: inside a host's window, or
-/// in one of its own where the host has none to give. The host's idle calls are what it lives on.
-/// What a person changes takes effect at once and is written to the control ports. It shows what
-/// the plug-in does, and needs not be told of the ports but by a host that has stopped processing.
-/// Belongs to the host's editor thread.
+/// The editor of a plug-in in the same process, as an X11 UI: inside a host's window, or floating
+/// where the host gives none. It is drawn in the host's idle calls. A user's change takes effect
+/// at once and is written to the control ports. It shows the plug-in's own values; port events
+/// matter only while the host does not process. Belongs to the host's editor thread.
 class Editor {
  public:
     /// What the host gives an editor at its start; kept by value.
@@ -39,9 +37,9 @@ class Editor {
 
     /// The X11 window.
     std::uint64_t handle() const;
-    /// False once the user has closed it, or there is nothing left to show.
+    /// Draws and reports edits. False once the user, the screen or the plug-in has closed it.
     bool idle();
-    /// What the host says of a port, by its index.
+    /// A port event of a control port; others are ignored.
     void hearPort(std::uint32_t port, float value);
     // For a window of its own
     bool show();
@@ -49,17 +47,17 @@ class Editor {
     /// Pixels.
     bool setSize(int width, int height);
 
-    /// The plug-in goes while the editor is still open: the window closes, calls do nothing.
+    /// The plug-in is deleted while the editor is open: closes the window; later calls are no-ops.
     void losePlugin();
 
  private:
-    Editor(Plugin& plugin, const Host& host);
+    Editor(Plugin& plugin, const Host& host, double scale);
     bool openWindow(std::string* error);
     void writeEdits();
 
     Plugin* plugin_;  // null once it is gone
     const Host host_;
-    std::unique_ptr<EditorWindow> window_;
+    std::optional<EmbeddedEditor> window_;  // empty once the plug-in is gone
     bool isClosed_ = false;
 };
 

@@ -10,11 +10,11 @@
 #include <set>
 #include <utility>
 
-#include "editor/AudioUnitViewController.h"
 #include "hosts/instance/behind.h"
 #include "hosts/lv2/Editor.h"
 #include "hosts/lv2/SavedPorts.h"
 #include "hosts/lv2/features.h"
+#include "hosts/window/makeInstance.h"
 #include "platform/foundation/NSError.h"
 
 namespace qov::hosts::lv2 {
@@ -61,12 +61,8 @@ std::unique_ptr<Plugin> Plugin::create(double sampleRate, const LV2_Feature* con
     }
     auto* const map = feature<LV2_URID_Map>(features, LV2_URID__map);
     const auto longest = option<std::int32_t>(features, LV2_BUF_SIZE__maxBlockLength);
-    platform::NSError reason;
-    auto instance = Instance::create(&reason, {}, std::make_shared<AudioUnitViewController>());
-    if (!instance) {
-        *error = "the effect cannot be made: " + reason.localizedDescription();
-        return nullptr;
-    }
+    auto instance = makeInstance({}, error);
+    if (!instance) return nullptr;
     const auto longestBlock =
         longest && *longest > 0 ? static_cast<std::uint32_t>(*longest) : usualLongestBlock;
     return std::unique_ptr<Plugin>(new Plugin(sampleRate, longestBlock, std::move(instance), map));

@@ -5,12 +5,12 @@
 #include <string>
 
 #include "hosts/instance/guarded.h"
+#include "hosts/instance/made.h"
 #include "hosts/lv2/Editor.h"
 #include "hosts/lv2/Plugin.h"
 #include "hosts/lv2/Uris.h"
 #include "hosts/lv2/bodyFunctions.h"
 #include "hosts/lv2/features.h"
-#include "hosts/lv2/made.h"
 
 namespace qov::hosts::lv2 {
 

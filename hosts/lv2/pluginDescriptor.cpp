@@ -5,10 +5,10 @@
 #include <string>
 
 #include "hosts/instance/guarded.h"
+#include "hosts/instance/made.h"
 #include "hosts/instance/product.h"
 #include "hosts/lv2/Plugin.h"
 #include "hosts/lv2/bodyFunctions.h"
-#include "hosts/lv2/made.h"
 
 namespace qov::hosts::lv2 {
 

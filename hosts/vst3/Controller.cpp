@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <map>
 #include <mutex>
@@ -13,7 +14,6 @@
 #include "hosts/instance/Instance.h"
 #include "hosts/instance/SavedState.h"
 #include "hosts/vst3/View.h"
-#include "hosts/vst3/editorMutex.h"
 #include "hosts/vst3/stream.h"
 #include "hosts/vst3/text16.h"
 #include "platform/dispatch/RunLoop.h"
@@ -55,7 +55,7 @@ Controller::Controller(Unknown& effect, Instance& instance, ToldValues& told,
       parameters_(instance),
       factoryLoop_(std::move(loop)),
       hostLoop_(factoryLoop_),
-      loop_([this] { tick(); }, [this] { runEditor(); }) {
+      loop_([this] { tick(); }) {
     tellAll();
     told_.set(volumeId, 1);
 }
@@ -63,7 +63,7 @@ Controller::Controller(Unknown& effect, Instance& instance, ToldValues& told,
 v3_result Controller::initialize(v3_funknown** context) {
     auto loop = Held<v3_run_loop>::of(context, v3_run_loop_iid);
     if (loop) hostLoop_ = std::move(loop);
-    if (hostLoop_ && !loop_.ticks()) loop_.start(hostLoop_, instance_.runLoop()->fileDescriptor());
+    if (!loop_.isRunning()) loop_.start(hostLoop_, instance_.runLoop()->fileDescriptor());
     return V3_OK;
 }
 
@@ -82,13 +82,10 @@ v3_result Controller::restore(v3_bstream** stream) {
     if (!stream) return V3_INVALID_ARG;
     const auto state = readAll(stream);
     tickNow();  // what waits is older than the state
-    {
-        const std::lock_guard lock(editorMutex());
-        if (!state || !instance_.restoreState(*state)) return V3_FALSE;
-        const auto number = presetNumber(*decodeState(*state));
-        if (number && *number < parameters_.programs().size()) program_ = *number;
-        tellAll();
-    }
+    if (!state || !instance_.restoreState(*state)) return V3_FALSE;
+    const auto number = presetNumber(*decodeState(*state));
+    if (number && *number < parameters_.programs().size()) program_ = *number;
+    tellAll();
     tickNow();
     return V3_OK;
 }
@@ -96,7 +93,6 @@ v3_result Controller::restore(v3_bstream** stream) {
 /// With what was told and has not come to the signal: a host may save while nothing is processed.
 std::string Controller::save() {
     tickNow();
-    const std::lock_guard lock(editorMutex());
     auto state = decodeState(instance_.saveState());
     auto& values = std::get<std::map<platform::AUParameterAddress, float>>((*state)["data"]);
     for (auto& [address, value] : values)
@@ -180,22 +176,16 @@ v3_result Controller::setParameterNormalised(v3_param_id id, double value) {
     if (!ToldValues::has(id)) return V3_INVALID_ARG;
     if (told_.isHeld(id)) return V3_OK;
     told_.set(id, value);
-    {
-        const std::lock_guard lock(editorMutex());
-        if (!instance_.isActive()) instance_.setValue(id, static_cast<float>(value));
-    }
+    if (!instance_.isActive()) instance_.setValue(id, static_cast<float>(value));
     tickNow();
     return V3_OK;
 }
 
 v3_result Controller::selectProgram(double value) {
-    {
-        const std::lock_guard lock(editorMutex());
-        program_ = parameters_.programOf(value);
-        instance_.selectFactoryPreset(program_);
-        tellAll();
-    }
-    if (const auto host = handler())
+    program_ = parameters_.programOf(value);
+    instance_.selectFactoryPreset(program_);
+    tellAll();
+    if (const auto host = handler_)
         host(&v3_component_handler::restart_component, V3_RESTART_PARAM_VALUES_CHANGED);
     tickNow();
     return V3_OK;
@@ -215,15 +205,8 @@ v3_result Controller::getMidiControllerAssignment(std::int32_t bus, std::int16_t
 // The host
 
 v3_result Controller::setComponentHandler(v3_component_handler** handler) {
-    Held<v3_component_handler> held(handler);
-    const std::lock_guard lock(editorMutex());
-    std::swap(handler_, held);
+    handler_ = Held<v3_component_handler>(handler);
     return V3_OK;
-}
-
-Held<v3_component_handler> Controller::handler() const {
-    const std::lock_guard lock(editorMutex());
-    return handler_;
 }
 
 std::uint32_t Controller::latency() const {
@@ -231,18 +214,12 @@ std::uint32_t Controller::latency() const {
 }
 
 void Controller::tickNow() {
-    if (!loop_.ticks()) tick();
+    if (!loop_.isRunning()) tick();
 }
 
 void Controller::tick() {
-    runEditor();
-    tellHost();
-}
-
-/// The only thing that may happen off the main thread.
-void Controller::runEditor() {
-    const std::lock_guard lock(editorMutex());
     instance_.pump();
+    tellHost();
 }
 
 /// Passes on what the editor did. A host that runs its loop, or calls us, in one of these calls
@@ -251,20 +228,14 @@ void Controller::tellHost() {
     const std::unique_lock turn(telling_, std::try_to_lock);
     if (!turn) return;
     while (const auto edit = nextEdit()) tell(*edit);
-    const auto host = handler();
-    bool isActive;
-    {
-        const std::lock_guard lock(editorMutex());
-        isActive = instance_.isActive();
-    }
+    const auto host = handler_;
     // A plug-in that is not active is asked when it becomes so.
     const auto now = latency();
-    if (isActive && host && announcedLatency_.exchange(now) != now)
+    if (instance_.isActive() && host && announcedLatency_.exchange(now) != now)
         host(&v3_component_handler::restart_component, V3_RESTART_LATENCY_CHANGED);
 }
 
 std::optional<EditExchange::Edit> Controller::nextEdit() {
-    const std::lock_guard lock(editorMutex());
     if (edits_.empty())
         instance_.edits().take([&](const EditExchange::Edit& edit) { edits_.push_back(edit); });
     if (edits_.empty()) return std::nullopt;
@@ -274,7 +245,7 @@ std::optional<EditExchange::Edit> Controller::nextEdit() {
 }
 
 void Controller::tell(const EditExchange::Edit& edit) {
-    const auto host = handler();
+    const auto host = handler_;  // held through the call, in which it may change
     const auto id = static_cast<v3_param_id>(edit.address);
     using Kind = EditExchange::Edit::Kind;
     if (edit.kind == Kind::begin) {
@@ -298,8 +269,11 @@ v3_plugin_view** Controller::createView(const char* name) {
 
 bool Controller::viewOpens(View& view, Held<v3_run_loop> loop) {
     if (view_) return false;
-    if (!loop_.isRunning())
-        loop_.start(hostLoop_ ? hostLoop_ : std::move(loop), instance_.runLoop()->fileDescriptor());
+    if (!loop_.isRunning() && !loop_.start(hostLoop_ ? hostLoop_ : std::move(loop),
+                                           instance_.runLoop()->fileDescriptor())) {
+        std::fputs("kelvane: no editor: the host offers no run loop to draw it on\n", stderr);
+        return false;
+    }
     view_ = &view;
     return true;
 }

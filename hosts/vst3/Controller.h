@@ -23,9 +23,9 @@ namespace qov::hosts::vst3 {
 
 class View;
 
-/// The side that is shown: parameters as the host sees them, edits on their way to it, programs,
-/// the view. Main thread, but for latency(). The host is called there alone: where it has no run
-/// loop, a thread of ours draws, and what the editor did is told with the host's next call.
+/// The edit controller: parameters as the host sees them, edits on their way to it, programs, the
+/// view. Main thread, except latency(). The editor runs on the host's run loop; a host without one
+/// gets no editor.
 class Controller {
  public:
     /// The effect is what a view keeps alive. The loop, which may be empty, is one that the host
@@ -36,7 +36,7 @@ class Controller {
     static const v3_midi_mapping_cpp midiMappingTable;
 
     v3_result initialize(v3_funknown** context);
-    /// The view closes; nothing of the host's is called from here on.
+    /// Closes the view. No object of the host's is called after this.
     v3_result terminate();
 
     const Parameters& parameters() const { return parameters_; }
@@ -45,7 +45,7 @@ class Controller {
 
     // For the processor
 
-    /// Where nothing ticks, a call of the host's is the occasion to tell what waits.
+    /// Without a run loop, pending notifications are flushed on the next host call.
     void tickNow();
     std::string save();
     v3_result restore(v3_bstream** stream);
@@ -55,9 +55,11 @@ class Controller {
 
     // For the view, of which one is open at a time
 
+    /// The loop, which may be empty, is used if the host has offered no other. False while another
+    /// view is open, and, with a line on standard error, without any loop.
     bool viewOpens(View& view, Held<v3_run_loop> loop);
     void viewCloses(View& view);
-    /// A drag that was under way has ended with it.
+    /// Reports the end of a drag that ended with the view.
     void viewHasClosed() { tick(); }
 
  private:
@@ -80,11 +82,9 @@ class Controller {
     v3_result selectProgram(double value);
     void tellAll();
     void tick();
-    void runEditor();
     void tellHost();
     std::optional<EditExchange::Edit> nextEdit();
     void tell(const EditExchange::Edit& edit);
-    Held<v3_component_handler> handler() const;
 
     Unknown& effect_;
     Instance& instance_;
@@ -94,7 +94,7 @@ class Controller {
     Held<v3_component_handler> handler_;
     std::atomic<std::uint32_t> announcedLatency_{0};
     Gate telling_;
-    std::deque<EditExchange::Edit> edits_;  // not told yet; with the editorMutex
+    std::deque<EditExchange::Edit> edits_;  // not reported yet
     const Held<v3_run_loop> factoryLoop_;
     Held<v3_run_loop> hostLoop_;  // that one, or the one of initialize
     HostLoop loop_;

@@ -1,23 +1,13 @@
 #include "hosts/vst3/HostLoop.h"
 
-#include <chrono>
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
-#include <thread>
 #include <utility>
 
-#include "hosts/instance/guarded.h"
+#include "hosts/window/EmbeddedEditor.h"
 
 namespace qov::hosts::vst3 {
 
-namespace {
-
-constexpr std::chrono::milliseconds interval(20);
-
-}  // namespace
-
-/// What the run loop calls. It may hold on to it for longer than it is registered.
+/// What the run loop calls. The host may hold a reference for longer than it is registered.
 class HostLoop::Handler final : public Unknown {
  public:
     explicit Handler(std::function<void()> tick) : tick_(std::move(tick)) {}
@@ -47,66 +37,29 @@ class HostLoop::Handler final : public Unknown {
     Face timer_{&timerTable, this, this};
 };
 
-class HostLoop::OwnThread {
- public:
-    explicit OwnThread(std::function<void()> draw)
-        : draw_(std::move(draw)), thread_([this] { run(); }) {}
-    ~OwnThread() {
-        {
-            const std::lock_guard lock(mutex_);
-            hasEnded_ = true;
-        }
-        ends_.notify_all();
-        thread_.join();
-    }
-    OwnThread(const OwnThread&) = delete;
-    OwnThread& operator=(const OwnThread&) = delete;
-
- private:
-    void run() {
-        std::unique_lock lock(mutex_);
-        while (!hasEnded_) {
-            lock.unlock();
-            guarded(draw_);
-            lock.lock();
-            ends_.wait_for(lock, interval, [&] { return hasEnded_; });
-        }
-    }
-
-    std::function<void()> draw_;
-    std::mutex mutex_;
-    std::condition_variable ends_;
-    bool hasEnded_ = false;
-    std::thread thread_;  // last: it uses the others
-};
-
-HostLoop::HostLoop(std::function<void()> tick, std::function<void()> draw)
-    : tick_(std::move(tick)), draw_(std::move(draw)) {}
+HostLoop::HostLoop(std::function<void()> tick) : tick_(std::move(tick)) {}
 
 HostLoop::~HostLoop() {
     stop();
 }
 
-void HostLoop::start(Held<v3_run_loop> loop, int descriptor) {
+bool HostLoop::start(Held<v3_run_loop> loop, int descriptor) {
     stop();
-    if (loop) {
-        auto* handler = new Handler(tick_);
-        if (loop(&v3_run_loop::register_timer, handler->timer(), std::uint64_t{interval.count()}) ==
-            V3_OK) {
-            // Without it the timer alone has to do.
-            if (descriptor >= 0)
-                loop(&v3_run_loop::register_event_handler, handler->events(), descriptor);
-            handler_ = handler;
-            loop_ = std::move(loop);
-            return;
-        }
+    if (!loop) return false;
+    auto* handler = new Handler(tick_);
+    if (loop(&v3_run_loop::register_timer, handler->timer(),
+             std::uint64_t{EmbeddedEditor::tick.count()}) != V3_OK) {
         handler->unref();
+        return false;
     }
-    thread_ = std::make_unique<OwnThread>(draw_);
+    // Without it the timer alone has to do.
+    if (descriptor >= 0) loop(&v3_run_loop::register_event_handler, handler->events(), descriptor);
+    handler_ = handler;
+    loop_ = std::move(loop);
+    return true;
 }
 
 void HostLoop::stop() {
-    thread_.reset();
     if (!handler_) return;
     auto* handler = std::exchange(handler_, nullptr);
     const auto loop = std::exchange(loop_, {});

@@ -1,12 +1,11 @@
 #include "hosts/vst3/PluginObject.h"
 
-#include <cstdio>
 #include <utility>
 
-#include "editor/AudioUnitViewController.h"
 #include "hosts/instance/Instance.h"
+#include "hosts/instance/made.h"
 #include "hosts/vst3/createPlugin.h"
-#include "platform/foundation/NSError.h"
+#include "hosts/window/makeInstance.h"
 
 namespace qov::hosts::vst3 {
 
@@ -41,17 +40,12 @@ void* PluginObject::find(const std::uint8_t* id) noexcept {
 extern "C" v3_funknown** kelvane_vst3_create(v3_funknown** host) {
     using namespace qov;
     using namespace qov::hosts;
-    try {
-        platform::NSError error;
-        auto instance = Instance::create(&error, {}, std::make_shared<AudioUnitViewController>());
-        if (instance) {
-            auto loop = vst3::Held<v3_run_loop>::of(host, v3_run_loop_iid);
-            return (new vst3::PluginObject(std::move(instance), std::move(loop)))->face();
-        }
-        std::fprintf(stderr, "kelvane: the effect cannot be made: %s\n",
-                     error.localizedDescription().c_str());
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "kelvane: the effect cannot be made: %s\n", error.what());
-    }
-    return nullptr;
+    using vst3::PluginObject;
+    auto* object = made<PluginObject>([&](std::string* error) -> std::unique_ptr<PluginObject> {
+        auto instance = makeInstance({}, error);
+        if (!instance) return nullptr;
+        auto loop = vst3::Held<v3_run_loop>::of(host, v3_run_loop_iid);
+        return std::make_unique<PluginObject>(std::move(instance), std::move(loop));
+    });
+    return object ? object->face() : nullptr;
 }

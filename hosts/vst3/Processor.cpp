@@ -9,7 +9,6 @@
 #include "hosts/instance/behind.h"
 #include "hosts/vst3/Controller.h"
 #include "hosts/vst3/Interface.h"
-#include "hosts/vst3/editorMutex.h"
 #include "hosts/vst3/stream.h"
 #include "hosts/vst3/text16.h"
 
@@ -124,7 +123,6 @@ v3_result Processor::setActive(v3_bool isActive) {
 }
 
 bool Processor::activate() {
-    const std::lock_guard lock(editorMutex());
     const std::lock_guard pass(gate_);
     instance_.deactivate();
     const bool isActive = instance_.activate(sampleRate_, longestBlock_, nullptr);
@@ -134,7 +132,6 @@ bool Processor::activate() {
 }
 
 void Processor::deactivate() {
-    const std::lock_guard lock(editorMutex());
     const std::lock_guard pass(gate_);
     instance_.deactivate();
 }

@@ -3,21 +3,20 @@
 #include <travesty/view.h>
 
 #include <cstdint>
-#include <memory>
 
 #include "hosts/vst3/Interface.h"
+#include "hosts/window/EmbeddedEditor.h"
 
 namespace qov::hosts {
-class EditorWindow;
 class Instance;
-}  // namespace qov::hosts
+}
 
 namespace qov::hosts::vst3 {
 
 class Controller;
 
-/// The editor in a host's X11 window. It keeps the effect alive, so that either may be let go of
-/// first. Main thread.
+/// The editor in a host's X11 window, drawn on the host's run loop. It holds the effect, so that
+/// the host may release either first. Main thread.
 class View final : public Unknown {
  public:
     View(Unknown& effect, Controller& controller, Instance& instance);
@@ -43,9 +42,6 @@ class View final : public Unknown {
     v3_result setContentScaleFactor(float factor);
     v3_result findParameter(std::int32_t x, std::int32_t y, v3_param_id* id);
 
-    bool openWindow();
-    void closeWindow();
-
     static const v3_plugin_view_cpp viewTable;
     static const v3_plugin_view_content_scale_cpp scaleTable;
     static const v3_plugin_view_parameter_finder_cpp finderTable;
@@ -56,12 +52,9 @@ class View final : public Unknown {
 
     Unknown& effect_;
     Controller& controller_;
-    Instance& instance_;
     Held<v3_plugin_frame> frame_;
-    double scale_ = 1;             // pixels a point
-    std::int32_t width_, height_;  // pixels
-    std::uint64_t parent_ = 0;     // 0 while not attached
-    std::unique_ptr<EditorWindow> window_;
+    EmbeddedEditor editor_;
+    bool isAttached_ = false;
 };
 
 }  // namespace qov::hosts::vst3

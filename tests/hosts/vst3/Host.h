@@ -11,10 +11,8 @@
 #include <iterator>
 #include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <string_view>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -147,7 +145,6 @@ class Host final : public Owned {
 
     std::vector<EditExchange::Edit> edits;
     bool latencyChanged = false;
-    std::set<std::thread::id> tellers;  // who called the handler
     std::size_t timers() const { return timers_.size(); }
 
  private:
@@ -163,7 +160,6 @@ class Host final : public Owned {
     v3_result endEdit(v3_param_id id) { return note(EditExchange::Edit::Kind::end, id); }
     v3_result note(EditExchange::Edit::Kind kind, v3_param_id id) {
         edits.push_back({kind, id, performed_[id]});
-        tellers.insert(std::this_thread::get_id());
         return V3_OK;
     }
     v3_result restartComponent(std::int32_t flags) {

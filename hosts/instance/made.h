@@ -7,10 +7,10 @@
 
 #include "hosts/instance/guarded.h"
 
-namespace qov::hosts::lv2 {
+namespace qov::hosts {
 
-/// What make(&error) makes, given to the host; null, with one line on standard error, where it
-/// makes nothing. No exception gets out.
+/// Releases what make(&error) returns to the host. Null, with one line on standard error, if that
+/// is null or throws; no exception leaves it.
 template <class Made, class Make>
 Made* made(const Make& make) {
     return guarded(static_cast<Made*>(nullptr), [&]() -> Made* {
@@ -25,4 +25,4 @@ Made* made(const Make& make) {
     });
 }
 
-}  // namespace qov::hosts::lv2
+}  // namespace qov::hosts

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "hosts/window/EditorWindow.h"
+
+namespace qov::hosts {
+
+/// The editor of a plug-in as a host handles it: given a scale and a size, opened inside a window
+/// of the host's or floating above one, shown, resized, closed, opened again. Sizes are pixels. It
+/// draws while the host calls Instance::pump(), every `tick` and when the run loop's descriptor is
+/// readable. Belongs to the editor's thread and goes before the instance does.
+class EmbeddedEditor {
+ public:
+    struct Size {
+        int width, height;  ///< pixels
+    };
+    /// The editor draws every 50 ms, and a drag is to follow the mouse.
+    static constexpr std::chrono::milliseconds tick{20};
+
+    /// Closed, of the panel's own size. scale: pixels a point.
+    EmbeddedEditor(Instance& instance, double scale);
+    ~EmbeddedEditor();
+    EmbeddedEditor(const EmbeddedEditor&) = delete;
+    EmbeddedEditor& operator=(const EmbeddedEditor&) = delete;
+
+    /// Where it opens; scale and size are kept here, too.
+    struct Place {
+        std::uint64_t parent = 0;        ///< a foreign window to live in; 0 for none
+        std::uint64_t transientFor = 0;  ///< or one to stay above; 0 for none
+        std::string title = {};          ///< empty for the product's name
+    };
+    /// Not shown yet. False, with a line about why in *error, without a screen or such a parent.
+    /// No-op where it is open.
+    bool open(const Place& place, std::string* error);
+    void close();
+    bool isOpen() const { return window_ != nullptr; }
+
+    /// False, and nothing done, while it is not open.
+    bool show();
+    bool hide();
+
+    /// The size in points stays. Clamped to what can be drawn; false if not positive and finite.
+    bool setScale(double scale);
+    double scale() const { return scale_; }
+    /// At most EditorWindow::largestSide; false if empty.
+    bool setSize(Size size);
+    Size size() const;
+    /// The largest size of the panel's proportions that fits, no smaller than can be read. The
+    /// result of it fits itself.
+    Size fitting(Size size) const;
+
+    /// The control drawn at a place; see EditorWindow::controlAt().
+    std::optional<int> controlAt(int x, int y) const;
+    /// The X11 window; 0 while it is not open.
+    std::uint64_t handle() const;
+
+    /// The user has closed a floating window.
+    std::function<void()> onClose;
+    /// The screen, or the window around it, is gone.
+    std::function<void()> onLost;
+
+ private:
+    int pixels(double points) const;
+
+    Instance& instance_;
+    double scale_;
+    platform::CGSize size_ = EditorWindow::panelSize;  // points, before it is open
+    std::unique_ptr<EditorWindow> window_;
+};
+
+}  // namespace qov::hosts
