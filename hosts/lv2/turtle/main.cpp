@@ -1,46 +1,176 @@
-// Writes the bundle's Turtle files into the folder that is given.
+// Fills a Turtle template of the bundle: @name@ is replaced by a value, and the lines between
+// "@each parameter" or "@each preset" and "@end" are repeated with the values of each.
+
+#include <fmt/format.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
+#include <map>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
-#include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
-#include "audiounit/componentDescription.h"
-#include "hosts/lv2/turtle/Turtle.h"
-#include "platform/foundation/Console.h"
-#include "platform/foundation/NSError.h"
+#include "audiounit/parameters.h"
+#include "audiounit/presets.h"
+#include "hosts/instance/Instance.h"
+#include "hosts/instance/product.h"
+#include "hosts/instance/valueText.h"
+#include "hosts/lv2/Ports.h"
+#include "hosts/lv2/Uris.h"
 
+namespace qov::hosts::lv2 {
 namespace {
 
-bool write(const std::string& path, const std::string& text) {
-    const auto fresh = path + ".new";
-    std::FILE* file = std::fopen(fresh.c_str(), "wb");
-    bool isWell = file && std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    if (file && std::fclose(file) != 0) isWell = false;
-    if (isWell && std::rename(fresh.c_str(), path.c_str()) == 0) return true;
-    std::fprintf(stderr, "lv2-turtle: %s: %s\n", path.c_str(), std::strerror(errno));
-    return false;
+using Values = std::map<std::string, std::string>;
+
+std::string number(float value) {
+    return fmt::format("{:.2f}", value);
+}
+
+std::string portSymbol(const Parameter& parameter) {
+    return parameter.address == kBypass ? "enabled" : symbolOf(parameter.identifier);
+}
+
+/// A port's value with the panel's figure for it; the time of the phase shift, whose frames depend
+/// on the sample rate.
+std::string scalePoint(const Parameter& parameter, float value) {
+    constexpr double anyRate = 48000;
+    auto label = valueText(parameter.address, parameterOfPort(parameter.address, value), anyRate);
+    if (parameter.address == kBypass) label = value > 0 ? "on" : "off";
+    if (const auto time = label.find('('); time != std::string::npos)
+        label = label.substr(time + 1, label.find(')') - time - 1);
+    return fmt::format("[ rdfs:label \"{}\" ; rdf:value {:.2f} ]", label, value);
+}
+
+Values valuesOf(const Parameter& parameter) {
+    const bool isBypass = parameter.address == kBypass;
+    std::vector<std::string> points;
+    for (const float value : parameter.isSwitch() ? std::vector{0.0F, 1.0F}
+                                                  : std::vector{0.0F, 0.25F, 0.5F, 0.75F, 1.0F})
+        points.push_back(scalePoint(parameter, value));
+    const auto uri = parameterUri(parameter.identifier);
+    std::string more;
+    if (parameter.isSwitch()) more = "        lv2:portProperty lv2:toggled ;\n";
+    if (parameter.address == kPhaseShift)
+        more =
+            "        units:unit [\n            a units:Unit ;\n"
+            "            rdfs:label \"hundredths of a second\" ;\n"
+            "            units:symbol \"× 10 ms\" ;\n"
+            "            units:render \"%.2f × 10 ms\"\n        ] ;\n";
+    return {{"index", std::to_string(firstControl + parameter.address)},
+            {"symbol", portSymbol(parameter)},
+            {"port", isBypass ? "Enabled" : std::string(parameter.name)},
+            {"initial", number(portOfParameter(parameter.address, parameter.initial))},
+            {"designation", isBypass ? "lv2:enabled" : "<" + uri + ">"},
+            {"more", more},
+            {"points", fmt::format("{}", fmt::join(points, " ,\n            "))},
+            {"parameter", uri},
+            {"name", std::string(parameter.name)},
+            {"default", number(parameter.initial)}};
+}
+
+Values valuesOfPreset(std::size_t index) {
+    std::vector<std::string> values;
+    for (const auto& parameter : hostParameters)
+        values.push_back(fmt::format(
+            "[ lv2:symbol \"{}\" ; pset:value {:.2f} ]", portSymbol(parameter),
+            portOfParameter(parameter.address, presetParameters[index][parameter.address])));
+    return {{"number", std::to_string(index)},
+            {"label", std::string(presetNames[index])},
+            {"values", fmt::format("{}", fmt::join(values, " ,\n        "))}};
+}
+
+/// The format counts versions by two numbers, even ones for a release.
+Values productValues() {
+    int major = 0, minor = 0, patch = 0;
+    std::sscanf(product::version, "%d.%d.%d", &major, &minor, &patch);
+    return {{"uri", product::uri},
+            {"product", product::name},
+            {"summary", product::summary},
+            {"maker", product::maker},
+            {"version", product::version},
+            {"minor", std::to_string((major * 100 + minor) * 2)},
+            {"micro", std::to_string(patch * 2)},
+            {"latency", std::to_string(latencyPort)},
+            {"events", std::to_string(eventsPort)},
+            {"notify", std::to_string(notifyPort)},
+            {"notifyBytes", std::to_string(notifyBytes)},
+            {"captureFrames", std::to_string(Instance::captureFrames)}};
+}
+
+/// Throws std::runtime_error for a name without a value.
+std::string filled(const std::string& text, const Values& values) {
+    std::string result;
+    std::size_t done = 0;
+    for (std::size_t at; (at = text.find('@', done)) != std::string::npos;) {
+        const auto end =
+            text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ", at + 1);
+        result += text.substr(done, at - done);
+        if (end == std::string::npos || text[end] != '@') {  // "@prefix"
+            result += '@';
+            done = at + 1;
+            continue;
+        }
+        const auto name = text.substr(at + 1, end - at - 1);
+        const auto value = values.find(name);
+        if (value == values.end()) throw std::runtime_error("there is no value @" + name + "@");
+        result += value->second;
+        done = end + 1;
+    }
+    return result + text.substr(done);
+}
+
+std::string expanded(std::istream& lines) {
+    const auto common = productValues();
+    std::vector<Values> parameters, presets;
+    for (const auto& parameter : hostParameters) parameters.push_back(valuesOf(parameter));
+    for (std::size_t i = 0; i < factoryPresetCount; ++i) presets.push_back(valuesOfPreset(i));
+
+    const std::vector<Values> once(1);
+    const auto* items = &once;
+    std::string block, result;
+    const auto endBlock = [&](const std::vector<Values>* next) {
+        for (auto values : *items) {
+            values.insert(common.begin(), common.end());
+            result += filled(block, values);
+        }
+        block.clear();
+        items = next;
+    };
+    for (std::string line; std::getline(lines, line);) {
+        if (line == "@each parameter")
+            endBlock(&parameters);
+        else if (line == "@each preset")
+            endBlock(&presets);
+        else if (line == "@end")
+            endBlock(&once);
+        else
+            block += line + '\n';
+    }
+    endBlock(&once);
+    return result;
 }
 
 }  // namespace
+}  // namespace qov::hosts::lv2
 
 int main(int count, char** arguments) {
-    if (count != 2) {
-        std::fputs("usage: lv2-turtle FOLDER\n", stderr);
+    if (count != 3) {
+        std::fputs("usage: lv2-turtle TEMPLATE OUT\n", stderr);
         return 2;
     }
-    platform::console::setSink({});
-    qov::QOV_Kelvane_PluginAudioUnit unit;
-    platform::NSError error;
-    if (!unit.initWithComponentDescription(qov::componentDescription, {}, &error)) {
-        std::fprintf(stderr, "lv2-turtle: %s\n", error.localizedDescription().c_str());
+    try {
+        std::ifstream lines(arguments[1]);
+        if (!lines) throw std::runtime_error(std::strerror(errno));
+        const auto text = qov::hosts::lv2::expanded(lines);
+        std::ofstream out(arguments[2]);
+        if (!(out << text << std::flush)) throw std::runtime_error("it cannot be written");
+        return 0;
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "lv2-turtle: %s to %s: %s\n", arguments[1], arguments[2],
+                     error.what());
         return 1;
     }
-    const auto& tree = *unit.parameterTree();
-    const std::string folder(arguments[1]);
-    const bool isWell = write(folder + "/manifest.ttl", qov::hosts::lv2::manifestTurtle()) &&
-                        write(folder + "/kelvane.ttl", qov::hosts::lv2::pluginTurtle(tree)) &&
-                        write(folder + "/presets.ttl", qov::hosts::lv2::presetsTurtle(tree));
-    return isWell ? 0 : 1;
 }
