@@ -115,7 +115,7 @@ void AudioUnitViewController::viewDidLoad() {
     panel.viewController = self;
     panel.delegate = self;
     timer_ = platform::Timer::scheduledTimer(kRedrawInterval, true, [self](platform::Timer&) {
-        self->correlographView->setNeedsDisplay();
+        connected(self->correlographView, "correlographView").setNeedsDisplay();
     });
     if (audioUnit_) {
         print("AU Diagnostics: The plugin is loaded.");

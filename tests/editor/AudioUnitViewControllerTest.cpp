@@ -96,6 +96,12 @@ TEST_F(Controller, AnAudioUnitThatIsRefusedChangesNothing) {
     EXPECT_EQ(console.lines().front(), "AU Diagnostics: Trying to create the audio unit.");
 }
 
+TEST_F(Controller, ACorrelographThatLostItsOutletIsAFatalErrorAtTheNextTick) {
+    open();
+    controller->correlographView.reset();
+    EXPECT_DEATH(loop->advance(0.1), "outlet is missing: correlographView");
+}
+
 TEST_F(Controller, AddressesBeyondTheBoundOnesAreReported) {
     open();
     EXPECT_EQ(controller->getParameter(-1), 0.0F);
