@@ -41,11 +41,6 @@ PanelStyle::PanelStyle(const CGColor& background, const CGColor& contrast) {
     lightFaint = CGColor::gray(0.86, 0.38);
     knobTop = CGColor::gray(mix(0.27, 0.36, b));
     knobBottom = CGColor::gray(mix(0.12, 0.16, b));
-    if (b >= lightPlate) depth = mix(0.25, 0.6, (b - lightPlate) / (1 - lightPlate));
-}
-
-CGColor PanelStyle::onPlate(const CGColor& color) const {
-    return {color.red * depth, color.green * depth, color.blue * depth, color.alpha};
 }
 
 }  // namespace qov

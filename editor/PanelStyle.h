@@ -18,12 +18,6 @@ struct PanelStyle {
     platform::CGColor light;     ///< text and pointers on the dark ground
     platform::CGColor lightFaint;
     platform::CGColor knobTop, knobBottom;
-
-    /// A colour of light as it is to be printed on the plate: deeper where that is light.
-    platform::CGColor onPlate(const platform::CGColor& color) const;
-
- private:
-    platform::CGFloat depth = 1;
 };
 
 }  // namespace qov

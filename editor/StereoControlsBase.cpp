@@ -33,6 +33,7 @@ namespace {
 constexpr CGRect canvas{0, 0, 680, 440};
 constexpr CGPoint center{340, 220};
 constexpr CGRect screen{208.5, 92.5, 263, 255};
+constexpr CGRect phaseShiftBox{510.5, 204.5, 130, 34};
 constexpr CGFloat lastKnobAngle = 140;     // degrees to either side
 constexpr CGFloat lastPanoramaAngle = 45;  // degrees to either side
 constexpr CGFloat levelReach = 254;        // units of a full meter
@@ -231,13 +232,12 @@ void StereoControlsBase::drawControls(const CGRect& frame, ResizingBehavior resi
         const std::string phaseShift = phaseShiftText();
         const PanelStyle style(colorBackground.cgColor(), colorContrast.cgColor());
         drawPlate(*context, style);
-        // Wide fields reach over the plate, under all that is to be read there, and quietly once
-        // they leave the screen's edge.
-        const CGFloat beyond = std::clamp((stereoWidthNormalized - 0.5) / 0.1, 0.0, 1.0);
-        const CGFloat strength = 0.85 - 0.45 * beyond;
-        drawBrackets(*context, style.onPlate(colorEmphasize.cgColor().withAlpha(strength)));
         drawScreen(*context, style);
         drawStereoField(*context, style);
+        drawSlot(*context, style, phaseShiftBox, 4,
+                 isPhaseShiftActive ? colorEmphasize2.cgColor() : style.edge);
+        // Wide fields reach over the plate and the phase field, under all that is to be read there.
+        drawBrackets(*context, style);
         drawLevels(*context);
         drawStereoWidth(*context, style);
         drawPanorama(*context, style);
@@ -283,7 +283,7 @@ void StereoControlsBase::drawStereoField(CGContext& context, const PanelStyle& s
     }
     context.setLineDash(0, {});
 
-    // Turned by the panorama: needle and base line, and the brackets with them.
+    // Turned by the panorama: needle and base line.
     const CGColor amber = colorEmphasize.cgColor();
     context.rotateBy(radians(bipolar(panoramaNormalized) * lastPanoramaAngle));
     const CGFloat reach = widthReach * stereoWidthNormalized;
@@ -292,14 +292,10 @@ void StereoControlsBase::drawStereoField(CGContext& context, const PanelStyle& s
     stroke(context, line({-std::min(reach, 118.0), 0}, {std::min(reach, 118.0), 0}),
            amber.withAlpha(0.28), 1);
     context.restoreGState();
-
-    context.saveGState();
-    context.clipTo(screen);
-    drawBrackets(context, amber);
-    context.restoreGState();
 }
 
-void StereoControlsBase::drawBrackets(CGContext& context, const CGColor& color) const {
+void StereoControlsBase::drawBrackets(CGContext& context, const PanelStyle& style) const {
+    const CGColor amber = colorEmphasize.cgColor();
     context.saveGState();
     context.translateBy(center.x, center.y);
     context.rotateBy(radians(bipolar(panoramaNormalized) * lastPanoramaAngle));
@@ -313,8 +309,10 @@ void StereoControlsBase::drawBrackets(CGContext& context, const CGColor& color) 
         bracket.addLineTo({outer, -halfHeight});
         bracket.addLineTo({outer, halfHeight});
         bracket.addLineTo({inner, halfHeight});
-        if (isActive) stroke(context, bracket, color.withAlpha(0.3 * color.alpha), 7);
-        stroke(context, bracket, color.withAlpha((isActive ? 1.0 : 0.85) * color.alpha), 2);
+        // The dark rim keeps amber readable on a plate of any brightness.
+        stroke(context, bracket, style.ground, 5);
+        if (isActive) stroke(context, bracket, amber.withAlpha(0.3), 7);
+        stroke(context, bracket, amber, 2);
     }
     context.restoreGState();
 }
@@ -354,11 +352,10 @@ void StereoControlsBase::drawPanorama(CGContext& context, const PanelStyle& styl
 
 void StereoControlsBase::drawPhaseShift(CGContext& context, const PanelStyle& style,
                                         const std::string& words) const {
-    constexpr CGRect box{510.5, 204.5, 130, 34};
+    constexpr CGRect box = phaseShiftBox;
     const CGColor blue = colorEmphasize2.cgColor();
     text(context, words, boldFace, 12, {box.minX(), 184, box.width(), 14}, style.ink,
          NSTextAlignment::center);
-    drawSlot(context, style, box, 4, isPhaseShiftActive ? blue : style.edge);
     const CGFloat left = box.minX() + 8, right = box.maxX() - 8;
     const CGFloat x = left + phaseShiftValue * (right - left);
     if (x - left > 0.1) {

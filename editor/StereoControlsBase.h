@@ -51,7 +51,7 @@ class StereoControlsBase {
     std::string phaseShiftText() const;
     void drawScreen(platform::CGContext& context, const PanelStyle& style) const;
     void drawStereoField(platform::CGContext& context, const PanelStyle& style) const;
-    void drawBrackets(platform::CGContext& context, const platform::CGColor& color) const;
+    void drawBrackets(platform::CGContext& context, const PanelStyle& style) const;
     void drawLevels(platform::CGContext& context) const;
     void drawStereoWidth(platform::CGContext& context, const PanelStyle& style) const;
     void drawPanorama(platform::CGContext& context, const PanelStyle& style) const;

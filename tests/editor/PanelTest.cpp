@@ -338,6 +338,29 @@ INSTANTIATE_TEST_SUITE_P(Views, GoldenPicture, testing::ValuesIn(goldens), [](co
     return name;
 });
 
+// Outside the screen at neutral and at +20 %, over the phase field at +80 %.
+TEST_F(Panel, TheRightBracketIsReadableAtEveryWidthAndBrightness) {
+    const auto luminance = [](std::uint32_t pixel) {
+        const auto linear = [&](int shift) {
+            return std::pow((pixel >> shift & 255) / 255.0, 2.2);
+        };
+        return 0.2126 * linear(16) + 0.7152 * linear(8) + 0.0722 * linear(0);
+    };
+    for (const float width : {0.5f, 0.6f, 0.9f}) {
+        for (const float brightness : {0.0f, 0.25f, 0.45f, 0.5f, 0.75f, 1.0f}) {
+            panel->updateParameter(kStereoWidth, width);
+            panel->setBrightness(brightness);
+            const auto picture = draw(*panel, 680, 440, 4);
+            const auto at = [&](double x) {
+                return luminance(picture->pixels()[880 * 2720 + static_cast<int>(4 * x)]);
+            };
+            const double post = 340 + 256 * width + 10;
+            EXPECT_GE((at(post) + 0.05) / (at(post + 1.75) + 0.05), 3)
+                << width << " on " << brightness;
+        }
+    }
+}
+
 TEST_F(Panel, TextsWithoutAudioUnitNeedNoViewControllerOrAreAFault) {
     controller->setAudioUnit(nullptr);
     EXPECT_DEATH(draw(*panel, 68, 44), "audio unit is missing");
