@@ -137,8 +137,8 @@ void render(Stretch& s) {
                 reference.set(s.events[next].address, s.events[next].value);
         const auto block = static_cast<std::size_t>(s.block);
         std::size_t end = std::min(s.frames, (frame / block + 1) * block);
-        for (std::size_t i = next; i < s.events.size() && s.events[i].frame < end; ++i)
-            if (s.events[i].address != Event::nothing) end = s.events[i].frame;
+        // An event that sets nothing cuts, too.
+        if (next < s.events.size()) end = std::min(end, s.events[next].frame);
         reference.process(&s.left[frame], &s.right[frame], end - frame);
         frame = end;
     }
