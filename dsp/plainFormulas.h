@@ -11,6 +11,7 @@ struct PlainArithmetic {
     static float fusedMultiplyAdd(float x, float y, float z) { return std::fma(x, y, z); }
 };
 
+/// The formulas of the stages in that arithmetic.
 using PlainFormulas = StageFormulas<PlainArithmetic>;
 
 }  // namespace qov

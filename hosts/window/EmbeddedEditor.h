@@ -17,8 +17,9 @@ namespace qov::hosts {
 /// readable. Belongs to the editor's thread and goes before the instance does.
 class EmbeddedEditor {
  public:
+    /// Of the window, in pixels.
     struct Size {
-        int width, height;  ///< pixels
+        int width, height;
     };
     /// The editor draws every 50 ms, and a drag is to follow the mouse.
     static constexpr std::chrono::milliseconds tick{20};
