@@ -9,6 +9,7 @@
 
 #include <fmt/format.h>
 
+#include "audiounit/parameters.h"
 #include "fuzz/require.h"
 #include "hosts/cli/Automation.h"
 #include "hosts/cli/Command.h"
@@ -18,15 +19,10 @@ namespace {
 
 using namespace qov::cli;
 
-std::string optionOf(std::uint64_t address) {
-    for (const auto& parameter : allParameters)
-        if (parameter.address == address) return std::string(parameter.option);
-    std::abort();
-}
-
 std::string written(const AutomationEvent& event) {
     if (event.kind == AutomationEvent::Kind::parameter)
-        return fmt::format("{} set {} {}\n", event.frame, optionOf(event.address), event.value);
+        return fmt::format("{} set {} {}\n", event.frame, qov::parameterAt(event.address)->option,
+                           event.value);
     std::string line = fmt::format("{} midi", event.frame);
     for (int i = 0; i < event.length; ++i)
         line += fmt::format(" {:02X}", event.message[static_cast<std::size_t>(i)]);
