@@ -9,8 +9,8 @@
 //   +- contrastButton    in the upper right corner, hidden at first
 //
 // All gestures sit on the root view, so that a panel that was moved out of sight can be called back
-// with a double tap anywhere. A touch in a hotspot belongs to the panel: only the pinch receives
-// it, too. The slider keeps drags and holds to itself, the button taps.
+// with a double tap anywhere. A touch in a hotspot, on the slider or on the button belongs to that
+// control: of the gestures only the pinch receives it as well.
 
 #include <memory>
 #include <numbers>
@@ -137,14 +137,19 @@ void AudioUnitViewController::addGestures(platform::UIView& root) {
     longPressGesture->addTarget(action<UILongPressGestureRecognizer, UIGestureRecognizer>(
         self, &AudioUnitViewController::onlongPressGesture));
 
-    const auto isOutsideHotspots = [panel = std::weak_ptr(stereoControls)](const UITouch& touch) {
-        const auto controls = panel.lock();
-        return !controls || touch.view() != controls || !controls->isInHotspot(touch);
+    const auto isBesideControls = [self](const UITouch& touch) {
+        const auto controller = self.lock();
+        if (!controller) return true;
+        const auto view = touch.view();
+        if (view == controller->contrastButton || view == controller->brightnessSlider)
+            return false;
+        const auto& panel = controller->stereoControls;
+        return view != panel || !panel->isInHotspot(touch);
     };
     for (const std::shared_ptr<UIGestureRecognizer>& gesture :
          std::initializer_list<std::shared_ptr<UIGestureRecognizer>>{
              panGesture, pinchGesture, doubleTapGesture, tapGesture, longPressGesture}) {
-        if (gesture != pinchGesture) gesture->shouldReceive = isOutsideHotspots;
+        if (gesture != pinchGesture) gesture->shouldReceive = isBesideControls;
         root.addGestureRecognizer(gesture);
     }
 }

@@ -385,6 +385,28 @@ TEST_F(Controller, LongPressShowsTheContrastAndHidesBoth) {
     EXPECT_EQ(button.alpha(), 1.0);
 }
 
+TEST_F(Controller, TouchesOnTheContrastControlsAreTheirOwn) {
+    open();
+    auto& button = *controller->contrastButton;
+    auto& slider = *controller->brightnessSlider;
+    window->deliverZoomStep({340, 220}, 1.25, loop->now());
+    settle();
+    button.setHidden(false);
+    const auto onButton = button.frame().center(), onSlider = slider.frame().center();
+    down(onButton.x, onButton.y);
+    settle(0.6);
+    up(onButton.x, onButton.y);
+    EXPECT_FALSE(button.isHidden()) << "a hold on the button is a press of the button";
+    EXPECT_FALSE(slider.isHidden());
+    for (int click = 0; click < 2; ++click) {
+        tapAt(onSlider.x, onSlider.y);
+        settle(0.1);
+    }
+    settle();
+    EXPECT_TRUE(controller->touchesLocked) << "no late tap takes the slider's lock away";
+    EXPECT_EQ(panel().size.width, 850) << "two clicks on the slider do not re-centre the panel";
+}
+
 // Layout
 
 struct LayoutCase {
