@@ -10,7 +10,8 @@
 //
 // All gestures sit on the root view, so that a panel that was moved out of sight can be called back
 // with a double tap anywhere. A touch in a hotspot, on the slider or on the button belongs to that
-// control: of the gestures only the pinch receives it as well.
+// control: of the gestures only the pinch receives it as well. The pan leaves out touches that go
+// down while the lock is set, too.
 
 #include <memory>
 #include <numbers>
@@ -152,6 +153,11 @@ void AudioUnitViewController::addGestures(platform::UIView& root) {
         if (gesture != pinchGesture) gesture->shouldReceive = isBesideControls;
         root.addGestureRecognizer(gesture);
     }
+    // Gestures receive a touch before the panel, which clears the lock for a touch on the plate.
+    panGesture->shouldReceive = [self, isBesideControls](const UITouch& touch) {
+        const auto controller = self.lock();
+        return isBesideControls(touch) && !(controller && controller->touchesLocked);
+    };
 }
 
 }  // namespace qov

@@ -224,52 +224,60 @@ TEST_F(Controller, DragOnAHotspotEditsAndDoesNotMoveThePanel) {
     EXPECT_FALSE(controller->touchesLocked);
 }
 
-TEST_F(Controller, ASecondTouchEditsInAHotspotAndMovesThePanelBesideIt) {
-    open();
-    const platform::CGPoint knob{460, 375}, plate{510, 375};  // 24 points outside the hotspot
-    for (const auto& first : {knob, plate})
-        for (const double gap : {0.02, 0.2, 0.3, 0.4, 1.0})
-            for (const double away : {0.0, 8.0, 23.0})
-                for (const auto& second : {knob, plate}) {
-                    const bool isKnob = second == knob;
-                    SCOPED_TRACE(testing::Message()
-                                 << "first at " << first.x << ", then " << gap << " s, second at "
-                                 << second.x << " - " << away);
-                    tapAt(first.x, first.y);
-                    settle(gap);
-                    const auto x = second.x - (isKnob ? away : 0);
-                    down(x, second.y);
-                    settle(0.1);
-                    move(x, second.y - 20);
-                    settle(0.4);  // a late tap would come here
-                    move(x, second.y - 60);
-                    up(x, second.y - 60);
-                    EXPECT_EQ(parameter(0) != 0.5F, isKnob);
-                    EXPECT_EQ(panel() != CGRect(0, 0, 680, 440), !isKnob);
-                    settle();
-                    controller->setParameter(0, 0.5F);
-                    controller->centerPluginView();
-                    loop->pump();
-                    window->update();
-                }
-}
+enum class Gesture { drag, hold, click };
 
-TEST_F(Controller, ClicksOnSwitchesAndAHeldKnobLeaveThePanelAndItsButtonAlone) {
+/// A tap, and soon after it another touch, on a panel that is zoomed by 1.25.
+class GestureTable
+    : public Controller,
+      public testing::WithParamInterface<std::tuple<const char*, double, const char*, Gesture>> {
+ protected:
+    platform::CGPoint place(const std::string& name) const {
+        if (name == "button") return controller->contrastButton->frame().center();
+        if (name == "slider") return controller->brightnessSlider->frame().center();
+        const platform::CGPoint on = name == "knob"     ? platform::CGPoint{480, 375}
+                                     : name == "switch" ? platform::CGPoint{100, 130}
+                                                        : platform::CGPoint{492, 375};
+        return {on.x * 1.25 - 85, on.y * 1.25 - 55};
+    }
+};
+
+TEST_P(GestureTable, TouchesInAControlAreNoGestures) {
+    const auto& [first, gap, second, gesture] = GetParam();
+    const bool isPlate = second == std::string("plate");
     open();
     window->deliverZoomStep({340, 220}, 1.25, loop->now());
     settle();
     const auto zoomed = panel();
-    tapAt(100 * 1.25 - 85, 130 * 1.25 - 55);
-    settle(0.1);
-    tapAt(100 * 1.25 - 85, 90 * 1.25 - 55);
+    controller->contrastButton->setHidden(false);
+    controller->brightnessSlider->setHidden(false);
+    const auto at = place(second), before = place(first);
+    tapAt(before.x, before.y);
+    settle(gap);
+    const bool isLocked = controller->touchesLocked;
+    EXPECT_EQ(isLocked, first == std::string("slider"));
+    down(at.x, at.y);
+    settle(gesture == Gesture::click ? 0.05 : 0.1);
+    if (gesture == Gesture::hold) settle(0.5);
+    if (gesture == Gesture::drag) {
+        move(at.x, at.y - 20);
+        settle(0.4);  // a late tap would come here
+        move(at.x, at.y - 60);
+    }
+    up(at.x, at.y - (gesture == Gesture::drag ? 60 : 0));
     settle();
-    EXPECT_EQ(panel(), zoomed);
-    EXPECT_EQ(parameter(3) + parameter(4), 2);
-    down(350 * 1.25 - 85, 375 * 1.25 - 55);
-    settle(1);
-    EXPECT_TRUE(controller->contrastButton->isHidden());
-    up(350 * 1.25 - 85, 375 * 1.25 - 55);
+    EXPECT_EQ(parameter(0) != 0.5F, second == std::string("knob") && gesture == Gesture::drag);
+    EXPECT_EQ(controller->contrastButton->isHidden(), isPlate && gesture == Gesture::hold);
+    const bool isDoubleTap = isPlate && first == std::string("plate") && gap <= 0.3;
+    EXPECT_EQ(panel() != zoomed, (isPlate && gesture == Gesture::drag && !isLocked) ||
+                                     (isDoubleTap && gesture == Gesture::click));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Touches, GestureTable,
+    testing::Combine(testing::Values("knob", "switch", "button", "slider", "plate"),
+                     testing::Values(0.02, 0.28, 0.4, 1.0),
+                     testing::Values("knob", "switch", "button", "slider", "plate"),
+                     testing::Values(Gesture::drag, Gesture::hold, Gesture::click)));
 
 TEST_F(Controller, CorrelographOfALargePanelLeavesTheControlsTheirTouches) {
     createAudioUnit();
@@ -383,28 +391,6 @@ TEST_F(Controller, LongPressShowsTheContrastAndHidesBoth) {
     longPress();
     EXPECT_TRUE(button.isHidden() && slider.isHidden());
     EXPECT_EQ(button.alpha(), 1.0);
-}
-
-TEST_F(Controller, TouchesOnTheContrastControlsAreTheirOwn) {
-    open();
-    auto& button = *controller->contrastButton;
-    auto& slider = *controller->brightnessSlider;
-    window->deliverZoomStep({340, 220}, 1.25, loop->now());
-    settle();
-    button.setHidden(false);
-    const auto onButton = button.frame().center(), onSlider = slider.frame().center();
-    down(onButton.x, onButton.y);
-    settle(0.6);
-    up(onButton.x, onButton.y);
-    EXPECT_FALSE(button.isHidden()) << "a hold on the button is a press of the button";
-    EXPECT_FALSE(slider.isHidden());
-    for (int click = 0; click < 2; ++click) {
-        tapAt(onSlider.x, onSlider.y);
-        settle(0.1);
-    }
-    settle();
-    EXPECT_TRUE(controller->touchesLocked) << "no late tap takes the slider's lock away";
-    EXPECT_EQ(panel().size.width, 850) << "two clicks on the slider do not re-centre the panel";
 }
 
 // Layout
