@@ -144,8 +144,10 @@ bool Instance::activate(double sampleRate, std::uint32_t longestBlock, platform:
     clock_ = 0;
     render_ = unit_->internalRenderBlock();
     if (hasRendered_) reset();
-    // Allocation has forgotten the delay but not its parameter.
-    unit_->setParameter(kPhaseShift, unit_->getParameter(kPhaseShift));
+    // Allocation has forgotten the delay but not its parameter; the editor draws it anew in samples
+    // of the new rate.
+    const auto delay = HostEvent::parameter(0, kPhaseShift, value(kPhaseShift));
+    apply({&delay, 1});
     return true;
 }
 
