@@ -2,14 +2,12 @@
 
 #include <cairo-svg.h>
 #include <fmt/format.h>
-#include <unistd.h>
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
@@ -66,12 +64,7 @@ std::vector<std::byte> sheetAsSvg() {
 
 void writeFile(const std::string& path, std::span<const std::byte> bytes) {
     OutputPlace place(path);
-    while (!bytes.empty()) {
-        const auto written = ::write(place.descriptor(), bytes.data(), bytes.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) place.failToWrite(errno);
-        bytes = bytes.subspan(static_cast<std::size_t>(written));
-    }
+    place.write({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     place.commit();
 }
 

@@ -1,8 +1,5 @@
 #include "hosts/cli/DemoCommand.h"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -37,12 +34,7 @@ void writePhrase(const std::string& path, const Phrase& phrase) {
 
 void writeText(const std::string& path, std::string_view text) {
     OutputPlace place(path);
-    while (!text.empty()) {
-        const auto put = write(place.descriptor(), text.data(), text.size());
-        if (put < 0 && errno == EINTR) continue;
-        if (put < 0) place.failToWrite(errno);
-        text.remove_prefix(static_cast<std::size_t>(put));
-    }
+    place.write(text);
     place.commit();
 }
 

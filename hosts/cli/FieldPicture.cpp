@@ -1,7 +1,5 @@
 #include "hosts/cli/FieldPicture.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -356,14 +354,7 @@ void drawAll(cairo_t* cr, const std::vector<FieldPanel>& panels, double width, d
 
 cairo_status_t writeTo(void* place, const unsigned char* data, unsigned int length) {
     const int descriptor = static_cast<const OutputPlace*>(place)->descriptor();
-    while (length > 0) {
-        const auto put = write(descriptor, data, length);
-        if (put < 0 && errno == EINTR) continue;
-        if (put <= 0) return CAIRO_STATUS_WRITE_ERROR;
-        data += put;
-        length -= static_cast<unsigned int>(put);
-    }
-    return CAIRO_STATUS_SUCCESS;
+    return writeFully(descriptor, data, length) ? CAIRO_STATUS_SUCCESS : CAIRO_STATUS_WRITE_ERROR;
 }
 
 }  // namespace

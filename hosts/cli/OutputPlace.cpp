@@ -128,10 +128,14 @@ OutputPlace::~OutputPlace() {
     if (descriptor_ > STDERR_FILENO) close(descriptor_);
 }
 
+void OutputPlace::write(std::string_view bytes) const {
+    if (!writeFully(descriptor_, bytes.data(), bytes.size())) failToWrite(errno);
+}
+
 void OutputPlace::commit() {
     const int descriptor = descriptor_;
     descriptor_ = -1;
-    // Some file systems tell of a full disk only here.
+    // Some file systems report a full disk only here.
     if (close(descriptor) != 0 && errno != EINTR) failToWrite(errno);
     if (temporary_.empty()) return;
     if (rename(temporary_.c_str(), target_.c_str()) != 0) failToWrite(errno);
@@ -143,6 +147,18 @@ void OutputPlace::failToWrite(int error) const {
     if (error == EPIPE)
         throw Failure(fmt::format("{}: its reader closed it before the end", name_));
     throw Failure(fmt::format("{}: cannot write: {}", name_, std::strerror(error)));
+}
+
+bool writeFully(int descriptor, const void* bytes, std::size_t count) {
+    const auto* from = static_cast<const char*>(bytes);
+    while (count > 0) {
+        const auto put = write(descriptor, from, count);
+        if (put < 0 && errno == EINTR) continue;
+        if (put <= 0) return false;
+        from += put;
+        count -= static_cast<std::size_t>(put);
+    }
+    return true;
 }
 
 bool isSameFile(const std::string& one, const std::string& other) {

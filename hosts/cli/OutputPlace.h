@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace qov::cli {
 
@@ -20,11 +22,13 @@ class OutputPlace {
 
     /// Open for writing until commit(); the caller does not close it.
     int descriptor() const { return descriptor_; }
+    /// Writes all of the bytes. Throws Failure where that fails.
+    void write(std::string_view bytes) const;
     bool isStream() const { return temporary_.empty(); }
     /// For messages: the path, or "standard output".
     const std::string& name() const { return name_; }
 
-    /// Closes, and gives the file its name. Throws Failure where the disk says no.
+    /// Closes, and gives the file its name. Throws Failure where the disk refuses.
     void commit();
 
     /// Throws Failure: the name and what errno means; for a full disk, a closed pipe and the like.
@@ -36,6 +40,9 @@ class OutputPlace {
     std::string temporary_;  ///< empty for streams
     int descriptor_ = -1;
 };
+
+/// Writes all of the bytes, over interruptions by signals. False: failed, with errno set.
+bool writeFully(int descriptor, const void* bytes, std::size_t count);
 
 /// Whether both paths lead to one file, through links too; false where one does not exist.
 bool isSameFile(const std::string& one, const std::string& other);

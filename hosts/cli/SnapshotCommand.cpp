@@ -1,10 +1,7 @@
 #include "hosts/cli/SnapshotCommand.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -279,12 +276,7 @@ std::shared_ptr<const platform::CGImage> Scene::picture(const std::string& view,
 void write(const std::string& path, const platform::CGImage& image) {
     const auto bytes = image.png();
     OutputPlace place(path);
-    for (std::size_t done = 0; done < bytes.size();) {
-        const auto put = ::write(place.descriptor(), &bytes[done], bytes.size() - done);
-        if (put < 0 && errno == EINTR) continue;
-        if (put <= 0) place.failToWrite(errno);
-        done += static_cast<std::size_t>(put);
-    }
+    place.write({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
     place.commit();
 }
 

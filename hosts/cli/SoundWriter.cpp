@@ -40,17 +40,12 @@ struct Stream {
     static sf_count_t read(void*, sf_count_t, void*) { return 0; }
     static sf_count_t write(const void* from, sf_count_t count, void* self) {
         auto& stream = *static_cast<Stream*>(self);
-        sf_count_t done = 0;
-        while (done < count) {
-            const auto put = ::write(stream.descriptor, static_cast<const char*>(from) + done,
-                                     static_cast<std::size_t>(count - done));
-            if (put < 0 && errno == EINTR) continue;
-            if (put < 0) stream.error = errno;
-            if (put <= 0) break;
-            done += put;
+        if (!writeFully(stream.descriptor, from, static_cast<std::size_t>(count))) {
+            stream.error = errno;
+            return 0;
         }
-        stream.bytes += done;
-        return done;
+        stream.bytes += count;
+        return count;
     }
 };
 
