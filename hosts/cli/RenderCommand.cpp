@@ -25,7 +25,8 @@ namespace {
 constexpr auto help = R"(
 OUT's format follows its ending: wav, flac, aiff, w64, rf64, caf, au, ogg, opus, mp3. Its samples are of
 the input's subtype where the format has it, else float, pcm24, pcm16 or the format's own codec. A WAV
-that grows beyond 4 GiB becomes RF64. Integers are rounded without dither and held to full scale.
+that grows beyond 4 GiB becomes RF64. Integers are rounded without dither and clamped to full
+scale; a line on standard error says how many samples that clipped, and -q leaves it out.
 
 A value is 0 to 1, or has a unit: +60% of stereo width, L30 of panorama, 5ms or 220samples of phase
 shift, -6dB of volume. A switch may be followed by on or off; a file of that name is ./on.
@@ -99,6 +100,7 @@ void declare(CLI::App& app, Options& options) {
     app.add_flag("--raw-timing", options.isRawTiming,
                  "write what the render calls return, 2048 frames late");
     app.add_flag("--upmix", job.upmix, "take a mono input, too");
+    app.add_flag("-q,--quiet", job.isQuiet, "print no notes, such as that of clipped samples");
     app.add_flag("--progress", options.progress,
                  "show progress even where standard error is no terminal");
     app.add_flag("--no-progress", options.noProgress, "never show progress");

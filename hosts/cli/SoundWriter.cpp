@@ -217,8 +217,12 @@ struct SoundWriter::State {
         if (writef(file, samples, frames) < frames) fail();
     }
 
-    /// The library wants the value at the top of 32 bits.
-    std::int32_t quantised(float sample) const {
+    /// In the upper bits of 32, where libsndfile takes it.
+    std::int32_t quantised(float sample) {
+        if (const float magnitude = std::abs(sample); magnitude > 1.0F) {
+            ++clipping.samples;
+            clipping.peak = std::max(clipping.peak, magnitude);
+        }
         const double value = std::isnan(sample) ? 0 : static_cast<double>(sample) * fullScale;
         const double held = std::clamp(std::nearbyint(value), -fullScale, fullScale - 1);
         return static_cast<std::int32_t>(held * step);
@@ -248,6 +252,7 @@ struct SoundWriter::State {
     const int bits;            ///< 0: written as floats
     const double fullScale = std::ldexp(1.0, bits - 1);
     const double step = std::ldexp(1.0, 32 - bits);
+    Clipping clipping;
     std::uint32_t pending = 0;
     std::vector<std::int32_t> integers;
     std::vector<float> floats;
@@ -308,6 +313,10 @@ void SoundWriter::writeFrames(const float* samples, std::uint32_t frames) {
 
 void SoundWriter::writeFrames(const double* samples, std::uint32_t frames) {
     state_->writeWith(sf_writef_double, samples, frames);
+}
+
+SoundWriter::Clipping SoundWriter::clipping() const {
+    return state_->clipping;
 }
 
 void SoundWriter::close() {

@@ -11,7 +11,7 @@ namespace qov::cli {
 class OutputPlace;
 
 /// A stereo output, written in order and in constant memory. Throws Failure with the output's name
-/// where it can't be written, a full disk included.
+/// where it cannot be written, such as on a full disk.
 class SoundWriter {
  public:
     /// What is written.
@@ -37,6 +37,13 @@ class SoundWriter {
     void writeFrames(const std::int32_t* samples, std::uint32_t frames);
     void writeFrames(const float* samples, std::uint32_t frames);
     void writeFrames(const double* samples, std::uint32_t frames);
+
+    /// Samples beyond full scale that write() clamped for an integer subtype.
+    struct Clipping {
+        std::int64_t samples = 0;
+        float peak = 0;  ///< the greatest magnitude of them; full scale is 1
+    };
+    Clipping clipping() const;
 
     /// Completes the file's header. Nothing may be written after it.
     void close();

@@ -1,6 +1,8 @@
 #include "hosts/cli/renderFile.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstdio>
 #include <limits>
 
 #include <fmt/format.h>
@@ -131,6 +133,16 @@ std::vector<AutomationEvent> eventsOf(const RenderJob& job, std::int64_t rate) {
     return events;
 }
 
+void noteClipping(const OutputPlace& place, const SoundWriter::Shape& shape,
+                  const SoundWriter::Clipping& clipping) {
+    if (clipping.samples == 0) return;
+    const bool takesFloat = soundFormat::isWritable(shape.container, SF_FORMAT_FLOAT, shape.rate);
+    fmt::print(stderr, "kelvane: {}: {} {} clipped, peak {:+.1f} dBFS; {} them\n", place.name(),
+               fmt::group_digits(clipping.samples), clipping.samples == 1 ? "sample" : "samples",
+               20 * std::log10(clipping.peak),
+               takesFloat ? "--subtype float keeps" : "a wav with --subtype float keeps");
+}
+
 }  // namespace
 
 void renderFile(const RenderJob& job) {
@@ -151,13 +163,16 @@ void renderFile(const RenderJob& job) {
     OutputPlace place(job.output);
     const auto shape = shapeOf(job, place, reader);
     SoundWriter writer(place, shape, reader.metadata());
-    Progress progress(job.showProgress, reader.frames(), reader.rate());
+    std::optional<Progress> progress;
+    progress.emplace(job.showProgress, reader.frames(), reader.rate());
     const auto length = reader.frames().value_or(std::numeric_limits<std::int64_t>::max());
     if (!isBypassedThroughout(bypassed, events, length) ||
-        !copyExactly(reader, writer, shape.subtype, progress))
-        process(job, settings, std::move(events), bypassed, reader, writer, progress);
+        !copyExactly(reader, writer, shape.subtype, *progress))
+        process(job, settings, std::move(events), bypassed, reader, writer, *progress);
     writer.close();
     place.commit();
+    progress.reset();  // erases its line
+    if (!job.isQuiet) noteClipping(place, shape, writer.clipping());
 }
 
 }  // namespace qov::cli

@@ -27,10 +27,11 @@ struct RenderJob {
     std::uint32_t block = 512;
     Timing timing = Timing::aligned;
     bool showProgress = false;
+    bool isQuiet = false;  ///< prints no notes, such as that of clipped samples
 };
 
-/// Does it. Throws Failure where input, automation or output are at fault; the output then is as it
-/// was.
+/// Renders the job, and notes clipped samples on standard error. Throws Failure for a wrong input,
+/// automation or output; the output then is unchanged.
 void renderFile(const RenderJob& job);
 
 }  // namespace qov::cli

@@ -1,7 +1,9 @@
 // kelvane render as a process: what a user meets at the shell.
+#include <cmath>
 #include <csignal>
 #include <cstring>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sndfile.h>
@@ -86,6 +88,31 @@ TEST_F(Render, PutsIntegersOfTheProcessedSideBackExactlyAndHoldsThemToFullScale)
     EXPECT_EQ(hard.samples[2 * 62000 + 1], 32767 * 65536) << "held, not wrapped";
     EXPECT_EQ(hard.samples[2 * 40000 + 1] / 65536, std::lround(0.6 * (7232 + 7231)));
     EXPECT_EQ(hard.samples[2 * 40000], 0);
+}
+
+TEST_F(Render, NotesClippedSamplesUnlessQuiet) {
+    auto loud = noise(2 * 5000);
+    for (auto& sample : loud) sample *= 3;
+    save(in, {.format = floatWav, .samples = loud});
+    EXPECT_EQ(shell("$K render " + in + " " + out).err, "") << "floats do not clip";
+    std::int64_t count = 0;
+    float peak = 0;
+    for (const float sample : loadFloats(out).samples) {
+        count += std::abs(sample) > 1;
+        peak = std::max(peak, std::abs(sample));
+    }
+    ASSERT_GT(count, 1000);
+    const auto note = fmt::format(": {},{:03} samples clipped, peak {:+.1f} dBFS; ", count / 1000,
+                                  count % 1000, 20 * std::log10(peak));
+    for (const auto& [file, advice] : {std::pair{"out.aiff", "--subtype float keeps them\n"},
+                                       {"out.flac", "a wav with --subtype float keeps them\n"}}) {
+        const auto path = folder / file;
+        const auto command = "$K render " + in + " " + path + " --subtype pcm16";
+        const auto run = shell(command);
+        EXPECT_EQ(run.code, 0);
+        EXPECT_EQ(run.err, "kelvane: " + path + note + advice);
+        EXPECT_EQ(shell(command + " -q").err, "");
+    }
 }
 
 TEST_F(Render, StreamsThroughPipesAsWavAndAsRawFloats) {
