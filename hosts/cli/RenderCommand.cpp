@@ -1,5 +1,6 @@
 #include "hosts/cli/RenderCommand.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -27,6 +28,8 @@ OUT's format follows its ending: wav, flac, aiff, w64, rf64, caf, au, ogg, opus,
 the input's subtype where the format has it, else float, pcm24, pcm16 or the format's own codec. A WAV
 that grows beyond 4 GiB becomes RF64. Integers are rounded without dither and clamped to full
 scale; a line on standard error says how many samples that clipped, and -q leaves it out.
+
+A script replaces an existing OUT; a command that is typed at a terminal does so only with -y.
 
 A value is 0 to 1, or has a unit: +60% of stereo width, L30 of panorama, 5ms or 220samples of phase
 shift, -6dB of volume. A switch may be followed by on or off; a file of that name is ./on.
@@ -66,6 +69,7 @@ struct Options {
     RenderJob job;
     std::string preset, block, rawRate;
     bool isRawTiming = false;
+    bool overwrites = false;
     bool progress = false;
     bool noProgress = false;
     bool diagnostics = false;
@@ -100,12 +104,25 @@ void declare(CLI::App& app, Options& options) {
     app.add_flag("--raw-timing", options.isRawTiming,
                  "write what the render calls return, 2048 frames late");
     app.add_flag("--upmix", job.upmix, "take a mono input, too");
+    app.add_flag("-y,--overwrite", options.overwrites,
+                 "replace an existing OUT when typed at a terminal, too");
     app.add_flag("-q,--quiet", job.isQuiet, "print no notes, such as that of clipped samples");
     app.add_flag("--progress", options.progress,
                  "show progress even where standard error is no terminal");
     app.add_flag("--no-progress", options.noProgress, "never show progress");
     app.add_flag("--diagnostics", options.diagnostics, "show the effect's console lines");
     app.footer(help);
+}
+
+/// Whether a user typed the command at a terminal: an interactive shell makes each command the
+/// leader of its process group, a script does not.
+bool isTypedAtTerminal() {
+    return isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0 && getpgrp() == getpid();
+}
+
+bool isExistingFile(const std::string& path) {
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 /// Turns the texts into values. Throws Failure (2) for a wrong one.
@@ -122,6 +139,8 @@ void complete(Options& options) {
         if (job.input != "-" && job.output != "-")
             throw Failure("--raw: is for standard input and output; neither IN nor OUT is -", 2);
     }
+    if (!options.overwrites && isTypedAtTerminal() && isExistingFile(job.output))
+        throw Failure(fmt::format("{}: exists; -y (--overwrite) replaces it", job.output));
     job.timing = options.isRawTiming ? Timing::raw : Timing::aligned;
     job.showProgress = !options.noProgress && (options.progress || isatty(STDERR_FILENO) != 0);
 }

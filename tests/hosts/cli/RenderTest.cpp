@@ -115,6 +115,23 @@ TEST_F(Render, NotesClippedSamplesUnlessQuiet) {
     }
 }
 
+TEST_F(Render, ReplacesAnOutputWhenTypedAtATerminalOnlyIfAsked) {
+    // script(1) gives its command a terminal of its own, as the leader of a process group.
+    const auto onTerminal = [&](const std::string& options, const std::string& after) {
+        write(out, "the old output");
+        return shell("script -qec '$K render " + in + " " + out + options + after + "' /dev/null");
+    };
+    const auto refused = onTerminal("", "");
+    EXPECT_EQ(refused.code, 1);
+    EXPECT_THAT(refused.out, HasSubstr("out.wav: exists; -y (--overwrite) replaces it"));
+    EXPECT_EQ(contents(out), "the old output");
+    for (const auto& [options, after] : {std::pair{" -y", ""}, {"", "; exit $?"}}) {
+        const auto replaced = onTerminal(options, after);
+        EXPECT_EQ(replaced.code, 0) << replaced.out;
+        EXPECT_EQ(loadFloats(out).samples.size(), 60000U) << options << after;
+    }
+}
+
 TEST_F(Render, StreamsThroughPipesAsWavAndAsRawFloats) {
     ASSERT_EQ(shell("$K render " + in + " " + out + " --panorama 0.3").code, 0);
     const auto wanted = loadFloats(out).samples;
