@@ -28,9 +28,6 @@ using platform::RunLoop;
 constexpr double kUsualRate = 44100;        // frames a second
 constexpr double kExchangeInterval = 0.05;  // seconds: with each of the editor's ticks
 constexpr double kJackInterval = 2;         // seconds between two looks for a JACK server
-// Of a control's range.
-constexpr float kFineStep = 0.005F;
-constexpr float kCoarseStep = 0.05F;
 
 void say(const std::string& line) {
     fmt::print(stderr, "kelvane: {}\n", line);
@@ -140,33 +137,20 @@ void App::openWindow() {
         say("the X server has gone, and the window with it");
         end(1);
     };
-    native.onKey = [this](const platform::KeyStroke& stroke) { return handleKey(stroke); };
+    window_->onKey = [this](const platform::KeyStroke& stroke) { return handleKey(stroke); };
 }
 
 bool App::handleKey(const platform::KeyStroke& stroke) {
-    const auto turn = [&](float direction) {
-        const auto at = window_->native().pointer();
-        const auto control = at ? window_->controlAt(*at) : std::nullopt;
-        if (control) window_->nudge(*control, direction * (stroke.shift ? kCoarseStep : kFineStep));
-        return control.has_value();
-    };
     switch (stroke.key) {
-        case Key::up:
-        case Key::right:
-            return turn(1);
-        case Key::down:
-        case Key::left:
-            return turn(-1);
         case Key::space:
             sound_->setPlaying(!sound_->isPlaying());
             return true;
         case Key::escape:
             end(0);
             return true;
-        case Key::other:
-            break;
+        default:
+            return false;
     }
-    return false;
 }
 
 // Sound

@@ -20,8 +20,8 @@ struct Options {
     std::string jackServer;
 };
 
-/// The window with the editor, until the user closes it (or a signal asks for it); arrows turn the
-/// control under the mouse, Space plays and pauses the sound, Esc ends. Returns the exit code.
+/// The window with the editor, until the user closes it (or a signal asks for it). Space plays and
+/// pauses the sound, Esc ends; all other keys are the editor's. Returns the exit code.
 /// Throws std::runtime_error with a line for the user where there is no screen.
 /// What else there is to know goes to standard error, a line each.
 int runApp(const Options& options);

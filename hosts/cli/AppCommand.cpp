@@ -59,9 +59,8 @@ int runApp(const Arguments& arguments) {
     CLI::App cli(
         "Opens the effect with its editor in a window, as a JACK client; while no JACK server "
         "runs, in silence.\n"
-        "Arrows turn the control under the mouse (coarsely with Shift), Space plays and pauses "
-        "FILE, "
-        "Esc ends.",
+        "Wheel and arrows turn the control under the mouse, with Shift ten times finer; a double "
+        "click sets its default, Return types a value. Space plays and pauses FILE, Esc ends.",
         "kelvane app");
     std::string file, size;
     app::Options options;

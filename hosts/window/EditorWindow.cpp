@@ -11,6 +11,7 @@
 #include "editor/StereoControls.h"
 #include "hosts/instance/Instance.h"
 #include "hosts/window/HoverView.h"
+#include "hosts/window/PanelInput.h"
 #include "hosts/window/fitPanel.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/uikit/NativeWindow.h"
@@ -22,27 +23,23 @@ namespace qov::hosts {
 using platform::RunLoop;
 using platform::UITouchPhase;
 
-namespace {
-
-constexpr float wheelStep = 0.01F;  // of a control's range
-
-}  // namespace
-
 EditorWindow::EditorWindow(Instance& instance, std::shared_ptr<AudioUnitViewController> controller,
                            std::shared_ptr<platform::UIWindow> content)
     : instance_(instance),
       controller_(std::move(controller)),
       content_(std::move(content)),
-      hover_(std::make_shared<HoverView>()) {
+      hover_(std::make_shared<HoverView>()),
+      gesture_(instance) {
     content_->willDeliverTouch = [this](platform::UIView& touched, UITouchPhase phase) {
         if (&touched != controller_->stereoControls.get()) return;
         content_->display(touched);
-        if (phase == UITouchPhase::began && touches_++ == 0) instance_.touchBegan();
+        if (phase == UITouchPhase::began) gesture_.hold();
     };
     content_->didDeliverTouch = [this](platform::UIView& touched, UITouchPhase phase) {
         if (&touched != controller_->stereoControls.get()) return;
-        const bool up = phase == UITouchPhase::ended || phase == UITouchPhase::cancelled;
-        if (up && --touches_ == 0) instance_.touchEnded();
+        if (phase != UITouchPhase::ended && phase != UITouchPhase::cancelled) return;
+        if (input_ && phase == UITouchPhase::ended) input_->touchEnded();
+        gesture_.release();
     };
     controller_->stereoControls->addSubview(hover_);
 }
@@ -66,6 +63,8 @@ std::unique_ptr<EditorWindow> EditorWindow::open(Instance& instance, const Optio
          .transientFor = options.transientFor,
          .scale = options.scale,
          .minimumSize = smallestSize,
+         .aspect = panelSize,
+         .application = product::identifier,
          .contentScale =
              [&controller = window->controller()](platform::CGSize size) {
                  const auto fit = fitPanel(size);
@@ -74,18 +73,27 @@ std::unique_ptr<EditorWindow> EditorWindow::open(Instance& instance, const Optio
              }},
         error);
     if (!window->native_) return nullptr;
-    window->native_->onWheel = [self = window.get()](platform::CGPoint at, int steps) {
-        const auto control = self->controlAt(at);
-        if (control) self->nudge(*control, wheelStep * static_cast<float>(steps));
-        return control.has_value();
-    };
-    window->native_->onHover = [self = window.get()](auto at) { self->hover(at); };
+    window->takeInput();
     return window;
+}
+
+void EditorWindow::takeInput() {
+    input_ = std::make_unique<PanelInput>(*this, instance_, gesture_);
+    native_->routeTouch = [this](UITouchPhase phase, platform::CGPoint at, auto held) {
+        return input_->routeTouch(phase, at, held);
+    };
+    native_->onWheel = [this](platform::CGPoint at, int steps, auto held) {
+        return input_->wheel(at, steps, held);
+    };
+    native_->onHover = [this](auto at) { hover(at); };
+    native_->onKey = [this](const platform::KeyStroke& stroke) { key(stroke); };
+    native_->onFocusLost = [this] { input_->closeField(); };
 }
 
 EditorWindow::~EditorWindow() {
     const RunLoop::MakeCurrent current(instance_.runLoop());
     native_.reset();
+    input_.reset();
     hover_->removeFromSuperview();
     content_->setRootViewController(nullptr);
     controller_->fitToHeight = false;
@@ -115,6 +123,7 @@ void EditorWindow::hover(std::optional<platform::CGPoint> at) {
                                 area->height() * scale);
     using platform::CGColor;
     const platform::CGFloat grey = controller_->pluginFrame->contrast;
+    input_->hover(at);
     hover_->mark(area, takesKeys, PanelStyle(CGColor::gray(grey), CGColor::gray(1 - grey)).ink);
 }
 
@@ -128,14 +137,28 @@ std::optional<int> EditorWindow::controlAt(platform::CGPoint point) const {
     return static_cast<int>(found - modes.begin());
 }
 
-void EditorWindow::nudge(int address, float by) {
+bool EditorWindow::key(const platform::KeyStroke& stroke) {
     const RunLoop::MakeCurrent current(instance_.runLoop());
-    const float value = std::clamp(controller_->getParameter(address) + by, 0.0F, 1.0F);
-    // Turned in mid-drag, it is part of the drag.
-    const bool isOwnTouch = touches_ == 0;
-    if (isOwnTouch) instance_.touchBegan();
-    controller_->onStereoControlsParameter(address, value);
-    if (isOwnTouch) instance_.touchEnded();
+    return input_->key(stroke) || (onKey && onKey(stroke));
+}
+
+std::string EditorWindow::modeAt(platform::CGPoint point) const {
+    const auto place = canvasPoint(point);
+    return place ? controller_->stereoControls->baseClass.modeAt(*place) : "";
+}
+
+std::optional<platform::CGRect> EditorWindow::hotAreaAt(platform::CGPoint point) const {
+    const auto place = canvasPoint(point);
+    const auto area =
+        place ? controller_->stereoControls->baseClass.hotAreaAt(*place) : std::nullopt;
+    return area ? std::optional(windowArea(*area)) : std::nullopt;
+}
+
+platform::CGRect EditorWindow::windowArea(const platform::CGRect& canvasArea) const {
+    const auto scale = canvasScale();
+    const auto corner = controller_->stereoControls->convertToWindow(
+        {canvasArea.minX() * scale, canvasArea.minY() * scale});
+    return {corner, {canvasArea.width() * scale, canvasArea.height() * scale}};
 }
 
 }  // namespace qov::hosts

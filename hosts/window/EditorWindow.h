@@ -1,17 +1,20 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "hosts/instance/product.h"
+#include "hosts/window/EditGesture.h"
 #include "platform/coregraphics/CGGeometry.h"
 
 namespace platform {
 class NativeWindow;
 class UIView;
 class UIWindow;
+struct KeyStroke;
 }  // namespace platform
 
 namespace qov {
@@ -22,15 +25,15 @@ namespace qov::hosts {
 
 class HoverView;
 class Instance;
+class PanelInput;
 
 /// The editor of an instance in a window of its own or inside a host's, where fitPanel() scales it
-/// to the window. It takes part in the
-/// instance's run loop, which somebody has to pump. Belongs to the editor's thread, like all of its
-/// operations, and goes before the instance does.
+/// to the window. It takes part in the instance's run loop, which the owner has to pump. Belongs to
+/// the editor's thread, like all of its operations, and is destroyed before the instance.
 ///
 /// It keeps what the panel expects of its host: the panel that is touched was the last one to draw
-/// in the process, and the host's automation hears of the beginning and the end of a touch. The
-/// wheel turns the control under the mouse, and what a press would act on is marked there.
+/// in the process, and the host's automation gets the beginning and the end of each gesture. What a
+/// press would act on is marked under the mouse. PanelInput says what wheel, keys and clicks do.
 class EditorWindow {
  public:
     /// Where the window goes, and how large it is.
@@ -65,8 +68,18 @@ class EditorWindow {
     /// Which of width, panorama and phase shift (their addresses) is drawn at a point of the
     /// window.
     std::optional<int> controlAt(platform::CGPoint point) const;
-    /// Turns that control by so much of its range, as a touch would; it stops at the ends.
-    void nudge(int address, float by);
+    /// The editing mode at a point of the window; empty for none.
+    std::string modeAt(platform::CGPoint point) const;
+    /// Its hot area, in points of the window.
+    std::optional<platform::CGRect> hotAreaAt(platform::CGPoint point) const;
+    /// An area of the panel's canvas, in points of the window.
+    platform::CGRect windowArea(const platform::CGRect& canvasArea) const;
+    /// A key that the window got, or that the host passes on. True if it meant something.
+    bool key(const platform::KeyStroke& stroke);
+    /// The keys that mean nothing to the panel.
+    std::function<bool(const platform::KeyStroke&)> onKey;
+    /// A person's gestures: their beginning and end can be observed here.
+    EditGesture& gesture() { return gesture_; }
 
  private:
     EditorWindow(Instance& instance, std::shared_ptr<AudioUnitViewController> controller,
@@ -74,6 +87,7 @@ class EditorWindow {
     /// A point of the window on the panel's canvas, where the panel is the frontmost there.
     std::optional<platform::CGPoint> canvasPoint(platform::CGPoint point) const;
     platform::CGFloat canvasScale() const;
+    void takeInput();
     void hover(std::optional<platform::CGPoint> at);
 
     Instance& instance_;
@@ -81,7 +95,8 @@ class EditorWindow {
     std::shared_ptr<platform::UIWindow> content_;
     std::unique_ptr<platform::NativeWindow> native_;
     std::shared_ptr<HoverView> hover_;
-    int touches_ = 0;  // down on the panel
+    EditGesture gesture_;
+    std::unique_ptr<PanelInput> input_;
 };
 
 }  // namespace qov::hosts

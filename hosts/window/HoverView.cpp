@@ -28,11 +28,12 @@ void HoverView::mark(const std::optional<platform::CGRect>& area, bool takesKeys
 
 void HoverView::draw(platform::CGRect rect) {
     constexpr platform::CGFloat radius = 5;
-    const auto shape = platform::UIBezierPath::roundedRect(rect.insetBy(0.5, 0.5), radius);
-    platform::UIColor(ink_.withAlpha(0.06)).setFill();
+    auto shape = platform::UIBezierPath::roundedRect(rect.insetBy(1, 1), radius);
+    platform::UIColor(ink_.withAlpha(0.07)).setFill();
     shape.fill();
-    if (!takesKeys_) return;
-    platform::UIColor(ink_.withAlpha(0.3)).setStroke();
+    // At 0.75 the outline keeps a contrast of 3:1 with the plate at every brightness.
+    platform::UIColor(ink_.withAlpha(0.75)).setStroke();
+    shape.lineWidth = takesKeys_ ? 1.5 : 1;
     shape.stroke();
 }
 

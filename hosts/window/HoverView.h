@@ -14,7 +14,8 @@ class HoverView : public platform::UIView {
     HoverView();
 
     /// area: in the panel's coordinates, none to mark nothing. takesKeys: it also has the arrow
-    /// keys and the wheel, which an outline shows. ink: a colour that stands out from the panel.
+    /// keys and the wheel; its outline is then wider. ink: a colour that stands out from the
+    /// panel.
     void mark(const std::optional<platform::CGRect>& area, bool takesKeys,
               const platform::CGColor& ink);
 

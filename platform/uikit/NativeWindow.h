@@ -11,15 +11,40 @@
 namespace platform {
 
 class UIWindow;
+enum class UITouchPhase;
 
-/// The keys that mean something to somebody.
-enum class Key { other, left, right, up, down, space, escape };
+/// The keys that have a meaning of their own; the rest only type a character.
+enum class Key {
+    other,
+    left,
+    right,
+    up,
+    down,
+    space,
+    escape,
+    enter,
+    backspace,
+    forwardDelete,
+    home,
+    end
+};
+
+/// The modifier keys that are held.
+struct KeyModifiers {
+    bool shift = false;
+    bool control = false;
+};
 
 /// A key going down, or repeating while it is held.
 struct KeyStroke {
     Key key = Key::other;
-    bool shift = false;
+    KeyModifiers held;
+    char character = 0;  ///< what it types, with Ctrl too: printable ASCII; 0 for anything else
 };
+
+/// The keys that a window inside another one takes from it: none, the arrows and Return (while the
+/// mouse is in it or it has the focus), or all of them, with the input focus.
+enum class KeyDemand { none, steps, all };
 
 /// A window on the screen that shows a UIWindow and feeds it with touches. Works inside the run
 /// loop that was current when it was opened: it draws at the end of each turn, what has changed.
@@ -38,6 +63,10 @@ class NativeWindow {
         CGFloat scale = 0;
         /// Smallest size that the desktop lets the user choose, in points.
         CGSize minimumSize{1, 1};
+        /// Width and height whose ratio the desktop keeps when the user resizes; zero for any.
+        CGSize aspect;
+        /// WM_CLASS, by which desktops find the application's entry and icon; empty for none.
+        std::string application;
         /// Points of the screen a point of the content, for a window of that size in points of the
         /// screen. Called before the content gets the size. Empty: 1.
         std::function<CGFloat(CGSize size)> contentScale;
@@ -68,6 +97,9 @@ class NativeWindow {
     virtual void setScale(CGFloat scale) = 0;
     /// Names it to the system: an X11 window.
     virtual std::uint64_t handle() const = 0;
+    /// For a window that lives in another one; it starts with none. A window of its own gets every
+    /// key while it has the focus, and this does nothing. `all` gives the focus back afterwards.
+    virtual void demandKeys(KeyDemand demand) = 0;
     /// Where the mouse is over the window, in points of the content, as are all places below.
     virtual std::optional<CGPoint> pointer() const = 0;
     /// False once the screen is gone; everything else does nothing then.
@@ -77,10 +109,16 @@ class NativeWindow {
     std::function<void()> onClose;
     /// The screen, or the window it lived in, is gone.
     std::function<void()> onLost;
-    /// True if the key meant something. A window that lives in another one gets none.
-    std::function<bool(const KeyStroke& key)> onKey;
-    /// The wheel without Ctrl, in steps, up counts positive. What it leaves (false) zooms.
-    std::function<bool(CGPoint at, int steps)> onWheel;
+    /// A window that lives in another one gets what demandKeys() asks for.
+    std::function<void(const KeyStroke& key)> onKey;
+    /// Keys that were demanded went elsewhere: another window has the focus.
+    std::function<void()> onFocusLost;
+    /// The wheel, in steps, up counts positive. False makes it zoom.
+    std::function<bool(CGPoint at, int steps, KeyModifiers held)> onWheel;
+    /// Called with each touch of mouse or finger before the content gets it; returns where the
+    /// content shall see it. Nothing at touch-down keeps the whole touch from the content.
+    std::function<std::optional<CGPoint>(UITouchPhase phase, CGPoint at, KeyModifiers held)>
+        routeTouch;
     /// The mouse is at another place with no button down, or has left, gone down or given way to a
     /// finger (none).
     std::function<void(std::optional<CGPoint> at)> onHover;

@@ -30,6 +30,9 @@ namespace {
 constexpr std::int64_t kMouse = -1;  // the touch identifier of the mouse; fingers count from 0
 constexpr CGFloat kZoomStep = 1.1;   // of one notch of the wheel
 constexpr CGFloat kUsualDpi = 96;
+constexpr long kUsualEvents = ExposureMask | StructureNotifyMask | ButtonPressMask |
+                              ButtonReleaseMask | PointerMotionMask | EnterWindowMask |
+                              LeaveWindowMask;
 
 // Errors. Xlib's own way with them is to end the process, which is not ours to end: inside a
 // plug-in it is the host's. Errors of our connections are swallowed, all others passed on.
@@ -108,9 +111,27 @@ Key keyOf(KeySym symbol) {
             return Key::space;
         case XK_Escape:
             return Key::escape;
+        case XK_Return:
+        case XK_KP_Enter:
+            return Key::enter;
+        case XK_BackSpace:
+            return Key::backspace;
+        case XK_Delete:
+        case XK_KP_Delete:
+            return Key::forwardDelete;
+        case XK_Home:
+        case XK_KP_Home:
+            return Key::home;
+        case XK_End:
+        case XK_KP_End:
+            return Key::end;
         default:
             return Key::other;
     }
+}
+
+KeyModifiers modifiersOf(unsigned state) {
+    return {.shift = (state & ShiftMask) != 0, .control = (state & ControlMask) != 0};
 }
 
 class X11Window final : public NativeWindow {
@@ -161,6 +182,7 @@ class X11Window final : public NativeWindow {
         setSize(size_);
     }
 
+    void demandKeys(KeyDemand demand) override;
     std::uint64_t handle() const override { return window_; }
     std::optional<CGPoint> pointer() const override { return pointer_; }
     bool isAlive() const override { return window_ && !lost_; }
@@ -192,6 +214,10 @@ class X11Window final : public NativeWindow {
     void handleCookie(XGenericEventCookie& cookie);
     void handleButton(const XButtonEvent& event);
     void handleKey(XKeyEvent& event);
+    void deliverTouch(std::int64_t identifier, UITouchPhase phase, CGPoint at, unsigned state);
+    void takeFocus();
+    void giveFocusBack();
+    void grabSteps();
     void handleSize(int width, int height);
     void hover(std::optional<CGPoint> at) const {
         if (onHover) onHover(at);
@@ -214,6 +240,10 @@ class X11Window final : public NativeWindow {
     std::optional<RunLoop::ObserverID> observer_;
     std::vector<UIWindow::PixelRect> exposed_;
     std::optional<CGPoint> pointer_;
+    bool isEmbedded_ = false;
+    KeyDemand demand_ = KeyDemand::none;
+    ::Window focusBefore_ = 0;
+    int revertBefore_ = RevertToNone;
     bool mouseDown_ = false;
     bool lost_ = false;
     bool toldLost_ = false;
@@ -263,11 +293,10 @@ void X11Window::makeWindow(const Options& options) {
     XSetWindowAttributes attributes{};
     attributes.colormap = XCreateColormap(display_, root, visual_, AllocNone);
     attributes.bit_gravity = NorthWestGravity;
-    attributes.event_mask = ExposureMask | StructureNotifyMask | ButtonPressMask |
-                            ButtonReleaseMask | PointerMotionMask | EnterWindowMask |
-                            LeaveWindowMask;
+    attributes.event_mask = kUsualEvents;
     // Inside a host keys are the host's: what is not selected goes to the window around.
-    if (!options.parent) attributes.event_mask |= KeyPressMask;
+    isEmbedded_ = options.parent != 0;
+    if (!isEmbedded_) attributes.event_mask |= KeyPressMask;
     window_ = XCreateWindow(display_, parent, 0, 0, pixels(size_.width), pixels(size_.height), 0,
                             depth_, InputOutput, visual_,
                             CWColormap | CWBitGravity | CWEventMask | CWBorderPixel, &attributes);
@@ -291,7 +320,17 @@ void X11Window::describeWindow(const Options& options) {
     hints.flags = PMinSize;
     hints.min_width = static_cast<int>(pixels(options.minimumSize.width));
     hints.min_height = static_cast<int>(pixels(options.minimumSize.height));
+    if (options.aspect.width > 0 && options.aspect.height > 0) {
+        hints.flags |= PAspect;
+        hints.min_aspect = hints.max_aspect = {static_cast<int>(options.aspect.width),
+                                               static_cast<int>(options.aspect.height)};
+    }
     XSetWMNormalHints(display_, window_, &hints);
+    if (!options.application.empty()) {
+        std::string name = options.application;
+        XClassHint application{name.data(), name.data()};
+        XSetClassHint(display_, window_, &application);
+    }
     if (options.transientFor)
         XSetTransientForHint(display_, window_, static_cast<::Window>(options.transientFor));
     if (options.parent) {
@@ -374,7 +413,7 @@ void X11Window::handle(XEvent& event) {
         case MotionNotify:
             pointer_ = points(event.xmotion.x, event.xmotion.y);
             if (mouseDown_)
-                content_->deliverTouch(kMouse, UITouchPhase::moved, *pointer_, loop_->now());
+                deliverTouch(kMouse, UITouchPhase::moved, *pointer_, event.xmotion.state);
             else
                 hover(pointer_);
             break;
@@ -387,6 +426,12 @@ void X11Window::handle(XEvent& event) {
             break;
         case KeyPress:
             handleKey(event.xkey);
+            break;
+        case FocusOut:
+            // Those of the pointer come while the window is given the focus.
+            if (event.xfocus.mode == NotifyNormal && event.xfocus.detail != NotifyPointer &&
+                demand_ == KeyDemand::all && onFocusLost)
+                onFocusLost();
             break;
         case MappingNotify:
             XRefreshKeyboardMapping(&event.xmapping);
@@ -416,15 +461,15 @@ void X11Window::handleButton(const XButtonEvent& event) {
         case Button1:
             mouseDown_ = pressed;
             if (pressed) hover({});
-            content_->deliverTouch(kMouse, pressed ? UITouchPhase::began : UITouchPhase::ended,
-                                   place, loop_->now());
+            deliverTouch(kMouse, pressed ? UITouchPhase::began : UITouchPhase::ended, place,
+                         event.state);
             if (!pressed) hover(place);
             break;
         case Button4:
         case Button5: {
             if (!pressed) break;
             const bool up = event.button == Button4;
-            if ((event.state & ControlMask) || !onWheel || !onWheel(place, up ? 1 : -1))
+            if (!onWheel || !onWheel(place, up ? 1 : -1, modifiersOf(event.state)))
                 content_->deliverZoomStep(place, up ? kZoomStep : 1 / kZoomStep, loop_->now());
             break;
         }
@@ -434,15 +479,69 @@ void X11Window::handleButton(const XButtonEvent& event) {
 }
 
 void X11Window::handleKey(XKeyEvent& event) {
-    const auto symbol = XLookupKeysym(&event, 0);
-    if (onKey) onKey({keyOf(symbol), (event.state & ShiftMask) != 0});
+    const auto held = modifiersOf(event.state);
+    // Ctrl would make a control character of a letter.
+    event.state &= ~static_cast<unsigned>(ControlMask);
+    char typed = 0;
+    KeySym symbol = NoSymbol;
+    if (XLookupString(&event, &typed, 1, &symbol, nullptr) != 1 || typed < ' ' || typed > '~')
+        typed = 0;
+    if (onKey) onKey({keyOf(symbol), held, typed});
+}
+
+void X11Window::deliverTouch(std::int64_t identifier, UITouchPhase phase, CGPoint at,
+                             unsigned state) {
+    const auto place = routeTouch ? routeTouch(phase, at, modifiersOf(state)) : at;
+    if (place) content_->deliverTouch(identifier, phase, *place, loop_->now());
+}
+
+// Keys inside a host's window
+
+void X11Window::demandKeys(KeyDemand demand) {
+    if (!isEmbedded_ || !isAlive() || demand == demand_) return;
+    if (demand_ == KeyDemand::all) giveFocusBack();
+    if (demand_ == KeyDemand::steps) XUngrabKey(display_, AnyKey, AnyModifier, window_);
+    demand_ = demand;
+    if (demand == KeyDemand::all) takeFocus();
+    if (demand == KeyDemand::steps) grabSteps();
+    XFlush(display_);
+}
+
+void X11Window::takeFocus() {
+    XGetInputFocus(display_, &focusBefore_, &revertBefore_);
+    XSelectInput(display_, window_, kUsualEvents | KeyPressMask | FocusChangeMask);
+    XSetInputFocus(display_, window_, RevertToParent, CurrentTime);
+}
+
+void X11Window::giveFocusBack() {
+    XSelectInput(display_, window_, kUsualEvents);
+    ::Window now = 0;
+    int revert = RevertToNone;
+    XGetInputFocus(display_, &now, &revert);
+    if (now == window_) XSetInputFocus(display_, focusBefore_, revertBefore_, CurrentTime);
+}
+
+/// A grab takes these keys alone, and only with the mouse in the window or the focus on it; all
+/// other keys stay the host's.
+void X11Window::grabSteps() {
+    for (const KeySym symbol : {XK_Left, XK_Right, XK_Up, XK_Down, XK_Return, XK_KP_Enter}) {
+        const int code = XKeysymToKeycode(display_, symbol);
+        if (code == 0) continue;
+        for (const unsigned fine : {0U, static_cast<unsigned>(ShiftMask)})
+            for (const unsigned locks :
+                 {0U, static_cast<unsigned>(LockMask), static_cast<unsigned>(Mod2Mask),
+                  static_cast<unsigned>(LockMask | Mod2Mask)})
+                XGrabKey(display_, code, fine | locks, window_, False, GrabModeAsync,
+                         GrabModeAsync);
+    }
 }
 
 void X11Window::handleCookie(XGenericEventCookie& cookie) {
     const auto touch = [&](UITouchPhase phase) {
         const auto& e = *static_cast<XIDeviceEvent*>(cookie.data);
         hover({});
-        content_->deliverTouch(e.detail, phase, points(e.event_x, e.event_y), loop_->now());
+        deliverTouch(e.detail, phase, points(e.event_x, e.event_y),
+                     static_cast<unsigned>(e.mods.effective));
     };
     const auto pinch = [&](UITouchPhase phase) {
         const auto& e = *static_cast<XIGesturePinchEvent*>(cookie.data);

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <functional>
 #include <memory>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -95,25 +97,95 @@ TEST_F(Window, MouseTurnsWidthSuspendsZoomsMovesAndCallsBack) {
     EXPECT_TRUE(shown.until([&] { return shown.panel() == CGRect(0, 0, 680, 440); }));
 }
 
-TEST_F(Window, KeysAndWheelTurnTheControlUnderTheMouse) {
+/// One editor alone, and one inside another window: every edit by mouse and keys is one gesture.
+class Hands : public Window, public testing::WithParamInterface<bool> {
+ protected:
+    Hands() {
+        std::uint64_t parent = GetParam() ? Screen::makeWindow(700, 460) : 0;
+        shown = std::make_unique<Shown>(EditorWindow::Options{.parent = parent});
+        shown->window->onKey = [this](const auto&) { return ++others > 0; };
+    }
+    float value(int address) const {
+        return shown->instance->value(static_cast<std::uint64_t>(address));
+    }
+    /// Steps are separated by semicolons; the window sees each before the next comes.
+    void act(const std::string& hands) const {
+        std::istringstream steps(hands);
+        for (std::string step; std::getline(steps, step, ';');) {
+            Screen::xdo(step);
+            for (int turn = 0; turn < 4; ++turn) shown->instance->runLoop()->runOnce(0.02);
+        }
+    }
+    /// What was done changed this control alone, to this value, in one gesture that has ended.
+    testing::AssertionResult changes(const std::string& hands, int address, float to) {
+        act(hands);
+        using Edit = hosts::EditExchange::Edit;
+        std::vector<Edit> edits;
+        const bool ended = shown->until([&] {
+            shown->instance->edits().take([&](const Edit& edit) { edits.push_back(edit); });
+            return !edits.empty() && edits.back().kind == Edit::Kind::end;
+        });
+        int begins = 0;
+        for (const auto& edit : edits)
+            if (edit.address == static_cast<std::uint64_t>(address))
+                begins += edit.kind == Edit::Kind::begin;
+            else
+                return testing::AssertionFailure() << "changes " << edit.address;
+        if (ended && begins == 1 && std::abs(value(address) - to) < 1e-5F)
+            return testing::AssertionSuccess();
+        return testing::AssertionFailure()
+               << hands << ": " << value(address) << " after " << begins << " gestures";
+    }
+
+    std::unique_ptr<Shown> shown;
+    int others = 0;
+};
+
+TEST_P(Hands, TurnTheControlUnderTheMouse) {
+    ASSERT_TRUE(shown->until([&] { return shown->isThere(); }));
+    EXPECT_TRUE(changes("mousemove 300 60; key Up key Right key Down", 1, 0.51F));
+    EXPECT_TRUE(changes("key shift+Up", 1, 0.511F));
+    EXPECT_TRUE(changes("click 4 click 4 click 5", 1, 0.521F));
+    EXPECT_TRUE(changes("keydown shift click 5 keyup shift", 1, 0.52F));
+    EXPECT_TRUE(changes("click --repeat 60 4", 1, 1));
+    EXPECT_TRUE(changes("mousemove 310 60 click --repeat 2 --delay 60 1", 1, 0.5F))
+        << "the default";
+    EXPECT_TRUE(
+        changes("mousemove 350 375 keydown shift mousedown 1 mousemove 350 365 "
+                "mousemove 350 225 mouseup 1 keyup shift",
+                0, 0.525F))
+        << "a tenth of 150 points of 600";
+}
+
+TEST_P(Hands, TypeAValueThatIsSetOnceItCanBeRead) {
+    ASSERT_TRUE(shown->until([&] { return shown->isThere(); }));
+    EXPECT_TRUE(
+        changes("mousemove 350 375 keydown ctrl click 1 keyup ctrl; type +40%x; "
+                "key Return BackSpace Return",
+                0, 0.7F))
+        << "the field stays open with what it refuses";
+    EXPECT_TRUE(
+        changes("key Return; type 0%; key Escape; key Return; key Right BackSpace BackSpace "
+                "BackSpace Home Delete End; type 6; key Return",
+                0, 0.73F))
+        << "Esc leaves +40 %, of which 46 is made";
+    others = 0;
+    act("mousemove 600 220; key Return; type 7; mousemove 660 20 click 1; type 7; key z");
+    EXPECT_EQ(others, GetParam() ? 0 : 2)
+        << "a click beside the field closes it, and keys go where they went before";
+    EXPECT_EQ(value(2), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, Hands, testing::Bool(),
+                         [](const auto& of) { return of.param ? "AnotherWindow" : "ItsOwn"; });
+
+TEST_F(Window, AScrollKeepsItsTargetUntilThePointerMovesOrItPauses) {
     Shown shown;
     ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
-    int other = 0;
-    auto& window = *shown.window;
-    window.native().onKey = [&](const platform::KeyStroke& stroke) {
-        const auto at = window.native().pointer();
-        const auto control = at ? window.controlAt(*at) : std::nullopt;
-        if (stroke.key != platform::Key::up || !control) return ++other > 0;
-        window.nudge(*control, stroke.shift ? 0.05F : 0.005F);
-        return true;
-    };
-    Screen::xdo("mousemove 300 60 key Up key shift+Up");
-    EXPECT_TRUE(shown.until([&] { return shown.instance->value(1) > 0.55F; }));
-    EXPECT_NEAR(shown.instance->value(1), 0.555, 1e-6);
-    window.nudge(1, 5);
-    EXPECT_EQ(shown.instance->value(1), 1.0F);
-    EXPECT_EQ(window.controlAt({340, 220}), std::nullopt) << "the correlograph lies there";
-    EXPECT_EQ(window.controlAt({600, 220}), 2);
+    // Zooming here slides the panorama's knob and bar below the pointer.
+    Screen::xdo("mousemove 300 92 click --repeat 6 --delay 40 4");
+    EXPECT_TRUE(shown.until([&] { return shown.panel().size.width > 680 * 1.7; }));
+    EXPECT_EQ(shown.instance->value(1), 0.5F);
 }
 
 TEST_F(Window, MarksWhatTheMouseIsOverButNotWhileItIsPressed) {

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/coregraphics/CGColor.h"
+#include "platform/uikit/UIView.h"
+
+namespace qov::hosts {
+
+/// A few lines of text on a dark rounded ground: a tooltip, a message. Touches go through it. Main
+/// thread.
+class CaptionView : public platform::UIView {
+ public:
+    /// One line: a bold head, plain words, or a warning.
+    struct Line {
+        enum class Kind { head, plain, warning };
+        std::string text;
+        Kind kind = Kind::plain;
+        bool operator==(const Line&) const = default;
+    };
+
+    CaptionView();
+
+    /// Takes the size that the lines need, below the anchor where there is room, else above it,
+    /// inside the superview. anchor: in the superview's coordinates.
+    void show(std::vector<Line> lines, const platform::CGRect& anchor);
+    void hide() { setHidden(true); }
+
+    void draw(platform::CGRect rect) override;
+
+ private:
+    std::vector<Line> lines_;
+    platform::CGFloat scale_ = 1;  // below 1 where the lines would be wider than the superview
+};
+
+}  // namespace qov::hosts

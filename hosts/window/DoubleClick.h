@@ -1,0 +1,45 @@
+#pragma once
+
+#include <cmath>
+#include <optional>
+
+#include "platform/coregraphics/CGGeometry.h"
+
+namespace qov::hosts {
+
+/// Finds the second of two clicks on the same control, neither of which was a drag. Main thread.
+class DoubleClick {
+ public:
+    static constexpr double longest = 0.4;         // seconds from press to press
+    static constexpr platform::CGFloat reach = 5;  // points of movement within a click
+
+    // now: seconds
+    void press(int control, platform::CGPoint at, double now) {
+        isSecond_ = control_ == control && now - pressed_ < longest;
+        control_ = control;
+        pressed_ = now;
+        place_ = at;
+    }
+    void move(platform::CGPoint at) {
+        if (std::hypot(at.x - place_.x, at.y - place_.y) > reach) forget();
+    }
+    /// The control that has been double-clicked with this release.
+    std::optional<int> release() {
+        if (!isSecond_) return std::nullopt;
+        const auto control = control_;
+        forget();
+        return control;
+    }
+    void forget() {
+        control_.reset();
+        isSecond_ = false;
+    }
+
+ private:
+    std::optional<int> control_;
+    double pressed_ = 0;
+    platform::CGPoint place_;
+    bool isSecond_ = false;
+};
+
+}  // namespace qov::hosts

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+
+#include "hosts/instance/Instance.h"
+
+namespace qov::hosts {
+
+/// Joins what a person does at the same time (touches, a scroll, keys) into one gesture for the
+/// host's automation: it begins with the first hold and ends with the last release. Main thread.
+class EditGesture {
+ public:
+    explicit EditGesture(Instance& instance) : instance_(instance) {}
+
+    void hold() {
+        if (holds_++ > 0) return;
+        if (onBegin) onBegin();
+        instance_.touchBegan();
+    }
+    /// One call for each hold().
+    void release() {
+        if (--holds_ > 0) return;
+        instance_.touchEnded();
+        if (onEnd) onEnd();
+    }
+
+    std::function<void()> onBegin, onEnd;
+
+ private:
+    Instance& instance_;
+    int holds_ = 0;
+};
+
+}  // namespace qov::hosts

@@ -1,0 +1,82 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "hosts/window/DoubleClick.h"
+#include "hosts/window/FineDrag.h"
+#include "hosts/window/Scroll.h"
+#include "platform/coregraphics/CGGeometry.h"
+#include "platform/uikit/NativeWindow.h"
+#include "platform/uikit/UITouch.h"
+
+namespace qov::hosts {
+
+class CaptionView;
+class EditGesture;
+class EditorWindow;
+class Instance;
+class ValueField;
+
+/// What mouse, wheel and keys do beyond the panel's own touches. Over stereo width, panorama or
+/// phase shift:
+///
+/// - Shift makes drag, wheel and arrow keys ten times finer; in a drag, so does Ctrl.
+/// - A double click sets the default value.
+/// - Ctrl and a click, or Return, opens a field for a typed value. Return sets it if it can be
+///   read, Esc or a click beside the field closes it.
+///
+/// Ctrl and the wheel zoom. A mouse that rests on a control or switch brings up a tooltip. Each
+/// edit is one gesture for the host. Main thread, with the instance's run loop current.
+class PanelInput {
+ public:
+    static constexpr float step = 0.01F;  // of a control's range: one step of wheel or arrow
+    static constexpr float fineStep = step / 10;
+
+    /// All three outlive it; the window is open.
+    PanelInput(EditorWindow& window, Instance& instance, EditGesture& gesture);
+    ~PanelInput();
+    PanelInput(const PanelInput&) = delete;
+    PanelInput& operator=(const PanelInput&) = delete;
+
+    /// As NativeWindow::routeTouch.
+    std::optional<platform::CGPoint> routeTouch(platform::UITouchPhase phase, platform::CGPoint at,
+                                                platform::KeyModifiers held);
+    /// A touch of the panel has ended, and its gesture not yet.
+    void touchEnded();
+    /// True if a control took it.
+    bool wheel(platform::CGPoint at, int steps, platform::KeyModifiers held);
+    /// True if it meant something here.
+    bool key(const platform::KeyStroke& stroke);
+    void hover(std::optional<platform::CGPoint> at);
+    /// Adds to a control's value; calls that follow each other belong to one gesture.
+    void turn(int address, float by);
+    /// Ends the typing of a value without setting it, if there is any.
+    void closeField();
+
+ private:
+    std::optional<int> pointedControl() const;
+    void showTip();
+    void hideTip();
+    void openField(int address);
+    void enterField();
+    void endTurn();
+
+    EditorWindow& window_;
+    Instance& instance_;
+    EditGesture& gesture_;
+    Scroll scroll_;
+    FineDrag drag_;
+    DoubleClick click_;
+    std::optional<int> toReset_;
+    bool isDragging_ = false;    // a control
+    std::optional<int> turned_;  // holds the gesture until the timer
+    std::optional<std::uint64_t> turnTimer_, tipTimer_;
+    std::optional<platform::CGRect> tipArea_;  // of the window: where the mouse rests
+    std::shared_ptr<CaptionView> caption_;
+    std::shared_ptr<ValueField> field_;
+    int typed_ = 0;  // address of the open field's control
+};
+
+}  // namespace qov::hosts

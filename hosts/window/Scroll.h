@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cmath>
+#include <optional>
+
+#include "platform/coregraphics/CGGeometry.h"
+
+namespace qov::hosts {
+
+/// Keeps the target of a scroll: its first step decides, and further steps go to the same target
+/// until the pointer has moved or the scroll has paused. A control that slides under a resting
+/// pointer, because the panel is zoomed, is not turned by it. Main thread.
+class Scroll {
+ public:
+    static constexpr double pause = 0.4;           // seconds
+    static constexpr platform::CGFloat reach = 3;  // points
+
+    /// The address of the control that a step goes to; none for the panel's zoom. now: seconds.
+    /// decide() is called where a new scroll begins.
+    template <class Decide>
+    std::optional<int> target(platform::CGPoint at, double now, Decide&& decide) {
+        const bool goesOn =
+            last_ && now - *last_ < pause && std::hypot(at.x - start_.x, at.y - start_.y) <= reach;
+        last_ = now;
+        if (!goesOn) {
+            start_ = at;
+            target_ = decide();
+        }
+        return target_;
+    }
+
+ private:
+    std::optional<double> last_;  // time of the last step
+    platform::CGPoint start_;
+    std::optional<int> target_;
+};
+
+}  // namespace qov::hosts

@@ -1,0 +1,129 @@
+#include "hosts/window/ValueField.h"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "platform/coregraphics/CGContext.h"
+#include "platform/coregraphics/CGFont.h"
+#include "platform/uikit/UIGraphics.h"
+
+namespace qov::hosts {
+
+using platform::CGColor;
+using platform::CGFloat;
+using platform::CGPath;
+using platform::CGRect;
+using platform::Key;
+
+namespace {
+
+constexpr std::size_t longest = 32;  // characters
+constexpr CGColor amber{1, 0.785, 0.215, 1};
+constexpr CGColor red{1, 0.35, 0.28, 1};
+
+}  // namespace
+
+ValueField::ValueField() {
+    setUserInteractionEnabled(false);
+    setHidden(true);
+    // Every margin and side grows with the window.
+    setAutoresizingMask(
+        platform::UIViewAutoresizingFlexibleLeftMargin | platform::UIViewAutoresizingFlexibleWidth |
+        platform::UIViewAutoresizingFlexibleRightMargin |
+        platform::UIViewAutoresizingFlexibleTopMargin | platform::UIViewAutoresizingFlexibleHeight |
+        platform::UIViewAutoresizingFlexibleBottomMargin);
+}
+
+void ValueField::open(std::string text, const CGRect& frame) {
+    text_ = std::move(text);
+    caret_ = text_.size();
+    isAllSelected_ = true;
+    isRefused_ = false;
+    setFrame(frame);
+    if (superview()) superview()->bringSubviewToFront(*this);
+    setHidden(false);
+    setNeedsDisplay();
+}
+
+void ValueField::refuse() {
+    isRefused_ = true;
+    setNeedsDisplay();
+}
+
+void ValueField::erase(std::size_t from, std::size_t count) {
+    if (isAllSelected_)
+        text_.clear();
+    else if (from < text_.size())
+        text_.erase(from, count);
+    caret_ = isAllSelected_ ? 0 : std::min(from, text_.size());
+}
+
+void ValueField::key(const platform::KeyStroke& stroke) {
+    const auto before = text_;
+    switch (stroke.key) {
+        case Key::backspace:
+            if (isAllSelected_ || caret_ > 0) erase(caret_ - 1, 1);
+            break;
+        case Key::forwardDelete:
+            erase(caret_, 1);
+            break;
+        case Key::left:
+            caret_ = isAllSelected_ || caret_ == 0 ? 0 : caret_ - 1;
+            break;
+        case Key::right:
+            caret_ = isAllSelected_ ? text_.size() : std::min(caret_ + 1, text_.size());
+            break;
+        case Key::home:
+            caret_ = 0;
+            break;
+        case Key::end:
+            caret_ = text_.size();
+            break;
+        default:
+            if (stroke.character == 0 || stroke.held.control) return;
+            if (isAllSelected_) erase(0, 0);
+            if (text_.size() < longest)
+                text_.insert(text_.begin() + static_cast<std::ptrdiff_t>(caret_++),
+                             stroke.character);
+            break;
+    }
+    isAllSelected_ = false;
+    if (text_ != before) isRefused_ = false;
+    setNeedsDisplay();
+}
+
+void ValueField::draw(CGRect rect) {
+    auto* context = platform::UIGraphicsGetCurrentContext();
+    if (!context) return;
+    static const auto font = platform::CGFont::named("HelveticaNeue-CondensedBold");
+    const CGFloat size = rect.height() * 0.44, left = rect.height() * 0.3;
+    const CGFloat base = rect.midY() + font->capHeight() * size / 2;
+    const auto widthOf = [&](std::string_view part) { return font->width(part) * size; };
+
+    const auto ground = CGPath::roundedRect(rect.insetBy(1, 1), 4);
+    context->setFillColor(CGColor::gray(0.05));
+    context->addPath(ground);
+    context->fillPath();
+    context->setStrokeColor(isRefused_ ? red : amber);
+    context->setLineWidth(2);
+    context->addPath(ground);
+    context->strokePath();
+
+    context->clipTo(rect.insetBy(left / 2, 2));
+    const CGFloat caret = widthOf(std::string_view(text_).substr(0, caret_));
+    // A text that is too long is shown from where its caret can be seen.
+    context->translateBy(left - std::max(0.0, caret - (rect.width() - 2 * left)), 0);
+    const CGRect line(0, base - size, widthOf(text_), size * 1.28);
+    if (isAllSelected_) {
+        context->setFillColor(amber.withAlpha(0.38));
+        context->fillRect(line.insetBy(-2, 0));
+    }
+    context->setFillColor(CGColor::gray(0.96));
+    context->showText(text_, *font, size, {0, base});
+    if (isAllSelected_) return;
+    context->setFillColor(amber);
+    context->fillRect({caret + 0.5, line.minY(), 1.5, line.height()});
+}
+
+}  // namespace qov::hosts

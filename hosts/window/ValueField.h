@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+#include "platform/uikit/NativeWindow.h"
+#include "platform/uikit/UIView.h"
+
+namespace qov::hosts {
+
+/// A line of text being typed. Its first text is selected as a whole, so that typing replaces it.
+/// The owner hands it keys and decides about Return and Esc. Main thread.
+class ValueField : public platform::UIView {
+ public:
+    ValueField();
+
+    void open(std::string text, const platform::CGRect& frame);
+    void close() { setHidden(true); }
+    bool isOpen() const { return !isHidden(); }
+    const std::string& text() const { return text_; }
+    /// Marks the text as refused, until it is changed.
+    void refuse();
+    bool isRefused() const { return isRefused_; }
+
+    /// A character typed, erased or passed over; anything else changes nothing.
+    void key(const platform::KeyStroke& stroke);
+
+    void draw(platform::CGRect rect) override;
+
+ private:
+    void erase(std::size_t from, std::size_t count);
+
+    std::string text_;  // ASCII
+    std::size_t caret_ = 0;
+    bool isAllSelected_ = false;
+    bool isRefused_ = false;
+};
+
+}  // namespace qov::hosts
