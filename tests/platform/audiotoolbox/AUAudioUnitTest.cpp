@@ -60,7 +60,6 @@ TEST(AUAudioUnit, StateCarriesWritableValuesAndThePresetOfThisComponentAlone) {
     EXPECT_EQ(readable->value(), 1);
     ASSERT_NE(unit.currentPreset(), nullptr);
     EXPECT_EQ(unit.currentPreset()->number, -4);
-    EXPECT_EQ(unit.currentPreset()->name, "Mine");
 
     unit.setCurrentPreset(nullptr);
     state["preset-number"] = "three";
@@ -74,10 +73,8 @@ TEST(AUAudioUnitBus, NeedsAFormat) {
     NSError error;
     EXPECT_EQ(AUAudioUnitBus::initWithFormat(nullptr, &error), nullptr);
     EXPECT_EQ(error.code(), -10868);
-    const auto mono = format(48000, 1);
-    const auto bus = AUAudioUnitBus::initWithFormat(mono, nullptr);
-    EXPECT_FALSE(bus->setFormat(nullptr, nullptr));
-    EXPECT_EQ(bus->format(), mono);
+    EXPECT_FALSE(
+        AUAudioUnitBus::initWithFormat(format(48000, 1), nullptr)->setFormat(nullptr, nullptr));
 }
 
 TEST(AVAudioPCMBuffer, ChannelsAreSilentAlignedAndApart) {

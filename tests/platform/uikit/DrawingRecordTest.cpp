@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <memory>
 
 #include <gtest/gtest.h>
 
@@ -12,13 +11,10 @@ namespace {
 
 using namespace platform;
 
-constexpr int kSide = 64;
-
-/// Makes every call.
+/// Makes every call; a transform and a clip stay.
 void drawAll(CGContext& context, CGFloat shift) {
     const std::array<CGGradientStop, 2> stops{{{0, {1, 0, 0, 1}}, {1, {0, 0, 1, 0.5}}}};
     const std::array<CGFloat, 2> dash{3, 2};
-    const CGImage image(2, 1, {0xff00ff00, 0xff0000ff});
     context.saveGState();
     context.translateBy(shift, 1);
     context.rotateBy(0.1);
@@ -49,61 +45,43 @@ void drawAll(CGContext& context, CGFloat shift) {
     context.addRect({10, 35, 10, 10});
     context.fillPath();
     context.endTransparencyLayer();
-    context.drawImage(image, {40, 40, 10, 10});
+    context.drawImage(CGImage(2, 1, {0xff00ff00, 0xff0000ff}), {40, 40, 10, 10});
     context.showText("Ag", *CGFont::named("HelveticaNeue"), 14, {5, 60}, 0.5);
     context.clearRect({0, 0, 4, 4});
     context.restoreGState();
+    context.scaleBy(shift, 3);
+    context.clipTo({1, 1, 8, 6});
 }
 
-TEST(DrawingRecord, PlaysBackTheSamePixels) {
+TEST(DrawingRecord, PlaysBackTheSamePixelsAndIsEqualOnlyForTheSamePicture) {
+    DrawingRecord record, other;
+    const auto draw = [](DrawingRecord& into, CGFloat shift, CGFloat scale) {
+        into.begin({64, 64}, scale);
+        drawAll(into, shift);
+    };
     for (const CGFloat scale : {1.0, 2.0}) {
-        const int side = static_cast<int>(kSide * scale);
+        const int side = static_cast<int>(64 * scale);
         const auto direct = makeBitmapContext(side, side, scale);
         const auto played = makeBitmapContext(side, side, scale);
         drawAll(*direct, 2);
-        DrawingRecord record;
-        record.begin({kSide, kSide}, scale);
-        drawAll(record, 2);
+        draw(record, 2, scale);
+        EXPECT_EQ(record.ctm().a, direct->ctm().a);
+        EXPECT_EQ(record.clipBoundingBox(), direct->clipBoundingBox());
         record.play(*played);
         EXPECT_TRUE(std::ranges::equal(direct->pixels(), played->pixels()));
-        EXPECT_TRUE(std::ranges::any_of(direct->pixels(), [](auto p) { return p != 0; }));
+        draw(other, 2, scale);
+        EXPECT_EQ(record, other);
+        draw(other, 2.0000001, scale);
+        EXPECT_FALSE(record == other);
+        draw(other, 2, 3 - scale);
+        EXPECT_FALSE(record == other);
     }
-}
-
-TEST(DrawingRecord, HasTheCoordinatesAndClipOfABitmap) {
-    const auto bitmap = makeBitmapContext(2 * kSide, 2 * kSide, 2);
-    DrawingRecord record;
-    record.begin({kSide, kSide}, 2);
-    for (CGContext* context : std::initializer_list<CGContext*>{bitmap.get(), &record}) {
-        context->translateBy(10, 5);
-        context->scaleBy(2, 2);
-        context->clipTo({1, 1, 8, 6});
-        EXPECT_EQ(context->ctm().tx, 20);
-        EXPECT_EQ(context->ctm().d, 4);
-        EXPECT_EQ(context->clipBoundingBox(), CGRect(1, 1, 8, 6));
-    }
-}
-
-TEST(DrawingRecord, IsEqualOnlyForTheSamePicture) {
-    DrawingRecord a, b;
-    const auto draw = [](DrawingRecord& record, CGFloat shift, CGFloat scale) {
-        record.begin({kSide, kSide}, scale);
-        drawAll(record, shift);
-    };
-    draw(a, 1, 1);
-    draw(b, 1, 1);
-    EXPECT_EQ(a, b);
-    draw(b, 1.0000001, 1);
-    EXPECT_FALSE(a == b);
-    draw(b, 1, 2);
-    EXPECT_FALSE(a == b);
-    b.begin({kSide, kSide}, 1);
-    EXPECT_FALSE(b.paints());
-    b.saveGState();
-    b.translateBy(1, 1);
-    b.restoreGState();
-    EXPECT_FALSE(b.paints());
-    EXPECT_TRUE(a.paints());
+    EXPECT_TRUE(record.paints());
+    record.begin({64, 64}, 1);
+    record.saveGState();
+    record.translateBy(1, 1);
+    record.restoreGState();
+    EXPECT_FALSE(record.paints());
 }
 
 }  // namespace

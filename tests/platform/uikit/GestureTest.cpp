@@ -1,4 +1,6 @@
+#include <cctype>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,70 +20,107 @@
 namespace {
 
 using namespace platform;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
-const char* name(UIGestureRecognizerState state) {
-    constexpr const char* names[] = {"possible", "began",     "changed",
-                                     "ended",    "cancelled", "failed"};
-    return names[static_cast<std::size_t>(state)];
-}
-
-/// Writes down which touches it is sent.
+/// Logs the touches that it receives.
 class Pad : public UIView {
  public:
-    Pad(CGRect frame, std::vector<std::string>& log) : UIView(frame), log_(log) {}
-    void touchesBegan(const UITouchSet&, UIEvent*) override { log_.emplace_back("down"); }
-    void touchesMoved(const UITouchSet&, UIEvent*) override { log_.emplace_back("move"); }
-    void touchesEnded(const UITouchSet&, UIEvent*) override { log_.emplace_back("up"); }
-    void touchesCancelled(const UITouchSet&, UIEvent*) override { log_.emplace_back("cancel"); }
+    Pad(CGRect frame, std::string& log) : UIView(frame), log_(log) {}
+    void touchesBegan(const UITouchSet&, UIEvent*) override { log_ += "down "; }
+    void touchesMoved(const UITouchSet&, UIEvent*) override { log_ += "move "; }
+    void touchesEnded(const UITouchSet&, UIEvent*) override { log_ += "up "; }
+    void touchesCancelled(const UITouchSet&, UIEvent*) override { log_ += "cancel "; }
 
  private:
-    std::vector<std::string>& log_;
+    std::string& log_;
 };
 
-/// A window with all five gestures on one view, a pad in it, and a clock of its own.
+/// A window with all five gestures on one view, a pad in it, and a test clock.
 class Gestures : public testing::Test {
  protected:
     Gestures() {
-        pad = std::make_shared<Pad>(CGRect(100, 100, 200, 100), touches);
-        root = std::make_shared<UIView>(window->bounds());
         window->addSubview(root);
         root->addSubview(pad);
         doubleTap->setNumberOfTapsRequired(2);
         tap->require(doubleTap);
-        listen(pan, "pan");
-        listen(pinch, "pinch");
-        listen(doubleTap, "double tap");
-        listen(tap, "tap");
-        listen(press, "press");
+        listen(pan, "pan", [this] { return place(pan->translation(root.get())); });
+        listen(pinch, "pinch", [this] {
+            return (std::ostringstream() << pinch->scale()).str() + " at " +
+                   place(pinch->location(root.get()));
+        });
+        for (const auto& [gesture, what] :
+             {std::pair<std::shared_ptr<UIGestureRecognizer>, const char*>{doubleTap, "double tap"},
+              {tap, "tap"},
+              {press, "press"}})
+            listen(gesture, what, [] { return std::string(); });
     }
 
-    void listen(const std::shared_ptr<UIGestureRecognizer>& gesture, const std::string& what) {
+    static std::string place(CGPoint p) {
+        return (std::ostringstream() << p.x << "," << p.y).str();
+    }
+    void listen(const std::shared_ptr<UIGestureRecognizer>& gesture, const std::string& what,
+                const std::function<std::string()>& value) {
         root->addGestureRecognizer(gesture);
-        gesture->addTarget([this, what](UIGestureRecognizer& sender) {
-            seen.push_back(what + " " + name(sender.state()));
+        gesture->addTarget([this, what, value](UIGestureRecognizer& sender) {
+            constexpr const char* names[] = {"possible", "began",     "changed",
+                                             "ended",    "cancelled", "failed"};
+            seen += what + " " + names[static_cast<int>(sender.state())] + " " + value() + ";";
         });
     }
 
-    void touch(UITouchPhase phase, CGPoint at, int finger = 0) {
-        window->deliverTouch(finger, phase, at, loop->now());
-    }
-    void down(CGFloat x, CGFloat y, int finger = 0) { touch(UITouchPhase::began, {x, y}, finger); }
-    void move(CGFloat x, CGFloat y, int finger = 0) { touch(UITouchPhase::moved, {x, y}, finger); }
-    void up(CGFloat x, CGFloat y, int finger = 0) { touch(UITouchPhase::ended, {x, y}, finger); }
-    void tapAt(CGFloat x, CGFloat y) {
-        down(x, y);
-        loop->advance(0.05);
-        up(x, y);
+    /// Plays steps: d, m, u X Y (down, move, up; capitals for a second finger), t X Y (a tap),
+    /// w FACTOR (a step of the wheel), p X Y (a trackpad's pinch begins), + SECONDS, c (the window
+    /// cancels), | (a mark in the log). Returns the log of the gestures.
+    std::string play(const std::string& steps) {
+        std::istringstream in(steps);
+        seen.clear();
+        const auto touch = [&](UITouchPhase phase, CGPoint at, int finger = 0) {
+            window->deliverTouch(finger, phase, at, loop->now());
+        };
+        for (char step = 0; in >> step;) {
+            CGFloat x = 0, y = 0;
+            if (std::string_view("|c").find(step) == std::string_view::npos) in >> x;
+            if (std::string_view("dmuDMUtp").find(step) != std::string_view::npos) in >> y;
+            const int finger = std::isupper(step) ? 1 : 0;
+            switch (std::tolower(step)) {
+                case '|':
+                    seen += "|";
+                    break;
+                case '+':
+                    loop->advance(x);
+                    break;
+                case 'c':
+                    window->cancelTouches();
+                    break;
+                case 'w':
+                    window->deliverZoomStep({200, 150}, x, loop->now());
+                    break;
+                case 'p':
+                    window->deliverPinch(UITouchPhase::began, {x, y}, 1, loop->now());
+                    break;
+                case 'd':
+                    touch(UITouchPhase::began, {x, y}, finger);
+                    break;
+                case 'm':
+                    touch(UITouchPhase::moved, {x, y}, finger);
+                    break;
+                case 'u':
+                    touch(UITouchPhase::ended, {x, y}, finger);
+                    break;
+                case 't':
+                    touch(UITouchPhase::began, {x, y});
+                    loop->advance(0.05);
+                    touch(UITouchPhase::ended, {x, y});
+            }
+        }
+        return seen;
     }
 
     std::shared_ptr<RunLoop> loop = RunLoop::createForTest();
     RunLoop::MakeCurrent current{loop};
     std::shared_ptr<UIWindow> window = std::make_shared<UIWindow>(CGSize{400, 300});
-    std::vector<std::string> seen, touches;
-    std::shared_ptr<UIView> root;
-    std::shared_ptr<Pad> pad;
+    std::string seen, touches;
+    std::shared_ptr<UIView> root = std::make_shared<UIView>(window->bounds());
+    std::shared_ptr<Pad> pad = std::make_shared<Pad>(CGRect(100, 100, 200, 100), touches);
     std::shared_ptr<UIPanGestureRecognizer> pan = std::make_shared<UIPanGestureRecognizer>();
     std::shared_ptr<UIPinchGestureRecognizer> pinch = std::make_shared<UIPinchGestureRecognizer>();
     std::shared_ptr<UITapGestureRecognizer> tap = std::make_shared<UITapGestureRecognizer>();
@@ -90,170 +129,66 @@ class Gestures : public testing::Test {
         std::make_shared<UILongPressGestureRecognizer>();
 };
 
-TEST_F(Gestures, DragBeginsBeyondTheSlopAndTellsTheWholeWay) {
-    down(150, 150);
-    move(156, 157);  // 9.2 points
-    EXPECT_THAT(seen, IsEmpty());
-    move(158, 158);  // 11.3 points
-    move(250, 170);
-    EXPECT_EQ(pan->translation(root.get()), (CGPoint{100, 20}));
-    up(250, 170);
-    EXPECT_THAT(seen, ElementsAre("pan began", "pan changed", "pan ended"));
-    EXPECT_THAT(touches, ElementsAre("down", "move", "move", "move", "up"))
-        << "a gesture does not take the touch away from the view";
+struct Case {
+    const char *name, *steps, *seen;
+};
+
+// One after the other on one window, so each also shows that the gestures are ready again.
+TEST_F(Gestures, OfOneAndTwoFingersWheelAndTrackpad) {
+    for (const auto& [name, steps, expected] : {
+             Case{"a drag begins beyond 10 points and reports the whole way",
+                  "d150 150 m156 157 | m158 158 m250 170 u250 170",
+                  "|pan began 8,8;pan changed 100,20;pan ended 100,20;"},
+             {"a second finger does not make a drag jump",
+              "d150 150 m170 150 D250 190 | M260 190 u170 150 | M261 191 U261 191",
+              "pan began 20,0;|pan changed 25,0;|pan changed 26,1;pan ended 26,1;"},
+             {"two fingers that open pinch and do not drag",
+              "d190 150 D210 150 m185 150 | M215 150 M260 150 U260 150 m100 150 u100 150",
+              "|pinch began 1.5 at 200,150;pinch changed 3.75 at 222.5,150;"
+              "pinch ended 3.75 at 222.5,150;"},
+             {"fingers on one spot pinch with a finite scale",
+              "d200 150 D200 150 m194 150 M206 150 | u194 150 U206 150",
+              "pinch began 12 at 200,150;|pinch ended 12 at 200,150;"},
+             {"steps of the wheel are one pinch until the wheel rests",
+              "w1.25 +0.2 w1.25 +0.2 | +0.1",
+              "pinch began 1 at 200,150;pinch changed 1.25 at 200,150;"
+              "pinch changed 1.5625 at 200,150;|pinch ended 1.5625 at 200,150;"},
+             {"the next step begins another, from 1 on", "w0.5 | +1",
+              "pinch began 1 at 200,150;pinch changed 0.5 at 200,150;|"
+              "pinch ended 0.5 at 200,150;"},
+             {"a tap is reported once the double tap has failed", "t150 150 +0.3 | +0.1",
+              "|tap ended ;"},
+             {"two taps are a double tap and no tap", "t150 150 +0.2 t153 149 +1",
+              "double tap ended ;"},
+             {"a tap far from the one before is not its second", "t110 110 +0.1 t190 190 +1",
+              "tap ended ;"},
+             {"a drag after a tap is a drag and a tap",
+              "t150 150 +0.1 d150 150 m180 150 u180 150 +1",
+              "pan began 30,0;tap ended ;pan ended 30,0;"},
+             {"a resting finger presses; no drag meanwhile, no tap after it",
+              "d150 150 m157 157 +0.49 | +0.02 m200 150 u200 150 +1",
+              "|press began ;press changed ;press ended ;"},
+             {"a finger that strays does not press", "d150 150 m161 150 +1 u161 150",
+              "pan began 11,0;pan ended 11,0;"},
+             {"two resting fingers do not press", "d150 150 D180 150 +1 u150 150 U180 150 +1", ""},
+             {"the window's cancel ends a drag, and later touches are ignored",
+              "d150 150 m180 150 | c m190 150 u190 150", "pan began 30,0;|pan cancelled 30,0;"},
+             {"a trackpad's pinch without an end is cancelled with the window's touches",
+              "p200 150 c d150 150 m180 150 u180 150",
+              "pinch began 1 at 200,150;pinch cancelled 1 at 200,150;pan began 30,0;pan ended "
+              "30,0;"},
+             {"or by the next pinch, also outside all views",
+              "p200 150 p-1 -1 d150 150 m180 150 u180 150",
+              "pinch began 1 at 200,150;pinch cancelled 1 at 200,150;pan began 30,0;pan ended "
+              "30,0;"},
+         })
+        EXPECT_EQ(play(steps), expected) << name;
 }
 
-TEST_F(Gestures, SecondFingerDoesNotMakeADragJump) {
-    down(150, 150);
-    move(170, 150);
-    down(250, 190, 1);
-    EXPECT_EQ(pan->translation(nullptr), (CGPoint{20, 0}));
-    move(260, 190, 1);  // the middle moves by half of it
-    EXPECT_EQ(pan->translation(nullptr), (CGPoint{25, 0}));
-    up(170, 150);
-    EXPECT_EQ(pan->translation(nullptr), (CGPoint{25, 0}));
-    move(261, 191, 1);
-    EXPECT_EQ(pan->translation(nullptr), (CGPoint{26, 1}));
-    up(261, 191, 1);
-    EXPECT_EQ(seen.back(), "pan ended");
-    EXPECT_THAT(touches, ElementsAre("down", "move", "up")) << "one finger on the pad at a time";
-}
-
-TEST_F(Gestures, TwoFingersThatOpenPinchAndDoNotDrag) {
-    down(190, 150);
-    down(210, 150, 1);
-    move(185, 150);
-    EXPECT_THAT(seen, IsEmpty()) << "5 points of 10";
-    move(215, 150, 1);
-    EXPECT_DOUBLE_EQ(pinch->scale(), 1.5);
-    EXPECT_EQ(pinch->location(root.get()), (CGPoint{200, 150}));
-    move(260, 150, 1);
-    EXPECT_DOUBLE_EQ(pinch->scale(), 75.0 / 20);
-    up(260, 150, 1);
-    move(100, 150);  // one finger left: nothing of it
-    up(100, 150);
-    EXPECT_THAT(seen, ElementsAre("pinch began", "pinch changed", "pinch ended"));
-}
-
-TEST_F(Gestures, FingersOnOneSpotPinchWithFiniteScale) {
-    down(200, 150);
-    down(200, 150, 1);
-    move(194, 150);
-    move(206, 150, 1);
-    EXPECT_DOUBLE_EQ(pinch->scale(), 12);
-}
-
-TEST_F(Gestures, WheelStepsAreOnePinchThatEndsWhenTheWheelRests) {
-    window->deliverZoomStep({200, 150}, 1.25, loop->now());
-    loop->advance(0.2);
-    window->deliverZoomStep({200, 150}, 1.25, loop->now());
-    EXPECT_DOUBLE_EQ(pinch->scale(), 1.5625);
-    EXPECT_EQ(seen.back(), "pinch changed");
-    loop->advance(0.3);
-    EXPECT_EQ(seen.back(), "pinch ended");
-    window->deliverZoomStep({200, 150}, 0.5, loop->now());
-    EXPECT_DOUBLE_EQ(pinch->scale(), 0.5) << "a new pinch starts at 1";
-}
-
-TEST_F(Gestures, TapWaitsForTheDoubleTapToFail) {
-    tapAt(150, 150);
-    EXPECT_THAT(seen, IsEmpty());
-    loop->advance(0.3);
-    EXPECT_THAT(seen, IsEmpty());
-    loop->advance(0.1);
-    EXPECT_THAT(seen, ElementsAre("tap ended"));
-    seen.clear();
-    tapAt(150, 150);
-    loop->advance(0.2);
-    tapAt(153, 149);
-    loop->advance(1);
-    EXPECT_THAT(seen, ElementsAre("double tap ended")) << "and no tap";
-}
-
-TEST_F(Gestures, TapsFarApartAreNoDoubleTap) {
-    tapAt(110, 110);
-    loop->advance(0.1);
-    tapAt(190, 190);
-    EXPECT_THAT(seen, ElementsAre("tap ended")) << "the first, as the second is elsewhere";
-    loop->advance(1);
-    tapAt(150, 150);
-    loop->advance(1);
-    EXPECT_EQ(seen.back(), "tap ended");
-}
-
-TEST_F(Gestures, DragAfterATapIsADragAndATap) {
-    tapAt(150, 150);
-    loop->advance(0.1);
-    down(150, 150);
-    move(180, 150);
-    up(180, 150);
-    loop->advance(1);
-    EXPECT_THAT(seen, testing::UnorderedElementsAre("tap ended", "pan began", "pan ended"));
-}
-
-TEST_F(Gestures, RestingFingerPressesAndLiftsWithoutATap) {
-    down(150, 150);
-    move(157, 157);  // 9.9 points: still resting
-    loop->advance(0.49);
-    EXPECT_THAT(seen, IsEmpty());
-    loop->advance(0.02);
-    EXPECT_THAT(seen, ElementsAre("press began"));
-    move(200, 150);
-    up(200, 150);
-    loop->advance(1);
-    EXPECT_THAT(seen, ElementsAre("press began", "press changed", "press ended"))
-        << "no drag while the press is on, and no tap after it";
-}
-
-TEST_F(Gestures, StrayingOrASecondFingerIsNoPress) {
-    down(150, 150);
-    move(161, 150);
-    loop->advance(1);
-    EXPECT_THAT(seen, ElementsAre("pan began"));
-    up(161, 150);
-    seen.clear();
-    down(150, 150);
-    down(180, 150, 1);
-    loop->advance(1);
-    EXPECT_THAT(seen, IsEmpty());
-    up(150, 150);
-    up(180, 150, 1);
-    tapAt(150, 150);
-    loop->advance(1);
-    EXPECT_THAT(seen, ElementsAre("tap ended")) << "all are ready again";
-}
-
-TEST_F(Gestures, ClosingDuringADragCancelsViewAndGesture) {
-    down(150, 150);
-    move(180, 150);
-    window->cancelTouches();
-    EXPECT_THAT(seen, ElementsAre("pan began", "pan cancelled"));
-    EXPECT_EQ(touches.back(), "cancel");
-    move(190, 150);
-    up(190, 150);
-    EXPECT_EQ(touches.back(), "cancel") << "what comes later belongs to no touch";
-
-    // A trackpad's pinch, whose end went elsewhere, does not hold up the next gesture.
-    for (const bool closes : {true, false}) {
-        seen.clear();
-        window->deliverPinch(UITouchPhase::began, {200, 150}, 1, loop->now());
-        if (closes)
-            window->cancelTouches();
-        else
-            window->deliverPinch(UITouchPhase::began, {-1, -1}, 1, loop->now());  // on no view
-        down(150, 150);
-        move(180, 150);
-        EXPECT_THAT(seen, ElementsAre("pinch began", "pinch cancelled", "pan began"));
-        up(180, 150);
-    }
-}
-
-TEST_F(Gestures, AGestureThatIsSwitchedOffStaysOut) {
+TEST_F(Gestures, LeaveTheViewItsTouchesAndStayOutWhenDisabled) {
     pan->setEnabled(false);
-    down(150, 150);
-    move(200, 150);
-    up(200, 150);
-    EXPECT_THAT(seen, IsEmpty());
+    EXPECT_EQ(play("d150 150 m200 150 D250 190 u200 150 d150 150 c m160 150"), "");
+    EXPECT_EQ(touches, "down move up down cancel ") << "one finger on the pad at a time";
 }
 
 TEST_F(Gestures, ButtonsKeepTapsAndSlidersDragsToThemselves) {
@@ -261,40 +196,26 @@ TEST_F(Gestures, ButtonsKeepTapsAndSlidersDragsToThemselves) {
     auto slider = std::make_shared<UISlider>(CGRect(0, 260, 220, 40));
     root->addSubview(button);
     root->addSubview(slider);
-    int presses = 0, outside = 0;
     std::vector<float> values;
-    button->addTarget([&](UIControl&) { ++presses; }, UIControlEventTouchUpInside);
-    button->addTarget([&](UIControl&) { ++outside; }, UIControlEventTouchUpOutside);
+    button->addTarget([&](UIControl&) { seen += "inside "; }, UIControlEventTouchUpInside);
+    button->addTarget([&](UIControl&) { seen += "outside "; }, UIControlEventTouchUpOutside);
     slider->addTarget([&](UIControl&) { values.push_back(slider->value()); },
                       UIControlEventValueChanged);
-    tapAt(20, 20);
-    loop->advance(1);
-    EXPECT_EQ(presses, 1);
-    EXPECT_THAT(seen, IsEmpty());
-    down(20, 20);
+    EXPECT_EQ(play("t20 20 +1"), "inside ");
+    play("d20 20");
     EXPECT_TRUE(button->isHighlighted());
-    move(25, 60);
+    play("m25 60");
     EXPECT_FALSE(button->isHighlighted());
-    up(25, 60);
-    EXPECT_EQ(outside, 1);
-    down(20, 20);
-    window->cancelTouches();
-    EXPECT_FALSE(button->isHighlighted());
+    EXPECT_EQ(play("u25 60"), "pan ended 5,40;outside ");
+    play("d20 20 c");
     button->touchesMoved({std::make_shared<UITouch>(button, CGPoint{20, 20}, 0)}, nullptr);
     EXPECT_FALSE(button->isHighlighted()) << "of a touch that is no longer its own";
     button->setEnabled(false);
-    down(20, 20);
+    play("d20 20");
     EXPECT_FALSE(button->isHighlighted());
-    up(20, 20);
-    EXPECT_EQ(presses, 1);
-
-    seen.clear();
-    down(110, 280);  // the middle of the track
-    move(160, 280);
-    move(900, 280);
-    up(900, 280);
-    EXPECT_THAT(values, ElementsAre(0.5F, 0.75F, 1.0F));
-    EXPECT_THAT(seen, IsEmpty());
+    EXPECT_EQ(play("u20 20"), "");
+    EXPECT_EQ(play("d110 280 m160 280 m900 280 u900 280"), "");
+    EXPECT_THAT(values, testing::ElementsAre(0.5F, 0.75F, 1.0F));
     slider->setValue(std::nanf(""));
     EXPECT_EQ(slider->value(), 0.0F);
 }
