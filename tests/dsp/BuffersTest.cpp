@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <sstream>
 
 #include <gtest/gtest.h>
 
@@ -12,15 +13,13 @@ namespace {
 using namespace qov;
 using namespace qov::test;
 
-struct Request {
-    char operation;  // allocate, or for one channel reallocate
-    int frames, size;
-    char contents;  // kept, zeroed or none
-};
-
+// Requests: a (allocate) or r (reallocate), the frames asked for, the size that follows, and
+// whether the frames are then kept, zeroed or null.
 template <class Buffer>
-void hold(Buffer& buffer, const std::vector<Request>& requests, auto channel) {
-    for (const auto& [operation, frames, size, contents] : requests) {
+void hold(Buffer& buffer, const std::string& requests, auto channel) {
+    std::istringstream in(requests);
+    char operation = 0, contents = 0;
+    for (int frames = 0, size = 0; in >> operation >> frames >> size >> contents;) {
         SCOPED_TRACE(std::string(1, operation) + std::to_string(frames));
         if constexpr (std::is_same_v<Buffer, DynaBuffer>)
             operation == 'r' ? buffer.reallocate(frames) : buffer.allocate(frames);
@@ -37,26 +36,10 @@ void hold(Buffer& buffer, const std::vector<Request>& requests, auto channel) {
 
 TEST(Buffers, KeepClearGrowAndDropTheirFrames) {
     DynaBuffer one;
-    hold(one,
-         {{'a', 0, 0, 'n'},
-          {'a', 8, 8, 'z'},
-          {'a', 3, 8, 'k'},
-          {'r', 8, 8, 'k'},
-          {'a', 8, 8, 'z'},
-          {'a', 9, 9, 'z'},
-          {'r', 2, 2, 'z'},
-          {'a', -1, 0, 'n'},
-          {'a', 1, 1, 'z'}},
+    hold(one, "a0 0n a8 8z a3 8k r8 8k a8 8z a9 9z r2 2z a-1 0n a1 1z",
          [&] { return one.getData(); });
     DynaBuffer2 two;
-    hold(two,
-         {{'a', 8, 8, 'z'},
-          {'a', 8, 8, 'k'},
-          {'a', 3, 3, 'k'},
-          {'a', 8, 8, 'k'},
-          {'a', 9, 9, 'z'},
-          {'a', 0, 0, 'n'}},
-         [&] { return two.getChannel(1); });
+    hold(two, "a8 8z a8 8k a3 3k a8 8k a9 9z a0 0n", [&] { return two.getChannel(1); });
     EXPECT_EQ(two.dataSize, 0);
     two.allocate(4);
     std::fill_n(two.data[0], 4, 1.0f);
@@ -67,36 +50,21 @@ TEST(Buffers, KeepClearGrowAndDropTheirFrames) {
     for (const int index : {2, -1, INT32_MIN}) EXPECT_EQ(two.getChannel(index), nullptr);
 }
 
-// A ring of 1 2 3 4 on the left and ten times that on the right, and what each traversal of three
-// frames of (7, 70) from its third frame on leaves behind.
+// A ring of 1 2 3 4 on the left and ten times that on the right, and what each traversal of
+// (7, 70) from its third frame on leaves behind.
 TEST(Ring, TraversalsWrapAndNotifyOnTheFrameAfterTheLast) {
-    using Ring = CircularBuffer2;
     struct Case {
-        void (*run)(Ring&, float*, float*);
+        char traversal;
+        int frames;
         Samples ring, block;
         int notified;
     };
-    constexpr auto exchangeTwo = [](Ring& ring, float* l, float* r) { ring.exchange(l, r, 2); };
-    constexpr auto nothing = [](Ring& ring, float* l, float* r) {
-        ring.write(nullptr, r, 3), ring.read(l, nullptr, 3), ring.exchange(l, r, 0);
-        ring.exchange(nullptr, r, 3), ring.accumulate(l, nullptr, 3);
-    };
-    const std::vector<Case> cases = {
-        {[](Ring& ring, float* l, float* r) { ring.write(l, r, 3); }, {7, 2, 7, 7}, {7, 7, 7}, 1},
-        {[](Ring& ring, float* l, float* r) { ring.read(l, r, 3); }, {1, 2, 3, 4}, {3, 4, 1}, 1},
-        {[](Ring& ring, float* l, float* r) { ring.exchange(l, r, 3); },
-         {7, 2, 7, 7},
-         {3, 4, 1},
-         1},
-        {[](Ring& ring, float* l, float* r) { ring.accumulate(l, r, 3); },
-         {7, 2, 7, 7},
-         {10, 11, 8},
-         1},
-        {exchangeTwo, {1, 2, 7, 7}, {3, 4, 7}, 0},
-        {nothing, {1, 2, 3, 4}, {7, 7, 7}, 0}};
-    for (const Case& one : cases) {
-        SCOPED_TRACE(&one - cases.data());
-        Ring ring;
+    for (const auto& [traversal, frames, expectedRing, block, wraps] :
+         {Case{'w', 3, {7, 2, 7, 7}, {7, 7, 7}, 1}, Case{'r', 3, {1, 2, 3, 4}, {3, 4, 1}, 1},
+          Case{'x', 3, {7, 2, 7, 7}, {3, 4, 1}, 1}, Case{'a', 3, {7, 2, 7, 7}, {10, 11, 8}, 1},
+          Case{'x', 2, {1, 2, 7, 7}, {3, 4, 7}, 0}, Case{'n', 3, {1, 2, 3, 4}, {7, 7, 7}, 0}}) {
+        SCOPED_TRACE(traversal);
+        CircularBuffer2 ring;
         ring.allocate(4);
         int notified = 0;
         ring.callee = &notified;
@@ -105,12 +73,20 @@ TEST(Ring, TraversalsWrapAndNotifyOnTheFrameAfterTheLast) {
             ring.data[1][i] = 10 * (ring.data[0][i] = static_cast<float>(i + 1));
         ring.rewind(2);
         Samples left(3, 7), right(3, 70);
-        one.run(ring, left.data(), right.data());
-        EXPECT_EQ(Samples(ring.data[0], ring.data[0] + 4), one.ring);
-        EXPECT_EQ(ring.data[1][2], 10 * one.ring[2]);
-        EXPECT_EQ(left, one.block);
-        EXPECT_EQ(right[1], 10 * one.block[1]);
-        EXPECT_EQ(notified, one.notified);
+        float *const l = left.data(), *const r = right.data();
+        if (traversal == 'w') ring.write(l, r, frames);
+        if (traversal == 'r') ring.read(l, r, frames);
+        if (traversal == 'x') ring.exchange(l, r, frames);
+        if (traversal == 'a') ring.accumulate(l, r, frames);
+        if (traversal == 'n') {
+            ring.write(nullptr, r, 3), ring.read(l, nullptr, 3), ring.exchange(l, r, 0);
+            ring.exchange(nullptr, r, 3), ring.accumulate(l, nullptr, 3);
+        }
+        EXPECT_EQ(Samples(ring.data[0], ring.data[0] + 4), expectedRing);
+        EXPECT_EQ(ring.data[1][2], 10 * expectedRing[2]);
+        EXPECT_EQ(left, block);
+        EXPECT_EQ(right[1], 10 * block[1]);
+        EXPECT_EQ(notified, wraps);
     }
 }
 
@@ -126,7 +102,7 @@ TEST(Ring, RewindsWithinItsSizeAndSkipsPastItsEnd) {
     Samples left(600, 1), right(600, 1);
     for (const int count : {1, 600, 599, 0}) ring.skip(left.data(), right.data(), count);
     EXPECT_EQ(left, Samples(600));
-    EXPECT_EQ(right, Samples(600));
+    EXPECT_EQ(right, left);
     EXPECT_EQ(ring.pos, 1200) << "no wrap until the next traversal";
     for (int i = 0; i < 2; ++i) ring.skip(nullptr, nullptr, INT32_MAX);
     left[0] = 5;
@@ -142,7 +118,7 @@ TEST(Ring, ResamplesByNearestFramesAveragedWithTheValueBefore) {
     EXPECT_EQ(ring.getOutputSize(), 1024);
     ring.isResampler = true;
     ring.allocate(8);
-    for (int i = 0; i < 8; ++i) ring.data[0][i] = ring.data[1][i] = static_cast<float>(i);
+    for (int i = 0; i < 8; ++i) ring.data[0][i] = ring.data[1][i] = static_cast<float>(i + 1);
     const auto resampled = [&](int frames) {
         ring.resampled.release();
         ring.allocateResampled(frames);
@@ -153,51 +129,42 @@ TEST(Ring, ResamplesByNearestFramesAveragedWithTheValueBefore) {
         EXPECT_EQ(ring.lastValueL, ring.lastValueR);
         return Samples(ring.resampled.data[1], ring.resampled.data[1] + frames);
     };
-    // Frames 0, 2 and 5 of 8/3 each: (0+0)/2, (2+0)/2, (5+1)/2; the average goes on from there.
-    EXPECT_EQ(resampled(3), (Samples{0, 1, 3}));
-    EXPECT_EQ(resampled(2), (Samples{1.5f, 2.75f}));
-    EXPECT_EQ(resampled(1), Samples{1.375f});
+    // Frames 0, 2 and 5 of 8/3 each: (1+0)/2, (3+0.5)/2, (6+1.75)/2; the average goes on.
+    EXPECT_EQ(resampled(3), (Samples{0.5f, 1.75f, 3.875f}));
+    EXPECT_EQ(resampled(2), (Samples{2.4375f, 3.71875f}));
+    EXPECT_EQ(resampled(1), Samples{2.359375f});
     EXPECT_EQ(resampled(8), Samples(8)) << "its own size is left alone";
-    EXPECT_EQ(resampled(16)[2], ((1.375f / 4) + 1) / 2) << "more frames than there are: each twice";
+    EXPECT_EQ(resampled(16)[1], (2.359375f + 1) / 4 + 0.5f) << "each frame twice";
     ring.reset();
     EXPECT_EQ(ring.lastValueL + ring.lastValueR + ring.resampled.data[0][15], 0.0f);
 }
 
 TEST(DelayLine, DelaysByItsLengthAndRepeatsAFrameWhereTheLengthChanges) {
     Latency line;
-    EXPECT_EQ(std::pair(line.getSize(), line.lSize), std::pair(1024, 1024));
     line.setLength(3);
     line.reset();
-    EXPECT_EQ(line.pos, 1024);
-    Samples block(10);
-    std::iota(block.begin(), block.end(), 1.0f);
-    line.exchange(block.data(), 10);
-    EXPECT_EQ(block, (Samples{0, 0, 0, 1, 2, 3, 4, 5, 6, 7})) << "nothing before the first frame";
+    const auto exchanged = [&](Samples block) {
+        line.exchange(block.data(), static_cast<int>(block.size()));
+        return block;
+    };
+    EXPECT_EQ(exchanged({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}), (Samples{0, 0, 0, 1, 2, 3, 4, 5, 6, 7}));
     line.setLength(-5);
     EXPECT_EQ(line.getSize(), 1);
-    Samples next = {11, 12, 13, 14, 15};
-    line.exchange(next.data(), 5);
     // 8 and 9 come to the wrap; then one frame long, it repeats the 9 and loses the 10.
-    EXPECT_EQ(next, (Samples{8, 9, 9, 13, 14}));
+    EXPECT_EQ(exchanged({11, 12, 13, 14, 15}), (Samples{8, 9, 9, 13, 14}));
     line.setLength(2);
-    Samples more = {16, 17};
-    line.exchange(more.data(), 2);
     // At the first frame of a block the last one before; then an old frame of the kept storage.
-    EXPECT_EQ(more, (Samples{14, 11}));
-}
+    EXPECT_EQ(exchanged({16, 17}), (Samples{14, 11}));
 
-TEST(DelayLine, WritesLikeItExchangesButLeavesTheBlock) {
-    Latency written, exchanged;
+    Latency written, swapped;
     Samples in(1500, 0.5f), block = in;
     written.write(in.data(), 1500);
-    exchanged.exchange(block.data(), 1500);
-    EXPECT_EQ(in, Samples(1500, 0.5f));
+    swapped.exchange(block.data(), 1500);
+    EXPECT_EQ(in, Samples(1500, 0.5f)) << "a write leaves the block";
     written.write(nullptr, 1);
-    exchanged.exchange(nullptr, 1);
-    written.lSize = 0;
-    written.write(in.data(), 1);
-    EXPECT_EQ(written.pos, exchanged.pos);
-    EXPECT_EQ(difference("line", written.data, exchanged.data, 1024), "");
+    swapped.exchange(nullptr, 1);
+    EXPECT_EQ(written.pos, swapped.pos);
+    EXPECT_EQ(difference("line", written.data, swapped.data, 1024), "");
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // What comes out, held against closed forms.
 
 #include <algorithm>
-#include <random>
+#include <numeric>
 
 #include <gtest/gtest.h>
 
@@ -12,106 +12,73 @@ namespace {
 using namespace qov;
 using namespace qov::test;
 
-struct Settings {
-    double volume = 1, width = 0.5, panorama = 0.5;
-    bool invert = false, swap = false, recover = false, mono = false;
-};
-
-struct Stereo {
-    double left, right;
-};
-
-// What a constant signal becomes once smoothing and delays have passed.
-Stereo settled(Stereo in, const Settings& set) {
-    KernelRig rig;
-    const auto on = [](bool value) { return value ? 1.0f : 0.0f; };
-    rig.kernel.setParameter(kVolume, static_cast<float>(set.volume));
-    rig.kernel.setParameter(kStereoWidth, static_cast<float>(set.width));
-    rig.kernel.setParameter(kPanorama, static_cast<float>(set.panorama));
-    rig.kernel.setParameter(kInvertChannel, on(set.invert));
-    rig.kernel.setParameter(kSwapChannels, on(set.swap));
-    rig.kernel.setParameter(kRecoverMono, on(set.recover));
-    rig.kernel.setParameter(kTestMono, on(set.mono));
-    Samples left, right;
-    for (int cycle = 0; cycle < 40; ++cycle) {
-        left.assign(128, static_cast<float>(in.left));
-        right.assign(128, static_cast<float>(in.right));
-        rig.render(left, right);
-    }
-    return {left.back(), right.back()};
-}
-
+// A constant signal once smoothing and delays have passed.
 TEST(Sound, SettingsGiveTheGainsThatAreKnownForThem) {
     struct Case {
         const char* what;
-        Settings set;
-        Stereo expected;  // from left 0.5, right -0.25
+        std::vector<std::pair<std::uint64_t, float>> set;
+        double left, right;  // from left 0.5, right -0.25
     };
-    for (const Case& one : std::vector<Case>{
-             {"neutral", {}, {0.5, -0.25}},
-             {"volume", {.volume = 0.5}, {0.25, -0.125}},
-             {"narrowest is the right channel twice", {.width = 0}, {-0.25, -0.25}},
-             {"half narrow moves only the left", {.width = 0.25}, {0.125, -0.25}},
-             {"widest", {.width = 1}, {(3 * 0.5 + 0.25) / 2, (-3 * 0.25 - 0.5) / 2}},
-             {"full left", {.panorama = 0}, {0.6 * 0.25, 0}},
-             {"full right", {.panorama = 1}, {0, 0.6 * 0.25}},
-             {"full right in mono is half of it", {.panorama = 1, .mono = true}, {0.075, 0.075}},
-             {"inverted", {.invert = true}, {-0.5, -0.25}},
-             {"swapped after the inversion", {.invert = true, .swap = true}, {-0.25, -0.5}},
-             {"mono", {.mono = true}, {0.125, 0.125}},
-             // (L + R) / 2 and (3 R - L) / 2, then a width of 1
-             {"recovered", {.width = 1, .recover = true}, {0.5, -1}},
-         }) {
-        const Stereo out = settled({0.5, -0.25}, one.set);
-        EXPECT_NEAR(out.left, one.expected.left, 1e-6) << one.what;
-        EXPECT_NEAR(out.right, one.expected.right, 1e-6) << one.what;
+    for (const auto& [what, set, expectedLeft, expectedRight] :
+         {Case{"neutral", {}, 0.5, -0.25}, Case{"volume", {{kVolume, 0.5f}}, 0.25, -0.125},
+          Case{"narrowest is the right channel twice", {{kStereoWidth, 0}}, -0.25, -0.25},
+          Case{"half narrow moves only the left", {{kStereoWidth, 0.25f}}, 0.125, -0.25},
+          Case{"widest", {{kStereoWidth, 1}}, (3 * 0.5 + 0.25) / 2, (-3 * 0.25 - 0.5) / 2},
+          Case{"full left", {{kPanorama, 0}}, 0.6 * 0.25, 0},
+          Case{"full right", {{kPanorama, 1}}, 0, 0.6 * 0.25},
+          Case{"full right in mono", {{kPanorama, 1}, {kTestMono, 1}}, 0.075, 0.075},
+          Case{"swapped after inversion", {{kInvertChannel, 1}, {kSwapChannels, 1}}, -0.25, -0.5},
+          Case{"mono", {{kTestMono, 1}}, 0.125, 0.125},
+          // (L + R) / 2 and (3 R - L) / 2, then a width of 1
+          Case{"recovered", {{kStereoWidth, 1}, {kRecoverMono, 1}}, 0.5, -1}}) {
+        KernelRig rig;
+        for (const auto address : {kStereoWidth, kPanorama}) rig.kernel.setParameter(address, 0.5f);
+        for (const auto& [address, value] : set) rig.kernel.setParameter(address, value);
+        Samples left, right;
+        for (int cycle = 0; cycle < 40; ++cycle) {
+            left.assign(128, 0.5f);
+            right.assign(128, -0.25f);
+            rig.render(left, right);
+        }
+        EXPECT_NEAR(left.back(), expectedLeft, 1e-6) << what;
+        EXPECT_NEAR(right.back(), expectedRight, 1e-6) << what;
     }
 }
 
 // A new delay length that starts with a segment repeats what the output had right before it; that
 // is heard again a ring later. Bypass, on and off again, makes the line wrap there.
 TEST(Sound, ANewDelayLengthRepeatsTheOutputBeforeItsSegment) {
-    struct Case {
-        const char* where;
-        int bypassed, processed;  // frames at which bypass goes on and off
-    };
-    for (const auto& one : {Case{"amid a cycle", 3333, 3333},
-                            {"at the start of a cycle", 3000, 3000},
-                            {"behind bypassed frames", 3250, 3299}}) {
+    for (const auto& [bypassed, processed] : {std::pair{3333, 3333}, {3000, 3000}, {3250, 3299}}) {
         KernelRig rig;
         rig.kernel.setParameter(kStereoWidth, 0.5f);
         rig.kernel.setParameter(kPanorama, 0.5f);
         Samples heard;
         for (int begin = 0; begin < 6000; begin += 500) {
             Samples left(500), right(500);
-            for (int i = 0; i < 500; ++i) left[i] = static_cast<float>(begin + i + 1);
+            std::iota(left.begin(), left.end(), static_cast<float>(begin + 1));
             std::vector<platform::AURenderEvent> events;
-            for (const auto& event : {parameterEvent(one.bypassed, kBypass, 1),
-                                      parameterEvent(one.processed, kPhaseShift, 0.5f),
-                                      parameterEvent(one.processed, kBypass, 0)})
-                if (const auto time = event.head.eventSampleTime;
-                    time >= begin && time < begin + 500)
-                    events.push_back(event);
+            for (const auto& event : {parameterEvent(bypassed, kBypass, 1),
+                                      parameterEvent(processed, kPhaseShift, 0.5f),
+                                      parameterEvent(processed, kBypass, 0)})
+                if (event.head.eventSampleTime / 500 * 500 == begin) events.push_back(event);
             rig.render(left, right, events);
             heard.insert(heard.end(), left.begin(), left.end());
         }
-        EXPECT_NE(heard[one.processed - 1], 0.0f);
-        EXPECT_EQ(heard[one.processed + 2048], heard[one.processed - 1]) << one.where;
+        EXPECT_NE(heard[processed - 1], 0.0f);
+        EXPECT_EQ(heard[processed + 2048], heard[processed - 1]) << processed;
     }
 }
 
 TEST(Sound, SmoothingTakesSixteenCyclesInEqualStepsAndLandsOnTheTarget) {
     KernelRig rig;
-    auto& kernel = rig.kernel;
-    kernel.setParameter(kVolume, 0.25f);
+    const auto& ramp = rig.kernel.volumeInterpolator;
+    rig.kernel.setParameter(kVolume, 0.25f);
     Samples block(1);
     for (int cycle = 1; cycle <= 17; ++cycle) {
         rig.render(block, block);
-        EXPECT_NEAR(kernel.volumeInterpolator.currentValue, 1 - 0.75 * std::min(cycle, 16) / 16,
-                    1e-6);
+        EXPECT_NEAR(ramp.currentValue, 1 - 0.75 * std::min(cycle, 16) / 16, 1e-6);
     }
-    EXPECT_EQ(kernel.volumeInterpolator.currentValue, 0.25f);
-    EXPECT_EQ(kernel.volumeInterpolator.increase, 0.0f);
+    EXPECT_EQ(std::pair(ramp.currentValue, ramp.increase), std::pair(0.25f, 0.0f));
 }
 
 TEST(Sound, InterpolatorsCountTheirDelayDownAndReportTheirArrival) {
