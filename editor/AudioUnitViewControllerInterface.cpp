@@ -65,6 +65,18 @@ class ContrastButton : public platform::UIButton {
     }
 };
 
+/// On a ground of the button's, so that the track is seen on any part of the panel.
+class BrightnessSlider : public platform::UISlider {
+ public:
+    using UISlider::UISlider;
+
+    void draw(CGRect rect) override {
+        UIColor(0.1, 0.85).setFill();
+        platform::UIBezierPath::roundedRect(rect.insetBy(0, 4), rect.height() / 2 - 4).fill();
+        UISlider::draw(rect);
+    }
+};
+
 /// Calls a method of the controller with the sender, for as long as the controller is there.
 template <class Sender, class Base>
 std::function<void(Base&)> action(const std::weak_ptr<AudioUnitViewController>& target,
@@ -99,7 +111,7 @@ void AudioUnitViewController::loadView() {
         action<UIButton, UIControl>(self, &AudioUnitViewController::onContrastButton),
         UIControlEventTouchUpInside);
 
-    brightnessSlider = std::make_shared<UISlider>(
+    brightnessSlider = std::make_shared<BrightnessSlider>(
         CGRect(kMargin, kMargin, kWidth - 3 * kMargin - kButtonSide, kButtonSide));
     brightnessSlider->setAutoresizingMask(UIViewAutoresizingFlexibleWidth);
     brightnessSlider->setMinimumValue(0);

@@ -4,6 +4,7 @@
 
 #include "editor/StereoControlsDelegate.h"
 #include "platform/coregraphics/CGImage.h"
+#include "platform/uikit/UISlider.h"
 #include "tests/editor/EditorFixture.h"
 
 namespace qov {
@@ -281,6 +282,11 @@ const Golden goldens[]{
     {"correlograph-points", 128, 128, 2, [](auto& c) { capture(c, "points"); }, graphOf},
     {"correlograph-ovals", 128, 128, 2, [](auto& c) { capture(c, "ovals"); }, graphOf},
     {"correlograph-bezier", 256, 256, 1, [](auto& c) { capture(c, "bezier"); }, graphOf},
+    {"slider", 300, 32, 2,
+     [](auto& c) {
+         c.brightnessSlider->setFrame({0, 0, 300, 32});
+     },
+     [](auto& c) -> platform::UIView& { return *c.brightnessSlider; }},
     {"frame", 170, 110, 1, [](auto& c) { c.pluginFrame->contrast = 0.75f; }, frameOf},
 };
 
