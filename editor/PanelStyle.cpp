@@ -16,9 +16,8 @@ CGFloat mix(CGFloat from, CGFloat to, CGFloat part) {
 /// From this grey on, dark print reads better than light print: a little below the middle.
 constexpr CGFloat lightPlate = 0.46;
 
-/// The foreground grey, at least so far from the background: lighter on a dark plate, darker on a
-/// light one.
-
+/// The foreground grey, kept away from the background: lighter on a dark plate, darker on a light
+/// one.
 CGFloat inkFor(CGFloat background, CGFloat contrast) {
     return background < lightPlate ? std::min(1.0, std::max(contrast, background + 0.5))
                                    : std::max(0.0, std::min(contrast, background - 0.45));
@@ -29,8 +28,8 @@ CGFloat inkFor(CGFloat background, CGFloat contrast) {
 PanelStyle::PanelStyle(const CGColor& background, const CGColor& contrast) {
     const CGFloat b = std::clamp(background.red, 0.0, 1.0);
     const CGFloat printed = inkFor(b, std::clamp(contrast.red, 0.0, 1.0));
-    plateTop = CGColor::gray(mix(b, 1, 0.055));
-    plateBottom = CGColor::gray(mix(b, 0, 0.14));
+    plateTop = mix(b, 1, 0.055);
+    plateBottom = mix(b, 0, 0.14);
     plateEdge = CGColor::gray(printed, 0.16);
     ink = CGColor::gray(printed);
     inkFaint = CGColor::gray(printed, 0.5);
@@ -41,6 +40,10 @@ PanelStyle::PanelStyle(const CGColor& background, const CGColor& contrast) {
     lightFaint = CGColor::gray(0.86, 0.38);
     knobTop = CGColor::gray(mix(0.27, 0.36, b));
     knobBottom = CGColor::gray(mix(0.12, 0.16, b));
+}
+
+CGColor PanelStyle::plate(CGFloat part) const {
+    return CGColor::gray(mix(plateTop, plateBottom, part));
 }
 
 }  // namespace qov

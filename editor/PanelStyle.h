@@ -10,7 +10,11 @@ namespace qov {
 struct PanelStyle {
     PanelStyle(const platform::CGColor& background, const platform::CGColor& contrast);
 
-    platform::CGColor plateTop, plateBottom, plateEdge;
+    /// The plate at a part of its height, 0 (top) to 1.
+    platform::CGColor plate(platform::CGFloat part) const;
+
+    platform::CGFloat plateTop, plateBottom;  ///< greys
+    platform::CGColor plateEdge;
     platform::CGColor ink;       ///< printed on the plate
     platform::CGColor inkFaint;  ///< scale marks and outlines there
     platform::CGColor ground;    ///< of screens and slots

@@ -28,12 +28,37 @@ using platform::NSTextAlignment;
 CGFloat drawScaleX = 1;
 CGFloat drawScaleY = 1;
 
+/// One line of text on the panel.
+struct PanelText {
+    std::string words;
+    const char* face;
+    CGFloat size;
+    CGRect box;  ///< in which it is centred vertically, by its capitals
+    NSTextAlignment alignment = NSTextAlignment::left;
+    CGFloat tracking = 0;
+
+    std::shared_ptr<const platform::CGFont> font() const { return platform::CGFont::named(face); }
+    CGFloat width() const { return (font()->width(words, tracking) - tracking) * size; }
+    CGPoint origin() const {
+        const bool isRight = alignment == NSTextAlignment::right;
+        return {isRight ? box.maxX() - width() : box.minX(),
+                box.midY() + font()->capHeight() * size / 2};
+    }
+    void draw(CGContext& context, const CGColor& color) const {
+        context.setFillColor(color);
+        context.showText(words, *font(), size, origin(), tracking);
+    }
+};
+
 namespace {
 
 constexpr CGRect canvas{0, 0, 680, 440};
 constexpr CGPoint center{340, 220};
-constexpr CGRect screen{208.5, 92.5, 263, 255};
+// Wide enough for the brackets of a neutral width.
+constexpr CGRect screen{198.5, 92.5, 283, 255};
+constexpr CGRect plateBox{12.5, 12.5, 655, 415};
 constexpr CGRect phaseShiftBox{510.5, 204.5, 130, 34};
+constexpr CGFloat phaseShiftReach = 110;   // units of the whole range, in the middle of the box
 constexpr CGFloat lastKnobAngle = 140;     // degrees to either side
 constexpr CGFloat lastPanoramaAngle = 45;  // degrees to either side
 constexpr CGFloat levelReach = 254;        // units of a full meter
@@ -110,25 +135,12 @@ void fillVertically(CGContext& context, const CGPath& path, const CGColor& top,
     context.restoreGState();
 }
 
-/// Vertically centred by its capitals.
-void text(CGContext& context, const std::string& words, const char* fontName, CGFloat size,
-          const CGRect& box, const CGColor& color, NSTextAlignment alignment,
-          CGFloat tracking = 0) {
-    const auto font = platform::CGFont::named(fontName);
-    const CGFloat rest = box.width() - (font->width(words, tracking) - tracking) * size;
-    CGFloat x = box.minX();
-    if (alignment == NSTextAlignment::center) x += rest / 2;
-    if (alignment == NSTextAlignment::right) x += rest;
-    context.setFillColor(color);
-    context.showText(words, *font, size, {x, box.midY() + font->capHeight() * size / 2}, tracking);
-}
-
 constexpr const char* labelFace = "HelveticaNeue";
 constexpr const char* boldFace = "HelveticaNeue-CondensedBold";
 
 void drawPlate(CGContext& context, const PanelStyle& style) {
-    const CGPath plate = CGPath::roundedRect({12.5, 12.5, 655, 415}, 9);
-    fillVertically(context, plate, style.plateTop, style.plateBottom);
+    const CGPath plate = CGPath::roundedRect(plateBox, 9);
+    fillVertically(context, plate, style.plate(0), style.plate(1));
     stroke(context, plate, style.plateEdge, 1);
 }
 
@@ -170,18 +182,19 @@ void drawKnob(CGContext& context, const PanelStyle& style, CGPoint middle, CGFlo
 void drawReadout(CGContext& context, const PanelStyle& style, const CGRect& box,
                  const std::string& words, CGFloat value, bool isActive, const CGColor& emphasis) {
     drawSlot(context, style, box, 4, isActive ? emphasis : style.edge);
-    text(context, words, boldFace, 12, {box.minX() + 10, box.minY() + 4, box.width() - 20, 14},
-         isActive ? emphasis : style.light, NSTextAlignment::left);
-    const CGFloat left = box.minX() + 10, right = box.maxX() - 10, middle = box.midX();
+    PanelText{words, boldFace, 12, {box.minX() + 10, box.minY() + 4, 0, 14}}.draw(
+        context, isActive ? emphasis : style.light);
+    constexpr CGFloat reach = 80;  // units to either side
+    const CGFloat middle = box.midX(), left = middle - reach, right = middle + reach;
     const CGFloat y = box.maxY() - 8;
     for (int mark = -10; mark <= 10; ++mark) {
-        const CGFloat x = middle + mark * (right - left) / 20;
+        const CGFloat x = middle + mark * reach / 10;
         const bool isMain = mark % 5 == 0;
         stroke(context, line({x, y - (isMain ? 5.5 : 4)}, {x, y - 2.5}), style.lightFaint, 1,
                CGLineCap::butt);
     }
     stroke(context, line({left, y}, {right, y}), CGColor::gray(0.86, 0.14), 3);
-    const CGFloat x = middle + bipolar(value) * (right - left) / 2;
+    const CGFloat x = middle + bipolar(value) * reach;
     if (std::abs(x - middle) > 0.1) stroke(context, line({middle, y}, {x, y}), emphasis, 3);
     stroke(context, line({x, y - 5}, {x, y + 2}), isActive ? emphasis : style.light, 2);
 }
@@ -234,8 +247,7 @@ void StereoControlsBase::drawControls(const CGRect& frame, ResizingBehavior resi
         drawPlate(*context, style);
         drawScreen(*context, style);
         drawStereoField(*context, style);
-        drawSlot(*context, style, phaseShiftBox, 4,
-                 isPhaseShiftActive ? colorEmphasize2.cgColor() : style.edge);
+        drawPhaseShiftField(*context, style);
         // Wide fields reach over the plate and the phase field, under all that is to be read there.
         drawBrackets(*context, style);
         drawLevels(*context);
@@ -243,10 +255,10 @@ void StereoControlsBase::drawControls(const CGRect& frame, ResizingBehavior resi
         drawPanorama(*context, style);
         drawPhaseShift(*context, style, phaseShift);
         drawToggles(*context, style);
-        text(*context, "KELVANE", boldFace, 20, {48, 40, 140, 20}, style.ink, NSTextAlignment::left,
-             0.12);
-        text(*context, "[ QOV ]", boldFace, 28, {510.5, 49, 131, 28}, style.ink,
-             NSTextAlignment::right);
+        print(*context, style,
+              {"KELVANE", boldFace, 20, {48, 40, 140, 20}, NSTextAlignment::left, 0.12});
+        print(*context, style,
+              {"[ QOV ]", boldFace, 28, {510.5, 49, 131, 28}, NSTextAlignment::right});
         context->restoreGState();
     }
     drawHotspots({0, 0, frame.size.width, frame.size.height}, ResizingBehavior::stretch);
@@ -265,10 +277,10 @@ void StereoControlsBase::drawScreen(CGContext& context, const PanelStyle& style)
                CGColor::gray(0.86, isMain ? 0.55 : 0.3), 1);
     }
     const CGColor letter = CGColor::gray(0.86, 0.45);
-    text(context, "L", boldFace, 12, {screen.minX() + 12, screen.minY() + 10, 12, 12}, letter,
-         NSTextAlignment::left);
-    text(context, "R", boldFace, 12, {screen.maxX() - 24, screen.minY() + 10, 12, 12}, letter,
-         NSTextAlignment::right);
+    const CGFloat top = screen.minY() + 10;
+    PanelText{"L", boldFace, 12, {screen.minX() + 12, top, 0, 12}}.draw(context, letter);
+    PanelText{"R", boldFace, 12, {screen.maxX() - 12, top, 0, 12}, NSTextAlignment::right}.draw(
+        context, letter);
 }
 
 void StereoControlsBase::drawStereoField(CGContext& context, const PanelStyle& style) const {
@@ -317,6 +329,23 @@ void StereoControlsBase::drawBrackets(CGContext& context, const PanelStyle& styl
     context.restoreGState();
 }
 
+void StereoControlsBase::print(CGContext& context, const PanelStyle& style,
+                               const PanelText& line) const {
+    // Where a bracket lies under it, a rim of the plate's colour keeps the text readable.
+    const CGPoint origin = line.origin();
+    const CGRect box{origin.x, origin.y - line.size, line.width(), 1.25 * line.size};
+    for (const int side : {-1, 1}) {
+        constexpr CGFloat radius = 16;  // of a circle around the bracket and its own rim
+        const CGPoint bracket = around(center, side * widthReach * stereoWidthNormalized,
+                                       90 + bipolar(panoramaNormalized) * lastPanoramaAngle);
+        const CGRect square{bracket.x - radius, bracket.y - radius, 2 * radius, 2 * radius};
+        if (box.intersection(square).isNull()) continue;
+        stroke(context, line.font()->outlines(line.words, line.size, origin, line.tracking),
+               style.plate((box.midY() - plateBox.minY()) / plateBox.height()), 4);
+    }
+    line.draw(context, style.ink);
+}
+
 void StereoControlsBase::drawLevels(CGContext& context) const {
     const CGFloat levels[]{levelLeftValue, levelRightValue};
     const CGFloat angles[]{45, -45};  // the channels' own diagonals
@@ -335,7 +364,7 @@ void StereoControlsBase::drawStereoWidth(CGContext& context, const PanelStyle& s
     const CGColor amber = colorEmphasize.cgColor();
     const bool isActive = isStereoWidthActive || isStereoWidthResetActive;
     drawReset(context, style, {197.5, 365.5, 34, 28}, isStereoWidthResetActive, amber);
-    drawReadout(context, style, {244.5, 361.5, 192, 36},
+    drawReadout(context, style, {248.5, 361.5, 183, 36},
                 percentText("stereo width: ", stereoWidthNormalized), stereoWidthNormalized,
                 isActive, amber);
     drawKnob(context, style, {467, 379}, stereoWidthNormalized, isActive, amber);
@@ -345,29 +374,36 @@ void StereoControlsBase::drawPanorama(CGContext& context, const PanelStyle& styl
     const CGColor amber = colorEmphasize.cgColor();
     const bool isActive = isPanoramaActive || isPanoramaResetActive;
     drawReset(context, style, {448.5, 49.5, 34, 28}, isPanoramaResetActive, amber);
-    drawReadout(context, style, {245.5, 45.5, 192, 36},
+    drawReadout(context, style, {248.5, 45.5, 183, 36},
                 percentText("panorama: ", panoramaNormalized), panoramaNormalized, isActive, amber);
     drawKnob(context, style, {215, 63}, panoramaNormalized, isActive, amber);
+}
+
+void StereoControlsBase::drawPhaseShiftField(CGContext& context, const PanelStyle& style) const {
+    constexpr CGRect box = phaseShiftBox;
+    const CGColor blue = colorEmphasize2.cgColor();
+    drawSlot(context, style, box, 4, isPhaseShiftActive ? blue : style.edge);
+    context.setFillColor(blue.withAlpha(0.38));
+    context.fillRect(
+        {box.midX() - phaseShiftReach / 2, box.minY() + 8, phaseShiftValue * phaseShiftReach, 12});
 }
 
 void StereoControlsBase::drawPhaseShift(CGContext& context, const PanelStyle& style,
                                         const std::string& words) const {
     constexpr CGRect box = phaseShiftBox;
-    const CGColor blue = colorEmphasize2.cgColor();
-    text(context, words, boldFace, 12, {box.minX(), 184, box.width(), 14}, style.ink,
-         NSTextAlignment::center);
-    const CGFloat left = box.minX() + 8, right = box.maxX() - 8;
-    const CGFloat x = left + phaseShiftValue * (right - left);
-    if (x - left > 0.1) {
-        context.setFillColor(blue.withAlpha(0.38));
-        context.fillRect({left, box.minY() + 8, x - left, 12});
-    }
+    // Two lines: neither moves when the other grows.
+    const auto second = words.find(": ") + 2;
+    print(context, style, {words.substr(0, second - 1), boldFace, 12, {box.minX(), 174, 0, 14}});
+    print(context, style, {words.substr(second), boldFace, 12, {box.minX(), 187, 0, 14}});
+    const CGFloat left = box.midX() - phaseShiftReach / 2;
     for (int mark = 0; mark <= 10; ++mark) {
-        const CGFloat at = left + mark * (right - left) / 10;
+        const CGFloat at = left + mark * phaseShiftReach / 10;
         stroke(context, line({at, box.maxY() - (mark % 5 ? 8.0 : 10.0)}, {at, box.maxY() - 5}),
                style.lightFaint, 1, CGLineCap::butt);
     }
-    stroke(context, line({x, box.minY() + 7}, {x, box.minY() + 21}), blue, 2.5);
+    const CGFloat x = left + phaseShiftValue * phaseShiftReach;
+    stroke(context, line({x, box.minY() + 7}, {x, box.minY() + 21}), colorEmphasize2.cgColor(),
+           2.5);
 }
 
 void StereoControlsBase::drawToggles(CGContext& context, const PanelStyle& style) const {
@@ -378,13 +414,13 @@ void StereoControlsBase::drawToggles(CGContext& context, const PanelStyle& style
         bool labelIsLeft;
         bool isAlarm;
     };
-    // The correlograph's three stand edge to edge, as a bank, each over its own hot area.
+    // Each in the middle of its hot area; the correlograph's three overlap by their edges.
     const Toggle toggles[]{
         {"swap channels", isSwapOn, {55, 85}, false, false},
         {"invert channel", isInvert, {55, 126}, false, false},
-        {"oscillograph", isOscillograph, {55, 210}, false, false},
+        {"oscillograph", isOscillograph, {55, 212}, false, false},
         {"normalize", isNormalized, {55, 236}, false, false},
-        {"points/bezier", isBezier, {55, 262}, false, false},
+        {"points/bezier", isBezier, {55, 260}, false, false},
         {"recover mono", isRecover, {55, 333}, false, false},
         {"test mono", isMonoOn, {623, 333}, true, false},
         {"suspend/freeze", isGoPro, {623, 291}, true, true},
@@ -393,13 +429,16 @@ void StereoControlsBase::drawToggles(CGContext& context, const PanelStyle& style
     for (const auto& toggle : toggles) {
         const CGRect dot{toggle.dot, {12, 12}};
         const CGFloat grow = (boxSide - dot.width()) / 2;
-        const CGPath box = CGPath::roundedRect(dot.insetBy(-grow, -grow), 4);
+        const CGRect square = dot.insetBy(-grow, -grow);
+        const CGPath box = CGPath::roundedRect(square, 4);
         const bool isAlarming = toggle.isAlarm && toggle.isOn;
         fill(context, box, style.ground);
         if (isAlarming) fill(context, box, suspendRed.withAlpha(0.45));
-        stroke(context, box, isAlarming ? suspendRed : style.inkFaint, 1);
-        const CGRect labelBox{toggle.labelIsLeft ? 510.5 : 84, dot.minY(), 100, 12};
-        text(context, toggle.label, labelFace, 10, labelBox, style.ink, NSTextAlignment::left);
+        // Inside the square, on whole pixels.
+        stroke(context, CGPath::roundedRect(square.insetBy(0.5, 0.5), 3.5),
+               isAlarming ? suspendRed.withAlpha(0.5) : style.inkFaint, 1);
+        print(context, style,
+              {toggle.label, labelFace, 10, {toggle.labelIsLeft ? 510.5 : 84, dot.minY(), 0, 12}});
         if (!toggle.isOn) continue;
         if (toggle.isAlarm) {
             context.saveGState();

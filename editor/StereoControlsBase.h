@@ -16,6 +16,7 @@ namespace qov {
 
 class AudioUnitViewController;
 struct PanelStyle;
+struct PanelText;
 
 /// View coordinates per canvas unit of the panel that drew last, for the whole process; touches are
 /// divided by them. Main thread.
@@ -55,9 +56,11 @@ class StereoControlsBase {
     void drawLevels(platform::CGContext& context) const;
     void drawStereoWidth(platform::CGContext& context, const PanelStyle& style) const;
     void drawPanorama(platform::CGContext& context, const PanelStyle& style) const;
+    void drawPhaseShiftField(platform::CGContext& context, const PanelStyle& style) const;
     void drawPhaseShift(platform::CGContext& context, const PanelStyle& style,
                         const std::string& text) const;
     void drawToggles(platform::CGContext& context, const PanelStyle& style) const;
+    void print(platform::CGContext& context, const PanelStyle& style, const PanelText& line) const;
 
     platform::UIColor hotspotColor{0.211, 1, 0, 0.1};  ///< for looking at the hot areas
     platform::UIColor colorEmphasize{1, 0.785, 0.215, 1};
