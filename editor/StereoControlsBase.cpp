@@ -10,6 +10,8 @@
 #include "editor/PanelStyle.h"
 #include "platform/coregraphics/CGContext.h"
 #include "platform/coregraphics/CGFont.h"
+#include "platform/foundation/Number.h"
+#include "platform/foundation/fatalError.h"
 #include "platform/uikit/NSTextAlignment.h"
 #include "platform/uikit/UIGraphics.h"
 
@@ -74,8 +76,9 @@ CGFloat bipolar(CGFloat normalized) {
     return 2 * normalized - 1;
 }
 
+/// The nearest integer in decimal; 0 for NaN.
 std::string wholeNumber(CGFloat value) {
-    return std::to_string(static_cast<std::int64_t>(std::round(value)));
+    return std::to_string(platform::Number(std::round(value)).int64Value());
 }
 
 std::string percentText(const char* name, CGFloat normalized) {
