@@ -37,7 +37,7 @@ constexpr double kRedrawInterval = 0.05;                 // seconds
 constexpr CGFloat kAspect = 11.0 / 17.0;                 // of the panel, height over width
 constexpr CGFloat kCorrelographInsetX = 200;             // points
 constexpr CGFloat kCorrelographInsetY = 90;              // points
-constexpr CGFloat kLeastWidth = 128, kMostWidth = 2048;  // that a pinch may give, in points
+constexpr CGFloat kLeastWidth = 128, kMostWidth = 2048;  // of a pinched view, in points
 
 /// The outlet's view; a missing one is a fatal error.
 template <class T>
@@ -49,9 +49,9 @@ T& connected(const std::shared_ptr<T>& outlet, const char* name) {
 /// The shortest text that reads back as the same number, always with a point or an exponent.
 std::string text(float value) {
     char buffer[64];
-    constexpr float kFirstCoarse = 16777216;  // from here on neighbours are further than 1 apart
+    constexpr float kLastPlain = 16777216;  // beyond it not every integer is a float
     const float size = std::abs(value);
-    const bool plain = value == 0 || (size >= 1e-4F && size < kFirstCoarse);
+    const bool plain = value == 0 || (size >= 1e-4F && size <= kLastPlain);
     const auto end =
         std::to_chars(std::begin(buffer), std::end(buffer), value,
                       plain ? std::chars_format::fixed : std::chars_format::scientific);
@@ -213,17 +213,16 @@ std::int64_t AudioUnitViewController::getMilliseconds() const {
 }
 
 void AudioUnitViewController::onStereoControlsOption(int address, float value) {
-    constexpr int kNormalize = 10, kShow = 11, kSuspend = 12, kDrawMode = 13;
-    if (address < kNormalize || address > kDrawMode) return;
+    if (address < kOptionNormalized || address > kOptionDrawMode) return;
     auto& correlograph = connected(correlographView, "correlographView");
     switch (address) {
-        case kNormalize:
+        case kOptionNormalized:
             correlograph.baseClass.isNormalized = value == 1.0F;
             break;
-        case kShow:
+        case kOptionOscillograph:
             correlograph.setHidden(value == 0.0F);
             return;
-        case kSuspend:
+        case kOptionSuspended:
             correlograph.isSuspended = value == 1.0F;
             break;
         default: {
@@ -262,7 +261,7 @@ void AudioUnitViewController::onPanGesture(platform::UIPanGestureRecognizer& sen
         case State::ended:
             lockAutoLayout_ = false;
             saveFrames();
-            stereoControls->setNeedsDisplay();
+            connected(stereoControls, "stereoControls").setNeedsDisplay();
             touchesLocked = false;
             break;
         case State::cancelled:
@@ -293,7 +292,7 @@ void AudioUnitViewController::onPinchGesture(platform::UIPinchGestureRecognizer&
         case State::ended:
             lockAutoLayout_ = false;
             saveFrames();
-            stereoControls->setNeedsDisplay();
+            connected(stereoControls, "stereoControls").setNeedsDisplay();
             break;
         case State::cancelled:
             lockAutoLayout_ = false;

@@ -27,13 +27,13 @@ class PluginFrameEx;
 class QOV_Kelvane_PluginAudioUnit;
 class StereoControls;
 
-/// The editor: makes the audio unit, shows its panel and correlograph, binds the panel to the eight
-/// parameters in both directions and obeys the gestures. Main thread, but for parameter changes,
-/// which may come from any.
+/// The editor: creates the audio unit, shows the panel and the correlograph, binds the panel to the
+/// eight parameters in both directions and handles the gestures. Main thread; parameter changes may
+/// arrive on any thread.
 ///
-/// Whichever comes second, view or audio unit, binds; where each finds the other ready, both do,
-/// and the binding is then there twice. After a view has loaded, its run loop's timer holds the
-/// controller until the loop ends.
+/// The later of viewDidLoad() and the block that setAudioUnit() queues binds the parameters. When
+/// the view loads between the two, both bind, and every parameter is then bound twice. From
+/// viewDidLoad() on, the run loop's timer keeps the controller alive until the loop ends.
 class AudioUnitViewController : public platform::AUViewController,
                                 public platform::AUAudioUnitFactory,
                                 public StereoControlsDelegate {
@@ -41,16 +41,16 @@ class AudioUnitViewController : public platform::AUViewController,
     using AUViewController::AUViewController;
     ~AudioUnitViewController() override;
 
-    /// Makes the audio unit and keeps it. Null, with *error set where error is given, when that
-    /// fails; audioUnit() is then what it was.
+    /// Creates the audio unit and stores it. Null on failure, with *error set if error is not null;
+    /// audioUnit() is then unchanged.
     std::shared_ptr<platform::AUAudioUnit> createAudioUnit(
         const platform::AudioComponentDescription& description, platform::NSError* error) override;
 
     const std::shared_ptr<QOV_Kelvane_PluginAudioUnit>& audioUnit() const { return audioUnit_; }
-    /// Binds it in a later turn of the main queue, if the view is loaded then.
+    /// Stores it and queues a block on the main queue that binds it if the view is loaded then.
     void setAudioUnit(std::shared_ptr<QOV_Kelvane_PluginAudioUnit> audioUnit);
 
-    /// Builds the views and recognisers and fills the outlets.
+    /// Creates the views and recognisers and sets the outlets.
     void loadView() override;
     void viewDidLoad() override;
     void viewDidLayoutSubviews() override;
@@ -68,8 +68,8 @@ class AudioUnitViewController : public platform::AUViewController,
     void onStereoControlsParameter(int address, float value) override;
     void onStereoControlsOption(int address, float value) override;
 
-    // Parameters. An address equal to the number of bound parameters is a fatal error; one beyond
-    // it, or below 0, is reported on the console.
+    // Parameters, by address. An address equal to the number of bound parameters is a fatal error;
+    // a larger or negative one prints a line to the console.
 
     void setParameter(int address, float value);
     float getParameter(int address) const;
@@ -78,22 +78,23 @@ class AudioUnitViewController : public platform::AUViewController,
     std::int64_t getMilliseconds() const;
     /// The phase shift in frames; 0 without an audio unit.
     std::int64_t getPhaseShift() const;
-    /// Pushes all eight values into the panel.
+    /// Shows all eight values in the panel; fewer bound parameters are a fatal error.
     void updateParameters();
 
     // Layout
 
+    /// Fits the panel into the root view.
     void centerPluginView();
-    /// Points.
+    /// Places panel and correlograph for a root view of this size, in points.
     void layoutControls(platform::CGFloat width, platform::CGFloat height);
 
     // State
 
-    bool USE_PARAMETER_OBSERVERS = true;  ///< nothing asks
-    /// A control has the touch: the pan gesture stands back.
+    bool USE_PARAMETER_OBSERVERS = true;  ///< not consulted
+    /// True while a control handles a touch; the pan gesture is ignored then.
     bool touchesLocked = false;
 
-    // Outlets, filled by loadView().
+    // Outlets, set by loadView().
     std::shared_ptr<PluginFrameEx> pluginFrame;
     std::shared_ptr<CorrelographViewAU> correlographView;
     std::shared_ptr<StereoControls> stereoControls;
@@ -105,7 +106,7 @@ class AudioUnitViewController : public platform::AUViewController,
     std::shared_ptr<platform::UITapGestureRecognizer> tapGesture;
     std::shared_ptr<platform::UILongPressGestureRecognizer> longPressGesture;
 
-    /// In landscape, the panel fills the height and not the width.
+    /// Whether the panel fills the height rather than the width of a landscape view.
     bool fitToHeight = false;
 
  private:
@@ -118,7 +119,7 @@ class AudioUnitViewController : public platform::AUViewController,
     std::shared_ptr<QOV_Kelvane_PluginAudioUnit> audioUnit_;
     platform::CGRect controlFrame1_;  // the panel's, at a gesture's start
     platform::CGRect controlFrame2_;  // the correlograph's
-    bool lockAutoLayout_ = false;     // a pan or pinch is under way
+    bool lockAutoLayout_ = false;     // a pan or pinch is in progress
     platform::AUParameterObserverToken parameterObserverToken_ = nullptr;
     std::shared_ptr<platform::AUParameterTree> parameterTree_;
     std::vector<std::shared_ptr<platform::AUParameter>> parameters_;

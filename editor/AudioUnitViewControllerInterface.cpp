@@ -1,17 +1,15 @@
-// The editor's interface: which views there are, where they lie at first, which gesture sits on
-// which view, and which action each of them calls.
+// The editor's interface: the views, their initial frames, and the gestures with their actions.
 //
-//   root view            pan, pinch, double tap, tap (waits for the double tap to fail), long press
+//   root view            pan, pinch, double tap, tap (after the double tap has failed), long press
 //   +- pluginFrame       fills the root view
-//   +- stereoControls    placed by the controller, as is
-//   +- correlographView  which lies over the panel's middle and lets touches through
+//   +- stereoControls    placed by the controller
+//   +- correlographView  above the panel's middle, placed by the controller; ignores touches
 //   +- brightnessSlider  along the top, hidden at first
 //   +- contrastButton    in the upper right corner, hidden at first
 //
-// All gestures sit on the root view, so that a panel that was moved out of sight can be called back
-// with a double tap anywhere. A touch in a hotspot, on the slider or on the button belongs to that
-// control: of the gestures only the pinch receives it as well. The pan leaves out touches that go
-// down while the lock is set, too.
+// All gestures belong to the root view, so that a double tap anywhere brings back a panel that was
+// moved out of sight. Of the gestures only the pinch receives touches in a hotspot, on the slider
+// or on the button; the pan also ignores a touch that goes down while the lock is set.
 
 #include <memory>
 #include <numbers>
@@ -65,7 +63,7 @@ class ContrastButton : public platform::UIButton {
     }
 };
 
-/// On a ground of the button's, so that the track is seen on any part of the panel.
+/// Has a ground in the button's colour, for contrast with the panel under it.
 class BrightnessSlider : public platform::UISlider {
  public:
     using UISlider::UISlider;
@@ -77,7 +75,7 @@ class BrightnessSlider : public platform::UISlider {
     }
 };
 
-/// Calls a method of the controller with the sender, for as long as the controller is there.
+/// Calls a method of the controller with the sender; a no-op after the controller has gone.
 template <class Sender, class Base>
 std::function<void(Base&)> action(const std::weak_ptr<AudioUnitViewController>& target,
                                   void (AudioUnitViewController::*method)(Sender&)) {
@@ -100,7 +98,7 @@ void AudioUnitViewController::loadView() {
     pluginFrame->setAutoresizingMask(kFill);
     stereoControls = std::make_shared<StereoControls>(NSCoder{whole});
     correlographView = std::make_shared<CorrelographViewAU>(NSCoder{whole.insetBy(200, 90)});
-    // Its margins are points, not canvas units: on a large panel it lies over the controls as well.
+    // Its margins are points, not canvas units: on a large panel it covers controls.
     correlographView->setUserInteractionEnabled(false);
 
     contrastButton = std::make_shared<ContrastButton>(
@@ -165,7 +163,7 @@ void AudioUnitViewController::addGestures(platform::UIView& root) {
         if (gesture != pinchGesture) gesture->shouldReceive = isBesideControls;
         root.addGestureRecognizer(gesture);
     }
-    // Gestures receive a touch before the panel, which clears the lock for a touch on the plate.
+    // The panel clears the lock when a touch goes down outside its hotspots, which is after this.
     panGesture->shouldReceive = [self, isBesideControls](const UITouch& touch) {
         const auto controller = self.lock();
         return isBesideControls(touch) && !(controller && controller->touchesLocked);

@@ -13,7 +13,7 @@ CGFloat mix(CGFloat from, CGFloat to, CGFloat part) {
     return from + (to - from) * part;
 }
 
-/// From this grey on, dark print reads better than light print: a little below the middle.
+/// On a background from this grey on, dark ink has more contrast than light ink.
 constexpr CGFloat lightPlate = 0.46;
 
 /// The foreground grey, kept away from the background: lighter on a dark plate, darker on a light
@@ -34,7 +34,7 @@ PanelStyle::PanelStyle(const CGColor& background, const CGColor& contrast) {
     ink = CGColor::gray(printed);
     inkFaint = CGColor::gray(printed, 0.5);
     ground = CGColor::gray(mix(0.055, 0.11, b));
-    // The darker the plate, the more a dark field needs its outline.
+    // A dark field needs more of an outline on a dark plate.
     edge = CGColor::gray(mix(0.30, 0.02, std::min(1.0, b * 1.6)));
     light = CGColor::gray(0.86);
     lightFaint = CGColor::gray(0.86, 0.38);

@@ -4,9 +4,10 @@
 
 namespace qov {
 
-/// The panel's colours for one brightness. Everything that carries a value lies on a dark ground (a
-/// screen, a slot, a knob), so amber, blue and red read at every brightness; what is printed on the
-/// plate itself is kept away from the plate's grey even where foreground and background meet.
+/// The panel's colours for one brightness. Values (screen, slots, knobs) have a dark ground at
+/// every brightness, so amber, blue and red have contrast on it; ink, which is drawn on the plate
+/// itself, keeps a distance from the plate's grey where foreground and background are about the
+/// same.
 struct PanelStyle {
     PanelStyle(const platform::CGColor& background, const platform::CGColor& contrast);
 
@@ -15,7 +16,7 @@ struct PanelStyle {
 
     platform::CGFloat plateTop, plateBottom;  ///< greys
     platform::CGColor plateEdge;
-    platform::CGColor ink;       ///< printed on the plate
+    platform::CGColor ink;       ///< text on the plate
     platform::CGColor inkFaint;  ///< scale marks and outlines there
     platform::CGColor ground;    ///< of screens and slots
     platform::CGColor edge;      ///< around them

@@ -12,7 +12,7 @@ class PluginFrameEx : public platform::UIControl {
 
     void draw(platform::CGRect rect) override;
 
-    float contrast = 0.25f;  ///< 0 black .. 1 white; takes a redraw to be seen
+    float contrast = 0.25f;  ///< 0 black .. 1 white; shown by the next redraw
     platform::UIColor mainColor = platform::UIColor::lightGray();
 
  private:

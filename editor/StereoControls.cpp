@@ -17,19 +17,11 @@ using platform::CGPoint;
 
 namespace {
 
-// Display options, which never reach the audio unit.
-enum Option : int {
-    optionNormalized = 10,
-    optionOscillograph = 11,
-    optionSuspended = 12,
-    optionDrawMode = 13,
-};
-
-/// Canvas units of a drag along both axes at once that span half the range.
+/// Canvas units of a drag, up and to the right at the same time, for the whole range.
 constexpr float dragRange = 300;
 
 const platform::UITouch& anyOf(const platform::UITouchSet& touches) {
-    if (touches.empty()) platform::fatalError("the panel was sent no touch");
+    if (touches.empty()) platform::fatalError("the panel received an empty set of touches");
     return **touches.begin();
 }
 
@@ -45,8 +37,7 @@ void StereoControls::draw(platform::CGRect rect) {
 }
 
 void StereoControls::updateParameter(int address, float value) {
-    // Where the panel keeps what it shows of each parameter. The bypass has no row: its toggle
-    // shows touches only.
+    // The field that shows each parameter. The bypass has none: only touches change its toggle.
     struct Shown {
         ParameterAddress address;
         CGFloat StereoControlsBase::*value;
@@ -130,13 +121,13 @@ void StereoControls::beginEditing(StereoControlsDelegate& to) {
     } else if (mode == "test mono") {
         toggle(baseClass.isMonoOn, to, kTestMono);
     } else if (mode == "graph normalized") {
-        toggleOption(baseClass.isNormalized, to, optionNormalized);
+        toggleOption(baseClass.isNormalized, to, kOptionNormalized);
     } else if (mode == "bezier") {
-        toggleOption(baseClass.isBezier, to, optionDrawMode);
+        toggleOption(baseClass.isBezier, to, kOptionDrawMode);
     } else if (mode == "show oscillograph") {
-        toggleOption(baseClass.isOscillograph, to, optionOscillograph);
+        toggleOption(baseClass.isOscillograph, to, kOptionOscillograph);
     } else if (mode == "go pro") {
-        toggleOption(baseClass.isGoPro, to, optionSuspended);
+        toggleOption(baseClass.isGoPro, to, kOptionSuspended);
         to.onStereoControlsParameter(kBypass, baseClass.isGoPro ? 1.0f : 0.0f);
     }
 }
@@ -155,7 +146,7 @@ void StereoControls::touchesMoved(const platform::UITouchSet& touches, platform:
     const auto to = delegate.lock();
     if (!to) return;
     const CGPoint p = canvasLocation(anyOf(touches));
-    // Scaled down twice: a larger panel takes longer drags. Kept as it feels today.
+    // Divided by the scale twice: a larger panel needs longer drags. Deliberate.
     const CGFloat dx = (p.x - startLocation.x) / drawScaleX * scaler;
     const CGFloat dy = (p.y - startLocation.y) / drawScaleY * scaler;
     const float delta = std::clamp(static_cast<float>(dy - dx) * 0.5f / dragRange, -1.0f, 1.0f);
@@ -187,7 +178,7 @@ void StereoControls::touchesEnded(const platform::UITouchSet& touches, platform:
     currentEditingMode.clear();
     controller->touchesLocked = false;
     setNeedsDisplay();
-    // A canvas point held against the bounds in points; kept as it is.
+    // Compares canvas units with points. Deliberate.
     sendActions(bounds().contains(startLocation) ? platform::UIControlEventTouchUpInside
                                                  : platform::UIControlEventTouchUpOutside);
 }

@@ -10,20 +10,21 @@ namespace qov {
 
 class StereoControlsDelegate;
 
-/// The panel. A touch picks what it edits by where it goes down (the editing mode); a drag from
-/// there changes width, panorama or phase shift, up or to the right for more; everything else
-/// switches at touch-down. All edits go to the delegate. Main thread.
+/// The panel. The place of a touch-down selects what it edits (the editing mode): a drag changes
+/// width, panorama or phase shift, up or to the right for more; everything else switches at
+/// touch-down. All edits go to the delegate. Main thread.
 ///
-/// Touches are measured with the scale of the panel that drew last in the process (see drawScaleX).
+/// Locations of touches are divided by the scale of the panel that drew last in this process (see
+/// drawScaleX).
 class StereoControls : public platform::UIControl {
  public:
     using UIControl::UIControl;
 
     void draw(platform::CGRect rect) override;
 
-    /// Shows a parameter's value; addresses from kBypass on only redraw.
+    /// Shows a parameter's value, 0..1, and redraws; addresses from kBypass on only redraw.
     void updateParameter(int address, float value);
-    /// Grey of the background, 0..1; the foreground becomes its opposite.
+    /// Sets the background to a grey, 0..1, and the foreground to 1 - value.
     void setBrightness(float value);
 
     void touchesBegan(const platform::UITouchSet& touches, platform::UIEvent* event) override;
@@ -31,21 +32,22 @@ class StereoControls : public platform::UIControl {
     void touchesEnded(const platform::UITouchSet& touches, platform::UIEvent* event) override;
     void touchesCancelled(const platform::UITouchSet& touches, platform::UIEvent* event) override;
 
-    /// Makes the mode at a point of the canvas (empty for none) the current one.
+    /// Sets the current mode to that at a point of the canvas, in canvas units; empty outside all
+    /// hotspots.
     void hitTestHotspots(platform::CGPoint point);
 
-    /// Whether a touch lies where a touch-down would start to edit.
+    /// Whether a touch lies in a hotspot.
     bool isInHotspot(const platform::UITouch& touch) const;
 
     std::weak_ptr<AudioUnitViewController> viewController;
     std::weak_ptr<StereoControlsDelegate> delegate;
-    float levelLeftValue = 0;  ///< nothing uses the two
+    float levelLeftValue = 0;  ///< the two are unused
     float levelRightValue = 0;
     std::string currentEditingMode;
     StereoControlsBase baseClass;
     platform::CGPoint startLocation;   ///< touch-down, canvas units
-    platform::CGFloat startValue = 0;  ///< of what is edited, at touch-down
-    platform::CGFloat scaler = 1;      ///< sensitivity of drags
+    platform::CGFloat startValue = 0;  ///< the edited value at touch-down
+    platform::CGFloat scaler = 1;      ///< factor of a drag's distance
 
  private:
     void beginEditing(StereoControlsDelegate& to);

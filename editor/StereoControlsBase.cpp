@@ -85,8 +85,6 @@ std::string percentText(const char* name, CGFloat normalized) {
     return name + wholeNumber(bipolar(normalized) * 100) + "%";
 }
 
-// Painting, in few words.
-
 void fill(CGContext& context, const CGPath& path, const CGColor& color) {
     context.setFillColor(color);
     context.beginPath();
@@ -152,7 +150,7 @@ void drawSlot(CGContext& context, const PanelStyle& style, const CGRect& box, CG
               const CGColor& edge) {
     const CGPath path = CGPath::roundedRect(box, radius);
     fill(context, path, style.ground);
-    // A lit lower lip makes it lie below the plate.
+    // A light line along the lower edge makes it look recessed.
     stroke(context, CGPath::roundedRect(box.offsetBy(0, 1), radius), style.plateEdge, 1);
     stroke(context, path, edge, 1);
 }
@@ -202,7 +200,7 @@ void drawReadout(CGContext& context, const PanelStyle& style, const CGRect& box,
     stroke(context, line({x, y - 5}, {x, y + 2}), isActive ? emphasis : style.light, 2);
 }
 
-/// A button that goes back to the middle: an arrow on its way round to the start.
+/// A button that sets its control back to the middle: a circular arrow.
 void drawReset(CGContext& context, const PanelStyle& style, const CGRect& box, bool isActive,
                const CGColor& emphasis) {
     const CGPath shape = CGPath::roundedRect(box, 4);
@@ -230,7 +228,7 @@ void StereoControlsBase::keepDrawScale(platform::CGSize scale) {
 
 std::string StereoControlsBase::phaseShiftText() const {
     const auto controller = viewController.lock();
-    // Without an audio unit, the range of 10 ms at 44100 Hz.
+    // Without a view controller, the range is 10 ms at 44100 Hz.
     if (!controller) return "phase shift: " + wholeNumber(phaseShiftValue * 441) + " samples";
     if (!controller->audioUnit()) platform::fatalError("the panel's audio unit is missing");
     return "phase shift: " +
@@ -251,7 +249,7 @@ void StereoControlsBase::drawControls(const CGRect& frame, ResizingBehavior resi
         drawScreen(*context, style);
         drawStereoField(*context, style);
         drawPhaseShiftField(*context, style);
-        // Wide fields reach over the plate and the phase field, under all that is to be read there.
+        // Over the phase field and its bar, under all texts and values.
         drawBrackets(*context, style);
         drawLevels(*context);
         drawStereoWidth(*context, style);
@@ -272,7 +270,7 @@ void StereoControlsBase::drawScreen(CGContext& context, const PanelStyle& style)
     const CGColor faint = CGColor::gray(0.86, 0.10);
     stroke(context, CGPath::ellipse({center.x - 118, center.y - 118, 236, 236}), faint, 1);
     stroke(context, CGPath::ellipse({center.x - 59, center.y - 59, 118, 118}), faint, 1);
-    // The needle's scale: a mark each 20 % of panorama.
+    // The panorama needle's scale: a mark every 20 %.
     for (int mark = -5; mark <= 5; ++mark) {
         const CGFloat angle = mark * -markersAngle / 5;
         const bool isMain = mark == 0 || std::abs(mark) == 5;
@@ -298,7 +296,7 @@ void StereoControlsBase::drawStereoField(CGContext& context, const PanelStyle& s
     }
     context.setLineDash(0, {});
 
-    // Turned by the panorama: needle and base line.
+    // The needle and the base line turn with the panorama.
     const CGColor amber = colorEmphasize.cgColor();
     context.rotateBy(radians(bipolar(panoramaNormalized) * lastPanoramaAngle));
     const CGFloat reach = widthReach * stereoWidthNormalized;
@@ -324,7 +322,7 @@ void StereoControlsBase::drawBrackets(CGContext& context, const PanelStyle& styl
         bracket.addLineTo({outer, -halfHeight});
         bracket.addLineTo({outer, halfHeight});
         bracket.addLineTo({inner, halfHeight});
-        // The dark rim keeps amber readable on a plate of any brightness.
+        // The dark rim keeps the amber readable at every brightness of the plate.
         stroke(context, bracket, style.ground, 5);
         if (isActive) stroke(context, bracket, amber.withAlpha(0.3), 7);
         stroke(context, bracket, amber, 2);
@@ -351,7 +349,7 @@ void StereoControlsBase::print(CGContext& context, const PanelStyle& style,
 
 void StereoControlsBase::drawLevels(CGContext& context) const {
     const CGFloat levels[]{levelLeftValue, levelRightValue};
-    const CGFloat angles[]{45, -45};  // the channels' own diagonals
+    const CGFloat angles[]{45, -45};  // of each channel's diagonal
     for (int channel = 0; channel < 2; ++channel) {
         const CGFloat length = levels[channel] * levelReach;
         if (!(length > 0)) continue;
@@ -394,7 +392,7 @@ void StereoControlsBase::drawPhaseShiftField(CGContext& context, const PanelStyl
 void StereoControlsBase::drawPhaseShift(CGContext& context, const PanelStyle& style,
                                         const std::string& words) const {
     constexpr CGRect box = phaseShiftBox;
-    // Two lines: neither moves when the other grows.
+    // Two lines, left-aligned: no text moves when the number of digits changes.
     const auto second = words.find(": ") + 2;
     print(context, style, {words.substr(0, second - 1), boldFace, 12, {box.minX(), 174, 0, 14}});
     print(context, style, {words.substr(second), boldFace, 12, {box.minX(), 187, 0, 14}});
@@ -417,7 +415,7 @@ void StereoControlsBase::drawToggles(CGContext& context, const PanelStyle& style
         bool labelIsLeft;
         bool isAlarm;
     };
-    // Each in the middle of its hot area; the correlograph's three overlap by their edges.
+    // Each is centred in its hot area; the boxes of the middle three share their edges.
     const Toggle toggles[]{
         {"swap channels", isSwapOn, {55, 85}, false, false},
         {"invert channel", isInvert, {55, 126}, false, false},
@@ -462,7 +460,7 @@ struct StereoControlsBase::Hotspot {
     CGRect area;
     const char* mode;
 
-    /// In the order in which they are tried.
+    /// In the order of hit testing.
     static const std::array<Hotspot, 13> all;
 };
 
@@ -484,7 +482,7 @@ const std::array<StereoControlsBase::Hotspot, 13> StereoControlsBase::Hotspot::a
 
 void StereoControlsBase::drawHotspots(const CGRect& frame, ResizingBehavior resizing) {
     resizing.apply(canvas, frame);
-    // A frame of the canvas's own size is fitted without keeping its factors; touches need them.
+    // apply() does not store the factors of a frame of the canvas's own size; touches need them.
     if (frame == canvas) keepDrawScale({1, 1});
     for (const auto& hotspot : Hotspot::all)
         this->*hotspot.path = platform::UIBezierPath::rect(hotspot.area);

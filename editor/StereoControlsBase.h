@@ -18,24 +18,25 @@ class AudioUnitViewController;
 struct PanelStyle;
 struct PanelText;
 
-/// View coordinates per canvas unit of the panel that drew last, for the whole process; touches are
+/// Points per canvas unit of the panel that drew last in this process; the locations of touches are
 /// divided by them. Main thread.
 extern platform::CGFloat drawScaleX;
 extern platform::CGFloat drawScaleY;
 
-/// What the panel shows, its picture and its hot areas, on a canvas of 680 x 440. Main thread.
+/// The panel's state, picture and hot areas (hotspots), on a canvas of 680 x 440 units. Main
+/// thread.
 class StereoControlsBase {
  public:
     using ResizingBehavior = ResizingBehaviorOf<StereoControlsBase>;
 
-    /// On the current context; without one only the hot areas are built.
+    /// Draws on the current context; without one only the hot areas are built.
     /// A view controller without an audio unit is a fatal error.
     void drawControls(const platform::CGRect& frame, ResizingBehavior resizing);
-    /// Builds the hot areas, in canvas units, and keeps the scale of the frame.
+    /// Builds the hot areas, in canvas units, and stores the scale of the frame (points).
     void drawHotspots(const platform::CGRect& frame, ResizingBehavior resizing);
 
-    /// The editing mode whose hot area holds a point of the canvas; empty for none, and before the
-    /// first drawing.
+    /// The editing mode of the hot area at a point of the canvas; empty outside all of them, and
+    /// before the first drawing.
     const char* modeAt(platform::CGPoint point) const;
     /// That hot area, in canvas units.
     std::optional<platform::CGRect> hotAreaAt(platform::CGPoint point) const;
@@ -62,7 +63,7 @@ class StereoControlsBase {
     void drawToggles(platform::CGContext& context, const PanelStyle& style) const;
     void print(platform::CGContext& context, const PanelStyle& style, const PanelText& line) const;
 
-    platform::UIColor hotspotColor{0.211, 1, 0, 0.1};  ///< for looking at the hot areas
+    platform::UIColor hotspotColor{0.211, 1, 0, 0.1};  ///< to make the hot areas visible; unused
     platform::UIColor colorEmphasize{1, 0.785, 0.215, 1};
     platform::UIColor colorEmphasize2{0, 0.539, 1, 1};
     platform::UIColor colorContrast{0.75, 0.75, 0.75, 1};
@@ -74,15 +75,15 @@ class StereoControlsBase {
     platform::CGFloat stereoWidthNormalized = 0.5;
     platform::CGFloat panoramaNormalized = 0.5;
     platform::CGFloat phaseShiftValue = 0;
-    // Held by a touch.
+    // Being edited by a touch.
     bool isStereoWidthActive = false;
     bool isPanoramaActive = false;
     bool isPhaseShiftActive = false;
     bool isPanoramaResetActive = false;
     bool isStereoWidthResetActive = false;
-    platform::CGFloat levelLeftValue = 0;  ///< 0..1; nothing writes them
+    platform::CGFloat levelLeftValue = 0;  ///< 0..1; nothing writes the two
     platform::CGFloat levelRightValue = 0;
-    // Switched on.
+    // Switches.
     bool isSwapOn = false;
     bool isMonoOn = false;
     bool isInvert = false;
@@ -92,7 +93,7 @@ class StereoControlsBase {
     bool isBezier = false;
     bool isGoPro = false;
 
-    // Hot areas, made anew by each drawing.
+    // Hot areas, rebuilt by each drawing.
     platform::UIBezierPath aHotspot;  ///< spare
     platform::UIBezierPath hotspotStereoWidthPath;
     platform::UIBezierPath hotspotPanoramaPath;
