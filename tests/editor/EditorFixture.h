@@ -19,71 +19,42 @@
 
 namespace qov::test {
 
-/// A controller on a loop whose clock stands still, and what brings it to the screen.
+/// A controller on a run loop whose clock only advances by hand, and a window to show it in.
 class EditorFixture : public testing::Test {
  protected:
-    ~EditorFixture() override {
-        window.reset();
-        controller.reset();
-        loop->end();
-    }
+    ~EditorFixture() override { loop->end(); }
 
     std::shared_ptr<platform::AUAudioUnit> createAudioUnit() {
         return controller->createAudioUnit(componentDescription, nullptr);
     }
-    /// In a window; 680 x 440 points are one panel at scale 1.
+    /// 680 x 440 points are one panel at scale 1.
     void show(platform::CGSize size = {680, 440}) {
         window = std::make_shared<platform::UIWindow>(size);
         window->setRootViewController(controller);
         window->update();
     }
-    /// Audio unit, then window, and what both have queued.
+    /// Creates the audio unit, shows the window and runs what both have queued.
     void open() {
         createAudioUnit();
         loop->pump();
         show();
         console.take();
     }
-
-    void touch(platform::UITouchPhase phase, double x, double y) {
-        window->deliverTouch(0, phase, {x, y}, loop->now());
+    void touch(platform::UITouchPhase phase, platform::CGPoint at) {
+        window->deliverTouch(0, phase, at, loop->now());
+        if (phase == platform::UITouchPhase::ended) settle(0);
     }
-    void down(double x, double y) { touch(platform::UITouchPhase::began, x, y); }
-    void move(double x, double y) { touch(platform::UITouchPhase::moved, x, y); }
-    void up(double x, double y) {
-        touch(platform::UITouchPhase::ended, x, y);
-        loop->pump();
-        window->update();
-    }
-    void tapAt(double x, double y) {
-        down(x, y);
-        up(x, y);
-    }
+    void down(platform::CGPoint at) { touch(platform::UITouchPhase::began, at); }
+    void move(platform::CGPoint at) { touch(platform::UITouchPhase::moved, at); }
+    void up(platform::CGPoint at) { touch(platform::UITouchPhase::ended, at); }
+    void tapAt(platform::CGPoint at) { down(at), up(at); }
     void settle(double seconds = 1) {
         loop->advance(seconds);
         window->update();
     }
     float parameter(int address) const { return controller->audioUnit()->getParameter(address); }
 
-    ConsoleLines console;
-    std::shared_ptr<platform::RunLoop> loop = platform::RunLoop::createForTest();
-    platform::RunLoop::MakeCurrent current{loop};
-    std::shared_ptr<AudioUnitViewController> controller =
-        std::make_shared<AudioUnitViewController>();
-    std::shared_ptr<platform::UIWindow> window;
-};
-
-/// Bound to its audio unit, without a window: for a view by itself.
-class BoundEditor : public EditorFixture {
- protected:
-    BoundEditor() {
-        createAudioUnit();
-        controller->view();
-        loop->pump();
-        panel = controller->stereoControls;
-    }
-
-    /// Drawn as it stands, at so many points wide and pixels a point.
+    /// A view alone, of a width and height in points, at a number of pixels per point.
     static std::unique_ptr<platform::CGBitmapContext> draw(platform::UIView& view, double width,
                                                            double height, double scale = 1) {
         auto picture = platform::makeBitmapContext(static_cast<int>(width * scale),
@@ -93,12 +64,22 @@ class BoundEditor : public EditorFixture {
         return picture;
     }
 
-    /// A finger in the panel's own points.
-    platform::UITouchSet finger(platform::CGPoint at) {
-        return {std::make_shared<platform::UITouch>(panel, panel->convertToWindow(at), 0)};
-    }
+    ConsoleLines console;
+    std::shared_ptr<platform::RunLoop> loop = platform::RunLoop::createForTest();
+    platform::RunLoop::MakeCurrent current{loop};
+    std::shared_ptr<AudioUnitViewController> controller =
+        std::make_shared<AudioUnitViewController>();
+    std::shared_ptr<platform::UIWindow> window;
+};
 
-    std::shared_ptr<StereoControls> panel;
+/// With its audio unit bound, without a window.
+class BoundEditor : public EditorFixture {
+ protected:
+    BoundEditor() {
+        createAudioUnit();
+        controller->view();
+        loop->pump();
+    }
 };
 
 }  // namespace qov::test
