@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <string>
@@ -26,6 +27,7 @@
 #include "platform/dispatch/RunLoop.h"
 #include "platform/foundation/Console.h"
 #include "platform/uikit/UIWindow.h"
+#include "platform/uikit/ViewLayer.h"
 
 namespace {
 
@@ -78,6 +80,14 @@ class Editor {
         return graph().computePoints(unit.getBufferLeft(), unit.getBufferRight(), 2048);
     }
     CorrelographBaseAU& graph() { return controller_->correlographView->baseClass; }
+    /// The bitmaps of the views that a tick does not redraw, all of the window's size.
+    std::vector<const platform::CGBitmapContext*> otherLayers() const {
+        std::vector<const platform::CGBitmapContext*> layers;
+        for (const auto& view : controller_->view()->subviews())
+            if (view != controller_->correlographView && view->layer().bitmap())
+                layers.push_back(view->layer().bitmap());
+        return layers;
+    }
 
  private:
     std::shared_ptr<platform::RunLoop> loop_ = platform::RunLoop::createForTest();
@@ -90,15 +100,21 @@ class Editor {
 /// The same surfaces and shapes by hand.
 class BareCairo {
  public:
-    BareCairo(std::string mode, double scale)
+    BareCairo(std::string mode, double scale, const Editor& editor)
         : mode_(std::move(mode)),
           scale_(scale),
           window_(surface(680, 440)),
-          frame_(surface(680, 440)),
-          panel_(surface(680, 440)),
-          graph_(surface(280, 260)) {}
+          graph_(surface(280, 260)) {
+        for (const auto* bitmap : editor.otherLayers()) {
+            layers_.push_back(surface(680, 440));
+            std::memcpy(cairo_image_surface_get_data(layers_.back()), bitmap->pixels().data(),
+                        bitmap->pixels().size_bytes());
+            cairo_surface_mark_dirty(layers_.back());
+        }
+    }
     ~BareCairo() {
-        for (auto* s : {window_, frame_, panel_, graph_}) cairo_surface_destroy(s);
+        for (auto* s : {window_, graph_}) cairo_surface_destroy(s);
+        for (auto* s : layers_) cairo_surface_destroy(s);
     }
     BareCairo(const BareCairo&) = delete;
     BareCairo& operator=(const BareCairo&) = delete;
@@ -120,7 +136,7 @@ class BareCairo {
         cairo_clip(c);
         cairo_set_source_rgb(c, 0, 0, 0);
         cairo_paint(c);
-        for (auto* layer : {frame_, panel_}) {
+        for (auto* layer : layers_) {
             cairo_set_source_surface(c, layer, 0, 0);
             cairo_paint(c);
         }
@@ -157,7 +173,8 @@ class BareCairo {
 
     std::string mode_;
     double scale_;
-    cairo_surface_t *window_, *frame_, *panel_, *graph_;
+    cairo_surface_t *window_, *graph_;
+    std::vector<cairo_surface_t*> layers_;
 };
 
 double seconds() {
@@ -190,7 +207,7 @@ std::pair<double, double> race(benchmark::State& state, Editor& editor, auto pre
 
 void editorTick(benchmark::State& state, const char* mode, double scale) {
     Editor editor(mode, scale);
-    BareCairo bare(mode, scale);
+    BareCairo bare(mode, scale, editor);
     const auto [tick, floor] = race(
         state, editor, [] {}, [&](const Points&) { editor.draw(); },
         [&](const Points& points) { bare.tick(points); });

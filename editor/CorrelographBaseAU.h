@@ -2,6 +2,7 @@
 
 #include <array>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "editor/ResizingBehavior.h"
@@ -44,12 +45,8 @@ class CorrelographBaseAU {
     std::string drawMode = "points";  ///< "points", "ovals"; any other text draws one line
 
  private:
-    /// A short line at each point: from the point + (from, from) to the point + (to, to).
-    void drawMarks(platform::CGContext& context, platform::CGFloat from,
-                   platform::CGFloat to) const;
-    void drawLine(platform::CGContext& context) const;
-    /// Whether all points lie within half a line width of one axis, as those of a mono signal do.
-    bool isStraight() const;
+    /// Fills a polygon at each point, its corners relative to the point.
+    void drawMarks(platform::CGContext& context, std::span<const platform::CGPoint> outline) const;
 
     inline static platform::CGSize drawScale_{1, 1};
     Points points_{};

@@ -30,6 +30,13 @@ void CGContext::strokeLine(CGPoint from, CGPoint to) {
     strokePath();
 }
 
+void CGContext::strokePolygon(std::span<const CGPoint> corners) {
+    beginPath();
+    for (const auto& p : corners) addLineTo(p);
+    closePath();
+    strokePath();
+}
+
 void CGContext::showText(std::string_view text, const CGFont& font, CGFloat size, CGPoint origin,
                          CGFloat tracking) {
     beginPath();

@@ -74,6 +74,9 @@ class CGContext {
     void fillRect(const CGRect& rect);
     void fillEllipse(const CGRect& rect);
     void strokeLine(CGPoint from, CGPoint to);
+    /// Strokes the closed line through the corners like strokePath(). A back end may have a faster
+    /// way for a thin line that often crosses itself.
+    virtual void strokePolygon(std::span<const CGPoint> corners);
     /// Makes the rectangle transparent.
     virtual void clearRect(const CGRect& rect) = 0;
 

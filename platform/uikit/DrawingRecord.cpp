@@ -323,6 +323,12 @@ CGRect DrawingRecord::clipBoundingBox() const {
     return state_.clip.isNull() ? CGRect{} : state_.ctm.inverted().apply(state_.clip);
 }
 
+void DrawingRecord::strokePolygon(std::span<const CGPoint> corners) {
+    paints_ = true;
+    path_ = CGRect::null();
+    record<&CGContext::strokePolygon>(corners);
+}
+
 void DrawingRecord::clearRect(const CGRect& rect) {
     record<&CGContext::clearRect>(rect);
 }

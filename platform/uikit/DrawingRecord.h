@@ -50,6 +50,7 @@ class DrawingRecord final : public CGContext {
     void fillPath() override;
     void clip() override;
     CGRect clipBoundingBox() const override;
+    void strokePolygon(std::span<const CGPoint> corners) override;
     void clearRect(const CGRect& rect) override;
 
     void beginTransparencyLayer() override;

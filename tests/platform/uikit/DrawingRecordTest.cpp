@@ -47,6 +47,7 @@ void drawAll(CGContext& context, CGFloat shift) {
     context.endTransparencyLayer();
     context.drawImage(CGImage(2, 1, {0xff00ff00, 0xff0000ff}), {40, 40, 10, 10});
     context.showText("Ag", *CGFont::named("HelveticaNeue"), 14, {5, 60}, 0.5);
+    context.strokePolygon(std::array<CGPoint, 3>{{{5 + shift, 5}, {20, 30}, {50, 8}}});
     context.clearRect({0, 0, 4, 4});
     context.restoreGState();
     context.scaleBy(shift, 3);
