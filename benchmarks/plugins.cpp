@@ -22,11 +22,12 @@
 #include "platform/audiotoolbox/AudioTimeStamp.h"
 #include "platform/foundation/Console.h"
 #include "tests/hosts/conformance/Plugin.h"
+#include "tests/support/renderEvents.h"
 
 namespace {
 
 using namespace qov;
-using hosts::HostEvent;
+using platform::AURenderEvent;
 using Kernel = QOV_Kelvane_PluginDSPKernel;
 using Settings = std::vector<std::pair<std::uint64_t, float>>;
 
@@ -77,9 +78,9 @@ void process(benchmark::State& state, test::Format& format, const Settings& sett
                            channels[3].data()};
 
     platform::StereoBufferList in(data[0], data[1], block), out(data[2], data[3], block);
-    std::vector<HostEvent> events;
+    std::vector<AURenderEvent> events;
     for (const auto& [address, value] : settings)
-        events.push_back(HostEvent::parameter(0, address, value));
+        events.push_back(test::parameterEvent(0, address, value));
     // Several of each, scattered: where in memory one happens to lie matters as much as what is
     // measured.
     constexpr int pairs = 16;

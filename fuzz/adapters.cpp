@@ -21,11 +21,12 @@
 #include "fuzz/require.h"
 #include "platform/foundation/Console.h"
 #include "tests/hosts/conformance/Plugin.h"
+#include "tests/support/renderEvents.h"
 
 namespace {
 
 using namespace qov;
-using hosts::HostEvent;
+using platform::AURenderEvent;
 using test::Format;
 using test::Plugin;
 
@@ -110,8 +111,8 @@ class Pair {
         require(expected_->restoreState(saved[1]), "an instance refuses its own state");
     }
 
-    std::vector<HostEvent> takeEvents(Bytes& bytes, std::uint32_t frames) const {
-        std::vector<HostEvent> events;
+    std::vector<AURenderEvent> takeEvents(Bytes& bytes, std::uint32_t frames) const {
+        std::vector<AURenderEvent> events;
         // Formats that keep a queue a parameter have no order between two of them on a frame.
         std::vector<std::uint64_t> owners(longest, kBypass + 1);
         for (int left = bytes.take<std::uint8_t>() % 16; left > 0; --left) {
@@ -129,12 +130,11 @@ class Pair {
             const bool isSwitch = address >= kSwapChannels && data < 200;
             const auto choice = static_cast<std::uint8_t>(isSwitch ? data % 2 * 199 : data);
             if (isMidi)
-                events.push_back(
-                    HostEvent::message(frame, {static_cast<std::uint8_t>(0xB0 + kind % 16),
-                                               static_cast<std::uint8_t>(isVolume ? 7 : 10),
-                                               static_cast<std::uint8_t>(data & 0x7F)}));
+                events.push_back(test::midiEvent(frame, static_cast<std::uint8_t>(0xB0 + kind % 16),
+                                                 static_cast<std::uint8_t>(isVolume ? 7 : 10),
+                                                 static_cast<std::uint8_t>(data & 0x7F)));
             else
-                events.push_back(HostEvent::parameter(frame, address, anyValue(choice)));
+                events.push_back(test::parameterEvent(frame, address, anyValue(choice)));
         }
         return events;
     }

@@ -18,26 +18,30 @@
 namespace {
 
 using namespace qov::cli;
+using platform::AURenderEvent;
 
-std::string written(const AutomationEvent& event) {
-    if (event.kind == AutomationEvent::Kind::parameter)
-        return fmt::format("{} set {} {}\n", event.frame, qov::parameterAt(event.address)->option,
-                           event.value);
-    std::string line = fmt::format("{} midi", event.frame);
-    for (int i = 0; i < event.length; ++i)
-        line += fmt::format(" {:02X}", event.message[static_cast<std::size_t>(i)]);
+std::string written(const AURenderEvent& event) {
+    const auto& parameter = event.parameter;
+    const auto& midi = event.MIDI;
+    const auto frame = event.head.eventSampleTime;
+    if (event.head.eventType == platform::AURenderEventParameter)
+        return fmt::format("{} set {} {}\n", frame,
+                           qov::parameterAt(parameter.parameterAddress)->option, parameter.value);
+    std::string line = fmt::format("{} midi", frame);
+    for (int i = 0; i < midi.length; ++i) line += fmt::format(" {:02X}", midi.data[i]);
     return line + "\n";
 }
 
-void check(const AutomationEvent& event) {
-    require(event.frame >= 0, "a frame is before the start");
-    if (event.kind == AutomationEvent::Kind::parameter)
-        return require(event.value >= minimumValue && event.value <= maximumValue,
-                       "a value is out of range");
-    require(event.length >= 1 && event.length <= event.message.size(),
-            "a message has no such length");
-    require(event.message[0] >= 0x80 && event.message[1] < 0x80 && event.message[2] < 0x80,
-            "a message is none");
+void check(const AURenderEvent& event) {
+    require(event.head.eventSampleTime >= 0, "a frame is before the start");
+    if (event.head.eventType == platform::AURenderEventParameter)
+        return require(
+            event.parameter.value >= minimumValue && event.parameter.value <= maximumValue,
+            "a value is out of range");
+    const auto& midi = event.MIDI;
+    require(midi.length >= 1 && midi.length <= 3, "a message has a wrong length");
+    require(midi.data[0] >= 0x80 && midi.data[1] < 0x80 && midi.data[2] < 0x80,
+            "a message has a wrong byte");
 }
 
 std::string writtenAll(std::string_view text) {
@@ -45,8 +49,8 @@ std::string writtenAll(std::string_view text) {
     std::int64_t latest = 0;
     for (const auto& event : parseAutomation(text, "moves", 48000)) {
         check(event);
-        require(event.frame >= latest, "the events are out of order");
-        latest = event.frame;
+        require(event.head.eventSampleTime >= latest, "the events are out of order");
+        latest = event.head.eventSampleTime;
         lines += written(event);
     }
     return lines;

@@ -19,26 +19,27 @@
 #include "fuzz/require.h"
 #include "hosts/instance/Instance.h"
 #include "platform/foundation/Console.h"
+#include "tests/hosts/instance/playBlock.h"
 
 namespace {
 
 using namespace qov;
-using hosts::HostEvent;
 using hosts::Instance;
+using platform::AURenderEvent;
 
 constexpr std::uint32_t longest = 1500;
 
-std::vector<HostEvent> takeEvents(Bytes& bytes) {
-    std::vector<HostEvent> events(bytes.take<std::uint8_t>() % 24);
+std::vector<AURenderEvent> takeEvents(Bytes& bytes) {
+    std::vector<AURenderEvent> events(bytes.take<std::uint8_t>() % 24);
     for (auto& event : events) {
         const auto frame = bytes.take<std::uint16_t>() % (longest + 10);
         const auto address = bytes.take<std::uint8_t>();
         const auto value = bytes.take<std::uint8_t>();
         event = address >= 128
-                    ? HostEvent::message(frame, {static_cast<std::uint8_t>(0xb0 + address % 32),
-                                                 static_cast<std::uint8_t>(7 + address % 5), value})
-                    : HostEvent::parameter(frame, address % 12, anyValue(value));
-        if (address == 255) event.midiLength = value % 4;
+                    ? test::midiEvent(frame, static_cast<std::uint8_t>(0xb0 + address % 32),
+                                      static_cast<std::uint8_t>(7 + address % 5), value)
+                    : test::parameterEvent(frame, address % 12, anyValue(value));
+        if (address == 255) event.MIDI.length = value % 4;
     }
     return events;
 }
@@ -65,9 +66,10 @@ void processBlock(Bytes& bytes, Instance& one, Instance& other) {
     for (auto& channel : apart) channel.resize(frames + 1, 7);
     for (std::size_t channel = 0; channel < 2; ++channel)
         if (input[channel]) std::copy_n(input[channel], frames, apart[channel].data());
-    other.process({input[0] ? apart[0].data() : nullptr, input[1] ? apart[1].data() : nullptr},
-                  {apart[2].data(), apart[3].data()}, frames, events);
-    one.process(input, {output[0], output[1]}, frames, events);
+    test::playBlock(other,
+                    {input[0] ? apart[0].data() : nullptr, input[1] ? apart[1].data() : nullptr},
+                    {apart[2].data(), apart[3].data()}, frames, events);
+    test::playBlock(one, input, {output[0], output[1]}, frames, events);
     for (std::size_t channel = 0; channel < 2; ++channel)
         require(!output[channel] || std::memcmp(output[channel], apart[2 + channel].data(),
                                                 frames * sizeof(float)) == 0,

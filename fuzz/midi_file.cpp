@@ -10,7 +10,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     try {
         const auto file = qov::cli::parseMidiFile({data, size}, "fuzz.mid");
         for (const auto& event : qov::cli::midiAutomation(file, 1'048'576))
-            if (event.frame < 0 || (event.message[1] & 0x80)) __builtin_trap();
+            if (event.head.eventSampleTime < 0 || (event.MIDI.data[1] & 0x80)) __builtin_trap();
     } catch (const qov::cli::Failure& failure) {
         if (std::string(failure.what()).find('\n') != std::string::npos) __builtin_trap();
     }

@@ -41,7 +41,7 @@ class ClockSource final : public SoundSource {
             loop.mixInto(left_.data(), right_.data(), kBlock);
             const float* const input[2] = {left_.data(), right_.data()};
             float* const output[2] = {left_.data(), right_.data()};
-            instance.process(input, output, kBlock, {});
+            instance.process(input, output, kBlock);
             // A machine that slept does not catch up.
             due = std::max(due + block, Clock::now() - block);
             wake.wait_until(lock, stop, due, [] { return false; });

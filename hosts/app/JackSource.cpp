@@ -5,7 +5,6 @@
 #include <array>
 #include <cstdint>
 #include <utility>
-#include <vector>
 
 #include "hosts/app/SoundLoop.h"
 #include "hosts/app/SoundSource.h"
@@ -14,16 +13,10 @@
 namespace qov::app {
 namespace {
 
-constexpr std::uint32_t kPiece = 8192;     // frames of the scratch; longer cycles come in several
-constexpr std::size_t kMostEvents = 4096;  // of a cycle; what is beyond is lost
-
 class JackSource final : public SoundSource {
  public:
     JackSource(jack_client_t* client, std::function<void()> onEnd)
-        : client_(client), onEnd_(std::move(onEnd)) {
-        for (auto& scratch : scratch_) scratch.resize(kPiece);
-        events_.reserve(kMostEvents);
-    }
+        : client_(client), onEnd_(std::move(onEnd)) {}
 
     ~JackSource() override {
         jack_deactivate(client_);
@@ -32,13 +25,13 @@ class JackSource final : public SoundSource {
 
     bool registerPorts();
     double rate() const override { return jack_get_sample_rate(client_); }
-    std::uint32_t longestBlock() const override { return kPiece; }
+    std::uint32_t longestBlock() const override { return jack_get_buffer_size(client_); }
     bool start(hosts::Instance& instance, SoundLoop& loop) override;
     void tellLatency() override { jack_recompute_total_latencies(client_); }
 
  private:
     void process(std::uint32_t frames);
-    void gatherEvents(std::uint32_t frames);
+    void pushEvents(std::uint32_t frames);
     void connectOutputs();
     void addLatency(jack_latency_callback_mode_t mode);
 
@@ -48,8 +41,6 @@ class JackSource final : public SoundSource {
     jack_port_t* midi_ = nullptr;
     hosts::Instance* instance_ = nullptr;
     SoundLoop* loop_ = nullptr;
-    std::array<std::vector<float>, 2> scratch_;
-    std::vector<hosts::HostEvent> events_, piece_;
 };
 
 bool JackSource::registerPorts() {
@@ -67,7 +58,6 @@ bool JackSource::registerPorts() {
 bool JackSource::start(hosts::Instance& instance, SoundLoop& loop) {
     instance_ = &instance;
     loop_ = &loop;
-    piece_.reserve(kMostEvents);
     jack_set_process_callback(
         client_,
         [](jack_nframes_t frames, void* self) {
@@ -111,42 +101,27 @@ void JackSource::addLatency(jack_latency_callback_mode_t mode) {
 
 // From here on, JACK's audio thread.
 
-void JackSource::gatherEvents(std::uint32_t frames) {
-    events_.clear();
+void JackSource::pushEvents(std::uint32_t frames) {
     void* buffer = jack_port_get_buffer(midi_, frames);
-    const auto count = std::min<std::size_t>(jack_midi_get_event_count(buffer), kMostEvents);
+    const auto count = jack_midi_get_event_count(buffer);
     for (std::uint32_t i = 0; i < count; ++i) {
         jack_midi_event_t event;
-        if (jack_midi_event_get(&event, buffer, i) != 0 || event.size != 3) continue;
-        events_.push_back(hosts::HostEvent::message(
-            event.time, {event.buffer[0], event.buffer[1], event.buffer[2]}));
+        if (jack_midi_event_get(&event, buffer, i) == 0)
+            instance_->midi(event.time, {event.buffer, event.size});
     }
 }
 
 void JackSource::process(std::uint32_t frames) {
-    gatherEvents(frames);
-    std::array<const float*, 2> in{};
-    std::array<float*, 2> out{};
+    float* out[2];
     for (std::size_t side = 0; side < 2; ++side) {
-        in[side] = static_cast<const float*>(jack_port_get_buffer(input_[side], frames));
+        const auto* in = static_cast<const float*>(jack_port_get_buffer(input_[side], frames));
         out[side] = static_cast<float*>(jack_port_get_buffer(output_[side], frames));
+        std::copy_n(in, frames, out[side]);
     }
-    for (std::uint32_t begin = 0; begin < frames;) {
-        const auto count = std::min(frames - begin, kPiece);
-        for (std::size_t side = 0; side < 2; ++side)
-            std::copy_n(in[side] + begin, count, scratch_[side].begin());
-        loop_->mixInto(scratch_[0].data(), scratch_[1].data(), count);
-        piece_.clear();
-        for (auto event : events_) {
-            if (event.frame < begin || event.frame >= begin + count) continue;
-            event.frame -= begin;
-            piece_.push_back(event);
-        }
-        const float* const input[2] = {scratch_[0].data(), scratch_[1].data()};
-        float* const output[2] = {out[0] + begin, out[1] + begin};
-        instance_->process(input, output, count, piece_);
-        begin += count;
-    }
+    loop_->mixInto(out[0], out[1], frames);
+    instance_->begin({out[0], out[1]}, {out[0], out[1]}, frames);
+    pushEvents(frames);
+    instance_->end();
 }
 
 }  // namespace

@@ -2,10 +2,10 @@
 
 #include <clap/ext/latency.h>
 
+#include <algorithm>
 #include <cstdio>
 
 #include "hosts/clap/extensions.h"
-#include "hosts/instance/behind.h"
 #include "hosts/instance/made.h"
 #include "hosts/window/makeInstance.h"
 #include "platform/foundation/NSError.h"
@@ -24,6 +24,14 @@ void findChannels(Buffer* ports, std::uint32_t count, Sample* (&channels)[2]) {
             ports && count > 0 && ports[0].data32 && channel < ports[0].channel_count;
         channels[channel] = isThere ? ports[0].data32[channel] : nullptr;
     }
+}
+
+/// An event of that type, or null where it is another or smaller than one.
+template <class Event>
+const Event* as(const clap_event_header_t* header, std::uint16_t type) {
+    const bool isIt = header && header->space_id == CLAP_CORE_EVENT_SPACE_ID &&
+                      header->type == type && header->size >= sizeof(Event);
+    return isIt ? reinterpret_cast<const Event*>(header) : nullptr;
 }
 
 ClapPlugin& of(const clap_plugin_t* plugin) {
@@ -132,7 +140,9 @@ clap_process_status ClapPlugin::process(const clap_process_t& block) {
     findChannels(block.audio_inputs, block.audio_inputs_count, input);
     findChannels(block.audio_outputs, block.audio_outputs_count, output);
     outbox_->sendEdits(block.out_events);
-    play(block.in_events, input, output, block.frames_count, block.out_events);
+    instance_->begin(input, output, block.frames_count);
+    pushEvents(block.in_events, block.frames_count, block.out_events);
+    instance_->end();
     noticeLatency();
 
     if (!block.audio_outputs || block.audio_outputs_count == 0) return CLAP_PROCESS_TAIL;
@@ -142,43 +152,35 @@ clap_process_status ClapPlugin::process(const clap_process_t& block) {
     return isUnknownFormat || !isActive_ ? CLAP_PROCESS_ERROR : CLAP_PROCESS_TAIL;
 }
 
-void ClapPlugin::play(const clap_input_events_t* events, const float* const (&input)[2],
-                      float* const (&output)[2], std::uint32_t frames,
-                      const clap_output_events_t* out) {
-    inbox_.open(events, frames);
-    if (inbox_.isEmpty()) return instance_->process(input, output, frames, {});
-    for (std::uint32_t done = 0;;) {
-        const auto portion = inbox_.next(done);
-        instance_->process({behind(input[0], done), behind(input[1], done)},
-                           {behind(output[0], done), behind(output[1], done)}, portion.end - done,
-                           portion.events);
-        EventOutbox::sendControllers(portion.events, done, frames, out);
-        if (portion.isLast) return;
-        done = portion.end;
+void ClapPlugin::pushEvents(const clap_input_events_t* events, std::uint32_t frames,
+                            const clap_output_events_t* out) {
+    const std::uint32_t count = events ? events->size(events) : 0;
+    std::uint32_t latest = 0;  // of the sent events, which are sorted
+    for (std::uint32_t i = 0; i < count; ++i) {
+        const auto* header = events->get(events, i);
+        if (const auto* value = as<clap_event_param_value_t>(header, CLAP_EVENT_PARAM_VALUE)) {
+            // The volume is no parameter of the format.
+            if (isHostParameter(value->param_id))
+                instance_->set(header->time, value->param_id,
+                               static_cast<float>(std::clamp(value->value, 0.0, 1.0)));
+        } else if (const auto* midi = as<clap_event_midi_t>(header, CLAP_EVENT_MIDI)) {
+            const auto moved = instance_->midi(header->time, midi->data);
+            latest = std::max(latest, std::min(header->time, std::max(frames, 1u) - 1));
+            if (moved && isHostParameter(moved->address))
+                EventOutbox::sendController(latest, *moved, out);
+        }
     }
 }
 
 void ClapPlugin::flush(const clap_input_events_t* in, const clap_output_events_t* out) {
     outbox_->sendEdits(out);
-    if (isActive_) {
-        play(in, {}, {}, 0, out);
+    instance_->begin({}, {}, 0);
+    pushEvents(in, 0, out);
+    instance_->end();
+    if (isActive_)
         noticeLatency();
-    } else {
-        adopt(in);
+    else
         instance_->pump();
-    }
-}
-
-/// Events while nothing is processed, on the main thread.
-void ClapPlugin::adopt(const clap_input_events_t* events) {
-    inbox_.open(events, 0);
-    for (bool isLast = false; !isLast;) {
-        const auto portion = inbox_.next(0);
-        for (const auto& event : portion.events)
-            if (const auto setting = settingOf(event))
-                instance_->setValue(setting->address, setting->value);
-        isLast = portion.isLast;
-    }
 }
 
 // Latency: it may change only in activate(), so an active plug-in asks for a restart.

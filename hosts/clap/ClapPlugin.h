@@ -9,7 +9,6 @@
 
 #include "hosts/clap/ClapEditor.h"
 #include "hosts/clap/ClapHost.h"
-#include "hosts/clap/EventInbox.h"
 #include "hosts/clap/EventOutbox.h"
 #include "hosts/instance/Instance.h"
 #include "hosts/instance/guarded.h"
@@ -63,9 +62,8 @@ class ClapPlugin {
     }
 
  private:
-    void play(const clap_input_events_t* events, const float* const (&input)[2],
-              float* const (&output)[2], std::uint32_t frames, const clap_output_events_t* out);
-    void adopt(const clap_input_events_t* events);
+    void pushEvents(const clap_input_events_t* events, std::uint32_t frames,
+                    const clap_output_events_t* out);
     void noticeLatency();
     void announceLatency();
 
@@ -73,7 +71,6 @@ class ClapPlugin {
     ClapHost host_;
     std::unique_ptr<Instance> instance_;
     std::unique_ptr<ClapEditor> editor_;
-    EventInbox inbox_;
     std::optional<EventOutbox> outbox_;
 
     std::optional<clap_id> timer_;

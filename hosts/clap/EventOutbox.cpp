@@ -1,9 +1,5 @@
 #include "hosts/clap/EventOutbox.h"
 
-#include <algorithm>
-
-#include "hosts/instance/EventList.h"
-
 namespace qov::hosts::clap {
 namespace {
 
@@ -45,19 +41,9 @@ void EventOutbox::sendEdits(const clap_output_events_t* events) {
     hasLeft_.store(sent_ < count_, std::memory_order_relaxed);
 }
 
-void EventOutbox::sendControllers(std::span<const HostEvent> heard, std::uint32_t begin,
-                                  std::uint32_t frames, const clap_output_events_t* events) {
-    if (!events) return;
-    const std::uint32_t last = frames > 0 ? frames - 1 : 0;
-    std::uint32_t latest = 0;  // a host's list may be unsorted, or leave the block; ours does not
-    for (const auto& event : heard) {
-        latest = std::max(latest, event.frame);
-        if (event.kind != HostEvent::Kind::midi) continue;
-        const auto setting = settingOf(event);
-        if (setting && setting->address < EditExchange::parameters)
-            pushValue(events, std::min(begin + latest, last), CLAP_EVENT_DONT_RECORD,
-                      setting->address, setting->value);
-    }
+void EventOutbox::sendController(std::uint32_t frame, const Instance::Setting& moved,
+                                 const clap_output_events_t* events) {
+    if (events) pushValue(events, frame, CLAP_EVENT_DONT_RECORD, moved.address, moved.value);
 }
 
 }  // namespace qov::hosts::clap

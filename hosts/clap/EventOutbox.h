@@ -6,10 +6,9 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <span>
 
 #include "hosts/instance/EditExchange.h"
-#include "hosts/instance/HostEvent.h"
+#include "hosts/instance/Instance.h"
 
 namespace qov::hosts::clap {
 
@@ -22,10 +21,9 @@ class EventOutbox {
     /// The editor's changes, all at frame 0: begin of a gesture, value, end. What the host does
     /// not take is kept for the next call.
     void sendEdits(const clap_output_events_t* events);
-    /// Parameters that MIDI controllers have moved, for the host to show but not to record.
-    /// Frames count from `begin` in a block of `frames`.
-    static void sendControllers(std::span<const HostEvent> heard, std::uint32_t begin,
-                                std::uint32_t frames, const clap_output_events_t* events);
+    /// A parameter that a MIDI controller has moved, for the host to show but not to record.
+    static void sendController(std::uint32_t frame, const Instance::Setting& moved,
+                               const clap_output_events_t* events);
     /// The host has not taken everything yet. Any thread.
     bool hasLeft() const { return hasLeft_.load(std::memory_order_relaxed); }
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <span>
 #include <sstream>
 
@@ -15,6 +16,9 @@
 #include "hosts/cli/Parameters.h"
 
 namespace qov::cli {
+
+using platform::AURenderEvent;
+
 namespace {
 
 constexpr double latestFrame = 9007199254740992.0;  // 2^53: up to here a double counts every frame
@@ -65,25 +69,25 @@ std::int64_t parseTime(std::string_view text, double sampleRate) {
 
 namespace {
 
-void parseSet(std::span<const std::string_view> words, double sampleRate, AutomationEvent& event) {
+void parseSet(std::span<const std::string_view> words, double sampleRate, AURenderEvent& event) {
     if (words.size() < 2)
         throw Failure("set takes a parameter and a value, as in: set panorama 0.4");
     const Parameter* const parameter = findParameter(words[0]);
     if (!parameter)
         throw Failure(
             fmt::format("unknown parameter '{}'; {}", words[0], suggestParameter(words[0])));
-    event.kind = AutomationEvent::Kind::parameter;
-    event.address = parameter->address;
+    event.head.eventType = platform::AURenderEventParameter;
+    event.parameter.parameterAddress = parameter->address;
     // A value may have spaces in it: L 30 %.
     const std::string_view value(words[1].data(), words.back().data() + words.back().size());
-    event.value = parseValue(*parameter, value, sampleRate);
+    event.parameter.value = parseValue(*parameter, value, sampleRate);
 }
 
-void parseMidi(std::span<const std::string_view> words, AutomationEvent& event) {
-    if (words.empty() || words.size() > event.message.size())
+void parseMidi(std::span<const std::string_view> words, AURenderEvent& event) {
+    if (words.empty() || words.size() > std::size(event.MIDI.data))
         throw Failure("midi takes one to three bytes in hex, as in: midi B0 0B 40");
-    event.kind = AutomationEvent::Kind::midi;
-    event.length = static_cast<std::uint16_t>(words.size());
+    event.head.eventType = platform::AURenderEventMIDI;
+    event.MIDI.length = static_cast<std::uint16_t>(words.size());
     for (std::size_t i = 0; i < words.size(); ++i) {
         const auto word = words[i];
         std::uint8_t byte = 0;
@@ -93,13 +97,13 @@ void parseMidi(std::span<const std::string_view> words, AutomationEvent& event) 
         if ((byte >= 0x80) != (i == 0))
             throw Failure(fmt::format("'{}' is not a MIDI {}", word,
                                       i == 0 ? "status byte (80 to FF)" : "data byte (00 to 7F)"));
-        event.message[i] = byte;
+        event.MIDI.data[i] = byte;
     }
 }
 
-AutomationEvent parseLine(std::span<const std::string_view> words, double sampleRate) {
-    AutomationEvent event;
-    event.frame = parseTime(words[0], sampleRate);
+AURenderEvent parseLine(std::span<const std::string_view> words, double sampleRate) {
+    AURenderEvent event{};
+    event.head.eventSampleTime = parseTime(words[0], sampleRate);
     if (words.size() > 1 && words[1] == "set")
         parseSet(words.subspan(2), sampleRate, event);
     else if (words.size() > 1 && words[1] == "midi")
@@ -112,9 +116,9 @@ AutomationEvent parseLine(std::span<const std::string_view> words, double sample
 
 }  // namespace
 
-std::vector<AutomationEvent> parseAutomation(std::string_view text, const std::string& name,
-                                             double sampleRate) {
-    std::vector<AutomationEvent> events;
+std::vector<AURenderEvent> parseAutomation(std::string_view text, const std::string& name,
+                                           double sampleRate) {
+    std::vector<AURenderEvent> events;
     for (int number = 1; !text.empty(); ++number) {
         const auto end = std::min(text.find('\n'), text.size());
         const auto words = wordsOf(text.substr(0, end));
@@ -126,11 +130,11 @@ std::vector<AutomationEvent> parseAutomation(std::string_view text, const std::s
             throw Failure(fmt::format("{}:{}: {}", name, number, failure.what()));
         }
     }
-    std::ranges::stable_sort(events, {}, &AutomationEvent::frame);
+    std::ranges::stable_sort(events, {}, [](const auto& e) { return e.head.eventSampleTime; });
     return events;
 }
 
-std::vector<AutomationEvent> readAutomation(const std::string& path, double sampleRate) {
+std::vector<AURenderEvent> readAutomation(const std::string& path, double sampleRate) {
     std::ifstream file(path, std::ios::binary);
     file.peek();  // opening a folder goes well, reading it does not
     std::ostringstream text;

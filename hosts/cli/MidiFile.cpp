@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <limits>
 #include <span>
 #include <string_view>
 
+#include "dsp/ParameterAddress.h"
 #include "hosts/cli/Command.h"
 #include "util/MidiVocabulary.h"
 
@@ -229,19 +229,15 @@ std::vector<std::int64_t> eventFrames(const MidiFile& file, std::int64_t sampleR
     return frames;
 }
 
-std::vector<AutomationEvent> midiAutomation(const MidiFile& file, std::int64_t sampleRate) {
-    static constexpr std::uint8_t kHeard[] = {CONTROLLER_VOLUME, CONTROLLER_PAN,
-                                              CONTROLLER_EXPRESSION};
+std::vector<platform::AURenderEvent> midiAutomation(const MidiFile& file, std::int64_t sampleRate) {
     const auto frames = eventFrames(file, sampleRate);
-    std::vector<AutomationEvent> automation;
+    std::vector<platform::AURenderEvent> automation;
     for (std::size_t i = 0; i < frames.size(); ++i) {
         const auto& bytes = file.events[i].bytes;
-        if ((bytes[0] & 0xF0) != STATUS_CONTROLLER) continue;
-        if (std::ranges::find(kHeard, bytes[1]) == std::end(kHeard)) continue;
-        AutomationEvent event{.frame = frames[i], .kind = AutomationEvent::Kind::midi};
-        event.message = {bytes[0], bytes[1], bytes[2]};
-        event.length = 3;
-        automation.push_back(event);
+        if ((bytes[0] & 0xF0) != STATUS_CONTROLLER || !parameterOfController(bytes[1])) continue;
+        auto& event = automation.emplace_back(platform::AURenderEvent{});
+        event.MIDI = {nullptr, frames[i], platform::AURenderEventMIDI,   0,
+                      3,       0,         {bytes[0], bytes[1], bytes[2]}};
     }
     return automation;
 }

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "hosts/cli/Automation.h"
+#include "platform/audiotoolbox/AURenderEvent.h"
 
 namespace qov::cli {
 
@@ -40,8 +40,8 @@ std::uint32_t microsecondsPerQuarter(const MidiFileEvent& event);
 /// is 120 before the first.
 std::vector<std::int64_t> eventFrames(const MidiFile& file, std::int64_t sampleRate);
 
-/// The control changes that the effect listens to (volume, panorama and expression on any channel),
-/// on their frames.
-std::vector<AutomationEvent> midiAutomation(const MidiFile& file, std::int64_t sampleRate);
+/// The control changes that set a parameter of the effect, on any channel, as MIDI events whose
+/// time is their frame.
+std::vector<platform::AURenderEvent> midiAutomation(const MidiFile& file, std::int64_t sampleRate);
 
 }  // namespace qov::cli

@@ -14,7 +14,6 @@
 #include <CLI/Formatter.hpp>
 
 #include "audiounit/presets.h"
-#include "hosts/cli/Effect.h"
 #include "hosts/cli/Parameters.h"
 #include "hosts/cli/parseOptions.h"
 #include "hosts/cli/renderFile.h"
@@ -133,7 +132,7 @@ void complete(Options& options) {
             parseInteger<std::size_t>("--preset", options.preset, 0, factoryPresetCount - 1);
     static_cast<void>(parseSettings(job.values, highestRate));  // before any file is opened
     if (!options.block.empty())
-        job.block = parseInteger("--block", options.block, 1U, Effect::maximumFrames);
+        job.block = parseInteger("--block", options.block, 1U, Renderer::maximumBlock);
     if (!options.rawRate.empty()) {
         job.rawRate = parseInteger("--raw", options.rawRate, 1, 10'000'000);
         if (job.input != "-" && job.output != "-")

@@ -3,31 +3,40 @@
 #include <algorithm>
 #include <utility>
 
-#include "hosts/cli/Effect.h"
-#include "hosts/cli/Parameters.h"
+#include "audiounit/parameters.h"
+#include "hosts/instance/Instance.h"
 
 namespace qov::cli {
+
+using hosts::Instance;
+using platform::AURenderEvent;
+
 namespace {
 
-bool switchesBypass(const AutomationEvent& event) {
-    return event.kind == AutomationEvent::Kind::parameter && event.address == kBypass;
+std::int64_t frameOf(const AURenderEvent& event) {
+    return event.head.eventSampleTime;
 }
 
-bool isOn(const AutomationEvent& event) {
-    return event.value > 0.5F;
+bool switchesBypass(const AURenderEvent& event) {
+    return event.head.eventType == platform::AURenderEventParameter &&
+           event.parameter.parameterAddress == kBypass;
+}
+
+bool isOn(const AURenderEvent& event) {
+    return event.parameter.value > 0.5F;
 }
 
 }  // namespace
 
-Renderer::Renderer(Effect& effect, std::vector<AutomationEvent> events, std::uint32_t block,
-                   Timing timing, bool bypassed, Sink sink)
+Renderer::Renderer(Instance& effect, std::vector<AURenderEvent> events, std::uint32_t block,
+                   Timing timing, Sink sink)
     : effect_(effect),
       events_(std::move(events)),
       block_(block),
       timing_(timing),
       sink_(std::move(sink)),
-      bypassed_(bypassed),
-      surplus_(effect.latency()),
+      bypassed_(effect.latency() == 0),
+      surplus_(Instance::captureFrames),
       silenceLeft_(block),
       silenceRight_(block) {}
 
@@ -48,23 +57,24 @@ void Renderer::renderBlock(float* left, float* right, std::uint32_t frames) {
         // What bypass will be once the events of this very frame are through.
         bool bypassed = bypassed_;
         std::size_t event = nextEvent_;
-        for (; event < events_.size() && events_[event].frame <= now; ++event)
+        for (; event < events_.size() && frameOf(events_[event]) <= now; ++event)
             if (switchesBypass(events_[event])) bypassed = isOn(events_[event]);
         if (timing_ == Timing::aligned && bypassed && !bypassed_) drain();
         bypassed_ = bypassed;
 
         // The run ends at the next switch of bypass or with the block.
         std::uint32_t run = frames - begin;
-        for (; event < events_.size() && events_[event].frame < now + run; ++event)
+        for (; event < events_.size() && frameOf(events_[event]) < now + run; ++event)
             if (switchesBypass(events_[event]))
-                run = static_cast<std::uint32_t>(events_[event].frame - now);
-        for (; nextEvent_ < events_.size() && events_[nextEvent_].frame < now + run; ++nextEvent_)
-            effect_.schedule(static_cast<std::uint32_t>(events_[nextEvent_].frame - now),
-                             events_[nextEvent_]);
-
+                run = static_cast<std::uint32_t>(frameOf(events_[event]) - now);
         float* const runLeft = left + begin;
         float* const runRight = right + begin;
-        effect_.render(runLeft, runRight, run);
+        effect_.begin({runLeft, runRight}, {runLeft, runRight}, run);
+        for (; nextEvent_ < events_.size() && frameOf(events_[nextEvent_]) < now + run;
+             ++nextEvent_)
+            effect_.add(static_cast<std::uint32_t>(frameOf(events_[nextEvent_]) - now),
+                        events_[nextEvent_]);
+        effect_.end();
         if (bypassed_ || timing_ == Timing::raw)
             sink_(runLeft, runRight, run);
         else
@@ -82,27 +92,28 @@ void Renderer::deliverProcessed(const float* left, const float* right, std::uint
 
 /// Pushes out the frames that the effect still holds, with silence behind them.
 void Renderer::drain() {
-    if (surplus_ == effect_.latency()) return;
-    for (std::uint32_t rest = effect_.latency(); rest > 0;) {
+    if (surplus_ == Instance::captureFrames) return;
+    for (std::uint32_t rest = Instance::captureFrames; rest > 0;) {
         const std::uint32_t frames = std::min(rest, block_);
         std::fill_n(silenceLeft_.begin(), frames, 0.0F);
         std::fill_n(silenceRight_.begin(), frames, 0.0F);
-        effect_.render(silenceLeft_.data(), silenceRight_.data(), frames);
+        effect_.process({silenceLeft_.data(), silenceRight_.data()},
+                        {silenceLeft_.data(), silenceRight_.data()}, frames);
         deliverProcessed(silenceLeft_.data(), silenceRight_.data(), frames);
         rest -= frames;
     }
-    surplus_ = effect_.latency();
+    surplus_ = Instance::captureFrames;
 }
 
-bool isBypassedThroughout(bool bypassed, const std::vector<AutomationEvent>& events,
+bool isBypassedThroughout(bool bypassed, const std::vector<AURenderEvent>& events,
                           std::int64_t frames) {
     std::int64_t since = 0;
     for (const auto& event : events) {
-        if (event.frame >= frames) break;
+        if (frameOf(event) >= frames) break;
         if (!switchesBypass(event)) continue;
-        if (!bypassed && event.frame > since) return false;
+        if (!bypassed && frameOf(event) > since) return false;
         bypassed = isOn(event);
-        since = event.frame;
+        since = frameOf(event);
     }
     return bypassed;
 }

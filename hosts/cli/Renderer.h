@@ -4,11 +4,13 @@
 #include <functional>
 #include <vector>
 
-#include "hosts/cli/Automation.h"
+#include "platform/audiotoolbox/AURenderEvent.h"
+
+namespace qov::hosts {
+class Instance;
+}
 
 namespace qov::cli {
-
-class Effect;
 
 /// Where output frames stand.
 enum class Timing {
@@ -29,10 +31,14 @@ class Renderer {
     /// Takes `frames` frames of the output; the pointers are valid during the call.
     using Sink = std::function<void(const float* left, const float* right, std::uint32_t frames)>;
 
-    /// block: frames of a render call, 1..Effect::maximumFrames. events: sorted by frame; those
-    /// behind the stream's end are not reached. bypassed: whether the effect is, at the start.
-    Renderer(Effect& effect, std::vector<AutomationEvent> events, std::uint32_t block,
-             Timing timing, bool bypassed, Sink sink);
+    /// Longest block, in frames.
+    static constexpr std::uint32_t maximumBlock = 1024;
+
+    /// effect: active, without a signal so far. events: parameter and MIDI events, whose times are
+    /// frames of the stream, sorted; those after its end are ignored. block: frames of a render
+    /// call, 1..maximumBlock.
+    Renderer(hosts::Instance& effect, std::vector<platform::AURenderEvent> events,
+             std::uint32_t block, Timing timing, Sink sink);
 
     /// The next frames of the input, which are overwritten. Blocks are counted from the start of
     /// each call, so every call but the last takes a multiple of the block.
@@ -46,8 +52,8 @@ class Renderer {
     void deliverProcessed(const float* left, const float* right, std::uint32_t frames);
     void drain();
 
-    Effect& effect_;
-    const std::vector<AutomationEvent> events_;
+    hosts::Instance& effect_;
+    const std::vector<platform::AURenderEvent> events_;
     const std::uint32_t block_;
     const Timing timing_;
     const Sink sink_;
@@ -59,7 +65,7 @@ class Renderer {
 };
 
 /// Whether every frame of `frames` passes untouched, whatever else happens.
-bool isBypassedThroughout(bool bypassed, const std::vector<AutomationEvent>& events,
+bool isBypassedThroughout(bool bypassed, const std::vector<platform::AURenderEvent>& events,
                           std::int64_t frames);
 
 }  // namespace qov::cli

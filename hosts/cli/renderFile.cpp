@@ -9,8 +9,8 @@
 #include <sndfile.h>
 
 #include "audiounit/presets.h"
+#include "hosts/cli/Automation.h"
 #include "hosts/cli/Command.h"
-#include "hosts/cli/Effect.h"
 #include "hosts/cli/MidiFile.h"
 #include "hosts/cli/OutputPlace.h"
 #include "hosts/cli/Parameters.h"
@@ -18,8 +18,14 @@
 #include "hosts/cli/SoundFormat.h"
 #include "hosts/cli/SoundReader.h"
 #include "hosts/cli/SoundWriter.h"
+#include "hosts/instance/Instance.h"
+#include "hosts/window/makeInstance.h"
+#include "platform/foundation/NSError.h"
 
 namespace qov::cli {
+
+using platform::AURenderEvent;
+
 namespace {
 
 /// Frames that are read at a time; a rendering reads the nearest lower multiple of its block.
@@ -100,12 +106,27 @@ bool copyExactly(SoundReader& reader, SoundWriter& writer, int subtype, Progress
     return false;
 }
 
-void process(const RenderJob& job, const Settings& settings, std::vector<AutomationEvent> events,
-             bool bypassed, SoundReader& reader, SoundWriter& writer, Progress& progress) {
-    Effect effect(reader.rate());
-    if (job.preset) effect.selectPreset(*job.preset);
-    for (const auto& [address, value] : settings) effect.set(address, value);
-    Renderer renderer(effect, std::move(events), job.block, job.timing, bypassed,
+/// A new effect with the job's preset and settings, active.
+std::unique_ptr<hosts::Instance> makeEffect(const RenderJob& job, const Settings& settings,
+                                            double rate) {
+    std::string error;
+    auto effect = hosts::makeInstance({}, &error);
+    if (!effect) throw Failure(error);
+    platform::NSError reason;
+    if (!effect->activate(rate, job.block, &reason))
+        throw Failure(fmt::format("the effect does not run at {} Hz: {}", rate,
+                                  reason.localizedDescription()));
+    if (job.preset) effect->selectFactoryPreset(*job.preset);
+    effect->begin({}, {}, 0);
+    for (const auto& [address, value] : settings) effect->set(0, address, value);
+    effect->end();
+    return effect;
+}
+
+void process(const RenderJob& job, const Settings& settings, std::vector<AURenderEvent> events,
+             SoundReader& reader, SoundWriter& writer, Progress& progress) {
+    const auto effect = makeEffect(job, settings, reader.rate());
+    Renderer renderer(*effect, std::move(events), job.block, job.timing,
                       [&](const float* left, const float* right, std::uint32_t frames) {
                           writer.write(left, right, frames);
                       });
@@ -122,13 +143,13 @@ void process(const RenderJob& job, const Settings& settings, std::vector<Automat
 }
 
 /// Of the automation and the MIDI file; on one frame, those of the automation come first.
-std::vector<AutomationEvent> eventsOf(const RenderJob& job, std::int64_t rate) {
-    std::vector<AutomationEvent> events;
+std::vector<AURenderEvent> eventsOf(const RenderJob& job, std::int64_t rate) {
+    std::vector<AURenderEvent> events;
     if (!job.automation.empty()) events = readAutomation(job.automation, static_cast<double>(rate));
     if (!job.midi.empty()) {
         const auto played = midiAutomation(readMidiFile(job.midi), rate);
         events.insert(events.end(), played.begin(), played.end());
-        std::ranges::stable_sort(events, {}, &AutomationEvent::frame);
+        std::ranges::stable_sort(events, {}, [](const auto& e) { return e.head.eventSampleTime; });
     }
     return events;
 }
@@ -168,7 +189,7 @@ void renderFile(const RenderJob& job) {
     const auto length = reader.frames().value_or(std::numeric_limits<std::int64_t>::max());
     if (!isBypassedThroughout(bypassed, events, length) ||
         !copyExactly(reader, writer, shape.subtype, *progress))
-        process(job, settings, std::move(events), bypassed, reader, writer, *progress);
+        process(job, settings, std::move(events), reader, writer, *progress);
     writer.close();
     place.commit();
     progress.reset();  // erases its line

@@ -9,10 +9,10 @@
 #include <variant>
 
 #include "audiounit/componentDescription.h"
+#include "audiounit/parameters.h"
 #include "audiounit/presets.h"
 #include "hosts/instance/FloatEnvironment.h"
 #include "hosts/instance/SavedState.h"
-#include "hosts/instance/behind.h"
 #include "hosts/instance/valueText.h"
 #include "platform/audiotoolbox/AUAudioUnitFactory.h"
 #include "platform/avfoundation/AVAudioFormat.h"
@@ -55,6 +55,26 @@ bool isSafe(const float* const (&input)[2], float* const (&output)[2], std::uint
             if (!inPlace && overlap(input[in], output[out], frames)) return false;
         }
     return true;
+}
+
+/// A value in 0..1; null for NaN and unknown addresses.
+std::optional<float> clampedValue(std::uint64_t address, float value) {
+    if (!parameterAt(address) || std::isnan(value)) return std::nullopt;
+    return std::clamp(value, 0.0f, 1.0f);
+}
+
+bool isControlChange(std::uint8_t status) {
+    return (status & 0xf0) == 0xb0;
+}
+
+/// What an event sets, as the kernel reads it.
+std::optional<Instance::Setting> settingOf(const platform::AURenderEvent& event) {
+    if (event.head.eventType == platform::AURenderEventParameter)
+        return Instance::Setting{event.parameter.parameterAddress, event.parameter.value};
+    const auto& data = event.MIDI.data;
+    const auto address = isControlChange(data[0]) ? parameterOfController(data[1]) : std::nullopt;
+    if (!address) return std::nullopt;
+    return Instance::Setting{*address, static_cast<float>(data[2]) / 127.0f};
 }
 
 /// For a scope, an audio unit without its parameter tree.
@@ -113,8 +133,7 @@ void Instance::observeEdits() {
                 held_ |= 1u << address;
                 edits_.touch(address);
             }
-            if (const auto setting = settingOf(HostEvent::parameter(0, address, value)))
-                edits_.change(address, setting->value);
+            if (const auto clamped = clampedValue(address, value)) edits_.change(address, *clamped);
             if (type == platform::AUParameterAutomationEventTypeRelease) edits_.release(address);
         });
 }
@@ -137,8 +156,9 @@ bool Instance::activate(double sampleRate, std::uint32_t longestBlock, platform:
     if (!(*unit_->outputBusses())[0]->setFormat(format, error)) return false;
     if (!unit_->allocateRenderResourcesAndReturnError(error)) return false;
 
-    const auto cycle = unit_->maximumFramesToRender();
-    for (auto& copy : copies_) copy.assign(std::clamp(longestBlock, cycle, longestCopy), 0);
+    const auto cycle = longestCycle_ = unit_->maximumFramesToRender();
+    const auto cycles = (std::clamp(longestBlock, cycle, longestCopy) - 1) / cycle + 1;
+    for (auto& copy : copies_) copy.assign(std::size_t{cycles} * cycle, 0);
     silence_.assign(cycle, 0);
     for (auto& ignored : ignored_) ignored.assign(cycle, 0);
     clock_ = 0;
@@ -146,8 +166,9 @@ bool Instance::activate(double sampleRate, std::uint32_t longestBlock, platform:
     if (hasRendered_) reset();
     // Allocation has forgotten the delay but not its parameter; the editor draws it anew in samples
     // of the new rate.
-    const auto delay = HostEvent::parameter(0, kPhaseShift, value(kPhaseShift));
-    apply({&delay, 1});
+    begin({}, {}, 0);
+    set(0, kPhaseShift, value(kPhaseShift));
+    end();
     return true;
 }
 
@@ -156,8 +177,11 @@ void Instance::deactivate() {
     unit_->deallocateRenderResources();
 }
 
-void Instance::process(const float* const (&input)[2], float* const (&output)[2],
-                       std::uint32_t frames, std::span<const HostEvent> events) {
+void Instance::begin(const float* const (&input)[2], float* const (&output)[2],
+                     std::uint32_t frames) {
+    frames_ = frames;
+    done_ = 0;
+    heard_ = 0;
     if (!isActive()) {
         for (auto* channel : output)
             if (channel) std::fill_n(channel, frames, 0.0f);
@@ -165,93 +189,121 @@ void Instance::process(const float* const (&input)[2], float* const (&output)[2]
     }
     use_.exchange(Use::rendering);
     takeAdopted();
-    if (frames == 0) {
-        apply(events);
-    } else {
-        const FloatEnvironment standard;
-        // Of two outputs in one place the right channel stays there.
-        processApart(input, {output[0] == output[1] ? nullptr : output[0], output[1]}, frames,
-                     events);
+    for (int channel = 0; channel < 2; ++channel) {
+        input_[channel] = input[channel];
+        output_[channel] = output[channel];
     }
-    use_.store(Use::idle, std::memory_order_release);
+    // Of two outputs in one place the right channel stays there.
+    if (output_[0] == output_[1]) output_[0] = nullptr;
+    outputsOverlap_ = overlap(output_[0], output_[1], frames);
+    isCopied_ = outputsOverlap_ || !isSafe(input_, output_, frames);
+    copied_ = copyDone_ = 0;
+    cycleLeft_ = longestCycle_;
 }
 
-void Instance::processApart(const float* const (&input)[2], float* const (&output)[2],
-                            std::uint32_t frames, std::span<const HostEvent> events) {
-    const bool outputsOverlap = overlap(output[0], output[1], frames);
-    if (!outputsOverlap && isSafe(input, output, frames)) {
-        const bool isPlain =
-            events.empty() && frames <= unit_->maximumFramesToRender() && input[0] && input[1];
-        if (!isPlain) return renderPiece(input, output, 0, frames, frames, events);
-        renderCycle(input[0], input[1], output[0] ? output[0] : ignored_[0].data(),
-                    output[1] ? output[1] : ignored_[1].data(), frames, nullptr);
-        clock_ += frames;
+void Instance::set(std::uint32_t frame, std::uint64_t address, float value) {
+    const auto clamped = clampedValue(address, value);
+    if (!clamped) return;
+    platform::AURenderEvent event{};
+    event.parameter = {nullptr, 0, platform::AURenderEventParameter, {}, 0, address, *clamped};
+    push(frame, event);
+}
+
+std::optional<Instance::Setting> Instance::midi(std::uint32_t frame,
+                                                std::span<const std::uint8_t> bytes) {
+    platform::AURenderEvent event{};
+    if (bytes.empty() || bytes.size() > std::size(event.MIDI.data)) return std::nullopt;
+    if (isControlChange(bytes[0]) && bytes.size() < 3) return std::nullopt;
+    event.MIDI = {nullptr, 0, platform::AURenderEventMIDI, 0, 0, 0, {bytes[0]}};
+    event.MIDI.length = static_cast<std::uint16_t>(bytes.size());
+    for (std::size_t i = 1; i < bytes.size(); ++i) event.MIDI.data[i] = bytes[i] & 0x7f;
+    push(frame, event);
+    return settingOf(event);
+}
+
+void Instance::add(std::uint32_t frame, const platform::AURenderEvent& event) {
+    if (event.head.eventType == platform::AURenderEventMIDI)
+        midi(frame, std::span(event.MIDI.data).first(std::min<std::size_t>(event.MIDI.length, 3)));
+    else
+        set(frame, event.parameter.parameterAddress, event.parameter.value);
+}
+
+void Instance::push(std::uint32_t frame, platform::AURenderEvent event) {
+    if (const auto setting = settingOf(event)) heard_ |= 1u << setting->address;
+    if (frames_ == 0 || !isActive()) return apply(event);
+    frame = std::clamp(frame, done_, frames_ - 1);
+    event.head.eventSampleTime = clock_ + (frame - done_);
+    if (!queue_.isFull()) return queue_.push(event);
+    // A cut at an event is one that the event makes anyway.
+    renderUpTo(frame);
+    for (auto* due = queue_.take(clock_ + 1); due; due = due->head.next) apply(*due);
+    apply(event);
+}
+
+/// For an event at the frame up to which all is rendered.
+void Instance::apply(const platform::AURenderEvent& event) {
+    if (const auto setting = settingOf(event))
+        unit_->setParameter(static_cast<std::int32_t>(setting->address), setting->value);
+}
+
+void Instance::end() {
+    if (isActive()) {
+        renderUpTo(frames_);
+        use_.store(Use::idle, std::memory_order_release);
+    }
+    if (heard_) heardByAudio_.fetch_or(heard_, std::memory_order_release);
+}
+
+/// Cuts at the multiples of the longest cycle, counted from the block's begin, whatever the events.
+void Instance::renderUpTo(std::uint32_t end) {
+    const FloatEnvironment standard;
+    while (done_ < end) {
+        const auto count = std::min(end - done_, cycleLeft_);
+        if (copyDone_ == copied_ && isCopied_) copyInput();
+        renderCycle(count);
+        cycleLeft_ -= count;
+        if (cycleLeft_ == 0) cycleLeft_ = longestCycle_;
+        if (copyDone_ == copied_ && outputsOverlap_) copyOutput();
         hasRendered_ = true;
-        return;
-    }
-    const auto longest = static_cast<std::uint32_t>(copies_[0].size());
-    for (std::uint32_t begin = 0; begin < frames; begin += longest) {
-        const auto count = std::min(longest, frames - begin);
-        for (int channel = 0; channel < 2; ++channel) {
-            if (input[channel])
-                std::copy_n(input[channel] + begin, count, copies_[channel].data());
-            else
-                std::fill_n(copies_[channel].data(), count, 0.0f);
-        }
-        const float* const copied[2] = {copies_[0].data(), copies_[1].data()};
-        if (!outputsOverlap) {
-            renderPiece(copied, {behind(output[0], begin), behind(output[1], begin)}, begin, count,
-                        frames, events);
-            continue;
-        }
-        renderPiece(copied, {copies_[0].data(), copies_[1].data()}, begin, count, frames, events);
-        for (int channel = 0; channel < 2; ++channel)
-            std::copy_n(copied[channel], count, output[channel] + begin);
     }
 }
 
-/// `count` frames from frame `begin` of a block of `frames`, in cycles that the audio unit takes.
-void Instance::renderPiece(const float* const (&input)[2], float* const (&output)[2],
-                           std::uint32_t begin, std::uint32_t count, std::uint32_t frames,
-                           std::span<const HostEvent> events) {
-    const auto longest = unit_->maximumFramesToRender();
-    for (std::uint32_t at = 0; at < count;) {
-        const auto cycle = std::min(longest, count - at);
-        const auto end =
-            events_.collect(events, frames, begin + at, begin + at + cycle, clock_) - begin;
-        const auto in = [&](int channel) {
-            return input[channel] ? input[channel] + at : silence_.data();
-        };
-        const auto out = [&](int channel) {
-            return output[channel] ? output[channel] + at : ignored_[channel].data();
-        };
-        renderCycle(in(0), in(1), out(0), out(1), end - at, events_.head());
-        clock_ += end - at;
-        at = end;
-        if (events_.addresses())
-            heardByAudio_.fetch_or(events_.addresses(), std::memory_order_release);
+void Instance::renderCycle(std::uint32_t count) {
+    float* output[2];
+    for (int channel = 0; channel < 2; ++channel) {
+        auto* const copy = copies_[channel].data() + copyDone_;
+        const auto* const input = input_[channel];
+        pullFrom_[channel] = isCopied_ ? copy : input ? input + done_ : silence_.data();
+        auto* const written = output_[channel];
+        output[channel] = outputsOverlap_ ? copy
+                          : written       ? written + done_
+                                          : ignored_[channel].data();
     }
-    hasRendered_ = true;
-}
-
-void Instance::renderCycle(const float* left, const float* right, float* outLeft, float* outRight,
-                           std::uint32_t count, const platform::AURenderEvent* events) {
-    pullFrom_[0] = left;
-    pullFrom_[1] = right;
-    platform::StereoBufferList output(outLeft, outRight, count);
+    platform::StereoBufferList list(output[0], output[1], count);
     const platform::AudioTimeStamp time{static_cast<double>(clock_), 0,
                                         platform::kAudioTimeStampSampleTimeValid};
     platform::AudioUnitRenderActionFlags flags = 0;
-    render_(&flags, &time, count, 0, output.list(), events, pull_);
+    render_(&flags, &time, count, 0, list.list(), queue_.take(clock_ + count), pull_);
+    clock_ += count;
+    done_ += count;
+    if (isCopied_) copyDone_ += count;
 }
 
-void Instance::apply(std::span<const HostEvent> events) {
-    for (const auto& event : events) {
-        const auto setting = settingOf(event);
-        if (!setting) continue;
-        unit_->setParameter(static_cast<std::int32_t>(setting->address), setting->value);
-        heardByAudio_.fetch_or(1u << setting->address, std::memory_order_release);
+void Instance::copyInput() {
+    copied_ = static_cast<std::uint32_t>(std::min(copies_[0].size(), std::size_t{frames_ - done_}));
+    copyDone_ = 0;
+    for (int channel = 0; channel < 2; ++channel) {
+        if (input_[channel])
+            std::copy_n(input_[channel] + done_, copied_, copies_[channel].data());
+        else
+            std::fill_n(copies_[channel].data(), copied_, 0.0f);
     }
+}
+
+/// After the last frame of a copy: both channels, the left one first.
+void Instance::copyOutput() {
+    for (int channel = 0; channel < 2; ++channel)
+        std::copy_n(copies_[channel].data(), copied_, output_[channel] + (done_ - copied_));
 }
 
 void Instance::reset() {
@@ -283,10 +335,10 @@ float Instance::value(std::uint64_t address) const {
 
 void Instance::setValue(std::uint64_t address, float value) {
     const auto parameter = tree_->parameterWithAddress(address);
-    const auto setting = settingOf(HostEvent::parameter(0, address, value));
-    if (!parameter || !setting) return;
+    const auto clamped = clampedValue(address, value);
+    if (!parameter || !clamped) return;
     const RunLoop::MakeCurrent current(loop_);
-    parameter->setValue(setting->value, token_);
+    parameter->setValue(*clamped, token_);
 }
 
 std::string Instance::valueText(std::uint64_t address, float value) const {

@@ -13,8 +13,7 @@
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
 #include "audiounit/presets.h"
 #include "hosts/instance/EditExchange.h"
-#include "hosts/instance/EventList.h"
-#include "hosts/instance/HostEvent.h"
+#include "hosts/instance/EventQueue.h"
 
 namespace platform {
 class AUAudioUnitFactory;
@@ -59,13 +58,39 @@ class Instance {
     void deactivate();
     bool isActive() const { return static_cast<bool>(render_); }
 
-    /// Renders a block of any length. Input and output may be the same memory, also crossed over,
-    /// and may overlap by parts in a block no longer than longestBlock, outputs with each other too
-    /// (where they do, the right channel stays); a null input is silence, a null output is not
-    /// written. In a block of no frames events take effect at once. While not
-    /// active the output is silence and events are dropped.
-    void process(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
-                 std::span<const HostEvent> events);
+    // A block: begin(), its events, end(). Not nested.
+
+    /// Begins a block of any length. The channels must stay valid until end(), which has rendered
+    /// all of it; parts may be rendered before. Input and output may be the same memory, also
+    /// crossed over, and may overlap by parts in a block no longer than longestBlock, outputs with
+    /// each other too (where they do, the right channel stays); a null input is silence, a null
+    /// output is not written. While not active the output is silence and events take effect at
+    /// once.
+    void begin(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames);
+    /// A parameter's new value at a frame of the block. Events may come in any order and number;
+    /// those of one frame take effect in the order in which they come. One behind the block's end
+    /// counts as at its last frame; in a block of no frames events take effect at once. Values are
+    /// clamped to 0..1; NaN and unknown addresses are dropped. Past 1024 events in a block, one
+    /// that is older than an event before it may take effect late, but in the same block.
+    void set(std::uint32_t frame, std::uint64_t address, float value);
+    /// What a message sets.
+    struct Setting {
+        std::uint64_t address;
+        float value;  ///< 0..1
+    };
+    /// A MIDI 1.0 message of 1 to 3 bytes; others are dropped, and so is a control change that was
+    /// cut short. Returns what it sets.
+    std::optional<Setting> midi(std::uint32_t frame, std::span<const std::uint8_t> bytes);
+    /// A parameter or MIDI event; its time and its link are not looked at.
+    void add(std::uint32_t frame, const platform::AURenderEvent& event);
+    /// Renders what is left of the block.
+    void end();
+
+    /// A block without events.
+    void process(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames) {
+        begin(input, output, frames);
+        end();
+    }
 
     /// Forgets the signal so far and brings every smoothed value to rest; parameters stay.
     void reset();
@@ -82,7 +107,7 @@ class Instance {
 
     float value(std::uint64_t address) const;
     /// A value from the host; the editor follows, no edit is reported. Wrong ones are dropped or
-    /// mended as in process().
+    /// clamped as in set().
     void setValue(std::uint64_t address, float value);
     std::string valueText(std::uint64_t address, float value) const;
     std::optional<float> parseValue(std::uint64_t address, std::string_view text) const;
@@ -119,16 +144,15 @@ class Instance {
     bool makeUnit(platform::NSError* error);
     void observeEdits();
     bool isBypassed() const;
-    void apply(std::span<const HostEvent> events);
+    void push(std::uint32_t frame, platform::AURenderEvent event);
+    void apply(const platform::AURenderEvent& event);
     using Values = std::array<float, parameterCount>;  // by address
     void adopt(const Values& values);
     void takeAdopted();
-    void processApart(const float* const (&input)[2], float* const (&output)[2],
-                      std::uint32_t frames, std::span<const HostEvent> events);
-    void renderPiece(const float* const (&input)[2], float* const (&output)[2], std::uint32_t begin,
-                     std::uint32_t count, std::uint32_t frames, std::span<const HostEvent> events);
-    void renderCycle(const float* left, const float* right, float* outLeft, float* outRight,
-                     std::uint32_t count, const platform::AURenderEvent* events);
+    void renderUpTo(std::uint32_t end);
+    void renderCycle(std::uint32_t frames);
+    void copyInput();
+    void copyOutput();
 
     std::shared_ptr<platform::RunLoop> loop_;
     Factory factory_;
@@ -138,13 +162,25 @@ class Instance {
 
     platform::AUInternalRenderBlock render_;  // empty while not active
     platform::AURenderPullInputBlock pull_;
-    const float* pullFrom_[2] = {};  // the input of the present cycle
-    std::int64_t clock_ = 0;         // frames processed since activation
-    EventList events_;
+    std::uint32_t longestCycle_ = 0;  // frames; copies_ holds a multiple of it
+    std::int64_t clock_ = 0;          // frames rendered since activation
+    bool hasRendered_ = false;
     std::vector<float> copies_[2];   // of an input that the output would overwrite
     std::vector<float> silence_;     // for an input that is not there
     std::vector<float> ignored_[2];  // for an output that is not there
-    bool hasRendered_ = false;
+
+    // The present block
+    const float* input_[2] = {};
+    float* output_[2] = {};
+    std::uint32_t frames_ = 0, done_ = 0;
+    std::uint32_t cycleLeft_ = 0;  // frames to the next cut, at a multiple of the longest cycle
+    bool isCopied_ = false;        // rendered from copies_
+    bool outputsOverlap_ = false;  // and into copies_
+    std::uint32_t copied_ = 0;     // frames in copies_
+    std::uint32_t copyDone_ = 0;   // of them, rendered
+    std::uint32_t heard_ = 0;      // bit a: the block sets address a
+    EventQueue queue_;
+    const float* pullFrom_[2] = {};  // the input of the present cycle
 
     // Values that are set together, between two blocks.
     enum class Use : std::uint8_t { idle, rendering, adopting };

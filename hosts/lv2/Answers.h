@@ -7,10 +7,16 @@
 #include <cstdint>
 #include <vector>
 
-#include "hosts/lv2/MessageReader.h"
 #include "hosts/lv2/Urids.h"
 
 namespace qov::hosts::lv2 {
+
+/// A request for a parameter's value, or for all, by patch:Get.
+struct Question {
+    std::uint64_t address = all;
+    std::int32_t sequenceNumber = 0;  ///< repeated in the answer; 0 if there is none
+    static constexpr std::uint64_t all = parameterCount;
+};
 
 /// Answers the questions of a block through the notify port: one about a parameter by patch:Set,
 /// one about all by patch:Put. Audio thread.

@@ -5,6 +5,8 @@
 #include <limits>
 #include <optional>
 
+#include "hosts/instance/Instance.h"
+
 namespace qov::hosts::lv2 {
 
 namespace {
@@ -60,7 +62,7 @@ struct MessageReader::Message {
     std::int32_t sequenceNumber = 0;
 };
 
-void MessageReader::read(const LV2_Atom_Sequence& sequence, Receiver& receiver) const {
+void MessageReader::read(const LV2_Atom_Sequence& sequence) {
     if (sequence.atom.type != urids_.atomSequence ||
         sequence.atom.size < sizeof(LV2_Atom_Sequence_Body))
         return;
@@ -69,25 +71,17 @@ void MessageReader::read(const LV2_Atom_Sequence& sequence, Receiver& receiver) 
     forEach<LV2_Atom_Event>(
         begin + sizeof(LV2_Atom_Sequence_Body), begin + sequence.atom.size, &LV2_Atom_Event::body,
         [&](const LV2_Atom_Event& event) {
-            // Nobody tells the tempo, so beats say no more than the order.
+            // The tempo is unknown, so beats give the order only.
             const auto frame = static_cast<std::uint32_t>(std::clamp<std::int64_t>(
                 isInBeats ? 0 : event.time.frames, 0, std::numeric_limits<std::uint32_t>::max()));
             if (event.body.type == urids_.midiEvent)
-                readMidi(frame, event.body, receiver);
+                instance_.midi(frame, {bodyOf(event.body), event.body.size});
             else if (isObject(event.body))
-                readPatch(frame, event.body, receiver);
+                readPatch(frame, event.body);
         });
 }
 
-void MessageReader::readMidi(std::uint32_t frame, const LV2_Atom& atom, Receiver& receiver) const {
-    if (atom.size == 0 || atom.size > 3) return;
-    auto event = HostEvent::message(frame, {});
-    event.midiLength = static_cast<std::uint8_t>(atom.size);
-    std::copy_n(bodyOf(atom), atom.size, event.midi.begin());
-    receiver.receive(event);
-}
-
-void MessageReader::readPatch(std::uint32_t frame, const LV2_Atom& atom, Receiver& receiver) const {
+void MessageReader::readPatch(std::uint32_t frame, const LV2_Atom& atom) {
     const auto kind = after<LV2_Atom_Object_Body>(bodyOf(atom))->otype;
     if (kind != urids_.patchSet && kind != urids_.patchPut && kind != urids_.patchGet) return;
     const auto message = parse(atom);
@@ -97,15 +91,15 @@ void MessageReader::readPatch(std::uint32_t frame, const LV2_Atom& atom, Receive
     if (message.subject && uridOf(message.subject) != urids_.plugin) return;
 
     if (kind == urids_.patchSet && message.value) {
-        set(frame, uridOf(message.property), *message.value, receiver);
+        set(frame, uridOf(message.property), *message.value);
     } else if (kind == urids_.patchPut && message.body && isObject(*message.body)) {
         forEachProperty(*message.body, [&](LV2_URID parameter, const LV2_Atom& value) {
-            set(frame, parameter, value, receiver);
+            set(frame, parameter, value);
         });
     } else if (kind == urids_.patchGet) {
         Question question{.sequenceNumber = message.sequenceNumber};
         if (message.property) question.address = addressOf(uridOf(message.property));
-        if (!message.property || question.address != Question::all) receiver.receive(question);
+        if (!message.property || question.address != Question::all) answers_.ask(question);
     }
 }
 
@@ -122,22 +116,21 @@ MessageReader::Message MessageReader::parse(const LV2_Atom& object) const {
     return message;
 }
 
-void MessageReader::set(std::uint32_t frame, LV2_URID parameter, const LV2_Atom& value,
-                        Receiver& receiver) const {
+void MessageReader::set(std::uint32_t frame, LV2_URID parameter, const LV2_Atom& value) {
     const auto address = addressOf(parameter);
     if (address == Question::all) return;
-    const auto tell = [&](auto number) {
-        if (!number) return;
-        // Within what a float holds; what is no number stays none.
-        const double within = std::clamp(static_cast<double>(*number), -1.0, 2.0);
-        receiver.receive(HostEvent::parameter(frame, address, static_cast<float>(within)));
+    const auto push = [&](auto number) {
+        // Clamped to what a float holds; NaN stays NaN.
+        if (number)
+            instance_.set(frame, address,
+                          static_cast<float>(std::clamp(static_cast<double>(*number), 0.0, 1.0)));
     };
-    if (value.type == urids_.atomFloat) tell(bodyAs<float>(value));
-    if (value.type == urids_.atomDouble) tell(bodyAs<double>(value));
-    if (value.type == urids_.atomInt) tell(bodyAs<std::int32_t>(value));
-    if (value.type == urids_.atomLong) tell(bodyAs<std::int64_t>(value));
+    if (value.type == urids_.atomFloat) push(bodyAs<float>(value));
+    if (value.type == urids_.atomDouble) push(bodyAs<double>(value));
+    if (value.type == urids_.atomInt) push(bodyAs<std::int32_t>(value));
+    if (value.type == urids_.atomLong) push(bodyAs<std::int64_t>(value));
     if (value.type == urids_.atomBool)
-        if (const auto flag = bodyAs<std::int32_t>(value)) tell(std::optional(*flag != 0));
+        if (const auto flag = bodyAs<std::int32_t>(value)) push(std::optional(*flag != 0));
 }
 
 std::uint64_t MessageReader::addressOf(LV2_URID parameter) const {

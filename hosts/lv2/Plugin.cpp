@@ -10,7 +10,6 @@
 #include <set>
 #include <utility>
 
-#include "hosts/instance/behind.h"
 #include "hosts/lv2/Editor.h"
 #include "hosts/lv2/SavedPorts.h"
 #include "hosts/lv2/features.h"
@@ -21,7 +20,6 @@ namespace qov::hosts::lv2 {
 
 namespace {
 
-constexpr std::size_t eventsAtOnce = 1024;  // more are rendered in pieces
 constexpr std::uint32_t usualLongestBlock = 8192;
 constexpr int standingStill = 10;  // idle calls without a block: a third of a second or so
 
@@ -78,7 +76,6 @@ Plugin::Plugin(double sampleRate, std::uint32_t longestBlock, std::unique_ptr<In
         urids_.emplace(*map, *instance_->audioUnit().parameterTree());
         answers_.emplace(*map, *urids_);
     }
-    events_.reserve(eventsAtOnce);
     Living::shared().add(this);
 }
 
@@ -128,41 +125,20 @@ void Plugin::activate() {
 
 void Plugin::run(std::uint32_t frames) {
     hasRun_.store(true, std::memory_order_relaxed);
-    frames_ = frames;
-    done_ = 0;
-    controls_.take(frames, [this](std::uint64_t address, float value) {
-        receive(HostEvent::parameter(0, address, value));
-    });
-    if (urids_ && messages_) MessageReader(*urids_).read(*messages_, *this);
-    render(frames);
-    if (answers_ && notify_) answer();
+    instance_->begin(in_, out_, frames);
+    controls_.take(
+        frames, [this](std::uint64_t address, float value) { instance_->set(0, address, value); });
+    if (urids_ && messages_) MessageReader(*urids_, *instance_, *answers_).read(*messages_);
+    instance_->end();
+    if (answers_ && notify_) answer(frames);
     if (latency_) *latency_ = static_cast<float>(instance_->latency());
 }
 
-void Plugin::receive(const HostEvent& event) {
-    // A cut at an event is one that the event makes anyway.
-    if (events_.size() == eventsAtOnce) render(std::min(event.frame, frames_));
-    events_.push_back(event);
-    events_.back().frame = std::max(event.frame, done_) - done_;
-}
-
-void Plugin::receive(const Question& question) {
-    answers_->ask(question);
-}
-
-/// From where the block is to that frame.
-void Plugin::render(std::uint32_t end) {
-    const auto begin = std::exchange(done_, std::max(end, done_));
-    instance_->process({behind(in_[0], begin), behind(in_[1], begin)},
-                       {behind(out_[0], begin), behind(out_[1], begin)}, done_ - begin, events_);
-    events_.clear();
-}
-
-void Plugin::answer() {
+void Plugin::answer(std::uint32_t frames) {
     std::array<float, parameterCount> values{};
     for (std::uint64_t address = 0; answers_->isAsked() && address < parameterCount; ++address)
         values[address] = instance_->value(address);
-    answers_->write(values, frames_ ? frames_ - 1 : 0, *notify_);
+    answers_->write(values, frames ? frames - 1 : 0, *notify_);
 }
 
 // For the editor

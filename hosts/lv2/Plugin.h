@@ -10,7 +10,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "hosts/instance/Instance.h"
 #include "hosts/lv2/Answers.h"
@@ -31,7 +30,7 @@ class Editor;
 /// which a message may have set past the ports, and what the ports said at that time. Restored, the
 /// effect does the same again, and only a port that says something else than it did then is obeyed.
 /// A state without the effect's own part (a preset made of ports alone) makes every port speak.
-class Plugin final : private MessageReader::Receiver {
+class Plugin {
  public:
     /// A plug-in with all its ports unconnected. Null, with a line about why in *error.
     static std::unique_ptr<Plugin> create(double sampleRate, const LV2_Feature* const* features,
@@ -66,10 +65,7 @@ class Plugin final : private MessageReader::Receiver {
  private:
     Plugin(double sampleRate, std::uint32_t longestBlock, std::unique_ptr<Instance> instance,
            LV2_URID_Map* map);
-    void receive(const HostEvent& event) override;
-    void receive(const Question& question) override;
-    void render(std::uint32_t end);
-    void answer();
+    void answer(std::uint32_t frames);
 
     const double sampleRate_;
     const std::uint32_t longestBlock_;
@@ -83,11 +79,6 @@ class Plugin final : private MessageReader::Receiver {
     const LV2_Atom_Sequence* messages_ = nullptr;
     LV2_Atom_Sequence* notify_ = nullptr;
     ControlPorts controls_;
-
-    // Of the present block
-    std::uint32_t frames_ = 0;
-    std::uint32_t done_ = 0;         // frames rendered
-    std::vector<HostEvent> events_;  // from there on
 
     Editor* editor_ = nullptr;
     std::atomic<bool> hasRun_{false};

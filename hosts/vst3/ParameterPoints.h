@@ -2,43 +2,44 @@
 
 #include <travesty/audio_processor.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <span>
-#include <vector>
+#include <optional>
 
-#include "hosts/instance/HostEvent.h"
 #include "hosts/vst3/ToldValues.h"
 
 namespace qov::hosts::vst3 {
 
-/// The points of a block's parameter queues as events, those outside of the block at its nearer
-/// end. `held` has a bit for each address that is passed over. Audio thread; allocates nothing.
+/// The points of a block's parameter queues, merged by frame. Audio thread; allocates nothing.
 class ParameterPoints {
  public:
-    /// Notes the latest value of each queue. Returns a bit for each address that has one.
-    static std::uint32_t tell(v3_param_changes** changes, std::uint32_t frames, std::uint32_t held,
-                              ToldValues& told);
+    /// A value of a parameter at a frame.
+    struct Point {
+        v3_param_id id;
+        std::uint32_t frame;  ///< in the block; those outside count as at its nearer end
+        double value;         ///< 0..1
+    };
 
-    /// Takes the points that belong into [begin, end) of a block of `frames` frames. Frames of the
-    /// events count from `begin`. Returns the end of the stretch that they cover: `end`, or an
-    /// earlier frame if there are more than fit.
-    std::uint32_t collect(v3_param_changes** changes, std::uint32_t held, std::uint32_t frames,
-                          std::uint32_t begin, std::uint32_t end);
+    /// Skips unknown parameters and those with their bit in `held`, bit a for address a. A host
+    /// sends one queue a parameter; queues past that number are skipped.
+    ParameterPoints(v3_param_changes** changes, std::uint32_t frames, std::uint32_t held);
 
-    /// Valid until the next collect.
-    std::span<const HostEvent> events() const { return {events_.data(), count_}; }
+    /// The earliest point that is left; of one frame, that of the earlier queue. Points of one
+    /// queue keep their order. Null at the end.
+    std::optional<Point> next();
 
  private:
-    static constexpr std::size_t capacity = 4096;
+    struct Queue {
+        v3_param_value_queue** points;
+        std::int32_t index, count;
+        Point point;
+    };
+    bool advance(Queue& queue) const;
 
-    bool gather(v3_param_changes** changes, std::uint32_t held, std::uint32_t frames,
-                std::uint32_t begin, std::uint32_t end);
-    bool add(std::uint32_t frame, v3_param_id id, float value, bool isOnlyFrame);
-    void keepLatest();
-
-    std::vector<HostEvent> events_ = std::vector<HostEvent>(capacity);
-    std::size_t count_ = 0;
+    const std::uint32_t frames_;
+    std::array<Queue, addressLimit> queues_;
+    std::size_t count_ = 0;  // of queues with points left
 };
 
 }  // namespace qov::hosts::vst3

@@ -1,14 +1,15 @@
 #include "hosts/vst3/Processor.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
-#include <cstddef>
 #include <mutex>
 
 #include "hosts/instance/Instance.h"
-#include "hosts/instance/behind.h"
 #include "hosts/vst3/Controller.h"
 #include "hosts/vst3/Interface.h"
+#include "hosts/vst3/ParameterPoints.h"
 #include "hosts/vst3/stream.h"
 #include "hosts/vst3/text16.h"
 
@@ -34,10 +35,6 @@ struct Channels {
     }
     float* at[2] = {};
 };
-
-bool hasQueues(v3_param_changes** changes) {
-    return changes && v3_cpp_obj(changes)->get_param_count(changes) > 0;
-}
 
 }  // namespace
 
@@ -192,13 +189,12 @@ v3_result Processor::process(v3_process_data* data) {
     if (data->num_output_buses > 0 && data->outputs) data->outputs[0].channel_silence_bitset = 0;
     const std::unique_lock pass(gate_, std::try_to_lock);
     if (!pass) {
-        missed_ |= ParameterPoints::tell(data->input_params, frames, told_.held(), told_);
+        missed_ |= readPoints(*data, frames, [](const ParameterPoints::Point&) {});
         for (float* channel : Channels(data->outputs, data->num_output_buses).at)
             if (channel) std::fill_n(channel, frames, 0.0f);
         return V3_OK;
     }
     resetIfAsked();
-    catchUp();
     render(*data, frames);
     return V3_OK;
 }
@@ -209,37 +205,39 @@ void Processor::resetIfAsked() {
     isFresh_ = true;
 }
 
-/// Applies what blocks have told that found the gate taken.
-void Processor::catchUp() {
-    if (!missed_) return;
-    const auto missed = missed_.exchange(0);
-    HostEvent events[volumeId + 1];
-    std::size_t count = 0;
-    for (v3_param_id id = 0; id <= volumeId; ++id)
-        if (missed >> id & 1)
-            events[count++] = HostEvent::parameter(0, id, static_cast<float>(told_.get(id)));
-    const float* const input[2] = {};
-    float* const output[2] = {};
-    instance_.process(input, output, 0, {events, count});
+/// Calls push for each point of the block and keeps the latest value of each parameter. Returns
+/// bit a for each address a that has one.
+template <class Push>
+std::uint32_t Processor::readPoints(const v3_process_data& data, std::uint32_t frames,
+                                    const Push& push) {
+    std::array<std::uint32_t, addressLimit> latest{};  // frame, by address
+    std::uint32_t addresses = 0;
+    ParameterPoints points(data.input_params, frames, told_.held());
+    while (const auto point = points.next()) {
+        push(*point);
+        addresses |= 1u << point->id;
+        if (point->frame < latest[point->id]) continue;
+        latest[point->id] = point->frame;
+        told_.set(point->id, point->value);
+    }
+    return addresses;
 }
 
 void Processor::render(const v3_process_data& data, std::uint32_t frames) {
     const Channels in(data.inputs, data.num_input_buses);
     const Channels out(data.outputs, data.num_output_buses);
     if (frames > 0) isFresh_ = false;
-    // Most blocks change nothing.
-    if (!hasQueues(data.input_params)) return instance_.process(in.at, out.at, frames, {});
-    const auto held = told_.held();
-    ParameterPoints::tell(data.input_params, frames, held, told_);
-    std::uint32_t begin = 0;
-    do {
-        const auto end =
-            points_.collect(data.input_params, held, frames, begin, std::max(frames, 1u));
-        instance_.process({behind(in.at[0], begin), behind(in.at[1], begin)},
-                          {behind(out.at[0], begin), behind(out.at[1], begin)},
-                          std::min(end, frames) - begin, points_.events());
-        begin = end;
-    } while (begin < frames);
+    instance_.begin(in.at, out.at, frames);
+    // The values of blocks that found the gate taken.
+    if (missed_.load(std::memory_order_relaxed))
+        for (auto missed = missed_.exchange(0); missed; missed &= missed - 1) {
+            const auto id = static_cast<v3_param_id>(std::countr_zero(missed));
+            instance_.set(0, id, static_cast<float>(told_.get(id)));
+        }
+    readPoints(data, frames, [&](const ParameterPoints::Point& point) {
+        instance_.set(point.frame, point.id, static_cast<float>(point.value));
+    });
+    instance_.end();
 }
 
 std::uint32_t Processor::getTailSamples() {

@@ -7,7 +7,6 @@
 #include <cstdint>
 
 #include "hosts/vst3/Gate.h"
-#include "hosts/vst3/ParameterPoints.h"
 #include "hosts/vst3/ToldValues.h"
 
 namespace qov::hosts {
@@ -63,7 +62,8 @@ class Processor {
 
     bool activate();
     void resetIfAsked();
-    void catchUp();
+    template <class Push>
+    std::uint32_t readPoints(const v3_process_data& data, std::uint32_t frames, const Push& push);
     void render(const v3_process_data& data, std::uint32_t frames);
 
     Instance& instance_;
@@ -74,9 +74,8 @@ class Processor {
     Gate gate_;
     bool isFresh_ = true;  // no signal since the last reset; behind the gate
     std::atomic<bool> resetIsAsked_{false};
-    std::atomic<std::uint32_t> missed_{
-        0};  // bit a: of address a, a value that found the gate taken
-    ParameterPoints points_;
+    // Bit a: a block that found the gate taken had a value for address a.
+    std::atomic<std::uint32_t> missed_{0};
 };
 
 }  // namespace qov::hosts::vst3

@@ -11,7 +11,6 @@
 #include <gmock/gmock.h>
 
 #include "dsp/ParameterAddress.h"
-#include "hosts/clap/EventInbox.h"
 #include "hosts/instance/product.h"
 #include "tests/hosts/clap/TestHost.h"
 #include "tests/hosts/window/Screen.h"
@@ -91,37 +90,6 @@ struct Plugged {
             return true;
         }};
 };
-
-TEST(ClapEvents, MoreThanFitComeInPortionsOnTheirFrames) {
-    constexpr auto capacity = static_cast<std::uint32_t>(hosts::clap::EventInbox::capacity);
-    // How many events lie on each frame of a long block.
-    for (const std::vector<std::uint32_t>& crowd : {std::vector<std::uint32_t>(5000, 1),
-                                                    {capacity, capacity, 1},
-                                                    {3 * capacity + 5, 2},
-                                                    {1, capacity - 1, 1},
-                                                    {0, 0, 2 * capacity}}) {
-        InputList<clap_event_param_value_t> in;
-        std::vector<std::uint32_t> expected, heard;
-        for (std::uint32_t frame = 0; frame < crowd.size(); ++frame)
-            for (std::uint32_t i = 0; i < crowd[frame]; ++i) {
-                in.events.push_back(valueEvent(frame, i % 9, 0.5));
-                if (i % 9 < 8) expected.push_back(frame);
-            }
-        hosts::clap::EventInbox inbox;
-        const auto frames = static_cast<std::uint32_t>(crowd.size());
-        inbox.open(&in.list, frames);
-        for (std::uint32_t done = 0;;) {
-            const auto portion = inbox.next(done);
-            ASSERT_GE(portion.end, done);
-            for (const auto& event : portion.events) heard.push_back(done + event.frame);
-            done = portion.end;
-            if (!portion.isLast) continue;
-            EXPECT_EQ(done, frames);
-            break;
-        }
-        EXPECT_EQ(heard, expected);
-    }
-}
 
 TEST(ClapPlugin, ChangesItsLatencyAcrossARestartThatItAsksForOnce) {
     Plugged plugged;

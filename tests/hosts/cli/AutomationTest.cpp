@@ -8,7 +8,6 @@
 
 namespace {
 
-using qov::cli::AutomationEvent;
 using qov::cli::parseAutomation;
 
 TEST(Automation, TimesAreFramesSecondsOrMinutes) {
@@ -27,7 +26,7 @@ TEST(Automation, TimesAreFramesSecondsOrMinutes) {
                                             {"1e-1s", 44100, 4410}}) {
         const auto events = parseAutomation(std::string(time) + " set panorama 1", "a", rate);
         ASSERT_EQ(events.size(), 1U);
-        EXPECT_EQ(events[0].frame, frame) << time;
+        EXPECT_EQ(events[0].head.eventSampleTime, frame) << time;
     }
 }
 
@@ -38,15 +37,15 @@ TEST(Automation, ReadsBothKindsOfEventsAmongCommentsAndBlankLines) {
         "220samples",
         "a", 44100);
     ASSERT_EQ(events.size(), 5U);
-    EXPECT_FLOAT_EQ(events[3].value, 0.35F);
-    EXPECT_FLOAT_EQ(events[4].value, 0.5F);
-    EXPECT_EQ(events[0].address, 0U);
-    EXPECT_EQ(events[0].value, 0.25F);
-    EXPECT_EQ(events[1].address, 7U);
-    EXPECT_EQ(events[1].value, 1.0F);
-    EXPECT_EQ(events[2].kind, AutomationEvent::Kind::midi);
-    EXPECT_EQ(events[2].length, 3);
-    EXPECT_THAT(events[2].message, testing::ElementsAre(0xB3, 0x0A, 0x7F));
+    EXPECT_FLOAT_EQ(events[3].parameter.value, 0.35F);
+    EXPECT_FLOAT_EQ(events[4].parameter.value, 0.5F);
+    EXPECT_EQ(events[0].parameter.parameterAddress, 0U);
+    EXPECT_EQ(events[0].parameter.value, 0.25F);
+    EXPECT_EQ(events[1].parameter.parameterAddress, 7U);
+    EXPECT_EQ(events[1].parameter.value, 1.0F);
+    EXPECT_EQ(events[2].head.eventType, platform::AURenderEventMIDI);
+    EXPECT_EQ(events[2].MIDI.length, 3);
+    EXPECT_THAT(events[2].MIDI.data, testing::ElementsAre(0xB3, 0x0A, 0x7F));
 }
 
 TEST(Automation, SortsByTimeAndKeepsTheOrderOfLinesWithin) {
@@ -56,9 +55,9 @@ TEST(Automation, SortsByTimeAndKeepsTheOrderOfLinesWithin) {
     const auto events = parseAutomation(text, "a", 44100);
     ASSERT_EQ(events.size(), 50U);
     for (std::size_t i = 1; i < events.size(); ++i) {
-        ASSERT_LE(events[i - 1].frame, events[i].frame);
-        if (events[i - 1].frame == events[i].frame) {
-            ASSERT_LT(events[i - 1].value, events[i].value);
+        ASSERT_LE(events[i - 1].head.eventSampleTime, events[i].head.eventSampleTime);
+        if (events[i - 1].head.eventSampleTime == events[i].head.eventSampleTime) {
+            ASSERT_LT(events[i - 1].parameter.value, events[i].parameter.value);
         }
     }
 }

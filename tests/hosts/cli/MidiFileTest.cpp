@@ -170,10 +170,10 @@ TEST(MidiFile, playsTheControllersThatTheEffectHears) {
                                        {0, kEnd}}}));
     std::string all;
     for (const auto& event : qov::cli::midiAutomation(file, 1000)) {
-        EXPECT_EQ(event.kind, qov::cli::AutomationEvent::Kind::midi);
-        EXPECT_EQ(event.length, 3);
-        all += std::to_string(event.frame) + ":" + std::to_string(event.message[0]) + "," +
-               std::to_string(event.message[1]) + "," + std::to_string(event.message[2]) + " ";
+        EXPECT_EQ(event.head.eventType, platform::AURenderEventMIDI);
+        EXPECT_EQ(event.MIDI.length, 3);
+        const auto& data = event.MIDI.data;
+        all += fmt::format("{}:{},{},{} ", event.head.eventSampleTime, data[0], data[1], data[2]);
     }
     EXPECT_EQ(all, "0:176,7,100 500:191,10,0 500:191,11,127 ");
 }

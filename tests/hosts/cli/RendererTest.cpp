@@ -4,15 +4,15 @@
 
 #include <gtest/gtest.h>
 
-#include "hosts/cli/Effect.h"
-#include "hosts/cli/Parameters.h"
+#include "hosts/cli/Automation.h"
+#include "hosts/instance/Instance.h"
+#include "hosts/window/makeInstance.h"
 #include "tests/hosts/cli/Sound.h"
 #include "tests/support/ConsoleLines.h"
 
 namespace {
 
-using qov::cli::AutomationEvent;
-using qov::cli::Effect;
+using qov::cli::isBypassedThroughout;
 using qov::cli::parseAutomation;
 using qov::cli::Renderer;
 using qov::cli::Timing;
@@ -29,10 +29,12 @@ Stereo noiseOf(std::size_t frames) {
 
 Stereo rendered(Stereo input, const std::string& automation, std::uint32_t block = 512) {
     const ConsoleLines quiet;
-    Effect effect(44100);
+    std::string error;
+    const auto effect = qov::hosts::makeInstance({}, &error);
+    EXPECT_TRUE(effect->activate(44100, block, nullptr)) << error;
     Stereo output;
-    Renderer renderer(effect, parseAutomation(automation, "test", 44100), block, Timing::aligned,
-                      false, [&](const float* left, const float* right, std::uint32_t frames) {
+    Renderer renderer(*effect, parseAutomation(automation, "test", 44100), block, Timing::aligned,
+                      [&](const float* left, const float* right, std::uint32_t frames) {
                           output.left.insert(output.left.end(), left, left + frames);
                           output.right.insert(output.right.end(), right, right + frames);
                       });

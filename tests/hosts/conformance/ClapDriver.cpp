@@ -11,11 +11,12 @@
 #include "hosts/instance/product.h"
 #include "tests/hosts/clap/TestHost.h"
 #include "tests/hosts/conformance/Plugin.h"
+#include "tests/support/renderEvents.h"
 
 namespace qov::test {
 namespace {
 
-using hosts::HostEvent;
+using platform::AURenderEvent;
 using Edit = hosts::EditExchange::Edit;
 
 template <class Factory>
@@ -65,22 +66,24 @@ union Event {
     clap_event_midi_t midi;
 };
 
-Event eventOf(const HostEvent& from) {
+Event eventOf(const AURenderEvent& from) {
     Event event{};
-    if (from.kind == HostEvent::Kind::midi) {
-        event.midi = {{sizeof event.midi, from.frame, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_MIDI, 0},
+    const auto frame = static_cast<std::uint32_t>(from.head.eventSampleTime);
+    if (isMidi(from)) {
+        const auto& data = from.MIDI.data;
+        event.midi = {{sizeof event.midi, frame, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_MIDI, 0},
                       0,
-                      {from.midi[0], from.midi[1], from.midi[2]}};
+                      {data[0], data[1], data[2]}};
     } else {
         event.value = {
-            {sizeof event.value, from.frame, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_VALUE, 0},
-            static_cast<clap_id>(from.address),
+            {sizeof event.value, frame, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_VALUE, 0},
+            static_cast<clap_id>(from.parameter.parameterAddress),
             nullptr,
             -1,
             -1,
             -1,
             -1,
-            double{from.value}};
+            double{from.parameter.value}};
     }
     return event;
 }
@@ -131,7 +134,7 @@ class ClapPluginUnderTest : public Plugin {
     void reset() override { plugin_->reset(plugin_); }
 
     void prepare(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
-                 std::span<const HostEvent> events) override {
+                 std::span<const AURenderEvent> events) override {
         const Spin alone(busy_);
         for (std::size_t channel = 0; channel < 2; ++channel) {
             input_[channel] = const_cast<float*>(input[channel]);
@@ -163,7 +166,7 @@ class ClapPluginUnderTest : public Plugin {
         return static_cast<float>(value);
     }
     void setValue(std::uint64_t address, float value) override {
-        const auto event = eventOf(HostEvent::parameter(0, address, value));
+        const auto event = eventOf(parameterEvent(0, address, value));
         const Spin alone(busy_);
         set_.push_back(event);
         if (!isActive_) flush();

@@ -65,7 +65,8 @@ enum class Layout : std::uint8_t { separate, inPlace, crossed };
 
 /// The next `frames` of a signal through a plug-in; what comes out is put behind `output`.
 inline void processBlock(Plugin& plugin, const Stereo& signal, std::size_t at, std::uint32_t frames,
-                         Layout layout, std::span<const hosts::HostEvent> events, Stereo& output) {
+                         Layout layout, std::span<const platform::AURenderEvent> events,
+                         Stereo& output) {
     std::vector<float> memory(4 * std::size_t{frames} + 1, -9);
     const auto place = [&](std::size_t index) { return memory.data() + index * frames; };
     std::copy_n(signal.left.data() + at, frames, place(0));
@@ -79,18 +80,13 @@ inline void processBlock(Plugin& plugin, const Stereo& signal, std::size_t at, s
 
 /// A whole signal in blocks of one length, events counted from its start.
 inline Stereo processAll(Plugin& plugin, const Stereo& signal, std::uint32_t block,
-                         const std::vector<hosts::HostEvent>& events = {}) {
+                         const std::vector<platform::AURenderEvent>& events = {}) {
     Stereo output;
     const auto frames = static_cast<std::uint32_t>(signal.left.size());
     for (std::uint32_t at = 0; at < frames; at += block) {
         const auto count = std::min(block, frames - at);
-        std::vector<hosts::HostEvent> inside;
-        for (auto event : events)
-            if (event.frame >= at && event.frame < at + count) {
-                event.frame -= at;
-                inside.push_back(event);
-            }
-        processBlock(plugin, signal, at, count, Layout::separate, inside, output);
+        processBlock(plugin, signal, at, count, Layout::separate,
+                     eventsWithin(events, at, at + count), output);
     }
     return output;
 }

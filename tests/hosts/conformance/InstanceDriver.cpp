@@ -13,13 +13,14 @@
 #include "platform/uikit/NativeWindow.h"
 #include "platform/uikit/UIWindow.h"
 #include "tests/hosts/conformance/Plugin.h"
+#include "tests/hosts/instance/playBlock.h"
 
 namespace qov::test {
 namespace {
 
 using hosts::EditorWindow;
-using hosts::HostEvent;
 using hosts::Instance;
+using platform::AURenderEvent;
 
 std::unique_ptr<Instance> makeInstance() {
     auto instance = Instance::create(nullptr, {}, std::make_shared<AudioUnitViewController>());
@@ -36,7 +37,7 @@ class InstancePlugin : public Plugin {
     void reset() override { instance_->reset(); }
 
     void prepare(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
-                 std::span<const HostEvent> events) override {
+                 std::span<const AURenderEvent> events) override {
         for (int channel = 0; channel < 2; ++channel) {
             input_[channel] = input[channel];
             output_[channel] = output[channel];
@@ -47,7 +48,7 @@ class InstancePlugin : public Plugin {
     void run() override {
         const float* const input[2] = {input_[0], input_[1]};
         float* const output[2] = {output_[0], output_[1]};
-        instance_->process(input, output, frames_, events_);
+        playBlock(*instance_, input, output, frames_, events_);
     }
 
     std::uint32_t latency() override { return instance_->latency(); }
@@ -98,7 +99,7 @@ class InstancePlugin : public Plugin {
     const float* input_[2] = {};
     float* output_[2] = {};
     std::uint32_t frames_ = 0;
-    std::vector<HostEvent> events_;
+    std::vector<AURenderEvent> events_;
 };
 
 class InstanceFormat : public Format {

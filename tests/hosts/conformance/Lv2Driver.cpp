@@ -19,12 +19,13 @@
 #include "tests/hosts/conformance/Lv2Description.h"
 #include "tests/hosts/conformance/Plugin.h"
 #include "tests/hosts/lv2/Lv2Host.h"
+#include "tests/support/renderEvents.h"
 
 namespace qov::test {
 namespace {
 
 using hosts::EditExchange;
-using hosts::HostEvent;
+using platform::AURenderEvent;
 
 const std::string bundle = KELVANE_PLUGINS "/lv2/kelvane.lv2/";
 
@@ -87,7 +88,7 @@ class Lv2Plugin : public Plugin {
     }
 
     void prepare(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
-                 std::span<const HostEvent> events) override {
+                 std::span<const AURenderEvent> events) override {
         host_->connectAudio(input, output);
         frames_ = frames;
         auto all = takeSettings();
@@ -114,7 +115,7 @@ class Lv2Plugin : public Plugin {
     void setValue(std::uint64_t address, float value) override {
         {
             const std::lock_guard lock(mutex_);
-            settings_.push_back(HostEvent::parameter(0, address, portOf(address, value)));
+            settings_.push_back(parameterEvent(0, address, portOf(address, value)));
         }
         if (isActive_) return;
         host_->activate();
@@ -158,7 +159,7 @@ class Lv2Plugin : public Plugin {
                                                   Lv2EditorHost::Options{.parent = parent});
         editor_->onWrite = [this](std::uint64_t address, float port) {
             const std::lock_guard lock(mutex_);
-            settings_.push_back(HostEvent::parameter(0, address, port));
+            settings_.push_back(parameterEvent(0, address, port));
         };
         if (!editor_->isOpen()) editor_.reset();
         return editor_ != nullptr;
@@ -198,15 +199,17 @@ class Lv2Plugin : public Plugin {
 
     /// The host's own changes go to the ports. One that a port does not show, as it had that value
     /// already, goes as a message.
-    std::vector<HostEvent> takeSettings() {
+    std::vector<AURenderEvent> takeSettings() {
         const std::lock_guard lock(mutex_);
-        std::vector<HostEvent> messages;
+        std::vector<AURenderEvent> messages;
         for (const auto& setting : settings_) {
-            auto& port = host_->controls[setting.address];
-            const float value = setting.address == kBypass ? 1 - setting.value : setting.value;
-            if (port == setting.value)
-                messages.push_back(HostEvent::parameter(0, setting.address, value));
-            port = setting.value;
+            const auto address = setting.parameter.parameterAddress;
+            const float value = setting.parameter.value;
+            auto& port = host_->controls[address];
+            if (port == value)
+                messages.push_back(
+                    parameterEvent(0, address, address == kBypass ? 1 - value : value));
+            port = value;
         }
         settings_.clear();
         return messages;
@@ -226,7 +229,7 @@ class Lv2Plugin : public Plugin {
     std::uint32_t frames_ = 0;
     std::atomic<std::uint32_t> latency_{0};
     std::mutex mutex_;
-    std::vector<HostEvent> settings_;  // ports' values on their way to the audio thread
+    std::vector<AURenderEvent> settings_;  // ports' values on their way to the audio thread
 };
 
 class Lv2Format : public Format {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "hosts/instance/EditExchange.h"
-#include "hosts/instance/HostEvent.h"
+#include "platform/audiotoolbox/AURenderEvent.h"
 
 namespace qov::test {
 
@@ -71,7 +71,7 @@ class Plugin {
     /// allocate. Pointers may be equal or crossed; events in any order. Values that setValue() left
     /// for the audio thread go in here, before the events.
     virtual void prepare(const float* const (&input)[2], float* const (&output)[2],
-                         std::uint32_t frames, std::span<const hosts::HostEvent> events) = 0;
+                         std::uint32_t frames, std::span<const platform::AURenderEvent> events) = 0;
     /// Calls the plug-in with what was prepared and does next to nothing else (no allocation, no
     /// lock): what is guarded and measured. May be repeated.
     virtual void run() = 0;
@@ -80,7 +80,7 @@ class Plugin {
         while (times-- > 0) run();
     }
     void process(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
-                 std::span<const hosts::HostEvent> events) {
+                 std::span<const platform::AURenderEvent> events) {
         prepare(input, output, frames, events);
         run();
     }

@@ -14,15 +14,16 @@
 #include "hosts/vst3/text16.h"
 #include "tests/hosts/conformance/Plugin.h"
 #include "tests/hosts/vst3/Host.h"
+#include "tests/support/renderEvents.h"
 
 namespace qov::test {
 namespace {
 
 using hosts::EditExchange;
-using hosts::HostEvent;
 using hosts::vst3::Held;
 using hosts::vst3::readText;
 using hosts::vst3::writeText;
+using platform::AURenderEvent;
 using vst3::Changes;
 using vst3::Host;
 using vst3::Stream;
@@ -115,7 +116,7 @@ class Vst3Plugin : public Plugin {
     }
 
     void prepare(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
-                 std::span<const HostEvent> events) override {
+                 std::span<const AURenderEvent> events) override {
         for (int channel = 0; channel < 2; ++channel) {
             input_[channel] = const_cast<float*>(input[channel]);
             output_[channel] = output[channel];
@@ -235,15 +236,17 @@ class Vst3Plugin : public Plugin {
         return result == V3_OK;
     }
     /// Controllers come as the parameters that the plug-in assigns to them; other messages don't.
-    void addEvent(const HostEvent& event) {
-        auto id = static_cast<v3_param_id>(event.address);
-        if (event.kind == HostEvent::Kind::parameter)
-            changes_.add(id, event.frame, double{event.value});
-        else if (event.midiLength == 3 && (event.midi[0] & 0xf0) == 0xb0 &&
+    void addEvent(const AURenderEvent& event) {
+        const auto frame = static_cast<std::uint32_t>(event.head.eventSampleTime);
+        const auto& data = event.MIDI.data;
+        v3_param_id id = 0;
+        if (!isMidi(event))
+            changes_.add(static_cast<v3_param_id>(event.parameter.parameterAddress), frame,
+                         double{event.parameter.value});
+        else if ((data[0] & 0xf0) == 0xb0 &&
                  mapping_(&v3_midi_mapping::get_midi_controller_assignment, 0,
-                          std::int16_t(event.midi[0] & 0xf), std::int16_t{event.midi[1]},
-                          &id) == V3_OK)
-            changes_.add(id, event.frame, (event.midi[2] & 0x7f) / 127.0);
+                          std::int16_t(data[0] & 0xf), std::int16_t{data[1]}, &id) == V3_OK)
+            changes_.add(id, frame, data[2] / 127.0);
     }
 
     Module module_;

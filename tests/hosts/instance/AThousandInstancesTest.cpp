@@ -31,7 +31,7 @@ std::size_t bytesOfEach(std::size_t count) {
         auto controller = std::make_shared<AudioUnitViewController>();
         auto instance = Instance::create(nullptr, platform::RunLoop::createForTest(), controller);
         EXPECT_TRUE(instance->activate(48000, 512, nullptr));
-        instance->process({left.data(), right.data()}, {left.data(), right.data()}, 512, {});
+        instance->process({left.data(), right.data()}, {left.data(), right.data()}, 512);
         if (i % 50 == 0) {
             const platform::RunLoop::MakeCurrent current(instance->runLoop());
             const auto window = std::make_shared<platform::UIWindow>(platform::CGSize{340, 220});

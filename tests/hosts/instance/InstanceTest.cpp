@@ -21,10 +21,12 @@
 #include "platform/dispatch/RunLoop.h"
 #include "platform/foundation/NSError.h"
 #include "tests/audiounit/RenderingUnit.h"
+#include "tests/hosts/instance/playBlock.h"
 
 namespace qov::hosts {
 namespace {
 
+using platform::AURenderEvent;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -44,14 +46,21 @@ Stereo noise(std::size_t frames) {
 }
 
 /// Events all over a signal, in order.
-std::vector<HostEvent> automation(std::uint32_t frames) {
-    return {HostEvent::parameter(0, kStereoWidth, 0.9f),
-            HostEvent::parameter(100, kPhaseShift, 0.3f),
-            HostEvent::parameter(frames / 4, kSwapChannels, 1),
-            HostEvent::parameter(frames / 3, kPanorama, 0.2f),
-            HostEvent::message(frames / 2, {0xb3, 11, 40}),
-            HostEvent::message(frames / 2, {0xb0, 7, 90}),
-            HostEvent::parameter(frames - 1, kTestMono, 1)};
+std::vector<AURenderEvent> automation(std::uint32_t frames) {
+    return {
+        parameterEvent(0, kStereoWidth, 0.9f),        parameterEvent(100, kPhaseShift, 0.3f),
+        parameterEvent(frames / 4, kSwapChannels, 1), parameterEvent(frames / 3, kPanorama, 0.2f),
+        midiEvent(frames / 2, 0xb3, 11, 40),          midiEvent(frames / 2, 0xb0, 7, 90),
+        parameterEvent(frames - 1, kTestMono, 1)};
+}
+
+std::unique_ptr<RenderingUnit> makeBareUnit() {
+    auto bare = std::make_unique<RenderingUnit>();
+    const auto format = platform::AVAudioFormat::initStandardFormatWithSampleRate(rate, 2);
+    (*bare->unit->inputBusses())[0]->setFormat(format, nullptr);
+    (*bare->unit->outputBusses())[0]->setFormat(format, nullptr);
+    bare->allocate();
+    return bare;
 }
 
 class InstanceTest : public testing::Test {
@@ -68,20 +77,15 @@ class InstanceTest : public testing::Test {
     /// Everything through blocks of the given lengths in turn, with separate buffers.
     static Stereo render(Instance& instance, const Stereo& input,
                          const std::vector<std::uint32_t>& blocks,
-                         const std::vector<HostEvent>& events = {}) {
+                         const std::vector<AURenderEvent>& events = {}) {
         const auto frames = static_cast<std::uint32_t>(input.left.size());
         Stereo output{std::vector<float>(frames, -9), std::vector<float>(frames, -9)};
         std::uint32_t at = 0;
         for (std::size_t block = 0; at < frames; ++block) {
             const auto count = std::min(blocks[block % blocks.size()], frames - at);
-            std::vector<HostEvent> inside;
-            for (auto event : events)
-                if (event.frame >= at && event.frame < at + count) {
-                    event.frame -= at;
-                    inside.push_back(event);
-                }
-            instance.process({input.left.data() + at, input.right.data() + at},
-                             {output.left.data() + at, output.right.data() + at}, count, inside);
+            test::playBlock(instance, {input.left.data() + at, input.right.data() + at},
+                            {output.left.data() + at, output.right.data() + at}, count,
+                            test::eventsWithin(events, at, at + count));
             at += count;
         }
         return output;
@@ -109,24 +113,13 @@ class InstanceTest : public testing::Test {
 };
 
 TEST_F(InstanceTest, SoundsLikeTheBareAudioUnitToTheBit) {
-    RenderingUnit bare;
-    const auto format = platform::AVAudioFormat::initStandardFormatWithSampleRate(rate, 2);
-    (*bare.unit->inputBusses())[0]->setFormat(format, nullptr);
-    (*bare.unit->outputBusses())[0]->setFormat(format, nullptr);
-    bare.allocate();
+    const auto bare = makeBareUnit();
     const auto input = noise(512);
     for (int block = 0; block < 10; ++block) {
-        std::vector<HostEvent> events;
-        std::vector<platform::AURenderEvent> list;
-        if (block == 0) {
-            events.push_back(HostEvent::parameter(0, kStereoWidth, 0.9f));
-            list.push_back(parameterEvent(0, kStereoWidth, 0.9f));
-        }
-        if (block == 1) {
-            events.push_back(HostEvent::message(188, {0xb0, 10, 20}));
-            list.push_back(midiEvent(188, 0xb0, 10, 20));
-        }
-        ASSERT_EQ(render(*instance_, input, {512}, events), bare.render(input, list)) << block;
+        std::vector<AURenderEvent> events;
+        if (block == 0) events.push_back(parameterEvent(0, kStereoWidth, 0.9f));
+        if (block == 1) events.push_back(midiEvent(188, 0xb0, 10, 20));
+        ASSERT_EQ(render(*instance_, input, {512}, events), bare->render(input, events)) << block;
     }
 }
 
@@ -167,7 +160,7 @@ TEST_F(InstanceTest, OutputIsThatOfSeparateBuffersHoweverTheyAlias) {
                 std::copy_n(&input.left[at], block, place(inputs[0]));
                 std::copy_n(&input.right[at], block, place(inputs[1]));
                 float* const out[2] = {place(outputs[0]), place(outputs[1])};
-                instance->process({place(inputs[0]), place(inputs[1])}, out, block, {});
+                instance->process({place(inputs[0]), place(inputs[1])}, out, block);
                 output.left.insert(output.left.end(), out[0], out[0] + block);
                 output.right.insert(output.right.end(), out[1], out[1] + block);
             }
@@ -186,7 +179,7 @@ TEST_F(InstanceTest, OutputsThatShareMemoryKeepTheirSound) {
             std::vector<float> memory(2 * block);
             for (std::size_t at = 0; at < half; at += block) {
                 instance->process({&input.left[at], &input.right[at]},
-                                  {memory.data(), memory.data() + shift}, block, {});
+                                  {memory.data(), memory.data() + shift}, block);
                 ASSERT_TRUE(std::equal(&memory[0], &memory[shift], &expected.left[at]));
                 ASSERT_TRUE(
                     std::equal(&memory[shift], &memory[shift] + block, &expected.right[at]));
@@ -194,7 +187,7 @@ TEST_F(InstanceTest, OutputsThatShareMemoryKeepTheirSound) {
             Stereo output{std::vector<float>(half), std::vector<float>(half)};
             for (std::size_t at = 0; at < half; at += block)
                 instance->process({&input.left[half + at], &input.right[half + at]},
-                                  {&output.left[at], &output.right[at]}, block, {});
+                                  {&output.left[at], &output.right[at]}, block);
             EXPECT_TRUE(std::equal(output.left.begin(), output.left.end(), &expected.left[half]));
             EXPECT_TRUE(
                 std::equal(output.right.begin(), output.right.end(), &expected.right[half]));
@@ -207,7 +200,7 @@ TEST_F(InstanceTest, UnconnectedPortsAreSilentOrIgnored) {
     const Stereo silentRight{input.left, std::vector<float>(input.left.size(), 0)};
     const auto expected = render(*fresh(), silentRight, {4 * late});
     std::vector<float> left(input.left.size());
-    instance_->process({input.left.data(), nullptr}, {left.data(), nullptr}, 4 * late, {});
+    instance_->process({input.left.data(), nullptr}, {left.data(), nullptr}, 4 * late);
     EXPECT_EQ(left, expected.left);
 }
 
@@ -216,50 +209,53 @@ TEST_F(InstanceTest, WrongEventsAreMendedOrDropped) {
     const auto infinity = std::numeric_limits<float>::infinity();
     const auto frames = 3000u;
     const auto input = noise(frames);
-    const std::vector<HostEvent> wrong{HostEvent::parameter(90, kPanorama, infinity),
-                                       HostEvent::parameter(4000000000, kTestMono, 7),
-                                       HostEvent::parameter(50, kStereoWidth, -3),
-                                       HostEvent::parameter(60, kPhaseShift, nan),
-                                       HostEvent::parameter(70, 8, 1),
-                                       HostEvent::parameter(70, ~std::uint64_t{0}, 1),
-                                       HostEvent::message(80, {0x90, 60, 100}),
-                                       HostEvent::message(80, {0xf8, 0, 0}),
-                                       HostEvent::message(95, {0xb0, 11, 0xff})};
-    const std::vector<HostEvent> mended{
-        HostEvent::parameter(50, kStereoWidth, 0), HostEvent::message(80, {0x90, 60, 100}),
-        HostEvent::message(80, {0xf8, 0, 0}),      HostEvent::parameter(90, kPanorama, 1),
-        HostEvent::message(95, {0xb0, 11, 127}),   HostEvent::parameter(frames - 1, kTestMono, 1)};
+    const std::vector<AURenderEvent> wrong{parameterEvent(90, kPanorama, infinity),
+                                           parameterEvent(4000000000, kTestMono, 7),
+                                           parameterEvent(50, kStereoWidth, -3),
+                                           parameterEvent(60, kPhaseShift, nan),
+                                           parameterEvent(70, 8, 1),
+                                           parameterEvent(70, ~std::uint64_t{0}, 1),
+                                           midiEvent(80, 0x90, 60, 100),
+                                           midiEvent(80, 0xf8, 0, 0),
+                                           midiEvent(95, 0xb0, 11, 0xff)};
+    const std::vector<AURenderEvent> mended{
+        parameterEvent(50, kStereoWidth, 0), midiEvent(80, 0x90, 60, 100),
+        midiEvent(80, 0xf8, 0, 0),           parameterEvent(90, kPanorama, 1),
+        midiEvent(95, 0xb0, 11, 127),        parameterEvent(frames - 1, kTestMono, 1)};
     Stereo output{std::vector<float>(frames), std::vector<float>(frames)};
-    instance_->process({input.left.data(), input.right.data()},
-                       {output.left.data(), output.right.data()}, frames, wrong);
+    test::playBlock(*instance_, {input.left.data(), input.right.data()},
+                    {output.left.data(), output.right.data()}, frames, wrong);
     EXPECT_EQ(output, render(*fresh(), input, {frames}, mended));
     EXPECT_EQ(instance_->value(kTestMono), 1);
     EXPECT_EQ(instance_->value(kPhaseShift), 0);
 }
 
-TEST_F(InstanceTest, MoreEventsThanFitLoseNoValue) {
-    const auto input = noise(2000);
-    std::vector<HostEvent> storm{HostEvent::parameter(10, kSwapChannels, 1),
-                                 HostEvent::parameter(10, kBypass, 1),
-                                 HostEvent::parameter(10, kBypass, 0)};
+TEST_F(InstanceTest, MoreEventsThanFitSoundAsTheyDoForTheAudioUnit) {
+    std::vector<AURenderEvent> storm{parameterEvent(10, kSwapChannels, 1),
+                                     parameterEvent(10, kBypass, 1), midiEvent(10, 0xb0, 7, 99),
+                                     parameterEvent(10, kBypass, 0)};
     for (int i = 0; i < 5000; ++i)
-        storm.push_back(HostEvent::parameter(10, kPanorama, static_cast<float>(i) / 5000));
-    for (std::uint32_t frame = 11; frame < 2000; ++frame)
+        storm.push_back(parameterEvent(10, kPanorama, static_cast<float>(i) / 5000));
+    for (std::uint32_t frame = 11; frame < 1024; ++frame)
         for (const auto address : {kStereoWidth, kPhaseShift})
-            storm.push_back(HostEvent::parameter(frame, address, static_cast<float>(frame) / 2000));
-    render(*instance_, input, {2000}, storm);
-    EXPECT_EQ(instance_->value(kSwapChannels), 1);
-    EXPECT_EQ(instance_->value(kBypass), 0);
+            storm.push_back(parameterEvent(frame, address, static_cast<float>(frame) / 2000));
+    const auto bare = makeBareUnit();
+    const auto input = noise(1024);
+    render(*instance_, input, {1024});
+    bare->render(input);
+    EXPECT_EQ(render(*instance_, input, {1024}, storm), bare->render(input, storm));
     EXPECT_EQ(instance_->value(kPanorama), 4999.0f / 5000);
-    EXPECT_EQ(instance_->value(kPhaseShift), 1999.0f / 2000);
+    // Out of order: no event is lost, and the later of one parameter stays.
+    std::ranges::reverse(storm);
+    render(*instance_, input, {1024}, storm);
+    EXPECT_EQ(instance_->value(kPanorama), 0);
+    EXPECT_EQ(instance_->value(kSwapChannels), 1);
 }
 
 TEST_F(InstanceTest, EmptyBlockAppliesItsEvents) {
     const auto input = noise(5000);
-    const auto expected =
-        render(*fresh(), input, {500}, {HostEvent::parameter(0, kPanorama, 0.1f)});
-    const std::vector<HostEvent> events{HostEvent::parameter(3, kPanorama, 0.1f)};
-    instance_->process({nullptr, nullptr}, {nullptr, nullptr}, 0, events);
+    const auto expected = render(*fresh(), input, {500}, {parameterEvent(0, kPanorama, 0.1f)});
+    test::playBlock(*instance_, {}, {}, 0, std::vector{parameterEvent(3, kPanorama, 0.1f)});
     EXPECT_EQ(render(*instance_, input, {500}), expected);
 }
 
@@ -268,7 +264,7 @@ TEST_F(InstanceTest, FlushToZeroOfTheHostChangesNoBit) {
     Stereo tiny = noise(3 * late);
     for (auto* channel : {&tiny.left, &tiny.right})
         for (auto& sample : *channel) sample *= 1e-38f;
-    const std::vector<HostEvent> wide{HostEvent::parameter(0, kStereoWidth, 0.9f)};
+    const std::vector<AURenderEvent> wide{parameterEvent(0, kStereoWidth, 0.9f)};
     const auto expected = render(*fresh(), tiny, {256}, wide);
     const unsigned host = _mm_getcsr() | 0x8040;  // flush results and operands to zero
     const unsigned before = _mm_getcsr();
@@ -319,8 +315,8 @@ TEST_F(InstanceTest, AudioThreadChangesReachTheEditorsObserversOnceAndNotTheHost
         });
     std::thread audio([&] {
         render(*instance_, ramp(64), {64},
-               {HostEvent::parameter(0, kPanorama, 0.1f), HostEvent::parameter(9, kPanorama, 0.2f),
-                HostEvent::message(9, {0xb0, 11, 127})});
+               {parameterEvent(0, kPanorama, 0.1f), parameterEvent(9, kPanorama, 0.2f),
+                midiEvent(9, 0xb0, 11, 127)});
     });
     audio.join();
     EXPECT_THAT(heard, IsEmpty());
@@ -428,7 +424,7 @@ TEST_F(InstanceTest, RestoringAStateIsOneStepForTheSoundAndForListeners) {
         auto out = in;
         while (!ends) {
             instance_->process({in.left.data(), in.right.data()},
-                               {out.left.data(), out.right.data()}, 64, {});
+                               {out.left.data(), out.right.data()}, 64);
             wrong += out.left != in.left || out.right != in.right;
             ++blocks;
         }

@@ -9,11 +9,12 @@
 #include <utility>
 
 #include "hosts/instance/product.h"
+#include "tests/support/renderEvents.h"
 
 namespace qov::test {
 
 using hosts::EditExchange;
-using hosts::HostEvent;
+using platform::AURenderEvent;
 
 namespace {
 
@@ -80,18 +81,21 @@ void Lv2Host::beginSequence() {
     lv2_atom_forge_sequence_head(&forge_, &sequence_, 0);
 }
 
-void Lv2Host::send(std::span<const HostEvent> events) {
+void Lv2Host::send(std::span<const AURenderEvent> events) {
     beginSequence();
     for (const auto& event : events) {
-        if (event.kind == HostEvent::Kind::parameter) {
+        const auto frame = static_cast<std::uint32_t>(event.head.eventSampleTime);
+        if (!isMidi(event)) {
+            const auto address = event.parameter.parameterAddress;
             const auto parameter =
-                event.address < parameters_.size() ? parameters_[event.address] : uri + "#unknown";
-            send(Patch{.kind = "Set", .values = {{parameter, event.value}}}, event.frame);
+                address < parameters_.size() ? parameters_[address] : uri + "#unknown";
+            send(Patch{.kind = "Set", .values = {{parameter, event.parameter.value}}}, frame);
             continue;
         }
-        lv2_atom_forge_frame_time(&forge_, event.frame);
-        lv2_atom_forge_atom(&forge_, event.midiLength, urids_[LV2_MIDI__MidiEvent]);
-        lv2_atom_forge_write(&forge_, event.midi.data(), event.midiLength);
+        const auto& midi = event.MIDI;
+        lv2_atom_forge_frame_time(&forge_, frame);
+        lv2_atom_forge_atom(&forge_, midi.length, urids_[LV2_MIDI__MidiEvent]);
+        lv2_atom_forge_write(&forge_, midi.data, midi.length);
     }
 }
 

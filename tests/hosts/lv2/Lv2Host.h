@@ -18,8 +18,8 @@
 #include <vector>
 
 #include "hosts/instance/EditExchange.h"
-#include "hosts/instance/HostEvent.h"
 #include "hosts/lv2/Ports.h"
+#include "platform/audiotoolbox/AURenderEvent.h"
 
 namespace qov::test {
 
@@ -71,7 +71,7 @@ class Lv2Host {
 
     void connectAudio(const float* const (&input)[2], float* const (&output)[2]);
     /// Messages of the next run(), in this order; parameters go as patch:Set.
-    void send(std::span<const hosts::HostEvent> events);
+    void send(std::span<const platform::AURenderEvent> events);
     void send(const Patch& patch, std::uint32_t frame);
     /// The sequence as it was sent, with its head.
     std::vector<std::uint8_t> messageBytes() const;

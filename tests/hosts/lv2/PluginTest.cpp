@@ -19,7 +19,7 @@
 namespace qov::test {
 namespace {
 
-using hosts::HostEvent;
+using platform::AURenderEvent;
 using testing::ElementsAre;
 using testing::FieldsAre;
 
@@ -34,7 +34,7 @@ class Lv2Plugin : public testing::Test {
     }
     float value(std::uint64_t address) { return value(host, address); }
 
-    void run(Lv2Host& of, const std::vector<HostEvent>& events = {}) {
+    void run(Lv2Host& of, const std::vector<AURenderEvent>& events = {}) {
         memory_.assign(2 * frames, 0.5F);
         of.connectAudio({memory_.data(), memory_.data() + frames},
                         {memory_.data(), memory_.data() + frames});
@@ -42,7 +42,7 @@ class Lv2Plugin : public testing::Test {
         of.send(events);
         of.run(frames);
     }
-    void run(const std::vector<HostEvent>& events = {}) { run(host, events); }
+    void run(const std::vector<AURenderEvent>& events = {}) { run(host, events); }
 
     static std::string uri(const std::string& name) {
         return std::string(hosts::product::uri) + "#" + name;
@@ -57,11 +57,11 @@ TEST_F(Lv2Plugin, APortSpeaksWhenItChangesAndAMessageHoldsMeanwhile) {
     host.controls[kStereoWidth] = 0.8F;
     run();
     EXPECT_EQ(value(kStereoWidth), 0.8F) << "heard by the first block";
-    run({HostEvent::parameter(99, kStereoWidth, 0.1F)});
+    run({parameterEvent(99, kStereoWidth, 0.1F)});
     run();
     EXPECT_EQ(value(kStereoWidth), 0.1F) << "the port stands still";
     host.controls[kStereoWidth] = 0.3F;
-    run({HostEvent::parameter(0, kPanorama, 0.9F)});
+    run({parameterEvent(0, kPanorama, 0.9F)});
     EXPECT_EQ(value(kStereoWidth), 0.3F);
     host.controls[kStereoWidth] = std::numeric_limits<float>::quiet_NaN();
     run();
@@ -99,14 +99,14 @@ TEST_F(Lv2Plugin, EnabledIsTheOppositeOfBypassAndDecidesTheLatency) {
     host.controls[kBypass] = 0.1F;  // on is what lies above 0
     run();
     EXPECT_EQ(value(kBypass), 0);
-    run({HostEvent::parameter(3, kBypass, 1)});
+    run({parameterEvent(3, kBypass, 1)});
     EXPECT_EQ(host.latency, 0) << "a message means the parameter";
 }
 
 TEST_F(Lv2Plugin, AStateAndThePortsThatAHostSavesBesideItAreOneSetting) {
     host.controls[kStereoWidth] = 0.7F;
     host.controls[kPhaseShift] = 0.2F;
-    run({HostEvent::parameter(5, kStereoWidth, 0.1F)});
+    run({parameterEvent(5, kStereoWidth, 0.1F)});
     const auto saved = host.save();
     const auto restored = [&](std::array<float, 8> controls, const Lv2Host::State& state) {
         Lv2Host other(*kelvane_lv2_plugin(), {});
@@ -137,7 +137,7 @@ TEST_F(Lv2Plugin, AStateAndThePortsThatAHostSavesBesideItAreOneSetting) {
 
 TEST_F(Lv2Plugin, AnswersQuestionsAboutOneParameterOrAll) {
     host.controls[kStereoWidth] = 0.25F;
-    run({HostEvent::parameter(9, kTestMono, 1)});
+    run({parameterEvent(9, kTestMono, 1)});
     run();
     host.takeAnswers();
     host.send({.kind = "Get", .property = uri("stereo_width"), .sequenceNumber = 7}, 3);
@@ -164,10 +164,9 @@ TEST_F(Lv2Plugin, AnswersQuestionsAboutOneParameterOrAll) {
 
 TEST_F(Lv2Plugin, AtomsThatLieAboutTheirSizesAreNotReadBeyondTheirEnd) {
     std::minstd_rand random(1);
-    std::vector<HostEvent> events;
+    std::vector<AURenderEvent> events;
     for (std::uint32_t i = 0; i < 20; ++i)
-        events.push_back(i % 3 ? HostEvent::parameter(i, i % 9, 0.5F)
-                               : HostEvent::message(i, {0xb0, 10, 3}));
+        events.push_back(i % 3 ? parameterEvent(i, i % 9, 0.5F) : midiEvent(i, 0xb0, 10, 3));
     host.send(events);
     const auto whole = host.messageBytes();
     for (int round = 0; round < 3000; ++round) {
@@ -193,7 +192,7 @@ TEST_F(Lv2Plugin, RunsWithoutUridMapAndRefusesARateThatIsNone) {
     ASSERT_TRUE(plain.handle());
     plain.controls[kPanorama] = 0.2F;
     plain.activate();
-    run(plain, {HostEvent::parameter(0, kPanorama, 1)});
+    run(plain, {parameterEvent(0, kPanorama, 1)});
     EXPECT_EQ(value(plain, kPanorama), 0.2F);
     EXPECT_TRUE(plain.save().empty());
     testing::internal::CaptureStderr();

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -90,32 +91,30 @@ TEST(Vst3, LeavesTheSignalToTheBlocksAndTheDisplayToTheHost) {
     EXPECT_EQ(again.controller(&v3_edit_controller::get_parameter_normalised, programId), 1.0);
 }
 
-TEST(Vst3, TakesEveryPointOfACrowdedBlockOnItsFrame) {
+TEST(Vst3, MergesThePointsOfAllQueuesByFrame) {
     constexpr std::uint32_t frames = 3000;
-    ParameterPoints points;
-    // More points than one stretch holds, so many on a frame.
-    const auto crowd = [](std::uint32_t aFrame, host::Changes& changes) {
-        for (std::uint32_t i = 0; i < 9000; ++i) changes.add(kPanorama, i / aFrame, i / 8999.0);
-        return changes.face();
-    };
-    host::Changes spread, heap;
-    auto** changes = crowd(3, spread);
-    std::int32_t seen = 0;
-    for (std::uint32_t begin = 0; begin < frames;) {
-        const auto end = points.collect(changes, 0, frames, begin, frames);
-        ASSERT_GT(end, begin);
-        for (const auto& event : points.events()) {
-            ASSERT_EQ(begin + event.frame, static_cast<std::uint32_t>(seen / 3));
-            ASSERT_EQ(event.value, static_cast<float>(seen / 8999.0));
-            ++seen;
-        }
-        begin = end;
+    host::Changes changes;
+    for (std::int32_t i = 0; i < 9000; ++i)
+        changes.add(i % 2 ? v3_param_id{kPanorama} : volumeId, static_cast<std::uint32_t>(i / 3),
+                    i / 8999.0);
+    changes.add(kStereoWidth, 0, 2);
+    changes.add(kStereoWidth, frames + 9, std::numeric_limits<double>::quiet_NaN());
+    changes.add(kStereoWidth, frames + 9, -1);
+    changes.add(kBypass, 0, 1);
+    changes.add(programId, 0, 1);
+    ParameterPoints points(changes.face(), frames, 1u << kBypass);
+    std::uint32_t latest = 0;
+    std::size_t seen = 0;
+    for (auto point = points.next(); point; point = points.next(), ++seen) {
+        ASSERT_GE(point->frame, latest);
+        ASSERT_LT(latest = point->frame, frames);
+        if (point->id == kStereoWidth)
+            EXPECT_EQ(point->value, point->frame == 0 ? 1 : 0);
+        else
+            ASSERT_EQ(static_cast<std::uint32_t>(std::lround(point->value * 8999)) / 3,
+                      point->frame);
     }
-    EXPECT_EQ(seen, 9000);
-    // Of a single frame the stretch is as short as can be; only the last point is heard.
-    EXPECT_EQ(points.collect(crowd(9000, heap), 0, frames, 0, frames), 1U);
-    ASSERT_FALSE(points.events().empty());
-    EXPECT_EQ(points.events().back().value, 1.0F);
+    EXPECT_EQ(seen, 9002U);
 }
 
 /// Noise, processed in place.

@@ -8,6 +8,7 @@
 
 #include "platform/foundation/Console.h"
 #include "tests/hosts/conformance/Plugin.h"
+#include "tests/support/renderEvents.h"
 
 int main(int argc, char** argv) {
     using qov::test::Format;
@@ -25,7 +26,7 @@ int main(int argc, char** argv) {
     plugin->setValue(0, 0.75F);
     if (!plugin->activate(48000, 512)) return 1;
     std::vector<float> left(512, 0.5F), right(512, -0.25F);
-    const std::vector events{qov::hosts::HostEvent::parameter(9, 1, 0.25F)};
+    const std::vector events{qov::test::parameterEvent(9, 1, 0.25F)};
     for (int block = 0; block < 10; ++block) {
         plugin->process({left.data(), right.data()}, {left.data(), right.data()}, 512, events);
         plugin->idle();

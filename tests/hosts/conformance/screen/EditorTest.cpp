@@ -12,7 +12,7 @@
 namespace qov::test {
 namespace {
 
-using hosts::HostEvent;
+using platform::AURenderEvent;
 using Edit = hosts::EditExchange::Edit;
 
 constexpr int width = 680;
@@ -34,7 +34,7 @@ class Editor : public FormatTest {
         }
         return true;
     }
-    static void turn(Plugin& plugin, std::vector<HostEvent> events = {}) {
+    static void turn(Plugin& plugin, std::vector<AURenderEvent> events = {}) {
         Stereo output;
         processBlock(plugin, ramp(64), 0, 64, Layout::inPlace, events, output);
         plugin.idle();
@@ -113,7 +113,7 @@ TEST_P(Editor, OutlivesTheWindowItLivesIn) {
         ASSERT_TRUE(plugin->openEditor(parent));
         ASSERT_TRUE(until({plugin.get()}, [] { return isDrawn(); }));
         Screen::destroy(parent);
-        for (int i = 0; i < 5; ++i) turn(*plugin, {HostEvent::parameter(0, kSwapChannels, 1)});
+        for (int i = 0; i < 5; ++i) turn(*plugin, {parameterEvent(0, kSwapChannels, 1)});
         EXPECT_EQ(plugin->value(kSwapChannels), 1) << "the rest goes on";
         plugin->closeEditor();
     }
@@ -168,7 +168,7 @@ TEST_P(Editor, ShowsAutomationInItsOwnWindowAlone) {
     ASSERT_TRUE(until(both, [] { return isDrawn() && isDrawn(width + 20); }));
     const auto off = look(0, 0);
     const auto offBeside = look(width + 20, 0);
-    turn(*one, {HostEvent::parameter(5, kSwapChannels, 1)});
+    turn(*one, {parameterEvent(5, kSwapChannels, 1)});
     EXPECT_TRUE(until(both, [&] { return look(0, 0) != off; }));
     EXPECT_EQ(look(width + 20, 0), offBeside);
     EXPECT_EQ(two->value(kSwapChannels), 0);

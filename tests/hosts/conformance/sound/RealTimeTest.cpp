@@ -6,7 +6,7 @@
 namespace qov::test {
 namespace {
 
-using hosts::HostEvent;
+using platform::AURenderEvent;
 
 class RealTime : public FormatTest {
  protected:
@@ -16,11 +16,11 @@ class RealTime : public FormatTest {
 #ifdef QOV_SANITIZED
         GTEST_SKIP() << "the sanitizer has the allocator to itself";
 #endif
-        std::vector<HostEvent> events;
+        std::vector<AURenderEvent> events;
         for (std::uint32_t i = 0; i < 400; ++i)
             events.push_back(
-                HostEvent::parameter(i * 7919 % 5000, i % 8, static_cast<float>(i % 101) / 90));
-        if (can().midi) events.push_back(HostEvent::message(17, {0xb0, 10, 100}));
+                parameterEvent(i * 7919 % 5000, i % 8, static_cast<float>(i % 101) / 90));
+        if (can().midi) events.push_back(midiEvent(17, 0xb0, 10, 100));
         auto* const a = memory_.data();
         auto* const b = a + longest;
         const std::pair<float*, float*> outputs[] = {

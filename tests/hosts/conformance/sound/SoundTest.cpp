@@ -14,7 +14,7 @@
 namespace qov::test {
 namespace {
 
-using hosts::HostEvent;
+using platform::AURenderEvent;
 
 constexpr std::uint32_t longest = 8192;
 constexpr std::uint32_t late = 2048;
@@ -26,7 +26,7 @@ struct Block {
     std::uint32_t frames;
     Layout layout;
     std::optional<std::pair<std::uint64_t, float>> setting;  // by the main thread, before
-    std::vector<HostEvent> events;
+    std::vector<AURenderEvent> events;
 };
 
 class RandomHost {
@@ -76,9 +76,8 @@ class RandomHost {
             if (owner != 0 && owner != address + 1) continue;
             owner = address + 1;
             const auto data = static_cast<std::uint8_t>(random_() % 128);
-            block.events.push_back(isMidi
-                                       ? HostEvent::message(frame, {0xb2, controller, data})
-                                       : HostEvent::parameter(frame, address, anyValue(address)));
+            block.events.push_back(isMidi ? midiEvent(frame, 0xb2, controller, data)
+                                          : parameterEvent(frame, address, anyValue(address)));
         }
     }
 
@@ -147,7 +146,7 @@ TEST_P(Sound, StartsFromSilenceAfterAResetAndAtEachActivation) {
 TEST_P(Sound, LatencyIsAnnouncedWithEachChangeOfBypass) {
     const auto plugin = createActive(48000, 64);
     const auto signal = roughSignal(64);
-    const auto play = [&](std::vector<HostEvent> events) {
+    const auto play = [&](std::vector<AURenderEvent> events) {
         processAll(*plugin, signal, 64, events);
         plugin->idle();
         const bool announced = plugin->takeLatencyAnnouncement();
@@ -156,11 +155,11 @@ TEST_P(Sound, LatencyIsAnnouncedWithEachChangeOfBypass) {
     play({});
     EXPECT_EQ(plugin->latency(), late);
     for (int round = 0; round < 2; ++round) {
-        EXPECT_TRUE(play({HostEvent::parameter(63, kBypass, 1)}));
+        EXPECT_TRUE(play({parameterEvent(63, kBypass, 1)}));
         EXPECT_EQ(plugin->latency(), 0U);
         plugin->idle();
         EXPECT_FALSE(plugin->takeLatencyAnnouncement());
-        EXPECT_TRUE(play({HostEvent::parameter(0, kBypass, 0)}));
+        EXPECT_TRUE(play({parameterEvent(0, kBypass, 0)}));
         EXPECT_EQ(plugin->latency(), late);
     }
     plugin->setValue(kBypass, 1);
@@ -174,7 +173,7 @@ TEST_P(Sound, AHundredInstancesOnFourThreadsNeverMix) {
     for (std::uint32_t thread = 0; thread < 4; ++thread)
         threads.emplace_back([&, thread] {
             const auto own = static_cast<float>(thread + 1) / 5;
-            const std::vector<HostEvent> events{HostEvent::parameter(64, kPanorama, own)};
+            const std::vector<AURenderEvent> events{parameterEvent(64, kPanorama, own)};
             const auto expected = processAll(*createReference(48000, 64), signal, 64, events);
             std::vector<std::unique_ptr<Plugin>> plugins;
             std::vector<Stereo> outputs(25);
@@ -182,10 +181,10 @@ TEST_P(Sound, AHundredInstancesOnFourThreadsNeverMix) {
                 plugins.push_back(createActive(48000, 64));
             for (std::size_t at = 0; at < signal.left.size(); at += 64)
                 for (std::size_t i = 0; i < outputs.size(); ++i) {
-                    const std::vector<HostEvent> now{HostEvent::parameter(0, kPanorama, own)};
+                    const std::vector<AURenderEvent> now{parameterEvent(0, kPanorama, own)};
                     const auto count = std::min<std::size_t>(64, signal.left.size() - at);
                     processBlock(*plugins[i], signal, at, static_cast<std::uint32_t>(count),
-                                 Layout::inPlace, at == 64 ? now : std::vector<HostEvent>{},
+                                 Layout::inPlace, at == 64 ? now : std::vector<AURenderEvent>{},
                                  outputs[i]);
                 }
             for (std::size_t i = 0; i < outputs.size(); ++i) {
@@ -205,10 +204,10 @@ TEST_P(Sound, GoesOnWhileTheMainThreadIsBusy) {
     std::thread audio([&] {
         const auto signal = roughSignal(2000);
         while (!stop) {
-            const auto output = processAll(
-                *plugin, signal, 256,
-                {HostEvent::parameter(0, kPanorama, 0.2F), HostEvent::parameter(700, kBypass, 1),
-                 HostEvent::parameter(1200, kBypass, 0)});
+            const auto output =
+                processAll(*plugin, signal, 256,
+                           {parameterEvent(0, kPanorama, 0.2F), parameterEvent(700, kBypass, 1),
+                            parameterEvent(1200, kBypass, 0)});
             for (const float sample : output.left) ASSERT_TRUE(std::isfinite(sample));
         }
     });
