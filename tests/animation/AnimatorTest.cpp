@@ -1,5 +1,7 @@
 #include "animation/Animator.h"
 
+#include <cctype>
+
 #include "tests/animation/RecordingLoop.h"
 
 namespace {
@@ -7,126 +9,130 @@ namespace {
 using enum qov::EnumEasing;
 using qov::Animator;
 
-class AnimatorRuns : public RecordingLoop {
+class Animators : public RecordingLoop {
  protected:
-    static void animate(Animator& animator, int calls) {
-        for (int i = 0; i < calls; ++i) animator.animate();
+    static void act(Animator& a, char what) {
+        if (std::isdigit(what)) {
+            while (what-- > '0') a.animate();
+        }
+        switch (what) {
+            case 'r':
+                return a.reverse();
+            case 'w':
+                return a.rewind();
+            case 'u':
+                return a.undo();
+            case 's':
+                return a.stop();
+            case 'd':
+                return a.dispose();
+            case 'l':
+                a.looped = true;
+                return;
+            case 'e':
+                return a.setType(EASING_easeInExpo);
+            case 'i':
+                return a.setInterval(1);
+            case 'S':
+                return a.start();
+            case 'p':
+                return a.setup(10, 14, 4, 0.01f, EASING_easeNone);
+            case 'b':
+                return a.setup(0, 0.1f, 2, 0.01f, EASING_easeOutBounce);
+            case 'n':
+                a.onAnimation = nullptr;
+                return;
+            case 'q':
+                a.dispose(), a.setup(0, 1, 1, 1, EASING_easeNone);
+        }
+    }
+
+    /// Plays steps: those above, a digit being so many calls of animate(); A, F, L and one of them:
+    /// that one inside the next call of onAnimation, onFinished, onLoop; + SECONDS; c (clears the
+    /// log); = (logs the value, and whether it is finished or a timer is there); | (a mark).
+    std::string play(Animator& a, const std::string& steps) {
+        std::istringstream in(steps);
+        log.clear();
+        const auto once = [&](auto& callback) {
+            char what = 0;
+            in >> what;
+            callback = [before = callback, what, done = false](auto& sender,
+                                                               auto... value) mutable {
+                before(sender, value...);
+                if (!std::exchange(done, true)) act(sender, what);
+            };
+        };
+        for (char step = 0; in >> step;) {
+            double seconds = 0;
+            if (step == 'A') once(a.onAnimation);
+            if (step == 'F') once(a.onFinished);
+            if (step == 'L') once(a.onLoop);
+            if (step == '+') in >> seconds;
+            loop->advance(seconds);
+            if (step == 'c') log.clear();
+            if (step == '|') log += "| ";
+            if (step == '=')
+                say(std::string(loop->nextDeadline() ? "timer" : "") +
+                        (a.isFinished() ? "done=" : "="),
+                    a.getValue());
+            act(a, step);
+        }
+        return log;
     }
 };
 
-TEST_F(AnimatorRuns, reportsTheValueBeforeEachFrameAndSettlesOnTheCallAfterTheLast) {
-    auto& animator = armed("a", 0, 1, 4);
-    animate(animator, 4);
-    EXPECT_EQ(log, (Log{"a 0", "a 0.25", "a 0.5", "a 0.75"}));
-    EXPECT_EQ(animator.getValue(), 1);
-    EXPECT_FALSE(animator.isFinished());
-    animate(animator, 3);
-    EXPECT_EQ(log.back(), "a finished 1");
-    EXPECT_EQ(log.size(), 5u);
-    EXPECT_TRUE(animator.isFinished());
+TEST_F(Animators, RunReverseRewindLoopAndObeyTheirCallbacks) {
+    struct Case {
+        const char* name;
+        float source, destination;
+        int frames;
+        const char *steps, *log;
+    };
+    for (const auto& [name, source, destination, frames, steps, expected] : {
+             Case{"reports the value before each frame, settles on the call after the last", 0, 1,
+                  4, "4=3=", "0 0.25 0.5 0.75 =1 finished:1 done=1 "},
+             {"no frames: finishes on the first call, also when rewound", 0, 3, -5, "2w=2",
+              "finished:3 =0 finished:3 "},
+             {"no distance: finishes on the first call", 2, 2, 100, "2", "finished:2 "},
+             {"rewinds linearly with the frames of setup", 0, 4, 4, "e5wc5", "0 1 2 3 finished:4 "},
+             {"reverse arms the way back; a finished run leaves no frames", 0, 4, 4, "2r5r1",
+              "0 1 4 3 2 1 finished:0 finished:4 "},
+             {"undo jumps to the destination", 1, 5, 100, "1u", "1 1 finished:5 "},
+             {"undo without distance", 2, 2, 9, "u", "finished:2 "},
+             {"looped turns round for ever until stopped", 0, 2, 2,
+              "lS+0.0901 | +300 c=s+1 =", "timer=2 done=2 "},
+             {"each leg of a loop has a call for the turn", 0, 2, 2, "lS+0.0901 s",
+              "0 1 loop 2 1 loop 0 1 loop "},
+             {"stopped, looped is off", 0, 2, 2, "lsp5", "10 11 12 13 finished:14 "},
+             {"a frame a period; the timer ends with the run", 0, 2, 2,
+              "S+0.005 | +0.0251 =", "| 0 1 finished:2 done=2 "},
+             {"keeps its period until the next start", 0, 100, 100,
+              "Sni+0.0201 =w+0.0499 =swS+0.0091 =", "timer=2 timer=5 timer=1 "},
+             // The frame under way is the first of the new run.
+             {"setup in a frame", 0, 2, 2, "Ap7=", "0 11 12 13 finished:14 done=14 "},
+             {"reverse in a frame", 0, 2, 2, "Ar7=", "0 1 finished:0 done=0 "},
+             // The frame is taken with -1 frames, which is b - c.
+             {"stop in a frame", 0, 2, 2, "As7=", "0 done=-2 "},
+             {"undo in a frame", 0, 2, 2, "Au7=", "0 0 finished:2 done=-2 "},
+             {"dispose in a frame", 0, 2, 2, "Ad7=", "0 done=0 "},
+             {"rewind at the end", 0, 2, 2, "Fw7=", "0 1 finished:2 0 1 finished:2 done=2 "},
+             {"reverse at the end", 0, 2, 2, "Fr7=", "0 1 finished:2 finished:0 done=0 "},
+             {"stop at the turn", 0, 2, 2, "lLs7=", "0 1 loop finished:0 done=0 "},
+             {"dispose and setup in a frame: without callbacks", 0, 2, 2, "Aq7=", "0 done=1 "},
+             {"dispose at the turn", 0, 2, 2, "lLd7=", "0 1 loop done=2 "},
+             {"the callback empties itself", 0, 2, 2, "An7=", "0 finished:2 done=2 "},
+             // Last, as that timer fires on.
+             {"started twice: two frames a period, and one timer stays behind", 0, 8, 8,
+              "SSn+0.0201 =sb+0.0301 =", "timer=4 finished:0.1 timerdone=0.1 "},
+         }) {
+        auto& animator = armed("", source, destination, frames);
+        EXPECT_EQ(play(animator, steps), expected) << name;
+        animator.dispose();
+        loop->advance(1);
+    }
 }
 
-TEST_F(AnimatorRuns, withoutFramesOrDistanceFinishOnTheFirstCall) {
-    auto& negative = armed("negative", 0, 3, -5);
-    auto& still = armed("still", 2, 2, 100);
-    EXPECT_FALSE(negative.isFinished());
-    animate(negative, 2);
-    animate(still, 2);
-    negative.rewind();  // with -5 frames again
-    EXPECT_EQ(negative.getValue(), 0);
-    animate(negative, 2);
-    EXPECT_EQ(log, (Log{"negative finished 3", "still finished 2", "negative finished 3"}));
-}
-
-TEST_F(AnimatorRuns, rewindsLinearlyWithTheFramesOfSetup) {
-    auto& animator = armed("a", 0, 4, 4);
-    animator.setType(EASING_easeInExpo);
-    animate(animator, 5);
-    animator.rewind();
-    log.clear();
-    animate(animator, 5);
-    EXPECT_EQ(log, (Log{"a 0", "a 1", "a 2", "a 3", "a finished 4"}));
-}
-
-TEST_F(AnimatorRuns, reverseArmsTheWayBackFromTheOldDestination) {
-    auto& animator = armed("a", 0, 4, 4);
-    animate(animator, 2);
-    animator.reverse();
-    EXPECT_EQ(animator.getSourceValue(), 4);
-    animate(animator, 5);
-    EXPECT_EQ(log, (Log{"a 0", "a 1", "a 4", "a 3", "a 2", "a 1", "a finished 0"}));
-    animator.reverse();  // a finished run leaves no frames
-    animate(animator, 1);
-    EXPECT_EQ(log.back(), "a finished 4");
-}
-
-TEST_F(AnimatorRuns, undoJumpsToTheDestination) {
-    auto& animator = armed("a", 1, 5, 100);
-    animate(animator, 1);
-    animator.undo();
-    EXPECT_EQ(log, (Log{"a 1", "a 1", "a finished 5"}));
-    auto& idle = armed("idle", 2, 2, 9);
-    idle.undo();
-    EXPECT_EQ(log.back(), "idle finished 2");
-    EXPECT_EQ(log.size(), 4u);
-}
-
-TEST_F(AnimatorRuns, loopedTurnRoundForEverUntilStopped) {
-    auto& animator = armed("a", 0, 2, 2);
-    animator.looped = true;
-    animator.start();
-    loop->advance(0.0901);  // three legs of three calls, 0.01 s apart
-    EXPECT_EQ(log, (Log{"a 0", "a 1", "a loop", "a 2", "a 1", "a loop", "a 0", "a 1", "a loop"}));
-    loop->advance(300);
-    EXPECT_FALSE(animator.isFinished());
-    log.clear();
-    animator.stop();
-    loop->advance(1);
-    EXPECT_EQ(log, Log{});
-    EXPECT_FALSE(animator.looped);
-    EXPECT_TRUE(animator.isFinished());
-}
-
-TEST_F(AnimatorRuns, takeAFrameAPeriodAndEndTheTimerWithTheRun) {
-    auto& animator = armed("a", 0, 2, 2);
-    animator.start();
-    loop->advance(0.005);
-    EXPECT_EQ(log, Log{});
-    loop->advance(0.0251);
-    EXPECT_EQ(log, (Log{"a 0", "a 1", "a finished 2"}));
-    EXPECT_FALSE(loop->nextDeadline()) << "the timer is still scheduled";
-}
-
-TEST_F(AnimatorRuns, startedTwiceTakeTwoFramesAPeriodAndLeaveOneTimerBehind) {
-    auto& animator = armed("a", 0, 8, 8);
-    animator.start();
-    animator.start();
-    loop->advance(0.0201);
-    EXPECT_EQ(animator.getValue(), 4);
-    animator.stop();
-    EXPECT_TRUE(loop->nextDeadline()) << "the first timer fires on";
-    animator.setup(0, 0.1f, 2, 0.01f, EASING_easeOutBounce);
-    loop->advance(0.0301);
-    EXPECT_EQ(animator.getValue(), 0.1f) << "where the curve does not end";
-}
-
-TEST_F(AnimatorRuns, keepTheirPeriodUntilTheNextStart) {
-    auto& animator = armed("a", 0, 100, 100);
-    animator.start();
-    animator.setInterval(1);
-    loop->advance(0.0201);
-    EXPECT_EQ(animator.getValue(), 2);
-    animator.rewind();  // 0.009 s, but not for the timer that runs
-    loop->advance(0.0499);
-    EXPECT_EQ(animator.getValue(), 5);
-    animator.stop();
-    animator.rewind();
-    animator.start();
-    loop->advance(0.0091);
-    EXPECT_EQ(animator.getValue(), 1);
-}
-
-TEST_F(AnimatorRuns, waitOnTheTimerUntilTheyAreArmed) {
+TEST_F(Animators, TickWithoutFramesUntilTheyAreArmedAndAreFreedWhenDisposed) {
     animators.push_back(Animator::init());
     auto& idle = *animators.back();
     idle.start();
@@ -134,73 +140,7 @@ TEST_F(AnimatorRuns, waitOnTheTimerUntilTheyAreArmed) {
     idle.setup(0, 4, 4, 0.1f, EASING_easeNone);
     loop->advance(0.01);  // at the period of its start, 0.005 s
     EXPECT_EQ(idle.getValue(), 2);
-}
 
-/// What a callback may do to its own animator in the middle of a frame.
-struct Reentrance {
-    const char* name;
-    const char* callback;
-    std::function<void(Animator&)> act;
-    std::vector<std::string> log;  // of seven calls, from 0 to 2 in 2 frames
-    float value;
-    bool looped = false;
-};
-
-class AnimatorReentrance : public AnimatorRuns, public testing::WithParamInterface<Reentrance> {};
-
-TEST_P(AnimatorReentrance, followsTheNumbersThatTheCallbackLeaves) {
-    const Reentrance& each = GetParam();
-    auto& animator = armed("a", 0, 2, 2);
-    animator.looped = each.looped;
-    bool acted = false;
-    const auto once = [&](const char* callback) {
-        if (std::string_view(callback) != each.callback || acted) return;
-        acted = true;
-        each.act(animator);
-    };
-    animator.onAnimation = [&](Animator&, float v) { say(text(v)), once("animation"); };
-    animator.onFinished = [&](Animator&, float v) { say("finished " + text(v)), once("finished"); };
-    animator.onLoop = [&](Animator&) { say("loop"), once("loop"); };
-    animate(animator, 7);
-    EXPECT_EQ(log, each.log);
-    EXPECT_EQ(animator.getValue(), each.value);
-}
-
-const Reentrance kReentrances[] = {
-    {"setupInAFrame",
-     "animation",
-     [](Animator& a) { a.setup(10, 14, 4, 1, EASING_easeNone); },
-     {"0", "11", "12", "13", "finished 14"},  // the frame under way is the first of the new run
-     14},
-    {"reverseInAFrame", "animation", &Animator::reverse, {"0", "1", "finished 0"}, 0},
-    // the frame is taken with -1 frames, which is b - c
-    {"stopInAFrame", "animation", &Animator::stop, {"0"}, -2},
-    {"undoInAFrame", "animation", &Animator::undo, {"0", "0", "finished 2"}, -2},
-    {"disposeInAFrame", "animation", &Animator::dispose, {"0"}, 0},
-    {"rewindAtTheEnd",
-     "finished",
-     &Animator::rewind,
-     {"0", "1", "finished 2", "0", "1", "finished 2"},
-     2},
-    {"reverseAtTheEnd", "finished", &Animator::reverse, {"0", "1", "finished 2", "finished 0"}, 0},
-    {"stopAtTheTurn", "loop", &Animator::stop, {"0", "1", "loop", "finished 0"}, 0, true},
-    {"disposeAndSetupInAFrame",
-     "animation",
-     [](Animator& a) { a.dispose(), a.setup(0, 1, 1, 1, EASING_easeNone); },
-     {"0"},  // without the callbacks, which are gone
-     1},
-    {"disposeAtTheTurn", "loop", &Animator::dispose, {"0", "1", "loop"}, 2, true},
-    {"emptyTheCallback",
-     "animation",
-     [](Animator& a) { a.onAnimation = nullptr; },
-     {"0", "finished 2"},
-     2},
-};
-
-INSTANTIATE_TEST_SUITE_P(All, AnimatorReentrance, testing::ValuesIn(kReentrances),
-                         [](const auto& each) { return each.param.name; });
-
-TEST_F(AnimatorRuns, areHeldByTheirTimerAndTheirCurveUntilTheyAreDisposedOf) {
     std::weak_ptr<Animator> weak = Animator::init(0, 1, 2, 0.01f, EASING_easeInQuad);
     EXPECT_FALSE(weak.expired()) << "the curve holds it";
     weak.lock()->start();
