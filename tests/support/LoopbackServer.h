@@ -36,8 +36,7 @@ class LoopbackPort {
     int port_ = 0;
 };
 
-/// A server on 127.0.0.1 that answers each connection's first request as the test says, then
-/// closes.
+/// A server on 127.0.0.1 that answers each connection's first request by its handler, then closes.
 class LoopbackServer {
  public:
     class Connection {
@@ -53,14 +52,14 @@ class LoopbackServer {
             }
             return true;
         }
-        void respond(std::string_view status, std::string_view body) const {
-            send("HTTP/1.1 " + std::string(status) + "\r\nContent-Length: " +
-                 std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + std::string(body));
+        void respond(std::string_view status, std::string_view body,
+                     std::string_view header = {}) const {
+            send("HTTP/1.1 " + std::string(status) +
+                 "\r\nContent-Length: " + std::to_string(body.size()) +
+                 "\r\nConnection: close\r\n" + std::string(header) + "\r\n" + std::string(body));
         }
-
-        void redirect(std::string_view location) const {
-            send("HTTP/1.1 302 Found\r\nContent-Length: 0\r\nConnection: close\r\nLocation: " +
-                 std::string(location) + "\r\n\r\n");
+        void redirect(const std::string& location) const {
+            respond("302 Found", "", "Location: " + location + "\r\n");
         }
 
      private:
@@ -72,7 +71,14 @@ class LoopbackServer {
     explicit LoopbackServer(Handler handler) : handler_(std::move(handler)) {
         setenv("no_proxy", "*", 1);
         if (listen(port_.descriptor(), 16) != 0) std::abort();
-        acceptor_ = std::thread([this] { accept(); });
+        acceptor_ = std::thread([this] {
+            for (int socket = 0;
+                 (socket = accept4(port_.descriptor(), nullptr, nullptr, SOCK_CLOEXEC)) >= 0;)
+                connections_.emplace_back([this, socket] {
+                    answer(socket);
+                    close(socket);
+                });
+        });
     }
     ~LoopbackServer() {
         shutdown(port_.descriptor(), SHUT_RDWR);
@@ -85,16 +91,6 @@ class LoopbackServer {
     }
 
  private:
-    void accept() {
-        for (;;) {
-            const int socket = accept4(port_.descriptor(), nullptr, nullptr, SOCK_CLOEXEC);
-            if (socket < 0) return;
-            connections_.emplace_back([this, socket] {
-                answer(socket);
-                close(socket);
-            });
-        }
-    }
     void answer(int socket) const {
         std::string request;
         char buffer[1024];

@@ -30,17 +30,25 @@ std::string sample(const std::string& name) {
 
 class LoadImage : public testing::Test {
  protected:
-    void serve(const std::string& target, const LoopbackServer::Connection& connection) {
-        if (target == "/missing.png") {
-            connection.respond("404 Not Found", "<p>nothing here</p>");
-        } else if (target == "/missing-with-picture") {
-            connection.respond("404 Not Found", sample("red.png"));
-        } else if (target == "/page") {
-            connection.respond("200 OK", "<p>no picture</p>");
-        } else if (target == "/vanishing.png") {
-            connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n" + sample("red.png"));
+    /// Turns the loop until the condition holds.
+    template <class Condition>
+    void turnUntil(Condition condition) {
+        for (int turn = 0; turn < 20 && !condition(); ++turn) loop->runOnce(10);
+        EXPECT_TRUE(condition());
+    }
+
+    std::promise<void> asked, answer;
+    std::shared_ptr<RunLoop> loop = RunLoop::create();
+    RunLoop::MakeCurrent makeCurrent{loop};
+    ConsoleLines console{loop.get()};
+    LoopbackServer server{[this](const std::string& target, const auto& connection) {
+        const auto picture = sample("red.png");
+        if (target == "/missing.png") return connection.respond("404 Not Found", "<p>nothing</p>");
+        if (target == "/missing-picture") return connection.respond("404 Not Found", picture);
+        if (target == "/page") return connection.respond("200 OK", "<p>no picture</p>");
+        if (target == "/vanishing.png") {
+            connection.send("HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n" + picture);
         } else if (target == "/slow.png") {
-            const auto picture = sample("red.png");
             connection.send("HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(picture.size()) +
                             "\r\n\r\n" + picture.substr(0, 20));
             asked.set_value();
@@ -49,34 +57,16 @@ class LoadImage : public testing::Test {
         } else {
             connection.respond("200 OK", sample(target.substr(1)));
         }
-    }
-
-    /// Turns the loop until the condition holds.
-    template <class Condition>
-    void turnUntil(Condition condition) {
-        for (int turn = 0; turn < 20 && !condition(); ++turn) loop->runOnce(10);
-        EXPECT_TRUE(condition());
-    }
-    void turnUntilPrinted() {
-        turnUntil([&] { return !console.lines().empty(); });
-        loop->pump();
-    }
-
-    std::promise<void> asked, answer;
-    std::shared_ptr<RunLoop> loop = RunLoop::create();
-    RunLoop::MakeCurrent makeCurrent{loop};
-    ConsoleLines console{loop.get()};
-    LoopbackServer server{
-        [this](const std::string& target, const auto& connection) { serve(target, connection); }};
+    }};
+    const std::string files = "file://" + std::string(SAMPLES);
     std::shared_ptr<UIImageView> view = std::make_shared<UIImageView>();
     std::shared_ptr<UIImage> before =
         std::make_shared<UIImage>(std::make_shared<platform::CGImage>(1, 1, std::vector{0U}));
 };
 
 TEST_F(LoadImage, LoadsPicturesFromFilesAndServersOnTheMainQueue) {
-    const std::string file = "file://" + std::string(SAMPLES);
     for (const auto& address : {server.address("/red.png"), server.address("/red.jpg"),
-                                file + "red.png", file + "red.jpg"}) {
+                                files + "red.png", files + "red.jpg"}) {
         view->setImage(nullptr);
         qov::loadFrom(*view, address);
         EXPECT_FALSE(view->image()) << "before the main queue's turn";
@@ -88,33 +78,27 @@ TEST_F(LoadImage, LoadsPicturesFromFilesAndServersOnTheMainQueue) {
 }
 
 TEST_F(LoadImage, WhatCannotBeLoadedIsOneLineAndLeavesThePicture) {
-    const std::string couldNotEncode = "UIImageView::loadFrom() : Could not encode image data.";
-    const std::string couldNotAssign = "UIImageView::loadFrom() : Could not assign image.";
-    const std::string noURL = "UIImageView::loadFrom() : Could not encode url string : ";
-    const std::string file = "file://" + std::string(SAMPLES);
-    const std::pair<std::string, std::string> cases[] = {
-        {"", noURL},
-        {"not a url", noURL + "not a url"},
-        {"relative/red.png", couldNotEncode},  // only file:, http: and https:
-        {server.address("/missing.png"), couldNotEncode},
-        {server.address("/vanishing.png"), couldNotEncode},
-        {file + "none.png", couldNotEncode},
-        {server.address("/page"), couldNotAssign},
-        {file + "cut.png", couldNotAssign},
-        {file + "huge.png", couldNotAssign},  // 16000 x 16000, with no pixels behind it
-    };
+    const std::string line = "UIImageView::loadFrom() : Could not ";
+    const auto encode = line + "encode image data.", assign = line + "assign image.";
     view->setImage(before);
-    std::vector<std::string> expected;
-    for (const auto& [address, line] : cases) {
+    for (const auto& [address, expected] :
+         {std::pair<std::string, std::string>{"", line + "encode url string : "},
+          {"not a url", line + "encode url string : not a url"},
+          {"relative/red.png", encode},  // only file:, http: and https:
+          {server.address("/missing.png"), encode},
+          {server.address("/vanishing.png"), encode},
+          {files + "none.png", encode},
+          {server.address("/page"), assign},
+          {files + "cut.png", assign},
+          {files + "huge.png", assign}}) {  // 16000 x 16000, empty
         qov::loadFrom(*view, address);
         loop->pump();
-        expected.push_back(line);
-        ASSERT_EQ(console.lines(), expected) << address;
+        EXPECT_THAT(console.take(), ElementsAre(expected)) << address;
         EXPECT_EQ(view->image(), before) << address;
     }
 }
 
-TEST_F(LoadImage, AViewThatGoesWhileItsPictureComesIsNotKept) {
+TEST_F(LoadImage, AViewThatIsDestroyedDuringAFetchIsNotKept) {
     const std::weak_ptr<UIImageView> weak = view;
     qov::loadFrom(*view, server.address("/red.png"));
     qov::getImageFromURLString(*view, server.address("/slow.png"));
@@ -122,49 +106,37 @@ TEST_F(LoadImage, AViewThatGoesWhileItsPictureComesIsNotKept) {
     view.reset();
     EXPECT_TRUE(weak.expired());
     answer.set_value();
-    turnUntilPrinted();
-    EXPECT_THAT(console.lines(), ElementsAre("Fetched image successfully"));
-}
-
-TEST_F(LoadImage, FetchesWhateverTheStatusAndTakesThePictureAwayForOtherData) {
-    view->setImage(before);
-    qov::getImageFromURLString(*view, server.address("/missing-with-picture"));
-    turnUntil([&] { return view->image() != before; });
-    EXPECT_EQ(view->image()->size(), (CGSize{3, 2}));
-
-    qov::getImageFromURLString(*view, server.address("/missing.png"));
-    turnUntil([&] { return !view->image(); });
-    EXPECT_THAT(console.lines(), IsEmpty());
-
-    view->setImage(before);
-    qov::getImageFromURLString(*view, server.address("/page"));
-    turnUntil([&] { return !view->image(); });
-    EXPECT_THAT(console.lines(), ElementsAre("Fetched image successfully"));
-
-    qov::getImageFromURLString(*view, server.address("/slow.png"));
-    asked.get_future().wait();
+    turnUntil([&] { return !console.lines().empty(); });
     loop->pump();
-    EXPECT_FALSE(view->image());
-    answer.set_value();
-    turnUntil([&] { return view->image() != nullptr; });
-    EXPECT_EQ(console.lines().size(), 2U);
-
-    // A file has no HTTP status, so nothing is printed.
-    view->setImage(nullptr);
-    qov::getImageFromURLString(*view, "file://" + std::string(SAMPLES) + "red.jpg");
-    turnUntil([&] { return view->image() != nullptr; });
-    EXPECT_EQ(console.lines().size(), 2U);
+    EXPECT_THAT(console.lines(), ElementsAre("Fetched image successfully"));
 }
 
-TEST_F(LoadImage, AFetchThatFailsIsPrintedAndLeavesThePicture) {
-    view->setImage(before);
+TEST_F(LoadImage, FetchesWhateverTheStatusAndRemovesThePictureForOtherData) {
+    const std::string ok = "Fetched image successfully";
+    const std::string lost =
+        "Error Domain=NSURLErrorDomain Code=-1005 \"The network connection was lost.\"";
+    answer.set_value();
     qov::getImageFromURLString(*view, "not a url");
-    qov::getImageFromURLString(*view, server.address("/vanishing.png"));
-    turnUntilPrinted();
-    EXPECT_THAT(console.lines(),
-                ElementsAre("Error Domain=NSURLErrorDomain Code=-1005 \"The network connection was "
-                            "lost.\""));
-    EXPECT_EQ(view->image(), before);
+    struct Case {
+        std::string address;
+        CGSize size;  // of the picture afterwards; 1 x 1 is the one before, 0 x 0 none
+        std::vector<std::string> lines;
+    };
+    for (const auto& [address, size, lines] :
+         {Case{server.address("/missing-picture"), {3, 2}, {}},
+          Case{server.address("/missing.png"), {}, {}}, Case{server.address("/page"), {}, {ok}},
+          Case{server.address("/slow.png"), {3, 2}, {ok}},
+          Case{files + "red.jpg", {3, 2}, {}},  // a file has no HTTP status: nothing is printed
+          Case{server.address("/vanishing.png"), {1, 1}, {lost}}}) {
+        view->setImage(before);
+        qov::getImageFromURLString(*view, address);
+        turnUntil([&, left = size.width == 1] {
+            return left ? !console.lines().empty() : view->image() != before;
+        });
+        loop->pump();
+        EXPECT_EQ(console.take(), lines) << address;
+        EXPECT_EQ(view->image() ? view->image()->size() : CGSize{}, size) << address;
+    }
 }
 
 }  // namespace

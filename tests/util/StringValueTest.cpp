@@ -18,10 +18,8 @@ std::string byIconv(char byte) {
     if (byte == '\xF0') return "\uF8FF";
     const iconv_t converter = iconv_open("UTF-8", "MACINTOSH");
     char out[8];
-    char* from = &byte;
-    char* to = out;
-    std::size_t inLeft = 1;
-    std::size_t outLeft = sizeof out;
+    char *from = &byte, *to = out;
+    std::size_t inLeft = 1, outLeft = sizeof out;
     EXPECT_EQ(iconv(converter, &from, &inLeft, &to, &outLeft), 0U);
     iconv_close(converter);
     return {out, to};
@@ -33,8 +31,6 @@ TEST(StringValue, ReadsEveryByteInEveryPlaceAsMacOSRoman) {
         EXPECT_EQ(qov::stringValue(0x61626300U | byte), "abc" + character) << byte;
         EXPECT_EQ(qov::stringValue(byte << 24 | 0x626364U), character + "bcd") << byte;
     }
-    EXPECT_EQ(qov::stringValue(0x61756678), "aufx");
-    EXPECT_EQ(qov::stringValue(0x6E6F6E65), "none");
     EXPECT_EQ(qov::stringValue(0), std::string(4, '\0'));
 }
 
