@@ -111,6 +111,8 @@ class Pair {
         require(expected_->restoreState(saved[1]), "an instance refuses its own state");
     }
 
+    static std::uint8_t byte(int value) { return static_cast<std::uint8_t>(value); }
+
     std::vector<AURenderEvent> takeEvents(Bytes& bytes, std::uint32_t frames) const {
         std::vector<AURenderEvent> events;
         // Formats that keep a queue a parameter have no order between two of them on a frame.
@@ -128,13 +130,10 @@ class Pair {
             if (owner != kBypass + 1 && owner != address) continue;
             owner = address;
             const bool isSwitch = address >= kSwapChannels && data < 200;
-            const auto choice = static_cast<std::uint8_t>(isSwitch ? data % 2 * 199 : data);
-            if (isMidi)
-                events.push_back(test::midiEvent(frame, static_cast<std::uint8_t>(0xB0 + kind % 16),
-                                                 static_cast<std::uint8_t>(isVolume ? 7 : 10),
-                                                 static_cast<std::uint8_t>(data & 0x7F)));
-            else
-                events.push_back(test::parameterEvent(frame, address, anyValue(choice)));
+            const auto choice = byte(isSwitch ? data % 2 * 199 : data);
+            events.push_back(isMidi ? test::midiEvent(frame, byte(0xB0 + kind % 16),
+                                                      byte(isVolume ? 7 : 10), byte(data & 0x7F))
+                                    : test::parameterEvent(frame, address, anyValue(choice)));
         }
         return events;
     }

@@ -14,9 +14,9 @@
 #include "editor/AudioUnitViewController.h"
 #include "editor/CorrelographViewAU.h"
 #include "editor/StereoControls.h"
+#include "fuzz/quiet.h"
 #include "fuzz/require.h"
 #include "platform/dispatch/RunLoop.h"
-#include "platform/foundation/Console.h"
 #include "platform/uikit/UIButton.h"
 #include "platform/uikit/UILongPressGestureRecognizer.h"
 #include "platform/uikit/UIPanGestureRecognizer.h"
@@ -56,29 +56,21 @@ class Editor {
         const platform::CGPoint place{(bytes[1] - 8) / 240.0 * size_.width,
                                       (bytes[2] - 8) / 240.0 * size_.height};
         const int amount = bytes[3];
-        switch (bytes[0] >> 2 & 15) {
-            case 0:
-            case 1:
-            case 2:
-                return touch(finger, UITouchPhase::began, place);
-            case 3:
-            case 4:
-            case 5:
-            case 6:
-                return touch(finger, UITouchPhase::moved, place);
-            case 7:
-            case 8:
-                return touch(finger, UITouchPhase::ended, place);
-            case 9:
-                return touch(finger, UITouchPhase::cancelled, place);
+        const int action = bytes[0] >> 2 & 15;
+        if (action < 10)
+            return touch(finger,
+                         action < 3   ? UITouchPhase::began
+                         : action < 7 ? UITouchPhase::moved
+                         : action < 9 ? UITouchPhase::ended
+                                      : UITouchPhase::cancelled,
+                         place);
+        const auto tree = controller_->audioUnit()->parameterTree();
+        switch (action) {
             case 10:
                 return window_->deliverZoomStep(place, std::exp2((amount - 128) / 16.0),
                                                 loop_->now());
             case 11:
-                return controller_->audioUnit()
-                    ->parameterTree()
-                    ->parameterWithAddress(amount % 8u)
-                    ->setValue(static_cast<float>(bytes[1]) / 255.0F);
+                return tree->parameterWithAddress(amount % 8u)->setValue(bytes[1] / 255.0F);
             case 12:
                 size_ = {1.0 + bytes[1] * 2, 1.0 + bytes[2]};
                 return window_->setSize(size_);
@@ -104,12 +96,11 @@ class Editor {
         check();
         require(!controller_->touchesLocked || !controller_->contrastButton->isHidden(),
                 "a control holds a touch that is up");
-        for (const platform::UIGestureRecognizer* gesture :
-             {static_cast<platform::UIGestureRecognizer*>(controller_->panGesture.get()),
-              static_cast<platform::UIGestureRecognizer*>(controller_->tapGesture.get()),
-              static_cast<platform::UIGestureRecognizer*>(controller_->doubleTapGesture.get()),
-              static_cast<platform::UIGestureRecognizer*>(controller_->longPressGesture.get()),
-              static_cast<platform::UIGestureRecognizer*>(controller_->pinchGesture.get())})
+        using Gestures = std::initializer_list<const platform::UIGestureRecognizer*>;
+        for (const auto* gesture :
+             Gestures{controller_->panGesture.get(), controller_->tapGesture.get(),
+                      controller_->doubleTapGesture.get(), controller_->longPressGesture.get(),
+                      controller_->pinchGesture.get()})
             require(gesture->touches().empty() && !gesture->isActive() && !gesture->isWaiting(),
                     "a gesture goes on without a touch");
     }
@@ -123,13 +114,12 @@ class Editor {
             const float value = controller_->audioUnit()->getParameter(address);
             require(value >= 0 && value <= 1, "a value is out of range");
         }
-        for (const platform::UIView* view :
-             {static_cast<platform::UIView*>(controller_->stereoControls.get()),
-              static_cast<platform::UIView*>(controller_->correlographView.get())}) {
-            const auto frame = view->frame();
-            for (const double number :
-                 {frame.origin.x, frame.origin.y, frame.size.width, frame.size.height})
-                require(!std::isnan(number), "a view has no place");
+        using Views = std::initializer_list<const platform::UIView*>;
+        for (const auto* view :
+             Views{controller_->stereoControls.get(), controller_->correlographView.get()}) {
+            const auto [origin, size] = view->frame();
+            require(!std::isnan(origin.x + origin.y + size.width + size.height),
+                    "a view's frame is NaN");
         }
     }
 
@@ -142,11 +132,6 @@ class Editor {
 };
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    platform::console::setSink({});
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     constexpr std::size_t action = 5, longest = 64 * action;

@@ -16,9 +16,9 @@
 #include "editor/AudioUnitViewController.h"
 #include "fuzz/Bytes.h"
 #include "fuzz/anything.h"
+#include "fuzz/quiet.h"
 #include "fuzz/require.h"
 #include "hosts/instance/Instance.h"
-#include "platform/foundation/Console.h"
 #include "tests/hosts/instance/playBlock.h"
 
 namespace {
@@ -110,11 +110,6 @@ void call(Bytes& bytes, Instance& one, Instance& other) {
 }
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    platform::console::setSink({});
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto create = [] {

@@ -11,8 +11,8 @@
 
 #include "fuzz/Bytes.h"
 #include "fuzz/anything.h"
+#include "fuzz/quiet.h"
 #include "fuzz/require.h"
-#include "platform/foundation/Console.h"
 #include "tests/dsp/FormPair.h"
 
 namespace {
@@ -65,11 +65,6 @@ Samples takeMemory(Bytes& bytes, std::uint32_t frames) {
 }
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    platform::console::setSink({});
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const char* const fastest = ChainLoops::select("v4")   ? "v4"

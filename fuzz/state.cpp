@@ -8,9 +8,9 @@
 #include <string_view>
 
 #include "editor/AudioUnitViewController.h"
+#include "fuzz/quiet.h"
 #include "fuzz/require.h"
 #include "hosts/instance/Instance.h"
-#include "platform/foundation/Console.h"
 
 namespace {
 
@@ -30,11 +30,6 @@ Values valuesOf(const hosts::Instance& instance) {
 }
 
 }  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    platform::console::setSink({});
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
