@@ -34,24 +34,6 @@ TEST(Gate, LeavesAResetToTheThreadThatIsInside) {
     EXPECT_EQ(calls, "rendered reset reset reset rendered");
 }
 
-// The capture callback stands in for another thread that comes in mid-segment.
-TEST(Threads, AResetInMidSegmentIsDoneAtItsEnd) {
-    KernelRig rig;
-    static bool early;
-    early = true;
-    rig.kernel.circular.onBuffer = [](void* callee) {
-        auto& kernel = *static_cast<QOV_Kelvane_PluginDSPKernel*>(callee);
-        std::thread([&] { kernel.reset(); }).join();
-        early = kernel.volumeInterpolator.time == 512;
-    };
-    rig.kernel.setParameter(kVolume, 0.5f);
-    Samples left(2100, 1), right(2100, 1);
-    rig.render(left, right);
-    EXPECT_FALSE(early) << "state stood until the segment was through";
-    EXPECT_EQ(rig.kernel.volumeInterpolator.time, 512);
-    EXPECT_EQ(rig.kernel.latency.pos, rig.kernel.latency.size);
-}
-
 TEST(Threads, AStormOfResetsAndParametersLeavesASoundKernel) {
     KernelRig rig(192000);
     auto& kernel = rig.kernel;
