@@ -22,7 +22,7 @@ struct Stereo {
     bool operator==(const Stereo&) const = default;
 };
 
-/// Frames 1, 2, 3, … on the left and their negatives on the right: each frame tells its place.
+/// Frames 1, 2, 3, … on the left and their negatives on the right: each frame shows its place.
 inline Stereo ramp(std::size_t frames) {
     Stereo signal;
     for (std::size_t i = 1; i <= frames; ++i) {
@@ -57,22 +57,6 @@ class RenderingUnit {
         EXPECT_EQ(expected,
                   block(nullptr, &time, frames, 0, list.list(), test::linked(events), pull));
         time.mSampleTime += frames;
-        return output;
-    }
-
-    /// A signal of any length, in cycles of at most 512 frames.
-    Stereo renderAll(const Stereo& input) {
-        Stereo output;
-        for (std::size_t at = 0; at < input.left.size(); at += 512) {
-            const auto end = std::min(at + 512, input.left.size());
-            const auto part = [&](const std::vector<float>& channel) {
-                return std::vector<float>(channel.begin() + static_cast<std::ptrdiff_t>(at),
-                                          channel.begin() + static_cast<std::ptrdiff_t>(end));
-            };
-            const auto rendered = render({part(input.left), part(input.right)});
-            output.left.insert(output.left.end(), rendered.left.begin(), rendered.left.end());
-            output.right.insert(output.right.end(), rendered.right.begin(), rendered.right.end());
-        }
         return output;
     }
 
