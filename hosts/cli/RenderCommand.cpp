@@ -103,6 +103,8 @@ void declare(CLI::App& app, Options& options) {
     app.add_flag("--raw-timing", options.isRawTiming,
                  "write what the render calls return, 2048 frames late");
     app.add_flag("--upmix", job.upmix, "take a mono input, too");
+    app.add_flag("--salvage", job.salvage,
+                 "render what is there of a recording that was never finished or was cut off");
     app.add_flag("-y,--overwrite", options.overwrites,
                  "replace an existing OUT when typed at a terminal, too");
     app.add_flag("-q,--quiet", job.isQuiet, "print no notes, such as that of clipped samples");

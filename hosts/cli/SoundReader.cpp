@@ -1,13 +1,14 @@
 #include "hosts/cli/SoundReader.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <cstddef>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <limits>
 #include <string_view>
 
@@ -16,6 +17,7 @@
 
 #include "hosts/cli/Command.h"
 #include "hosts/cli/SoundFormat.h"
+#include "hosts/cli/soundChunks.h"
 
 namespace qov::cli {
 namespace {
@@ -24,13 +26,8 @@ using soundFormat::Carrier;
 
 constexpr float integerScale = 1.0F / 2147483648.0F;  // 2^-31
 constexpr int maximumChannels = 2;
-
-/// Whether a header's size is what programs write that can't go back and put in the true one: about
-/// 2 or about 4 GiB.
-bool isOpenSize(std::int64_t bytes) {
-    return (bytes >= 0x7FFFE000 && bytes <= 0x7FFFFFFF) ||
-           (bytes >= 0xFFFFE000 && bytes <= 0xFFFFFFFF);
-}
+constexpr auto pipeAdvice =
+    "; a pipe takes WAV, AU or raw floats: flac -dc in.flac | kelvane render - out.wav";
 
 /// Standard input as the sound file library's virtual file: no length, no way back.
 struct StandardInput {
@@ -57,33 +54,42 @@ struct StandardInput {
     }
 };
 
-std::string logOf(SNDFILE* file) {
-    std::array<char, 16384> log{};
-    sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size() - 1));
-    return log.data();
+/// What libsndfile cannot open: a CAF file of plain samples whose header gives no length.
+SF_INFO describeCaf(int descriptor) {
+    std::array<unsigned char, 52> header{};
+    SF_INFO info{};
+    if (pread(descriptor, header.data(), header.size(), 0) != std::ssize(header)) return info;
+    const auto number = [&](std::size_t at, int bytes) {
+        std::uint64_t value = 0;
+        for (int i = 0; i < bytes; ++i) value = value << 8 | header[at++];
+        return value;
+    };
+    const std::string_view text(reinterpret_cast<const char*>(header.data()), header.size());
+    if (!text.starts_with("caff") || text.substr(8, 4) != "desc" || text.substr(28, 4) != "lpcm")
+        return info;
+    const auto rate = std::bit_cast<double>(number(20, 8));
+    const auto flags = number(32, 4);
+    const auto bits = number(48, 4);
+    constexpr std::array integers{SF_FORMAT_PCM_S8, SF_FORMAT_PCM_16, SF_FORMAT_PCM_24,
+                                  SF_FORMAT_PCM_32};
+    if (!(rate > 0 && rate < 1e9) || bits % 8 != 0 || bits == 0 || bits > 64) return info;
+    info.samplerate = static_cast<int>(rate);
+    info.channels = static_cast<int>(number(44, 4));
+    info.format = SF_FORMAT_CAF | ((flags & 2) != 0 ? SF_ENDIAN_LITTLE : SF_ENDIAN_BIG);
+    if ((flags & 1) != 0)
+        info.format |= bits == 64 ? SF_FORMAT_DOUBLE : SF_FORMAT_FLOAT;
+    else if (bits <= 32)
+        info.format |= integers[bits / 8 - 1];
+    return info;
 }
 
-/// What a WAV header says of its data's bytes, as the library notes it; 0 where it notes nothing.
-std::int64_t saidBytes(const std::string& log) {
-    constexpr std::string_view data = "\ndata : ";
-    const auto at = log.find(data);
-    return at == std::string::npos ? 0 : std::atoll(log.c_str() + at + data.size());
-}
-
-/// What the header said of its data's bytes where the file is shorter than that; 0 where it is
-/// whole. The library takes such a file as it is and only notes "data : 400 (should be 200)".
-std::int64_t missingBytes(const std::string& log) {
-    for (const std::string_view chunk : {"data : ", "SSND : ", "Data Size   : ", "riff : "}) {
-        const auto at = log.find(chunk);
-        if (at == std::string::npos) continue;
-        const auto line = log.substr(at + chunk.size(), log.find('\n', at) - at - chunk.size());
-        const auto should = line.find("(should be ");
-        if (should == std::string::npos) continue;
-        const auto said = std::atoll(line.c_str());
-        const auto is = std::atoll(line.c_str() + should + std::strlen("(should be "));
-        if (said > is && !isOpenSize(said)) return said - is;
-    }
-    return 0;
+/// The byte order of a file's samples.
+int orderOf(int format) {
+    if ((format & SF_FORMAT_ENDMASK) != 0) return format & SF_FORMAT_ENDMASK;
+    const int container = format & SF_FORMAT_TYPEMASK;
+    return container == SF_FORMAT_AIFF || container == SF_FORMAT_AU || container == SF_FORMAT_CAF
+               ? SF_ENDIAN_BIG
+               : SF_ENDIAN_LITTLE;
 }
 
 }  // namespace
@@ -93,7 +99,11 @@ struct SoundReader::State {
     SF_INFO info{};
     SNDFILE* file = nullptr;
     StandardInput standardInput;
+    int descriptor = -1;
+    bool isPipe = false;
     bool isRaw = false;
+    bool isSalvaging = false;
+    bool isDamaged = false;
     std::optional<std::int64_t> frames;
     std::int64_t framesRead = 0;
     std::vector<std::int32_t> integers;
@@ -101,17 +111,14 @@ struct SoundReader::State {
 
     ~State() {
         if (file) sf_close(file);
+        if (descriptor > STDERR_FILENO) close(descriptor);
     }
 
-    void openStandardInput(const Options& options) {
+    void openRaw(int rate) {
         name = "standard input";
-        if (!options.rawRate) {
-            file = sf_open_fd(STDIN_FILENO, SFM_READ, &info, SF_FALSE);
-            return;
-        }
         isRaw = true;
         info = {.frames = 0,
-                .samplerate = *options.rawRate,
+                .samplerate = rate,
                 .channels = 2,
                 .format = SF_FORMAT_RAW | SF_FORMAT_FLOAT | SF_ENDIAN_LITTLE,
                 .sections = 0,
@@ -121,25 +128,77 @@ struct SoundReader::State {
         file = sf_open_virtual(&io, SFM_READ, &info, &standardInput);
     }
 
-    void openFile(const std::string& path) {
-        name = path;
-        std::error_code error;
-        const auto status = std::filesystem::status(path, error);
-        if (!std::filesystem::exists(status))
+    void open(const std::string& path) {
+        name = path == "-" ? "standard input" : path;
+        descriptor = path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        if (descriptor < 0 && errno == ENOENT)
             throw Failure(fmt::format("{}: there is no such file", path));
-        if (std::filesystem::is_directory(status))
-            throw Failure(fmt::format("{}: is a folder; name a sound file", path));
-        errno = 0;
-        if (access(path.c_str(), R_OK) != 0)
+        if (descriptor < 0)
             throw Failure(fmt::format("{}: cannot read: {}", path, std::strerror(errno)));
-        file = sf_open(path.c_str(), SFM_READ, &info);
+        struct stat status {};
+        if (fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode))
+            throw Failure(fmt::format("{}: is a folder; name a sound file", path));
+        isPipe = lseek(descriptor, 0, SEEK_CUR) < 0;
+        const auto chunks = readSoundChunks(descriptor);
+        file = sf_open_fd(dup(descriptor), SFM_READ, &info, SF_TRUE);
+        if (chunks)
+            checkLength(*chunks);
+        else if (file && info.frames == 0 && !isPipe)
+            throw Failure(fmt::format("{}: has no samples behind its header", name));
+    }
+
+    /// Compares the length by the header with what the file holds.
+    void checkLength(const SoundChunks& chunks) {
+        const auto missing = chunks.missing();
+        isDamaged = chunks.isUnfinished || missing > 0;
+        if (isDamaged && !isSalvaging)
+            throw Failure(
+                chunks.isUnfinished
+                    ? fmt::format("{}: was never finished: its header gives no length, and {} "
+                                  "bytes follow; render --salvage takes them",
+                                  name, chunks.available)
+                    : fmt::format(
+                          "{}: is truncated: {} bytes are missing; render --salvage takes the "
+                          "rest",
+                          name, missing));
+        if (isDamaged || (!file && chunks.isOpen())) openSamples(chunks);
+    }
+
+    /// Takes the bytes from the first sample to the end of the file.
+    void openSamples(const SoundChunks& chunks) {
+        if (!file) info = describeCaf(descriptor);
+        SF_INFO samples = info;
+        samples.format = SF_FORMAT_RAW | (info.format & SF_FORMAT_SUBMASK) | orderOf(info.format);
+        lseek(descriptor, 0, SEEK_SET);
+        SNDFILE* const raw = sf_open_fd(dup(descriptor), SFM_READ, &samples, SF_TRUE);
+        sf_count_t start = chunks.start;
+        if (!raw || sf_command(raw, SFC_SET_RAW_START_OFFSET, &start, sizeof start) != 0 ||
+            sf_seek(raw, 0, SEEK_SET) != 0) {
+            sf_close(raw);
+            // A codec has to find the samples by itself.
+            if (file && info.frames > 0) return;
+            throw Failure(
+                fmt::format("{}: is damaged, and --salvage takes only plain samples", name));
+        }
+        if (file) sf_close(file);
+        file = raw;
+        const auto frameBytes = sf_current_byterate(raw) / samples.samplerate;
+        info.frames = chunks.available / frameBytes;
+    }
+
+    /// Whether the header does not say how long the input is.
+    bool isOpen() const {
+        if (info.frames == SF_COUNT_MAX) return true;  // FLAC
+        const std::int64_t bytesPerSecond = sf_current_byterate(file);
+        return !info.seekable && isOpenSize(info.frames * bytesPerSecond / info.samplerate);
     }
 
     void check(bool upmix) const {
         if (!file) {
             std::string_view why = sf_strerror(nullptr);
             while (why.ends_with('.')) why.remove_suffix(1);
-            throw Failure(fmt::format("{}: not a sound file that can be read: {}", name, why));
+            throw Failure(fmt::format("{}: not a sound file that can be read: {}{}", name, why,
+                                      isPipe ? pipeAdvice : ""));
         }
         if (info.channels == 1 && !upmix)
             throw Failure(
@@ -147,8 +206,6 @@ struct SoundReader::State {
         if (info.channels > maximumChannels)
             throw Failure(
                 fmt::format("{}: has {} channels; kelvane takes stereo", name, info.channels));
-        if (const auto missing = missingBytes(logOf(file)))
-            throw Failure(fmt::format("{}: is truncated: {} bytes are missing", name, missing));
     }
 
     template <typename Sample>
@@ -162,8 +219,8 @@ struct SoundReader::State {
         return got;
     }
 
-    /// The input has no more frames: is it whole?
-    void checkEnd() const {
+    /// Throws Failure at the end of an input that is not whole.
+    void checkEnd() {
         if (standardInput.error != 0)
             throw Failure(
                 fmt::format("{}: cannot read: {}", name, std::strerror(standardInput.error)));
@@ -177,9 +234,24 @@ struct SoundReader::State {
         if (!frames && framesRead >= info.frames && info.frames > 0)
             throw Failure(fmt::format(
                 "{}: is longer than a WAV stream can be; send raw floats with --raw", name));
-        if (frames && framesRead < *frames)
-            throw Failure(fmt::format("{}: is truncated: it ends after {} of {} frames", name,
-                                      framesRead, *frames));
+        // libsndfile takes a stream whose header says 0 bytes for an empty one.
+        char more = 0;
+        if (isPipe && framesRead == 0 && ::read(descriptor, &more, 1) == 1)
+            throw Failure(
+                fmt::format("{}: its header gives no length; save it as a file, and "
+                            "render that with --salvage",
+                            name));
+        const bool isShort = frames && framesRead < *frames;
+        if (isSalvaging && (isShort || sf_error(file) != SF_ERR_NO_ERROR)) {
+            isDamaged = true;
+            if (framesRead > 0) return;
+        }
+        if (isDamaged && framesRead == 0)
+            throw Failure(fmt::format("{}: is truncated before its first whole frame", name));
+        if (isShort)
+            throw Failure(fmt::format(
+                "{}: is truncated: it ends after {} of {} frames; render --salvage takes them",
+                name, framesRead, *frames));
         if (sf_error(file) != SF_ERR_NO_ERROR)
             throw Failure(fmt::format("{}: cannot read: {}", name, sf_strerror(file)));
     }
@@ -188,16 +260,24 @@ struct SoundReader::State {
 SoundReader::SoundReader(const std::string& path, Options options)
     : state_(std::make_unique<State>()) {
     auto& state = *state_;
-    if (path == "-")
-        state.openStandardInput(options);
+    state.isSalvaging = options.salvage;
+    if (path == "-" && options.rawRate)
+        state.openRaw(*options.rawRate);
     else
-        state.openFile(path);
+        state.open(path);
     state.check(options.upmix);
-    const bool isOpen = !state.info.seekable && isOpenSize(saidBytes(logOf(state.file)));
-    if (!state.isRaw && !isOpen) state.frames = state.info.frames;
+    if (!state.isRaw && !state.isOpen()) state.frames = state.info.frames;
 }
 
 SoundReader::~SoundReader() = default;
+
+bool SoundReader::isDamaged() const {
+    return state_->isDamaged;
+}
+
+std::int64_t SoundReader::framesRead() const {
+    return state_->framesRead;
+}
 
 int SoundReader::rate() const {
     return state_->info.samplerate;

@@ -21,6 +21,7 @@ class SoundReader {
     struct Options {
         std::optional<int> rawRate;  ///< standard input is raw stereo float at this rate
         bool upmix = false;          ///< mono is taken, as the same on both sides
+        bool salvage = false;        ///< a file that was never finished or was cut off is taken
     };
 
     /// path: "-" is standard input.
@@ -32,6 +33,9 @@ class SoundReader {
     int rate() const;
     /// Container and subtype, as the sound file library numbers them.
     int format() const;
+    /// Whether the input, as far as it was read, was not finished or cut off.
+    bool isDamaged() const;
+    std::int64_t framesRead() const;
     /// Unknown for streams whose header does not say it.
     std::optional<std::int64_t> frames() const;
     Metadata metadata() const;

@@ -174,7 +174,8 @@ void renderFile(const RenderJob& job) {
         if (isSameFile(path, job.output))
             throw Failure(
                 fmt::format("{}: is the {}, too; write to another file", job.output, role), 2);
-    SoundReader reader(job.input, {job.input == "-" ? job.rawRate : std::nullopt, job.upmix});
+    SoundReader reader(job.input,
+                       {job.input == "-" ? job.rawRate : std::nullopt, job.upmix, job.salvage});
     auto events = eventsOf(job, reader.rate());
     bool bypassed = job.preset && presetParameters[*job.preset][kBypass] > 0.5F;
     const auto settings = parseSettings(job.values, reader.rate());
@@ -193,6 +194,9 @@ void renderFile(const RenderJob& job) {
     writer.close();
     place.commit();
     progress.reset();  // erases its line
+    if (!job.isQuiet && reader.isDamaged())
+        fmt::print(stderr, "kelvane: {}: is damaged; the {} frames that are there were rendered\n",
+                   job.input, fmt::group_digits(reader.framesRead()));
     if (!job.isQuiet) noteClipping(place, shape, writer.clipping());
 }
 

@@ -17,8 +17,9 @@ struct RenderJob {
     std::string output;
     std::optional<int> rawRate;  ///< "-" is raw stereo float at this rate instead of WAV
     bool upmix = false;
-    std::string format;   ///< by name; empty: by the output's ending
-    std::string subtype;  ///< by name; empty: the input's, or the best that fits
+    bool salvage = false;  ///< take an input that was never finished or was cut off
+    std::string format;    ///< by name; empty: by the output's ending
+    std::string subtype;   ///< by name; empty: the input's, or the best that fits
 
     std::optional<std::size_t> preset;                     ///< number of a factory preset
     std::array<std::string, allParameters.size()> values;  ///< set after it; see parseSettings()
@@ -30,8 +31,8 @@ struct RenderJob {
     bool isQuiet = false;  ///< prints no notes, such as that of clipped samples
 };
 
-/// Renders the job, and notes clipped samples on standard error. Throws Failure for a wrong input,
-/// automation or output; the output then is unchanged.
+/// Renders the job, and notes clipped samples and damaged inputs on standard error. Throws Failure
+/// for a wrong input, automation or output; the output then is unchanged.
 void renderFile(const RenderJob& job);
 
 }  // namespace qov::cli

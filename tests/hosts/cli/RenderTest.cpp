@@ -2,6 +2,9 @@
 #include <cmath>
 #include <csignal>
 #include <cstring>
+#include <filesystem>
+#include <span>
+#include <tuple>
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -191,6 +194,87 @@ TEST_F(Render, CarriesTheInputsStringsOverAndWritesTheSameBytesAgain) {
     }
 }
 
+/// A container, and where its header holds lengths: from the begin of a text that it contains.
+struct Container {
+    const char* ending;
+    int format;
+    struct Field {
+        std::string text;
+        std::size_t offset, bytes;
+    };
+    std::vector<Field> lengths;
+};
+
+class Salvage : public testing::TestWithParam<Container> {};
+
+TEST_P(Salvage, RendersWhatIsThereWhenAskedAndNamesTheOptionElse) {
+    const auto& [ending, container, lengths] = GetParam();
+    const TemporaryFolder folder;
+    const auto in = folder / std::string("in.") + ending;
+    const auto out = folder / "out.wav";
+    for (const int subtype : {SF_FORMAT_PCM_16, SF_FORMAT_FLOAT}) {
+        save(in, {.format = container | subtype, .samples = noise(6000)});
+        const auto original = loadFloats(in).samples;
+        const auto whole = contents(in);
+        const auto cut = whole.substr(0, whole.size() - 5001);
+        auto unfinished = whole;
+        for (const auto& [text, offset, bytes] : lengths)
+            if (const auto at = whole.find(text); at != std::string::npos)
+                unfinished.replace(at + offset, bytes, bytes, '\0');
+        for (const auto& [bytes, message, samples] :
+             {std::tuple{unfinished, "was never finished", std::size_t{6000}},
+              {cut, "is truncated",
+               (subtype == SF_FORMAT_FLOAT ? 6000 - 5008 / 4 : 6000 - 5004 / 2)}}) {
+            write(in, bytes);
+            const auto command = "$K render " + in + " " + out;
+            const auto refused = shell(command);
+            EXPECT_EQ(refused.code, 1);
+            EXPECT_THAT(refused.err, testing::AllOf(HasSubstr(message), HasSubstr("--salvage")));
+            EXPECT_FALSE(std::filesystem::exists(out));
+            const auto salvaged = shell(command + " --salvage --bypass");
+            ASSERT_EQ(salvaged.code, 0) << message << salvaged.err;
+            EXPECT_THAT(salvaged.err, HasSubstr("frames that are there were rendered"));
+            const auto sound = loadFloats(out);
+            EXPECT_EQ(sound.format, SF_FORMAT_WAV | subtype);
+            ASSERT_EQ(sound.samples.size(), samples) << message;
+            EXPECT_TRUE(std::ranges::equal(sound.samples, std::span(original).first(samples)));
+            std::filesystem::remove(out);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Containers, Salvage,
+    testing::Values(
+        Container{"wav", SF_FORMAT_WAV, {{"RIFF", 4, 4}, {"fact", 8, 4}, {"data", 4, 4}}},
+        Container{"rf64", SF_FORMAT_RF64, {{"ds64", 8, 24}}},
+        Container{"w64", SF_FORMAT_W64, {{"riff", 16, 8}, {"fact", 24, 8}, {"data", 16, 8}}},
+        Container{"aiff", SF_FORMAT_AIFF, {{"FORM", 4, 4}, {"COMM", 10, 4}, {"SSND", 4, 4}}},
+        Container{"caf", SF_FORMAT_CAF, {{"data", 4, 8}}},
+        Container{"au", SF_FORMAT_AU, {{".snd", 8, 4}}}),
+    [](const auto& test) { return std::string(test.param.ending); });
+
+TEST_F(Render, NamesWhatToDoWithADamagedOrPackedStream) {
+    auto zeros = contents(in);
+    zeros.replace(zeros.find("data") + 4, 4, 4, '\0');
+    write(folder / "zeros.wav", zeros);
+    save(folder / "in.flac",
+         {.format = SF_FORMAT_FLAC | SF_FORMAT_PCM_16, .samples = noise(60000)});
+    write(folder / "cut.flac", contents(folder / "in.flac").substr(0, 60000));
+    for (const auto& [file, message] :
+         {std::pair{"zeros.wav", "render that with --salvage"}, {"in.flac", "flac -dc"}}) {
+        const auto run = shell("cat " + (folder / file) + " | $K render - " + out);
+        EXPECT_EQ(run.code, 1);
+        EXPECT_THAT(run.err, HasSubstr(message));
+        EXPECT_FALSE(std::filesystem::exists(out)) << file;
+    }
+    ASSERT_EQ(shell("$K render --salvage --bypass " + (folder / "cut.flac") + " " + out).code, 0);
+    const auto kept = loadFloats(out).samples;
+    const auto original = loadFloats(folder / "in.flac").samples;
+    ASSERT_GT(kept.size(), 10000U);
+    EXPECT_TRUE(std::ranges::equal(kept, std::span(original).first(kept.size())));
+}
+
 TEST_F(Render, TakesMonoOnlyWhenAsked) {
     save(in, {.format = floatWav, .channels = 1, .samples = noise(9000)});
     ASSERT_EQ(shell("$K render " + in + " " + out + " --upmix --bypass").code, 0);
@@ -215,6 +299,8 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
         write(folder / (std::string("cut.") + whole.file),
               contents(folder / "whole").substr(0, 60000));
     }
+    write(folder / "header.wav", contents(in).substr(0, contents(in).find("data") + 6));
+    write(folder / "begun.wav", contents(in).substr(0, contents(in).find("data") + 9));
     write(folder / "text.wav", "this is no sound");
     write(folder / "bad.txt", "0 set volume 1\n7 set wdth 1\n");
     write(out, "the old output");
@@ -232,6 +318,8 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
              {"sub out.wav", 1, "sub: is a folder"},
              {"text.wav out.wav", 1, "text.wav: not a sound file that can be read"},
              {"cut.wav out.wav", 1, "cut.wav: is truncated: 140087 bytes are missing"},
+             {"header.wav out.wav --salvage", 1, "header.wav: has no samples behind its header"},
+             {"begun.wav out.wav --salvage", 1, "begun.wav: is truncated before its first whole"},
              {"cut.flac out.wav", 1, "cut.flac: is truncated: "},
              {"cut.aiff out.wav", 1, "cut.aiff: is truncated: "},
              {"cut.au out.wav", 1, "cut.au: is truncated: "},

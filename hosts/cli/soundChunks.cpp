@@ -1,0 +1,151 @@
+#include "hosts/cli/soundChunks.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <string_view>
+#include <utility>
+
+namespace qov::cli {
+namespace {
+
+/// A kind of file that is a row of chunks: an identifier, a size, that many bytes.
+struct Layout {
+    std::string_view magic;  ///< first bytes of the file
+    std::int64_t firstChunk;
+    int identifierBytes;
+    int sizeBytes;
+    std::endian order;
+    bool countsHeader;         ///< a size includes the identifier and itself
+    int alignment;             ///< of chunks, in bytes
+    std::string_view samples;  ///< begin of the identifier
+    int beforeSamples;         ///< bytes of that chunk before the first sample
+};
+
+constexpr std::array layouts{
+    Layout{"RIFF", 12, 4, 4, std::endian::little, false, 2, "data", 0},
+    Layout{"RF64", 12, 4, 4, std::endian::little, false, 2, "data", 0},
+    Layout{"RIFX", 12, 4, 4, std::endian::big, false, 2, "data", 0},
+    Layout{"FORM", 12, 4, 4, std::endian::big, false, 2, "SSND", 8},
+    Layout{"riff", 40, 16, 8, std::endian::little, true, 8, "data", 0},
+    Layout{"caff", 8, 4, 8, std::endian::big, false, 1, "data", 4},
+};
+
+constexpr std::size_t mostChunks = 10'000;
+/// Of the samples' size in the ds64 chunk, which an RF64 file begins with.
+constexpr std::int64_t longSizeInRf64 = 28;
+
+struct File {
+    int descriptor;
+    std::int64_t length;
+
+    std::string read(std::int64_t at, std::size_t count) const {
+        std::string bytes(count, '\0');
+        const auto got = pread(descriptor, bytes.data(), count, at);
+        bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
+        return bytes;
+    }
+    std::optional<std::int64_t> number(std::int64_t at, int count, std::endian order) const {
+        auto bytes = read(at, static_cast<std::size_t>(count));
+        if (std::ssize(bytes) < count) return std::nullopt;
+        if (order == std::endian::little) std::ranges::reverse(bytes);
+        std::uint64_t value = 0;
+        for (const char byte : bytes) value = value << 8 | static_cast<unsigned char>(byte);
+        return static_cast<std::int64_t>(value);
+    }
+};
+
+class Walk {
+ public:
+    Walk(const File& file, const Layout& layout) : file_(file), layout_(layout) {}
+
+    std::optional<SoundChunks> chunks() {
+        follow(layout_.firstChunk);
+        return hasSamples_ ? std::optional(std::move(chunks_)) : std::nullopt;
+    }
+
+ private:
+    /// Whether there are whole chunks from here to the end of the file.
+    bool follow(std::int64_t at) {
+        const int header = layout_.identifierBytes + layout_.sizeBytes;
+        while (at < file_.length && chunks_.others.size() < mostChunks) {
+            auto identifier = file_.read(at, static_cast<std::size_t>(layout_.identifierBytes));
+            const auto size =
+                file_.number(at + layout_.identifierBytes, layout_.sizeBytes, layout_.order);
+            const bool isText = std::ranges::all_of(identifier.substr(0, 4),
+                                                    [](char c) { return c >= ' ' && c <= '~'; });
+            if (!size || !isText) return false;
+            auto content = *size - (layout_.countsHeader ? header : 0);
+            const bool isSamples = identifier.starts_with(layout_.samples) && !hasSamples_;
+            if (isSamples && layout_.magic == "RF64" && content == 0xFFFFFFFF)
+                content = file_.number(longSizeInRf64, 8, layout_.order).value_or(0);
+            const auto start = at + header;
+            at = (start + content + layout_.alignment - 1) / layout_.alignment * layout_.alignment;
+            if (isSamples) {
+                if (!takeSamples(start, content, at)) return false;
+                continue;
+            }
+            if (content < 0 || start + content > file_.length) return false;
+            chunks_.others.push_back({std::move(identifier), start, content});
+        }
+        return true;
+    }
+
+    /// Whether the chunks can be followed behind that of the samples, which end at `next`.
+    bool takeSamples(std::int64_t start, std::int64_t content, std::int64_t next) {
+        hasSamples_ = true;
+        chunks_.start = start + layout_.beforeSamples;
+        chunks_.available = file_.length - chunks_.start;
+        chunks_.size =
+            content == -1 ? content : std::max<std::int64_t>(content - layout_.beforeSamples, 0);
+        if (chunks_.size != 0) return !chunks_.isOpen() && chunks_.missing() == 0;
+        chunks_.isUnfinished =
+            chunks_.available > 0 && (content < layout_.beforeSamples || !follow(next));
+        return false;
+    }
+
+    const File& file_;
+    const Layout& layout_;
+    SoundChunks chunks_;
+    bool hasSamples_ = false;
+};
+
+std::optional<SoundChunks> readAuHeader(const File& file, std::endian order) {
+    const auto start = file.number(4, 4, order);
+    const auto size = file.number(8, 4, order);
+    if (!start || !size || *start > file.length) return std::nullopt;
+    const auto available = file.length - *start;
+    return SoundChunks{{}, *start, *size, available, *size == 0 && available > 0};
+}
+
+}  // namespace
+
+bool isOpenSize(std::int64_t bytes) {
+    return (bytes >= 0x7FFFE000 && bytes <= 0x7FFFFFFF) ||
+           (bytes >= 0xFFFFE000 && bytes <= 0xFFFFFFFF) || bytes == -1;
+}
+
+bool SoundChunks::isOpen() const {
+    return isOpenSize(size) && size != available;
+}
+
+std::int64_t SoundChunks::missing() const {
+    return isOpenSize(size) ? 0 : std::max<std::int64_t>(size - available, 0);
+}
+
+std::optional<SoundChunks> readSoundChunks(int descriptor) {
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+    const File file{descriptor, status.st_size};
+    const auto magic = file.read(0, 4);
+    if (magic == ".snd") return readAuHeader(file, std::endian::big);
+    if (magic == "dns.") return readAuHeader(file, std::endian::little);
+    const auto layout = std::ranges::find(layouts, std::string_view(magic), &Layout::magic);
+    return layout == layouts.end() ? std::nullopt : Walk(file, *layout).chunks();
+}
+
+}  // namespace qov::cli

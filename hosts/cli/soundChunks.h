@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qov::cli {
+
+/// What the header of a sound file says of its parts, beside what the file holds.
+struct SoundChunks {
+    struct Chunk {
+        std::string identifier;
+        std::int64_t start;  ///< offset in the file
+        std::int64_t size;   ///< bytes
+    };
+
+    std::vector<Chunk> others;   ///< all but that of the samples, as far as they can be followed
+    std::int64_t start = 0;      ///< offset of the first sample
+    std::int64_t size = 0;       ///< bytes of samples by the header
+    std::int64_t available = 0;  ///< bytes from `start` to the end of the file
+    /// The header gives no samples, but the file goes on with something else than chunks: the
+    /// recording was never finished.
+    bool isUnfinished = false;
+
+    /// Whether `size` stands for an unknown length, as programs write it that cannot go back.
+    bool isOpen() const;
+    /// Bytes of samples that the header promises and the file lacks.
+    std::int64_t missing() const;
+};
+
+/// Whether a size of samples in bytes, about 2 or about 4 GiB, stands for an unknown one.
+bool isOpenSize(std::int64_t bytes);
+
+/// Reads the chunks of a WAV, RF64, W64, AIFF or CAF file, or the header of an AU file. Empty for
+/// others, for one whose samples are not found, and where the descriptor cannot seek. The
+/// descriptor's position does not change.
+std::optional<SoundChunks> readSoundChunks(int descriptor);
+
+}  // namespace qov::cli
