@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 
 #include <gtest/gtest.h>
 
@@ -64,22 +65,23 @@ class EditorFixture : public testing::Test {
         return picture;
     }
 
+    /// How many values (of 0 to 255, four a pixel) of two pictures differ by more than this.
+    static int unlike(std::span<const std::uint32_t> one, std::span<const std::uint32_t> other,
+                      int tolerance) {
+        int count = 0;
+        for (std::size_t i = 0; i < one.size(); ++i)
+            for (const int shift : {0, 8, 16, 24})
+                count += std::abs(static_cast<int>(one[i] >> shift & 255) -
+                                  static_cast<int>(other[i] >> shift & 255)) > tolerance;
+        return count;
+    }
+
     ConsoleLines console;
     std::shared_ptr<platform::RunLoop> loop = platform::RunLoop::createForTest();
     platform::RunLoop::MakeCurrent current{loop};
     std::shared_ptr<AudioUnitViewController> controller =
         std::make_shared<AudioUnitViewController>();
     std::shared_ptr<platform::UIWindow> window;
-};
-
-/// With its audio unit bound, without a window.
-class BoundEditor : public EditorFixture {
- protected:
-    BoundEditor() {
-        createAudioUnit();
-        controller->view();
-        loop->pump();
-    }
 };
 
 }  // namespace qov::test
