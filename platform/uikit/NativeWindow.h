@@ -64,12 +64,12 @@ class NativeWindow {
         /// Smallest size that the desktop lets the user choose, in points.
         CGSize minimumSize{1, 1};
         /// Width and height whose ratio the desktop keeps when the user resizes; zero for any.
-        CGSize aspect;
+        CGSize aspect = {};
         /// WM_CLASS, by which desktops find the application's entry and icon; empty for none.
-        std::string application;
+        std::string application = {};
         /// Points of the screen a point of the content, for a window of that size in points of the
         /// screen. Called before the content gets the size. Empty: 1.
-        std::function<CGFloat(CGSize size)> contentScale;
+        std::function<CGFloat(CGSize size)> contentScale = {};
     };
 
     /// Gives `content` the screen's scale and keeps its size. Not shown yet. Null, with a line

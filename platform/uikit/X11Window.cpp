@@ -162,6 +162,7 @@ class X11Window final : public NativeWindow {
         if (!isAlive()) return;
         XMapWindow(display_, window_);
         XFlush(display_);
+        loop_->submit([] {});  // a turn at once: see turn()
     }
 
     void hide() override {
@@ -372,9 +373,11 @@ void X11Window::detach() {
 }
 
 void X11Window::turn() {
-    // Events may have come along with an answer of the server; no descriptor tells of those.
-    handleEvents();
-    if (isAlive()) present();
+    // Xlib reads events while it writes, too; those do not make the descriptor readable.
+    do {
+        handleEvents();
+        if (isAlive()) present();
+    } while (isAlive() && XEventsQueued(display_, QueuedAlready) > 0);
     if (isAlive() || toldLost_) return;
     toldLost_ = true;
     detach();
