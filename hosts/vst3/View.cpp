@@ -1,16 +1,20 @@
 #include "hosts/vst3/View.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <string>
+#include <utility>
 
 #include "hosts/vst3/Controller.h"
 #include "platform/uikit/NativeWindow.h"
 
 namespace qov::hosts::vst3 {
+
+using platform::Key;
 
 namespace {
 
@@ -27,12 +31,38 @@ EmbeddedEditor::Size sizeOf(const v3_view_rect& rect) {
     return {side(rect.left, rect.right), side(rect.top, rect.bottom)};
 }
 
+/// The format's key codes that the editor knows.
+constexpr std::array<std::pair<int, Key>, 12> keys{{{1, Key::backspace},
+                                                    {4, Key::enter},
+                                                    {6, Key::escape},
+                                                    {7, Key::space},
+                                                    {9, Key::end},
+                                                    {10, Key::home},
+                                                    {11, Key::left},
+                                                    {12, Key::up},
+                                                    {13, Key::right},
+                                                    {14, Key::down},
+                                                    {19, Key::enter},  // of the number pad
+                                                    {22, Key::forwardDelete}}};
+
+platform::KeyStroke strokeOf(std::int16_t character, std::int16_t code, std::int16_t modifiers) {
+    constexpr int shift = 1, control = 4;  // bits of modifiers
+    const auto* found = std::ranges::find(keys, int{code}, &std::pair<int, Key>::first);
+    const auto key = found == keys.end() ? Key::other : found->second;
+    const bool isPrintable = character >= ' ' && character <= '~';
+    return {.key = key,
+            .held = {.shift = (modifiers & shift) != 0, .control = (modifiers & control) != 0},
+            .character = isPrintable         ? static_cast<char>(character)
+                         : key == Key::space ? ' '
+                                             : '\0'};
+}
+
 }  // namespace
 
 constexpr v3_plugin_view_cpp View::viewTable{
     unknownEntries,
     {entry<&View::isPlatformTypeSupported>, entry<&View::attached>, entry<&View::removed>,
-     entry<&View::onWheel>, entry<&View::onKey>, entry<&View::onKey>, entry<&View::getSize>,
+     entry<&View::onWheel>, entry<&View::onKeyDown>, entry<&View::onKeyUp>, entry<&View::getSize>,
      entry<&View::onSize>, entry<&View::onFocus>, entry<&View::setFrame>, entry<&View::canResize>,
      entry<&View::checkSizeConstraint>}};
 
@@ -101,13 +131,17 @@ v3_result View::setFrame(v3_plugin_frame** frame) {
     return V3_OK;
 }
 
-// Input: the window has its own.
+// Input: the window gets its own; keys that stay with the host may be passed on.
 
 v3_result View::onWheel(float) {
     return V3_FALSE;
 }
 
-v3_result View::onKey(std::int16_t, std::int16_t, std::int16_t) {
+v3_result View::onKeyDown(std::int16_t character, std::int16_t code, std::int16_t modifiers) {
+    return editor_.key(strokeOf(character, code, modifiers)) ? V3_OK : V3_FALSE;
+}
+
+v3_result View::onKeyUp(std::int16_t, std::int16_t, std::int16_t) {
     return V3_FALSE;
 }
 

@@ -32,7 +32,8 @@ class View final : public Unknown {
     v3_result attached(void* parent, const char* type);
     v3_result removed();
     v3_result onWheel(float distance);
-    v3_result onKey(std::int16_t character, std::int16_t code, std::int16_t modifiers);
+    v3_result onKeyDown(std::int16_t character, std::int16_t code, std::int16_t modifiers);
+    v3_result onKeyUp(std::int16_t character, std::int16_t code, std::int16_t modifiers);
     v3_result getSize(v3_view_rect* rect);
     v3_result onSize(v3_view_rect* rect);
     v3_result onFocus(v3_bool hasFocus);

@@ -56,6 +56,8 @@ class EmbeddedEditor {
     /// result of it fits itself.
     Size fitting(Size size) const;
 
+    /// A key that the host passes on; false if it means nothing to the editor, or it is not open.
+    bool key(const platform::KeyStroke& stroke) { return window_ && window_->key(stroke); }
     /// The control drawn at a place; see EditorWindow::controlAt().
     std::optional<int> controlAt(int x, int y) const;
     /// The X11 window; 0 while it is not open.

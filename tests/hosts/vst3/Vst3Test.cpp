@@ -1,3 +1,4 @@
+#include <poll.h>
 #include <travesty/component.h>
 #include <travesty/edit_controller.h>
 
@@ -8,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <string>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -229,6 +231,38 @@ TEST_F(Vst3View, NeedsARunLoopAndOutlivesThePlugin) {
     EXPECT_EQ(view(&v3_plugin_view::removed), V3_OK);
     EXPECT_NE(view(&v3_plugin_view::removed), V3_OK);
     EXPECT_EQ(attach(second, parent_), V3_OK);  // and goes while it is open
+}
+
+TEST_F(Vst3View, TakesTheKeysThatMeanSomethingUnderTheMouse) {
+    host::Host offered;
+    const Loaded effect(offered.face());
+    effect.controller(&v3_edit_controller::set_component_handler, offered.handler());
+    const auto view = makeView(effect);
+    ASSERT_EQ(attach(view, parent_), V3_OK);
+    const auto pointAt = [&](const std::string& place) {
+        test::Screen::xdo("mousemove " + place);
+        for (int turn = 0; turn < 10; ++turn) poll(nullptr, 0, 20), offered.turn();
+    };
+    const auto isTaken = [&](int character, int code, int modifiers) {
+        return view(&v3_plugin_view::on_key_down, static_cast<std::int16_t>(character),
+                    static_cast<std::int16_t>(code), static_cast<std::int16_t>(modifiers)) == V3_OK;
+    };
+    constexpr int enter = 4, up = 12, shift = 1;
+    pointAt("20 20");
+    EXPECT_FALSE(isTaken(0, up, 0)) << "there is no control";
+    pointAt("300 380");
+    EXPECT_TRUE(isTaken(0, up, 0));
+    EXPECT_TRUE(isTaken(0, up, shift));
+    EXPECT_FALSE(isTaken('z', 0, 0));
+    const auto width = [&] {
+        offered.turn();
+        return static_cast<float>(effect.controller(&v3_edit_controller::get_parameter_normalised,
+                                                    v3_param_id{kStereoWidth}));
+    };
+    EXPECT_FLOAT_EQ(width(), 0.511F);
+    for (const auto& [character, code] : {std::pair{0, enter}, {'-', 0}, {'5', 0}, {0, enter}})
+        EXPECT_TRUE(isTaken(character, code, 0));
+    EXPECT_FLOAT_EQ(width(), 0.475F);
 }
 
 TEST_F(Vst3View, KeepsThePanelsProportionsAndTheHostsScale) {
