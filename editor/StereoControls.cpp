@@ -121,13 +121,13 @@ void StereoControls::beginEditing(StereoControlsDelegate& to) {
     } else if (mode == "test mono") {
         toggle(baseClass.isMonoOn, to, kTestMono);
     } else if (mode == "graph normalized") {
-        toggleOption(baseClass.isNormalized, to, kOptionNormalized);
+        switchOption(kOptionNormalized, !isOn(kOptionNormalized));
     } else if (mode == "bezier") {
-        toggleOption(baseClass.isBezier, to, kOptionDrawMode);
+        switchOption(kOptionDrawMode, !isOn(kOptionDrawMode));
     } else if (mode == "show oscillograph") {
-        toggleOption(baseClass.isOscillograph, to, kOptionOscillograph);
+        switchOption(kOptionOscillograph, !isOn(kOptionOscillograph));
     } else if (mode == "go pro") {
-        toggleOption(baseClass.isGoPro, to, kOptionSuspended);
+        switchOption(kOptionSuspended, !isOn(kOptionSuspended));
         to.onStereoControlsParameter(kBypass, baseClass.isGoPro ? 1.0f : 0.0f);
     }
 }
@@ -137,9 +137,30 @@ void StereoControls::toggle(bool& flag, StereoControlsDelegate& to, int paramete
     to.onStereoControlsParameter(parameter, flag ? 1.0f : 0.0f);
 }
 
-void StereoControls::toggleOption(bool& flag, StereoControlsDelegate& to, int option) {
-    flag = !flag;
-    to.onStereoControlsOption(option, flag ? 1.0f : 0.0f);
+bool StereoControlsBase::*StereoControls::switchOf(StereoControlsOption option) {
+    switch (option) {
+        case kOptionNormalized:
+            return &StereoControlsBase::isNormalized;
+        case kOptionOscillograph:
+            return &StereoControlsBase::isOscillograph;
+        case kOptionSuspended:
+            return &StereoControlsBase::isGoPro;
+        case kOptionDrawMode:
+            break;
+    }
+    return &StereoControlsBase::isBezier;
+}
+
+bool StereoControls::isOn(StereoControlsOption option) const {
+    return baseClass.*switchOf(option);
+}
+
+void StereoControls::switchOption(StereoControlsOption option, bool isOn) {
+    const auto to = delegate.lock();
+    if (!to || this->isOn(option) == isOn) return;
+    baseClass.*switchOf(option) = isOn;
+    to->onStereoControlsOption(option, isOn ? 1.0f : 0.0f);
+    setNeedsDisplay();
 }
 
 void StereoControls::touchesMoved(const platform::UITouchSet& touches, platform::UIEvent*) {

@@ -4,11 +4,10 @@
 #include <string>
 
 #include "editor/StereoControlsBase.h"
+#include "editor/StereoControlsDelegate.h"
 #include "platform/uikit/UIControl.h"
 
 namespace qov {
-
-class StereoControlsDelegate;
 
 /// The panel. The place of a touch-down selects what it edits (the editing mode): a drag changes
 /// width, panorama or phase shift, up or to the right for more; everything else switches at
@@ -26,6 +25,10 @@ class StereoControls : public platform::UIControl {
     void updateParameter(int address, float value);
     /// Sets the background to a grey, 0..1, and the foreground to 1 - value.
     void setBrightness(float value);
+
+    /// The switch of a display option, and what a touch on it does: it reports to the delegate.
+    bool isOn(StereoControlsOption option) const;
+    void switchOption(StereoControlsOption option, bool isOn);
 
     void touchesBegan(const platform::UITouchSet& touches, platform::UIEvent* event) override;
     void touchesMoved(const platform::UITouchSet& touches, platform::UIEvent* event) override;
@@ -51,8 +54,8 @@ class StereoControls : public platform::UIControl {
 
  private:
     void beginEditing(StereoControlsDelegate& to);
+    static bool StereoControlsBase::*switchOf(StereoControlsOption option);
     void toggle(bool& flag, StereoControlsDelegate& to, int parameter);
-    void toggleOption(bool& flag, StereoControlsDelegate& to, int option);
     platform::CGPoint canvasLocation(const platform::UITouch& touch) const;
 };
 

@@ -24,6 +24,8 @@ class EditGesture {
         if (onEnd) onEnd();
     }
 
+    bool isHeld() const { return holds_ > 0; }
+
     std::function<void()> onBegin, onEnd;
 
  private:

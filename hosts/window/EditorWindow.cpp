@@ -5,16 +5,19 @@
 #include <string_view>
 #include <utility>
 
+#include "dsp/ParameterAddress.h"
 #include "editor/AudioUnitViewController.h"
 #include "editor/PanelStyle.h"
 #include "editor/PluginFrameEx.h"
 #include "editor/StereoControls.h"
+#include "editor/StereoControlsDelegate.h"
 #include "hosts/instance/Instance.h"
 #include "hosts/window/HoverView.h"
 #include "hosts/window/PanelInput.h"
 #include "hosts/window/fitPanel.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/uikit/NativeWindow.h"
+#include "platform/uikit/UISlider.h"
 #include "platform/uikit/UITouch.h"
 #include "platform/uikit/UIWindow.h"
 
@@ -140,6 +143,38 @@ std::optional<int> EditorWindow::controlAt(platform::CGPoint point) const {
 bool EditorWindow::key(const platform::KeyStroke& stroke) {
     const RunLoop::MakeCurrent current(instance_.runLoop());
     return input_->key(stroke) || (onKey && onKey(stroke));
+}
+
+void EditorWindow::setValue(std::uint64_t address, float value) {
+    const RunLoop::MakeCurrent current(instance_.runLoop());
+    instance_.setValue(address, value);
+    if (address == kBypass)
+        controller_->stereoControls->switchOption(kOptionSuspended, value > 0.5F);
+}
+
+EditorWindow::Picture EditorWindow::picture() const {
+    const auto& panel = *controller_->stereoControls;
+    return {.isShown = panel.isOn(kOptionOscillograph),
+            .isNormalized = panel.isOn(kOptionNormalized),
+            .isLines = panel.isOn(kOptionDrawMode)};
+}
+
+void EditorWindow::setPicture(const Picture& picture) {
+    auto& panel = *controller_->stereoControls;
+    panel.switchOption(kOptionOscillograph, picture.isShown);
+    panel.switchOption(kOptionNormalized, picture.isNormalized);
+    panel.switchOption(kOptionDrawMode, picture.isLines);
+}
+
+float EditorWindow::brightness() const {
+    return static_cast<float>(controller_->pluginFrame->contrast);
+}
+
+void EditorWindow::setBrightness(float brightness) {
+    auto& slider = *controller_->brightnessSlider;
+    slider.setValue(brightness);
+    controller_->onBrightnessSlider(slider);
+    controller_->touchesLocked = false;  // nobody holds the slider
 }
 
 std::string EditorWindow::modeAt(platform::CGPoint point) const {

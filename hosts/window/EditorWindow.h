@@ -74,6 +74,19 @@ class EditorWindow {
     std::optional<platform::CGRect> hotAreaAt(platform::CGPoint point) const;
     /// An area of the panel's canvas, in points of the window.
     platform::CGRect windowArea(const platform::CGRect& canvasArea) const;
+    /// Sets a parameter, 0..1, without a gesture, and with the bypass the panel's suspend switch,
+    /// which follows touches only.
+    void setValue(std::uint64_t address, float value);
+
+    /// How the picture of the signal is drawn.
+    struct Picture {
+        bool isShown = true, isNormalized = true, isLines = false;
+    };
+    Picture picture() const;
+    void setPicture(const Picture& picture);
+    /// Of the panel's background, 0..1.
+    float brightness() const;
+    void setBrightness(float brightness);
     /// A key that the window got, or that the host passes on. True if it meant something.
     bool key(const platform::KeyStroke& stroke);
     /// The keys that mean nothing to the panel.

@@ -127,7 +127,10 @@ bool PanelInput::key(const platform::KeyStroke& stroke) {
         return true;
     }
     const auto control = pointedControl();
-    if (!control || stroke.held.control) return false;
+    if (!control || stroke.held.control) {
+        endTurn();  // before an undo
+        return false;
+    }
     const float by = stroke.held.shift ? fineStep : step;
     switch (stroke.key) {
         case Key::up:
