@@ -5,19 +5,26 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <csignal>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
 #include <utility>
 
+#include "hosts/app/EditHistory.h"
+#include "hosts/app/SavedSettings.h"
 #include "hosts/app/SoundSource.h"
+#include "hosts/app/showError.h"
 #include "hosts/instance/Instance.h"
+#include "hosts/window/CaptionView.h"
+#include "hosts/window/EditGesture.h"
 #include "hosts/window/EditorWindow.h"
 #include "hosts/window/makeInstance.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/foundation/Timer.h"
 #include "platform/uikit/NativeWindow.h"
+#include "platform/uikit/UIWindow.h"
 
 namespace qov::app {
 namespace {
@@ -27,11 +34,9 @@ using platform::RunLoop;
 
 constexpr double kUsualRate = 44100;        // frames a second
 constexpr double kExchangeInterval = 0.05;  // seconds: with each of the editor's ticks
+constexpr double kSecondEsc = 3;            // seconds within which it has to follow the first
+constexpr double kNoticeTime = 6;           // seconds that a message stays in the window
 constexpr double kJackInterval = 2;         // seconds between two looks for a JACK server
-
-void say(const std::string& line) {
-    fmt::print(stderr, "kelvane: {}\n", line);
-}
 
 /// Signals that ask for the end, as a descriptor. Made before any other thread is.
 class EndSignals {
@@ -79,6 +84,8 @@ class App {
 
  private:
     void openWindow();
+    void restoreSettings(double rate);
+    void saveSettings();
     void startSound();
     std::unique_ptr<SoundSource> openJackServer();
     void goOnInSilence();
@@ -86,6 +93,11 @@ class App {
     bool startOn(std::unique_ptr<SoundSource> source);
     void startInSilence(double rate);
     bool handleKey(const platform::KeyStroke& stroke);
+    void handleEscape();
+    EditHistory::Values values() const;
+    void show(const EditHistory::Values& from, const EditHistory::Values& to);
+    void notify(const std::string& line, double seconds);
+    void say(const std::string& line);
     void end(int exitCode);
 
     const Options& options_;
@@ -93,9 +105,16 @@ class App {
     std::shared_ptr<RunLoop> loop_ = RunLoop::create();
     std::unique_ptr<hosts::Instance> instance_;
     std::unique_ptr<hosts::EditorWindow> window_;
+    std::shared_ptr<hosts::CaptionView> notice_ = std::make_shared<hosts::CaptionView>();
+    std::optional<RunLoop::TimerID> noticeTimer_;
+    EditHistory history_;
+    EditHistory::Values before_{};  // the gesture under way
+    std::optional<double> escape_;  // when Esc was pressed first
+    const SavedSettings saved_ = SavedSettings::read(options_.settingsPath);
     std::unique_ptr<SoundLoop> sound_;
     std::unique_ptr<SoundSource> source_;
     bool isOnJack_ = false;
+    bool isRestored_ = false;  // what was kept, before the first sound
     int exitCode_ = 0;
 };
 
@@ -116,6 +135,7 @@ int App::run() {
     });
     window_->native().show();
     loop_->run();
+    saveSettings();
     return exitCode_;
 }
 
@@ -127,7 +147,7 @@ void App::end(int exitCode) {
 void App::openWindow() {
     hosts::EditorWindow::Options options;
     options.scale = options_.scale;
-    if (options_.size.width > 0) options.size = options_.size;
+    options.size = options_.size.value_or(saved_.size.value_or(options.size));
     std::string error;
     window_ = hosts::EditorWindow::open(*instance_, options, &error);
     if (!window_) throw std::runtime_error(error);
@@ -138,6 +158,72 @@ void App::openWindow() {
         end(1);
     };
     window_->onKey = [this](const platform::KeyStroke& stroke) { return handleKey(stroke); };
+    window_->gesture().onBegin = [this] { before_ = values(); };
+    window_->gesture().onEnd = [this] { history_.add({before_, values()}); };
+    window_->content().addSubview(notice_);
+}
+
+// Settings
+
+void App::restoreSettings(double rate) {
+    if (saved_.brightness) window_->setBrightness(*saved_.brightness);
+    window_->setPicture(saved_.picture);
+    if (options_.preset)
+        instance_->selectFactoryPreset(*options_.preset);
+    else
+        instance_->restoreState(saved_.state);
+    if (options_.values)
+        for (const auto& [address, value] : options_.values(rate))
+            instance_->setValue(address, value);
+    window_->setValue(kBypass, instance_->value(kBypass));  // the panel's switch, too
+}
+
+void App::saveSettings() {
+    if (options_.settingsPath.empty()) return;
+    const SavedSettings settings{.size = window_->native().size(),
+                                 .brightness = window_->brightness(),
+                                 .picture = window_->picture(),
+                                 .state = instance_->saveState()};
+    if (const auto error = settings.write(options_.settingsPath); !error.empty()) say(error);
+}
+
+// Keys and messages
+
+EditHistory::Values App::values() const {
+    EditHistory::Values values;
+    for (std::uint64_t address = 0; address < values.size(); ++address)
+        values[address] = instance_->value(address);
+    return values;
+}
+
+/// Sets only what differs: MIDI may have changed other values since.
+void App::show(const EditHistory::Values& from, const EditHistory::Values& to) {
+    for (std::uint64_t address = 0; address < to.size(); ++address)
+        if (from[address] != to[address]) window_->setValue(address, to[address]);
+}
+
+void App::notify(const std::string& line, double seconds) {
+    if (!window_) return;
+    const auto size = window_->content().bounds().size;
+    notice_->show({{line, hosts::CaptionView::Line::Kind::head}},
+                  {size.width / 2, size.height, 0, 0});
+    if (noticeTimer_) loop_->cancel(*noticeTimer_);
+    noticeTimer_ = loop_->schedule(seconds, false, [this] { notice_->hide(); });
+}
+
+void App::say(const std::string& line) {
+    fmt::print(stderr, "kelvane: {}\n", line);
+    if (hasTerminal()) return;
+    auto sentence = line;
+    sentence[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(sentence[0])));
+    notify(sentence, kNoticeTime);
+}
+
+void App::handleEscape() {
+    const bool isSecond = escape_ && loop_->now() - *escape_ < kSecondEsc;
+    if (!isOnJack_ || isSecond) return end(0);
+    escape_ = loop_->now();
+    notify("Connected to JACK: press Esc again to end", kSecondEsc);
 }
 
 bool App::handleKey(const platform::KeyStroke& stroke) {
@@ -146,11 +232,20 @@ bool App::handleKey(const platform::KeyStroke& stroke) {
             sound_->setPlaying(!sound_->isPlaying());
             return true;
         case Key::escape:
-            end(0);
+            handleEscape();
             return true;
         default:
-            return false;
+            break;
     }
+    if (!stroke.held.control || (stroke.character != 'z' && stroke.character != 'Z')) return false;
+    if (window_->gesture().isHeld()) return true;  // a drag is not over yet
+    const auto* step = stroke.held.shift ? history_.redo() : history_.undo();
+    if (!step) return true;
+    if (stroke.held.shift)
+        show(step->before, step->after);
+    else
+        show(step->after, step->before);
+    return true;
 }
 
 // Sound
@@ -202,8 +297,9 @@ bool App::startOn(std::unique_ptr<SoundSource> source) {
     sound_ = std::make_unique<SoundLoop>(options_.sound.atRate(rate));
     sound_->setPlaying(isPlaying);
     instance_->deactivate();
-    return instance_->activate(rate, source_->longestBlock(), nullptr) &&
-           source_->start(*instance_, *sound_);
+    if (!instance_->activate(rate, source_->longestBlock(), nullptr)) return false;
+    if (!std::exchange(isRestored_, true)) restoreSettings(rate);
+    return source_->start(*instance_, *sound_);
 }
 
 }  // namespace

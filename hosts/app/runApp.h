@@ -1,6 +1,12 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "hosts/app/SoundLoop.h"
 #include "platform/coregraphics/CGGeometry.h"
@@ -11,19 +17,27 @@ namespace qov::app {
 struct Options {
     /// What plays round and round; empty for none.
     Sound sound;
-    /// Points; zero for the panel's own size.
-    platform::CGSize size;
+    /// Points; without it that of the last run, or the panel's own.
+    std::optional<platform::CGSize> size;
     /// Pixels a point; 0 for what the desktop says.
     platform::CGFloat scale = 0;
     bool useJack = true;
     /// The JACK server's name; empty for the usual one.
     std::string jackServer;
+    /// Factory preset in place of the values of the last run.
+    std::optional<std::size_t> preset;
+    /// Address and value of the parameters to set after that, at so many frames per second; empty
+    /// for none.
+    std::function<std::vector<std::pair<std::uint64_t, float>>(double rate)> values;
+    /// Where the settings are kept from one run to the next; empty for nowhere.
+    std::string settingsPath;
 };
 
 /// The window with the editor, until the user closes it (or a signal asks for it). Space plays and
-/// pauses the sound, Esc ends; all other keys are the editor's. Returns the exit code.
-/// Throws std::runtime_error with a line for the user where there is no screen.
-/// What else there is to know goes to standard error, a line each.
+/// pauses the sound, Ctrl+Z undoes a gesture and Ctrl+Shift+Z redoes it, Esc ends (twice while on
+/// JACK); all other keys are the editor's. Returns the exit code. Throws std::runtime_error with a
+/// line for the user where there is no screen. Other messages go to standard error, a line each,
+/// and into the window where the program has no terminal.
 int runApp(const Options& options);
 
 }  // namespace qov::app

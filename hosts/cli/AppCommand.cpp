@@ -11,7 +11,11 @@
 #include <regex>
 #include <string>
 
+#include "audiounit/presets.h"
+#include "hosts/app/SavedSettings.h"
 #include "hosts/app/runApp.h"
+#include "hosts/app/showError.h"
+#include "hosts/cli/Parameters.h"
 #include "hosts/cli/SoundReader.h"
 #include "hosts/cli/parseOptions.h"
 #include "platform/foundation/Console.h"
@@ -53,26 +57,34 @@ platform::CGSize parseSize(const std::string& text) {
                   2);
 }
 
-}  // namespace
-
-int runApp(const Arguments& arguments) {
+int run(const Arguments& arguments) {
     CLI::App cli(
         "Opens the effect with its editor in a window, as a JACK client; while no JACK server "
         "runs, in silence.\n"
         "Wheel and arrows turn the control under the mouse, with Shift ten times finer; a double "
-        "click sets its default, Return types a value. Space plays and pauses FILE, Esc ends.",
+        "click sets its default, Return types a value. Space plays and pauses FILE, Ctrl+Z undoes, "
+        "Ctrl+Shift+Z redoes, Esc ends (twice while connected to JACK). The settings are saved for "
+        "the next run; the options below override them.",
         "kelvane app");
     std::string file, size;
     app::Options options;
     bool noJack = false, diagnostics = false;
     cli.add_option("FILE", file, "a sound that plays into the effect, round and round");
-    cli.add_option("--size", size, "the window's size in points (680x440)");
+    cli.add_option("--size", size, "the window's size in points (that of the last run)");
     cli.add_option("--scale", options.scale, "pixels a point (what the desktop says)")
         ->check(CLI::Range(0.5, 8.0));
     cli.add_option("--jack-server", options.jackServer, "the JACK server's name");
     cli.add_flag("--no-jack", noJack, "run in silence, without JACK");
     cli.add_flag("--diagnostics", diagnostics, "print the effect's own console lines");
+    std::array<std::string, allParameters.size()> values;
+    declareParameters(cli, values, true);
+    cli.add_option("--preset", options.preset, "factory preset, in place of the saved parameters")
+        ->check(CLI::Range(std::size_t{0}, factoryPresetCount - 1))
+        ->type_name("0..2");
     if (const auto code = parseOptions(cli, arguments)) return *code;
+    static_cast<void>(parseSettings(values, highestRate));  // what is wrong at every rate
+    options.values = [&values](double rate) { return parseSettings(values, rate); };
+    options.settingsPath = app::SavedSettings::defaultPath();
     options.useJack = !noJack;
     if (!size.empty()) options.size = parseSize(size);
     if (!file.empty()) options.sound = readSound(file);
@@ -80,6 +92,15 @@ int runApp(const Arguments& arguments) {
     if (diagnostics || (asked && std::string(asked) == "1"))
         platform::console::setSink(platform::console::standardOutput());
     return app::runApp(options);
+}
+
+}  // namespace
+
+int runApp(const Arguments& arguments) try {
+    return run(arguments);
+} catch (const std::exception& error) {
+    if (!app::hasTerminal()) app::showError(error.what());
+    throw;
 }
 
 }  // namespace qov::cli

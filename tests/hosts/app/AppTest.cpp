@@ -2,13 +2,12 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cmath>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
-#include <numbers>
 #include <thread>
 
 #include <gmock/gmock.h>
@@ -24,91 +23,121 @@ using qov::test::Child;
 using qov::test::Jack;
 using qov::test::Screen;
 using testing::HasSubstr;
+using Words = std::vector<std::string>;
 
 const std::string silent = "kelvane: no JACK server answers; the effect runs in silence\n";
-const std::string noServer = "no-such-server-of-kelvane";
 
-void waitForWindow() {
-    Screen::xdo("search --sync --onlyvisible --name Kelvane");
-}
+/// Files and settings of each test lie in a folder that goes with it.
+class App : public testing::Test {
+ protected:
+    App() {
+        std::filesystem::create_directories(folder);
+        setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
+    }
+    ~App() override { std::filesystem::remove_all(folder); }
 
-TEST(App, SaysInOneLineThatThereIsNoScreen) {
-    unsetenv("DISPLAY");
-    Child app({KELVANE, "app"});
-    EXPECT_EQ(app.wait(), 1);
-    EXPECT_EQ(app.errorUntil(""),
-              "kelvane: no X server: the environment variable DISPLAY is not set\n");
-}
+    /// words: what the command is run by.
+    static Child start(const Words& options, Words words = {}) {
+        words.insert(words.end(), {KELVANE, "app"});
+        words.insert(words.end(), options.begin(), options.end());
+        return Child(words);
+    }
+    static void waitForWindow() { Screen::xdo("search --sync --onlyvisible --name Kelvane"); }
+    /// Presses keys; it ends with this code, and this is all that it wrote.
+    static void expectEnd(Child& app, const std::string& keys, int code = 0,
+                          const std::string& lines = "") {
+        if (!keys.empty()) Screen::xdo(keys);
+        EXPECT_EQ(app.wait(), code) << app.errorUntil("");
+        EXPECT_EQ(app.errorUntil(""), lines);
+    }
 
-TEST(App, WrongOptionsAreToldApart) {
-    for (const auto& [arguments, code, line] :
-         std::vector<std::tuple<std::vector<std::string>, int, std::string>>{
-             {{"--size", "0x4"}, 2, "--size '0x4'"},
-             {{"--scale", "99"}, 2, "--scale"},
-             {{"no-such-file.wav"}, 1, "no-such-file.wav"}}) {
-        std::vector<std::string> words{KELVANE, "app"};
-        words.insert(words.end(), arguments.begin(), arguments.end());
-        Child app(words);
-        EXPECT_EQ(app.wait(), code);
-        EXPECT_THAT(app.errorUntil(""), HasSubstr(line));
+    std::filesystem::path folder =
+        std::filesystem::temp_directory_path() / ("kelvane-app-" + std::to_string(getpid()));
+};
+
+TEST_F(App, ReportsWhatIsWrongAndShowsItWithoutATerminal) {
+    std::unique_ptr<Screen> screen;
+    for (const bool isOnScreen : {false, true}) {
+        isOnScreen ? void(screen = std::make_unique<Screen>()) : void(unsetenv("DISPLAY"));
+        for (const auto& [options, code, line] : std::vector<std::tuple<Words, int, std::string>>{
+                 {{"--size", "0x4"}, 2, "--size '0x4'"},
+                 {{"--scale", "99"}, 2, "--scale"},
+                 {{"--phase-shift", "90ms"}, 2, "--phase-shift: 90ms is out of range"},
+                 {{"no-such-file.wav"}, 1, "no-such-file.wav"},
+                 {{"--no-jack"}, 1, "the environment variable DISPLAY is not set"}}) {
+            if (isOnScreen && options[0] == "--no-jack") continue;
+            auto app = start(options, {"setsid"});
+            if (isOnScreen) {
+                waitForWindow();
+                Screen::xdo("mousemove 100 100 key a key Escape");
+            }
+            EXPECT_EQ(app.wait(), code) << app.errorUntil("");
+            EXPECT_THAT(app.errorUntil(""), HasSubstr(line));
+        }
     }
 }
 
-TEST(App, RunsSilentWithoutJackAndEndsByEscSignalOrCloseButton) {
-    const Screen screen;
-    {
-        Child app({KELVANE, "app", "--jack-server", noServer});
-        waitForWindow();
-        Screen::xdo("mousemove 300 300 key space key Escape");
-        EXPECT_EQ(app.wait(), 0);
-        EXPECT_EQ(app.errorUntil(""), silent);
-    }
-    const std::vector<std::pair<int, std::function<void(const Child&)>>> ends{
-        {128 + SIGTERM, [](const Child& app) { app.signal(SIGTERM); }},
-        {0, [](const Child&) { Screen::pressCloseButton(); }},
-        {0, [](const Child&) {
+TEST_F(App, EndsByEscSignalOrCloseButtonAndWithTheXServer) {
+    auto screen = std::make_unique<Screen>();
+    const std::vector<std::tuple<int, std::string, std::function<void(const Child&)>>> ends{
+        {0, "", [](const auto&) { Screen::xdo("mousemove 300 300 key space key Escape"); }},
+        {128 + SIGTERM, "", [](const Child& app) { app.signal(SIGTERM); }},
+        {0, "",
+         [](const auto&) {
              Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 300");
              Screen::pressCloseButton();
              Screen::xdo("mouseup 1");
-         }}};
-    for (const auto& [code, end] : ends) {
-        Child app({KELVANE, "app", "--no-jack"});
+         }},
+        {1, "kelvane: the X server has gone, and the window with it\n",
+         [&](const auto&) { screen.reset(); }}};
+    for (const auto& [code, lines, end] : ends) {
+        auto app = start({"--jack-server", "no-such-server-of-kelvane"});
         waitForWindow();
         end(app);
-        EXPECT_EQ(app.wait(), code);
-        EXPECT_EQ(app.errorUntil(""), "");
+        expectEnd(app, "", code, silent + lines);
     }
 }
 
-TEST(App, EndsWithOneLineWhenTheXServerGoes) {
-    auto screen = std::make_unique<Screen>();
-    Child app({KELVANE, "app", "--no-jack"});
-    waitForWindow();
-    screen.reset();
-    EXPECT_EQ(app.wait(), 1);
-    EXPECT_EQ(app.errorUntil(""), "kelvane: the X server has gone, and the window with it\n");
+TEST_F(App, UndoesGesturesAndKeepsSettingsForTheNextRun) {
+    const Screen screen;
+    const std::string suspend = "mousemove 520 297 click 1 ", swap = "mousemove 60 90 click 1 ";
+    for (const auto& [options, keys, kept] : std::vector<std::tuple<Words, std::string, Words>>{
+             {{"--stereo-width", "+50%", "--swap-channels", "on"}, "", {"value.0=0.75\n"}},
+             {{}, suspend + "mousemove 60 268 click 1 ", {"value.7=1\n", "picture 1 1 1\n"}},
+             {{"--size", "690x450"}, "key ctrl+z key ctrl+shift+z key ctrl+z", {"value.7=1\n"}},
+             {{}, swap + "key ctrl+z key ctrl+z key ctrl+shift+z", {"value.3=0\n", "size 690 450"}},
+             {{}, suspend + "key ctrl+z", {"value.7=1\n"}},
+             {{}, suspend, {"value.7=0\n", "value.0=0.75\n", "picture 1 1 1\n"}},
+             {{}, "mousemove 300 380 click 4 key ctrl+z", {"value.0=0.75\n"}},
+             {{"--preset", "0"}, "", {"value.0=0.5\n"}}}) {
+        auto app = start(options, {});
+        waitForWindow();
+        expectEnd(app, keys + " mousemove 300 300 key Escape", 0, silent);
+        std::ifstream file(folder / "kelvane" / "settings");
+        const std::string text(std::istreambuf_iterator<char>(file), {});
+        for (const auto& line : kept) EXPECT_THAT(text, HasSubstr(line)) << keys;
+    }
 }
 
-TEST(App, TheMouseChangesTheSoundOfAJackGraph) {
+TEST_F(App, TheMouseChangesTheSoundOfAJackGraph) {
     const Screen screen;
     auto jack = std::make_unique<Jack>();
-    const auto path = std::filesystem::temp_directory_path() /
-                      ("kelvane-app-" + std::to_string(getpid()) + ".wav");
+    const auto path = folder / "left.wav";
     {
-        // A tone on the left alone, at a rate that is not the server's.
-        SF_INFO info{};
-        info.samplerate = 44100;
-        info.channels = 2;
-        info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+        // On the left alone, at a rate that is not the server's.
+        SF_INFO info{.frames = 0,
+                     .samplerate = 44100,
+                     .channels = 2,
+                     .format = SF_FORMAT_WAV | SF_FORMAT_FLOAT,
+                     .sections = 0,
+                     .seekable = 0};
         auto* file = sf_open(path.c_str(), SFM_WRITE, &info);
-        for (int i = 0; i < 44100; ++i) {
-            const float frame[2] = {
-                static_cast<float>(0.5 * std::sin(2 * std::numbers::pi * 441 * i / 44100)), 0};
-            sf_writef_float(file, frame, 1);
-        }
+        std::vector<float> frames(88200);
+        for (std::size_t i = 0; i < frames.size(); i += 2) frames[i] = 0.5F;
+        sf_writef_float(file, frames.data(), 44100);
         sf_close(file);
     }
-    Child app({KELVANE, "app", path.string(), "--jack-server", jack->name});
+    auto app = start({path.string(), "--jack-server", jack->name});
     waitForWindow();
     EXPECT_TRUE(jack->listenTo("kelvane:out left", "kelvane:out right"));
     EXPECT_TRUE(jack->hears(0.5F, 0));
@@ -133,28 +162,29 @@ TEST(App, TheMouseChangesTheSoundOfAJackGraph) {
     EXPECT_TRUE(jack->hears(0.25F, 0.75F)) << "as before";
     EXPECT_THAT(app.errorUntil("plays"), HasSubstr("a JACK server answers"));
     Screen::xdo("key Escape");
-    EXPECT_EQ(app.wait(), 0);
-    std::filesystem::remove(path);
+    EXPECT_TRUE(jack->hears(0.25F, 0.75F)) << "one Esc does not end a client";
+    Screen::xdo("key Escape");
+    EXPECT_EQ(app.wait(), 0) << app.errorUntil("");
 }
 
-TEST(App, LooksOnForAServerThatGoesBeforeItHasStartedTheClient) {
+TEST_F(App, LooksOnForAServerThatGoesBeforeItHasStartedTheClient) {
     const Screen screen;
     Jack jack;
-    Child app({"env", "LD_PRELOAD=" LOST_SERVER, KELVANE, "app", "--jack-server", jack.name});
+    auto app = start({"--jack-server", jack.name}, {"env", "LD_PRELOAD=" LOST_SERVER});
     waitForWindow();
     EXPECT_EQ(app.errorUntil("silence"), silent);
     EXPECT_TRUE(jack.listenTo("kelvane:out left", "kelvane:out right"));
     EXPECT_THAT(app.errorUntil("plays"), HasSubstr("a JACK server answers"));
-    Screen::xdo("mousemove 300 300 key Escape");
-    EXPECT_EQ(app.wait(), 0);
+    Screen::xdo("mousemove 300 300 key Escape key Escape");
+    EXPECT_EQ(app.wait(), 0) << app.errorUntil("");
 }
 
 // A laptop's lid, a debugger, a machine with too much to do: whole cycles are missed, and the sound
 // comes back.
-TEST(App, PlaysOnAfterItWasStarved) {
+TEST_F(App, PlaysOnAfterItWasStarved) {
     const Screen screen;
     Jack jack;
-    Child app({KELVANE, "app", "--jack-server", jack.name});
+    auto app = start({"--jack-server", jack.name});
     waitForWindow();
     EXPECT_TRUE(jack.playInto("kelvane:in left", "kelvane:in right"));
     EXPECT_TRUE(jack.listenTo("kelvane:out left", "kelvane:out right"));
@@ -167,22 +197,20 @@ TEST(App, PlaysOnAfterItWasStarved) {
     }
     Screen::xdo("mousemove 60 90 click 1");
     EXPECT_TRUE(jack.hears(0, 0.5F)) << "swapped";
-    Screen::xdo("key Escape");
-    EXPECT_EQ(app.wait(), 0);
-    EXPECT_EQ(app.errorUntil(""), "");
+    expectEnd(app, "key Escape key Escape");
 }
 
-// The time of day jumps by years to and fro; what waits, waits by the monotonic clock.
-TEST(App, DoesNotNoticeThatTheTimeOfDayJumps) {
+// The time of day jumps by years to and fro; every wait uses the monotonic clock.
+TEST_F(App, DoesNotNoticeThatTheTimeOfDayJumps) {
     const Screen screen;
-    const auto time =
-        std::filesystem::temp_directory_path() / ("kelvane-time-" + std::to_string(getpid()));
+    const auto time = folder / "time";
     const auto jumpTo = [&](const char* shift) { std::ofstream(time) << shift; };
     jumpTo("+0");
     const std::string server = "kelvane-test" + std::string(std::getenv("DISPLAY")).substr(1);
-    Child app({"env", "LD_PRELOAD=/usr/$LIB/faketime/libfaketimeMT.so.1",
-               "FAKETIME_TIMESTAMP_FILE=" + time.string(), "FAKETIME_NO_CACHE=1",
-               "FAKETIME_DONT_FAKE_MONOTONIC=1", KELVANE, "app", "--jack-server", server});
+    auto app =
+        start({"--jack-server", server}, {"env", "LD_PRELOAD=/usr/$LIB/faketime/libfaketimeMT.so.1",
+                                          "FAKETIME_TIMESTAMP_FILE=" + time.string(),
+                                          "FAKETIME_NO_CACHE=1", "FAKETIME_DONT_FAKE_MONOTONIC=1"});
     waitForWindow();
     EXPECT_EQ(app.errorUntil("silence"), silent);
     jumpTo("-20y");
@@ -196,9 +224,8 @@ TEST(App, DoesNotNoticeThatTheTimeOfDayJumps) {
         EXPECT_TRUE(jack.hears(0, 0.5F)) << "swapped";
     }
     jumpTo("-1y");
-    Screen::xdo("key Escape");
-    EXPECT_EQ(app.wait(), 0);
-    std::filesystem::remove(time);
+    Screen::xdo("key Escape key Escape");
+    EXPECT_EQ(app.wait(), 0) << app.errorUntil("");
 }
 
 }  // namespace

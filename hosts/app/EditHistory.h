@@ -1,0 +1,38 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+#include "audiounit/parameters.h"
+
+namespace qov::app {
+
+/// What can be undone and redone: a step for each gesture that changed something. Main thread.
+class EditHistory {
+ public:
+    /// Of each parameter, by address.
+    using Values = std::array<float, parameterCount>;
+    struct Step {
+        Values before, after;
+    };
+    static constexpr std::size_t longest = 1000;  // steps; the oldest are dropped
+
+    /// Drops the steps that could have been redone. No-op where nothing changed.
+    void add(const Step& step) {
+        if (step.before == step.after) return;
+        steps_.resize(done_);
+        if (steps_.size() == longest) steps_.erase(steps_.begin());
+        steps_.push_back(step);
+        done_ = steps_.size();
+    }
+    /// The step to take back, or to take again; null where there is none left.
+    const Step* undo() { return done_ > 0 ? &steps_[--done_] : nullptr; }
+    const Step* redo() { return done_ < steps_.size() ? &steps_[done_++] : nullptr; }
+
+ private:
+    std::vector<Step> steps_;
+    std::size_t done_ = 0;  // steps in force
+};
+
+}  // namespace qov::app

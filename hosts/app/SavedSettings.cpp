@@ -1,0 +1,87 @@
+#include "hosts/app/SavedSettings.h"
+
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <locale>
+#include <sstream>
+#include <system_error>
+
+#include <fmt/format.h>
+
+namespace qov::app {
+
+namespace {
+
+constexpr double largestSide = 8192;  // points
+
+bool isSide(double side) {
+    return side >= 1 && side <= largestSide;
+}
+
+}  // namespace
+
+std::string SavedSettings::defaultPath() {
+    const auto value = [](const char* name) {
+        const char* text = std::getenv(name);
+        return std::string(text ? text : "");
+    };
+    // A relative path there is invalid by the desktop's own rules.
+    auto folder = value("XDG_CONFIG_HOME");
+    if (!folder.starts_with('/')) {
+        const auto home = value("HOME");
+        if (home.empty()) return {};
+        folder = home + "/.config";
+    }
+    return folder + "/kelvane/settings";
+}
+
+SavedSettings SavedSettings::read(const std::string& path) {
+    SavedSettings settings;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream words(line);
+        words.imbue(std::locale::classic());
+        std::string key;
+        words >> key;
+        if (key == "size") {
+            platform::CGSize size;
+            if (words >> size.width >> size.height && isSide(size.width) && isSide(size.height))
+                settings.size = size;
+        } else if (key == "brightness") {
+            float brightness = 0;
+            if (words >> brightness && brightness >= 0 && brightness <= 1)
+                settings.brightness = brightness;
+        } else if (key == "picture") {
+            hosts::EditorWindow::Picture picture;
+            if (words >> picture.isShown >> picture.isNormalized >> picture.isLines)
+                settings.picture = picture;
+        } else {
+            settings.state += line + '\n';
+        }
+    }
+    return settings;
+}
+
+std::string SavedSettings::write(const std::string& path) const {
+    namespace fs = std::filesystem;
+    const auto beside = fmt::format("{}.{}", path, getpid());
+    std::error_code error;
+    fs::create_directories(fs::path(path).parent_path(), error);
+    std::ofstream file(beside, std::ios::trunc);
+    if (size) file << fmt::format("size {} {}\n", size->width, size->height);
+    if (brightness) file << fmt::format("brightness {}\n", *brightness);
+    file << fmt::format("picture {:d} {:d} {:d}\n{}", picture.isShown, picture.isNormalized,
+                        picture.isLines, state);
+    file.close();
+    if (file) fs::rename(beside, path, error);
+    if (file && !error) return {};
+    std::error_code ignored;
+    fs::remove(beside, ignored);
+    return fmt::format("{}: the settings cannot be written{}", path,
+                       error ? ": " + error.message() : "");
+}
+
+}  // namespace qov::app
