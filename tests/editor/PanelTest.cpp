@@ -67,18 +67,7 @@ class Panel : public test::EditorFixture {
         for (const auto event : {1, 64, 128, 256, 4096})
             panel->addTarget([this, event](auto&) { events += std::to_string(event) + " "; },
                              static_cast<platform::UIControlEvents>(event));
-        showPanel(680);
     }
-    void showPanel(double width) {
-        panel->setFrame({0, 0, width, width * 11 / 17});
-        draw(*panel, panel->bounds().width(), panel->bounds().height());
-    }
-    platform::UITouchSet finger(CGPoint at) {
-        return {std::make_shared<platform::UITouch>(panel, panel->convertToWindow(at), 0)};
-    }
-    void down(CGPoint p) { panel->touchesBegan(finger(p), nullptr); }
-    void move(CGPoint p) { panel->touchesMoved(finger(p), nullptr); }
-    void up(CGPoint p) { panel->touchesEnded(finger(p), nullptr); }
     std::string takeReports() { return std::exchange(reports->log, {}).str(); }
     std::string takeEvents() { return std::exchange(events, {}); }
 
@@ -105,7 +94,7 @@ TEST_F(Panel, EachHotspotSwitchesOrStartsItsOwnControl) {
         {{248, 355, 238, 44}, "stereo width", "", ""},
         {{340, 220, 0, 0}, "", "", ""}};
     for (const double width : {680.0, 340.0, 2048.0}) {
-        showPanel(width);
+        show({width, width * 11 / 17});
         for (const auto& [area, mode, on, off] : cases) {
             const auto touchAt = [&](double x, double y) {
                 controller->touchesLocked = !*mode;
@@ -113,7 +102,9 @@ TEST_F(Panel, EachHotspotSwitchesOrStartsItsOwnControl) {
                 EXPECT_EQ(panel->currentEditingMode, mode);
                 EXPECT_EQ(controller->touchesLocked, *mode != 0);
                 EXPECT_EQ(console.take().back(), std::string("Current editing mode is: ") + mode);
-                return takeReports();
+                const auto reported = takeReports();
+                up({x * width / 680, y * width / 680}), takeReports();
+                return reported;
             };
             EXPECT_EQ(touchAt(area.minX() + 0.6, area.minY() + 0.6), on);
             EXPECT_EQ(touchAt(area.maxX() - 0.6, area.maxY() - 0.6), off);
@@ -139,7 +130,7 @@ TEST_F(Panel, DragsFollowTheFingerAndStopAtTheEnds) {
              {680, 1, {460, 60}, {460, 0}, ""},
              {1360, 1, {1020, 400}, {1020, 160}, "p2=0.6 "}};  // divided by the scale twice
     for (const auto& row : rows) {
-        showPanel(row.width);
+        show({row.width, row.width * 11 / 17});
         panel->scaler = row.scaler;
         for (const int address : {0, 1, 2}) panel->updateParameter(address, 0.5F);
         down(row.from);
@@ -154,15 +145,15 @@ TEST_F(Panel, DragsFollowTheFingerAndStopAtTheEnds) {
 }
 
 TEST_F(Panel, CancelKeepsTheModeAndTouchesWithoutOwnersAreIgnored) {
-    down({340, 220});
-    EXPECT_EQ(takeEvents(), "");
+    tapAt({340, 220});
+    EXPECT_EQ(takeEvents(), "4096 64 ");
     down({300, 370});
-    panel->touchesCancelled({}, nullptr);
+    touch(platform::UITouchPhase::cancelled, {300, 370});
     EXPECT_EQ(takeEvents(), "1 256 ");
     EXPECT_EQ(panel->currentEditingMode, "stereo width");
     EXPECT_FALSE(controller->touchesLocked);
-    panel->setFrame({0, 0, 200, 100});  // the touch-down lies outside these bounds
-    up({300, 370});
+    show({340, 220});
+    tapAt({300, 200});  // on the canvas this is (600, 400), outside the bounds
     EXPECT_EQ(takeEvents(), "4096 128 ");
     EXPECT_DEATH(panel->touchesBegan({}, nullptr), "empty set of touches");
     panel->viewController.reset();
@@ -239,15 +230,15 @@ TEST_F(Panel, LooksAsApproved) {
     check("panel-white", *panel, 340);
     panel->setBrightness(0.25f);
     check("panel-edited", *panel, 340, 2);
-    showPanel(680);  // touches are in its scale
+    panel->setNeedsDisplay(), settle(0);  // touches are in the scale of the last drawing
     const CGPoint resets[]{{216, 379}, {465, 63}};
     const CGPoint others[]{{300, 379}, {300, 60}, {575, 220}, {575, 297}};
     for (const CGPoint at : resets) down(at);
     check("panel-reset", *panel, 680);
-    for (const CGPoint at : resets) down(at), up(at);
+    for (const CGPoint at : resets) tapAt(at);
     for (const CGPoint at : others) down(at);
     check("panel-held", *panel, 680);
-    for (const CGPoint at : others) down(at), up(at);
+    for (const CGPoint at : others) tapAt(at);
     check("panel-edited", *panel, 340, 2);
     controller->pluginFrame->contrast = 0.75f;
     check("frame", *controller->pluginFrame, 170);
