@@ -81,7 +81,7 @@ class Pair {
             default:
                 return process(bytes);
         }
-        // Hosts hear of what they have set with the next block at the latest.
+        // What a host has set takes effect with the next block at the latest.
         const std::uint8_t none = 0;
         Bytes nothing(&none, 0);
         process(nothing);

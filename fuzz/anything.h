@@ -19,7 +19,7 @@ class Noise {
     std::uint32_t state_;
 };
 
-/// A parameter's value, 0..1, or one that is none.
+/// A parameter's value in 0..1, or an invalid one.
 inline float anyValue(std::uint8_t choice) {
     if (choice < 200) return static_cast<float>(choice) / 199;
     constexpr float wrong[] = {NAN, INFINITY, -INFINITY, -1, 2, 1e-42F};

@@ -1,5 +1,5 @@
 // Whatever the text is: events in order and in range, which written out again read the same, or one
-// line that says where it is wrong.
+// line that names the place of the error.
 
 #include <cstddef>
 #include <cstdint>
@@ -65,9 +65,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } catch (const Failure& failure) {
         const std::string_view line = failure.what();
         require(line.starts_with("moves:") && line.find('\n') == std::string_view::npos,
-                "it does not say where in one line");
+                "the error is not one line that names its place");
         return 0;
     }
-    require(writtenAll(lines) == lines, "what was written reads otherwise");
+    require(writtenAll(lines) == lines, "what was written is read differently");
     return 0;
 }

@@ -3,7 +3,7 @@
 //
 // Input: the window's size in two bytes (half of its width first), then actions of five bytes: what
 // (with a finger), place across and down (of 240 parts of the window, and somewhat beyond it), how
-// much, and how long to wait before the next.
+// much, and the time until the next.
 
 #include <cmath>
 #include <cstdint>
@@ -31,7 +31,7 @@ using namespace qov;
 using platform::CGSize;
 using platform::UITouchPhase;
 
-/// Few, as nobody looks.
+/// Few, for speed: the picture is not checked.
 constexpr double pixelsPerPoint = 0.125;
 
 class Editor {

@@ -5,7 +5,7 @@
 #include "hosts/cli/Command.h"
 #include "hosts/cli/MidiFile.h"
 
-// Whatever the bytes are: a file, or one line that says why not.
+// Any bytes: they are a MIDI file, or the error is one line.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     try {
         const auto file = qov::cli::parseMidiFile({data, size}, "fuzz.mid");

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-/// Ends the fuzzer's run as failed, saying what is the matter, unless it holds.
+/// Unless it holds, prints what is wrong and ends the fuzzer's run as failed.
 inline void require(bool holds, const char* what) {
     if (holds) return;
     std::fprintf(stderr, "%s\n", what);

@@ -70,20 +70,18 @@ TEST_F(AnimatorStacks, WithoutOnFinishedTickOnAndKeepWhatWasFinishedBefore) {
     EXPECT_FALSE(loop->nextDeadline());
 }
 
-TEST_F(AnimatorStacks, TakeAFrameForEachTimeAnAnimatorWasAdded) {
+TEST_F(AnimatorStacks, FinishTheTickOverItsSnapshotWhenACallbackResetsOrAdds) {
     auto& twice = armed("a", 0, 2, 2);
+    auto& late = armed("late", 0, 2, 2);
     add(twice);
     add(twice);
     EXPECT_TRUE(stack->animate());
     EXPECT_TRUE(stack->animate());  // settles in the first place, which skips the second
     EXPECT_EQ(log, "a0 a1 afinished:2 ");
     EXPECT_EQ(stack->getCount(), 1);
-}
-
-TEST_F(AnimatorStacks, FinishTheTickOverItsSnapshotWhenACallbackResetsOrAdds) {
-    add(armed("a", 0, 2, 2));
+    log.clear();
     add(armed("b", 0, 2, 2));
-    auto& late = armed("late", 0, 2, 2);
+    add(armed("c", 0, 2, 2));
     stack->onAnimation = [&](AnimatorStack& s, Animator&) {
         s.reset();
         s.add(late.shared_from_this());
@@ -91,8 +89,8 @@ TEST_F(AnimatorStacks, FinishTheTickOverItsSnapshotWhenACallbackResetsOrAdds) {
     };
     EXPECT_TRUE(stack->animate());
     EXPECT_TRUE(stack->animate());
-    EXPECT_EQ(log, "a0 b0 late0 ");
-    add(armed("c", 0, 2, 0));
+    EXPECT_EQ(log, "b0 c0 late0 ");
+    add(armed("d", 0, 2, 0));
     stack->onAnimation = [](AnimatorStack& s, Animator&) { s.reset(); };
     EXPECT_DEATH((stack->animate(), stack->animate()), "finished animator is not in the list");
 }

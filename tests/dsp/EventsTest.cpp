@@ -73,26 +73,26 @@ TEST(Events, ArePassedOnByTheirType) {
 }
 
 TEST(Events, MidiControllersSetThreeParametersOnAnyChannel) {
+    constexpr std::uint64_t none = 99;
     struct Message {
         std::uint8_t status, number, value;
         std::uint16_t length;
-        float volume, pan, width;  // the parameters afterwards; 9 before
+        std::uint64_t address;
+        float expected;
     };
-    for (const auto& [status, number, value, length, volume, pan, width] :
-         {Message{0xB0, 7, 127, 3, 1, 9, 9}, Message{0xBF, 7, 0, 3, 0, 9, 9},
-          Message{0xB3, 10, 64, 3, 9, 64.0f / 127, 9}, Message{0xB0, 11, 1, 3, 9, 9, 1.0f / 127},
-          Message{0xB0, 11, 100, 1, 9, 9, 100.0f / 127},  // all of it read, however short
-          Message{0xB0, 7, 127, 0, 9, 9, 9}, Message{0xB0, 7, 127, 4, 9, 9, 9},
-          Message{0xB0, 12, 127, 3, 9, 9, 9}, Message{0x90, 7, 127, 3, 9, 9, 9},
-          Message{0xF8, 7, 127, 1, 9, 9, 9}, Message{0xFF, 7, 127, 3, 9, 9, 9}}) {
+    for (const auto& [status, number, value, length, address, expected] :
+         {Message{0xB0, 7, 127, 3, kVolume, 1}, Message{0xBF, 7, 0, 3, kVolume, 0},
+          Message{0xB3, 10, 64, 3, kPanorama, 64.0f / 127},
+          Message{0xB0, 11, 100, 1, kStereoWidth, 100.0f / 127},  // all of it read, however short
+          Message{0xB0, 7, 127, 0, none, 9}, Message{0xB0, 7, 127, 4, none, 9},
+          Message{0xB0, 12, 127, 3, none, 9}, Message{0x90, 7, 127, 3, none, 9},
+          Message{0xF8, 7, 127, 1, none, 9}, Message{0xFF, 7, 127, 3, none, 9}}) {
         QOV_Kelvane_PluginDSPKernel kernel;
-        for (const auto address : {kVolume, kPanorama, kStereoWidth})
-            kernel.setParameter(address, 9);
+        for (const auto each : {kVolume, kPanorama, kStereoWidth}) kernel.setParameter(each, 9);
         const auto event = midiEvent(0, status, number, value, length);
         kernel.handleOneEvent(&event);
-        EXPECT_EQ(kernel.getParameter(kVolume), volume);
-        EXPECT_EQ(kernel.getParameter(kPanorama), pan);
-        EXPECT_EQ(kernel.getParameter(kStereoWidth), width);
+        for (const auto each : {kVolume, kPanorama, kStereoWidth})
+            EXPECT_EQ(kernel.getParameter(each), each == address ? expected : 9);
     }
 }
 

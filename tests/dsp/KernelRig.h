@@ -55,14 +55,6 @@ class KernelRig {
         now += frames;
     }
 
-    /// Takes a parameter's smoothing to its end with silent cycles, then empties the delays.
-    void settle() {
-        for (int cycle = 0; cycle < 20; ++cycle) {
-            Samples left(256), right(256);
-            render(left, right);
-        }
-    }
-
     QOV_Kelvane_PluginDSPKernel kernel;
     std::int64_t now = 0;
 };

@@ -107,36 +107,6 @@ TEST(RandomTree, ExpansionPagesAndPathsShowWhatTheTableContains) {
     }
 }
 
-// Lists that no walk makes: names that repeat, files in the place of folders, replaced lists.
-TEST(RandomTree, ParentsAreThoseOfTheNaiveSearch) {
-    const ConsoleLines console;
-    std::mt19937 random(2);
-    const auto name = [&] { return std::string(1, "abc"[random() % 3]); };
-    FileTree tree;
-    tree.root = std::make_shared<Folder>();
-    for (int i = 0; i < 2000; ++i) {
-        auto path = name();
-        while (random() % 3) path.append("/").append(name());
-        const auto entry = entryOf({path, random() % 2 == 0}, i);
-        std::shared_ptr<File> expected = path.size() == 1 ? tree.root : nullptr;
-        for (const auto& listed : tree.filelist())
-            if (path.size() > 1 && listed->isDirectory &&
-                listed->subpath() == path.substr(0, path.size() - 2))
-                expected = listed;
-        EXPECT_EQ(tree.findParent(entry), expected);
-        EXPECT_EQ(entry->parent(), expected);
-        if (expected) {
-            EXPECT_EQ(std::static_pointer_cast<Folder>(expected)->children.back(), entry);
-        }
-        tree.append(entry);
-        if (random() % 50 == 0)
-            tree.setFilelist({tree.filelist().begin() + 1, tree.filelist().end()});
-        if (random() % 100 == 0) tree.makeExpandedList();
-        if (random() % 20 == 0) tree.makeExpandedPage(std::to_string(random() % 400));
-        if (random() % 150 == 0) tree.clearList();
-    }
-}
-
 // Numbered from 0 on: a, a/b, a/b/c, d.
 TEST(SmallTree, ShowsAndPrintsWhatAnIdentifierNames) {
     ConsoleLines console;

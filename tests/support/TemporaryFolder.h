@@ -53,8 +53,7 @@ class TemporaryFolder {
     std::string path_;
 };
 
-/// While it lives the process has the rights of nobody in particular, also where root runs the
-/// tests.
+/// In its scope the process has the rights of an ordinary user, also where root runs the tests.
 class WithoutPrivileges {
  public:
     WithoutPrivileges() {

@@ -1,4 +1,4 @@
-// Who is called for a change of a parameter, on which thread, and until when.
+// Which observers a change of a parameter calls, on which thread, and until when.
 
 #include "platform/audiotoolbox/AUParameterTree.h"
 

@@ -1,7 +1,6 @@
 #include "platform/dispatch/RunLoop.h"
 
 #include <sys/eventfd.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <array>
@@ -15,7 +14,6 @@
 #include <gtest/gtest.h>
 
 #include "platform/dispatch/DispatchQueue.h"
-#include "tests/support/sanitized.h"
 
 namespace {
 
@@ -214,27 +212,6 @@ TEST(RunLoopWait, RunsUntilItIsStoppedEvenBeforeItBegan) {
     other.join();
     loop->run();
     EXPECT_TRUE(loop->hasEnded());
-}
-
-TEST(RunLoopWait, ALoopThatIsOnlyPumpedOpensNoDescriptorAndOneThatGetsNoneStillTurns) {
-#ifdef QOV_SANITIZED
-    GTEST_SKIP() << "the sanitizers need descriptors of their own";
-#endif
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    const rlimit none{0, before.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
-    const auto loop = RunLoop::create();
-    int runs = 0;
-    loop->schedule(1e-4, false, [&] { ++runs; });
-    while (runs == 0) loop->pump();
-    EXPECT_EQ(loop->fileDescriptor(), -1);
-    EXPECT_FALSE(loop->addFileDescriptor(0, [] {}));
-    std::thread other([&] { loop->submit([&] { ++runs; }); });
-    while (runs == 1) loop->runOnce(60);
-    other.join();
-    setrlimit(RLIMIT_NOFILE, &before);
-    EXPECT_GE(loop->fileDescriptor(), 0);
 }
 
 TEST(RunLoopThreads, EverySubmissionOfAStormRunsOnceInTheOrderOfItsThread) {
