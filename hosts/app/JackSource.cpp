@@ -3,8 +3,8 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstdint>
-#include <utility>
 
 #include "hosts/app/SoundLoop.h"
 #include "hosts/app/SoundSource.h"
@@ -15,8 +15,7 @@ namespace {
 
 class JackSource final : public SoundSource {
  public:
-    JackSource(jack_client_t* client, std::function<void()> onEnd)
-        : client_(client), onEnd_(std::move(onEnd)) {}
+    explicit JackSource(jack_client_t* client) : client_(client) {}
 
     ~JackSource() override {
         jack_deactivate(client_);
@@ -28,6 +27,7 @@ class JackSource final : public SoundSource {
     std::uint32_t longestBlock() const override { return jack_get_buffer_size(client_); }
     bool start(hosts::Instance& instance, SoundLoop& loop) override;
     void tellLatency() override { jack_recompute_total_latencies(client_); }
+    bool hasEnded() const override { return hasEnded_.load(); }
 
  private:
     void process(std::uint32_t frames);
@@ -36,7 +36,7 @@ class JackSource final : public SoundSource {
     void addLatency(jack_latency_callback_mode_t mode);
 
     jack_client_t* client_;
-    std::function<void()> onEnd_;
+    std::atomic<bool> hasEnded_ = false;
     std::array<jack_port_t*, 2> input_{}, output_{};
     jack_port_t* midi_ = nullptr;
     hosts::Instance* instance_ = nullptr;
@@ -65,8 +65,9 @@ bool JackSource::start(hosts::Instance& instance, SoundLoop& loop) {
             return 0;
         },
         this);
+    // Closing the client cancels the thread that calls this, wherever it is: it may hold nothing.
     jack_on_shutdown(
-        client_, [](void* self) { static_cast<JackSource*>(self)->onEnd_(); }, this);
+        client_, [](void* self) { static_cast<JackSource*>(self)->hasEnded_.store(true); }, this);
     jack_set_latency_callback(
         client_,
         [](jack_latency_callback_mode_t mode, void* self) {
@@ -126,7 +127,7 @@ void JackSource::process(std::uint32_t frames) {
 
 }  // namespace
 
-std::unique_ptr<SoundSource> openJack(const std::string& server, std::function<void()> onEnd) {
+std::unique_ptr<SoundSource> openJack(const std::string& server) {
     // The library writes every failed attempt to the terminal by itself.
     jack_set_error_function([](const char*) {});
     jack_set_info_function([](const char*) {});
@@ -138,7 +139,7 @@ std::unique_ptr<SoundSource> openJack(const std::string& server, std::function<v
                                static_cast<jack_options_t>(kNoServerStart | JackServerName),
                                nullptr, server.c_str());
     if (!client) return nullptr;
-    auto source = std::make_unique<JackSource>(client, std::move(onEnd));
+    auto source = std::make_unique<JackSource>(client);
     if (!source->registerPorts()) return nullptr;
     return source;
 }

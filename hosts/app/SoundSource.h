@@ -1,6 +1,6 @@
 #pragma once
 
-#include <functional>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -25,12 +25,14 @@ class SoundSource {
     virtual bool start(hosts::Instance& instance, SoundLoop& loop) = 0;
     /// The instance's latency is another now. The thread that calls start().
     virtual void tellLatency() {}
+    /// Whether what calls for the sound has gone, as a JACK server may at any time. Any thread.
+    virtual bool hasEnded() const { return false; }
 };
 
 /// A client of a JACK server: a stereo input and output and MIDI in. The output is connected to the
-/// first two playback ports. server: its name; empty for the usual one. onEnd: called on a thread
-/// of JACK's when the server goes. Null where no server answers.
-std::unique_ptr<SoundSource> openJack(const std::string& server, std::function<void()> onEnd);
+/// first two playback ports. server: its name; empty for the usual one. Null where no server
+/// answers.
+std::unique_ptr<SoundSource> openJack(const std::string& server);
 
 /// Blocks of silence at a steady pace, to nobody's ears.
 std::unique_ptr<SoundSource> makeClock(double rate);

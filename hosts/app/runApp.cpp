@@ -87,7 +87,6 @@ class App {
     void restoreSettings(double rate);
     void saveSettings();
     void startSound();
-    std::unique_ptr<SoundSource> openJackServer();
     void goOnInSilence();
     void lookForJack();
     bool startOn(std::unique_ptr<SoundSource> source);
@@ -130,6 +129,7 @@ int App::run() {
         if (const int signal = signals_.take()) end(kEndedBySignal + signal);
     });
     platform::Timer::scheduledTimer(kExchangeInterval, true, [this](platform::Timer&) {
+        if (isOnJack_ && source_->hasEnded()) goOnInSilence();
         instance_->pump();
         if (instance_->takeLatencyChange()) source_->tellLatency();
     });
@@ -251,7 +251,7 @@ bool App::handleKey(const platform::KeyStroke& stroke) {
 // Sound
 
 void App::startSound() {
-    auto jack = options_.useJack ? openJackServer() : nullptr;
+    auto jack = options_.useJack ? openJack(options_.jackServer) : nullptr;
     isOnJack_ = jack && startOn(std::move(jack));
     if (options_.useJack && !isOnJack_) say("no JACK server answers; the effect runs in silence");
     if (!isOnJack_) startInSilence(options_.sound.rate > 0 ? options_.sound.rate : kUsualRate);
@@ -260,12 +260,7 @@ void App::startSound() {
                                         [this](platform::Timer&) { lookForJack(); });
 }
 
-std::unique_ptr<SoundSource> App::openJackServer() {
-    return openJack(options_.jackServer, [this] { loop_->submit([this] { goOnInSilence(); }); });
-}
-
 void App::goOnInSilence() {
-    if (!isOnJack_) return;  // it has gone before the effect was started on it
     say("the JACK server has ended; the effect goes on in silence");
     isOnJack_ = false;
     startInSilence(source_->rate());
@@ -273,7 +268,7 @@ void App::goOnInSilence() {
 
 void App::lookForJack() {
     if (isOnJack_) return;
-    auto jack = openJackServer();
+    auto jack = openJack(options_.jackServer);
     if (!jack) return;
     const double rate = source_->rate();
     isOnJack_ = startOn(std::move(jack));
