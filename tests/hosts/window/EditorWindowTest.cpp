@@ -6,7 +6,10 @@
 #include <functional>
 #include <memory>
 #include <sstream>
+#include <stdexcept>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -17,7 +20,6 @@
 #include "hosts/instance/Instance.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/foundation/Console.h"
-#include "platform/foundation/NSError.h"
 #include "platform/uikit/NativeWindow.h"
 #include "platform/uikit/UIPinchGestureRecognizer.h"
 #include "platform/uikit/UIWindow.h"
@@ -29,21 +31,23 @@ namespace {
 
 using namespace qov;
 using hosts::EditorWindow;
-using platform::CGRect;
 using test::Screen;
+using Edit = hosts::EditExchange::Edit;
 
+/// An editor that has come up on the screen.
 struct Shown {
-    std::unique_ptr<hosts::Instance> instance = hosts::Instance::create(
-        nullptr, platform::RunLoop::create(), std::make_shared<AudioUnitViewController>());
-    std::unique_ptr<EditorWindow> window;
-
-    explicit Shown(EditorWindow::Options options = {}) {
+    explicit Shown(const EditorWindow::Options& options = {}) {
+        platform::console::setSink({});
         std::string error;
         window = EditorWindow::open(*instance, options, &error);
         if (!window) throw std::runtime_error(error);
         window->native().show();
+        if (!until([&] {
+                return Screen::isViewable(window->native().handle()) &&
+                       window->controller().stereoControls->layer().draws() > 0;
+            }))
+            throw std::runtime_error("the editor does not come up");
     }
-    CGRect panel() const { return window->controller().stereoControls->frame(); }
     bool until(const std::function<bool()>& condition) const {
         const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         while (!condition()) {
@@ -53,262 +57,185 @@ struct Shown {
         }
         return true;
     }
-    bool isThere() const {
-        return Screen::isViewable(window->native().handle()) &&
-               window->controller().stereoControls->layer().draws() > 0;
-    }
-};
-
-class Window : public testing::Test {
- protected:
-    ~Window() override { platform::console::setSink(before); }
-
-    Screen screen;
-    platform::console::Sink before = platform::console::setSink({});
-};
-
-TEST_F(Window, MouseTurnsWidthSuspendsZoomsMovesAndCallsBack) {
-    Shown shown;
-    ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
-    auto& instance = *shown.instance;
-    std::vector<hosts::EditExchange::Edit::Kind> edits;
-
-    Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 365 mousemove 350 225 mouseup 1");
-    ASSERT_TRUE(shown.until([&] { return instance.value(0) == 0.75F; }))
-        << "150 points of 600 from the middle; is " << instance.value(0);
-    ASSERT_TRUE(shown.until([&] { return !shown.window->controller().touchesLocked; }));
-    instance.edits().take([&](const auto& edit) { edits.push_back(edit.kind); });
-    using Kind = hosts::EditExchange::Edit::Kind;
-    EXPECT_EQ(edits, (std::vector{Kind::begin, Kind::value, Kind::end}));
-
-    Screen::xdo("mousemove 520 297 click 1");
-    ASSERT_TRUE(shown.until([&] { return instance.value(7) == 1.0F; }));
-    EXPECT_TRUE(shown.window->controller().correlographView->isSuspended);
-    EXPECT_EQ(instance.latency(), 0U);
-
-    Screen::xdo("mousemove 600 420 keydown ctrl click 4 click 4 keyup ctrl");
-    ASSERT_TRUE(
-        shown.until([&] { return std::abs(shown.panel().size.width - 680 * 1.21) < 0.01; }));
-    ASSERT_TRUE(shown.until([&] { return !shown.window->controller().pinchGesture->isActive(); }))
-        << "the pinch ends by itself";
-    Screen::xdo("mousemove 600 430 mousedown 1 mousemove 620 430 mousemove 700 430 mouseup 1");
-    ASSERT_TRUE(shown.until([&] { return shown.panel().origin.x > 0; }));
-    Screen::xdo("mousemove 640 400 click --repeat 2 --delay 60 1");
-    EXPECT_TRUE(shown.until([&] { return shown.panel() == CGRect(0, 0, 680, 440); }));
-}
-
-/// One editor alone, and one inside another window: every edit by mouse and keys is one gesture.
-class Hands : public Window, public testing::WithParamInterface<bool> {
- protected:
-    Hands() {
-        std::uint64_t parent = GetParam() ? Screen::makeWindow(700, 460) : 0;
-        shown = std::make_unique<Shown>(EditorWindow::Options{.parent = parent});
-        shown->window->onKey = [this](const auto&) { return ++others > 0; };
-    }
-    float value(int address) const {
-        return shown->instance->value(static_cast<std::uint64_t>(address));
-    }
     /// Steps are separated by semicolons; the window sees each before the next comes.
     void act(const std::string& hands) const {
         std::istringstream steps(hands);
         for (std::string step; std::getline(steps, step, ';');) {
             Screen::xdo(step);
-            for (int turn = 0; turn < 4; ++turn) shown->instance->runLoop()->runOnce(0.02);
+            for (int turn = 0; turn < 4; ++turn) instance->runLoop()->runOnce(0.02);
         }
     }
-    /// What was done changed this control alone, to this value, in one gesture that has ended.
-    testing::AssertionResult changes(const std::string& hands, int address, float to) {
-        act(hands);
-        using Edit = hosts::EditExchange::Edit;
-        std::vector<Edit> edits;
-        const bool ended = shown->until([&] {
-            shown->instance->edits().take([&](const Edit& edit) { edits.push_back(edit); });
-            return !edits.empty() && edits.back().kind == Edit::Kind::end;
-        });
-        int begins = 0;
-        for (const auto& edit : edits)
-            if (edit.address == static_cast<std::uint64_t>(address))
-                begins += edit.kind == Edit::Kind::begin;
-            else
-                return testing::AssertionFailure() << "changes " << edit.address;
-        if (ended && begins == 1 && std::abs(value(address) - to) < 1e-5F)
-            return testing::AssertionSuccess();
-        return testing::AssertionFailure()
-               << hands << ": " << value(address) << " after " << begins << " gestures";
+    /// Waits until this control alone has got this value, in one gesture that has ended.
+    void expect(std::uint64_t address, float value, const std::string& hands) const {
+        std::vector<Edit::Kind> kinds;
+        EXPECT_TRUE(until([&] {
+            instance->edits().take([&](const Edit& edit) {
+                EXPECT_EQ(edit.address, address) << hands;
+                if (kinds.empty() || kinds.back() != edit.kind) kinds.push_back(edit.kind);
+            });
+            return !kinds.empty() && kinds.back() == Edit::Kind::end;
+        })) << hands;
+        EXPECT_EQ(kinds, (std::vector{Edit::Kind::begin, Edit::Kind::value, Edit::Kind::end}))
+            << hands;
+        EXPECT_NEAR(instance->value(address), value, 1e-5) << hands;
     }
+    double panelWidth() const { return window->controller().stereoControls->frame().width(); }
+    bool isPinching() const { return window->controller().pinchGesture->isActive(); }
 
-    std::unique_ptr<Shown> shown;
-    int others = 0;
+    std::unique_ptr<hosts::Instance> instance = hosts::Instance::create(
+        nullptr, platform::RunLoop::create(), std::make_shared<AudioUnitViewController>());
+    std::unique_ptr<EditorWindow> window;
 };
 
-TEST_P(Hands, TurnTheControlUnderTheMouse) {
-    ASSERT_TRUE(shown->until([&] { return shown->isThere(); }));
-    EXPECT_TRUE(changes("mousemove 300 60; key Up key Right key Down", 1, 0.51F));
-    EXPECT_TRUE(changes("key shift+Up", 1, 0.511F));
-    EXPECT_TRUE(changes("click 4 click 4 click 5", 1, 0.521F));
-    EXPECT_TRUE(changes("keydown shift click 5 keyup shift", 1, 0.52F));
-    EXPECT_TRUE(changes("click --repeat 60 4", 1, 1));
-    EXPECT_TRUE(changes("mousemove 310 60 click --repeat 2 --delay 60 1", 1, 0.5F))
-        << "the default";
-    EXPECT_TRUE(
-        changes("mousemove 350 375 keydown shift mousedown 1 mousemove 350 365 "
-                "mousemove 350 225 mouseup 1 keyup shift",
-                0, 0.525F))
-        << "a tenth of 150 points of 600";
-}
+class OnScreen : public testing::Test {
+    Screen screen;
+};
+class Window : public OnScreen, public testing::WithParamInterface<bool> {};
 
-TEST_P(Hands, TypeAValueThatIsSetOnceItCanBeRead) {
-    ASSERT_TRUE(shown->until([&] { return shown->isThere(); }));
-    EXPECT_TRUE(
-        changes("mousemove 350 375 keydown ctrl click 1 keyup ctrl; type +40%x; "
-                "key Return BackSpace Return",
-                0, 0.7F))
-        << "the field stays open with what it refuses";
-    EXPECT_TRUE(
-        changes("key Return; type 0%; key Escape; key Return; key Right BackSpace BackSpace "
-                "BackSpace Home Delete End; type 6; key Return",
-                0, 0.73F))
-        << "Esc leaves +40 %, of which 46 is made";
+/// One editor alone, and one inside another window: every edit by mouse and keys is one gesture.
+TEST_P(Window, MouseWheelAndKeysEditTheControlUnderThePointer) {
+    const Shown shown({.parent = GetParam() ? Screen::makeWindow(700, 460) : 0});
+    int others = 0;
+    shown.window->onKey = [&](const auto&) { return ++others > 0; };
+    for (const auto& [hands, address, value] : std::vector<std::tuple<std::string, int, float>>{
+             {"mousemove 300 60; key Up key Right key Down", 1, 0.51F},
+             {"key shift+Up", 1, 0.511F},
+             {"click 4 click 4 click 5", 1, 0.521F},
+             {"keydown shift click 5 keyup shift", 1, 0.52F},
+             {"click --repeat 60 4", 1, 1.0F},
+             {"mousemove 310 60 click --repeat 2 --delay 60 1", 1, 0.5F},  // the default
+             // 150 points of 600, and a tenth of them.
+             {"mousemove 350 375 mousedown 1 mousemove 350 365 mousemove 350 225 mouseup 1", 0,
+              0.75F},
+             {"mousemove 350 375 keydown shift mousedown 1 mousemove 350 385 mousemove 350 525 "
+              "mouseup 1 keyup shift",
+              0, 0.725F},
+             // The field stays open with what it refuses.
+             {"mousemove 350 375 keydown ctrl click 1 keyup ctrl; type +40%x; "
+              "key Return BackSpace Return",
+              0, 0.7F},
+             // Esc leaves +40 %, of which 46 is made.
+             {"key Return; type 0%; key Escape; key Return; key Right BackSpace BackSpace "
+              "BackSpace Home Delete End; type 6; key Return",
+              0, 0.73F}}) {
+        shown.act(hands);
+        shown.expect(static_cast<std::uint64_t>(address), value, hands);
+    }
     others = 0;
-    act("mousemove 600 220; key Return; type 7; mousemove 660 20 click 1; type 7; key z");
+    shown.act("mousemove 600 220; key Return; type 7; mousemove 660 20 click 1; type 7; key z");
     EXPECT_EQ(others, GetParam() ? 0 : 2)
         << "a click beside the field closes it, and keys go where they went before";
-    EXPECT_EQ(value(2), 0);
+    EXPECT_EQ(shown.instance->value(2), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Of, Hands, testing::Bool(),
-                         [](const auto& of) { return of.param ? "AnotherWindow" : "ItsOwn"; });
+INSTANTIATE_TEST_SUITE_P(Inside, Window, testing::Bool(),
+                         [](const auto& of) { return of.param ? "AnotherWindow" : "None"; });
 
-TEST_F(Window, AScrollKeepsItsTargetUntilThePointerMovesOrItPauses) {
-    Shown shown;
-    ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
-    // Zooming here slides the panorama's knob and bar below the pointer.
-    Screen::xdo("mousemove 300 92 click --repeat 6 --delay 40 4");
-    EXPECT_TRUE(shown.until([&] { return shown.panel().size.width > 680 * 1.7; }));
+TEST_F(OnScreen, ZoomsMovesAndCallsBackAndAScrollKeepsItsTarget) {
+    const Shown shown;
+    const auto isWide = [&](double width) {
+        return shown.until([&] { return std::abs(shown.panelWidth() - width) < 0.01; });
+    };
+    shown.act("mousemove 600 420 keydown ctrl click 4 click 4 keyup ctrl");
+    EXPECT_TRUE(isWide(680 * 1.21));
+    EXPECT_TRUE(shown.until([&] { return !shown.isPinching(); })) << "the pinch ends by itself";
+    shown.act("mousemove 600 430 mousedown 1 mousemove 620 430 mousemove 700 430 mouseup 1");
+    const auto& panel = *shown.window->controller().stereoControls;
+    EXPECT_TRUE(shown.until([&] { return panel.frame().minX() > 0; }));
+    shown.act("mousemove 640 400 click --repeat 2 --delay 60 1");
+    EXPECT_TRUE(isWide(680));
+    EXPECT_EQ(panel.frame().minX(), 0);
+    // This zoom slides the panorama's knob and bar below the pointer.
+    shown.act("mousemove 300 92 click --repeat 6 --delay 40 4");
+    EXPECT_TRUE(isWide(680 * std::pow(1.1, 6)));
     EXPECT_EQ(shown.instance->value(1), 0.5F);
 }
 
-TEST_F(Window, MarksWhatTheMouseIsOverButNotWhileItIsPressed) {
-    Shown shown;
-    ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
+TEST_F(OnScreen, MarksWhatTheMouseIsOverButNotWhileItIsPressed) {
+    const Shown shown;
     Screen::xdo("mousemove 600 420");
     for (const auto& [x, y] : {std::pair{300, 358}, std::pair{100, 74}}) {  // width, "swap"
-        const auto mark = [&, x = x, y = y] { return Screen::pixel(x, y); };
-        const auto bare = mark();
-        Screen::xdo("mousemove " + std::to_string(x) + " " + std::to_string(y + 4));
-        EXPECT_TRUE(shown.until([&] { return mark() != bare; }));
-        Screen::xdo("mousedown 1");
-        EXPECT_TRUE(shown.until([&] { return mark() == bare; }));
-        Screen::xdo("mouseup 1");
-        EXPECT_TRUE(shown.until([&] { return mark() != bare; }));
-        Screen::xdo("mousemove 600 420");
-        EXPECT_TRUE(shown.until([&] { return mark() == bare; }));
+        const auto bare = Screen::pixel(x, y);
+        const auto isMarked = [&, x = x, y = y](const std::string& hands, bool expected) {
+            Screen::xdo(hands);
+            EXPECT_TRUE(shown.until([&] { return (Screen::pixel(x, y) != bare) == expected; }));
+        };
+        isMarked("mousemove " + std::to_string(x) + " " + std::to_string(y + 4), true);
+        isMarked("mousedown 1", false);
+        isMarked("mouseup 1", true);
+        isMarked("mousemove 600 420", false);
     }
 }
 
 TEST(TouchedWindow, FingersTurnWidthAndPinchAndLeaveNoMark) {
     const test::TouchScreen fingers;
-    const auto before = platform::console::setSink({});
-    {
-        Shown shown;
-        ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
-        auto& instance = *shown.instance;
-        const auto bare = Screen::pixel(300, 358);
-        fingers.down(0, 350, 375);
-        for (const int y : {365, 300, 225}) fingers.move(0, 350, y);
-        fingers.up(0, 350, 225);
-        EXPECT_TRUE(shown.until([&] { return instance.value(0) == 0.75F; }));
-        EXPECT_TRUE(shown.until([&] { return !shown.window->controller().touchesLocked; }));
-        std::vector<hosts::EditExchange::Edit::Kind> edits;
-        instance.edits().take([&](const auto& edit) { edits.push_back(edit.kind); });
-        using Kind = hosts::EditExchange::Edit::Kind;
-        EXPECT_EQ(edits, (std::vector{Kind::begin, Kind::value, Kind::end}))
-            << "once, and not as a mouse again";
-        fingers.down(0, 350, 358);
-        fingers.up(0, 350, 358);
-
-        // 100 points apart, then 200, above and below the plate's right part.
-        fingers.down(1, 600, 120);
-        fingers.down(2, 600, 270);
-        for (int step = 1; step <= 10; ++step) fingers.move(2, 600, 270 + 15 * step);
-        EXPECT_TRUE(shown.until([&] { return shown.panel().size.width > 680 * 1.5; }))
-            << shown.panel().size.width;
-        fingers.up(1, 600, 120);
-        fingers.up(2, 600, 420);
-        EXPECT_TRUE(
-            shown.until([&] { return !shown.window->controller().pinchGesture->isActive(); }));
-        shown.window->controller().centerPluginView();
-        EXPECT_TRUE(shown.until([&] { return Screen::pixel(300, 358) == bare; }));
-    }
-    platform::console::setSink(before);
+    const Shown shown;
+    const auto bare = Screen::pixel(300, 358);
+    fingers.touch(0, fingers.down, 350, 375);
+    for (const int y : {365, 300, 225}) fingers.touch(0, fingers.move, 350, y);
+    fingers.touch(0, fingers.up, 350, 225);
+    shown.expect(0, 0.75F, "once, and not as a mouse again");
+    // 100 points apart, then 200, above and below the plate's right part.
+    fingers.touch(1, fingers.down, 600, 120);
+    fingers.touch(2, fingers.down, 600, 270);
+    for (int y = 285; y <= 420; y += 15) fingers.touch(2, fingers.move, 600, y);
+    EXPECT_TRUE(shown.until([&] { return shown.panelWidth() > 680 * 1.5; }));
+    fingers.touch(1, fingers.up, 600, 120);
+    fingers.touch(2, fingers.up, 600, 420);
+    EXPECT_TRUE(shown.until([&] { return !shown.isPinching(); }));
+    shown.window->controller().centerPluginView();
+    EXPECT_TRUE(shown.until([&] { return Screen::pixel(300, 358) == bare; }));
 }
 
-TEST_F(Window, ShowsItsPictureAndFollowsItsSize) {
-    Shown shown({.scale = 2, .size = {340, 220}});
-    ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
+TEST_F(OnScreen, FollowsItsSizeAndTouchesMeasureInTheScaleOfEachEditor) {
     // Twice 340 x 220 points: the frame's grey in the corner of the panel, black outside.
-    const auto grey = [&](int x, int y) { return Screen::pixel(x, y) == 0; };
-    EXPECT_TRUE(shown.until([&] { return !grey(340, 12); }));
-    EXPECT_TRUE(grey(900, 600));
-    Screen::resize(shown.window->native().handle(), 1200, 900);
-    EXPECT_TRUE(shown.until([&] { return shown.panel().size.width == 600; }));
-    EXPECT_TRUE(shown.until([&] { return !grey(1100, 450); }));
-    for (const platform::CGSize size : {platform::CGSize{1, 1}, platform::CGSize{4000, 3000}}) {
-        shown.window->native().setSize(size);
-        const auto width = std::max(560.0, size.width);  // scaled to the window below that
-        EXPECT_TRUE(shown.until([&] { return std::abs(shown.panel().size.width - width) < 1e-6; }));
-    }
-}
-
-TEST_F(Window, TwoEditorsOfDifferentSizesAreEachTouchedInTheirOwnScale) {
-    Shown small({.size = {340, 220}}), large({.size = {680, 440}});
-    ASSERT_TRUE(small.until([&] { return small.isThere(); }));
-    ASSERT_TRUE(large.until([&] { return large.isThere(); }));
-    Screen::move(large.window->native().handle(), 400, 300);
+    const Shown small({.scale = 2, .size = {340, 220}}), large;
+    const auto isBlack = [](int x, int y) { return Screen::pixel(x, y) == 0; };
+    EXPECT_TRUE(isBlack(900, 600));
+    Screen::xdo("windowmove " + std::to_string(large.window->native().handle()) + " 700 500");
+    Screen::xdo("windowsize " + std::to_string(small.window->native().handle()) + " 600 400");
     const auto both = [&](const std::function<bool()>& condition) {
         return small.until([&] { return large.instance->pump(), condition(); });
     };
+    EXPECT_TRUE(both([&] { return isBlack(640, 200) && !isBlack(560, 200); }));
     // "swap channels" of each, while the other was the last to draw.
-    for (int round = 0; round < 2; ++round) {
-        const float expected = round == 0 ? 1.0F : 0.0F;
-        Screen::xdo("mousemove 40 45 click 1");
+    for (const float expected : {1.0F, 0.0F}) {
+        Screen::xdo("mousemove 80 85 click 1");
         EXPECT_TRUE(both([&] { return small.instance->value(3) == expected; }));
-        Screen::xdo("mousemove 480 390 click 1");
+        Screen::xdo("mousemove 780 590 click 1");
         EXPECT_TRUE(both([&] { return large.instance->value(3) == expected; }));
     }
-}
-
-TEST_F(Window, LivesInAForeignWindowAndSurvivesItsEnd) {
-    const auto parent = Screen::makeWindow(800, 600);
-    Shown shown({.parent = parent});
-    bool lost = false;
-    shown.window->native().onLost = [&] { lost = true; };
-    ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
-    EXPECT_EQ(Screen::parent(shown.window->native().handle()), parent);
-    Screen::destroy(parent);
-    EXPECT_TRUE(shown.until([&] { return lost; }));
-    EXPECT_FALSE(shown.window->native().isAlive());
-    shown.window->native().setSize({100, 100});
-    shown.instance->setValue(0, 0.25F);
-    shown.instance->pump();
-    EXPECT_EQ(shown.instance->value(0), 0.25F) << "the rest goes on";
     std::string error;
-    EXPECT_EQ(EditorWindow::open(*shown.instance, {.parent = parent}, &error), nullptr);
+    EXPECT_EQ(EditorWindow::open(*large.instance, {.parent = 0x7FFFFF}, &error), nullptr);
     EXPECT_EQ(error, "the window to live in does not exist");
 }
 
-TEST_F(Window, ClosesDuringADrag) {
-    for (int round = 0; round < 3; ++round) {
-        Shown shown;
-        ASSERT_TRUE(shown.until([&] { return shown.isThere(); }));
-        Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 300");
-        ASSERT_TRUE(shown.until([&] { return shown.instance->value(0) > 0.5F; }));
-        shown.window.reset();
-        Screen::xdo("mouseup 1");
-        shown.instance->pump();
-        std::vector<hosts::EditExchange::Edit::Kind> edits;
-        shown.instance->edits().take([&](const auto& edit) { edits.push_back(edit.kind); });
-        EXPECT_EQ(edits.back(), hosts::EditExchange::Edit::Kind::end);
+/// The panel is cut off, distorted, or laid out narrower than its correlograph has room in.
+TEST_F(OnScreen, ShowsThePanelWholeInWindowsOfAnySizeAndShape) {
+    const Shown shown;
+    for (const auto& [width, height] : std::vector<std::pair<double, double>>{{680, 440},
+                                                                              {390, 300},
+                                                                              {320, 568},
+                                                                              {1200, 420},
+                                                                              {1200, 100},
+                                                                              {170, 110},
+                                                                              {1, 1},
+                                                                              {1360, 880},
+                                                                              {800, 2000}}) {
+        SCOPED_TRACE(testing::Message() << width << " x " << height);
+        shown.window->native().setSize({width, height});
+        shown.window->content().layoutIfNeeded();
+        const auto panel = shown.window->controller().stereoControls->frame();
+        const auto& all = shown.window->content().bounds();
+        EXPECT_NEAR(all.width() / all.height(), width / height, 1e-6);
+        EXPECT_GE(all.width(), width - 1e-9);
+        EXPECT_GE(panel.width(), 560 - 1e-9);
+        EXPECT_NEAR(panel.width() * 11, panel.height() * 17, 1e-6);
+        const double besides = all.width() - panel.width(), above = all.height() - panel.height();
+        EXPECT_NEAR(std::min(besides, above) / all.width(), 0, 1e-6) << "it fills one direction";
+        EXPECT_NEAR(panel.minX(), besides / 2, 1e-6);
+        EXPECT_NEAR(panel.minY(), above / 2, 1e-6);
+        EXPECT_FALSE(shown.window->controller().correlographView->frame().isEmpty());
     }
 }
 

@@ -86,28 +86,10 @@ void Screen::pressCloseButton() {
     XFree(windows);
 }
 
-void Screen::move(std::uint64_t window, int x, int y) {
-    XMoveWindow(display, window, x, y);
-    XSync(display, False);
-}
-
-void Screen::resize(std::uint64_t window, int width, int height) {
-    XResizeWindow(display, window, static_cast<unsigned>(width), static_cast<unsigned>(height));
-    XSync(display, False);
-}
-
 bool Screen::isViewable(std::uint64_t window) {
     XWindowAttributes attributes{};
     XGetWindowAttributes(display, window, &attributes);
     return attributes.map_state == IsViewable;
-}
-
-std::uint64_t Screen::parent(std::uint64_t window) {
-    ::Window root, above, *children = nullptr;
-    unsigned count = 0;
-    XQueryTree(display, window, &root, &above, &children, &count);
-    if (children) XFree(children);
-    return above;
 }
 
 }  // namespace qov::test

@@ -30,10 +30,7 @@ class Screen {
     static void destroy(std::uint64_t window);
     /// What a window manager sends for the close button of the topmost window.
     static void pressCloseButton();
-    static void move(std::uint64_t window, int x, int y);
-    static void resize(std::uint64_t window, int width, int height);
     static bool isViewable(std::uint64_t window);
-    static std::uint64_t parent(std::uint64_t window);
 
  protected:
     /// Another server, which gets -displayfd and what else there is to say to all.

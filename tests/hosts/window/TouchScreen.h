@@ -1,29 +1,25 @@
 #pragma once
 
-#include <filesystem>
+#include <X11/extensions/XI2.h>
 
 #include "tests/hosts/window/Screen.h"
 
 namespace qov::test {
 
-/// A screen as above that also takes fingers: their touches come out of the X server's own input
-/// driver for tests and take the whole way that a touch screen's take.
+/// A screen that also takes touches of five fingers. They come out of the X server's own input
+/// driver for tests and take the same way as those of a touch screen.
 class TouchScreen : public Screen {
  public:
+    static constexpr int down = XI_TouchBegin, move = XI_TouchUpdate, up = XI_TouchEnd;
+
     TouchScreen();
     ~TouchScreen() override;
 
-    // finger: 0 to 4; pixels of the screen
-    void down(unsigned finger, int x, int y) const;
-    void move(unsigned finger, int x, int y) const;
-    void up(unsigned finger, int x, int y) const;
+    // finger: 0 to 4; phase: one of the three above; pixels of the screen
+    void touch(unsigned finger, int phase, int x, int y) const;
 
  private:
-    struct Files;
-    explicit TouchScreen(const Files& files);
-    void send(unsigned finger, int type, int x, int y) const;
-
-    int socket_ = -1;
+    int socket_;
 };
 
 }  // namespace qov::test

@@ -161,7 +161,7 @@ TEST_P(Editor, ShowsAutomationInItsOwnWindowAlone) {
     const auto one = createActive(48000, 64);
     const auto two = createActive(48000, 64);
     const auto beside = Screen::makeWindow(width, height);
-    Screen::move(beside, width + 20, 0);
+    Screen::xdo("windowmove " + std::to_string(beside) + ' ' + std::to_string(width + 20) + " 0");
     const std::vector both{one.get(), two.get()};
     ASSERT_TRUE(one->openEditor(parent_));
     ASSERT_TRUE(two->openEditor(beside));
