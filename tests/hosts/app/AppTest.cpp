@@ -1,4 +1,3 @@
-#include <sndfile.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -27,6 +26,25 @@ using Words = std::vector<std::string>;
 
 const std::string silent = "kelvane: no JACK server answers; the effect runs in silence\n";
 
+/// `kelvane app` with these options, run by other words, with its window on the screen if there is
+/// one.
+struct Started : Child {
+    explicit Started(const Words& options, const Words& words = {})
+        : Child(command(options, words)) {
+        if (std::getenv("DISPLAY")) Screen::xdo("search --sync --onlyvisible --name Kelvane");
+    }
+    static Words command(const Words& options, Words words) {
+        words.insert(words.end(), {KELVANE, "app"});
+        words.insert(words.end(), options.begin(), options.end());
+        return words;
+    }
+    /// It has ended with this code, and this is all that it wrote.
+    void expectEnd(int code, const std::string& lines) {
+        EXPECT_EQ(wait(), code) << errorUntil("");
+        EXPECT_EQ(errorUntil(""), lines);
+    }
+};
+
 /// Files and settings of each test lie in a folder that goes with it.
 class App : public testing::Test {
  protected:
@@ -35,21 +53,6 @@ class App : public testing::Test {
         setenv("XDG_CONFIG_HOME", folder.c_str(), 1);
     }
     ~App() override { std::filesystem::remove_all(folder); }
-
-    /// words: what the command is run by.
-    static Child start(const Words& options, Words words = {}) {
-        words.insert(words.end(), {KELVANE, "app"});
-        words.insert(words.end(), options.begin(), options.end());
-        return Child(words);
-    }
-    static void waitForWindow() { Screen::xdo("search --sync --onlyvisible --name Kelvane"); }
-    /// Presses keys; it ends with this code, and this is all that it wrote.
-    static void expectEnd(Child& app, const std::string& keys, int code = 0,
-                          const std::string& lines = "") {
-        if (!keys.empty()) Screen::xdo(keys);
-        EXPECT_EQ(app.wait(), code) << app.errorUntil("");
-        EXPECT_EQ(app.errorUntil(""), lines);
-    }
 
     std::filesystem::path folder =
         std::filesystem::temp_directory_path() / ("kelvane-app-" + std::to_string(getpid()));
@@ -66,11 +69,8 @@ TEST_F(App, ReportsWhatIsWrongAndShowsItWithoutATerminal) {
                  {{"no-such-file.wav"}, 1, "no-such-file.wav"},
                  {{"--no-jack"}, 1, "the environment variable DISPLAY is not set"}}) {
             if (isOnScreen && options[0] == "--no-jack") continue;
-            auto app = start(options, {"setsid"});
-            if (isOnScreen) {
-                waitForWindow();
-                Screen::xdo("mousemove 100 100 key a key Escape");
-            }
+            Started app(options, {"setsid"});
+            if (isOnScreen) Screen::xdo("mousemove 100 100 key a key Escape");
             EXPECT_EQ(app.wait(), code) << app.errorUntil("");
             EXPECT_THAT(app.errorUntil(""), HasSubstr(line));
         }
@@ -91,10 +91,9 @@ TEST_F(App, EndsByEscSignalOrCloseButtonAndWithTheXServer) {
         {1, "kelvane: the X server has gone, and the window with it\n",
          [&](const auto&) { screen.reset(); }}};
     for (const auto& [code, lines, end] : ends) {
-        auto app = start({"--jack-server", "no-such-server-of-kelvane"});
-        waitForWindow();
+        Started app({"--jack-server", "no-such-server-of-kelvane"});
         end(app);
-        expectEnd(app, "", code, silent + lines);
+        app.expectEnd(code, silent + lines);
     }
 }
 
@@ -110,9 +109,9 @@ TEST_F(App, UndoesGesturesAndKeepsSettingsForTheNextRun) {
              {{}, suspend, {"value.7=0\n", "value.0=0.75\n", "picture 1 1 1\n"}},
              {{}, "mousemove 300 380 click 4 key ctrl+z", {"value.0=0.75\n"}},
              {{"--preset", "0"}, "", {"value.0=0.5\n"}}}) {
-        auto app = start(options, {});
-        waitForWindow();
-        expectEnd(app, keys + " mousemove 300 300 key Escape", 0, silent);
+        Started app(options);
+        Screen::xdo(keys + " mousemove 300 300 key Escape");
+        app.expectEnd(0, silent);
         std::ifstream file(folder / "kelvane" / "settings");
         const std::string text(std::istreambuf_iterator<char>(file), {});
         for (const auto& line : kept) EXPECT_THAT(text, HasSubstr(line)) << keys;
@@ -122,23 +121,14 @@ TEST_F(App, UndoesGesturesAndKeepsSettingsForTheNextRun) {
 TEST_F(App, TheMouseChangesTheSoundOfAJackGraph) {
     const Screen screen;
     auto jack = std::make_unique<Jack>();
-    const auto path = folder / "left.wav";
     {
-        // On the left alone, at a rate that is not the server's.
-        SF_INFO info{.frames = 0,
-                     .samplerate = 44100,
-                     .channels = 2,
-                     .format = SF_FORMAT_WAV | SF_FORMAT_FLOAT,
-                     .sections = 0,
-                     .seekable = 0};
-        auto* file = sf_open(path.c_str(), SFM_WRITE, &info);
-        std::vector<float> frames(88200);
-        for (std::size_t i = 0; i < frames.size(); i += 2) frames[i] = 0.5F;
-        sf_writef_float(file, frames.data(), 44100);
-        sf_close(file);
+        // 0.5 on the left alone, at a rate that is not the server's: 44100 frames of floats.
+        using namespace std::string_literals;
+        std::ofstream file(folder / "left.au");
+        file << ".snd\0\0\0\x18\0\x05\x62\x20\0\0\0\x06\0\0\xac\x44\0\0\0\x02"s;
+        for (int i = 0; i < 44100; ++i) file << "\x3f\0\0\0\0\0\0\0"s;
     }
-    auto app = start({path.string(), "--jack-server", jack->name});
-    waitForWindow();
+    Started app({(folder / "left.au").string(), "--jack-server", jack->name});
     EXPECT_TRUE(jack->listenTo("kelvane:out left", "kelvane:out right"));
     EXPECT_TRUE(jack->hears(0.5F, 0));
     // Width from the middle to its end doubles the side: (3L - R) / 2 and (3R - L) / 2.
@@ -161,62 +151,36 @@ TEST_F(App, TheMouseChangesTheSoundOfAJackGraph) {
     EXPECT_TRUE(jack->listenTo("kelvane:out left", "kelvane:out right"));
     EXPECT_TRUE(jack->hears(0.25F, 0.75F)) << "as before";
     EXPECT_THAT(app.errorUntil("plays"), HasSubstr("a JACK server answers"));
+    // A laptop's lid, a debugger, a machine with too much to do: whole cycles are missed.
+    for (int round = 0; round < 10; ++round) {
+        app.signal(SIGSTOP);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));  // 19 cycles
+        app.signal(SIGCONT);
+        EXPECT_TRUE(jack->hears(0.25F, 0.75F));
+    }
     Screen::xdo("key Escape");
     EXPECT_TRUE(jack->hears(0.25F, 0.75F)) << "one Esc does not end a client";
     Screen::xdo("key Escape");
     EXPECT_EQ(app.wait(), 0) << app.errorUntil("");
 }
 
-TEST_F(App, LooksOnForAServerThatGoesBeforeItHasStartedTheClient) {
-    const Screen screen;
-    Jack jack;
-    auto app = start({"--jack-server", jack.name}, {"env", "LD_PRELOAD=" LOST_SERVER});
-    waitForWindow();
-    EXPECT_EQ(app.errorUntil("silence"), silent);
-    EXPECT_TRUE(jack.listenTo("kelvane:out left", "kelvane:out right"));
-    EXPECT_THAT(app.errorUntil("plays"), HasSubstr("a JACK server answers"));
-    Screen::xdo("mousemove 300 300 key Escape key Escape");
-    EXPECT_EQ(app.wait(), 0) << app.errorUntil("");
-}
-
-// A laptop's lid, a debugger, a machine with too much to do: whole cycles are missed, and the sound
-// comes back.
-TEST_F(App, PlaysOnAfterItWasStarved) {
-    const Screen screen;
-    Jack jack;
-    auto app = start({"--jack-server", jack.name});
-    waitForWindow();
-    EXPECT_TRUE(jack.playInto("kelvane:in left", "kelvane:in right"));
-    EXPECT_TRUE(jack.listenTo("kelvane:out left", "kelvane:out right"));
-    EXPECT_TRUE(jack.hears(0.5F, 0));
-    for (int round = 0; round < 10; ++round) {
-        app.signal(SIGSTOP);
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));  // 19 cycles
-        app.signal(SIGCONT);
-        EXPECT_TRUE(jack.hears(0.5F, 0));
-    }
-    Screen::xdo("mousemove 60 90 click 1");
-    EXPECT_TRUE(jack.hears(0, 0.5F)) << "swapped";
-    expectEnd(app, "key Escape key Escape");
-}
-
-// The time of day jumps by years to and fro; every wait uses the monotonic clock.
-TEST_F(App, DoesNotNoticeThatTheTimeOfDayJumps) {
+// Every wait uses the monotonic clock. The first two clients open, and cannot be started.
+TEST_F(App, LooksForAServerAndPlaysWhileTheTimeOfDayJumps) {
     const Screen screen;
     const auto time = folder / "time";
     const auto jumpTo = [&](const char* shift) { std::ofstream(time) << shift; };
     jumpTo("+0");
     const std::string server = "kelvane-test" + std::string(std::getenv("DISPLAY")).substr(1);
-    auto app =
-        start({"--jack-server", server}, {"env", "LD_PRELOAD=/usr/$LIB/faketime/libfaketimeMT.so.1",
-                                          "FAKETIME_TIMESTAMP_FILE=" + time.string(),
-                                          "FAKETIME_NO_CACHE=1", "FAKETIME_DONT_FAKE_MONOTONIC=1"});
-    waitForWindow();
+    Started app({"--jack-server", server},
+                {"env", "LD_PRELOAD=" LOST_SERVER ":/usr/$LIB/faketime/libfaketimeMT.so.1",
+                 "FAKETIME_TIMESTAMP_FILE=" + time.string(), "FAKETIME_NO_CACHE=1",
+                 "FAKETIME_DONT_FAKE_MONOTONIC=1"});
     EXPECT_EQ(app.errorUntil("silence"), silent);
     jumpTo("-20y");
     {
         Jack jack;
-        EXPECT_TRUE(jack.playInto("kelvane:in left", "kelvane:in right")) << "still looked for";
+        EXPECT_THAT(app.errorUntil("plays"), HasSubstr("a JACK server answers"));
+        EXPECT_TRUE(jack.playInto("kelvane:in left", "kelvane:in right"));
         EXPECT_TRUE(jack.listenTo("kelvane:out left", "kelvane:out right"));
         EXPECT_TRUE(jack.hears(0.5F, 0));
         jumpTo("+20y");
