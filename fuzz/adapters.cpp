@@ -1,15 +1,18 @@
 // Any calls of a host at a built plug-in, through its format's C interface: what comes out is, to
-// the bit, what the bare instance gives for the same calls, and so are latency and values. Damaged
-// states are refused or repaired.
+// the bit, what the bare instance gives for the same calls in buffers apart from each other, and so
+// are latency and values. Damaged states are refused or repaired. The instance itself is one of the
+// formats: it takes channels anywhere in memory or null, and any events and values.
 //
 // Input: the format and the sample rate (a byte each), then calls, a byte each for its kind and
 // what that needs. A block takes its length (two bytes), how its buffers lie and a seed for the
-// signal, a number of events and for each its frame (two bytes), kind and value.
+// signal (for the instance then a byte for each channel's place), a number of events and for each
+// its frame (two bytes), kind and value.
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstdint>
+#include <cstdlib>
 #include <iterator>
 #include <memory>
 #include <string>
@@ -42,6 +45,7 @@ class Pair {
  public:
     Pair(Format& format, Format& instance, double rate)
         : can_(format.capabilities()),
+          isInstance_(&format == &instance),
           rate_(rate),
           plugin_(format.create()),
           expected_(instance.create()) {
@@ -63,8 +67,9 @@ class Pair {
                 for (auto* one : both()) one->reset();
                 break;
             case 2: {
-                const auto address = settings[bytes.take<std::uint8_t>() % std::size(settings)];
-                const auto value = static_cast<float>(bytes.take<std::uint8_t>()) / 255;
+                const auto choice = bytes.take<std::uint8_t>(), data = bytes.take<std::uint8_t>();
+                const auto address = isInstance_ ? choice % 12 : settings[choice % 2];
+                const auto value = isInstance_ ? anyValue(data) : static_cast<float>(data) / 255;
                 for (auto* one : both()) one->setValue(address, value);
                 break;
             }
@@ -75,7 +80,6 @@ class Pair {
                 for (auto* one : both()) {
                     one->idle();
                     one->takeEdits();
-                    one->takeLatencyAnnouncement();
                 }
                 break;
             default:
@@ -121,6 +125,13 @@ class Pair {
             const auto frame = bytes.take<std::uint16_t>() % (longest + 10);
             const auto kind = bytes.take<std::uint8_t>();
             const auto data = bytes.take<std::uint8_t>();
+            if (isInstance_) {
+                events.push_back(kind < 128 ? test::parameterEvent(frame, kind % 12, anyValue(data))
+                                            : test::midiEvent(frame, byte(0xB0 + kind % 32),
+                                                              byte(7 + kind % 5), data,
+                                                              kind == 255 ? data % 4 : 3));
+                continue;
+            }
             const bool isMidi = can_.midi && kind >= 192;
             const bool isVolume = can_.midiVolume && kind >= 224;
             const auto address = isVolume ? kVolume
@@ -143,19 +154,34 @@ class Pair {
         if (!can_.emptyBlocks) frames = std::max(frames, 1U);
         constexpr std::size_t layouts[][2] = {{2, 3}, {0, 1}, {1, 0}};
         const auto& [left, right] = layouts[bytes.take<std::uint8_t>() % std::size(layouts)];
-        const auto seed = bytes.take<std::uint8_t>();
+        Noise noise(bytes.take<std::uint8_t>());
+        std::vector<float> memory(4 * std::size_t{longest});
+        for (auto& sample : memory) sample = noise.next();
+        const auto place = [&](std::size_t quarter) -> float* {
+            if (!isInstance_) return memory.data() + quarter * longest;
+            const auto choice = bytes.take<std::uint8_t>();
+            return choice == 255 ? nullptr : memory.data() + choice * std::size_t{12};
+        };
+        const float* const input[2] = {place(0), place(1)};
+        float* output[2] = {place(left), place(right)};
+        // Two outputs in one place have no right answer.
+        if (output[0] && output[1] && std::abs(output[0] - output[1]) < std::ptrdiff_t{frames})
+            output[1] = nullptr;
         const auto events = takeEvents(bytes, frames);
-        std::vector<float> memory[2];
-        for (std::size_t i = 0; i < 2; ++i) {
-            Noise noise(seed);
-            for (memory[i].resize(4 * std::size_t{longest}); auto& sample : memory[i])
-                sample = noise.next();
-            const auto place = [&](std::size_t index) {
-                return memory[i].data() + index * longest;
-            };
-            both()[i]->process({place(0), place(1)}, {place(left), place(right)}, frames, events);
-        }
-        require(std::ranges::equal(memory[0], memory[1], {}, std::bit_cast<std::uint32_t, float>,
+
+        std::vector<float> apart[4], expected = memory;
+        for (auto& channel : apart) channel.resize(longest);
+        for (std::size_t c = 0; c < 2; ++c)
+            if (input[c]) std::copy_n(input[c], frames, apart[c].data());
+        expected_->process(
+            {input[0] ? apart[0].data() : nullptr, input[1] ? apart[1].data() : nullptr},
+            {apart[2].data(), apart[3].data()}, frames, events);
+        for (std::size_t c = 0; c < 2; ++c)
+            if (output[c])
+                std::copy_n(apart[2 + c].data(), frames,
+                            expected.data() + (output[c] - memory.data()));
+        plugin_->process(input, {output[0], output[1]}, frames, events);
+        require(std::ranges::equal(memory, expected, {}, std::bit_cast<std::uint32_t, float>,
                                    std::bit_cast<std::uint32_t, float>),
                 "the sound is not that of the instance");
         plugin_->idle();
@@ -174,6 +200,7 @@ class Pair {
     }
 
     test::Capabilities can_;
+    bool isInstance_;
     double rate_;
     std::unique_ptr<Plugin> plugin_, expected_;
 };

@@ -1,1 +1,0 @@
-qov_fuzz(instance LINKS hosts_instance editor)
