@@ -9,21 +9,21 @@
 
 namespace qov {
 
-/// How a drawing object fits its fixed canvas into a view. Each drawing object (Owner) has a copy
-/// of its own, which hands the scale factors to Owner::keepDrawScale().
+/// How a drawing object fits its canvas into a view. Each drawing object (Owner) has its own type,
+/// which passes the scale factors to Owner::keepDrawScale().
 template <typename Owner>
 class ResizingBehaviorOf {
  public:
     enum Case : int {
-        aspectFit = 0,   ///< the whole canvas is seen
-        aspectFill = 1,  ///< the whole view is covered
-        stretch = 2,     ///< each direction by itself
+        aspectFit = 0,   ///< the whole canvas is visible
+        aspectFill = 1,  ///< the canvas covers the whole view
+        stretch = 2,     ///< width and height are scaled independently
         center = 3,      ///< not scaled
     };
 
     // NOLINTNEXTLINE(google-explicit-constructor): a case is a behaviour.
     constexpr ResizingBehaviorOf(Case value) : case_(value) {}
-    /// None for a raw value that has no case.
+    /// Empty for a raw value without a case.
     static constexpr std::optional<ResizingBehaviorOf> fromRawValue(int rawValue) {
         if (rawValue < aspectFit || rawValue > center) return std::nullopt;
         return ResizingBehaviorOf(static_cast<Case>(rawValue));
@@ -31,8 +31,9 @@ class ResizingBehaviorOf {
     constexpr int rawValue() const { return case_; }
     constexpr bool operator==(const ResizingBehaviorOf&) const = default;
 
-    /// Where a canvas the size of rect is drawn inside target: centred. The canvas itself, with no
-    /// scale kept, where it equals the target or the target is the zero rectangle.
+    /// The rectangle, centred in target, in which a canvas of rect's size is drawn; stores the
+    /// scale factors. Returns rect, and stores nothing, if it equals target or target is the zero
+    /// rectangle.
     platform::CGRect apply(platform::CGRect rect, const platform::CGRect& target) const;
 
  private:
