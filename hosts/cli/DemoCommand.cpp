@@ -26,7 +26,7 @@ void writePhrase(const std::string& path, const Phrase& phrase) {
     OutputPlace place(path);
     const auto frames = static_cast<std::uint32_t>(phrase.left.size());
     SoundWriter writer(place, {SF_FORMAT_WAV, SF_FORMAT_FLOAT, Phrase::rate, frames},
-                       {{SF_STR_TITLE, "Kelvane demo phrase"}});
+                       Metadata({{SF_STR_TITLE, "Kelvane demo phrase"}}));
     writer.write(phrase.left.data(), phrase.right.data(), frames);
     writer.close();
     place.commit();

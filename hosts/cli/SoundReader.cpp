@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cerrno>
@@ -162,6 +163,11 @@ struct SoundReader::State {
                           "rest",
                           name, missing));
         if (isDamaged || (!file && chunks.isOpen())) openSamples(chunks);
+        // libsndfile takes chunks that follow the samples of a W64 file for more of them.
+        if (!isDamaged && file && (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_W64 &&
+            soundFormat::isWritable(SF_FORMAT_RAW, info.format & SF_FORMAT_SUBMASK,
+                                    info.samplerate))
+            info.frames = std::min<sf_count_t>(info.frames, chunks.size / frameBytes());
     }
 
     /// Takes the bytes from the first sample to the end of the file.
@@ -182,9 +188,11 @@ struct SoundReader::State {
         }
         if (file) sf_close(file);
         file = raw;
-        const auto frameBytes = sf_current_byterate(raw) / samples.samplerate;
-        info.frames = chunks.available / frameBytes;
+        info.frames = chunks.available / frameBytes();
     }
+
+    /// Bytes of a frame; of a packed format, about so many, and at least one.
+    int frameBytes() const { return std::max(sf_current_byterate(file) / info.samplerate, 1); }
 
     /// Whether the header does not say how long the input is.
     bool isOpen() const {
@@ -211,7 +219,8 @@ struct SoundReader::State {
     template <typename Sample>
     std::uint32_t readWith(sf_count_t (*readf)(SNDFILE*, Sample*, sf_count_t), Sample* samples,
                            std::uint32_t count) {
-        const auto got = static_cast<std::uint32_t>(readf(file, samples, count));
+        const auto wanted = std::min<sf_count_t>(count, info.frames - framesRead);
+        const auto got = static_cast<std::uint32_t>(readf(file, samples, wanted));
         framesRead += got;
         if (got < count) checkEnd();
         if (info.channels == 1)
@@ -292,10 +301,26 @@ std::optional<std::int64_t> SoundReader::frames() const {
 }
 
 Metadata SoundReader::metadata() const {
-    Metadata metadata;
-    for (int key = SF_STR_FIRST; key <= SF_STR_LAST; ++key)
-        if (const char* text = sf_get_string(state_->file, key)) metadata.emplace_back(key, text);
-    return metadata;
+    return {state_->descriptor, state_->file, state_->info.format};
+}
+
+bool SoundReader::isFileOf(int format) const {
+    const auto& state = *state_;
+    constexpr int kind = SF_FORMAT_TYPEMASK | SF_FORMAT_SUBMASK;
+    return !state.isRaw && !state.isPipe && !state.isDamaged && state.info.channels == 2 &&
+           state.frames && (state.info.format & kind) == (format & kind);
+}
+
+void SoundReader::copyBytes(const std::function<void(std::string_view)>& write) {
+    std::array<char, 65536> bytes{};
+    for (off_t at = 0;;) {
+        const auto got = pread(state_->descriptor, bytes.data(), bytes.size(), at);
+        if (got < 0)
+            throw Failure(fmt::format("{}: cannot read: {}", state_->name, std::strerror(errno)));
+        if (got == 0) return;
+        write({bytes.data(), static_cast<std::size_t>(got)});
+        at += got;
+    }
 }
 
 std::uint32_t SoundReader::read(float* left, float* right, std::uint32_t frames) {

@@ -1,16 +1,15 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
-#include <vector>
+#include <string_view>
+
+#include "hosts/cli/Metadata.h"
 
 namespace qov::cli {
-
-/// Strings that a file carries (title, artist, ...), by the sound file library's numbers.
-using Metadata = std::vector<std::pair<int, std::string>>;
 
 /// A stereo input of any length, read in order and in constant memory: any file that libsndfile
 /// reads, or standard input with a WAV or raw floats. Every fault of the input is thrown as
@@ -39,6 +38,10 @@ class SoundReader {
     /// Unknown for streams whose header does not say it.
     std::optional<std::int64_t> frames() const;
     Metadata metadata() const;
+    /// Whether the input is a whole stereo file of this container and subtype.
+    bool isFileOf(int format) const;
+    /// Gives the bytes of the file, in pieces; the reading of samples ends.
+    void copyBytes(const std::function<void(std::string_view)>& write);
 
     /// Reads up to `frames` frames and returns how many there were; fewer only at the end. Integers
     /// become -1..1 by a power of two, so that up to 24 bits stay exact.

@@ -115,10 +115,10 @@ void clearPeakTime(int descriptor) {
     }
 }
 
-void prepare(SNDFILE* file, const Metadata& metadata) {
+void prepare(SNDFILE* file, const Metadata& metadata, int container) {
     // The peak chunk holds the time of day: the same input would give another file every second.
     sf_command(file, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
-    for (const auto& [key, text] : metadata) sf_set_string(file, key, text.c_str());
+    metadata.setStrings(file, container);
 }
 
 /// The header of a WAV stream: made by the library for an empty file, with the sizes put in
@@ -132,10 +132,13 @@ std::vector<char> wavHeader(const SoundWriter::Shape& shape, const Metadata& met
     info.format = SF_FORMAT_WAV | shape.subtype;
     SNDFILE* const file = sf_open_virtual(&io, SFM_WRITE, &info, &memory);
     if (!file) throw Failure(fmt::format("cannot make a WAV header: {}", sf_strerror(nullptr)));
-    prepare(file, metadata);
+    prepare(file, metadata, SF_FORMAT_WAV);
     sf_command(file, SFC_UPDATE_HEADER_NOW, nullptr, 0);
     auto header = memory.bytes;
     sf_close(file);
+    constexpr int dataHeader = 8;
+    const auto chunks = metadata.wavChunks();
+    header.insert(header.end() - dataHeader, chunks.begin(), chunks.end());
 
     const std::int64_t dataBytes =
         shape.frames.value_or(largestWav) * 2 * sampleBytes(shape.subtype);
@@ -156,8 +159,10 @@ std::vector<char> wavHeader(const SoundWriter::Shape& shape, const Metadata& met
 }  // namespace
 
 struct SoundWriter::State {
-    State(const OutputPlace& outputPlace, const Shape& shape)
+    State(const OutputPlace& outputPlace, const Shape& shape, const Metadata& inputMetadata)
         : place(outputPlace),
+          metadata(inputMetadata),
+          format(shape.container | shape.subtype),
           stream{outputPlace.descriptor()},
           bits(soundFormat::bitsOf(shape.subtype)) {
         // Of the formats with sizes of 32 bits, WAV has a larger sister and AU may leave them open.
@@ -170,7 +175,7 @@ struct SoundWriter::State {
         if (file) sf_close(file);
     }
 
-    void openStream(const Shape& shape, const Metadata& metadata) {
+    void openStream(const Shape& shape) {
         if (!shape.isRaw) {
             const auto header = wavHeader(shape, metadata);
             if (Stream::write(header.data(), std::ssize(header), &stream) < std::ssize(header))
@@ -185,7 +190,7 @@ struct SoundWriter::State {
         file = sf_open_virtual(&io, SFM_WRITE, &info, &stream);
     }
 
-    void openFile(const Shape& shape, const Metadata& metadata) {
+    void openFile(const Shape& shape) {
         SF_INFO info{};
         info.samplerate = shape.rate;
         info.channels = 2;
@@ -197,7 +202,7 @@ struct SoundWriter::State {
         file = sf_open_fd(place.descriptor(), SFM_WRITE, &info, SF_FALSE);
         if (!file) return;
         if (mayGrow) sf_command(file, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
-        prepare(file, metadata);
+        prepare(file, metadata, shape.container);
     }
 
     void requireRoomFor(std::int64_t frames) const {
@@ -244,6 +249,8 @@ struct SoundWriter::State {
     }
 
     const OutputPlace& place;
+    const Metadata metadata;
+    const int format;
     Stream stream;
     SNDFILE* file = nullptr;
     bool isRf64 = false;
@@ -259,12 +266,12 @@ struct SoundWriter::State {
 };
 
 SoundWriter::SoundWriter(const OutputPlace& place, const Shape& shape, const Metadata& metadata)
-    : state_(std::make_unique<State>(place, shape)) {
+    : state_(std::make_unique<State>(place, shape, metadata)) {
     auto& state = *state_;
     if (place.isStream())
-        state.openStream(shape, metadata);
+        state.openStream(shape);
     else
-        state.openFile(shape, metadata);
+        state.openFile(shape);
     if (!state.file)
         throw Failure(fmt::format("{}: cannot write {} with {}: {}", place.name(),
                                   soundFormat::nameOf(shape.container),
@@ -327,6 +334,7 @@ void SoundWriter::close() {
     SNDFILE* const file = std::exchange(state.file, nullptr);
     if (sf_close(file) != 0 || hasFailed || state.stream.error != 0) state.fail();
     if (state.isRf64) clearPeakTime(state.place.descriptor());
+    if (!state.place.isStream()) state.metadata.addTo(state.place, state.format);
 }
 
 }  // namespace qov::cli

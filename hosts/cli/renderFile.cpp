@@ -123,6 +123,17 @@ std::unique_ptr<hosts::Instance> makeEffect(const RenderJob& job, const Settings
     return effect;
 }
 
+/// Copies the input's bytes after it was read to its end, which throws Failure for a damaged one.
+void copyFile(SoundReader& reader, const OutputPlace& place, Progress& progress) {
+    std::vector<float> samples(std::size_t{2} * chunkFrames);
+    std::uint32_t frames = 0;
+    do {
+        frames = reader.readFrames(samples.data(), chunkFrames);
+        progress.advance(frames);
+    } while (frames == chunkFrames);
+    reader.copyBytes([&](std::string_view bytes) { place.write(bytes); });
+}
+
 void process(const RenderJob& job, const Settings& settings, std::vector<AURenderEvent> events,
              SoundReader& reader, SoundWriter& writer, Progress& progress) {
     const auto effect = makeEffect(job, settings, reader.rate());
@@ -184,20 +195,33 @@ void renderFile(const RenderJob& job) {
 
     OutputPlace place(job.output);
     const auto shape = shapeOf(job, place, reader);
-    SoundWriter writer(place, shape, reader.metadata());
+    const int format = shape.container | shape.subtype;
+    const auto metadata = reader.metadata();
     std::optional<Progress> progress;
     progress.emplace(job.showProgress, reader.frames(), reader.rate());
     const auto length = reader.frames().value_or(std::numeric_limits<std::int64_t>::max());
-    if (!isBypassedThroughout(bypassed, events, length) ||
-        !copyExactly(reader, writer, shape.subtype, *progress))
-        process(job, settings, std::move(events), reader, writer, *progress);
-    writer.close();
+    const bool isCopied = isBypassedThroughout(bypassed, events, length);
+    SoundWriter::Clipping clipping;
+    const bool isSameBytes = isCopied && !place.isStream() && reader.isFileOf(format);
+    if (isSameBytes) {
+        copyFile(reader, place, *progress);
+    } else {
+        SoundWriter writer(place, shape, metadata);
+        if (!isCopied || !copyExactly(reader, writer, shape.subtype, *progress))
+            process(job, settings, std::move(events), reader, writer, *progress);
+        writer.close();
+        clipping = writer.clipping();
+    }
     place.commit();
     progress.reset();  // erases its line
     if (!job.isQuiet && reader.isDamaged())
         fmt::print(stderr, "kelvane: {}: is damaged; the {} frames that are there were rendered\n",
                    job.input, fmt::group_digits(reader.framesRead()));
-    if (!job.isQuiet) noteClipping(place, shape, writer.clipping());
+    if (!job.isQuiet) noteClipping(place, shape, clipping);
+    if (!job.isQuiet && !isSameBytes && !shape.isRaw)
+        if (const auto lost = metadata.lostIn(format); !lost.empty())
+            fmt::print(stderr, "kelvane: {}: {} has no place for {}\n", place.name(),
+                       soundFormat::nameOf(shape.container), fmt::join(lost, ", "));
 }
 
 }  // namespace qov::cli
