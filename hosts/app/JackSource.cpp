@@ -26,7 +26,7 @@ class JackSource final : public SoundSource {
     double rate() const override { return jack_get_sample_rate(client_); }
     std::uint32_t longestBlock() const override { return jack_get_buffer_size(client_); }
     bool start(hosts::Instance& instance, SoundLoop& loop) override;
-    void tellLatency() override { jack_recompute_total_latencies(client_); }
+    void reportLatency() override { jack_recompute_total_latencies(client_); }
     bool hasEnded() const override { return hasEnded_.load(); }
 
  private:
@@ -88,7 +88,7 @@ void JackSource::connectOutputs() {
     jack_free(static_cast<void*>(playback));
 }
 
-/// What comes out is later than what went in, and what goes in is heard later, by the effect's own.
+/// Adds the effect's latency to that of the ports.
 void JackSource::addLatency(jack_latency_callback_mode_t mode) {
     const bool isCapture = mode == JackCaptureLatency;
     for (std::size_t side = 0; side < 2; ++side) {

@@ -23,8 +23,8 @@ class SoundSource {
     virtual std::uint32_t longestBlock() const = 0;
     /// loop: mixed into the input.
     virtual bool start(hosts::Instance& instance, SoundLoop& loop) = 0;
-    /// The instance's latency is another now. The thread that calls start().
-    virtual void tellLatency() {}
+    /// After a change of the instance's latency; the thread that calls start().
+    virtual void reportLatency() {}
     /// Whether what calls for the sound has gone, as a JACK server may at any time. Any thread.
     virtual bool hasEnded() const { return false; }
 };
@@ -34,7 +34,7 @@ class SoundSource {
 /// answers.
 std::unique_ptr<SoundSource> openJack(const std::string& server);
 
-/// Blocks of silence at a steady pace, to nobody's ears.
+/// Renders blocks of silence at a steady pace; the output is dropped.
 std::unique_ptr<SoundSource> makeClock(double rate);
 
 }  // namespace qov::app

@@ -96,7 +96,7 @@ class App {
     EditHistory::Values values() const;
     void show(const EditHistory::Values& from, const EditHistory::Values& to);
     void notify(const std::string& line, double seconds);
-    void say(const std::string& line);
+    void report(const std::string& line);
     void end(int exitCode);
 
     const Options& options_;
@@ -131,7 +131,7 @@ int App::run() {
     platform::Timer::scheduledTimer(kExchangeInterval, true, [this](platform::Timer&) {
         if (isOnJack_ && source_->hasEnded()) goOnInSilence();
         instance_->pump();
-        if (instance_->takeLatencyChange()) source_->tellLatency();
+        if (instance_->takeLatencyChange()) source_->reportLatency();
     });
     window_->native().show();
     loop_->run();
@@ -154,7 +154,7 @@ void App::openWindow() {
     auto& native = window_->native();
     native.onClose = [this] { end(0); };
     native.onLost = [this] {
-        say("the X server has gone, and the window with it");
+        report("the X server has gone, and the window with it");
         end(1);
     };
     window_->onKey = [this](const platform::KeyStroke& stroke) { return handleKey(stroke); };
@@ -184,7 +184,7 @@ void App::saveSettings() {
                                  .brightness = window_->brightness(),
                                  .picture = window_->picture(),
                                  .state = instance_->saveState()};
-    if (const auto error = settings.write(options_.settingsPath); !error.empty()) say(error);
+    if (const auto error = settings.write(options_.settingsPath); !error.empty()) report(error);
 }
 
 // Keys and messages
@@ -211,7 +211,7 @@ void App::notify(const std::string& line, double seconds) {
     noticeTimer_ = loop_->schedule(seconds, false, [this] { notice_->hide(); });
 }
 
-void App::say(const std::string& line) {
+void App::report(const std::string& line) {
     fmt::print(stderr, "kelvane: {}\n", line);
     if (hasTerminal()) return;
     auto sentence = line;
@@ -253,7 +253,8 @@ bool App::handleKey(const platform::KeyStroke& stroke) {
 void App::startSound() {
     auto jack = options_.useJack ? openJack(options_.jackServer) : nullptr;
     isOnJack_ = jack && startOn(std::move(jack));
-    if (options_.useJack && !isOnJack_) say("no JACK server answers; the effect runs in silence");
+    if (options_.useJack && !isOnJack_)
+        report("no JACK server answers; the effect runs in silence");
     if (!isOnJack_) startInSilence(options_.sound.rate > 0 ? options_.sound.rate : kUsualRate);
     if (options_.useJack)
         platform::Timer::scheduledTimer(kJackInterval, true,
@@ -261,7 +262,7 @@ void App::startSound() {
 }
 
 void App::goOnInSilence() {
-    say("the JACK server has ended; the effect goes on in silence");
+    report("the JACK server has ended; the effect goes on in silence");
     isOnJack_ = false;
     startInSilence(source_->rate());
 }
@@ -273,7 +274,7 @@ void App::lookForJack() {
     const double rate = source_->rate();
     isOnJack_ = startOn(std::move(jack));
     if (isOnJack_)
-        say("a JACK server answers; the effect plays through it");
+        report("a JACK server answers; the effect plays through it");
     else
         startInSilence(rate);
 }

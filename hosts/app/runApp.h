@@ -19,7 +19,7 @@ struct Options {
     Sound sound;
     /// Points; without it that of the last run, or the panel's own.
     std::optional<platform::CGSize> size;
-    /// Pixels a point; 0 for what the desktop says.
+    /// Pixels a point; 0 for the desktop's own.
     platform::CGFloat scale = 0;
     bool useJack = true;
     /// The JACK server's name; empty for the usual one.

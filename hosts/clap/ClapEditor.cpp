@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <string>
-#include <utility>
 
 #include "hosts/clap/ClapHost.h"
 #include "hosts/instance/Instance.h"
@@ -34,8 +33,6 @@ bool ClapEditor::create(bool isFloating) {
     const auto desktop = platform::NativeWindow::desktopScale(&error);
     if (!desktop) return failed(error);
     editor_.emplace(instance_, *desktop);
-    editor_->onClose = [this] { isClosed_ = true; };
-    editor_->onLost = [this] { isLost_ = true; };
     place_ = {};
     isFloating_ = isFloating;
     return true;
@@ -47,7 +44,7 @@ void ClapEditor::destroy() {
     descriptor_ = -1;
     timer_.reset();
     editor_.reset();
-    isClosed_ = isLost_ = isFloating_ = false;
+    isFloating_ = false;
 }
 
 bool ClapEditor::open() {
@@ -60,7 +57,7 @@ bool ClapEditor::open() {
         return failed("the host gives it no timer");
     }
     timer_ = timer;
-    // What the screen sends need not wait for the timer where the host watches descriptors.
+    // Where the host watches descriptors, the screen's events are handled before the timer.
     const int descriptor = host_.descriptors ? instance_.runLoop()->fileDescriptor() : -1;
     if (descriptor >= 0 && host_.descriptors->register_fd(host_.host, descriptor, abi::fdRead))
         descriptor_ = descriptor;
@@ -96,12 +93,12 @@ bool ClapEditor::hide() {
 }
 
 void ClapEditor::reportClosed() {
-    const bool isClosed = std::exchange(isClosed_, false);
-    const bool isLost = std::exchange(isLost_, false);
-    if (!isClosed && !isLost) return;
-    if (isClosed) hide();
+    using End = EmbeddedEditor::End;
+    const auto end = editor_ ? editor_->takeEnd() : End::none;
+    if (end == End::none) return;
+    if (end == End::closed) hide();
     // The host may destroy the editor inside this call.
-    if (host_.gui) host_.gui->closed(host_.host, isLost);
+    if (host_.gui) host_.gui->closed(host_.host, end == End::lost);
 }
 
 }  // namespace qov::hosts::clap

@@ -54,7 +54,6 @@ class ClapEditor {
     std::optional<EmbeddedEditor> editor_;
     std::optional<clap_id> timer_;
     int descriptor_ = -1;
-    bool isClosed_ = false, isLost_ = false;  // by the user, the screen; not reported yet
 };
 
 }  // namespace qov::hosts::clap

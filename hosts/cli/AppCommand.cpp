@@ -71,7 +71,7 @@ int run(const Arguments& arguments) {
     bool noJack = false, diagnostics = false;
     cli.add_option("FILE", file, "a sound that plays into the effect, round and round");
     cli.add_option("--size", size, "the window's size in points (that of the last run)");
-    cli.add_option("--scale", options.scale, "pixels a point (what the desktop says)")
+    cli.add_option("--scale", options.scale, "pixels a point (the desktop's own)")
         ->check(CLI::Range(0.5, 8.0));
     cli.add_option("--jack-server", options.jackServer, "the JACK server's name");
     cli.add_flag("--no-jack", noJack, "run in silence, without JACK");

@@ -29,7 +29,6 @@ Editor::Editor(Plugin& plugin, const Host& host, double scale) : plugin_(&plugin
 }
 
 bool Editor::openWindow(std::string* error) {
-    window_->onClose = window_->onLost = [this] { isClosed_ = true; };
     if (!window_->open({.parent = host_.parent, .title = host_.title}, error)) return false;
     const auto size = window_->size();
     if (host_.resize) host_.resize->ui_resize(host_.resize->handle, size.width, size.height);
@@ -58,6 +57,7 @@ bool Editor::idle() {
     plugin_->watch();
     plugin_->instance().pump();
     writeEdits();
+    isClosed_ |= window_->takeEnd() != EmbeddedEditor::End::none;
     return !isClosed_;
 }
 

@@ -26,7 +26,7 @@ class Editor {
         const LV2UI_Touch* touch;    ///< or null
         const LV2UI_Resize* resize;  ///< or null
         std::uint64_t parent;        ///< an X11 window; 0 for none
-        float scale;                 ///< pixels a point; 0 for what the desktop says
+        float scale;                 ///< pixels a point; 0 for the desktop's own
         std::string title;
     };
     /// An editor, shown where it has a parent. Null, with a line about why in *error.

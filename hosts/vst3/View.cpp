@@ -31,7 +31,7 @@ EmbeddedEditor::Size sizeOf(const v3_view_rect& rect) {
     return {side(rect.left, rect.right), side(rect.top, rect.bottom)};
 }
 
-/// The format's key codes that the editor knows.
+/// The format's codes of keys that have a meaning in the editor.
 constexpr std::array<std::pair<int, Key>, 12> keys{{{1, Key::backspace},
                                                     {4, Key::enter},
                                                     {6, Key::escape},

@@ -33,15 +33,15 @@ class PanelInput;
 ///
 /// It keeps what the panel expects of its host: the panel that is touched was the last one to draw
 /// in the process, and the host's automation gets the beginning and the end of each gesture. What a
-/// press would act on is marked under the mouse. PanelInput says what wheel, keys and clicks do.
+/// press would act on is marked under the mouse. See PanelInput for wheel, keys and clicks.
 class EditorWindow {
  public:
-    /// Where the window goes, and how large it is.
+    /// Place and size of the window.
     struct Options {
         std::string title = product::name;
-        std::uint64_t parent = 0;           ///< a foreign window to live in; 0 for none
+        std::uint64_t parent = 0;           ///< a foreign window to open it in; 0 for none
         std::uint64_t transientFor = 0;     ///< or one to stay above; 0 for none
-        platform::CGFloat scale = 0;        ///< pixels a point; 0 for what the desktop says
+        platform::CGFloat scale = 0;        ///< pixels a point; 0 for the desktop's own
         platform::CGSize size = panelSize;  ///< points
     };
     /// The panel's own size, in points.

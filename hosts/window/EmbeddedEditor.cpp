@@ -31,8 +31,9 @@ bool EmbeddedEditor::open(const Place& place, std::string* error) {
     if (!place.title.empty()) options.title = place.title;
     window_ = EditorWindow::open(instance_, options, error);
     if (!window_) return false;
-    window_->native().onClose = onClose;
-    window_->native().onLost = onLost;
+    end_ = End::none;
+    window_->native().onClose = [this] { end_ = End::closed; };
+    window_->native().onLost = [this] { end_ = End::lost; };
     return true;
 }
 

@@ -2,10 +2,10 @@
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "hosts/window/EditorWindow.h"
 
@@ -14,7 +14,7 @@ namespace qov::hosts {
 /// The editor of a plug-in as a host handles it: given a scale and a size, opened inside a window
 /// of the host's or floating above one, shown, resized, closed, opened again. Sizes are pixels. It
 /// draws while the host calls Instance::pump(), every `tick` and when the run loop's descriptor is
-/// readable. Belongs to the editor's thread and goes before the instance does.
+/// readable. Belongs to the editor's thread and is destroyed before the instance.
 class EmbeddedEditor {
  public:
     /// Of the window, in pixels.
@@ -32,7 +32,7 @@ class EmbeddedEditor {
 
     /// Where it opens; scale and size are kept here, too.
     struct Place {
-        std::uint64_t parent = 0;        ///< a foreign window to live in; 0 for none
+        std::uint64_t parent = 0;        ///< a foreign window to open it in; 0 for none
         std::uint64_t transientFor = 0;  ///< or one to stay above; 0 for none
         std::string title = {};          ///< empty for the product's name
     };
@@ -63,10 +63,11 @@ class EmbeddedEditor {
     /// The X11 window; 0 while it is not open.
     std::uint64_t handle() const;
 
-    /// The user has closed a floating window.
-    std::function<void()> onClose;
-    /// The screen, or the window around it, is gone.
-    std::function<void()> onLost;
+    /// How the window ended by itself: the user closed a floating one, or the screen or the window
+    /// around it is gone.
+    enum class End { none, closed, lost };
+    /// The end since open() or the last call.
+    End takeEnd() { return std::exchange(end_, End::none); }
 
  private:
     int pixels(double points) const;
@@ -75,6 +76,7 @@ class EmbeddedEditor {
     double scale_;
     platform::CGSize size_ = EditorWindow::panelSize;  // points, before it is open
     std::unique_ptr<EditorWindow> window_;
+    End end_ = End::none;
 };
 
 }  // namespace qov::hosts

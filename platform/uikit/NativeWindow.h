@@ -55,11 +55,11 @@ class NativeWindow {
     /// How a window comes up.
     struct Options {
         std::string title;
-        /// A foreign window that it is to live in; 0 for a window of its own.
+        /// The foreign window to open it in; 0 for a window of its own.
         std::uint64_t parent = 0;
         /// A foreign window that a window of its own stays above; 0 for none.
         std::uint64_t transientFor = 0;
-        /// Pixels a point; 0 for what the desktop says.
+        /// Pixels a point; 0 for the desktop's own.
         CGFloat scale = 0;
         /// Smallest size that the desktop lets the user choose, in points.
         CGSize minimumSize{1, 1};
@@ -77,8 +77,8 @@ class NativeWindow {
     static std::unique_ptr<NativeWindow> open(std::shared_ptr<UIWindow> content,
                                               const Options& options, std::string* error);
 
-    /// Pixels a point that the desktop asks for, for hosts that want to know a size before there
-    /// is a window. Nothing, with a line in *error as above, where there is no screen.
+    /// The desktop's own pixels a point, for hosts that ask for a size before there is a window.
+    /// Nothing, with a line in *error as above, where there is no screen.
     static std::optional<CGFloat> desktopScale(std::string* error);
 
     NativeWindow(const NativeWindow&) = delete;
@@ -97,8 +97,8 @@ class NativeWindow {
     virtual void setScale(CGFloat scale) = 0;
     /// Names it to the system: an X11 window.
     virtual std::uint64_t handle() const = 0;
-    /// For a window that lives in another one; it starts with none. A window of its own gets every
-    /// key while it has the focus, and this does nothing. `all` gives the focus back afterwards.
+    /// For a window inside another one; at first `none`. A window of its own gets every key while
+    /// it has the focus, and this is a no-op. Leaving `all` gives the focus back.
     virtual void demandKeys(KeyDemand demand) = 0;
     /// Where the mouse is over the window, in points of the content, as are all places below.
     virtual std::optional<CGPoint> pointer() const = 0;
@@ -107,16 +107,16 @@ class NativeWindow {
 
     /// The user asks to close it.
     std::function<void()> onClose;
-    /// The screen, or the window it lived in, is gone.
+    /// The screen, or the window around it, is gone.
     std::function<void()> onLost;
-    /// A window that lives in another one gets what demandKeys() asks for.
+    /// A window inside another one gets the keys that demandKeys() asks for.
     std::function<void(const KeyStroke& key)> onKey;
     /// Keys that were demanded went elsewhere: another window has the focus.
     std::function<void()> onFocusLost;
     /// The wheel, in steps, up counts positive. False makes it zoom.
     std::function<bool(CGPoint at, int steps, KeyModifiers held)> onWheel;
-    /// Called with each touch of mouse or finger before the content gets it; returns where the
-    /// content shall see it. Nothing at touch-down keeps the whole touch from the content.
+    /// Called with each touch of mouse or finger before the content gets it; returns the place that
+    /// the content gets. Nothing at touch-down keeps the whole touch from the content.
     std::function<std::optional<CGPoint>(UITouchPhase phase, CGPoint at, KeyModifiers held)>
         routeTouch;
     /// The mouse is at another place with no button down, or has left, gone down or given way to a

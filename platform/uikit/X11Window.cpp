@@ -34,8 +34,8 @@ constexpr long kUsualEvents = ExposureMask | StructureNotifyMask | ButtonPressMa
                               ButtonReleaseMask | PointerMotionMask | EnterWindowMask |
                               LeaveWindowMask;
 
-// Errors. Xlib's own way with them is to end the process, which is not ours to end: inside a
-// plug-in it is the host's. Errors of our connections are swallowed, all others passed on.
+// Errors. Xlib's default is to end the process, which inside a plug-in is the host's. Errors of
+// connections of this file are ignored, all others passed on to the handler before.
 
 class Connections {
  public:
@@ -247,7 +247,7 @@ class X11Window final : public NativeWindow {
     int revertBefore_ = RevertToNone;
     bool mouseDown_ = false;
     bool lost_ = false;
-    bool toldLost_ = false;
+    bool reportedLost_ = false;
 };
 
 // Opening
@@ -269,7 +269,7 @@ bool X11Window::create(const Options& options, std::string* error) {
     XWindowAttributes made;
     if (lost_ || !XGetWindowAttributes(display_, window_, &made)) {
         if (error)
-            *error = options.parent ? "the window to live in does not exist"
+            *error = options.parent ? "the parent window does not exist"
                                     : "the X server does not give a window";
         window_ = 0;
         return false;
@@ -304,7 +304,7 @@ void X11Window::makeWindow(const Options& options) {
     gc_ = XCreateGC(display_, window_, 0, nullptr);
 }
 
-/// What the window manager, or the host around the window, has to know of it.
+/// Sets the properties for the window manager, or for the host around the window.
 void X11Window::describeWindow(const Options& options) {
     const auto atom = [&](const char* name) { return XInternAtom(display_, name, False); };
     protocols_ = atom("WM_PROTOCOLS");
@@ -378,8 +378,8 @@ void X11Window::turn() {
         handleEvents();
         if (isAlive()) present();
     } while (isAlive() && XEventsQueued(display_, QueuedAlready) > 0);
-    if (isAlive() || toldLost_) return;
-    toldLost_ = true;
+    if (isAlive() || reportedLost_) return;
+    reportedLost_ = true;
     detach();
     content_->cancelTouches();
     if (onLost) onLost();

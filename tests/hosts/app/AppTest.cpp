@@ -45,7 +45,7 @@ struct Started : Child {
     }
 };
 
-/// Files and settings of each test lie in a folder that goes with it.
+/// Files and settings of each test lie in a folder that is removed after it.
 class App : public testing::Test {
  protected:
     App() {

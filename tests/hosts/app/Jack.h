@@ -11,7 +11,7 @@
 namespace qov::test {
 
 /// A JACK server on its dummy driver (48000 Hz, blocks of 256), with a client that plays 0.5 on the
-/// left alone and listens. What returns bool waits for it, and is false after half a minute.
+/// left alone and listens. Each bool function waits, and returns false after half a minute.
 class Jack {
  public:
     Jack();

@@ -19,7 +19,8 @@ constexpr int kLongestWait = 60'000;  // milliseconds
 /// The next bytes, or none at the end.
 std::string readSome(int descriptor) {
     pollfd one{descriptor, POLLIN, 0};
-    if (poll(&one, 1, kLongestWait) <= 0) throw std::runtime_error("a child says nothing");
+    if (poll(&one, 1, kLongestWait) <= 0)
+        throw std::runtime_error("a child writes nothing for a minute");
     char buffer[512];
     const auto count = read(descriptor, buffer, sizeof buffer);
     return {buffer, static_cast<std::size_t>(count > 0 ? count : 0)};

@@ -207,7 +207,7 @@ TEST_F(OnScreen, FollowsItsSizeAndTouchesMeasureInTheScaleOfEachEditor) {
     }
     std::string error;
     EXPECT_EQ(EditorWindow::open(*large.instance, {.parent = 0x7FFFFF}, &error), nullptr);
-    EXPECT_EQ(error, "the window to live in does not exist");
+    EXPECT_EQ(error, "the parent window does not exist");
 }
 
 /// The panel is cut off, distorted, or laid out narrower than its correlograph has room in.

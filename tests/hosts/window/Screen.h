@@ -9,9 +9,9 @@ namespace qov::test {
 
 class Child;
 
-/// A virtual screen of 1400 x 1000 pixels of this process's own, which DISPLAY names while it
-/// lives. There is no window manager: windows lie where they are put, and keys go to the one under
-/// the mouse.
+/// A virtual screen of 1400 x 1000 pixels for this process alone; DISPLAY names it until it is
+/// destroyed. There is no window manager: windows lie where they are put, and keys go to the one
+/// under the mouse.
 class Screen {
  public:
     Screen();
@@ -33,7 +33,7 @@ class Screen {
     static bool isViewable(std::uint64_t window);
 
  protected:
-    /// Another server, which gets -displayfd and what else there is to say to all.
+    /// Starts another server, with -displayfd and what else every server gets.
     explicit Screen(std::vector<std::string> server);
 
  private:
