@@ -14,14 +14,10 @@ namespace qov::test {
 namespace {
 
 constexpr std::size_t frames = 96000;
-/// In samples of both channels; an export without them has no 0 in its noise.
-constexpr std::size_t shortestDropout = 64;
-
 /// What one try found: empty where Ardour's export has the expected sound.
 struct Outcome {
     std::string fault;
-    /// A crash, a hang or silence, which may end again. Ardour's export produces each of them with
-    /// any plug-in, in about one run of five.
+    /// A crash, a hang or silence, which Ardour's export produces without any plug-in, too.
     bool mayBeArdour = false;
 };
 
@@ -32,17 +28,26 @@ Outcome attempt(const std::string& format, const Sound<float>& sound) {
     save(folder / "in.wav", sound);
     save(folder / "same.wav", sound);
     const auto home = folder / "home";
-    // Nothing of this user's; scanning finds the bundles of the build.
-    const auto in = "mkdir -p " + home + "/.vst3 && ln -sf '" PLUGINS "/vst3/QOV Kelvane.vst3' " +
-                    home + "/.vst3 && env -u DISPLAY HOME=" + home + " XDG_CACHE_HOME=" + home +
-                    "/cache XDG_CONFIG_HOME=" + home + "/config LV2_PATH='" PLUGINS "/lv2' ";
+    // Nothing of this user's; scanning finds the bundles of the build. Two faults of Ardour, seen
+    // without any plug-in, are avoided: the resampler of its ports makes some exports 16 frames
+    // early, and its threads corrupt the heap where they run on two cores.
+    shell("mkdir -p " + home + "/.vst3 " + home +
+          "/config/ardour7 && ln -sf '" PLUGINS "/vst3/QOV Kelvane.vst3' " + home + "/.vst3");
+    write(home + "/config/ardour7/config",
+          "<Ardour><Config><Option name=\"port-resampler-quality\" "
+          "value=\"0\"/></Config></Ardour>\n");
+    const auto in = "env -u DISPLAY HOME=" + home + " XDG_CACHE_HOME=" + home +
+                    "/cache XDG_CONFIG_HOME=" + home +
+                    "/config LV2_PATH='" PLUGINS
+                    "/lv2' taskset --cpu-list $(taskset --cpu-list --pid $$ |"
+                    " sed 's/.*: //; s/[-,].*//') ";
     std::string printed;
     for (const auto& command :
-         {"LD_LIBRARY_PATH=/usr/lib/ardour7 timeout 20 /usr/lib/ardour7/ardour-vst3-scanner '" +
+         {"timeout 40 env LD_LIBRARY_PATH=/usr/lib/ardour7 /usr/lib/ardour7/ardour-vst3-scanner '" +
               home + "/.vst3/QOV Kelvane.vst3'",
-          "timeout 20 ardour7-lua " SCRIPTS "/ardour.lua " + (folder / ".") + " " + format + " " +
+          "timeout 40 ardour7-lua " SCRIPTS "/ardour.lua " + (folder / ".") + " " + format + " " +
               std::to_string(frames),
-          "timeout 20 ardour7-export -b float -o " + (folder / "out.wav") + " " + (folder / "s") +
+          "timeout 40 ardour7-export -b float -o " + (folder / "out.wav") + " " + (folder / "s") +
               " s"}) {
         const auto run = shell(in + command);
         printed += run.out + run.err;
@@ -76,7 +81,7 @@ Outcome attempt(const std::string& format, const Sound<float>& sound) {
     return {"from channel " + std::to_string(first % 2) + ", frame " + std::to_string(first / 2) +
                 ": " + std::to_string(wrong) + " samples are wrong, " + std::to_string(silent) +
                 " of them 0",
-            silent >= shortestDropout};
+            silent == wrong};
 }
 
 class Ardour : public testing::TestWithParam<const char*> {};
