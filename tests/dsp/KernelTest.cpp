@@ -1,5 +1,6 @@
 // The kernel's parameters, formats and states.
 
+#include <map>
 #include <numeric>
 #include <tuple>
 
@@ -25,32 +26,24 @@ TEST(Kernel, HasDefaultsBeforeItsFormatIsKnown) {
                     kernel.circular.size, kernel.buffer.size, kernel.latency.lNewSize,
                     kernel.volumeInterpolator.time, kernel.panpot.lUpdaterate),
               tuple(44100, 22050, 2, 1024, 1024, 0, 1024, 512, 16u));
-    const auto whole = [](const Interpolator2& ramp) {
-        return tuple(ramp.destinationValue, ramp.currentValue, ramp.increase, ramp.time,
-                     ramp.delay);
-    };
-    EXPECT_EQ(whole(kernel.panpot.interp), tuple(0, 0, 0, 1024, 0));
-    for (const Gainer& gainer : {kernel.gainerL, kernel.gainerR}) {
-        EXPECT_EQ(whole(gainer.interp), tuple(1, 1, 0, 1024, 0));
-        EXPECT_EQ(tuple(gainer.fValue, gainer.fMax, gainer.fMin, gainer.lSmoothed),
-                  tuple(1, 1, 0, 1));
-    }
+    for (const auto* ramp : {&kernel.panpot.interp, &kernel.gainerL.interp, &kernel.gainerR.interp})
+        EXPECT_EQ(tuple(ramp->currentValue, ramp->increase, ramp->time, ramp->delay),
+                  tuple(ramp->destinationValue, 0, 1024, 0));
+    for (const Gainer& gainer : {kernel.gainerL, kernel.gainerR})
+        EXPECT_EQ(tuple(gainer.interp.currentValue, gainer.fValue, gainer.fMax, gainer.fMin,
+                        gainer.lSmoothed),
+                  tuple(1, 1, 1, 0, 1));
 }
 
 TEST(Kernel, StoresValuesAsGivenAndSwitchesAboveOneHalf) {
     Kernel kernel;
     for (std::uint64_t address = 0; address < 12; ++address) {
-        const bool continuous = address < kSwapChannels || address == kVolume;
-        const bool unknown = address == 8 || address > kVolume;
-        for (const auto& [value, stored] : {std::pair{0.5f, 0.0f},
-                                            {0.50001f, 1.0f},
-                                            {-3.0f, 0.0f},
-                                            {9.0f, 1.0f},
-                                            {-7.25f, 0.0f}}) {
+        for (const auto& [value, isOn] : std::map<float, bool>{
+                 {0.5f, false}, {0.50001f, true}, {-7.25f, false}, {9.0f, true}}) {
             kernel.setParameter(address, value);
-            EXPECT_EQ(kernel.getParameter(address), unknown      ? 0
-                                                    : continuous ? value
-                                                                 : stored)
+            const bool isContinuous = address < kSwapChannels || address == kVolume;
+            const float stored = isContinuous ? value : isOn ? 1.0f : 0.0f;
+            EXPECT_EQ(kernel.getParameter(address), address == 8 || address > kVolume ? 0 : stored)
                 << address << " given " << value;
         }
     }
