@@ -1,13 +1,11 @@
 #include <unistd.h>
 
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <thread>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -18,9 +16,7 @@
 
 namespace {
 
-using qov::test::Child;
-using qov::test::Jack;
-using qov::test::Screen;
+using namespace qov::test;
 using testing::HasSubstr;
 using Words = std::vector<std::string>;
 
@@ -29,14 +25,10 @@ const std::string silent = "kelvane: no JACK server answers; the effect runs in 
 /// `kelvane app` with these options, run by other words, with its window on the screen if there is
 /// one.
 struct Started : Child {
-    explicit Started(const Words& options, const Words& words = {})
-        : Child(command(options, words)) {
+    explicit Started(const Words& options, Words words = {})
+        : Child((words.insert(words.end(), {KELVANE, "app"}),
+                 words.insert(words.end(), options.begin(), options.end()), words)) {
         if (std::getenv("DISPLAY")) Screen::xdo("search --sync --onlyvisible --name Kelvane");
-    }
-    static Words command(const Words& options, Words words) {
-        words.insert(words.end(), {KELVANE, "app"});
-        words.insert(words.end(), options.begin(), options.end());
-        return words;
     }
     /// It has ended with this code, and this is all that it wrote.
     void expectEnd(int code, const std::string& lines) {
@@ -69,7 +61,7 @@ TEST_F(App, ReportsWhatIsWrongAndShowsItWithoutATerminal) {
                  {{"no-such-file.wav"}, 1, "no-such-file.wav"},
                  {{"--no-jack"}, 1, "the environment variable DISPLAY is not set"}}) {
             if (isOnScreen && options[0] == "--no-jack") continue;
-            Started app(options, {"setsid"});
+            Started app(options, {"setsid", "sh", "-c", "exec \"$@\" </dev/null >/dev/null", "sh"});
             if (isOnScreen) Screen::xdo("mousemove 100 100 key a key Escape");
             EXPECT_EQ(app.wait(), code) << app.errorUntil("");
             EXPECT_THAT(app.errorUntil(""), HasSubstr(line));
@@ -132,16 +124,17 @@ TEST_F(App, TheMouseChangesTheSoundOfAJackGraph) {
     EXPECT_TRUE(jack->listenTo("kelvane:out left", "kelvane:out right"));
     EXPECT_TRUE(jack->hears(0.5F, 0));
     // Width from the middle to its end doubles the side: (3L - R) / 2 and (3R - L) / 2.
-    Screen::xdo("mousemove 350 375 mousedown 1 mousemove 350 365 mousemove 350 75 mouseup 1");
-    EXPECT_TRUE(jack->hears(0.75F, 0.25F)) << "wide";
-    EXPECT_TRUE(jack->knowsLatency(2048));
-    Screen::xdo("mousemove 520 297 click 1");
-    EXPECT_TRUE(jack->hears(0.5F, 0)) << "suspended";
-    EXPECT_TRUE(jack->knowsLatency(0));
-    Screen::xdo("click 1 mousemove 60 90 click 1");
-    EXPECT_TRUE(jack->hears(0.25F, 0.75F)) << "wide, and swapped";
-    Screen::xdo("key space");
-    EXPECT_TRUE(jack->hears(0, 0)) << "paused";
+    for (const auto& [hands, left, right, latency] :
+         std::vector<std::tuple<std::string, float, float, jack_nframes_t>>{
+             {"mousemove 350 375 mousedown 1 mousemove 350 365 mousemove 350 75 mouseup 1", 0.75F,
+              0.25F, 2048},
+             {"mousemove 520 297 click 1", 0.5F, 0.0F, 0},             // suspended
+             {"click 1 mousemove 60 90 click 1", 0.25F, 0.75F, 2048},  // swapped
+             {"key space", 0.0F, 0.0F, 2048}}) {                       // paused
+        Screen::xdo(hands);
+        EXPECT_TRUE(jack->hears(left, right)) << hands;
+        EXPECT_TRUE(jack->knowsLatency(latency)) << hands;
+    }
 
     // The server is restarted under it.
     jack.reset();
@@ -154,7 +147,7 @@ TEST_F(App, TheMouseChangesTheSoundOfAJackGraph) {
     // A laptop's lid, a debugger, a machine with too much to do: whole cycles are missed.
     for (int round = 0; round < 10; ++round) {
         app.signal(SIGSTOP);
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));  // 19 cycles
+        usleep(100'000);  // 19 cycles
         app.signal(SIGCONT);
         EXPECT_TRUE(jack->hears(0.25F, 0.75F));
     }

@@ -213,15 +213,9 @@ TEST_F(OnScreen, FollowsItsSizeAndTouchesMeasureInTheScaleOfEachEditor) {
 /// The panel is cut off, distorted, or laid out narrower than its correlograph has room in.
 TEST_F(OnScreen, ShowsThePanelWholeInWindowsOfAnySizeAndShape) {
     const Shown shown;
-    for (const auto& [width, height] : std::vector<std::pair<double, double>>{{680, 440},
-                                                                              {390, 300},
-                                                                              {320, 568},
-                                                                              {1200, 420},
-                                                                              {1200, 100},
-                                                                              {170, 110},
-                                                                              {1, 1},
-                                                                              {1360, 880},
-                                                                              {800, 2000}}) {
+    constexpr double sizes[][2] = {{680, 440}, {390, 300}, {320, 568},  {1200, 420}, {1200, 100},
+                                   {170, 110}, {1, 1},     {1360, 880}, {800, 2000}};
+    for (const auto& [width, height] : sizes) {
         SCOPED_TRACE(testing::Message() << width << " x " << height);
         shown.window->native().setSize({width, height});
         shown.window->content().layoutIfNeeded();
