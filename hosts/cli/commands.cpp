@@ -2,14 +2,11 @@
 
 #include "hosts/cli/AppCommand.h"
 #include "hosts/cli/Command.h"
-#include "hosts/cli/CurvesCommand.h"
 #include "hosts/cli/DemoCommand.h"
 #include "hosts/cli/FieldCommand.h"
-#include "hosts/cli/MidiCommand.h"
 #include "hosts/cli/ParamsCommand.h"
 #include "hosts/cli/RenderCommand.h"
 #include "hosts/cli/SnapshotCommand.h"
-#include "hosts/cli/TreeCommand.h"
 
 namespace qov::cli {
 
@@ -24,9 +21,6 @@ std::span<const Command> commands() {
         Command{"snapshot", "draws the editor, or one of its views, as it plays a file",
                 runSnapshot},
         Command{"params", "lists the parameters with address, range, default and unit", runParams},
-        Command{"tree", "lists what is below a folder, as XML, list or dump", runTree},
-        Command{"curves", "draws the easing curves, or prints the values of one", runCurves},
-        Command{"midi", "lists the events of a standard MIDI file", runMidi},
     };
     return table;
 }

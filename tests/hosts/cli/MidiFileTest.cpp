@@ -6,7 +6,6 @@
 
 #include <string>
 
-#include "hosts/cli/MidiCommand.h"
 #include "tests/hosts/cli/Program.h"
 #include "tests/hosts/cli/Sound.h"
 
@@ -81,34 +80,12 @@ TEST(MidiFile, mergesItsTracksByTimeAndThenByTrack) {
     std::vector<std::string> lines;
     for (const auto& event : file.events)
         lines.push_back(std::to_string(event.track) + " " + std::to_string(event.pulse) + " " +
-                        qov::cli::describe(event));
-    EXPECT_THAT(lines, ElementsAre("2 0 STATUS_NOTEON channel 1 60 64",
-                                   "1 69 META_SETTEMPO 400000 us a quarter (150 a minute)",
-                                   "1 69 META_EOT", "2 69 STATUS_NOTEON channel 1 60 0",
-                                   "2 69 STATUS_PROGRAM channel 2 5", "2 70 META_EOT"));
-}
-
-struct Line {
-    const char* digits;
-    const char* text;
-};
-
-TEST(MidiFile, namesItsEventsInTheVocabulary) {
-    const Line lines[] = {
-        {"BF 7B 00", "STATUS_CONTROLLER channel 16 CONTROLLER_NOTES_OFF 0"},
-        {"B0 02 01", "STATUS_CONTROLLER channel 1 controller 2 1"},
-        {"E3 00 40", "STATUS_PITCHBEND channel 4 +0"},
-        {"E3 00 00", "STATUS_PITCHBEND channel 4 -8192"},
-        {"F0 03 7E 01 F7", "STATUS_SYSEX 7E 01 F7"},
-        {"F7 02 F3 01", "STATUS_EOX F3 01"},
-        {"FF 03 05 41 22 5C 0A C3", "META_TRACKNAME \"A\\\"\\\\\\x0A\\xC3\""},
-        {"FF 58 04 06 03 18 08", "META_TIMESIGNATURE 6/8"},
-        {"FF 54 05 01 02 03 04 05", "META_SMTPOFFSET 01 02 03 04 05"},
-        {"FF 44 01 7F", "META_UNKNOWN 44 7F"},
-        {"FF 44 80 01 7F", "META_UNKNOWN 44 7F"},
-    };
-    for (const auto& [digits, text] : lines)
-        EXPECT_EQ(qov::cli::describe(parse(song(96, {{{0, digits}, {0, kEnd}}})).events[0]), text);
+                        fmt::format("{:02X}", fmt::join(event.bytes, " ")));
+    EXPECT_THAT(lines, ElementsAre("2 0 90 3C 40", "1 69 FF 51 06 1A 80", "1 69 FF 2F",
+                                   "2 69 90 3C 00", "2 69 C1 05", "2 70 FF 2F"));
+    EXPECT_THAT(parse(song(96, {{{0, "FF 44 80 01 7F"}, {0, kEnd}}})).events[0].bytes,
+                ElementsAre(0xFF, 0x44, 0x7F))
+        << "a length of two bytes";
 }
 
 TEST(MidiFile, findsTheNextEventBehindLongData) {

@@ -1,23 +1,29 @@
-#include "hosts/cli/CurveSheet.h"
-
+// Draws all easing curves, family by family, into a PNG: curves OUT.png
+//
+// Every curve runs from 0 to 1 on one scale; the column of dots beside it is the value at equal
+// steps of time, as an eye would see the movement.
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <cstdio>
+#include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "animation/Easing.h"
-#include "platform/coregraphics/CGContext.h"
+#include "platform/coregraphics/CGBitmapContext.h"
 #include "platform/coregraphics/CGFont.h"
+#include "platform/coregraphics/CGImage.h"
 
-namespace qov::cli {
 namespace {
 
 using platform::CGColor;
 using platform::CGContext;
 using platform::CGFloat;
 using platform::CGPoint;
+using qov::EasingCurve;
+using qov::easingCurves;
 
 constexpr CGColor kBackground{0.066, 0.070, 0.082};
 constexpr CGColor kPanel{0.100, 0.106, 0.122};
@@ -134,8 +140,6 @@ void drawFamily(CGContext& context, const Family& family, CGPoint corner) {
                    corner.y + kFamilyTitle});
 }
 
-}  // namespace
-
 platform::CGSize curveSheetSize() {
     const auto list = families();
     CGFloat height = kMargin + std::max(kTitle, kFamilyTitle + cellHeight(list.front())) + kGap;
@@ -163,4 +167,22 @@ void drawCurveSheet(CGContext& context) {
     }
 }
 
-}  // namespace qov::cli
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: %s OUT.png\n", argv[0]);
+        return 2;
+    }
+    constexpr double scale = 1;  // pixels a point
+    const auto size = curveSheetSize();
+    const auto context =
+        platform::makeBitmapContext(static_cast<int>(std::lround(size.width * scale)),
+                                    static_cast<int>(std::lround(size.height * scale)), scale);
+    if (!context) return 1;
+    drawCurveSheet(*context);
+    const auto png = context->makeImage()->png();
+    std::ofstream file(argv[1], std::ios::binary);
+    file.write(reinterpret_cast<const char*>(png.data()), std::ssize(png));
+    return file.flush() ? 0 : 1;
+}

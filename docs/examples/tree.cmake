@@ -1,0 +1,2 @@
+set(links files)
+set(arguments ${CMAKE_CURRENT_SOURCE_DIR})
