@@ -17,7 +17,6 @@
 #include <CLI/Formatter.hpp>
 
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
-#include "audiounit/componentDescription.h"
 #include "editor/AudioUnitViewController.h"
 #include "editor/CorrelographViewAU.h"
 #include "editor/PluginFrameEx.h"
@@ -27,11 +26,9 @@
 #include "hosts/cli/Parameters.h"
 #include "hosts/cli/SoundReader.h"
 #include "hosts/cli/parseOptions.h"
+#include "hosts/instance/Instance.h"
 #include "hosts/window/fitPanel.h"
-#include "platform/audiotoolbox/AUAudioUnitBus.h"
-#include "platform/audiotoolbox/AUAudioUnitBusArray.h"
 #include "platform/audiotoolbox/AUParameterTree.h"
-#include "platform/avfoundation/AVAudioFormat.h"
 #include "platform/coregraphics/CGBitmapContext.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/uikit/UIGraphics.h"
@@ -150,16 +147,12 @@ class Scene {
         window_ = std::make_shared<platform::UIWindow>(
             platform::CGSize{snapshot.size.width / fit.scale, snapshot.size.height / fit.scale},
             snapshot.scale * fit.scale);
-        controller_->createAudioUnit(componentDescription, nullptr);
+        instance_ = hosts::Instance::create(nullptr, loop_, controller_);
+        if (!instance_) throw Failure("the effect cannot be made");
         window_->setRootViewController(controller_);
         loop_->pump();
         window_->update();
     }
-
-    /// The editor's timer holds its controller until the loop ends.
-    ~Scene() { loop_->end(); }
-    Scene(const Scene&) = delete;
-    Scene& operator=(const Scene&) = delete;
 
     /// The settings, then as much of the file as has been played.
     void play(const std::string& path, const std::string& at, const Snapshot& snapshot);
@@ -186,6 +179,7 @@ class Scene {
     std::shared_ptr<AudioUnitViewController> controller_ =
         std::make_shared<AudioUnitViewController>();
     std::shared_ptr<platform::UIWindow> window_;
+    std::unique_ptr<hosts::Instance> instance_;  // ends the loop, which holds the controller
 };
 
 /// A finger straight on the panel, wherever another view covers it.
@@ -220,37 +214,22 @@ void Scene::set(const Snapshot& snapshot) {
 void Scene::play(const std::string& path, const std::string& at, const Snapshot& snapshot) {
     SoundReader reader(path, {.rawRate = {}, .upmix = true});
     std::int64_t left = at.empty() ? INT64_MAX : parseTime(at, reader.rate());
-    auto& unit = *controller_->audioUnit();
-    const auto format = platform::AVAudioFormat::initStandardFormatWithSampleRate(reader.rate(), 2);
-    for (const auto& busses : {unit.inputBusses(), unit.outputBusses()})
-        (*busses)[0]->setFormat(format, nullptr);
-    if (!unit.allocateRenderResourcesAndReturnError(nullptr))
+    if (!instance_->activate(reader.rate(), blockFrames, nullptr))
         throw Failure(fmt::format("{}: the effect does not take {} Hz", path, reader.rate()));
 
     // Only now: an allocation forgets the phase shift's length.
     set(snapshot);
     std::vector<float> leftIn(blockFrames), rightIn(blockFrames);
     auto leftOut = leftIn, rightOut = rightIn;
-    const platform::AURenderPullInputBlock pull = [&](auto*, auto*, std::uint32_t frames, auto,
-                                                      platform::AudioBufferList* data) -> int {
-        const std::vector<float>* in[]{&leftIn, &rightIn};
-        for (std::uint32_t i = 0; i < data->mNumberBuffers && i < 2; ++i)
-            std::copy_n(in[i]->begin(), frames, static_cast<float*>(data->mBuffers[i].mData));
-        return 0;
-    };
-    const auto render = unit.internalRenderBlock();
-    platform::AudioTimeStamp time{.mFlags = platform::kAudioTimeStampSampleTimeValid};
     while (left > 0) {
         const auto wanted = static_cast<std::uint32_t>(std::min<std::int64_t>(left, blockFrames));
         const std::uint32_t frames = reader.read(leftIn.data(), rightIn.data(), wanted);
         if (frames == 0) break;
-        platform::StereoBufferList out(leftOut.data(), rightOut.data(), frames);
-        platform::AudioUnitRenderActionFlags flags = 0;
-        render(&flags, &time, frames, 0, out.list(), nullptr, pull);
-        time.mSampleTime += frames;
+        instance_->process({leftIn.data(), rightIn.data()}, {leftOut.data(), rightOut.data()},
+                           frames);
         left -= frames;
     }
-    unit.deallocateRenderResources();
+    instance_->deactivate();
 }
 
 std::shared_ptr<const platform::CGImage> Scene::picture(const std::string& view,
