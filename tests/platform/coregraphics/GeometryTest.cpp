@@ -59,7 +59,10 @@ TEST(CGPath, ArcsTakeTheAskedWayRoundAndKeepTheirRadius) {
     arc.addArc({0, 0}, 10, 0, std::numbers::pi / 2, false);  // the long way, over the top
     EXPECT_TRUE(arc.contains({0, -9}));
     EXPECT_FALSE(arc.contains({8, 8}));
-    for (const auto& figure : {CGPath::ellipse({-10, -10, 20, 20}), arc}) {
+    CGPath whole;
+    whole.addArc({0, 0}, 10, 0, -7, false);  // more than a turn is one turn
+    for (const CGPoint p : {CGPoint{0, -9}, {-9, 0}, {0, 9}}) EXPECT_TRUE(whole.contains(p));
+    for (const auto& figure : {CGPath::ellipse({-10, -10, 20, 20}), arc, whole}) {
         const CGPoint* p = &figure.points()[1];
         CGPoint from = figure.points()[0];
         for (const auto element : figure.elements()) {
