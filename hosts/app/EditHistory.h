@@ -13,6 +13,7 @@ class EditHistory {
  public:
     /// Of each parameter, by address.
     using Values = std::array<float, parameterCount>;
+    /// A gesture.
     struct Step {
         Values before, after;
     };

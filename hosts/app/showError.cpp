@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include <fmt/format.h>
+
 #include "hosts/instance/product.h"
 #include "platform/coregraphics/CGContext.h"
 #include "platform/coregraphics/CGFont.h"
@@ -56,7 +58,7 @@ std::vector<std::string> wrap(const std::string& text) {
     std::istringstream words(text);
     for (std::string word; words >> word;) {
         auto& line = lines.back();
-        const auto longer = line.empty() ? word : line + ' ' + word;
+        const auto longer = line.empty() ? word : fmt::format("{} {}", line, word);
         if (fits(longer)) {
             line = longer;
             continue;

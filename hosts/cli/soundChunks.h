@@ -9,6 +9,7 @@ namespace qov::cli {
 
 /// What the header of a sound file says of its parts, beside what the file holds.
 struct SoundChunks {
+    /// A part of the header with its identifier.
     struct Chunk {
         std::string identifier;
         std::int64_t start;  ///< offset in the file
