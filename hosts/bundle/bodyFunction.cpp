@@ -42,7 +42,7 @@ void load() {
     if (!findBody()) return say("the plug-in's own folder cannot be found");
     int flags = RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE;
 #if !defined(KELVANE_SHALLOW_BINDING)
-    // A host's own Cairo or Pango, of another version, stays out of ours. (A sanitizer must see
+    // A host's own Cairo, of another version, stays out of ours. (A sanitizer must see
     // every allocation, and forbids it.)
     flags |= RTLD_DEEPBIND;
 #endif

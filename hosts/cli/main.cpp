@@ -33,18 +33,6 @@ std::string unknownCommand(const std::string& name) {
 
 }  // namespace
 
-#ifdef __has_feature
-#if __has_feature(address_sanitizer)
-/// The font library keeps its tables to the end of the process.
-extern "C" const char* __lsan_default_suppressions() {
-    return "leak:libfontconfig\n";
-}
-extern "C" const char* __lsan_default_options() {
-    return "print_suppressions=0";
-}
-#endif
-#endif
-
 int main(int argc, char** argv) try {
     // Nobody asked for the system's console lines, and standard output may be a sound.
     platform::console::setSink({});

@@ -1,11 +1,14 @@
-#include "platform/coregraphics/CairoContext.h"
+// The drawing back end on Cairo: bitmaps and SVG documents.
 
+#include <cairo-svg.h>
 #include <cairo.h>
 
 #include <array>
+#include <cmath>
 #include <vector>
 
 #include "platform/coregraphics/CGBitmapContext.h"
+#include "platform/coregraphics/CGSvgContext.h"
 #include "platform/coregraphics/LineMask.h"
 
 namespace platform {
@@ -24,7 +27,7 @@ struct Surface {
     cairo_surface_t* const surface;
 };
 
-/// Draws into a bitmap (Base = CGBitmapContext) or any other target (Base = CGContext).
+/// Base: the interface of the target, CGBitmapContext or CGSvgContext.
 template <typename Base>
 class CairoContext : public Base {
  public:
@@ -319,6 +322,34 @@ class CairoBitmap final : public CairoContext<CGBitmapContext> {
     CGFloat scale_;
 };
 
+/// A base, since the context writes to it until its own end.
+struct SvgFile {
+    explicit SvgFile(CGSize size)
+        : surface(cairo_svg_surface_create_for_stream(append, &bytes, size.width, size.height)) {
+        cairo_svg_surface_set_document_unit(surface.surface, CAIRO_SVG_UNIT_PX);
+    }
+    static cairo_status_t append(void* to, const unsigned char* data, unsigned int length) {
+        const auto bytes = std::as_bytes(std::span(data, length));
+        auto& all = *static_cast<std::vector<std::byte>*>(to);
+        all.insert(all.end(), bytes.begin(), bytes.end());
+        return CAIRO_STATUS_SUCCESS;
+    }
+    std::vector<std::byte> bytes;
+    Surface surface;
+};
+
+class CairoSvg final : private SvgFile, public CairoContext<CGSvgContext> {
+ public:
+    explicit CairoSvg(CGSize size)
+        : SvgFile(size), CairoContext(cairo_create(SvgFile::surface.surface), 1) {}
+
+    std::vector<std::byte> finish() override {
+        cairo_surface_finish(surface.surface);
+        const bool isWhole = cairo_surface_status(surface.surface) == CAIRO_STATUS_SUCCESS;
+        return isWhole ? std::move(bytes) : std::vector<std::byte>();
+    }
+};
+
 template <typename Base>
 void CairoContext<Base>::drawBitmap(const CGBitmapContext& bitmap, const CGRect& rect) {
     if (const auto* own = dynamic_cast<const CairoBitmap*>(&bitmap))
@@ -339,8 +370,8 @@ std::unique_ptr<CGBitmapContext> makeBitmapContext(int pixelWidth, int pixelHeig
     return std::make_unique<CairoBitmap>(surface, scale);
 }
 
-std::unique_ptr<CGContext> makeCairoContext(_cairo* target, CGFloat scale) {
-    return std::make_unique<CairoContext<CGContext>>(cairo_reference(target), scale);
+std::unique_ptr<CGSvgContext> makeSvgContext(CGSize size) {
+    return std::make_unique<CairoSvg>(size);
 }
 
 }  // namespace platform

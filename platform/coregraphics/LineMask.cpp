@@ -49,7 +49,7 @@ class HalfPlanes {
 
 /// The nearest of the directions.
 int directionOf(CGFloat x, CGFloat y) {
-    return static_cast<int>(std::lrint(std::atan2(y, x) * (directions / 2 / std::numbers::pi)));
+    return static_cast<int>(std::lrint(std::atan2(y, x) * (directions / (2 * std::numbers::pi))));
 }
 
 CGFloat stepOf(CGFloat distance) {

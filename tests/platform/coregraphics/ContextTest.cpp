@@ -6,6 +6,7 @@
 
 #include "platform/coregraphics/CGBitmapContext.h"
 #include "platform/coregraphics/CGFont.h"
+#include "platform/coregraphics/CGSvgContext.h"
 
 namespace platform {
 namespace {
@@ -91,6 +92,19 @@ TEST(CGContext, BitmapsAndImagesLandPixelForPixel) {
     }
     EXPECT_EQ(makeBitmapContext(0, 10, 1), nullptr);
     EXPECT_EQ(makeBitmapContext(100000, 10, 1), nullptr);
+}
+
+TEST(CGSvgContext, WritesShapesOutlinesAndImages) {
+    const auto context = makeSvgContext({40, 30});
+    context->setFillColor({1, 0, 0, 1});
+    context->fillRect({1, 2, 3, 4});
+    context->showText("A", *CGFont::named("HelveticaNeue"), 10, {5, 15});
+    context->drawImage(CGImage(1, 1, {0xff00ff00}), {20, 20, 4, 4});
+    const auto bytes = context->finish();
+    const std::string svg(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    for (const char* part : {"width=\"40px\"", "rgb(100%,0%,0%)", "<image", "</svg>"})
+        EXPECT_NE(svg.find(part), std::string::npos) << part << " in " << svg;
+    EXPECT_EQ(svg.find("<text"), std::string::npos);
 }
 
 TEST(CGImage, PngComesBackAndDamageIsNamed) {
