@@ -72,6 +72,22 @@ function(qov_library name)
     endif()
 endfunction()
 
+# A back end of the library of this folder: a source in a folder of the back end's name, with the pkg-config names of what
+# it needs. -DKELVANE_<NAME>=OFF leaves it out; a program then brings a source of its own with the same factory.
+function(qov_backend library source)
+    get_filename_component(name ${source} DIRECTORY)
+    string(TOUPPER KELVANE_${name} option)
+    option(${option} "Build the back end ${source} of ${library}" ON)
+    if(NOT ${option})
+        return()
+    endif()
+    target_sources(${library} PRIVATE ${source})
+    if(ARGN)
+        qov_find(${name} ${ARGN})
+        target_link_libraries(${library} PRIVATE PkgConfig::${name})
+    endif()
+endfunction()
+
 # Installs this folder's library and headers for others: find_package(kelvane), link kelvane::<name>, and
 # include by the same names as here. What it links must be installed, too.
 function(qov_install_library name)

@@ -1,20 +1,18 @@
 #include "platform/dispatch/RunLoop.h"
 
-#include <poll.h>
-#include <sys/epoll.h>
-#include <sys/eventfd.h>
-#include <time.h>
-#include <unistd.h>
-
 #include <algorithm>
+#include <array>
 #include <atomic>
-#include <cerrno>
+#include <chrono>
 #include <cmath>
 #include <map>
 #include <mutex>
 #include <set>
+#include <thread>
 #include <utility>
 #include <vector>
+
+#include "platform/dispatch/RunLoopWaiter.h"
 
 namespace platform {
 namespace {
@@ -35,9 +33,8 @@ double seconds(Nanoseconds time) {
 }
 
 double monotonicSeconds() {
-    timespec time{};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
+    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch())
+        .count();
 }
 
 struct ScheduledTimer {
@@ -47,7 +44,7 @@ struct ScheduledTimer {
     bool repeats;
     SharedBlock block;
 
-    /// The first point of the grid that lies after `now`.
+    /// To the first point of the grid after `now`.
     void moveBehind(Nanoseconds now) {
         deadline = start + ((now - start) / interval + 1) * interval;
     }
@@ -71,14 +68,7 @@ struct RunLoop::State {
     Nanoseconds testTime = 0;
     bool onTestClock = false;
 
-    int poller = -1;  // epoll of the wake-up and all descriptors; -1 until the first wait
-    int wakeUp = -1;  // eventfd, readable while signalled
-    bool signalled = false;
-
-    ~State() {
-        if (poller >= 0) close(poller);
-        if (wakeUp >= 0) close(wakeUp);
-    }
+    std::unique_ptr<RunLoopWaiter> waiter;  // null until the first wait
 
     Nanoseconds now() const {
         if (!onTestClock) return nanoseconds(clock());
@@ -88,35 +78,14 @@ struct RunLoop::State {
 
     // The following are called with the mutex held.
 
-    bool openPoller() {
-        if (poller >= 0) return true;
-        if (ended) return false;
-        const int events = eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
-        const int set = epoll_create1(EPOLL_CLOEXEC);
-        epoll_event event{};
-        event.events = EPOLLIN;
-        event.data.fd = events;
-        if (events < 0 || set < 0 || epoll_ctl(set, EPOLL_CTL_ADD, events, &event) != 0) {
-            if (events >= 0) close(events);
-            if (set >= 0) close(set);
-            return false;
-        }
-        wakeUp = events;
-        poller = set;
+    RunLoopWaiter* openWaiter() {
+        if (waiter || ended) return waiter.get();
+        waiter = RunLoopWaiter::make();
         if (!queue.empty() || stopped) signal();
-        return true;
+        return waiter.get();
     }
-
     void signal() {
-        if (signalled || wakeUp < 0) return;
-        const std::uint64_t one = 1;
-        signalled = write(wakeUp, &one, sizeof one) == sizeof one;
-    }
-
-    void clearSignal() {
-        if (!signalled) return;
-        std::uint64_t count = 0;
-        signalled = read(wakeUp, &count, sizeof count) != sizeof count;
+        if (waiter) waiter->signal();
     }
 
     // A turn's parts. Each returns whether a block ran.
@@ -202,13 +171,7 @@ void RunLoop::cancel(TimerID id) {
 bool RunLoop::addFileDescriptor(int descriptor, Block block) {
     auto shared = std::make_shared<const Block>(std::move(block));
     const std::lock_guard lock(state_->mutex);
-    if (state_->ended || !state_->openPoller()) return false;
-    epoll_event event{};
-    event.events = EPOLLIN;
-    event.data.fd = descriptor;
-    if (epoll_ctl(state_->poller, EPOLL_CTL_ADD, descriptor, &event) != 0 && errno != EEXIST) {
-        return false;
-    }
+    if (state_->ended || !state_->openWaiter() || !state_->waiter->add(descriptor)) return false;
     state_->descriptors[descriptor].swap(shared);
     return true;
 }
@@ -220,7 +183,7 @@ void RunLoop::removeFileDescriptor(int descriptor) {
     if (found == state_->descriptors.end()) return;
     released = std::move(found->second);
     state_->descriptors.erase(found);
-    epoll_ctl(state_->poller, EPOLL_CTL_DEL, descriptor, nullptr);
+    state_->waiter->remove(descriptor);
 }
 
 RunLoop::ObserverID RunLoop::addBeforeWaiting(Block block) {
@@ -260,21 +223,20 @@ bool RunLoop::pump() {
 }
 
 bool RunLoop::State::runDescriptors() {
-    constexpr int kMost = 16;
-    epoll_event events[kMost];
-    int set = -1;
+    std::array<int, 16> readable;
+    RunLoopWaiter* with = nullptr;
     {
         const std::lock_guard lock(mutex);
         if (ended || descriptors.empty()) return false;
-        set = poller;
+        with = waiter.get();
     }
-    const int count = epoll_wait(set, events, kMost, 0);
+    const auto count = with->ready(readable);
     bool worked = false;
-    for (int i = 0; i < count; ++i) {
+    for (std::size_t i = 0; i < count; ++i) {
         SharedBlock block;
         {
             const std::lock_guard lock(mutex);
-            const auto found = descriptors.find(events[i].data.fd);
+            const auto found = descriptors.find(readable[i]);
             if (found != descriptors.end()) block = found->second;
         }
         if (!block || !*block) continue;
@@ -325,7 +287,7 @@ bool RunLoop::State::runQueue() {
         std::vector<Block> batch;
         {
             const std::lock_guard lock(mutex);
-            clearSignal();
+            if (waiter) waiter->clearSignal();
             batch.swap(queue);
         }
         if (batch.empty()) return worked;
@@ -368,14 +330,14 @@ bool RunLoop::runOnce(double longestWait) {
 void RunLoop::wait(double longest) {
     if (const auto deadline = nextDeadline()) longest = std::min(longest, *deadline - now());
     if (!(longest > 0)) return;
-    const int descriptor = fileDescriptor();
-    // Without a descriptor to wake it, it looks after its queue itself, a hundred times a second.
-    if (descriptor < 0) longest = std::min(longest, 0.01);
-
-    const auto span = nanoseconds(longest);
-    const timespec timeout{span / 1'000'000'000, span % 1'000'000'000};
-    pollfd waited{descriptor, POLLIN, 0};
-    ppoll(&waited, 1, &timeout, nullptr);
+    RunLoopWaiter* waiter = nullptr;
+    {
+        const std::lock_guard lock(state_->mutex);
+        waiter = state_->openWaiter();
+    }
+    if (waiter) return waiter->wait(nanoseconds(longest));
+    // Nothing can wake the loop, so it looks at its queue a hundred times a second.
+    std::this_thread::sleep_for(std::chrono::duration<double>(std::min(longest, 0.01)));
 }
 
 void RunLoop::run() {
@@ -409,9 +371,7 @@ void RunLoop::end() {
     descriptors.swap(state_->descriptors);
     observers.swap(state_->observers);
     state_->deadlines.clear();
-    for (const auto& [descriptor, block] : descriptors) {
-        epoll_ctl(state_->poller, EPOLL_CTL_DEL, descriptor, nullptr);
-    }
+    for (const auto& [descriptor, block] : descriptors) state_->waiter->remove(descriptor);
     state_->signal();
 }
 
@@ -436,7 +396,8 @@ std::optional<double> RunLoop::nextDeadline() const {
 
 int RunLoop::fileDescriptor() {
     const std::lock_guard lock(state_->mutex);
-    return state_->openPoller() ? state_->poller : -1;
+    const auto* waiter = state_->openWaiter();
+    return waiter ? waiter->fileDescriptor() : -1;
 }
 
 void RunLoop::advance(double span) {

@@ -9,8 +9,8 @@ namespace platform {
 
 /// The one loop on which timers, the main queue and the main operation queue run.
 ///
-/// - A plug-in instance owns one and calls pump() whenever its host lets it: pump() never waits.
-/// - A program of its own calls run(), which sleeps until the next deadline or descriptor event.
+/// - A plug-in instance owns one and calls pump() on its host's timer: pump() never blocks.
+/// - A program calls run(), which sleeps until the next deadline or descriptor event.
 /// - A foreign loop waits on fileDescriptor() until nextDeadline(), then calls pump().
 /// - A test creates one with createForTest() and moves its clock with advance().
 ///
@@ -27,8 +27,8 @@ namespace platform {
 /// between two turns. A turn takes the whole queue at once and gives its memory back.
 ///
 /// Threads. Every operation may be called on any thread; blocks run only on the thread that turns
-/// the loop, one at a time, outside any lock. A turn that is asked for while one is under way (from
-/// a block, or on a second thread) returns at once. Not for real-time threads: submission locks.
+/// the loop, one at a time, outside any lock. A turn that is begun while one is under way (from
+/// a block, or on a second thread) is a no-op. Not for real-time threads: submission locks.
 class RunLoop : public std::enable_shared_from_this<RunLoop> {
  public:
     using Block = std::function<void()>;
@@ -37,7 +37,7 @@ class RunLoop : public std::enable_shared_from_this<RunLoop> {
 
     /// A loop on the given clock, by default the machine's monotonic one.
     static std::shared_ptr<RunLoop> create(Clock clock = {});
-    /// A loop on a clock of its own that starts at 0 and stands still but for advance().
+    /// A loop whose clock starts at 0 and is moved by advance() only.
     static std::shared_ptr<RunLoop> createForTest();
     /// The process's own loop; it is never destroyed.
     static RunLoop& main();
@@ -69,7 +69,7 @@ class RunLoop : public std::enable_shared_from_this<RunLoop> {
     using TimerID = std::uint64_t;
     /// Runs the block `interval` seconds from now and, if it repeats, on every multiple of it.
     /// Ticks that were missed run once, late; the next one is back on the grid. Times are kept in
-    /// whole nanoseconds; an interval below 0.0001 s, or not a number, counts as 0.0001 s.
+    /// whole nanoseconds; an interval below 0.0001 s, or NaN, counts as 0.0001 s.
     TimerID schedule(double interval, bool repeats, Block block);
     void cancel(TimerID timer);
     static constexpr double kShortestInterval = 0.0001;
@@ -94,15 +94,15 @@ class RunLoop : public std::enable_shared_from_this<RunLoop> {
     bool pump();
     static constexpr int kHops = 4;
 
-    /// Waits until something is due, at most so many seconds, then takes one turn.
+    /// Waits until something is due, at most `longestWait` seconds, then takes one turn.
     bool runOnce(double longestWait);
     /// Turns until stop() or end().
     void run();
     /// Ends run() after the turn under way, or before its first.
     void stop();
 
-    /// Releases every timer, block, descriptor and observer, for good. What is submitted later is
-    /// dropped. A block that is running finishes. Destruction does the same.
+    /// Releases every timer, block, descriptor and observer permanently. What is submitted later
+    /// is dropped. A block that is running finishes. Destruction does the same.
     void end();
     bool hasEnded() const;
 
