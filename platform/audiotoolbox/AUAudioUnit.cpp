@@ -14,7 +14,7 @@ bool fail(NSError* error, AUAudioUnitStatus status) {
     return false;
 }
 
-/// The entry `key` where it is there and of the kind asked for.
+/// The entry `key` if it exists with this type, else null.
 template <class Value>
 const Value* entry(const AUState& state, const char* key) {
     const auto found = state.find(key);

@@ -34,7 +34,7 @@ using AURenderPullInputBlock = std::function<AUAudioUnitStatus(
     AUAudioFrameCount frameCount, std::int64_t inputBusNumber, AudioBufferList* data)>;
 
 /// Renders one cycle of at most maximumFramesToRender frames into `data`; a null data pointer in
-/// its first buffer asks for rendering in place. Events are sorted and lie inside the cycle.
+/// its first buffer means rendering in place. Events are sorted and lie inside the cycle.
 /// Runs on the audio thread: no allocation, lock, system call or print. Returns 0 or an error.
 using AUInternalRenderBlock = std::function<AUAudioUnitStatus(
     AudioUnitRenderActionFlags* flags, const AudioTimeStamp* timestamp,
@@ -89,7 +89,7 @@ class AUAudioUnit {
     virtual std::shared_ptr<AUParameterTree> parameterTree() const;
     virtual void setParameterTree(std::shared_ptr<AUParameterTree> tree);
 
-    /// The longest cycle the host will ask for, in frames; fixed while render resources are
+    /// The longest cycle of the host, in frames; fixed while render resources are
     /// allocated.
     AUAudioFrameCount maximumFramesToRender() const { return maximumFramesToRender_; }
     void setMaximumFramesToRender(AUAudioFrameCount frames);

@@ -17,7 +17,7 @@ class AUAudioUnitBus {
 
     const std::shared_ptr<AVAudioFormat>& format() const { return format_; }
 
-    /// Asks for another format; takes effect when render resources are next allocated.
+    /// Changes the format; takes effect when render resources are next allocated.
     /// False, with *error set where error is given, when there is no format.
     bool setFormat(std::shared_ptr<AVAudioFormat> format, NSError* error);
 

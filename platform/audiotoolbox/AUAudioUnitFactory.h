@@ -9,7 +9,7 @@ namespace platform {
 class AUAudioUnit;
 class NSError;
 
-/// What a host asks for the audio unit.
+/// Creates audio units for a host.
 class AUAudioUnitFactory {
  public:
     virtual ~AUAudioUnitFactory() = default;

@@ -6,7 +6,7 @@
 
 namespace platform {
 
-/// Names a preset: a factory preset by a number from 0 up, a user's own by a negative one.
+/// Names a preset: factory presets are numbered from 0 up, a user's below 0.
 struct AUAudioUnitPreset {
     std::int64_t number = 0;
     std::optional<std::string> name;

@@ -27,8 +27,8 @@ inline constexpr AudioUnitParameterOptions kAudioUnitParameterFlag_IsWritable = 
 /// What a change means to somebody who records automation.
 enum AUParameterAutomationEventType : std::uint32_t {
     AUParameterAutomationEventTypeValue = 0,
-    AUParameterAutomationEventTypeTouch = 1,    ///< a person takes hold of the control
-    AUParameterAutomationEventTypeRelease = 2,  ///< and lets go of it
+    AUParameterAutomationEventTypeTouch = 1,    ///< a user takes hold of the control
+    AUParameterAutomationEventTypeRelease = 2,  ///< and releases it
 };
 
 /// Names one observer of a tree, also as the originator of a change; null for none.
@@ -45,7 +45,7 @@ class AUParameter {
     AUValue minValue() const { return minValue_; }
     AUValue maxValue() const { return maxValue_; }
     AudioUnitParameterUnit unit() const { return unit_; }
-    /// Empty where the unit says it all.
+    /// Empty if the unit is enough.
     const std::string& unitName() const { return unitName_; }
     AudioUnitParameterOptions flags() const { return flags_; }
     const std::vector<std::string>& valueStrings() const { return valueStrings_; }
@@ -53,17 +53,17 @@ class AUParameter {
         return dependentParameters_;
     }
 
-    /// What the tree's value provider says, or the value last set when there is none.
+    /// From the tree's value provider, or without one the value last set.
     AUValue value() const;
 
-    /// Sets the value as it is given (the range is the caller's to keep), tells the audio unit
-    /// through the tree's value observer, then the tree's observers on this very thread, apart
-    /// from `originator`'s own.
+    /// Sets the value, which the caller keeps in the range; notifies the audio unit through the
+    /// tree's value observer, then the tree's observers, on the calling thread, except
+    /// `originator`'s own.
     void setValue(AUValue value, AUParameterObserverToken originator = nullptr,
                   AUParameterAutomationEventType type = AUParameterAutomationEventTypeValue);
 
-    /// Tells the tree's observers, apart from `originator`'s own, of a value that the audio unit
-    /// has already taken up by itself, from a render event say.
+    /// Notifies the tree's observers, except `originator`'s own, of a value that the audio unit
+    /// already has, for example from a render event.
     void didChangeValue(AUParameterObserverToken originator = nullptr);
 
     /// The text for *value, or for the present value when value is null.

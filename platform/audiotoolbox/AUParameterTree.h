@@ -12,9 +12,8 @@
 namespace platform {
 
 /// Called after a value was set, on the thread that set it, with the run loop current that was so
-/// when it was added: what it queues comes back to the thread it came from. It may set values and
-/// add observers, but must not remove one: removal waits for it. It is not called once that loop
-/// is gone.
+/// when it was added: what it queues runs on that loop. It may set values and add observers, but
+/// must not remove one: removal blocks until it returns. It is not called once that loop is gone.
 using AUParameterObserver = std::function<void(AUParameterAddress address, AUValue value)>;
 
 /// The same, with what a gesture does to the control.
@@ -23,7 +22,7 @@ using AUParameterAutomationObserver = std::function<void(AUParameterAddress addr
 
 /// The audio unit's part: takes a value that was set. On the setter's thread, as the others.
 using AUImplementorValueObserver = std::function<void(AUParameter& parameter, AUValue value)>;
-/// The audio unit's part: says the present value.
+/// The audio unit's part: returns the present value.
 using AUImplementorValueProvider = std::function<AUValue(const AUParameter& parameter)>;
 /// The audio unit's part: the text for *value, or for the present value when value is null.
 using AUImplementorStringFromValueCallback =
@@ -45,7 +44,7 @@ class AUParameterTree {
 
     const std::vector<std::shared_ptr<AUParameter>>& allParameters() const { return children_; }
 
-    /// A parameter by its address, or by its identifier. Null where there is none such.
+    /// A parameter by its address, or by its identifier. Null if there is no such parameter.
     std::shared_ptr<AUParameter> parameterWithAddress(AUParameterAddress address) const;
     std::shared_ptr<AUParameter> valueForKey(std::string_view identifier) const;
 

@@ -18,7 +18,7 @@ struct AudioBufferList {
     AudioBuffer mBuffers[1];
 };
 
-/// Bytes that a list of so many buffers takes.
+/// The size in bytes of a list of this many buffers.
 constexpr std::size_t audioBufferListSize(std::uint32_t buffers) {
     return offsetof(AudioBufferList, mBuffers) + sizeof(AudioBuffer) * (buffers ? buffers : 1);
 }

@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// Bits: which fields of a time stamp say anything.
+/// Bits: which fields of a time stamp are valid.
 enum AudioTimeStampFlags : std::uint32_t {
     kAudioTimeStampNothingValid = 0,
     kAudioTimeStampSampleTimeValid = 1,

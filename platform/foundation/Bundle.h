@@ -15,7 +15,7 @@ class Bundle {
     /// Of a given program or shared object.
     explicit Bundle(std::string modulePath) : modulePath_(std::move(modulePath)) {}
 
-    /// The program or shared object itself; empty where the system does not say.
+    /// The program or shared object itself; empty if the system cannot find it.
     const std::string& executablePath() const { return modulePath_; }
     /// The first of these that is a folder: Resources/ beside the module, `../share/NAME/` of an
     /// installation, NAME being the module's without extension, the module's own folder. Nothing

@@ -13,9 +13,9 @@ class URL;
 using Data = std::vector<std::byte>;
 
 /// Everything behind a file:, http: or https: URL, fetched before it returns (redirections are
-/// followed). Nothing, and the reason in error, where it cannot be read: what is no regular file,
-/// an HTTP status of 400 and above, a transfer that breaks off or stands still for 60 s, and more
-/// than kLargestFetch bytes are errors. Any thread.
+/// followed). Nothing, and the reason in error, on failure: not a regular file, an HTTP status of
+/// 400 and above, a transfer that ends early or stalls for 60 s, or more than kLargestFetch bytes.
+/// Any thread.
 std::optional<Data> contentsOf(const URL& url, NSError* error = nullptr);
 
 inline constexpr std::size_t kLargestFetch = std::size_t{256} << 20;

@@ -15,7 +15,7 @@ class Date;
 /// writes must not change with the version of that data.
 ///
 /// The zone is the C library's (TZ, or the machine's), summer time as it was at that instant; a
-/// program that changes TZ while it runs calls tzset(). The process's own locale plays no part.
+/// program that changes TZ while it runs calls tzset(). The process's own locale has no effect.
 /// One formatter may be used by several threads at once.
 class DateFormatter {
  public:

@@ -52,7 +52,7 @@ inline constexpr FileAttributeType NSFileTypeUnknown{"NSFileTypeUnknown"};
 /// Numbers, dates or a type.
 using FileAttributeValue = std::variant<Number, Date, FileAttributeType>;
 
-/// A number or date reads as its own text, a type as its name.
+/// The text of a number or date; the name of a type.
 std::string description(const FileAttributeValue& value);
 
 /// A small dictionary from key to value, in the order in which keys were first set.

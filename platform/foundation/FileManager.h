@@ -27,14 +27,14 @@ class FileManager {
     FileManager(const FileManager&) = delete;
     FileManager& operator=(const FileManager&) = delete;
 
-    /// The one that everybody shares; it should have no delegate.
+    /// The shared one; it should have no delegate.
     static const std::shared_ptr<FileManager>& defaultManager();
 
-    /// Not owned; must outlive its use or be taken away with nullptr.
+    /// Not owned; must outlive its use or be reset with nullptr.
     FileManagerDelegate* delegate() const { return delegate_; }
     void setDelegate(FileManagerDelegate* delegate) { delegate_ = delegate; }
 
-    /// The current directory is the process's: this changes it for everybody. False on failure.
+    /// Changes the current directory of the whole process. False on failure.
     virtual bool changeCurrentDirectoryPath(const std::string& path);
     /// Absolute, links resolved; empty if the directory has been removed.
     virtual std::string currentDirectoryPath() const;
@@ -60,8 +60,8 @@ class FileManager {
                                                            NSError* error = nullptr) const;
 
     /// Removes the item and, of a folder, everything below it; of a link, never what it points to.
-    /// The delegate is asked about every item, a folder before its contents; what it declines stays
-    /// and that is no error. False on the first error after which it does not want to go on.
+    /// The delegate is called for every item, a folder before its contents; an item that it
+    /// declines is kept, without an error. False on the first error after which it stops.
     virtual bool removeItem(const std::string& path, NSError* error = nullptr);
     virtual bool removeItem(const URL& url, NSError* error = nullptr);
 

@@ -8,11 +8,11 @@ class FileManager;
 class NSError;
 class URL;
 
-/// Is asked before a file manager touches an item, and again when that went wrong. The answers
-/// here are the platform's own when there is no delegate: do it, and stop after an error.
-/// Of an operation on a URL the URL variant is asked, of one on a path the path variant.
-/// The file manager here removes and creates; nothing in the system copies, moves or links, and
-/// those questions are for one that does.
+/// Called before a file manager changes an item, and again if that failed. The defaults are those
+/// without a delegate: go ahead, and stop after an error.
+/// Operations on URLs call the URL variants, those on paths the path variants.
+/// This file manager removes and creates only; the calls for copies, moves and links are there for
+/// completeness.
 class FileManagerDelegate {
  public:
     using Path = std::string;

@@ -68,7 +68,7 @@ std::optional<URL> URL::withString(std::string_view string) {
     }
     const std::string_view written = path ? path.get() : "";
     const auto firstSegment = written.substr(0, written.find('/'));
-    // "1http://host" or "://host": what stands before the colon is no scheme.
+    // "1http://host" or "://host": the part before the colon is not a scheme.
     if (!scheme && firstSegment.find(':') != std::string_view::npos) return {};
 
     if (scheme) url.scheme_ = string.substr(0, string.find(':'));

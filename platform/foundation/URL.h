@@ -9,9 +9,9 @@ namespace platform {
 /// The address of a file or of something on the network, as RFC 3986 writes it.
 class URL {
  public:
-    /// A URL as it is written. Nothing for a text that is no URL reference as it stands: empty,
-    /// with characters that would have to be percent-encoded (blanks, anything beyond ASCII), a
-    /// broken % sequence, host or port.
+    /// A URL from its text. Nothing for a text that is not a URL reference: empty, with characters
+    /// that have to be percent-encoded (blanks, anything beyond ASCII), or with a malformed %
+    /// sequence, host or port.
     static std::optional<URL> withString(std::string_view string);
 
     /// Any bytes but NUL make a path; a relative one starts at the current directory. The form

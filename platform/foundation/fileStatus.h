@@ -7,7 +7,7 @@
 
 namespace platform {
 
-/// What the file system knows of one item, a link itself, as attributes; errno on failure.
+/// The attributes of one item (of a link itself) from the file system; errno on failure.
 std::optional<FileAttributes> attributesOfPath(const std::string& path);
 
 /// The same of an open file.

@@ -4,8 +4,8 @@
 
 namespace platform {
 
-/// The view controller of an audio unit's editor. It draws in the view that the host gives it room
-/// for and usually is the unit's factory, too (AUAudioUnitFactory).
+/// The view controller of an audio unit's editor. Its view is placed by the host, and it usually
+/// is the unit's factory as well (AUAudioUnitFactory).
 class AUViewController : public UIViewController {
  public:
     using UIViewController::UIViewController;

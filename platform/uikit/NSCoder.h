@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// What an interface file keeps of an object that is made from it.
+/// The archived form of an object in an interface file.
 struct NSCoder {
     CGRect frame;
 };

@@ -10,15 +10,15 @@ namespace platform {
 class NSLayoutConstraint;
 class UIView;
 
-/// What of a view a constraint ties. leading is left, trailing right.
+/// The edge of a view in a constraint. leading is left, trailing right.
 enum class NSLayoutAttribute { top, leading, bottom, trailing };
 
-/// One edge of a view, to be tied to another one.
+/// One edge of a view, from which constraints are made.
 class NSLayoutAnchor {
  public:
     NSLayoutAnchor(UIView& view, NSLayoutAttribute attribute);
 
-    /// This edge lies on the other. Both along the same axis, or it is a fatal error.
+    /// Aligns this edge with the other. Edges of different axes are a fatal error.
     std::shared_ptr<NSLayoutConstraint> constraintEqualTo(const NSLayoutAnchor& other) const;
 
  private:
@@ -27,12 +27,12 @@ class NSLayoutAnchor {
     NSLayoutAttribute attribute_;
 };
 
-/// An edge of a view that lies on an edge of its superview. While it is active, each layout pass of
-/// the superview places the view; along an axis of which only one edge is tied, it keeps its
+/// Aligns an edge of a view with an edge of its superview. While it is active, each layout pass of
+/// the superview places the view; along an axis with only one constrained edge the view keeps its
 /// length.
 class NSLayoutConstraint {
  public:
-    /// All at once, in one layout pass. A constraint to another view than the superview is a fatal
+    /// Activates all in one layout pass. A constraint to another view than the superview is a fatal
     /// error.
     static void activate(const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints);
 
@@ -41,7 +41,7 @@ class NSLayoutConstraint {
     /// Its superview; null once it is gone.
     std::shared_ptr<UIView> secondItem() const { return second_.view_.lock(); }
 
-    /// Places the subviews that `constraints` speak of, in coordinates of `host`, their superview.
+    /// Places the subviews that `constraints` refer to, in coordinates of `host`, their superview.
     static void solve(UIView& host,
                       const std::vector<std::shared_ptr<NSLayoutConstraint>>& constraints);
 

@@ -2,7 +2,7 @@
 
 namespace platform {
 
-/// Where a line of text stands across its box.
+/// The horizontal alignment of a line of text in its box.
 enum class NSTextAlignment { left, center, right };
 
 }  // namespace platform

@@ -4,12 +4,12 @@
 
 namespace platform {
 
-/// A control to be tapped; a subclass draws it.
+/// A control for taps; a subclass draws it.
 class UIButton : public UIControl {
  public:
     explicit UIButton(CGRect frame = {}) : UIControl(frame) {}
 
-    /// A tap on the button is the button's own.
+    /// False for taps: the button handles them itself.
     bool gestureRecognizerShouldBegin(const UIGestureRecognizer& recognizer) override;
 };
 

@@ -17,7 +17,7 @@ enum UIControlEvents : std::uint32_t {
     UIControlEventValueChanged = 4096,
 };
 
-/// A view that tells its targets what is done to it.
+/// A view that notifies its targets of what is done to it.
 class UIControl : public UIView {
  public:
     using UIView::UIView;
@@ -34,8 +34,7 @@ class UIControl : public UIView {
     bool isHighlighted() const { return highlighted_; }
     void setHighlighted(bool highlighted);
 
-    // A subclass that takes the touch in its own way returns false from beginTracking() to refuse
-    // it.
+    // Tracking; false from beginTracking() declines the touch.
     virtual bool beginTracking(UITouch& /*touch*/) { return true; }
     virtual void continueTracking(UITouch& /*touch*/) {}
 

@@ -138,7 +138,7 @@ bool UIGestureRecognizer::mayBegin() const {
 
 void UIGestureRecognizer::enter(State state) {
     state_ = state;
-    // A target may add to the list, or let go of whatever holds this recogniser.
+    // A target may add to the list, or release the owner of this recogniser.
     const auto targets = targets_;
     for (const auto& target : targets) target(*this);
 }

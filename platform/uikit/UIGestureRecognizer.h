@@ -13,7 +13,7 @@ namespace platform {
 class GestureCenter;
 class UIView;
 
-/// Where a gesture is; UIGestureRecognizer tells the ways between them.
+/// The state of a gesture; UIGestureRecognizer describes the transitions.
 enum class UIGestureRecognizerState { possible, began, changed, ended, cancelled, failed };
 
 /// A state machine that reads the touches of its view and of everything inside it, and the time.
@@ -21,8 +21,8 @@ enum class UIGestureRecognizerState { possible, began, changed, ended, cancelled
 /// Continuous gestures go possible, began, changed (any number of times), ended or cancelled;
 /// discrete ones go from possible to ended. Either may fail instead. Targets are called at every
 /// such step except possible and failed. A gesture that begins makes all others of the same touches
-/// fail. It does not take the touches away from the view below: view and gesture settle between
-/// themselves who acts on them. A gesture is ready again when all touches of the window are up.
+/// fail. The view below still receives the touches: view and gesture agree on which of them acts. A
+/// gesture is ready again when all touches of the window are up.
 ///
 /// The window feeds it; see GestureCenter for the rules between recognisers. Main thread.
 class UIGestureRecognizer {
@@ -33,7 +33,7 @@ class UIGestureRecognizer {
 
     void addTarget(Action action) { targets_.push_back(std::move(action)); }
     UIGestureRecognizerState state() const { return state_; }
-    /// The view that it has been added to; null for none.
+    /// The view that it has been added to, or null.
     UIView* view() const { return view_; }
 
     bool isEnabled() const { return enabled_; }
@@ -44,8 +44,8 @@ class UIGestureRecognizer {
     void require(const std::shared_ptr<UIGestureRecognizer>& toFail) { required_ = toFail; }
     const std::weak_ptr<UIGestureRecognizer>& requiredToFail() const { return required_; }
 
-    /// Asked about each new touch; without an answer of true the recogniser never sees the touch,
-    /// and a tap that was still expected there fails at once. Empty for every touch.
+    /// Called with each new touch: false keeps the touch from the recogniser, and a further tap
+    /// that was pending there fails at once. Empty accepts every touch.
     std::function<bool(const UITouch& touch)> shouldReceive;
 
     /// The touches that it follows.
@@ -63,10 +63,10 @@ class UIGestureRecognizer {
     void takeTouch(const std::shared_ptr<UITouch>& touch, GestureCenter& center);
     void moveTouch(const std::shared_ptr<UITouch>& touch);
     void dropTouch(const std::shared_ptr<UITouch>& touch, bool cancelled);
-    /// When it wants timePassed() to be called next, in seconds; nothing for never.
+    /// When timePassed() is to be called next, in seconds; nothing for never.
     std::optional<double> deadline() const { return deadline_; }
     void timePassed(double now);
-    /// Recognised, but waiting for the one that has to fail first.
+    /// Recognised, but another recogniser has to fail first.
     bool isWaiting() const { return waiting_; }
     void stopWaiting(bool recognise);
     void fail();

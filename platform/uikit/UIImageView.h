@@ -8,12 +8,12 @@ namespace platform {
 
 class UIImage;
 
-/// Shows a picture, stretched to its bounds. Takes no touches unless told to.
+/// Shows a picture, stretched to its bounds. Ignores touches until setUserInteractionEnabled(true).
 class UIImageView : public UIView {
  public:
     explicit UIImageView(CGRect frame = {});
 
-    /// Null for none.
+    /// May be null.
     const std::shared_ptr<UIImage>& image() const { return image_; }
     void setImage(std::shared_ptr<UIImage> image);
     void draw(CGRect rect) override;

@@ -4,11 +4,11 @@
 
 namespace platform {
 
-/// A finger that stays. Begins while it is still down, changes when it moves after that, ends when
-/// it lifts.
+/// A finger held in place. Begins while it is down, changes when it moves after that, ends when it
+/// lifts.
 class UILongPressGestureRecognizer : public UIGestureRecognizer {
  public:
-    /// How long it has to stay, in seconds; until then it may stray by kGestureSlop.
+    /// How long it has to be held, in seconds; until then it may move by kGestureSlop.
     static constexpr double kPress = 0.5;
 
  protected:

@@ -11,7 +11,7 @@ class UITouch;
 /// The touches that one event is about. The order is arbitrary.
 using UITouchSet = std::set<std::shared_ptr<UITouch>>;
 
-/// What can be sent touches. As it stands, a responder hands them to the next one up.
+/// A receiver of touches. By default, a responder passes them to the next one up.
 class UIResponder {
  public:
     virtual ~UIResponder() = default;

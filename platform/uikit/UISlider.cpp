@@ -18,7 +18,7 @@ constexpr CGFloat kTrackHeight = 4;
 }  // namespace
 
 void UISlider::setValue(float value) {
-    // Not a number becomes the minimum.
+    // NaN becomes the minimum.
     const float held = value > minimum_ ? std::min(value, maximum_) : minimum_;
     if (held == value_) return;
     value_ = held;

@@ -24,7 +24,7 @@ class UISlider : public UIControl {
     void draw(CGRect rect) override;
     bool beginTracking(UITouch& touch) override;
     void continueTracking(UITouch& touch) override;
-    /// Drags and holds on the slider are its own.
+    /// False for drags and holds: the slider handles them itself.
     bool gestureRecognizerShouldBegin(const UIGestureRecognizer& recognizer) override;
 
  private:

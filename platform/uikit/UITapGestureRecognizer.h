@@ -4,7 +4,7 @@
 
 namespace platform {
 
-/// So many taps in one place, each with one finger.
+/// A number of taps in one place, each with one finger.
 class UITapGestureRecognizer : public UIGestureRecognizer {
  public:
     int numberOfTapsRequired() const { return taps_; }

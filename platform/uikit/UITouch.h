@@ -8,7 +8,7 @@ namespace platform {
 
 class UIView;
 
-/// What a finger does, or that it is taken away (cancelled).
+/// What a finger does; cancelled: the touch ended without lifting.
 enum class UITouchPhase { began, moved, stationary, ended, cancelled };
 
 /// One finger, or the mouse with its first button down, from touching to lifting.

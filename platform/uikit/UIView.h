@@ -17,7 +17,7 @@ class UIViewController;
 class UIWindow;
 class ViewLayer;
 
-/// How a view follows its superview's size where no constraints say it. Bits.
+/// How a view follows its superview's size without constraints. Bits.
 enum UIViewAutoresizing : std::uint32_t {
     UIViewAutoresizingNone = 0,
     UIViewAutoresizingFlexibleLeftMargin = 1,
@@ -30,8 +30,8 @@ enum UIViewAutoresizing : std::uint32_t {
 
 /// A rectangle of the screen that draws itself, holds other views and takes touches.
 ///
-/// Its drawing is kept in a bitmap of its own and made again only after setNeedsDisplay() or a
-/// change of size; a view that is moved, hidden or faded is put together anew from what it has.
+/// Its drawing is cached in a bitmap and repeated only after setNeedsDisplay() or a change of size;
+/// a view that is moved, hidden or faded is composited again from its bitmap.
 /// Views lie in their superview without turning or scaling; a view is not clipped to its superview.
 /// Views belong to shared pointers. Main thread.
 class UIView : public UIResponder, public std::enable_shared_from_this<UIView> {
@@ -62,7 +62,7 @@ class UIView : public UIResponder, public std::enable_shared_from_this<UIView> {
     const std::vector<std::shared_ptr<UIView>>& subviews() const { return subviews_; }
     void addSubview(std::shared_ptr<UIView> view);
     void insertSubview(std::shared_ptr<UIView> view, std::size_t at);
-    /// The caller's pointer may be the last one afterwards.
+    /// Afterwards the caller's pointer may be the last one.
     void removeFromSuperview();
     void bringSubviewToFront(UIView& view);
     virtual UIWindow* window() const;
@@ -76,7 +76,7 @@ class UIView : public UIResponder, public std::enable_shared_from_this<UIView> {
     CGFloat alpha() const { return alpha_; }
     void setAlpha(CGFloat alpha);
 
-    /// Asks for draw() before the next picture.
+    /// Marks the view for draw() before the next picture.
     void setNeedsDisplay();
     /// Draws the view into the current context. rect: the bounds. A view that draws nothing costs
     /// no bitmap.
@@ -84,11 +84,11 @@ class UIView : public UIResponder, public std::enable_shared_from_this<UIView> {
 
     // Layout
 
-    /// Asks for layoutSubviews() before the next picture.
+    /// Marks the view for layoutSubviews() before the next picture.
     void setNeedsLayout();
-    /// Lays out this view and everything in it that has asked for it.
+    /// Lays out this view and everything in it that is marked for it.
     void layoutIfNeeded();
-    /// Places the subviews. As it stands, the active constraints do.
+    /// Places the subviews; by default as the active constraints say.
     virtual void layoutSubviews();
 
     std::uint32_t autoresizingMask() const { return autoresizingMask_; }
@@ -121,7 +121,7 @@ class UIView : public UIResponder, public std::enable_shared_from_this<UIView> {
     const std::vector<std::shared_ptr<UIGestureRecognizer>>& gestureRecognizers() const {
         return recognizers_;
     }
-    /// Asked of the view that was hit: whether a gesture of this or an outer view may begin.
+    /// Whether a gesture of this or an outer view may begin; called on the view that was hit.
     virtual bool gestureRecognizerShouldBegin(const UIGestureRecognizer& /*recognizer*/) {
         return true;
     }

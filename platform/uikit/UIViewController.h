@@ -9,7 +9,7 @@ namespace platform {
 
 class UIView;
 
-/// Owns a view, made when it is first asked for. Belongs to a shared pointer. Main thread.
+/// Owns a view, which its first use creates. Belongs to a shared pointer. Main thread.
 class UIViewController : public std::enable_shared_from_this<UIViewController> {
  public:
     /// nibName: the interface to load; empty for the class's own.
@@ -21,7 +21,7 @@ class UIViewController : public std::enable_shared_from_this<UIViewController> {
 
     const std::string& nibName() const { return nibName_; }
 
-    /// Loads the view where that has not been done, and then calls viewDidLoad().
+    /// Loads the view if that has not been done, and then calls viewDidLoad().
     const std::shared_ptr<UIView>& view();
     void setView(std::shared_ptr<UIView> view);
     bool isViewLoaded() const { return view_ != nullptr; }

@@ -92,7 +92,7 @@ void UIWindow::addDamage(const PixelRect& rect) {
     auto added = intersection(rect, all);
     if (isEmpty(added)) return;
     needsUpdate_ = true;
-    // Those that overlap become one, so that no pixel is put together twice.
+    // Those that overlap become one, so that no pixel is composited twice.
     for (auto old = damage_.begin(); old != damage_.end();) {
         if (isEmpty(intersection(*old, added))) {
             ++old;
@@ -111,7 +111,7 @@ void UIWindow::addDamage(const PixelRect& rect) {
 std::optional<PixelRect> UIWindow::pixelsOf(const UIView& view) const {
     const auto* bitmap = const_cast<UIView&>(view).layer().bitmap();
     if (!bitmap) return {};
-    // Layers lie on whole pixels: a picture that moves stays sharp.
+    // Layers are placed on whole pixels, so that a moving picture stays sharp.
     const auto corner = view.convertToWindow({});
     const auto x = std::round(corner.x * scale_), y = std::round(corner.y * scale_);
     if (!(std::abs(x) < kFarthest && std::abs(y) < kFarthest)) return {};

@@ -16,9 +16,9 @@ namespace platform {
 class CGContext;
 class RunLoop;
 
-/// The root of a tree of views, its picture in memory, and the way for touches into it. It knows no
-/// screen: a back end feeds it and shows what update() has changed. Belongs to a shared pointer and
-/// to the run loop that was current when it was made. Main thread.
+/// The root of a tree of views, with its picture in memory; touches enter the tree here. It is
+/// independent of a screen: a back end feeds it and shows what update() has changed. Belongs to a
+/// shared pointer and to the run loop that was current when it was made. Main thread.
 class UIWindow : public UIView {
  public:
     /// size in points; scale: pixels a point, above 0.
@@ -45,15 +45,16 @@ class UIWindow : public UIView {
         bool operator==(const PixelRect&) const = default;
     };
 
-    /// Lays out and draws what has asked for it, puts the changed places together anew and returns
-    /// them. Empty when the picture is as it was.
+    /// Lays out and draws what is marked for it, composites the changed rectangles again and
+    /// returns them. Empty if the picture has not changed.
     std::vector<PixelRect> update();
-    /// The window's picture, in pixels (its own scale is 1). Null where the memory is not there.
+    /// The window's picture, in pixels (its own scale is 1). Null if its memory could not be
+    /// allocated.
     const CGBitmapContext* picture() const { return picture_.get(); }
-    /// Makes the next update() report, and put together, everything.
+    /// Makes the next update() composite and return everything.
     void damageAll();
     bool needsUpdate() const { return needsUpdate_; }
-    /// Lets a view draw now, asked for or not; update() shows it.
+    /// Draws a view now, marked or not; update() shows it.
     void display(UIView& view);
 
     // Touches, in points of the window and seconds of the run loop's clock
@@ -64,11 +65,11 @@ class UIWindow : public UIView {
     void deliverPinch(UITouchPhase phase, CGPoint location, CGFloat scale, double time);
     /// One step of a zooming wheel: a pinch that ends by itself when the wheel rests.
     void deliverZoomStep(CGPoint location, CGFloat factor, double time);
-    /// Ends all touches, and a pinch without them, as cancelled: the window is going, or its back
-    /// end has lost track.
+    /// Cancels all touches, and a pinch without them: the window is closing, or its back end has
+    /// lost events.
     void cancelTouches();
 
-    /// Called with the view that a touch belongs to, before gestures and view are sent it and
+    /// Called with the view that a touch belongs to, before gestures and view receive it and
     /// after.
     std::function<void(UIView&touched, UITouchPhase phase)> willDeliverTouch, didDeliverTouch;
 
@@ -96,7 +97,7 @@ class UIWindow : public UIView {
 
     GestureCenter gestures_;
     std::map<std::int64_t, std::shared_ptr<UITouch>> touches_;
-    /// The touches that their views have been told of.
+    /// The touches that their views have received.
     UITouchSet sent_;
     std::weak_ptr<RunLoop> loop_;
     std::optional<std::uint64_t> deadlineTimer_, zoomTimer_;
