@@ -233,6 +233,7 @@ TEST_F(Controller, LongPressShowsTheContrastAndHidesBoth) {
                   std::tuple(isButtonShown, isSliderShown, isLocked));
         EXPECT_EQ(button.alpha(), isSliderShown ? 0.5 : 1.0);
     };
+    EXPECT_EQ(slider.frame().maxX() + 6, button.frame().minX());
     const CGPoint plate{600, 400};
     down(plate), settle(0.6);
     expect(true, false, true);
