@@ -14,7 +14,7 @@ void EventQueue::push(const AURenderEvent& event) {
     events_[place] = event;
 }
 
-const AURenderEvent* EventQueue::take(std::int64_t time) {
+const AURenderEvent* EventQueue::takeSome(std::int64_t time) {
     const auto first = begin_;
     AURenderEvent* last = nullptr;
     for (; begin_ < end_ && events_[begin_].head.eventSampleTime < time; ++begin_) {

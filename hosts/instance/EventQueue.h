@@ -18,9 +18,13 @@ class EventQueue {
     void push(const platform::AURenderEvent& event);
     /// Removes the events before `time` and links them; null if there are none. The list is valid
     /// until the next push.
-    const platform::AURenderEvent* take(std::int64_t time);
+    const platform::AURenderEvent* take(std::int64_t time) {
+        return isEmpty() ? nullptr : takeSome(time);
+    }
 
  private:
+    const platform::AURenderEvent* takeSome(std::int64_t time);
+
     static constexpr std::size_t capacity = 1024;
 
     std::vector<platform::AURenderEvent> events_{capacity};

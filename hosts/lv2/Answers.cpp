@@ -16,9 +16,14 @@ void Answers::ask(const Question& question) {
     if (questions_.size() < questionsAtOnce) questions_.push_back(question);
 }
 
+void Answers::writeNone(LV2_Atom_Sequence& port) const {
+    // A host leaves the size of the port's memory there.
+    constexpr std::uint32_t size = sizeof(LV2_Atom_Sequence_Body);
+    if (port.atom.size >= size) port = {{size, urids_.atomSequence}, {0, 0}};
+}
+
 void Answers::write(const std::array<float, parameterCount>& values, std::uint32_t frame,
                     LV2_Atom_Sequence& port) {
-    // A host leaves the size of its memory there.
     lv2_atom_forge_set_buffer(&forge_, reinterpret_cast<std::uint8_t*>(&port),
                               sizeof(LV2_Atom) + port.atom.size);
     LV2_Atom_Forge_Frame sequence;

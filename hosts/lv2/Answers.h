@@ -24,11 +24,13 @@ class Answers {
  public:
     Answers(LV2_URID_Map& map, const Urids& urids);
 
-    /// More than a few in one block stay without an answer.
+    /// Keeps the first 16 of a block and drops the rest.
     void ask(const Question& question);
     bool isAsked() const { return !questions_.empty(); }
-    /// Fills the port, as far as the host's memory reaches, whether something was asked or not.
-    /// `values` by address; they matter only where something was.
+    /// An empty sequence, if the port's memory holds one.
+    void writeNone(LV2_Atom_Sequence& port) const;
+    /// The answers, as many as fit into the port's memory, at a frame of the block. `values` by
+    /// address.
     void write(const std::array<float, parameterCount>& values, std::uint32_t frame,
                LV2_Atom_Sequence& port);
 

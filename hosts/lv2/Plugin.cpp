@@ -135,8 +135,9 @@ void Plugin::run(std::uint32_t frames) {
 }
 
 void Plugin::answer(std::uint32_t frames) {
-    std::array<float, parameterCount> values{};
-    for (std::uint64_t address = 0; answers_->isAsked() && address < parameterCount; ++address)
+    if (!answers_->isAsked()) return answers_->writeNone(*notify_);
+    std::array<float, parameterCount> values;
+    for (std::uint64_t address = 0; address < parameterCount; ++address)
         values[address] = instance_->value(address);
     answers_->write(values, frames ? frames - 1 : 0, *notify_);
 }
