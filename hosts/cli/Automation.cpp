@@ -35,7 +35,7 @@ std::vector<std::string_view> wordsOf(std::string_view line) {
     return words;
 }
 
-/// The whole text as a number without a sign; false where it is none.
+/// The whole text as a number without a sign; false for another text.
 template <typename Number>
 bool parseWhole(std::string_view text, Number& number) {
     if (text.empty() || text.front() == '-') return false;

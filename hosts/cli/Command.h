@@ -8,8 +8,8 @@
 
 namespace qov::cli {
 
-/// What a user can mend: one line that names the file, option or value and what would be right.
-/// main() prints it and ends with the code: 1 for bad input, 2 for wrong usage.
+/// An error that the user can correct: one line that names the file, option or value and what would
+/// be right. main() prints it and ends with the code: 1 for bad input, 2 for wrong usage.
 class Failure : public std::runtime_error {
  public:
     explicit Failure(const std::string& line, int exitCode = 1)
@@ -20,7 +20,7 @@ class Failure : public std::runtime_error {
     int exitCode_;
 };
 
-/// Arguments behind the subcommand's name.
+/// Arguments after the subcommand's name.
 using Arguments = std::vector<std::string>;
 
 /// A subcommand of kelvane; run returns the exit code or throws Failure.

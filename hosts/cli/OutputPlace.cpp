@@ -23,25 +23,25 @@ namespace {
 
 constexpr std::array endingSignals{SIGINT, SIGTERM, SIGHUP};
 
-/// What the signal handler removes: the path, readable at any moment while `isSet`.
-struct Doomed {
+/// The file that the signal handler removes; `path` is valid while `isSet`.
+struct UnfinishedFile {
     std::array<char, PATH_MAX> path{};
     std::atomic<bool> isSet = false;
 };
-Doomed doomed;
+UnfinishedFile unfinished;
 
-/// Holds the signals that end the program back for a scope.
-class SignalsHeldBack {
+/// Blocks the signals that end the program, for a scope.
+class SignalsBlocked {
  public:
-    SignalsHeldBack() {
+    SignalsBlocked() {
         sigset_t held;
         sigemptyset(&held);
         for (const int signal : endingSignals) sigaddset(&held, signal);
         pthread_sigmask(SIG_BLOCK, &held, &before_);
     }
-    ~SignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-    SignalsHeldBack(const SignalsHeldBack&) = delete;
-    SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
+    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    SignalsBlocked(const SignalsBlocked&) = delete;
+    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
 
  private:
     sigset_t before_{};
@@ -55,8 +55,8 @@ void say(const char* text) {
 /// Only calls that are safe in a signal handler.
 void endBySignal(int signal) {
     say(signal == SIGINT ? "\nkelvane: interrupted" : "\nkelvane: ended by a signal");
-    if (doomed.isSet) {
-        unlink(doomed.path.data());
+    if (unfinished.isSet) {
+        unlink(unfinished.path.data());
         say("; the output is as it was");
     }
     say("\n");
@@ -78,8 +78,7 @@ std::string besideTemplate(const std::string& target) {
     return fmt::format("{}.{}.XXXXXX", folder, file);
 }
 
-/// The mode that the finished file shall have: that of the one it replaces, else the user's
-/// default.
+/// The mode of the finished file: that of the file it replaces, else the user's default.
 mode_t modeFor(const std::string& target) {
     struct stat status {};
     if (stat(target.c_str(), &status) == 0) return status.st_mode & 07777;
@@ -106,24 +105,24 @@ OutputPlace::OutputPlace(const std::string& path) : name_(path) {
     }
     target_ = behindLinks(path);
     temporary_ = besideTemplate(target_);
-    if (temporary_.size() >= doomed.path.size()) failToWrite(ENAMETOOLONG);
+    if (temporary_.size() >= unfinished.path.size()) failToWrite(ENAMETOOLONG);
     const mode_t mode = modeFor(target_);
-    const SignalsHeldBack untilTheHandlerKnows;
+    const SignalsBlocked untilSet;
     descriptor_ = mkostemp(temporary_.data(), O_CLOEXEC);
     if (descriptor_ < 0) {
         const int error = errno;
         temporary_.clear();
         failToWrite(error);
     }
-    std::memcpy(doomed.path.data(), temporary_.c_str(), temporary_.size() + 1);
-    doomed.isSet = true;
+    std::memcpy(unfinished.path.data(), temporary_.c_str(), temporary_.size() + 1);
+    unfinished.isSet = true;
     fchmod(descriptor_, mode);
 }
 
 OutputPlace::~OutputPlace() {
     if (!temporary_.empty()) {
         unlink(temporary_.c_str());
-        doomed.isSet = false;
+        unfinished.isSet = false;
     }
     if (descriptor_ > STDERR_FILENO) close(descriptor_);
 }
@@ -139,7 +138,7 @@ void OutputPlace::commit() {
     if (close(descriptor) != 0 && errno != EINTR) failToWrite(errno);
     if (temporary_.empty()) return;
     if (rename(temporary_.c_str(), target_.c_str()) != 0) failToWrite(errno);
-    doomed.isSet = false;
+    unfinished.isSet = false;
     temporary_.clear();
 }
 

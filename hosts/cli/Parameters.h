@@ -14,7 +14,7 @@ namespace qov::cli {
 inline constexpr float minimumValue = 0;
 inline constexpr float maximumValue = 1;
 
-/// Finds one by its option name or its identifier; null where there is none.
+/// Finds one by its option name or its identifier; null for an unknown name.
 const Parameter* findParameter(std::string_view name);
 
 /// Reads a value as hosts::parseValue() does; bare numbers are 0..1. sampleRate, in frames per

@@ -14,7 +14,7 @@ struct Phrase {
     std::vector<float> left, right;  ///< of one length, peak 0.9
 };
 
-/// Plays it anew, which takes a moment.
+/// Computes the phrase.
 Phrase playPhrase();
 
 }  // namespace qov::cli

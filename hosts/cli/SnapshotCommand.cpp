@@ -235,7 +235,7 @@ void Scene::play(const std::string& path, const std::string& at, const Snapshot&
 std::shared_ptr<const platform::CGImage> Scene::picture(const std::string& view,
                                                         const Snapshot& snapshot) {
     if (view == "editor") {
-        // The phase shift's text follows the playing, of which no parameter tells.
+        // The phase shift's text follows the playing, which changes no parameter.
         controller_->stereoControls->setNeedsDisplay();
         controller_->correlographView->setNeedsDisplay();
         window_->update();

@@ -86,7 +86,7 @@ int containerOf(const std::string& path) {
     const auto dot = file.rfind('.');
     if (const int container = dot == std::string::npos ? 0 : containerNamed(file.substr(dot + 1)))
         return container;
-    throw Failure(fmt::format("{}: its ending tells no format; choose one with --format ({})", path,
+    throw Failure(fmt::format("{}: its ending names no format; choose one with --format ({})", path,
                               allNames(containers)),
                   2);
 }

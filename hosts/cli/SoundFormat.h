@@ -5,30 +5,31 @@
 
 namespace qov::cli {
 
-/// File formats and sample subtypes by name, as numbers of the sound file library.
+/// File formats and sample subtypes by name, as constants of libsndfile.
 namespace soundFormat {
 
-/// What samples of a subtype are carried in between file and effect.
+/// The type that holds samples of a subtype between file and effect.
 enum class Carrier { integers, floats, doubles };
 
-/// The container of a name ("wav", "flac") or a file's ending, with a subtype where the name means
-/// one ("opus"); 0 where there is none.
+/// The container of a name ("wav", "flac") or a file's ending, with a subtype where the name
+/// implies one ("opus"); 0 for an unknown name.
 int containerNamed(std::string_view name);
-/// The same for a path's ending. Throws Failure, which lists the endings.
+/// The same for a path's ending. Throws Failure, which lists the endings, for an unknown one.
 int containerOf(const std::string& path);
 
-/// The subtype of a name ("pcm16", "float", "vorbis"). Throws Failure, which lists them.
+/// The subtype of a name ("pcm16", "float", "vorbis"). Throws Failure, which lists the
+/// names, for an unknown one.
 int subtypeNamed(std::string_view name);
 
-/// The subtype for a container: the input's where it is a plain one and fits, else the best that
-/// does. rate: frames per second; some codecs take few. Throws Failure where none takes two
-/// channels at it.
+/// The subtype for a container: the input's if it stores each sample by itself and the container
+/// takes it, else the best that the container takes. rate: frames per second; some codecs take few
+/// rates. Throws Failure if no subtype takes two channels at this rate.
 int subtypeFor(int container, int inputSubtype, int rate);
 
 /// Whether the library writes two channels of this subtype in this container at this rate.
 bool isWritable(int container, int subtype, int rate);
 
-/// What carries the samples of a subtype without loss.
+/// The type that holds the samples of a subtype without loss.
 Carrier carrierOf(int subtype);
 /// Bits of an integer subtype, 8..32; 0 for others.
 int bitsOf(int subtype);

@@ -25,7 +25,7 @@ namespace {
 constexpr std::uint32_t bufferFrames = 8192;
 /// From here on the sizes in a header of 32 bits might not hold.
 constexpr std::int64_t largestWav = 0xFFF00000;
-/// What a header says of a length that nobody knows.
+/// The size in a header whose length is unknown.
 constexpr std::uint32_t unknownLength = 0xFFFFFFFF;
 
 /// A descriptor that can't go back, as the sound file library's virtual file.

@@ -6,7 +6,7 @@
 namespace qov::cli {
 
 /// Draws the stereo field of one or two sound files, side by side and to one scale, into a PNG or
-/// SVG file. Throws Failure where a file or the picture is at fault.
+/// SVG file. Throws Failure where a file cannot be read or the picture not be written.
 void drawFieldOf(const std::vector<std::string>& inputs, const std::string& output);
 
 }  // namespace qov::cli

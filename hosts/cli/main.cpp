@@ -19,7 +19,7 @@ void printHelp() {
     fmt::print("usage: kelvane COMMAND [ARGUMENTS]\n\n");
     for (const auto& command : qov::cli::commands())
         fmt::print("  {:<12} {}\n", command.name, command.summary);
-    fmt::print("\nkelvane COMMAND --help tells more of one of them.\n");
+    fmt::print("\nkelvane COMMAND --help describes one of them.\n");
 }
 
 std::string unknownCommand(const std::string& name) {

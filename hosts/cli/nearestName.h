@@ -6,8 +6,7 @@
 namespace qov::cli {
 
 /// The candidate that takes the fewest insertions, deletions and replacements to become `name`,
-/// where that is at most a third of its length (and at least two are forgiven); empty where none is
-/// so near.
+/// if that is at most two or a third of its length; else empty.
 std::string_view nearestName(std::string_view name, std::span<const std::string_view> candidates);
 
 }  // namespace qov::cli

@@ -82,7 +82,7 @@ std::optional<int> parseOptions(CLI::App& app, const Arguments& arguments) {
         return 0;
     } catch (const CLI::ExtrasError&) {
         throw Failure(
-            fmt::format("{}; {} --help lists what there is", unknownArgument(app), app.get_name()),
+            fmt::format("{}; {} --help lists the options", unknownArgument(app), app.get_name()),
             2);
     } catch (const CLI::ArgumentMismatch& error) {
         const std::string line = error.what();
@@ -93,7 +93,7 @@ std::optional<int> parseOptions(CLI::App& app, const Arguments& arguments) {
     } catch (const CLI::ParseError& error) {
         std::string line = error.what();
         std::ranges::replace(line, '\n', ' ');
-        throw Failure(fmt::format("{}; {} --help tells more", line, app.get_name()), 2);
+        throw Failure(fmt::format("{}; see {} --help", line, app.get_name()), 2);
     }
 }
 

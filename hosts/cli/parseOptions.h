@@ -17,9 +17,9 @@ namespace qov::cli {
 /// parseSettings().
 void declareParameters(CLI::App& app, std::span<std::string> texts, bool onlyInTree);
 
-/// Reads the arguments of one subcommand into what was bound to `app`. Returns the exit code where
-/// the command is done already (0 after --help), nothing where it shall run. Throws Failure (2)
-/// where the arguments are wrong, with the nearest option for one that does not exist.
+/// Reads the arguments of one subcommand into what was bound to `app`. Returns the exit code if
+/// the command ends here (0 after --help), nothing if it goes on. Throws Failure (2) for wrong
+/// arguments, with the nearest option for an unknown one.
 std::optional<int> parseOptions(CLI::App& app, const Arguments& arguments);
 
 }  // namespace qov::cli

@@ -336,7 +336,7 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
              {"in.wav bad.txt --automation bad.txt --format wav", 2,
               "bad.txt: is the automation, too"},
              {"in.wav out.xyz", 2,
-              "out.xyz: its ending tells no format; choose one with --format (wav, "},
+              "out.xyz: its ending names no format; choose one with --format (wav, "},
              {"in.wav sub", 1, "sub: is a folder"},
              {"in.wav nowhere/out.wav", 1,
               "nowhere/out.wav: cannot write: No such file or directory"},

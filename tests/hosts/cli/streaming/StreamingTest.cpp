@@ -96,7 +96,7 @@ TEST(Streaming, FilesPast4GiBKeepTheirLengthAndTheirLastFrames) {
         EXPECT_THAT(last, testing::ElementsAre(0, -0.5F, 0.25F, 0.75F)) << name;
         std::filesystem::remove(path);
     }
-    // A stream tells no length beforehand, so it is stopped where the format ends.
+    // A stream's length is unknown beforehand, so it is stopped where the format ends.
     const auto run = shell("cd " + (folder / "") + " && head -c 4400000000 /dev/zero | " +
                            "$K render - out.aiff --raw 48000");
     EXPECT_EQ(run.code, 1);
