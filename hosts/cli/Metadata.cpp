@@ -13,6 +13,7 @@
 #include <aifffile.h>
 #include <attachedpictureframe.h>
 #include <flacpicture.h>
+#include <fmt/format.h>
 #include <id3v2framefactory.h>
 #include <id3v2tag.h>
 #include <mpegfile.h>
@@ -412,9 +413,12 @@ void Metadata::readTags(int descriptor) {
 
 void Metadata::readFlac(int descriptor) {
     for (auto& [type, bytes] : flacBlocks(descriptor)) {
-        if (type == comment) takeComments(bytes);
-        if (type == picture) pictures_.push_back(std::move(bytes));
-        if (type == application || type == cueSheet) blocks_.emplace_back(type, std::move(bytes));
+        if (type == comment)
+            takeComments(bytes);
+        else if (type == picture)
+            pictures_.push_back(std::move(bytes));
+        else if (type == application || type == cueSheet)
+            blocks_.emplace_back(type, std::move(bytes));
     }
 }
 
@@ -478,7 +482,9 @@ std::vector<Metadata::Chunk> Metadata::chunksFor(int format) const {
 std::string Metadata::wavChunks() const {
     std::string all;
     for (const auto& [identifier, bytes] : chunksFor(SF_FORMAT_WAV)) {
-        all += identifier + number(bytes.size(), 4, false) + bytes;
+        all += identifier;
+        all += number(bytes.size(), 4, false);
+        all += bytes;
         if (bytes.size() % 2 != 0) all += '\0';
     }
     return all;
@@ -536,7 +542,7 @@ void Metadata::addChunks(const OutputPlace& place, int format) const {
 std::string Metadata::comments(std::string_view old, bool withPictures) const {
     auto result = std::string(old.substr(0, 4 + numberAt(old, 0, 4, false)));  // the encoder's name
     std::vector<std::string> fields;
-    for (const auto& [key, text] : texts_) fields.push_back(key + "=" + text);
+    for (const auto& [key, text] : texts_) fields.push_back(fmt::format("{}={}", key, text));
     if (withPictures)
         for (const auto& block : pictures_)
             fields.push_back("METADATA_BLOCK_PICTURE=" + stringOf(vectorOf(block).toBase64()));
