@@ -1,6 +1,8 @@
 #include "hosts/clap/ClapEditor.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "hosts/clap/ClapHost.h"
@@ -17,6 +19,22 @@ bool failed(const std::string& error) {
     return false;
 }
 
+bool isX11(const char* api) {
+    return api && std::strcmp(api, CLAP_WINDOW_API_X11) == 0;
+}
+
+EmbeddedEditor::Size sizeOf(std::uint32_t width, std::uint32_t height) {
+    const auto side = [](std::uint32_t pixels) {
+        return static_cast<int>(std::min<std::uint32_t>(pixels, EditorWindow::largestSide));
+    };
+    return {side(width), side(height)};
+}
+
+void give(EmbeddedEditor::Size size, std::uint32_t& width, std::uint32_t& height) {
+    width = static_cast<std::uint32_t>(size.width);
+    height = static_cast<std::uint32_t>(size.height);
+}
+
 }  // namespace
 
 ClapEditor::ClapEditor(Instance& instance, const ClapHost& host)
@@ -26,8 +44,12 @@ ClapEditor::~ClapEditor() {
     destroy();
 }
 
-bool ClapEditor::create(bool isFloating) {
-    if (editor_) return false;
+bool ClapEditor::isSupported(const char* api, bool isFloating) {
+    return isX11(api) || (isFloating && (!api || !*api));
+}
+
+bool ClapEditor::create(const char* api, bool isFloating) {
+    if (editor_ || !isSupported(api, isFloating)) return false;
     if (!host_.timers) return failed("the host offers no timer to draw it on");
     std::string error;
     const auto desktop = platform::NativeWindow::desktopScale(&error);
@@ -64,15 +86,33 @@ bool ClapEditor::open() {
     return true;
 }
 
-bool ClapEditor::setParent(std::uint64_t window) {
-    if (!editor_ || isFloating_ || editor_->isOpen() || window == 0) return false;
-    place_.parent = window;
+bool ClapEditor::getSize(std::uint32_t* width, std::uint32_t* height) {
+    if (!editor_ || !width || !height) return false;
+    give(editor_->size(), *width, *height);
+    return true;
+}
+
+bool ClapEditor::adjustSize(std::uint32_t* width, std::uint32_t* height) {
+    if (!editor_ || !width || !height) return false;
+    give(editor_->fitting(sizeOf(*width, *height)), *width, *height);
+    return true;
+}
+
+bool ClapEditor::setSize(std::uint32_t width, std::uint32_t height) {
+    return editor_ && !isFloating_ && editor_->setSize(sizeOf(width, height));
+}
+
+bool ClapEditor::setParent(const clap_window_t* window) {
+    if (!editor_ || isFloating_ || editor_->isOpen()) return false;
+    if (!window || !isX11(window->api) || window->x11 == 0) return false;
+    place_.parent = window->x11;
     return open();
 }
 
-bool ClapEditor::setTransient(std::uint64_t window) {
+bool ClapEditor::setTransient(const clap_window_t* window) {
     if (!editor_ || !isFloating_ || editor_->isOpen()) return false;
-    place_.transientFor = window;
+    if (!window || !isX11(window->api)) return false;
+    place_.transientFor = window->x11;
     return true;
 }
 
@@ -83,12 +123,6 @@ void ClapEditor::setTitle(const char* title) {
 bool ClapEditor::show() {
     if (!editor_ || (!isFloating_ && !editor_->isOpen()) || !open()) return false;
     editor_->show();
-    return true;
-}
-
-bool ClapEditor::hide() {
-    if (!editor_) return false;
-    editor_->hide();
     return true;
 }
 

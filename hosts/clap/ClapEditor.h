@@ -1,5 +1,6 @@
 #pragma once
 
+#include <clap/ext/gui.h>
 #include <clap/id.h>
 
 #include <cstdint>
@@ -24,21 +25,26 @@ class ClapEditor {
     ClapEditor(const ClapEditor&) = delete;
     ClapEditor& operator=(const ClapEditor&) = delete;
 
+    /// Of a floating window a host may leave open what shows it.
+    static bool isSupported(const char* api, bool isFloating);
+
     /// An editor without a window yet. False if there is one already; false, with a line on
     /// standard error, without a screen or a timer.
-    bool create(bool isFloating);
+    bool create(const char* api, bool isFloating);
     void destroy();
-    /// The one that was created; null before create() and after destroy().
-    EmbeddedEditor* created() { return editor_ ? &*editor_ : nullptr; }
-    bool isFloating() const { return isFloating_; }
 
-    // False before create(), or for the other kind of window.
+    // False before create(), without an argument, or for the other kind of window. Sizes are
+    // pixels.
 
-    bool setParent(std::uint64_t window);
-    bool setTransient(std::uint64_t window);
+    bool setScale(double scale) { return editor_ && editor_->setScale(scale); }
+    bool getSize(std::uint32_t* width, std::uint32_t* height);
+    bool adjustSize(std::uint32_t* width, std::uint32_t* height);
+    bool setSize(std::uint32_t width, std::uint32_t height);
+    bool setParent(const clap_window_t* window);
+    bool setTransient(const clap_window_t* window);
     void setTitle(const char* title);
     bool show();
-    bool hide();
+    bool hide() { return editor_ && (editor_->hide(), true); }
 
     /// After each turn of the run loop: reports to the host that the user has closed a floating
     /// window, or that the window is lost.

@@ -3,9 +3,14 @@
 #include <clap/ext/latency.h>
 
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstdio>
+#include <cstring>
+#include <string>
 
-#include "hosts/clap/extensions.h"
+#include "audiounit/parameters.h"
+#include "hosts/instance/guarded.h"
 #include "hosts/instance/made.h"
 #include "hosts/window/makeInstance.h"
 #include "platform/foundation/NSError.h"
@@ -46,34 +51,15 @@ const clap_plugin_t functions{
             return guarded(false, [&] { return of(plugin).init(); });
         },
     .destroy = [](const clap_plugin_t* plugin) { delete &of(plugin); },
-    .activate =
-        [](const clap_plugin_t* plugin, double rate, uint32_t, uint32_t longestBlock) {
-            return ClapPlugin::call(plugin, false,
-                                    [&](auto& self) { return self.activate(rate, longestBlock); });
-        },
-    .deactivate =
-        [](const clap_plugin_t* plugin) {
-            ClapPlugin::run(plugin, [](auto& self) { self.deactivate(); });
-        },
+    .activate = entry<&ClapPlugin::activate>,
+    .deactivate = entry<&ClapPlugin::deactivate>,
     .start_processing = [](const clap_plugin_t*) { return true; },
     .stop_processing = [](const clap_plugin_t*) {},
-    .reset =
-        [](const clap_plugin_t* plugin) {
-            ClapPlugin::run(plugin, [](auto& self) { self.instance().reset(); });
-        },
-    .process =
-        [](const clap_plugin_t* plugin, const clap_process_t* block) {
-            constexpr clap_process_status error = CLAP_PROCESS_ERROR;
-            if (!block) return error;
-            return ClapPlugin::call(plugin, error,
-                                    [&](auto& self) { return self.process(*block); });
-        },
-    // Not before init(): the format says so.
-    .get_extension = [](const clap_plugin_t*, const char* id) { return extensions::find(id); },
-    .on_main_thread =
-        [](const clap_plugin_t* plugin) {
-            ClapPlugin::run(plugin, [](auto& self) { self.turn(); });
-        },
+    .reset = entry<&ClapPlugin::reset>,
+    .process = entry<&ClapPlugin::process>,
+    .get_extension = [](const clap_plugin_t*,
+                        const char* id) { return ClapPlugin::findExtension(id); },
+    .on_main_thread = entry<&ClapPlugin::turn>,
 };
 
 }  // namespace
@@ -104,7 +90,7 @@ ClapPlugin::~ClapPlugin() {
 
 // Sound
 
-bool ClapPlugin::activate(double sampleRate, std::uint32_t longestBlock) {
+bool ClapPlugin::activate(double sampleRate, std::uint32_t, std::uint32_t longestBlock) {
     // A restart for the latency's sake: the sound goes on where it was.
     const bool goesOn = instance_->isActive() && sampleRate == sampleRate_ &&
                         longestBlock == longestBlock_ && restartIsComing_;
@@ -134,21 +120,22 @@ void ClapPlugin::deactivate() {
     if (!restartIsComing_) instance_->deactivate();
 }
 
-clap_process_status ClapPlugin::process(const clap_process_t& block) {
+clap_process_status ClapPlugin::process(const clap_process_t* block) {
+    if (!block) return CLAP_PROCESS_ERROR;
     const float* input[2];
     float* output[2];
-    findChannels(block.audio_inputs, block.audio_inputs_count, input);
-    findChannels(block.audio_outputs, block.audio_outputs_count, output);
-    outbox_->sendEdits(block.out_events);
-    instance_->begin(input, output, block.frames_count);
-    pushEvents(block.in_events, block.frames_count, block.out_events);
+    findChannels(block->audio_inputs, block->audio_inputs_count, input);
+    findChannels(block->audio_outputs, block->audio_outputs_count, output);
+    outbox_->sendEdits(block->out_events);
+    instance_->begin(input, output, block->frames_count);
+    pushEvents(block->in_events, block->frames_count, block->out_events);
     instance_->end();
     noticeLatency();
 
-    if (!block.audio_outputs || block.audio_outputs_count == 0) return CLAP_PROCESS_TAIL;
-    auto& port = block.audio_outputs[0];
+    if (!block->audio_outputs || block->audio_outputs_count == 0) return CLAP_PROCESS_TAIL;
+    auto& port = block->audio_outputs[0];
     port.constant_mask = 0;
-    const bool isUnknownFormat = !port.data32 && port.data64 && block.frames_count > 0;
+    const bool isUnknownFormat = !port.data32 && port.data64 && block->frames_count > 0;
     return isUnknownFormat || !isActive_ ? CLAP_PROCESS_ERROR : CLAP_PROCESS_TAIL;
 }
 
@@ -190,7 +177,7 @@ std::uint32_t ClapPlugin::latency() {
     return latency_;
 }
 
-/// After a block: has the main thread look, if need be.
+/// After a block: asks for a callback on the main thread if the latency has changed.
 void ClapPlugin::noticeLatency() {
     if (instance_->latency() == latency_.load(std::memory_order_relaxed))
         hasAskedForRestart_.store(false, std::memory_order_relaxed);
@@ -206,6 +193,80 @@ void ClapPlugin::announceLatency() {
     host_.host->request_restart(host_.host);
 }
 
+// Parameters
+
+bool ClapPlugin::getValue(clap_id id, double* value) {
+    if (!isHostParameter(id) || !value) return false;
+    *value = double{instance_->value(id)};
+    return true;
+}
+
+bool ClapPlugin::valueToText(clap_id id, double value, char* text, std::uint32_t size) {
+    if (!isHostParameter(id) || !text || size == 0) return false;
+    const auto words = instance_->valueText(id, static_cast<float>(value));
+    std::snprintf(text, size, "%s", words.c_str());
+    return true;
+}
+
+bool ClapPlugin::textToValue(clap_id id, const char* text, double* value) {
+    if (!isHostParameter(id) || !text || !value) return false;
+    const auto parsed = instance_->parseValue(id, text);
+    if (parsed) *value = double{*parsed};
+    return parsed.has_value();
+}
+
+// State and presets
+
+bool ClapPlugin::save(const clap_ostream_t* stream) {
+    const auto text = instance_->saveState();
+    for (std::size_t written = 0; written < text.size();) {
+        if (!stream) return false;
+        const auto count = stream->write(stream, text.data() + written, text.size() - written);
+        if (count <= 0) return false;
+        written += static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+bool ClapPlugin::load(const clap_istream_t* stream) {
+    if (!stream) return false;
+    std::string text;
+    std::array<char, 4096> part;
+    while (const auto count = stream->read(stream, part.data(), part.size())) {
+        if (count < 0 || count > static_cast<int64_t>(part.size())) return false;
+        text.append(part.data(), static_cast<std::size_t>(count));
+        if (text.size() > Instance::largestState) return false;
+    }
+    if (!instance_->restoreState(text)) return false;
+    reportNewValues();
+    return true;
+}
+
+bool ClapPlugin::loadPreset(std::uint32_t kind, const char* location, const char* key) {
+    std::size_t number = 0;
+    const char* const end = key ? key + std::strlen(key) : nullptr;
+    const bool isOurs = kind == abi::inPlugin && key && *key &&
+                        std::from_chars(key, end, number).ptr == end &&
+                        instance_->selectFactoryPreset(number);
+    if (!isOurs) {
+        if (host_.presets)
+            host_.presets->on_error(host_.host, kind, location, key, 0,
+                                    "the plug-in has no such preset");
+        return false;
+    }
+    reportNewValues();
+    // The preset's name is in the state, and no parameter.
+    if (host_.state) host_.state->mark_dirty(host_.host);
+    if (host_.presets) host_.presets->loaded(host_.host, kind, location, key);
+    return true;
+}
+
+/// After all values have changed at once: the editor follows, the host asks for them anew.
+void ClapPlugin::reportNewValues() {
+    turn();
+    if (host_.params) host_.params->rescan(host_.host, CLAP_PARAM_RESCAN_VALUES);
+}
+
 // Main thread
 
 void ClapPlugin::turn() {
@@ -215,6 +276,11 @@ void ClapPlugin::turn() {
         host_.params->request_flush(host_.host);
     announceLatency();
     editor_->reportClosed();
+}
+
+void ClapPlugin::destroyEditor() {
+    editor_->destroy();
+    turn();
 }
 
 }  // namespace qov::hosts::clap

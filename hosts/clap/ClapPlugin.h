@@ -1,23 +1,24 @@
 #pragma once
 
+#include <clap/ext/state.h>
 #include <clap/plugin.h>
 
 #include <atomic>
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <type_traits>
 
 #include "hosts/clap/ClapEditor.h"
 #include "hosts/clap/ClapHost.h"
 #include "hosts/clap/EventOutbox.h"
 #include "hosts/instance/Instance.h"
-#include "hosts/instance/guarded.h"
 
 namespace qov::hosts::clap {
 
-/// One plug-in of a CLAP host: an instance of the effect behind the format's table of functions.
-/// Operations are named after the host's calls, and belong to the threads that the format gives
-/// those: process() and flush() of an active plug-in to the audio thread, the rest to the
+/// One plug-in of a CLAP host: an instance of the effect behind the format's tables of functions
+/// (entry). Operations are named after the host's calls and belong to the threads that the format
+/// gives those: process() and flush() of an active plug-in to the audio thread, the rest to the
 /// main one.
 class ClapPlugin {
  public:
@@ -27,43 +28,50 @@ class ClapPlugin {
     ClapPlugin& operator=(const ClapPlugin&) = delete;
 
     const clap_plugin_t* handle() const { return &handle_; }
+    /// The plug-in behind a handle, or its editor; null before init().
+    template <class Part>
+    static Part* find(const clap_plugin_t* plugin) {
+        auto& self = *static_cast<ClapPlugin*>(plugin->plugin_data);
+        if constexpr (std::is_same_v<Part, ClapEditor>)
+            return self.editor_.get();
+        else
+            return self.editor_ ? &self : nullptr;
+    }
+    /// The extension of that name; null for an unknown one. Any thread.
+    static const void* findExtension(const char* id);
 
     bool init();
-    bool activate(double sampleRate, std::uint32_t longestBlock);
+    bool activate(double sampleRate, std::uint32_t shortestBlock, std::uint32_t longestBlock);
     void deactivate();
-    clap_process_status process(const clap_process_t& block);
+    void reset() { instance_->reset(); }
+    clap_process_status process(const clap_process_t* block);
     void flush(const clap_input_events_t* in, const clap_output_events_t* out);
 
-    /// What is due on the instance's run loop, and what the host has to hear after it.
+    /// Runs what is due on the instance's run loop and reports to the host what came of it.
     void turn();
+    void onTimer(clap_id) { turn(); }
+    void onDescriptor(int, std::uint32_t) { turn(); }
+    /// Also reports the end of a touch that ends with the editor, as no timer is left.
+    void destroyEditor();
 
-    /// As the host may know it: it changes only while the plug-in is not active.
+    /// In frames. Constant while the plug-in is active.
     std::uint32_t latency();
     /// Frames from the end of the input to that of the output. Any thread.
-    std::uint32_t tail() const { return tail_.load(std::memory_order_relaxed); }
+    std::uint32_t tail() { return tail_.load(std::memory_order_relaxed); }
 
-    // From init() on
+    bool getValue(clap_id id, double* value);
+    bool valueToText(clap_id id, double value, char* text, std::uint32_t size);
+    bool textToValue(clap_id id, const char* text, double* value);
 
-    Instance& instance() { return *instance_; }
-    ClapEditor& editor() { return *editor_; }
-    const ClapHost& host() const { return host_; }
-
-    /// Runs a host's call on its plug-in. An exception ends here, as `failed`; so does a call
-    /// before init().
-    template <class Result, class Call>
-    static Result call(const clap_plugin_t* plugin, Result failed, Call&& call) {
-        auto& self = *static_cast<ClapPlugin*>(plugin->plugin_data);
-        return self.editor_ ? guarded(failed, [&]() -> Result { return call(self); }) : failed;
-    }
-
-    template <class Call>
-    static void run(const clap_plugin_t* plugin, Call&& work) {
-        call(plugin, false, [&](ClapPlugin& self) { return work(self), true; });
-    }
+    bool save(const clap_ostream_t* stream);
+    bool load(const clap_istream_t* stream);
+    /// key: the number of a factory preset.
+    bool loadPreset(std::uint32_t kind, const char* location, const char* key);
 
  private:
     void pushEvents(const clap_input_events_t* events, std::uint32_t frames,
                     const clap_output_events_t* out);
+    void reportNewValues();
     void noticeLatency();
     void announceLatency();
 
@@ -81,9 +89,32 @@ class ClapPlugin {
     std::uint32_t longestBlock_ = 0;
 
     std::atomic<std::uint32_t> tail_{0};
-    std::atomic<std::uint32_t> latency_{0};         // what the host was told
+    std::atomic<std::uint32_t> latency_{0};         // reported to the host
     std::atomic<bool> hasAskedForCallback_{false};  // on the audio thread, for the latency
     std::atomic<bool> hasAskedForRestart_{false};   // of an active plug-in
 };
+
+namespace detail {
+
+template <class Method>
+struct EntryOf;
+template <class Part, class Result, class... Arguments>
+struct EntryOf<Result (Part::*)(Arguments...)> {
+    template <auto method>
+    static Result call(const clap_plugin_t* plugin, Arguments... arguments) noexcept {
+        try {
+            if (auto* part = ClapPlugin::find<Part>(plugin)) return (part->*method)(arguments...);
+        } catch (...) {  // none crosses into a host
+        }
+        return Result();
+    }
+};
+
+}  // namespace detail
+
+/// A member function of ClapPlugin or ClapEditor as an entry of a table. Returns 0 before init()
+/// and where an exception ends the call.
+template <auto method>
+inline constexpr auto entry = &detail::EntryOf<decltype(method)>::template call<method>;
 
 }  // namespace qov::hosts::clap

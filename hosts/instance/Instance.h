@@ -124,6 +124,8 @@ class Instance {
     std::vector<std::string> factoryPresetNames() const;
     /// Takes up a preset's values, as a host's. False when there is none of that number.
     bool selectFactoryPreset(std::size_t number);
+    /// Bytes; a host's state beyond that is refused unread. A state has a few hundred.
+    static constexpr std::size_t largestState = 1 << 20;
     std::string saveState() const;
     /// Takes up what saveState() gave, in one step for the sound and for observers; waits at most
     /// for a block that is being rendered. False, with nothing changed, when it is not a state that

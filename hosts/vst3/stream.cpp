@@ -4,18 +4,14 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "hosts/instance/Instance.h"
+
 namespace qov::hosts::vst3 {
-
-namespace {
-
-constexpr std::size_t longestState = 1 << 20;  // bytes; a state has a few hundred
-
-}  // namespace
 
 std::optional<std::string> readAll(v3_bstream** stream) {
     std::string bytes;
     char piece[4096];
-    while (bytes.size() <= longestState) {
+    while (bytes.size() <= Instance::largestState) {
         std::int32_t count = 0;
         const auto result = v3_cpp_obj(stream)->read(stream, piece, sizeof piece, &count);
         if (count <= 0) return bytes;
