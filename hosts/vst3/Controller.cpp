@@ -33,16 +33,16 @@ std::optional<std::size_t> presetNumber(const platform::AUState& state) {
 
 }  // namespace
 
+// There is no state besides the component's.
 constexpr v3_edit_controller_cpp Controller::controllerTable{
     unknownEntries,
     {entry<&Controller::initialize>, entry<&Controller::terminate>},
-    {entry<&Controller::setComponentState>, entry<&Controller::setState>,
-     entry<&Controller::getState>, entry<&Controller::getParameterCount>,
-     entry<&Controller::getParameterInfo>, entry<&Controller::getParameterStringForValue>,
-     entry<&Controller::getParameterValueForString>, entry<&Controller::normalisedParameterToPlain>,
-     entry<&Controller::plainParameterToNormalised>, entry<&Controller::getParameterNormalised>,
-     entry<&Controller::setParameterNormalised>, entry<&Controller::setComponentHandler>,
-     entry<&Controller::createView>}};
+    {entry<&Controller::setComponentState>, returns<V3_OK>, returns<V3_OK>,
+     entry<&Controller::getParameterCount>, entry<&Controller::getParameterInfo>,
+     entry<&Controller::getParameterStringForValue>, entry<&Controller::getParameterValueForString>,
+     entry<&Controller::normalisedParameterToPlain>, entry<&Controller::plainParameterToNormalised>,
+     entry<&Controller::getParameterNormalised>, entry<&Controller::setParameterNormalised>,
+     entry<&Controller::setComponentHandler>, entry<&Controller::createView>}};
 
 constexpr v3_midi_mapping_cpp Controller::midiMappingTable{
     unknownEntries, {entry<&Controller::getMidiControllerAssignment>}};
@@ -102,15 +102,6 @@ std::string Controller::save() {
 
 v3_result Controller::setComponentState(v3_bstream** stream) {
     return restore(stream);
-}
-
-/// There is none besides the component's.
-v3_result Controller::setState(v3_bstream**) {
-    return V3_OK;
-}
-
-v3_result Controller::getState(v3_bstream**) {
-    return V3_OK;
 }
 
 void Controller::tellAll() {

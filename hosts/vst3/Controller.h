@@ -64,8 +64,6 @@ class Controller {
 
  private:
     v3_result setComponentState(v3_bstream** stream);
-    v3_result setState(v3_bstream** stream);
-    v3_result getState(v3_bstream** stream);
     std::int32_t getParameterCount();
     v3_result getParameterInfo(std::int32_t index, v3_param_info* info);
     v3_result getParameterStringForValue(v3_param_id id, double value, std::int16_t* text);

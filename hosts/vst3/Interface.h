@@ -88,14 +88,22 @@ struct CallOf<Result (Part::*)(Arguments...)> {
     static constexpr auto function = &call<Method, Part, Result, Arguments...>;
 };
 template <class Part, class Result, class... Arguments>
-struct CallOf<Result (Part::*)(Arguments...) const> : CallOf<Result (Part::*)(Arguments...)> {};
-template <class Part, class Result, class... Arguments>
 struct CallOf<Result (Part::*)(Arguments...) noexcept> : CallOf<Result (Part::*)(Arguments...)> {};
-template <class Part, class Result, class... Arguments>
-struct CallOf<Result (Part::*)(Arguments...) const noexcept>
-    : CallOf<Result (Part::*)(Arguments...)> {};
 
 }  // namespace detail
+
+/// An entry of any form that does nothing but return a value.
+template <auto value>
+struct Returns {
+    template <class Result, class... Arguments>
+    using Function = Result(V3_API*)(void* self, Arguments...);
+    template <class Result, class... Arguments>
+    constexpr operator Function<Result, Arguments...>() const {
+        return [](void*, Arguments...) -> Result { return static_cast<Result>(value); };
+    }
+};
+template <auto value>
+inline constexpr Returns<value> returns;
 
 /// A member function as an entry of a table.
 template <auto Method>

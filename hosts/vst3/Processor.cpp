@@ -38,13 +38,14 @@ struct Channels {
 
 }  // namespace
 
+// The controller is this very object, so it has no class of its own.
 constexpr v3_component_cpp Processor::componentTable{
     unknownEntries,
     {entry<&Processor::initialize>, entry<&Processor::terminate>},
-    {entry<&Processor::getControllerClassId>, entry<&Processor::setIoMode>,
-     entry<&Processor::getBusCount>, entry<&Processor::getBusInfo>,
-     entry<&Processor::getRoutingInfo>, entry<&Processor::activateBus>,
-     entry<&Processor::setActive>, entry<&Processor::setState>, entry<&Processor::getState>}};
+    {returns<V3_NOT_IMPLEMENTED>, returns<V3_OK>, entry<&Processor::getBusCount>,
+     entry<&Processor::getBusInfo>, entry<&Processor::getRoutingInfo>,
+     entry<&Processor::activateBus>, entry<&Processor::setActive>, entry<&Processor::setState>,
+     entry<&Processor::getState>}};
 
 constexpr v3_audio_processor_cpp Processor::processorTable{
     unknownEntries,
@@ -53,8 +54,9 @@ constexpr v3_audio_processor_cpp Processor::processorTable{
      entry<&Processor::setupProcessing>, entry<&Processor::setProcessing>,
      entry<&Processor::process>, entry<&Processor::getTailSamples>}};
 
-constexpr v3_process_context_requirements_cpp Processor::requirementsTable{
-    unknownEntries, {entry<&Processor::getProcessContextRequirements>}};
+// Neither tempo nor position.
+constexpr v3_process_context_requirements_cpp Processor::requirementsTable{unknownEntries,
+                                                                           {returns<0>}};
 
 Processor::Processor(Instance& instance, ToldValues& told, Controller& controller)
     : instance_(instance), told_(told), controller_(controller) {}
@@ -68,15 +70,6 @@ v3_result Processor::initialize(v3_funknown** context) {
 v3_result Processor::terminate() {
     deactivate();
     return controller_.terminate();
-}
-
-/// The controller is this very object.
-v3_result Processor::getControllerClassId(std::uint8_t*) {
-    return V3_NOT_IMPLEMENTED;
-}
-
-v3_result Processor::setIoMode(std::int32_t) {
-    return V3_OK;
 }
 
 std::int32_t Processor::getBusCount(std::int32_t media, std::int32_t direction) {
@@ -242,11 +235,6 @@ void Processor::render(const v3_process_data& data, std::uint32_t frames) {
 
 std::uint32_t Processor::getTailSamples() {
     return Instance::tail(sampleRate_);
-}
-
-/// Neither tempo nor position.
-std::uint32_t Processor::getProcessContextRequirements() {
-    return 0;
 }
 
 }  // namespace qov::hosts::vst3

@@ -34,8 +34,6 @@ class Processor {
     // Component
     v3_result initialize(v3_funknown** context);
     v3_result terminate();
-    v3_result getControllerClassId(std::uint8_t* id);
-    v3_result setIoMode(std::int32_t mode);
     std::int32_t getBusCount(std::int32_t media, std::int32_t direction);
     v3_result getBusInfo(std::int32_t media, std::int32_t direction, std::int32_t index,
                          v3_bus_info* info);
@@ -57,8 +55,6 @@ class Processor {
     v3_result setProcessing(v3_bool isProcessing);
     v3_result process(v3_process_data* data);
     std::uint32_t getTailSamples();
-
-    std::uint32_t getProcessContextRequirements();
 
     bool activate();
     void resetIfAsked();

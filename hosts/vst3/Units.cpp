@@ -17,25 +17,16 @@ constexpr std::size_t textSize = 128;
 
 constexpr v3_unit_information_cpp Units::table{
     unknownEntries,
-    {entry<&Units::getUnitCount>, entry<&Units::getUnitInfo>, entry<&Units::getProgramListCount>,
-     entry<&Units::getProgramListInfo>, entry<&Units::getProgramName>,
-     entry<&Units::getProgramInfo>, entry<&Units::hasProgramPitchNames>,
-     entry<&Units::getProgramPitchName>, entry<&Units::getSelectedUnit>, entry<&Units::selectUnit>,
-     entry<&Units::getUnitByBus>, entry<&Units::setUnitProgramData>}};
-
-std::int32_t Units::getUnitCount() {
-    return 1;
-}
+    {returns<1>, entry<&Units::getUnitInfo>, returns<1>, entry<&Units::getProgramListInfo>,
+     entry<&Units::getProgramName>, returns<V3_NOT_IMPLEMENTED>, returns<V3_FALSE>,
+     returns<V3_NOT_IMPLEMENTED>, returns<rootUnit>, entry<&Units::selectUnit>,
+     entry<&Units::getUnitByBus>, returns<V3_NOT_IMPLEMENTED>}};
 
 v3_result Units::getUnitInfo(std::int32_t index, v3_unit_info* info) {
     if (!info || index != 0) return V3_INVALID_ARG;
     *info = {.id = rootUnit, .parent_unit_id = noParent, .name = {}, .program_list_id = presetList};
     writeText(product::name, info->name);
     return V3_OK;
-}
-
-std::int32_t Units::getProgramListCount() {
-    return 1;
 }
 
 v3_result Units::getProgramListInfo(std::int32_t index, v3_program_list_info* info) {
@@ -54,22 +45,6 @@ v3_result Units::getProgramName(std::int32_t list, std::int32_t program, std::in
     return V3_OK;
 }
 
-v3_result Units::getProgramInfo(std::int32_t, std::int32_t, const char*, std::int16_t*) {
-    return V3_NOT_IMPLEMENTED;
-}
-
-v3_result Units::hasProgramPitchNames(std::int32_t, std::int32_t) {
-    return V3_FALSE;
-}
-
-v3_result Units::getProgramPitchName(std::int32_t, std::int32_t, std::int16_t, std::int16_t*) {
-    return V3_NOT_IMPLEMENTED;
-}
-
-std::int32_t Units::getSelectedUnit() {
-    return rootUnit;
-}
-
 v3_result Units::selectUnit(std::int32_t unit) {
     return unit == rootUnit ? V3_OK : V3_INVALID_ARG;
 }
@@ -79,10 +54,6 @@ v3_result Units::getUnitByBus(std::int32_t, std::int32_t, std::int32_t bus, std:
     if (!unit || bus != 0) return V3_INVALID_ARG;
     *unit = rootUnit;
     return V3_OK;
-}
-
-v3_result Units::setUnitProgramData(std::int32_t, std::int32_t, v3_bstream**) {
-    return V3_NOT_IMPLEMENTED;
 }
 
 }  // namespace qov::hosts::vst3

@@ -17,21 +17,12 @@ class Units {
     static const v3_unit_information_cpp table;
 
  private:
-    std::int32_t getUnitCount();
     v3_result getUnitInfo(std::int32_t index, v3_unit_info* info);
-    std::int32_t getProgramListCount();
     v3_result getProgramListInfo(std::int32_t index, v3_program_list_info* info);
     v3_result getProgramName(std::int32_t list, std::int32_t program, std::int16_t* name);
-    v3_result getProgramInfo(std::int32_t list, std::int32_t program, const char* attribute,
-                             std::int16_t* value);
-    v3_result hasProgramPitchNames(std::int32_t list, std::int32_t program);
-    v3_result getProgramPitchName(std::int32_t list, std::int32_t program, std::int16_t pitch,
-                                  std::int16_t* name);
-    std::int32_t getSelectedUnit();
     v3_result selectUnit(std::int32_t unit);
     v3_result getUnitByBus(std::int32_t media, std::int32_t direction, std::int32_t bus,
                            std::int32_t channel, std::int32_t* unit);
-    v3_result setUnitProgramData(std::int32_t listOrUnit, std::int32_t program, v3_bstream** data);
 
     const Parameters& parameters_;
 };

@@ -59,11 +59,12 @@ platform::KeyStroke strokeOf(std::int16_t character, std::int16_t code, std::int
 
 }  // namespace
 
+// The window gets the wheel itself.
 constexpr v3_plugin_view_cpp View::viewTable{
     unknownEntries,
     {entry<&View::isPlatformTypeSupported>, entry<&View::attached>, entry<&View::removed>,
-     entry<&View::onWheel>, entry<&View::onKeyDown>, entry<&View::onKeyUp>, entry<&View::getSize>,
-     entry<&View::onSize>, entry<&View::onFocus>, entry<&View::setFrame>, entry<&View::canResize>,
+     returns<V3_FALSE>, entry<&View::onKeyDown>, returns<V3_FALSE>, entry<&View::getSize>,
+     entry<&View::onSize>, returns<V3_OK>, entry<&View::setFrame>, returns<V3_OK>,
      entry<&View::checkSizeConstraint>}};
 
 constexpr v3_plugin_view_content_scale_cpp View::scaleTable{unknownEntries,
@@ -131,22 +132,9 @@ v3_result View::setFrame(v3_plugin_frame** frame) {
     return V3_OK;
 }
 
-// Input: the window gets its own; keys that stay with the host may be passed on.
-
-v3_result View::onWheel(float) {
-    return V3_FALSE;
-}
-
+/// Keys that stay with the host may be passed on.
 v3_result View::onKeyDown(std::int16_t character, std::int16_t code, std::int16_t modifiers) {
     return editor_.key(strokeOf(character, code, modifiers)) ? V3_OK : V3_FALSE;
-}
-
-v3_result View::onKeyUp(std::int16_t, std::int16_t, std::int16_t) {
-    return V3_FALSE;
-}
-
-v3_result View::onFocus(v3_bool) {
-    return V3_OK;
 }
 
 v3_result View::findParameter(std::int32_t x, std::int32_t y, v3_param_id* id) {
@@ -169,10 +157,6 @@ v3_result View::getSize(v3_view_rect* rect) {
 v3_result View::onSize(v3_view_rect* rect) {
     if (!rect) return V3_INVALID_ARG;
     return editor_.setSize(sizeOf(*rect)) ? V3_OK : V3_INVALID_ARG;
-}
-
-v3_result View::canResize() {
-    return V3_OK;
 }
 
 /// The panel's own proportions; the side that differs more from the present size leads.

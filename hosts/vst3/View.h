@@ -31,14 +31,10 @@ class View final : public Unknown {
     v3_result isPlatformTypeSupported(const char* type);
     v3_result attached(void* parent, const char* type);
     v3_result removed();
-    v3_result onWheel(float distance);
     v3_result onKeyDown(std::int16_t character, std::int16_t code, std::int16_t modifiers);
-    v3_result onKeyUp(std::int16_t character, std::int16_t code, std::int16_t modifiers);
     v3_result getSize(v3_view_rect* rect);
     v3_result onSize(v3_view_rect* rect);
-    v3_result onFocus(v3_bool hasFocus);
     v3_result setFrame(v3_plugin_frame** frame);
-    v3_result canResize();
     v3_result checkSizeConstraint(v3_view_rect* rect);
     v3_result setContentScaleFactor(float factor);
     v3_result findParameter(std::int32_t x, std::int32_t y, v3_param_id* id);
