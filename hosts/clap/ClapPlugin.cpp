@@ -272,7 +272,7 @@ void ClapPlugin::reportNewValues() {
 void ClapPlugin::turn() {
     hasAskedForCallback_ = false;
     instance_->pump();
-    if ((instance_->edits().isWaiting() || outbox_->hasLeft()) && host_.params)
+    if ((instance_->edits().isPending() || outbox_->hasLeft()) && host_.params)
         host_.params->request_flush(host_.host);
     announceLatency();
     editor_->reportClosed();

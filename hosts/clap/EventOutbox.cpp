@@ -35,9 +35,9 @@ void EventOutbox::sendEdits(const clap_output_events_t* events) {
     if (!events) return;
     if (sent_ == count_) {
         count_ = sent_ = 0;
-        edits_.take([this](const Edit& edit) { waiting_[count_++] = edit; });
+        edits_.take([this](const Edit& edit) { pending_[count_++] = edit; });
     }
-    while (sent_ < count_ && pushEdit(events, waiting_[sent_])) ++sent_;
+    while (sent_ < count_ && pushEdit(events, pending_[sent_])) ++sent_;
     hasLeft_.store(sent_ < count_, std::memory_order_relaxed);
 }
 

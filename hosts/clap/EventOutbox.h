@@ -12,8 +12,7 @@
 
 namespace qov::hosts::clap {
 
-/// What the effect tells a host in its output events. The thread of process() or flush(); allocates
-/// nothing.
+/// Writes a host's output events. The thread of process() or flush(); allocates nothing.
 class EventOutbox {
  public:
     explicit EventOutbox(EditExchange& edits) : edits_(edits) {}
@@ -31,7 +30,7 @@ class EventOutbox {
     using Edit = EditExchange::Edit;
 
     EditExchange& edits_;
-    std::array<Edit, 3 * EditExchange::parameters> waiting_{};
+    std::array<Edit, 3 * EditExchange::parameters> pending_{};
     std::size_t count_ = 0;
     std::size_t sent_ = 0;
     std::atomic<bool> hasLeft_{false};

@@ -36,7 +36,7 @@ struct PluginRender {
     bool (*set)(const clap_plugin_t* plugin, std::int32_t mode);
 };
 
-// Presets: where one lies, and how a plug-in is told to load it
+// Presets: where one lies, and how a plug-in loads it
 
 enum PresetLocation : std::uint32_t { inFile = 0, inPlugin = 1 };
 

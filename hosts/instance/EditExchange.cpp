@@ -4,7 +4,7 @@ namespace qov::hosts {
 
 void EditExchange::touch(std::uint64_t address) {
     words_[address].fetch_or(touched | touching, std::memory_order_acq_rel);
-    tell(address);
+    markChanged(address);
 }
 
 void EditExchange::change(std::uint64_t address, float value) {
@@ -14,12 +14,12 @@ void EditExchange::change(std::uint64_t address, float value) {
     while (!word.compare_exchange_weak(before, (before & (touched | touching)) | changed | bits,
                                        std::memory_order_acq_rel)) {
     }
-    tell(address);
+    markChanged(address);
 }
 
 void EditExchange::release(std::uint64_t address) {
     words_[address].fetch_and(~std::uint64_t{touching}, std::memory_order_acq_rel);
-    tell(address);
+    markChanged(address);
 }
 
 }  // namespace qov::hosts

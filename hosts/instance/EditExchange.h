@@ -17,7 +17,7 @@ class EditExchange {
  public:
     static constexpr std::size_t parameters = parameterCount;
 
-    /// What the host is told: its parameter is taken hold of, changes, is let go of.
+    /// One step of a gesture: its begin, a value, its end.
     struct Edit {
         enum class Kind { begin, value, end };
         Kind kind;
@@ -30,16 +30,16 @@ class EditExchange {
     void change(std::uint64_t address, float value);
     void release(std::uint64_t address);
 
-    /// Whether something waits for take(). Any thread.
-    bool isWaiting() const { return news_.load(std::memory_order_relaxed) != 0; }
+    /// Whether edits are pending. Any thread.
+    bool isPending() const { return changed_.load(std::memory_order_relaxed) != 0; }
 
-    /// The host's side: one thread at a time, the audio thread too; waits for nothing. Calls
+    /// The host's side: one thread at a time, the audio thread too; never blocks. Calls
     /// report(edit) for what came since the last call. Values come inside a gesture; one without
     /// a touch is a gesture of its own.
     template <class Report>
     void take(Report&& report) {
-        if (!isWaiting()) return;
-        for (auto news = news_.exchange(0, std::memory_order_acquire); news; news &= news - 1)
+        if (!isPending()) return;
+        for (auto news = changed_.exchange(0, std::memory_order_acquire); news; news &= news - 1)
             takeOne(static_cast<std::uint64_t>(std::countr_zero(news)), report);
     }
 
@@ -68,11 +68,13 @@ class EditExchange {
         }
     }
     /// After the word: who takes the news finds it.
-    void tell(std::uint64_t address) { news_.fetch_or(1u << address, std::memory_order_release); }
+    void markChanged(std::uint64_t address) {
+        changed_.fetch_or(1u << address, std::memory_order_release);
+    }
 
     std::array<std::atomic<std::uint64_t>, parameters> words_{};
-    std::atomic<std::uint32_t> news_{0};   // bit a: the word of address a was written
-    std::array<bool, parameters> open_{};  // what the host was told
+    std::atomic<std::uint32_t> changed_{0};  // bit a: the word of address a was written
+    std::array<bool, parameters> open_{};    // gestures that the host knows of
 };
 
 }  // namespace qov::hosts

@@ -182,7 +182,7 @@ void Instance::begin(const float* const (&input)[2], float* const (&output)[2],
                      std::uint32_t frames) {
     frames_ = frames;
     done_ = 0;
-    heard_ = 0;
+    addresses_ = 0;
     if (!isActive()) {
         for (auto* channel : output)
             if (channel) std::fill_n(channel, frames, 0.0f);
@@ -230,7 +230,7 @@ void Instance::add(std::uint32_t frame, const platform::AURenderEvent& event) {
 }
 
 void Instance::push(std::uint32_t frame, platform::AURenderEvent event) {
-    if (const auto setting = settingOf(event)) heard_ |= 1u << setting->address;
+    if (const auto setting = settingOf(event)) addresses_ |= 1u << setting->address;
     if (frames_ == 0 || !isActive()) return apply(event);
     frame = std::clamp(frame, done_, frames_ - 1);
     event.head.eventSampleTime = clock_ + (frame - done_);
@@ -252,7 +252,7 @@ void Instance::end() {
         renderUpTo(frames_);
         use_.store(Use::idle, std::memory_order_release);
     }
-    if (heard_) heardByAudio_.fetch_or(heard_, std::memory_order_release);
+    if (addresses_) setByAudio_.fetch_or(addresses_, std::memory_order_release);
 }
 
 /// Cuts at the multiples of the longest cycle, counted from the block's begin, whatever the events.
@@ -439,7 +439,7 @@ void Instance::takeAdopted() {
 
 void Instance::pump() {
     const RunLoop::MakeCurrent current(loop_);
-    if (const auto heard = heardByAudio_.exchange(0, std::memory_order_acquire))
+    if (const auto heard = setByAudio_.exchange(0, std::memory_order_acquire))
         for (const auto& parameter : tree_->allParameters())
             if (heard & 1u << parameter->address()) parameter->didChangeValue(token_);
     loop_->pump();

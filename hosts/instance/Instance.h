@@ -26,8 +26,8 @@ namespace qov::hosts {
 /// One living effect in a host: its audio unit with a run loop of its own, kept safe from whatever
 /// the host does, and the exchange of parameters between the host, the audio thread and the editor.
 ///
-/// Threads. process() and reset() belong to the audio thread; they allocate nothing and wait for
-/// nothing. value(), latency() and takeLatencyChange() may be called on any thread. Everything else
+/// Threads. process() and reset() belong to the audio thread; they neither allocate nor
+/// block. value(), latency() and takeLatencyChange() may be called on any thread. Everything else
 /// belongs to the editor's thread (the host's main one), activate() and deactivate() while nothing
 /// is processed.
 class Instance {
@@ -53,7 +53,7 @@ class Instance {
 
     /// Makes ready to process at so many frames a second; the signal starts from silence. Blocks
     /// up to longestBlock frames may overlap with their input in any way (see process).
-    /// False and not active, with *error set where error is given, when the rate is none.
+    /// False and not active, with *error set where error is given, for an invalid rate.
     bool activate(double sampleRate, std::uint32_t longestBlock, platform::NSError* error);
     void deactivate();
     bool isActive() const { return static_cast<bool>(render_); }
@@ -68,7 +68,7 @@ class Instance {
     /// once.
     void begin(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames);
     /// A parameter's new value at a frame of the block. Events may come in any order and number;
-    /// those of one frame take effect in the order in which they come. One behind the block's end
+    /// those of one frame take effect in the order in which they come. One past the block's end
     /// counts as at its last frame; in a block of no frames events take effect at once. Values are
     /// clamped to 0..1; NaN and unknown addresses are dropped. Past 1024 events in a block, one
     /// that is older than an event before it may take effect late, but in the same block.
@@ -122,7 +122,7 @@ class Instance {
     // Presets and state
 
     std::vector<std::string> factoryPresetNames() const;
-    /// Takes up a preset's values, as a host's. False when there is none of that number.
+    /// Takes up a preset's values, as a host's. False for an unknown number.
     bool selectFactoryPreset(std::size_t number);
     /// Bytes; a host's state beyond that is refused unread. A state has a few hundred.
     static constexpr std::size_t largestState = 1 << 20;
@@ -135,7 +135,7 @@ class Instance {
     // Editor
 
     /// Brings what happened on the audio thread to the editor, then runs what is due on the run
-    /// loop. Never waits.
+    /// loop. Never blocks.
     void pump();
     const std::shared_ptr<platform::RunLoop>& runLoop() const { return loop_; }
     QOV_Kelvane_PluginAudioUnit& audioUnit() { return *unit_; }
@@ -180,7 +180,7 @@ class Instance {
     bool outputsOverlap_ = false;  // and into copies_
     std::uint32_t copied_ = 0;     // frames in copies_
     std::uint32_t copyDone_ = 0;   // of them, rendered
-    std::uint32_t heard_ = 0;      // bit a: the block sets address a
+    std::uint32_t addresses_ = 0;  // bit a: the block sets address a
     EventQueue queue_;
     const float* pullFrom_[2] = {};  // the input of the present cycle
 
@@ -190,7 +190,7 @@ class Instance {
     std::array<std::atomic<float>, parameterCount> adopted_{};
     std::atomic<bool> hasAdopted_{false};  // adopted_ is not in effect yet
 
-    std::atomic<std::uint32_t> heardByAudio_{0};  // bit a: address a was set on the audio thread
+    std::atomic<std::uint32_t> setByAudio_{0};  // bit a: address a was set on the audio thread
     std::atomic<std::uint32_t> reportedLatency_{0};
     EditExchange edits_;
     std::atomic<bool> touching_{false};

@@ -6,9 +6,9 @@ namespace qov::hosts::lv2 {
 
 bool ControlPorts::hasChanged(std::uint64_t address, float value) {
     const std::uint64_t bits = std::bit_cast<std::uint32_t>(value);
-    const auto before = heard_[address].load(std::memory_order_relaxed);
+    const auto before = seen_[address].load(std::memory_order_relaxed);
     if (before == bits) return false;
-    heard_[address].store(bits, std::memory_order_relaxed);
+    seen_[address].store(bits, std::memory_order_relaxed);
     constexpr float writtenDown = 1e-5f;
     const auto old = std::bit_cast<float>(static_cast<std::uint32_t>(before));
     return !(before & restored) || !(std::abs(value - old) < writtenDown);
@@ -25,14 +25,14 @@ bool ControlPorts::isNew(std::uint64_t address, float value, std::uint32_t frame
         return isOverruled;
     }
     if (hand & held)
-        waited_[address] = 0;
+        sinceRelease_[address] = 0;
     else
-        waited_[address] += frames;
+        sinceRelease_[address] += frames;
     const bool isEcho = bits == static_cast<std::uint32_t>(hand);
-    if (hand & held || (!isEcho && waited_[address] < patience_)) return false;
+    if (hand & held || (!isEcho && sinceRelease_[address] < echoTime_)) return false;
     // If it fails, a hand has come back.
     if (!hands_[address].compare_exchange_strong(hand, 0)) return false;
-    waited_[address] = 0;
+    sinceRelease_[address] = 0;
     // Also where the port stands as it stood before the hand came: a change that the host has taken
     // back while nothing was processed.
     overruled_ &= ~bit;
@@ -53,18 +53,18 @@ void ControlPorts::release(std::uint64_t address) {
     hands_[address].fetch_and(~std::uint64_t{held}, std::memory_order_acq_rel);
 }
 
-ControlPorts::Values ControlPorts::heard() const {
+ControlPorts::Values ControlPorts::seen() const {
     Values values;
     for (std::size_t address = 0; address < values.size(); ++address)
-        if (const auto bits = heard_[address].load(std::memory_order_relaxed); bits != unheard)
+        if (const auto bits = seen_[address].load(std::memory_order_relaxed); bits != unseen)
             values[address] = std::bit_cast<float>(static_cast<std::uint32_t>(bits));
     return values;
 }
 
-void ControlPorts::setHeard(const Values& values) {
+void ControlPorts::setSeen(const Values& values) {
     for (std::size_t address = 0; address < values.size(); ++address) {
-        heard_[address] =
-            values[address] ? restored | std::bit_cast<std::uint32_t>(*values[address]) : unheard;
+        seen_[address] =
+            values[address] ? restored | std::bit_cast<std::uint32_t>(*values[address]) : unseen;
     }
 }
 

@@ -10,26 +10,26 @@
 
 namespace qov::hosts::lv2 {
 
-/// What the host's control ports mean to the effect. A port speaks when its value changes; while it
-/// stands still, whatever else set the parameter (a message, a saved state, the editor) holds.
+/// Turns the host's control ports into changes of parameters. A port sets its parameter when the
+/// port's value changes; until then a message, a saved state or the editor may set it otherwise.
 ///
-/// The editor's changes are in effect at once and come back through the port a while later, one by
-/// one. So a person's hand has precedence: as long as it holds a parameter, and until the host has
-/// echoed the last value (a quarter of a second at most), the port is not obeyed.
+/// The editor's changes take effect at once and come back through the port later, one by one. So
+/// while a person holds a control, and until the host has echoed the last value (a quarter of a
+/// second at most), its port sets nothing.
 class ControlPorts {
  public:
     using Values = std::array<std::optional<float>, parameterCount>;
 
     explicit ControlPorts(double sampleRate)
-        : patience_(static_cast<std::int64_t>(sampleRate / 4)) {
-        for (auto& port : heard_) port.store(unheard, std::memory_order_relaxed);
+        : echoTime_(static_cast<std::int64_t>(sampleRate / 4)) {
+        for (auto& port : seen_) port.store(unseen, std::memory_order_relaxed);
     }
 
     // Audio thread
 
     void connect(std::uint64_t address, const float* port) { ports_[address] = port; }
 
-    /// Calls report(address, value of the parameter) for each port that has something new to say.
+    /// Calls report(address, value of the parameter) for each port that sets its parameter now.
     /// `frames` is the length of the block that begins.
     template <class Report>
     void take(std::uint32_t frames, Report&& report) {
@@ -51,11 +51,11 @@ class ControlPorts {
 
     // Saving, on any thread; restoring, while nothing is processed
 
-    /// The ports' values that the effect has heard; nothing of a port that was not heard yet.
-    Values heard() const;
-    /// Continues from there: a port that still has this value keeps silent, one that was not heard
-    /// speaks. A host may have written the value down in fewer digits than it has.
-    void setHeard(const Values& values);
+    /// The latest values of the ports; null for a port that was not read yet.
+    Values seen() const;
+    /// Continues from there: a port that still has its value sets nothing, one with null sets its
+    /// parameter. A host may have saved a value in fewer digits than it has.
+    void setSeen(const Values& values);
 
  private:
     // Of a parameter; the written value's bits below.
@@ -63,8 +63,8 @@ class ControlPorts {
         held = std::uint64_t{1} << 32,     // by a person
         written = std::uint64_t{1} << 33,  // and the host has not echoed the value yet
     };
-    // What a port said; the value's bits below.
-    static constexpr std::uint64_t unheard = ~std::uint64_t{0};
+    // The latest value of a port; its bits below.
+    static constexpr std::uint64_t unseen = ~std::uint64_t{0};
     static constexpr std::uint64_t restored = std::uint64_t{1} << 32;  // in another run than this
 
     /// In most blocks no port has changed, and no hand is on any.
@@ -73,7 +73,7 @@ class ControlPorts {
         for (std::size_t address = 0; address < parameterCount; ++address) {
             news |= hands_[address].load(std::memory_order_relaxed);
             if (const float* port = ports_[address])
-                news |= heard_[address].load(std::memory_order_relaxed) ^
+                news |= seen_[address].load(std::memory_order_relaxed) ^
                         std::bit_cast<std::uint32_t>(*port);
         }
         return news == 0;
@@ -81,12 +81,12 @@ class ControlPorts {
     bool isNew(std::uint64_t address, float value, std::uint32_t frames);
     bool hasChanged(std::uint64_t address, float value);
 
-    const std::int64_t patience_;  // frames
+    const std::int64_t echoTime_;  // frames
     std::array<const float*, parameterCount> ports_{};
-    std::array<std::atomic<std::uint64_t>, parameterCount> heard_{};
+    std::array<std::atomic<std::uint64_t>, parameterCount> seen_{};
     std::array<std::atomic<std::uint64_t>, parameterCount> hands_{};
-    std::array<std::int64_t, parameterCount> waited_{};  // frames since the hand has gone
-    std::uint32_t overruled_ = 0;                        // bit a: the port spoke meanwhile
+    std::array<std::int64_t, parameterCount> sinceRelease_{};  // frames since the hand has gone
+    std::uint32_t overruled_ = 0;                              // bit a: the port spoke meanwhile
 };
 
 }  // namespace qov::hosts::lv2

@@ -61,9 +61,9 @@ bool Editor::idle() {
     return !isClosed_;
 }
 
-void Editor::hearPort(std::uint32_t port, float value) {
+void Editor::portChanged(std::uint32_t port, float value) {
     if (plugin_ && port >= firstControl && port < firstControl + parameterCount)
-        plugin_->hearPort(port - firstControl, value);
+        plugin_->portChanged(port - firstControl, value);
 }
 
 void Editor::writeEdits() {

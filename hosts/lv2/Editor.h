@@ -26,7 +26,7 @@ class Editor {
         const LV2UI_Touch* touch;    ///< or null
         const LV2UI_Resize* resize;  ///< or null
         std::uint64_t parent;        ///< an X11 window; 0 for none
-        float scale;                 ///< pixels a point; 0 for the desktop's own
+        float scale;                 ///< pixels a point; 0 for the desktop's
         std::string title;
     };
     /// An editor, shown where it has a parent. Null, with a line about why in *error.
@@ -40,7 +40,7 @@ class Editor {
     /// Draws and reports edits. False once the user, the screen or the plug-in has closed it.
     bool idle();
     /// A port event of a control port; others are ignored.
-    void hearPort(std::uint32_t port, float value);
+    void portChanged(std::uint32_t port, float value);
     // For a window of its own
     bool show();
     bool hide();

@@ -23,11 +23,11 @@ namespace {
 constexpr std::uint32_t usualLongestBlock = 8192;
 constexpr int standingStill = 10;  // idle calls without a block: a third of a second or so
 
-/// All plug-ins that live: an editor is given its plug-in as a bare address.
-class Living {
+/// All live plug-ins: an editor gets its plug-in as a bare address.
+class LivePlugins {
  public:
-    static Living& shared() {
-        static auto& living = *new Living;
+    static LivePlugins& shared() {
+        static auto& living = *new LivePlugins;
         return living;
     }
     void add(Plugin* plugin) {
@@ -76,16 +76,16 @@ Plugin::Plugin(double sampleRate, std::uint32_t longestBlock, std::unique_ptr<In
         urids_.emplace(*map, *instance_->audioUnit().parameterTree());
         answers_.emplace(*map, *urids_);
     }
-    Living::shared().add(this);
+    LivePlugins::shared().add(this);
 }
 
 Plugin::~Plugin() {
-    Living::shared().remove(this);
+    LivePlugins::shared().remove(this);
     if (editor_) editor_->losePlugin();
 }
 
 Plugin* Plugin::find(const void* handle) {
-    return Living::shared().find(handle);
+    return LivePlugins::shared().find(handle);
 }
 
 // Sound
@@ -149,7 +149,7 @@ void Plugin::watch() {
     idleCalls_ = hasRun ? 0 : std::min(idleCalls_ + 1, standingStill);
 }
 
-void Plugin::hearPort(std::uint64_t address, float port) {
+void Plugin::portChanged(std::uint64_t address, float port) {
     if (idleCalls_ == standingStill && !controls_.isHeld(address))
         instance_->setValue(address, parameterOfPort(address, port));
 }
@@ -163,7 +163,7 @@ LV2_State_Status Plugin::save(LV2_State_Store_Function store, LV2_State_Handle h
                      LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE);
     };
     const auto status = put(urids_->state, instance_->saveState());
-    return status == LV2_STATE_SUCCESS ? put(urids_->heardPorts, encodePorts(controls_.heard()))
+    return status == LV2_STATE_SUCCESS ? put(urids_->seenPorts, encodePorts(controls_.seen()))
                                        : status;
 }
 
@@ -179,8 +179,8 @@ LV2_State_Status Plugin::restore(LV2_State_Retrieve_Function retrieve, LV2_State
     };
     const auto state = get(urids_->state);
     if (state && !instance_->restoreState(*state)) return LV2_STATE_ERR_UNKNOWN;
-    const auto ports = state ? get(urids_->heardPorts) : std::nullopt;
-    controls_.setHeard(ports ? decodePorts(*ports) : ControlPorts::Values{});
+    const auto ports = state ? get(urids_->seenPorts) : std::nullopt;
+    controls_.setSeen(ports ? decodePorts(*ports) : ControlPorts::Values{});
     return LV2_STATE_SUCCESS;
 }
 

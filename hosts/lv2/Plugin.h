@@ -24,18 +24,18 @@ class Editor;
 /// The effect as an LV2 host sees it. Threads are LV2's: run() belongs to the audio thread, the
 /// editor's functions to the editor's, save() to any; all else while nothing is processed.
 ///
-/// Without urid:map the effect runs, but hears no messages and has no state.
+/// Without urid:map the effect runs without messages and without a state.
 ///
-/// State. A host saves the control ports itself; the effect saves what it does (Instance's state),
-/// which a message may have set past the ports, and what the ports said at that time. Restored, the
-/// effect does the same again, and only a port that says something else than it did then is obeyed.
-/// A state without the effect's own part (a preset made of ports alone) makes every port speak.
+/// State. A host saves the control ports itself. The effect saves the state of its instance, which
+/// a message may have set past the ports, and the values of the ports at that time. After a restore
+/// only a port whose value differs from the saved one sets its parameter. Without a state of the
+/// effect (a preset made of ports alone) every port sets its parameter.
 class Plugin {
  public:
     /// A plug-in with all its ports unconnected. Null, with a line about why in *error.
     static std::unique_ptr<Plugin> create(double sampleRate, const LV2_Feature* const* features,
                                           std::string* error);
-    /// The plug-in that a host means by a handle; null if it is none of ours that lives.
+    /// The live plug-in of a handle; null for another address.
     static Plugin* find(const void* handle);
     /// An editor that is still open loses its plug-in, and shows nothing from then on.
     ~Plugin();
@@ -56,11 +56,11 @@ class Plugin {
     ControlPorts& controls() { return controls_; }
     Editor* editor() const { return editor_; }
     void setEditor(Editor* editor) { editor_ = editor; }
-    /// Once in every idle call: notices whether anything is processed.
+    /// To be called in every idle call: finds out whether blocks are processed.
     void watch();
-    /// What the host tells the editor of a port. While something is processed, the port itself says
-    /// it, and in its place; a host that stands still (and undoes something) is obeyed here.
-    void hearPort(std::uint64_t address, float port);
+    /// A port's value that the host sends to the editor. Ignored while blocks are processed, as the
+    /// port itself then brings it, in its order; else (after an undo) it sets the parameter.
+    void portChanged(std::uint64_t address, float port);
 
  private:
     Plugin(double sampleRate, std::uint32_t longestBlock, std::unique_ptr<Instance> instance,

@@ -24,14 +24,14 @@ enum Port : std::uint32_t {
 /// Bytes that a host should have for an answer on notifyPort.
 inline constexpr std::uint32_t notifyBytes = 1024;
 
-/// What a control port says of its parameter, and back. Switches are on above 0, as the format has
-/// it; the bypass's port has the opposite sense (lv2:enabled). What is no number stays none.
+/// A parameter's value for the value of its control port. Switches are on above 0, as the format
+/// has it; the bypass's port has the opposite sense (lv2:enabled). NaN stays NaN.
 inline float parameterOfPort(std::uint64_t address, float port) {
     if (!parameterAt(address)->isSwitch() || port != port) return port;
     const bool on = port > 0;
     return on != (address == kBypass) ? 1.0f : 0.0f;
 }
-/// The other way round.
+/// The inverse.
 inline float portOfParameter(std::uint64_t address, float value) {
     return address == kBypass ? (value > 0.5f ? 0.0f : 1.0f) : value;
 }

@@ -7,11 +7,11 @@
 
 namespace qov::hosts::lv2 {
 
-/// What the control ports said, as text: a number a port, "-" for one that was not heard. Numbers
-/// come back to the bit.
+/// The values of the control ports as text: a number a port, "-" for null. Numbers come back to the
+/// bit.
 std::string encodePorts(const ControlPorts::Values& values);
 
-/// What is missing or no number was not heard.
+/// Missing or malformed values become null.
 ControlPorts::Values decodePorts(std::string_view text);
 
 }  // namespace qov::hosts::lv2

@@ -33,7 +33,7 @@ Urids::Urids(const LV2_URID_Map& map, const platform::AUParameterTree& tree) {
     patchSequenceNumber = number(LV2_PATCH__sequenceNumber);
     plugin = number(product::uri);
     state = number(stateUri());
-    heardPorts = number(heardPortsUri());
+    seenPorts = number(seenPortsUri());
     for (const auto& parameter : tree.allParameters())
         parameters[parameter->address()] = number(parameterUri(parameter->identifier()));
 }

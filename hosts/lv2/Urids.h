@@ -21,7 +21,7 @@ struct Urids {
     LV2_URID midiEvent;
     LV2_URID patchSet, patchPut, patchGet;
     LV2_URID patchSubject, patchProperty, patchValue, patchBody, patchSequenceNumber;
-    LV2_URID plugin, state, heardPorts;
+    LV2_URID plugin, state, seenPorts;
     std::array<LV2_URID, parameterCount> parameters{};  ///< by address
 };
 

@@ -32,8 +32,8 @@ inline std::string editorUri() {
 inline std::string stateUri() {
     return ownUri("state");
 }
-/// What a saved state says of the control ports that the effect has followed.
-inline std::string heardPortsUri() {
+/// The key of the control ports' values in a saved state.
+inline std::string seenPortsUri() {
     return ownUri("heard_ports");
 }
 

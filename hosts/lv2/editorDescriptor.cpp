@@ -20,7 +20,7 @@ Editor& editorOf(LV2UI_Handle handle) {
     return *static_cast<Editor*>(handle);
 }
 
-/// What the call on the editor gives, as the format has it: 0 says that all went well.
+/// What the call on the editor gives, as the format has it: 0 for success.
 template <class Call>
 int status(LV2UI_Handle handle, const Call& call) {
     return guarded(false, [&] { return call(editorOf(handle)); }) ? 0 : 1;
@@ -58,7 +58,7 @@ void portEvent(LV2UI_Handle handle, std::uint32_t port, std::uint32_t size, std:
     float value;
     if (format != 0 || size != sizeof value || !buffer) return;
     std::memcpy(&value, buffer, sizeof value);
-    guarded([&] { editorOf(handle).hearPort(port, value); });
+    guarded([&] { editorOf(handle).portChanged(port, value); });
 }
 
 const void* extensionData(const char* uri) {

@@ -47,17 +47,17 @@ constexpr v3_edit_controller_cpp Controller::controllerTable{
 constexpr v3_midi_mapping_cpp Controller::midiMappingTable{
     unknownEntries, {entry<&Controller::getMidiControllerAssignment>}};
 
-Controller::Controller(Unknown& effect, Instance& instance, ToldValues& told,
+Controller::Controller(Unknown& effect, Instance& instance, ReportedValues& values,
                        Held<v3_run_loop> loop)
     : effect_(effect),
       instance_(instance),
-      told_(told),
+      values_(values),
       parameters_(instance),
       factoryLoop_(std::move(loop)),
       hostLoop_(factoryLoop_),
       loop_([this] { tick(); }) {
-    tellAll();
-    told_.set(volumeId, 1);
+    takeValues();
+    values_.set(volumeId, 1);
 }
 
 v3_result Controller::initialize(v3_funknown** context) {
@@ -70,7 +70,7 @@ v3_result Controller::initialize(v3_funknown** context) {
 v3_result Controller::terminate() {
     if (view_) view_->close();
     loop_.stop();
-    tick();  // what waits is told while there is somebody to hear it
+    tick();  // reports pending edits while there is a handler
     hostLoop_ = factoryLoop_;
     return setComponentHandler(nullptr);
 }
@@ -81,22 +81,23 @@ v3_result Controller::terminate() {
 v3_result Controller::restore(v3_bstream** stream) {
     if (!stream) return V3_INVALID_ARG;
     const auto state = readAll(stream);
-    tickNow();  // what waits is older than the state
+    tickNow();  // pending edits are older than the state
     if (!state || !instance_.restoreState(*state)) return V3_FALSE;
     const auto number = presetNumber(*decodeState(*state));
     if (number && *number < parameters_.programs().size()) program_ = *number;
-    tellAll();
+    takeValues();
     tickNow();
     return V3_OK;
 }
 
-/// With what was told and has not come to the signal: a host may save while nothing is processed.
+/// With reported values that have not reached the signal: a host may save while it does not
+/// process.
 std::string Controller::save() {
     tickNow();
     auto state = decodeState(instance_.saveState());
     auto& values = std::get<std::map<platform::AUParameterAddress, float>>((*state)["data"]);
     for (auto& [address, value] : values)
-        value = static_cast<float>(told_.get(static_cast<v3_param_id>(address)));
+        value = static_cast<float>(values_.get(static_cast<v3_param_id>(address)));
     return encodeState(*state);
 }
 
@@ -104,16 +105,17 @@ v3_result Controller::setComponentState(v3_bstream** stream) {
     return restore(stream);
 }
 
-void Controller::tellAll() {
-    for (v3_param_id id = 0; id < parameterCount; ++id) told_.set(id, double{instance_.value(id)});
+void Controller::takeValues() {
+    for (v3_param_id id = 0; id < parameterCount; ++id)
+        values_.set(id, double{instance_.value(id)});
 }
 
-void Controller::applyTold() {
+void Controller::applyValues() {
     for (v3_param_id id = 0; id < parameterCount; ++id) {
-        const auto value = static_cast<float>(told_.get(id));
+        const auto value = static_cast<float>(values_.get(id));
         if (value != instance_.value(id)) instance_.setValue(id, value);
     }
-    instance_.audioUnit().setParameter(volumeId, static_cast<float>(told_.get(volumeId)));
+    instance_.audioUnit().setParameter(volumeId, static_cast<float>(values_.get(volumeId)));
     announcedLatency_ = latency();
 }
 
@@ -155,18 +157,18 @@ double Controller::plainParameterToNormalised(v3_param_id id, double plain) {
 double Controller::getParameterNormalised(v3_param_id id) {
     tickNow();
     if (id == programId) return plainParameterToNormalised(id, static_cast<double>(program_));
-    return ToldValues::has(id) ? told_.get(id) : 0;
+    return ReportedValues::has(id) ? values_.get(id) : 0;
 }
 
-/// What is heard comes to process() of its own, unless nothing is processed.
+/// While active, the host sends the value to process() as well, where it reaches the signal.
 v3_result Controller::setParameterNormalised(v3_param_id id, double value) {
     if (std::isnan(value)) return V3_INVALID_ARG;
     value = std::clamp(value, 0.0, 1.0);
-    tickNow();  // what waits is older than this value
+    tickNow();  // pending edits are older than this value
     if (id == programId) return selectProgram(value);
-    if (!ToldValues::has(id)) return V3_INVALID_ARG;
-    if (told_.isHeld(id)) return V3_OK;
-    told_.set(id, value);
+    if (!ReportedValues::has(id)) return V3_INVALID_ARG;
+    if (values_.isHeld(id)) return V3_OK;
+    values_.set(id, value);
     if (!instance_.isActive()) instance_.setValue(id, static_cast<float>(value));
     tickNow();
     return V3_OK;
@@ -175,7 +177,7 @@ v3_result Controller::setParameterNormalised(v3_param_id id, double value) {
 v3_result Controller::selectProgram(double value) {
     program_ = parameters_.programOf(value);
     instance_.selectFactoryPreset(program_);
-    tellAll();
+    takeValues();
     if (const auto host = handler_)
         host(&v3_component_handler::restart_component, V3_RESTART_PARAM_VALUES_CHANGED);
     tickNow();
@@ -201,7 +203,7 @@ v3_result Controller::setComponentHandler(v3_component_handler** handler) {
 }
 
 std::uint32_t Controller::latency() const {
-    return told_.get(kBypass) > 0.5 ? 0 : Instance::captureFrames;
+    return values_.get(kBypass) > 0.5 ? 0 : Instance::captureFrames;
 }
 
 void Controller::tickNow() {
@@ -210,13 +212,13 @@ void Controller::tickNow() {
 
 void Controller::tick() {
     instance_.pump();
-    tellHost();
+    reportToHost();
 }
 
 /// Passes on what the editor did. A host that runs its loop, or calls us, in one of these calls
 /// gets the next when it returns: begin, values and end stay in order.
-void Controller::tellHost() {
-    const std::unique_lock turn(telling_, std::try_to_lock);
+void Controller::reportToHost() {
+    const std::unique_lock turn(reporting_, std::try_to_lock);
     if (!turn) return;
     while (const auto edit = nextEdit()) tell(*edit);
     const auto host = handler_;
@@ -240,14 +242,14 @@ void Controller::tell(const EditExchange::Edit& edit) {
     const auto id = static_cast<v3_param_id>(edit.address);
     using Kind = EditExchange::Edit::Kind;
     if (edit.kind == Kind::begin) {
-        told_.setHeld(id, true);
+        values_.setHeld(id, true);
         if (host) host(&v3_component_handler::begin_edit, id);
     } else if (edit.kind == Kind::value) {
-        told_.set(id, double{edit.value});
+        values_.set(id, double{edit.value});
         if (host) host(&v3_component_handler::perform_edit, id, double{edit.value});
     } else {
         if (host) host(&v3_component_handler::end_edit, id);
-        told_.setHeld(id, false);
+        values_.setHeld(id, false);
     }
 }
 

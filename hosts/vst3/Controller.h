@@ -13,7 +13,7 @@
 #include "hosts/vst3/HostLoop.h"
 #include "hosts/vst3/Interface.h"
 #include "hosts/vst3/Parameters.h"
-#include "hosts/vst3/ToldValues.h"
+#include "hosts/vst3/ReportedValues.h"
 
 namespace qov::hosts {
 class Instance;
@@ -30,7 +30,7 @@ class Controller {
  public:
     /// The effect is what a view keeps alive. The loop, which may be empty, is one that the host
     /// offers for as long as the plug-in lives.
-    Controller(Unknown& effect, Instance& instance, ToldValues& told, Held<v3_run_loop> loop);
+    Controller(Unknown& effect, Instance& instance, ReportedValues& values, Held<v3_run_loop> loop);
 
     static const v3_edit_controller_cpp controllerTable;
     static const v3_midi_mapping_cpp midiMappingTable;
@@ -40,7 +40,7 @@ class Controller {
     v3_result terminate();
 
     const Parameters& parameters() const { return parameters_; }
-    /// As the host is to account for it: by the bypass that it last told. Any thread.
+    /// In frames, by the reported value of the bypass. Any thread.
     std::uint32_t latency() const;
 
     // For the processor
@@ -49,9 +49,9 @@ class Controller {
     void tickNow();
     std::string save();
     v3_result restore(v3_bstream** stream);
-    /// On activation: values that were told and have not come to the signal go there now, and the
+    /// On activation: reported values that have not reached the signal are applied, and the
     /// latency counts as announced.
-    void applyTold();
+    void applyValues();
 
     // For the view, of which one is open at a time
 
@@ -78,20 +78,20 @@ class Controller {
                                           std::int16_t controller, v3_param_id* id);
 
     v3_result selectProgram(double value);
-    void tellAll();
+    void takeValues();
     void tick();
-    void tellHost();
+    void reportToHost();
     std::optional<EditExchange::Edit> nextEdit();
     void tell(const EditExchange::Edit& edit);
 
     Unknown& effect_;
     Instance& instance_;
-    ToldValues& told_;
+    ReportedValues& values_;
     Parameters parameters_;
     std::size_t program_ = 0;
     Held<v3_component_handler> handler_;
     std::atomic<std::uint32_t> announcedLatency_{0};
-    Gate telling_;
+    Gate reporting_;
     std::deque<EditExchange::Edit> edits_;  // not reported yet
     const Held<v3_run_loop> factoryLoop_;
     Held<v3_run_loop> hostLoop_;  // that one, or the one of initialize

@@ -10,7 +10,7 @@ namespace qov::hosts::vst3 {
 /// std::unique_lock with std::try_to_lock.
 class Gate {
  public:
-    /// Never waits: for the audio thread.
+    /// For the audio thread; returns at once.
     bool try_lock() { return !taken_.exchange(true, std::memory_order_acquire); }
     /// Waits, at most for a block.
     void lock() {

@@ -14,7 +14,7 @@ ParameterPoints::ParameterPoints(v3_param_changes** changes, std::uint32_t frame
         auto** points = v3_cpp_obj(changes)->get_param_data(changes, i);
         if (!points) continue;
         const auto id = v3_cpp_obj(points)->get_param_id(points);
-        if (!ToldValues::has(id) || held >> id & 1) continue;
+        if (!ReportedValues::has(id) || held >> id & 1) continue;
         auto& queue = queues_[count_];
         queue = {points, 0, v3_cpp_obj(points)->get_point_count(points), {id, 0, 0}};
         if (advance(queue)) ++count_;

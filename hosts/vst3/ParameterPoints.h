@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "hosts/vst3/ToldValues.h"
+#include "hosts/vst3/ReportedValues.h"
 
 namespace qov::hosts::vst3 {
 

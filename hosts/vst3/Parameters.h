@@ -16,18 +16,17 @@ class Instance;
 
 namespace qov::hosts::vst3 {
 
-/// What the host is told about the parameters: names, steps, texts. Values are in 0..1. Main
-/// thread.
+/// Describes the parameters to the host: names, steps, texts. Values are in 0..1. Main thread.
 class Parameters {
  public:
     explicit Parameters(Instance& instance);
 
     std::int32_t count() const;
     bool describe(std::int32_t index, v3_param_info& info) const;
-    /// Of any id; nothing for one that there is not.
+    /// Of any id; null for an unknown id.
     std::optional<std::string> text(v3_param_id id, double value) const;
     std::optional<double> parse(v3_param_id id, const std::string& text) const;
-    /// Steps between the ends; 0 for a continuous parameter, nothing for one that there is not.
+    /// Steps between the ends; 0 for a continuous parameter, null for an unknown id.
     std::optional<std::int32_t> steps(v3_param_id id) const;
 
     const std::vector<std::string>& programs() const { return programs_; }

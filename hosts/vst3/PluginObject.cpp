@@ -11,8 +11,8 @@ namespace qov::hosts::vst3 {
 
 PluginObject::PluginObject(std::unique_ptr<Instance> instance, Held<v3_run_loop> loop)
     : instance_(std::move(instance)),
-      controller_(*this, *instance_, told_, std::move(loop)),
-      processor_(*instance_, told_, controller_),
+      controller_(*this, *instance_, values_, std::move(loop)),
+      processor_(*instance_, values_, controller_),
       units_(controller_.parameters()) {}
 
 PluginObject::~PluginObject() {

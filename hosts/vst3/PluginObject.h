@@ -6,7 +6,7 @@
 #include "hosts/vst3/Controller.h"
 #include "hosts/vst3/Interface.h"
 #include "hosts/vst3/Processor.h"
-#include "hosts/vst3/ToldValues.h"
+#include "hosts/vst3/ReportedValues.h"
 #include "hosts/vst3/Units.h"
 
 namespace qov::hosts::vst3 {
@@ -24,7 +24,7 @@ class PluginObject final : public Unknown {
     void* find(const std::uint8_t* id) noexcept override;
 
     std::unique_ptr<Instance> instance_;
-    ToldValues told_;
+    ReportedValues values_;
     Controller controller_;
     Processor processor_;
     Units units_;

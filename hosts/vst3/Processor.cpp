@@ -58,8 +58,8 @@ constexpr v3_audio_processor_cpp Processor::processorTable{
 constexpr v3_process_context_requirements_cpp Processor::requirementsTable{unknownEntries,
                                                                            {returns<0>}};
 
-Processor::Processor(Instance& instance, ToldValues& told, Controller& controller)
-    : instance_(instance), told_(told), controller_(controller) {}
+Processor::Processor(Instance& instance, ReportedValues& values, Controller& controller)
+    : instance_(instance), values_(values), controller_(controller) {}
 
 // Component
 
@@ -117,7 +117,7 @@ bool Processor::activate() {
     instance_.deactivate();
     const bool isActive = instance_.activate(sampleRate_, longestBlock_, nullptr);
     isFresh_ = true;
-    controller_.applyTold();  // what came for blocks that were never processed
+    controller_.applyValues();  // what came for blocks that were never processed
     return isActive;
 }
 
@@ -205,13 +205,13 @@ std::uint32_t Processor::readPoints(const v3_process_data& data, std::uint32_t f
                                     const Push& push) {
     std::array<std::uint32_t, addressLimit> latest{};  // frame, by address
     std::uint32_t addresses = 0;
-    ParameterPoints points(data.input_params, frames, told_.held());
+    ParameterPoints points(data.input_params, frames, values_.held());
     while (const auto point = points.next()) {
         push(*point);
         addresses |= 1u << point->id;
         if (point->frame < latest[point->id]) continue;
         latest[point->id] = point->frame;
-        told_.set(point->id, point->value);
+        values_.set(point->id, point->value);
     }
     return addresses;
 }
@@ -225,7 +225,7 @@ void Processor::render(const v3_process_data& data, std::uint32_t frames) {
     if (missed_.load(std::memory_order_relaxed))
         for (auto missed = missed_.exchange(0); missed; missed &= missed - 1) {
             const auto id = static_cast<v3_param_id>(std::countr_zero(missed));
-            instance_.set(0, id, static_cast<float>(told_.get(id)));
+            instance_.set(0, id, static_cast<float>(values_.get(id)));
         }
     readPoints(data, frames, [&](const ParameterPoints::Point& point) {
         instance_.set(point.frame, point.id, static_cast<float>(point.value));

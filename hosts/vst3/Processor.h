@@ -7,7 +7,7 @@
 #include <cstdint>
 
 #include "hosts/vst3/Gate.h"
-#include "hosts/vst3/ToldValues.h"
+#include "hosts/vst3/ReportedValues.h"
 
 namespace qov::hosts {
 class Instance;
@@ -17,11 +17,12 @@ namespace qov::hosts::vst3 {
 
 class Controller;
 
-/// The side that is heard: busses, activation, blocks, state. process() and setProcessing() may be
-/// called on the audio thread and wait for nothing; the rest belongs to the main one.
+/// The component and the audio processor: busses, activation, blocks, state. process() and
+/// setProcessing() may be called on the audio thread and never block; the rest belongs to the main
+/// one.
 class Processor {
  public:
-    Processor(Instance& instance, ToldValues& told, Controller& controller);
+    Processor(Instance& instance, ReportedValues& values, Controller& controller);
 
     static const v3_component_cpp componentTable;
     static const v3_audio_processor_cpp processorTable;
@@ -63,12 +64,12 @@ class Processor {
     void render(const v3_process_data& data, std::uint32_t frames);
 
     Instance& instance_;
-    ToldValues& told_;
+    ReportedValues& values_;
     Controller& controller_;
     double sampleRate_ = 44100;
     std::uint32_t longestBlock_ = 1024;
     Gate gate_;
-    bool isFresh_ = true;  // no signal since the last reset; behind the gate
+    bool isFresh_ = true;  // no signal since the last reset; guarded by the gate
     std::atomic<bool> resetIsAsked_{false};
     // Bit a: a block that found the gate taken had a value for address a.
     std::atomic<std::uint32_t> missed_{0};

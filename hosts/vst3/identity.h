@@ -13,7 +13,7 @@ namespace qov::hosts::vst3 {
 /// its URI.
 inline constexpr v3_tuid classId = V3_ID(0xaea145c3, 0x38535cd7, 0x9c3cc113, 0xcf4453ce);
 
-// What the factory and the bundle's moduleinfo.json say of the class, besides the product's names:
+// The class in the factory and in the bundle's moduleinfo.json, besides the product's names:
 
 /// What makes a class a plug-in.
 inline constexpr std::string_view category = "Audio Module Class";

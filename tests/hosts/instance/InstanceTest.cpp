@@ -300,11 +300,11 @@ TEST_F(InstanceTest, EditsReachTheHostWithTheirGesture) {
     edit(kStereoWidth, 0.2f);
     edit(kStereoWidth, 0.3f);
     EXPECT_THAT(edits(), ElementsAre("0=0.30"));
-    EXPECT_FALSE(instance_->edits().isWaiting());
+    EXPECT_FALSE(instance_->edits().isPending());
     instance_->touchEnded();
-    EXPECT_TRUE(instance_->edits().isWaiting());
+    EXPECT_TRUE(instance_->edits().isPending());
     EXPECT_THAT(edits(), ElementsAre("end 0"));
-    EXPECT_FALSE(instance_->edits().isWaiting());
+    EXPECT_FALSE(instance_->edits().isPending());
     EXPECT_THAT(edits(), IsEmpty());
 }
 

@@ -76,7 +76,7 @@ TEST_F(Lv2Plugin, ObeysAHostThatTellsTheEditorOfPortsWhileItStandsStill) {
     auto& plugin = *static_cast<hosts::lv2::Plugin*>(host.handle());
     const auto hear = [&](int idleCalls, float port) {
         for (int i = 0; i < idleCalls; ++i) plugin.watch();
-        plugin.hearPort(kStereoWidth, port);
+        plugin.portChanged(kStereoWidth, port);
         return value(kStereoWidth);
     };
     run();
@@ -85,7 +85,7 @@ TEST_F(Lv2Plugin, ObeysAHostThatTellsTheEditorOfPortsWhileItStandsStill) {
     plugin.controls().hold(kStereoWidth);
     EXPECT_EQ(hear(1, 0.2F), 0.3F) << "a hand is on it";
     plugin.controls().release(kStereoWidth);
-    plugin.hearPort(kBypass, 0);
+    plugin.portChanged(kBypass, 0);
     EXPECT_EQ(value(kBypass), 1) << "by its port's sense";
 }
 

@@ -11,10 +11,10 @@
 
 namespace qov::hosts::vst3 {
 
-/// The values of the parameters as host and plug-in last told them to each other. The signal may be
-/// a block behind: a host tells of a change twice, on the main thread for what is shown, and at its
-/// frame on the audio thread for what is heard. Any thread.
-class ToldValues {
+/// The parameters' values that host and plug-in last sent each other. The signal may lag by a
+/// block, as a host sends a change twice: on the main thread for the display, and with a block, at
+/// its frame, for the sound. Any thread.
+class ReportedValues {
  public:
     static constexpr bool has(v3_param_id id) { return parameterAt(id) != nullptr; }
 
@@ -25,10 +25,10 @@ class ToldValues {
         values_[id].store(value, std::memory_order_relaxed);
     }
 
-    /// While a person holds a control in the editor, what the host sends back of it is behind what
-    /// the control shows, and is passed over.
+    /// While a person holds a control in the editor, values from the host are older than the
+    /// control's and are ignored.
     bool isHeld(v3_param_id id) const { return held() >> id & 1; }
-    /// Bit a for each address a that is.
+    /// Bit a for each address a that is held.
     std::uint32_t held() const { return held_.load(std::memory_order_relaxed); }
     void setHeld(v3_param_id id, bool isHeld) {
         const auto bit = 1u << id;
