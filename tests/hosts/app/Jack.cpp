@@ -5,12 +5,10 @@
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
-#include <functional>
 #include <stdexcept>
 #include <thread>
 
 namespace qov::test {
-namespace {
 
 bool until(const std::function<bool()>& condition) {
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
@@ -20,8 +18,6 @@ bool until(const std::function<bool()>& condition) {
     }
     return true;
 }
-
-}  // namespace
 
 // A server that was killed keeps its place in JACK's short list of servers until one of its name
 // comes; the screen's number makes names that come again.

@@ -4,11 +4,15 @@
 
 #include <array>
 #include <atomic>
+#include <functional>
 #include <string>
 
 #include "tests/hosts/window/Child.h"
 
 namespace qov::test {
+
+/// Waits until it holds; false after half a minute.
+bool until(const std::function<bool()>& condition);
 
 /// A JACK server on its dummy driver (48000 Hz, blocks of 256), with a client that plays 0.5 on the
 /// left alone and listens. Each bool function waits, and returns false after half a minute.
