@@ -96,7 +96,7 @@ TEST_F(Panel, EachHotspotSwitchesOrStartsItsOwnControl) {
     for (const double width : {680.0, 340.0, 2048.0}) {
         show({width, width * 11 / 17});
         for (const auto& [area, mode, on, off] : cases) {
-            const auto touchAt = [&](double x, double y) {
+            const auto touchAt = [&, mode = mode](double x, double y) {
                 controller->touchesLocked = !*mode;
                 down({x * width / 680, y * width / 680});
                 EXPECT_EQ(panel->currentEditingMode, mode);
