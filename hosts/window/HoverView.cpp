@@ -1,19 +1,13 @@
 #include "hosts/window/HoverView.h"
 
+#include "hosts/window/layOver.h"
 #include "platform/uikit/UIBezierPath.h"
 #include "platform/uikit/UIColor.h"
 
 namespace qov::hosts {
 
 HoverView::HoverView() {
-    setUserInteractionEnabled(false);
-    setHidden(true);
-    // Every margin and side grows with the panel.
-    setAutoresizingMask(
-        platform::UIViewAutoresizingFlexibleLeftMargin | platform::UIViewAutoresizingFlexibleWidth |
-        platform::UIViewAutoresizingFlexibleRightMargin |
-        platform::UIViewAutoresizingFlexibleTopMargin | platform::UIViewAutoresizingFlexibleHeight |
-        platform::UIViewAutoresizingFlexibleBottomMargin);
+    layOver(*this);
 }
 
 void HoverView::mark(const std::optional<platform::CGRect>& area, bool takesKeys,

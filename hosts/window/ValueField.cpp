@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "hosts/window/layOver.h"
 #include "platform/coregraphics/CGContext.h"
 #include "platform/coregraphics/CGFont.h"
 #include "platform/uikit/UIGraphics.h"
@@ -25,14 +26,7 @@ constexpr CGColor red{1, 0.35, 0.28, 1};
 }  // namespace
 
 ValueField::ValueField() {
-    setUserInteractionEnabled(false);
-    setHidden(true);
-    // Every margin and side grows with the window.
-    setAutoresizingMask(
-        platform::UIViewAutoresizingFlexibleLeftMargin | platform::UIViewAutoresizingFlexibleWidth |
-        platform::UIViewAutoresizingFlexibleRightMargin |
-        platform::UIViewAutoresizingFlexibleTopMargin | platform::UIViewAutoresizingFlexibleHeight |
-        platform::UIViewAutoresizingFlexibleBottomMargin);
+    layOver(*this);
 }
 
 void ValueField::open(std::string text, const CGRect& frame) {
