@@ -136,12 +136,17 @@ constexpr Layout layouts[] = {{"in place", {0, 3}, {0, 3}},
                               {"outputs in one place", {0, 3}, {6, 6}}};
 
 TEST_F(InstanceTest, EachChannelSoundsAsApartHoweverTheBuffersLie) {
-    const auto input = noise(4 * 1500);
+    const auto input = noise(8 * 1500);
+    const auto half = input.left.size() / 2;
+    const auto secondHalf = [&](const Stereo& signal) {
+        return Stereo{{signal.left.begin() + half, signal.left.end()},
+                      {signal.right.begin() + half, signal.right.end()}};
+    };
     for (const std::uint32_t block : {1u, 300u, 1500u}) {
         const auto expected = render(*fresh(), input, {block});
         for (const auto& [name, inputs, outputs] : layouts) {
             const auto instance = fresh();
-            for (std::size_t at = 0; at < input.left.size(); at += block) {
+            for (std::size_t at = 0; at < half; at += block) {
                 std::vector<float> memory(4 * std::size_t{block});
                 const auto place = [&](int thirds) { return &memory[thirds * block / 3]; };
                 std::copy_n(&input.left[at], block, place(inputs[0]));
@@ -155,6 +160,9 @@ TEST_F(InstanceTest, EachChannelSoundsAsApartHoweverTheBuffersLie) {
                             std::equal(right, right + block, &expected.right[at]))
                     << name << ", block " << block << " at " << at;
             }
+            // The left channel is not lost where its output was overwritten.
+            EXPECT_EQ(render(*instance, secondHalf(input), {block}), secondHalf(expected))
+                << "after " << name << ", block " << block;
         }
     }
 }

@@ -38,6 +38,12 @@ TEST(ValueText, ShowsThePanelsFigureAndReadsItBack) {
         const auto parsed = parseValue(address, text, rate, BareNumber::shown).value_or(-9);
         EXPECT_EQ(valueText(address, static_cast<float>(parsed), rate), text);
     }
+    for (int i = 0; i <= 10000; ++i) {
+        const auto value = static_cast<float>(i) / 10000;
+        // As the panel computes it: twice the value less 1, in double precision, rounded.
+        const auto panel = static_cast<int>(std::round((2 * double{value} - 1) * 100));
+        ASSERT_EQ(std::atoi(valueText(kStereoWidth, value, 44100).c_str()), panel) << value;
+    }
 }
 
 TEST(ParseValue, ReadsEveryDelayBackAsItself) {
