@@ -188,8 +188,9 @@ void Instance::begin(const float* const (&input)[2], float* const (&output)[2],
             if (channel) std::fill_n(channel, frames, 0.0f);
         return;
     }
-    use_.exchange(Use::rendering);
+    use_.exchange(Use::taking);
     takeAdopted();
+    use_.store(Use::rendering, std::memory_order_release);
     for (int channel = 0; channel < 2; ++channel) {
         input_[channel] = input[channel];
         output_[channel] = output[channel];
@@ -230,7 +231,14 @@ void Instance::add(std::uint32_t frame, const platform::AURenderEvent& event) {
 }
 
 void Instance::push(std::uint32_t frame, platform::AURenderEvent event) {
-    if (const auto setting = settingOf(event)) addresses_ |= 1u << setting->address;
+    if (const auto setting = settingOf(event)) {
+        addresses_ |= 1u << setting->address;
+        if (setting->address < lastEvents_.size()) {
+            auto& last = lastEvents_[setting->address];
+            last.value.store(setting->value, std::memory_order_relaxed);
+            last.count.fetch_add(1);  // before the kernel stores the value; see adopt()
+        }
+    }
     if (frames_ == 0 || !isActive()) return apply(event);
     frame = std::clamp(frame, done_, frames_ - 1);
     event.head.eventSampleTime = clock_ + (frame - done_);
@@ -406,33 +414,51 @@ bool Instance::restoreState(std::string_view text) {
 
 /// Sets all parameters in one step: no cycle is rendered with some of the values. Waits for a block
 /// that is being rendered to end.
+///
+/// A block may begin while the values are written here: it then takes them all itself, and its
+/// events may set a parameter before the write here. Such a write is repeated with the event's
+/// value.
 void Instance::adopt(const Values& values) {
     for (std::size_t address = 0; address < values.size(); ++address)
         adopted_[address].store(values[address], std::memory_order_relaxed);
     hasAdopted_.store(true);
-    while (hasAdopted_.load(std::memory_order_acquire)) {
-        auto idle = Use::idle;
-        if (use_.compare_exchange_strong(idle, Use::adopting)) {
-            takeAdopted();
-            // A block may have begun meanwhile; it has taken the values, too.
-            auto adopting = Use::adopting;
-            use_.compare_exchange_strong(adopting, Use::idle);
-            return;
-        }
+    std::array<std::uint32_t, parameterCount> before;
+    for (auto idle = Use::idle;; idle = Use::idle) {
+        // Counted before the look at hasAdopted_: without the events of a block that takes the
+        // values.
+        for (std::size_t address = 0; address < before.size(); ++address)
+            before[address] = lastEvents_[address].count;
+        if (!hasAdopted_.load(std::memory_order_acquire)) return;
+        if (use_.compare_exchange_strong(idle, Use::adopting)) break;
         std::this_thread::yield();
     }
+    for (std::size_t address = 0; address < values.size(); ++address) {
+        auto& last = lastEvents_[address];
+        std::uint32_t count = 0;
+        do {
+            count = last.count;
+            writeAdopted(address, count == before[address] ? values[address] : last.value.load());
+            // Adding orders the write before the value of any event that is not counted yet.
+        } while (last.count.fetch_add(0) != count);
+    }
+    hasAdopted_.store(false);
+    auto adopting = Use::adopting;
+    if (!use_.compare_exchange_strong(adopting, Use::idle))
+        while (use_ == Use::taking) std::this_thread::yield();  // still reads adopted_
 }
 
-/// Both threads may be here at once: they then write the same values.
+/// The audio thread's part of adopt(), at the begin of a block.
 void Instance::takeAdopted() {
     if (!hasAdopted_.load(std::memory_order_acquire)) return;
-    for (std::size_t address = 0; address < adopted_.size(); ++address) {
-        const auto index = static_cast<std::int32_t>(address);
-        const float value = adopted_[address].load(std::memory_order_relaxed);
-        // Switching bypass on again would reset the signal.
-        if (unit_->getParameter(index) != value) unit_->setParameter(index, value);
-    }
+    for (std::size_t address = 0; address < adopted_.size(); ++address)
+        writeAdopted(address, adopted_[address].load(std::memory_order_relaxed));
     hasAdopted_.store(false, std::memory_order_release);
+}
+
+void Instance::writeAdopted(std::uint64_t address, float value) {
+    const auto index = static_cast<std::int32_t>(address);
+    // Switching bypass on again would reset the signal.
+    if (unit_->getParameter(index) != value) unit_->setParameter(index, value);
 }
 
 // Editor

@@ -151,6 +151,7 @@ class Instance {
     using Values = std::array<float, parameterCount>;  // by address
     void adopt(const Values& values);
     void takeAdopted();
+    void writeAdopted(std::uint64_t address, float value);
     void renderUpTo(std::uint32_t end);
     void renderCycle(std::uint32_t frames);
     void copyInput();
@@ -185,10 +186,15 @@ class Instance {
     const float* pullFrom_[2] = {};  // the input of the present cycle
 
     // Values that are set together, between two blocks.
-    enum class Use : std::uint8_t { idle, rendering, adopting };
+    enum class Use : std::uint8_t { idle, taking, rendering, adopting };
     std::atomic<Use> use_{Use::idle};
     std::array<std::atomic<float>, parameterCount> adopted_{};
     std::atomic<bool> hasAdopted_{false};  // adopted_ is not in effect yet
+    struct LastEvent {
+        std::atomic<float> value{0};
+        std::atomic<std::uint32_t> count{0};  // of the events so far
+    };
+    std::array<LastEvent, parameterCount> lastEvents_;  // by address
 
     std::atomic<std::uint32_t> setByAudio_{0};  // bit a: address a was set on the audio thread
     std::atomic<std::uint32_t> reportedLatency_{0};

@@ -395,5 +395,41 @@ TEST_F(InstanceTest, RestoringAStateIsOneStepForTheSoundAndForListeners) {
     EXPECT_THAT(edits(), IsEmpty());
 }
 
+TEST_F(InstanceTest, RestoringAStateUndoesNoEventOfALaterBlock) {
+    const auto donor = fresh();
+    std::vector<AURenderEvent> events;
+    for (std::uint64_t address = 0; address < kBypass; ++address) {
+        donor->setValue(address, 0);
+        events.push_back(parameterEvent(0, address, 1));
+    }
+    const auto zeros = donor->saveState();
+    std::atomic<int> phase{0}, seen{0};  // odd while blocks are rendered, negative at the end
+    std::thread audio([&] {
+        float left = 0, right = 0;
+        while (seen >= 0) {
+            const int current = phase;
+            if (current % 2)
+                test::playBlock(*instance_, {&left, &right}, {&left, &right}, 1, events);
+            seen = current;
+        }
+    });
+    const auto enter = [&](int next) {
+        phase = next;
+        while (seen != next) std::this_thread::yield();
+    };
+    // A state and the events of a block each set all values: between blocks the values are equal.
+    int undone = 0;
+    for (int i = 0; i < 40000; i += 2) {
+        enter(i + 1);
+        EXPECT_TRUE(instance_->restoreState(zeros));
+        enter(i + 2);
+        for (std::uint64_t address = 1; address < kBypass; ++address)
+            undone += instance_->value(address) != instance_->value(0);
+    }
+    phase = -2;
+    audio.join();
+    EXPECT_EQ(undone, 0);
+}
+
 }  // namespace
 }  // namespace qov::hosts
