@@ -39,15 +39,11 @@ std::string stringFromValue(const AUParameter& parameter, const AUValue* value) 
     return {text.data(), static_cast<std::size_t>(length)};
 }
 
-/// A host block goes into its slot, an empty one too; a set one is announced.
+/// The block, which is announced where the host has set it.
 template <class Block>
-void adopt(Block& slot, Block lent, std::string_view announcement) {
-    const bool isDefined = static_cast<bool>(lent);
-    {
-        const std::lock_guard lock(hostBlocksMutex);
-        slot.swap(lent);
-    }
-    if (isDefined) console::print(announcement);
+Block announced(Block lent, std::string_view announcement) {
+    if (lent) console::print(announcement);
+    return lent;
 }
 
 /// The log's own line feed follows the one of the message.
@@ -152,11 +148,17 @@ bool QOV_Kelvane_PluginAudioUnit::allocateRenderResourcesAndReturnError(NSError*
 }
 
 void QOV_Kelvane_PluginAudioUnit::adoptHostBlocks() {
-    adopt(_musicalContext, musicalContextBlock(), "musicalContextBlock() is defined");
-    adopt(_transportStateBlock, transportStateBlock(), "transportStateBlock() is defined.");
-    adopt(_scheduleMIDIEventBlock, scheduleMIDIEventBlock(),
-          "scheduleMIDIEventBlock() is defined.");
-    adopt(_outputEventBlock, MIDIOutputEventBlock(), "MIDIOutputEventBlock() is defined.");
+    // Whatever throws, copying or printing, the slots keep what they hold.
+    auto musicalContext = announced(musicalContextBlock(), "musicalContextBlock() is defined");
+    auto transportState = announced(transportStateBlock(), "transportStateBlock() is defined.");
+    auto scheduleMIDIEvent =
+        announced(scheduleMIDIEventBlock(), "scheduleMIDIEventBlock() is defined.");
+    auto outputEvent = announced(MIDIOutputEventBlock(), "MIDIOutputEventBlock() is defined.");
+    const std::lock_guard lock(hostBlocksMutex);
+    _musicalContext.swap(musicalContext);
+    _transportStateBlock.swap(transportState);
+    _scheduleMIDIEventBlock.swap(scheduleMIDIEvent);
+    _outputEventBlock.swap(outputEvent);
 }
 
 void QOV_Kelvane_PluginAudioUnit::deallocateRenderResources() {
@@ -165,11 +167,15 @@ void QOV_Kelvane_PluginAudioUnit::deallocateRenderResources() {
 }
 
 AUInternalRenderBlock QOV_Kelvane_PluginAudioUnit::internalRenderBlock() {
-    adopt(_outputEventBlock, MIDIOutputEventBlock(),
-          "MIDIOutputEventBlock is defined and will be used.");
-    if (!MIDIOutputEventBlock())
+    auto outputEvent =
+        announced(MIDIOutputEventBlock(), "MIDIOutputEventBlock is defined and will be used.");
+    if (!outputEvent)
         console::print(
             "MIDIOutputEventBlock is currently undefined and cannot be used with this host.");
+    {
+        const std::lock_guard lock(hostBlocksMutex);
+        _outputEventBlock.swap(outputEvent);
+    }
 
     return [kernel = &_kernel, inputBus = &_inputBus](
                AudioUnitRenderActionFlags*, const AudioTimeStamp* timestamp,

@@ -106,6 +106,22 @@ TEST_F(AudioUnitTest, AllocationFailsWholeForOtherChannelsAndWithoutMemory) {
     EXPECT_TRUE(unit_.allocateRenderResourcesAndReturnError(nullptr));
     EXPECT_EQ(unit_.getSamplerate(), 48000);
     unit_.deallocateRenderResources();
+    // Each of the host's blocks is copied.
+    struct Block {
+        explicit Block(const bool& fails) : hasNoMemory(fails) {}
+        Block(const Block& other) : hasNoMemory(other.hasNoMemory) {
+            if (hasNoMemory) throw std::bad_alloc();
+        }
+        bool operator()(...) const { return true; }
+        const bool& hasNoMemory;
+    };
+    bool hasNoMemory = false;
+    unit_.setMusicalContextBlock([](auto...) { return true; });
+    unit_.setTransportStateBlock(Block(hasNoMemory));
+    hasNoMemory = true;
+    refused();
+    EXPECT_FALSE(_musicalContext) << "kept a block of the allocation that failed";
+    unit_.setTransportStateBlock({});
     unit_.setMaximumFramesToRender(0);
     refused();
 #ifndef QOV_SANITIZED
