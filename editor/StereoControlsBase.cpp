@@ -6,8 +6,10 @@
 #include <numbers>
 
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
+#include "audiounit/parameters.h"
 #include "editor/AudioUnitViewController.h"
 #include "editor/PanelStyle.h"
+#include "editor/valueBoxes.h"
 #include "platform/coregraphics/CGContext.h"
 #include "platform/coregraphics/CGFont.h"
 #include "platform/foundation/Number.h"
@@ -59,7 +61,7 @@ constexpr CGPoint center{340, 220};
 // Wide enough for the brackets of a neutral width.
 constexpr CGRect screen{198.5, 92.5, 283, 255};
 constexpr CGRect plateBox{12.5, 12.5, 655, 415};
-constexpr CGRect phaseShiftBox{510.5, 204.5, 130, 34};
+constexpr CGRect phaseShiftBox = valueBoxes[kPhaseShift];
 constexpr CGFloat phaseShiftReach = 110;   // units of the whole range, in the middle of the box
 constexpr CGFloat lastKnobAngle = 140;     // degrees to either side
 constexpr CGFloat lastPanoramaAngle = 45;  // degrees to either side
@@ -365,7 +367,7 @@ void StereoControlsBase::drawStereoWidth(CGContext& context, const PanelStyle& s
     const CGColor amber = colorEmphasize.cgColor();
     const bool isActive = isStereoWidthActive || isStereoWidthResetActive;
     drawReset(context, style, {197.5, 365.5, 34, 28}, isStereoWidthResetActive, amber);
-    drawReadout(context, style, {248.5, 361.5, 183, 36},
+    drawReadout(context, style, valueBoxes[kStereoWidth],
                 percentText("stereo width: ", stereoWidthNormalized), stereoWidthNormalized,
                 isActive, amber);
     drawKnob(context, style, {467, 379}, stereoWidthNormalized, isActive, amber);
@@ -375,7 +377,7 @@ void StereoControlsBase::drawPanorama(CGContext& context, const PanelStyle& styl
     const CGColor amber = colorEmphasize.cgColor();
     const bool isActive = isPanoramaActive || isPanoramaResetActive;
     drawReset(context, style, {448.5, 49.5, 34, 28}, isPanoramaResetActive, amber);
-    drawReadout(context, style, {248.5, 45.5, 183, 36},
+    drawReadout(context, style, valueBoxes[kPanorama],
                 percentText("panorama: ", panoramaNormalized), panoramaNormalized, isActive, amber);
     drawKnob(context, style, {215, 63}, panoramaNormalized, isActive, amber);
 }

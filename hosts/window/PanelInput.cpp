@@ -1,12 +1,12 @@
 #include "hosts/window/PanelInput.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <string>
 
 #include "audiounit/parameters.h"
 #include "editor/AudioUnitViewController.h"
+#include "editor/valueBoxes.h"
 #include "hosts/instance/Instance.h"
 #include "hosts/window/CaptionView.h"
 #include "hosts/window/EditGesture.h"
@@ -19,7 +19,6 @@
 namespace qov::hosts {
 
 using platform::CGPoint;
-using platform::CGRect;
 using platform::Key;
 using platform::KeyDemand;
 using platform::UITouchPhase;
@@ -27,10 +26,6 @@ using platform::UITouchPhase;
 namespace {
 
 constexpr double tipDelay = 0.7;  // seconds of rest
-
-/// Where each control shows its value, on the panel's canvas: its field opens there.
-constexpr std::array fields{CGRect(244.5, 362, 192, 36), CGRect(245, 46, 192.5, 36),
-                            CGRect(510.5, 204.5, 130, 34)};
 
 }  // namespace
 
@@ -209,7 +204,7 @@ void PanelInput::openField(int address) {
     typed_ = address;
     const auto parameter = static_cast<std::uint64_t>(address);
     field_->open(instance_.valueText(parameter, instance_.value(parameter)),
-                 window_.windowArea(fields[static_cast<std::size_t>(address)]));
+                 window_.windowArea(valueBoxes[static_cast<std::size_t>(address)]));
     caption_->show({{"For example " + valueExamples(address)}, {"Return: set    Esc: leave"}},
                    field_->frame());
     window_.native().demandKeys(KeyDemand::all);
