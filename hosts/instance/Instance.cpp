@@ -361,6 +361,13 @@ std::optional<float> Instance::parseValue(std::uint64_t address, std::string_vie
     return static_cast<float>(std::clamp(*value, 0.0, 1.0));
 }
 
+std::optional<float> Instance::parseTyped(std::uint64_t address, std::string_view text) const {
+    const auto value =
+        hosts::parseValue(address, text, double{unit_->getSamplerate()}, BareNumber::typed);
+    if (!value || *value < 0 || *value > 1) return std::nullopt;
+    return static_cast<float>(*value);
+}
+
 void Instance::touchBegan() {
     touching_ = true;
 }

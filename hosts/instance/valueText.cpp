@@ -121,9 +121,12 @@ std::optional<double> parseValue(std::uint64_t address, std::string_view text, d
     const auto plain = lowerCase(text);
     const auto* const parameter = parameterAt(address);
     if (!parameter) return std::nullopt;
-    if (bareNumber == BareNumber::normalized)
-        if (const auto number = leadingNumber(plain); number && number->isBare())
+    if (const auto number = leadingNumber(plain); number && number->isBare()) {
+        const bool isFraction =
+            plain.find('.') != plain.npos && number->number >= 0 && number->number <= 1;
+        if (bareNumber == BareNumber::normalized || (bareNumber == BareNumber::typed && isFraction))
             return number->number;
+    }
     switch (parameter->form) {
         case ValueForm::width:
             return fromPercent(leadingNumber(plain), 1);

@@ -16,7 +16,8 @@ std::string valueText(std::uint64_t address, float value, double sampleRate);
 /// What a number without a unit means.
 enum class BareNumber {
     normalized,  ///< the value itself, 0..1: command line and automation files
-    shown,       ///< the figure that valueText() writes, per cent or samples: hosts and the panel
+    shown,       ///< the figure that valueText() writes, per cent or samples: in hosts
+    typed,       ///< in the panel's field: normalized with a decimal point and in 0..1, else shown
 };
 
 /// Reads a value: any text of valueText()'s and the shorter forms "+20%", "r30", "c", "5ms",

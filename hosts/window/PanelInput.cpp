@@ -211,7 +211,7 @@ void PanelInput::openField(int address) {
 }
 
 void PanelInput::enterField() {
-    const auto value = instance_.parseValue(static_cast<std::uint64_t>(typed_), field_->text());
+    const auto value = instance_.parseTyped(static_cast<std::uint64_t>(typed_), field_->text());
     if (!value) {
         field_->refuse();
         caption_->show(

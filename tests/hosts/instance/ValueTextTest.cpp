@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -57,6 +58,18 @@ TEST(ParseValue, ReadsEveryDelayBackAsItself) {
                 static_cast<int>(static_cast<float>(rate) / 100.0f * static_cast<float>(*value));
             ASSERT_EQ(std::max(1, heard), frames) << "at " << rate;
         }
+}
+
+TEST(ParseValue, ReadsAFractionThatIsTypedAsTheValueItself) {
+    for (const auto& [address, text, value] : {std::tuple{kStereoWidth, "0.7", 0.7},
+                                               {kStereoWidth, "1", 0.505},
+                                               {kStereoWidth, "12.5", 0.5625},
+                                               {kPanorama, "R 0.5", 0.5025},
+                                               {kPhaseShift, "1.0", 1.0},
+                                               {kPhaseShift, "2.5 ms", 120.5 / 480},
+                                               {kPhaseShift, "1", 0.0}})
+        EXPECT_NEAR(parseValue(address, text, 48000, BareNumber::typed).value_or(-9), value, 1e-6)
+            << text;
 }
 
 TEST(ParseValue, ReadsTheFormsThatPeopleWriteAndRefusesOthers) {

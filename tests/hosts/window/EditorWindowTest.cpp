@@ -114,6 +114,8 @@ TEST_P(Window, MouseWheelAndKeysEditTheControlUnderThePointer) {
              {"mousemove 350 375 keydown ctrl click 1 keyup ctrl; type +40%x; "
               "key Return BackSpace Return",
               0, 0.7F},
+             {"key Return; type +150%; key Return BackSpace BackSpace Return", 0, 0.575F},
+             {"key Return; type 0.7; key Return", 0, 0.7F},
              // Esc leaves +40 %, of which 46 is made.
              {"key Return; type 0%; key Escape; key Return; key Right BackSpace BackSpace "
               "BackSpace Home Delete End; type 6; key Return",
