@@ -7,21 +7,23 @@
 
 namespace qov::hosts {
 
-/// Finds the second of two clicks on the same control, neither of which was a drag. Main thread.
+/// Finds the second of two clicks at the same place of the same control, neither of which was a
+/// drag. Main thread.
 class DoubleClick {
  public:
-    static constexpr double longest = 0.4;         // seconds from press to press
-    static constexpr platform::CGFloat reach = 5;  // points of movement within a click
+    static constexpr double longest = 0.4;  // seconds from press to press
+    static constexpr platform::CGFloat reach =
+        5;  // points from press to press, and of movement in a click
 
     // now: seconds
     void press(int control, platform::CGPoint at, double now) {
-        isSecond_ = control_ == control && now - pressed_ < longest;
+        isSecond_ = control_ == control && now - pressed_ < longest && isNear(at);
         control_ = control;
         pressed_ = now;
         place_ = at;
     }
     void move(platform::CGPoint at) {
-        if (std::hypot(at.x - place_.x, at.y - place_.y) > reach) forget();
+        if (!isNear(at)) forget();
     }
     /// The control that has been double-clicked with this release.
     std::optional<int> release() {
@@ -36,6 +38,10 @@ class DoubleClick {
     }
 
  private:
+    bool isNear(platform::CGPoint at) const {
+        return std::hypot(at.x - place_.x, at.y - place_.y) <= reach;
+    }
+
     std::optional<int> control_;
     double pressed_ = 0;
     platform::CGPoint place_;

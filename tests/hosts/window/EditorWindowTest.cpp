@@ -103,6 +103,7 @@ TEST_P(Window, MouseWheelAndKeysEditTheControlUnderThePointer) {
              {"click 4 click 4 click 5", 1, 0.521F},
              {"keydown shift click 5 keyup shift", 1, 0.52F},
              {"click --repeat 60 4", 1, 1.0F},
+             {"mousemove 255 60 click 1 mousemove 425 60 click 1; key Down", 1, 0.99F},
              {"mousemove 310 60 click --repeat 2 --delay 60 1", 1, 0.5F},  // the default
              // 150 points of 600, and a tenth of them.
              {"mousemove 350 375 mousedown 1 mousemove 350 365 mousemove 350 225 mouseup 1", 0,
