@@ -141,7 +141,7 @@ bool hasTerminal() {
     return terminal >= 0;
 }
 
-void showError(const std::string& message) {
+void showError(const std::string& message, double seconds) {
     const auto loop = platform::RunLoop::create();
     const platform::RunLoop::MakeCurrent current(loop);
     const auto view = std::make_shared<ErrorView>(wrap(message));
@@ -167,6 +167,7 @@ void showError(const std::string& message) {
         return std::optional(at);
     };
     window->show();
+    loop->schedule(seconds, false, end);
     loop->run();
 }
 

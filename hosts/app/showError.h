@@ -8,8 +8,9 @@ namespace qov::app {
 /// there counts, whose streams lead elsewhere.
 bool hasTerminal();
 
-/// Shows a message in a window of its own and returns when the user closes it: with Esc, Return,
-/// Space, its button or the close button. No-op without a screen. Main thread.
-void showError(const std::string& message);
+/// Shows a message in a window of its own and returns when the user closes it, with Esc, Return,
+/// Space, its button or the close button, or after so many seconds: a script that nobody watches
+/// goes on. No-op without a screen. Main thread.
+void showError(const std::string& message, double seconds = 60);
 
 }  // namespace qov::app

@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "hosts/app/showError.h"
 #include "tests/hosts/app/Jack.h"
 #include "tests/hosts/window/Child.h"
 #include "tests/hosts/window/Screen.h"
@@ -67,6 +68,12 @@ TEST_F(App, ReportsWhatIsWrongAndShowsItWithoutATerminal) {
             EXPECT_THAT(app.errorUntil(""), HasSubstr(line));
         }
     }
+}
+
+/// The test's time limit is the check.
+TEST_F(App, AnErrorThatNobodyClosesEndsByItself) {
+    const Screen screen;
+    qov::app::showError("Nobody reads this.", 0.2);
 }
 
 TEST_F(App, EndsByEscSignalOrCloseButtonAndWithTheXServer) {
