@@ -1,7 +1,11 @@
 #include "hosts/cli/SnapshotCommand.h"
 
+#include <algorithm>
+#include <span>
+
 #include <gtest/gtest.h>
 
+#include "platform/coregraphics/CGImage.h"
 #include "tests/hosts/cli/Program.h"
 #include "tests/hosts/cli/Sound.h"
 
@@ -34,6 +38,18 @@ TEST_F(Snapshot, SameArgumentsSameBytesAndEachOptionShows) {
         with.insert(with.end(), more.begin(), more.end());
         EXPECT_NE(take(with), plain) << more[0];
     }
+    // A flat window shows the same panel in its middle.
+    const auto decode = [](const std::string& png) {
+        return platform::CGImage::decode(std::as_bytes(std::span(png)));
+    };
+    Arguments flat = base;
+    flat[1] = "440x220";
+    const auto panel = decode(plain), wide = decode(take(flat));
+    ASSERT_EQ(wide->width(), 440);
+    for (int y = 0; y < 220; y += 11)
+        EXPECT_TRUE(std::ranges::equal(panel->pixels().subspan(y * 340 + 10, 320),
+                                       wide->pixels().subspan(y * 440 + 60, 320)))
+            << y;
     // The correlograph shows how far the file has been played, and the delay that was asked for.
     const auto graph = [&](const char* at, const char* shift) {
         return take({"--view", "correlograph", "--signal", folder_ / "in.wav", "--at", at,

@@ -5,6 +5,8 @@
 #include <cmath>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -12,12 +14,15 @@
 #include <utility>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "editor/AudioUnitViewController.h"
 #include "editor/CorrelographViewAU.h"
 #include "editor/StereoControls.h"
 #include "hosts/instance/Instance.h"
+#include "hosts/window/Scroll.h"
+#include "hosts/window/panelHelp.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/foundation/Console.h"
 #include "platform/uikit/NativeWindow.h"
@@ -154,6 +159,38 @@ TEST_F(OnScreen, ZoomsMovesAndCallsBackAndAScrollKeepsItsTarget) {
     EXPECT_EQ(shown.instance->value(1), 0.5F);
 }
 
+TEST(Scroll, DecidesAnewAfterAPauseAndWhereThePointerHasMoved) {
+    hosts::Scroll scroll;
+    int decisions = 0;
+    for (const auto& [x, seconds, expected] :
+         {std::tuple{0, 0.0, 1}, {2, 0.3, 1}, {2, 0.6, 1}, {2, 1.1, 2}, {6, 1.2, 3}})
+        EXPECT_EQ(scroll.target({static_cast<double>(x), 0}, seconds,
+                                [&] { return std::optional(++decisions); }),
+                  expected)
+            << "at " << seconds;
+}
+
+TEST_F(OnScreen, EveryPartOfThePanelHasATooltipOfNameValueAndKeys) {
+    const Shown shown;
+    const auto tooltip = [&](const std::string& mode) {
+        std::string text;
+        for (const auto& line : hosts::panelHelp(mode, *shown.instance)) text += line.text + '\n';
+        return text;
+    };
+    std::set<std::string> modes;
+    for (int x = 0; x < 680; x += 4)
+        for (int y = 0; y < 440; y += 4)
+            modes.insert(shown.window->modeAt({static_cast<double>(x), static_cast<double>(y)}));
+    EXPECT_EQ(modes.size(), 14) << "with that of the plate, which is empty";
+    for (const auto& mode : modes) EXPECT_EQ(tooltip(mode).empty(), mode.empty()) << mode;
+    shown.instance->setValue(0, 0.6F);
+    EXPECT_THAT(tooltip("stereo width"),
+                testing::AllOf(testing::StartsWith("Stereo Width: +20 %\n"),
+                               testing::HasSubstr("with Shift"), testing::HasSubstr("Return")));
+    EXPECT_THAT(tooltip("swap channels"), testing::StartsWith("Swap Channels: off\nClick"));
+    EXPECT_THAT(tooltip("reset1"), testing::StartsWith("Reset panorama\nClick"));
+}
+
 TEST_F(OnScreen, MarksWhatTheMouseIsOverButNotWhileItIsPressed) {
     const Shown shown;
     Screen::xdo("mousemove 600 420");
@@ -195,6 +232,8 @@ TEST_F(OnScreen, FollowsItsSizeAndTouchesMeasureInTheScaleOfEachEditor) {
     const Shown small({.scale = 2, .size = {340, 220}}), large;
     const auto isBlack = [](int x, int y) { return Screen::pixel(x, y) == 0; };
     EXPECT_TRUE(isBlack(900, 600));
+    EXPECT_EQ(Screen::hints(large.window->native().handle()),
+              "org.qov.kelvane org.qov.kelvane 680:440 680:440");
     Screen::xdo("windowmove " + std::to_string(large.window->native().handle()) + " 700 500");
     Screen::xdo("windowsize " + std::to_string(small.window->native().handle()) + " 600 400");
     const auto both = [&](const std::function<bool()>& condition) {

@@ -92,4 +92,18 @@ bool Screen::isViewable(std::uint64_t window) {
     return attributes.map_state == IsViewable;
 }
 
+std::string Screen::hints(std::uint64_t window) {
+    XClassHint name{};
+    XSizeHints sizes{};
+    long given = 0;
+    std::ostringstream text;
+    if (XGetClassHint(display, window, &name)) text << name.res_name << ' ' << name.res_class;
+    XFree(name.res_name);
+    XFree(name.res_class);
+    if (XGetWMNormalHints(display, window, &sizes, &given) && (sizes.flags & PAspect))
+        for (const auto& aspect : {sizes.min_aspect, sizes.max_aspect})
+            text << ' ' << aspect.x << ':' << aspect.y;
+    return text.str();
+}
+
 }  // namespace qov::test
