@@ -99,6 +99,12 @@ void parseMidi(std::span<const std::string_view> words, AURenderEvent& event) {
                                       i == 0 ? "status byte (80 to FF)" : "data byte (00 to 7F)"));
         event.MIDI.data[i] = byte;
     }
+    const auto status = event.MIDI.data[0];
+    const std::size_t dataBytes = (status & 0xE0) == 0xC0 ? 1 : 2;
+    if (status < 0xF0 && words.size() != 1 + dataBytes)
+        throw Failure(fmt::format("midi {} takes {} data {} behind it, as in: midi {}", words[0],
+                                  dataBytes, dataBytes == 1 ? "byte" : "bytes",
+                                  dataBytes == 1 ? "C0 05" : "B0 0B 40"));
 }
 
 AURenderEvent parseLine(std::span<const std::string_view> words, double sampleRate) {

@@ -85,6 +85,8 @@ TEST(Automation, ABadLineIsNamedWithItsNumberAndWhatWouldBeRight) {
              {"5 set panorama 0,5", "'0,5' is not a value"},
              {"5 midi", "midi takes one to three bytes"},
              {"5 midi B0 07 40 00", "midi takes one to three bytes"},
+             {"5 midi B0 07", "midi B0 takes 2 data bytes behind it, as in: midi B0 0B 40"},
+             {"5 midi C1 07 40", "midi C1 takes 1 data byte behind it, as in: midi C0 05"},
              {"5 midi B0 7 GG", "'GG' is not a byte"},
              {"5 midi 30 07 40", "'30' is not a MIDI status byte"},
              {"5 midi B0 07 80", "'80' is not a MIDI data byte"},
