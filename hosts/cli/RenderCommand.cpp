@@ -1,5 +1,6 @@
 #include "hosts/cli/RenderCommand.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -28,7 +29,8 @@ the input's subtype where the format has it, else float, pcm24, pcm16 or the for
 that grows beyond 4 GiB becomes RF64. Integers are rounded without dither and clamped to full
 scale; a line on standard error says how many samples that clipped, and -q leaves it out.
 
-A script replaces an existing OUT; a command that is typed at a terminal does so only with -y.
+An existing OUT is replaced only with -y by a command that is typed at a terminal, in a pipeline or with
+redirections, too; one that a script or another program starts replaces it.
 
 A value is 0 to 1, or has a unit: +60% of stereo width, L30 of panorama, 5ms or 220samples of phase
 shift, -6dB of volume. A switch may be followed by on or off; a file of that name is ./on.
@@ -115,10 +117,16 @@ void declare(CLI::App& app, Options& options) {
     app.footer(help);
 }
 
-/// Whether a user typed the command at a terminal: an interactive shell makes each command the
-/// leader of its process group, a script does not.
+/// Whether a user typed the command at a terminal: an interactive shell gives each pipeline a
+/// process group of its own, a script leaves its commands in its own group. Of other programs that
+/// make groups only those count that put them in the terminal's foreground.
 bool isTypedAtTerminal() {
-    return isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0 && getpgrp() == getpid();
+    const int terminal = open("/dev/tty", O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    if (terminal < 0) return false;
+    const pid_t foreground = tcgetpgrp(terminal);
+    close(terminal);
+    const bool isOfTheSessionsShell = getppid() == getsid(0);  // in the background, too
+    return getpgid(getppid()) != getpgrp() && (foreground == getpgrp() || isOfTheSessionsShell);
 }
 
 bool isExistingFile(const std::string& path) {

@@ -122,19 +122,31 @@ TEST_F(Render, NotesClippedSamplesUnlessQuiet) {
 }
 
 TEST_F(Render, ReplacesAnOutputWhenTypedAtATerminalOnlyIfAsked) {
-    // script(1) gives its command a terminal of its own, as the leader of a process group.
-    const auto onTerminal = [&](const std::string& options, const std::string& after) {
+    // script(1) gives its command a terminal; with -m, a shell starts commands as if they were
+    // typed.
+    for (const auto& [command, isReplaced] :
+         {std::pair{"$K render in.wav out.wav", false},
+          {"bash -mc \"$K render in.wav out.wav; exit\"", false},
+          {"bash -mc \"$K render in.wav out.wav <err; exit\"", false},
+          {"bash -mc \"$K render in.wav out.wav 2>err; exit\"", false},
+          {"bash -mc \"cat in.wav | $K render - out.wav\"", false},
+          {"bash -mc \"$K render in.wav out.wav & wait %1\"", false},
+          {"$K render in.wav out.wav -y", true},
+          {"$K render in.wav out.wav; exit $?", true},
+          {"cat in.wav | $K render - out.wav", true}}) {
         write(out, "the old output");
-        return shell("script -qec '$K render " + in + " " + out + options + after + "' /dev/null");
-    };
-    const auto refused = onTerminal("", "");
-    EXPECT_EQ(refused.code, 1);
-    EXPECT_THAT(refused.out, HasSubstr("out.wav: exists; -y (--overwrite) replaces it"));
-    EXPECT_EQ(contents(out), "the old output");
-    for (const auto& [options, after] : {std::pair{" -y", ""}, {"", "; exit $?"}}) {
-        const auto replaced = onTerminal(options, after);
-        EXPECT_EQ(replaced.code, 0) << replaced.out;
-        EXPECT_EQ(loadFloats(out).samples.size(), 60000U) << options << after;
+        write(folder / "err", "");
+        const auto run =
+            shell("cd " + (folder / "") + "; script -qec '" + command + "' /dev/null </dev/null");
+        EXPECT_EQ(run.code, isReplaced ? 0 : 1) << command << run.out;
+        if (isReplaced) {
+            EXPECT_EQ(loadFloats(out).samples.size(), 60000U) << command;
+        } else {
+            EXPECT_THAT(run.out + contents(folder / "err"),
+                        HasSubstr("out.wav: exists; -y (--overwrite) replaces it"))
+                << command;
+            EXPECT_EQ(contents(out), "the old output") << command;
+        }
     }
 }
 
