@@ -144,7 +144,14 @@ struct SoundReader::State {
         file = sf_open_fd(dup(descriptor), SFM_READ, &info, SF_TRUE);
         if (chunks)
             checkLength(*chunks);
-        else if (file && info.frames == 0 && !isPipe)
+        else
+            isDamaged = file && lacksOggEnd(descriptor);
+        if (isDamaged && !isSalvaging)
+            throw Failure(
+                fmt::format("{}: is truncated: the page that ends its stream is missing; "
+                            "render --salvage takes the rest",
+                            name));
+        if (file && info.frames == 0 && !isPipe && !isDamaged)
             throw Failure(fmt::format("{}: has no samples behind its header", name));
     }
 

@@ -124,6 +124,28 @@ std::optional<SoundChunks> readAuHeader(const File& file, std::endian order) {
 
 }  // namespace
 
+bool lacksOggEnd(int descriptor) {
+    constexpr std::size_t header = 27;
+    constexpr std::size_t tailBytes = 2 * (header + 255 + 255 * 255);  // of two largest pages
+    struct stat status {};
+    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return false;
+    const File file{descriptor, status.st_size};
+    if (file.read(0, 4) != "OggS") return false;
+    const auto tail =
+        file.read(std::max<std::int64_t>(file.length - std::int64_t{tailBytes}, 0), tailBytes);
+    const auto at = tail.rfind("OggS");
+    if (at == std::string::npos) return true;
+    const auto page = std::string_view(tail).substr(at);
+    const auto byte = [&](std::size_t i) {
+        return i < page.size() ? static_cast<unsigned char>(page[i]) : 0U;
+    };
+    constexpr unsigned endOfStream = 4;
+    const std::size_t segments = byte(header - 1);
+    std::size_t size = header + segments;
+    for (std::size_t i = 0; i < segments; ++i) size += byte(header + i);
+    return (byte(5) & endOfStream) == 0 || page.size() < size;
+}
+
 bool isOpenSize(std::int64_t bytes) {
     return (bytes >= 0x7FFFE000 && bytes <= 0x7FFFFFFF) ||
            (bytes >= 0xFFFFE000 && bytes <= 0xFFFFFFFF) || bytes == -1;

@@ -38,4 +38,8 @@ bool isOpenSize(std::int64_t bytes);
 /// descriptor's position does not change.
 std::optional<SoundChunks> readSoundChunks(int descriptor);
 
+/// Whether a file of Ogg pages does not end with a whole page that ends its stream. False for other
+/// files and where the descriptor cannot seek. The descriptor's position does not change.
+bool lacksOggEnd(int descriptor);
+
 }  // namespace qov::cli

@@ -105,9 +105,10 @@ TEST(Field, DrawsOneOrTwoFilesAsPngAndSvgAndNamesWhatIsWrong) {
     const TemporaryFolder folder;
     save(folder / "a.wav", {.format = 0x10006, .samples = noise(20000)});
     save(folder / "empty.wav", Sound<float>{.format = 0x10006, .samples = {}});
+    save(folder / "silent.wav", Sound<float>{.format = 0x10006, .samples = {0, 0}});
     const auto at = "cd " + (folder / "") + " && $K field ";
     EXPECT_EQ(shell(at + "one.png a.wav").code, 0);
-    EXPECT_EQ(shell(at + "two.svg a.wav empty.wav").code, 0);
+    EXPECT_EQ(shell(at + "two.svg a.wav silent.wav").code, 0);
     EXPECT_THAT(contents(folder / "two.svg"),
                 testing::AllOf(testing::HasSubstr("<svg"), testing::HasSubstr("</svg>")));
     // The width of a PNG stands behind its first chunk's name.
@@ -115,6 +116,7 @@ TEST(Field, DrawsOneOrTwoFilesAsPngAndSvgAndNamesWhatIsWrong) {
     const auto files = folder.files();
     for (const auto& [arguments, code, message] :
          {std::tuple{"one.gif a.wav", 2, "one.gif: a picture ends in .png or .svg"},
+          std::tuple{"one.png empty.wav", 1, "empty.wav: has no samples behind its header"},
           std::tuple{"one.png gone.wav", 1, "gone.wav: there is no such file"},
           std::tuple{"one.png a.wav a.wav a.wav", 2, "FILE has too many values"}}) {
         const auto run = shell(at + arguments);
