@@ -33,7 +33,7 @@ An existing OUT is replaced only with -y by a command that is typed at a termina
 redirections, too; one that a script or another program starts replaces it.
 
 A value is 0 to 1, or has a unit: +60% of stereo width, L30 of panorama, 5ms or 220samples of phase
-shift, -6dB of volume. A switch may be followed by on or off; a file of that name is ./on.
+shift, -6dB of volume. A switch may be followed by on, off, yes, no, 1 or 0; a file of that name is ./on.
 
 Settings hold from the first frame on; width, panorama and volume glide to a new value in 16 blocks. An
 automation file has an event a line, # starts a comment, and each event takes effect on its exact frame:

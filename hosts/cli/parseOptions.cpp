@@ -12,6 +12,7 @@
 
 #include "hosts/cli/Parameters.h"
 #include "hosts/cli/nearestName.h"
+#include "hosts/instance/valueText.h"
 
 namespace qov::cli {
 namespace {
@@ -47,6 +48,13 @@ void declareParameters(CLI::App& app, std::span<std::string> texts, bool onlyInT
 
 namespace {
 
+/// Whether a word is the value of a switch.
+bool isSwitchValue(const Parameter& parameter, std::string_view word) {
+    const auto value =
+        hosts::parseValue(parameter.address, word, highestRate, hosts::BareNumber::normalized);
+    return value && *value >= minimumValue && *value <= maximumValue;
+}
+
 /// The arguments with "--bypass off" as "--bypass=off", which is how the library takes the value of
 /// a switch.
 std::vector<std::string> withSwitchesJoined(const CLI::App& app, const Arguments& arguments) {
@@ -55,8 +63,8 @@ std::vector<std::string> withSwitchesJoined(const CLI::App& app, const Arguments
         const std::string_view before = joined.empty() ? std::string_view() : joined.back();
         const auto* const parameter =
             before.starts_with("--") ? findParameter(before.substr(2)) : nullptr;
-        if ((argument == "on" || argument == "off") && parameter && parameter->isSwitch() &&
-            app.get_option_no_throw(joined.back()))
+        if (parameter && parameter->isSwitch() && app.get_option_no_throw(joined.back()) &&
+            isSwitchValue(*parameter, argument))
             joined.back() += "=" + argument;
         else
             joined.push_back(argument);

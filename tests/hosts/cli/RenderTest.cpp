@@ -306,6 +306,25 @@ TEST_F(Render, NamesWhatToDoWithADamagedOrPackedStream) {
     }
 }
 
+TEST_F(Render, TakesValuesAsPeopleWriteThem) {
+    const auto rendered = [&](const std::string& options) {
+        const auto run = shell("$K render " + in + " " + out + options);
+        EXPECT_EQ(run.code, 0) << options << run.err;
+        return contents(out);
+    };
+    for (const auto& [written, plain] : {std::pair{" --volume -6dB", " --volume 0.501187233627272"},
+                                         {" --stereo-width -30%", " --stereo-width 0.35"},
+                                         {" --panorama L30", " --panorama 0.35"},
+                                         {" --phase-shift 220samples", " --phase-shift 0.5"},
+                                         {" --phase-shift 5ms", " --phase-shift 221samples"},
+                                         {" --swap-channels on", " --swap-channels"},
+                                         {" --swap-channels 1", " --swap-channels"},
+                                         {" --bypass yes", " --bypass"},
+                                         {" --swap-channels off", ""},
+                                         {" --bypass no", ""}})
+        EXPECT_TRUE(rendered(written) == rendered(plain)) << written;
+}
+
 TEST_F(Render, TakesMonoOnlyWhenAsked) {
     save(in, {.format = floatWav, .channels = 1, .samples = noise(9000)});
     ASSERT_EQ(shell("$K render " + in + " " + out + " --upmix --bypass").code, 0);
