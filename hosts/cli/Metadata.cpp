@@ -10,7 +10,6 @@
 #include <cstdint>
 #include <string_view>
 
-#include <aifffile.h>
 #include <attachedpictureframe.h>
 #include <flacpicture.h>
 #include <fmt/format.h>
@@ -20,10 +19,10 @@
 #include <oggfile.h>
 #include <opusfile.h>
 #include <sndfile.h>
+#include <tbytevectorstream.h>
 #include <tfilestream.h>
 #include <tpropertymap.h>
 #include <vorbisfile.h>
-#include <wavfile.h>
 
 #include "hosts/cli/OutputPlace.h"
 #include "hosts/cli/soundChunks.h"
@@ -38,9 +37,13 @@ constexpr std::array ownChunks{"fmt "sv, "fact"sv, "PEAK"sv, "JUNK"sv, "ds64"sv,
                                "COMM"sv, "FVER"sv, "desc"sv, "pakt"sv, "kuki"sv, "chan"sv,
                                "free"sv, "peak"sv, "FLLR"sv, "PAD "sv, "junk"sv};
 /// Chunks whose texts are also among libsndfile's strings or in an ID3 tag.
-constexpr std::array textChunks{"NAME"sv, "AUTH"sv, "ANNO"sv, "(c) "sv, "info"sv,
-                                "strg"sv, "id3 "sv, "ID3 "sv, "COMT"sv};
+constexpr std::array textChunks{"NAME"sv, "AUTH"sv, "ANNO"sv, "(c) "sv,
+                                "info"sv, "strg"sv, "id3 "sv, "ID3 "sv};
 constexpr std::int64_t largestChunk = 64 << 20;
+/// A metadata block of FLAC is smaller, as its size has 24 bits.
+constexpr std::size_t flacBlockLimit = 1 << 24;
+/// Of the block of comments, for the encoder's name and the counts.
+constexpr std::size_t commentReserve = 4096;
 
 /// How W64 spells identifiers of four letters.
 constexpr auto w64Tail = "\xF3\xAC\xD3\x11\x8C\xD1\x00\xC0\x4F\x8E\xDB\x8A"sv;
@@ -57,6 +60,19 @@ constexpr std::array<std::pair<int, std::string_view>, 10> stringKeys{{
     {SF_STR_LICENSE, "LICENSE"},
     {SF_STR_TRACKNUMBER, "TRACKNUMBER"},
     {SF_STR_GENRE, "GENRE"},
+}};
+
+/// The keys of RIFF's INFO chunk that become texts.
+constexpr std::array<std::pair<std::string_view, std::string_view>, 9> infoKeys{{
+    {"INAM", "TITLE"},
+    {"ICOP", "COPYRIGHT"},
+    {"ISFT", "ENCODER"},
+    {"IART", "ARTIST"},
+    {"ICMT", "COMMENT"},
+    {"ICRD", "DATE"},
+    {"IPRD", "ALBUM"},
+    {"ITRK", "TRACKNUMBER"},
+    {"IGNR", "GENRE"},
 }};
 
 enum FlacBlock { application = 2, comment = 4, cueSheet = 5, picture = 6 };
@@ -95,11 +111,19 @@ bool isAmong(const auto& names, std::string_view name) {
     return std::ranges::find(names, name) != names.end();
 }
 
+/// Whether two keys differ in nothing but upper and lower case.
+bool isSameKey(std::string_view one, std::string_view other) {
+    return one.size() == other.size() && strncasecmp(one.data(), other.data(), one.size()) == 0;
+}
+
+/// The first text of a key; the end of the texts where they lack it.
+auto findKey(const auto& texts, std::string_view key) {
+    return std::ranges::find_if(texts,
+                                [&](const auto& text) { return isSameKey(text.first, key); });
+}
+
 bool hasKey(const auto& texts, std::string_view key) {
-    return std::ranges::any_of(texts, [&](const auto& text) {
-        return text.first.size() == key.size() &&
-               strncasecmp(text.first.data(), key.data(), key.size()) == 0;
-    });
+    return findKey(texts, key) != texts.end();
 }
 
 std::string number(std::uint64_t value, int bytes, bool isBigEndian) {
@@ -168,8 +192,8 @@ std::string pictureBlock(const TagLib::ID3v2::AttachedPictureFrame& frame) {
 
 /// Whether libsndfile writes the text of a key into a container.
 bool isStringOf(int format, std::string_view key) {
-    const auto* const known =
-        std::ranges::find(stringKeys, key, &decltype(stringKeys)::value_type::second);
+    const auto* const known = std::ranges::find_if(
+        stringKeys, [&](const auto& row) { return isSameKey(row.second, key); });
     if (known == stringKeys.end()) return false;
     switch (containerOf(format)) {
         case SF_FORMAT_WAV:
@@ -338,6 +362,12 @@ Metadata::Metadata(int descriptor, SNDFILE* file, int format) : format_(format) 
             std::ranges::find(stringKeys, key, &decltype(stringKeys)::value_type::first);
         if (!hasKey(texts_, name->second)) texts_.emplace_back(name->second, text);
     }
+    // libsndfile reads no texts of W64 files and no ID3 tag beside a file's own texts.
+    for (const auto& [key, name] : stringKeys)
+        if (const auto text = findKey(texts_, name);
+            text != texts_.end() &&
+            std::ranges::find(strings_, key, &std::pair<int, std::string>::first) == strings_.end())
+            strings_.emplace_back(key, text->second);
 }
 
 void Metadata::readChunks(int descriptor) {
@@ -349,7 +379,13 @@ void Metadata::readChunks(int descriptor) {
             identifier = "LIST";
         else if (identifier.ends_with(w64Tail))
             identifier.resize(4);
-        if (isAmong(ownChunks, identifier) || chunk.size > largestChunk) continue;
+        if (isAmong(ownChunks, identifier)) continue;
+        if (chunk.size > largestChunk) {
+            lostAlways_.push_back(
+                shown(identifier == "LIST" ? bytesAt(descriptor, chunk.start, 4) : identifier) +
+                " of more than 64 MiB");
+            continue;
+        }
         auto bytes = bytesAt(descriptor, chunk.start, chunk.size);
         if (identifier == "id3 " || identifier == "ID3 ") id3_ = bytes;
         chunks_.push_back({std::move(identifier), std::move(bytes)});
@@ -367,9 +403,13 @@ void Metadata::readTags(int descriptor) {
         for (auto* frame : tag->frameListMap()["APIC"])
             if (auto* shownFrame = dynamic_cast<TagLib::ID3v2::AttachedPictureFrame*>(frame))
                 pictures_.push_back(pictureBlock(*shownFrame));
-    };
-    const auto isText = [](const Chunk& chunk) {
-        return isTextChunk(chunk.identifier, chunk.bytes);
+        auto properties = tag->properties();
+        for (const auto& name : properties.unsupportedData()) {
+            auto frame = name.to8Bit(true);
+            if (frame.starts_with("UNKNOWN/")) frame.erase(0, 8);
+            frame.resize(std::min(frame.find('/'), frame.size()));  // its description follows
+            if (frame != "APIC") lostFrames_.push_back(frame);
+        }
     };
     auto* const factory = TagLib::ID3v2::FrameFactory::instance();
     switch (containerOf(format_)) {
@@ -392,22 +432,31 @@ void Metadata::readTags(int descriptor) {
             if (tagged.file.hasID3v2Tag()) id3_ = stringOf(tagged.file.ID3v2Tag()->render());
             break;
         }
-        case SF_FORMAT_WAV: {
-            if (std::ranges::none_of(chunks_, isText)) break;
-            Tagged<TagLib::RIFF::WAV::File, bool> tagged(descriptor, false);
-            takeProperties(tagged.file.properties());
-            takeId3(tagged.file.ID3v2Tag());
-            break;
-        }
-        case SF_FORMAT_AIFF: {
-            if (id3_.empty()) break;
-            Tagged<TagLib::RIFF::AIFF::File, bool> tagged(descriptor, false);
-            takeProperties(tagged.file.properties());
-            takeId3(tagged.file.tag());
-            break;
-        }
         default:
-            break;
+            if (!id3_.empty()) {
+                TagLib::ByteVectorStream stream(vectorOf(id3_));
+                TagLib::MPEG::File file(&stream, factory, false);
+                if (file.hasID3v2Tag()) takeProperties(file.ID3v2Tag()->properties());
+                takeId3(file.ID3v2Tag());
+            }
+            for (const auto& [identifier, bytes] : chunks_)
+                if (identifier == "LIST" && bytes.starts_with("INFO")) readInfo(bytes);
+    }
+}
+
+void Metadata::readInfo(std::string_view list) {
+    for (std::size_t at = 4; at + 8 <= list.size();) {
+        const auto key = list.substr(at, 4);
+        const auto size = numberAt(list, at + 4, 4, false);
+        auto text = list.substr(at + 8, size);
+        text = text.substr(0, text.find('\0'));
+        at += 8 + size + size % 2;
+        const auto* const known =
+            std::ranges::find(infoKeys, key, &decltype(infoKeys)::value_type::first);
+        if (known == infoKeys.end())
+            lostInfo_.push_back(shown(std::string(key)));
+        else if (!text.empty() && !hasKey(texts_, known->second))
+            texts_.emplace_back(known->second, text);
     }
 }
 
@@ -451,7 +500,9 @@ void Metadata::setStrings(SNDFILE* file, int container) const {
     const bool areChunks = std::ranges::any_of(
         chunks_, [](const auto& chunk) { return isTextChunk(chunk.identifier, chunk.bytes); });
     if (keepsChunks(container) && areChunks) return;
-    for (const auto& [key, text] : strings_) sf_set_string(file, key, text.c_str());
+    for (const auto& [key, text] : strings_)
+        if (text.size() < flacBlockLimit - commentReserve || !takesComments(container))
+            sf_set_string(file, key, text.c_str());
 }
 
 std::vector<Metadata::Chunk> Metadata::chunksFor(int format) const {
@@ -539,10 +590,22 @@ void Metadata::addChunks(const OutputPlace& place, int format) const {
         put(place, number(total - 8, 4, isBigEndian), 4);
 }
 
-std::string Metadata::comments(std::string_view old, bool withPictures) const {
+std::pair<Metadata::Texts, Metadata::Texts> Metadata::splitForFlac() const {
+    std::pair<Texts, Texts> split;
+    std::size_t length = commentReserve;
+    for (const auto& text : texts_) {
+        const auto bytes = 4 + text.first.size() + 1 + text.second.size();
+        const bool fits = length + bytes < flacBlockLimit;
+        if (fits) length += bytes;
+        (fits ? split.first : split.second).push_back(text);
+    }
+    return split;
+}
+
+std::string Metadata::comments(std::string_view old, const Texts& texts, bool withPictures) const {
     auto result = std::string(old.substr(0, 4 + numberAt(old, 0, 4, false)));  // the encoder's name
     std::vector<std::string> fields;
-    for (const auto& [key, text] : texts_) fields.push_back(fmt::format("{}={}", key, text));
+    for (const auto& [key, text] : texts) fields.push_back(fmt::format("{}={}", key, text));
     if (withPictures)
         for (const auto& block : pictures_)
             fields.push_back("METADATA_BLOCK_PICTURE=" + stringOf(vectorOf(block).toBase64()));
@@ -556,8 +619,9 @@ void Metadata::addFlacBlocks(const OutputPlace& place) const {
     auto blocks = flacBlocks(place.descriptor());
     const auto old = lengthOf(blocks);
     for (auto& [type, bytes] : blocks)
-        if (type == comment) bytes = comments(bytes, false);
-    for (const auto& block : pictures_) blocks.emplace_back(picture, block);
+        if (type == comment) bytes = comments(bytes, splitForFlac().first, false);
+    for (const auto& block : pictures_)
+        if (block.size() < flacBlockLimit) blocks.emplace_back(picture, block);
     blocks.insert(blocks.end(), blocks_.begin(), blocks_.end());
     std::string all;
     for (const auto& [type, bytes] : blocks) {
@@ -576,7 +640,7 @@ void Metadata::addOggComments(const OutputPlace& place, int format) const {
     useOgg(place.descriptor(), format, [&](auto& file) {
         const auto old = stringOf(file.packet(1));
         auto packet =
-            std::string(magic) + comments(std::string_view(old).substr(magic.size()), true);
+            std::string(magic) + comments(std::string_view(old).substr(magic.size()), texts_, true);
         if ((format & SF_FORMAT_SUBMASK) == SF_FORMAT_VORBIS) packet += '\1';  // the framing bit
         growth = std::ssize(packet) - std::ssize(old);
         file.setPacket(1, vectorOf(packet));
@@ -615,7 +679,7 @@ std::string Metadata::id3Tag() const {
 }
 
 std::vector<std::string> Metadata::lostIn(int format) const {
-    std::vector<std::string> lost;
+    auto lost = lostAlways_;
     const auto lose = [&](const std::string& name) {
         if (!isAmong(lost, name)) lost.push_back(name);
     };
@@ -633,9 +697,17 @@ std::vector<std::string> Metadata::lostIn(int format) const {
         for (const auto& [key, text] : texts_)
             if (!isStringOf(format, key)) lose(key);
     }
-    if (containerOf(format) != SF_FORMAT_FLAC)
+    if (!keepsChunks(format)) std::ranges::for_each(lostInfo_, lose);
+    if (!keepsChunks(format) && !takesId3(format)) std::ranges::for_each(lostFrames_, lose);
+    if (containerOf(format) != SF_FORMAT_FLAC) {
         for (const auto& [type, bytes] : blocks_)
             lose(type == cueSheet ? "cue sheet" : "application data");
+        return lost;
+    }
+    if (std::ranges::any_of(pictures_,
+                            [](const auto& block) { return block.size() >= flacBlockLimit; }))
+        lose("pictures of 16 MiB or more");
+    for (const auto& [key, text] : splitForFlac().second) lose(key + " beyond 16 MiB of comments");
     return lost;
 }
 

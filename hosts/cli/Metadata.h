@@ -33,7 +33,7 @@ class Metadata {
     /// Adds the rest to a complete file. Throws Failure where that fails.
     void addTo(const OutputPlace& place, int format) const;
 
-    /// Names of what a file of this format has no place for.
+    /// Names of what does not go into a file of this format: keys, frames, chunks and blocks.
     std::vector<std::string> lostIn(int format) const;
 
  private:
@@ -46,6 +46,7 @@ class Metadata {
     void readChunks(int descriptor);
     void readTags(int descriptor);
     void readFlac(int descriptor);
+    void readInfo(std::string_view list);
     void takeComments(std::string_view comments);
     bool keepsChunks(int format) const;
     /// The chunks for a file of a family that has them, in its identifiers.
@@ -55,7 +56,9 @@ class Metadata {
     void addOggComments(const OutputPlace& place, int format) const;
     void addId3(const OutputPlace& place) const;
     std::string id3Tag() const;
-    std::string comments(std::string_view old, bool withPictures) const;
+    std::string comments(std::string_view old, const Texts& texts, bool withPictures) const;
+    /// The texts that fit into a FLAC file's block of comments, and the others.
+    std::pair<Texts, Texts> splitForFlac() const;
 
     std::vector<std::pair<int, std::string>> strings_;  ///< by libsndfile's keys
     int format_ = 0;                                    ///< of the file that it is from
@@ -64,6 +67,9 @@ class Metadata {
     std::vector<std::string> pictures_;                ///< as FLAC has them
     std::vector<std::pair<int, std::string>> blocks_;  ///< others of a FLAC file, by type
     std::string id3_;                                  ///< an ID3v2 tag
+    std::vector<std::string> lostAlways_;              ///< chunks that are too large
+    std::vector<std::string> lostInfo_;    ///< keys of RIFF's INFO that no text was made of
+    std::vector<std::string> lostFrames_;  ///< ID3 frames of which nothing was made
 };
 
 }  // namespace qov::cli

@@ -220,8 +220,8 @@ void renderFile(const RenderJob& job) {
     if (!job.isQuiet) noteClipping(place, shape, clipping);
     if (!job.isQuiet && !isSameBytes && !shape.isRaw)
         if (const auto lost = metadata.lostIn(format); !lost.empty())
-            fmt::print(stderr, "kelvane: {}: {} has no place for {}\n", place.name(),
-                       soundFormat::nameOf(shape.container), fmt::join(lost, ", "));
+            fmt::print(stderr, "kelvane: {}: kelvane writes no {} into {}\n", place.name(),
+                       fmt::join(lost, ", "), soundFormat::nameOf(shape.container));
 }
 
 }  // namespace qov::cli

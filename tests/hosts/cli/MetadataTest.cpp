@@ -33,6 +33,24 @@ std::string flacPicture(const std::string& bytes) {
            length(bytes.size()) + bytes;
 }
 
+/// An ID3 tag of version 2.3 with these frames.
+std::string id3Tag(const std::vector<std::pair<std::string, std::string>>& frames) {
+    const auto bigEndian = [](std::size_t value, int bits) {
+        std::string text;
+        for (int i = 3; i >= 0; --i)
+            text += static_cast<char>(value >> (bits * i) & ((1U << bits) - 1));
+        return text;
+    };
+    std::string all;
+    for (const auto& [name, bytes] : frames)
+        all += name + bigEndian(bytes.size(), 8) + "\0\0"s + bytes;
+    return "ID3\3\0\0"s + bigEndian(all.size(), 7) + all;
+}
+
+std::pair<std::string, std::string> id3Picture(const std::string& bytes) {
+    return {"APIC", "\0image/png\0\3\0"s + bytes};
+}
+
 class Metadata : public testing::Test {
  protected:
     /// Renders one file of the folder into another. Returns what standard error has.
@@ -45,11 +63,12 @@ class Metadata : public testing::Test {
     std::string bytesOf(const std::string& file) { return contents(folder / file); }
 
     /// A WAV with every chunk that a recorder or a sampler writes.
-    void writeTake() {
+    void writeTake() { writeWav(chunks); }
+    void writeWav(const std::vector<std::string>& more) {
         save(folder / "in.wav",
              {.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16, .samples = noise(6000)});
         auto bytes = bytesOf("in.wav");
-        for (const auto& kept : chunks) bytes += kept;
+        for (const auto& added : more) bytes += added;
         bytes.replace(4, 4, number(static_cast<std::uint32_t>(bytes.size() - 8)));
         write(folder / "in.wav", bytes);
     }
@@ -89,10 +108,10 @@ TEST_F(Metadata, ChunksGoAsTheyAreIntoTheirFamilyAndABypassedFileIsCopied) {
 TEST_F(Metadata, OtherFormatsGetWhatTheyHaveAPlaceForAndTheRestIsNamed) {
     writeTake();
     for (const auto& [file, lost] :
-         {std::pair{"out.aiff", "aiff has no place for bext, smpl, iXML"},
-          {"out.caf", "caf has no place for bext, cue, adtl, smpl, iXML"},
-          {"out.flac", "flac has no place for bext, cue, adtl, smpl, iXML"},
-          {"out.au", "au has no place for bext, cue, adtl, smpl, iXML, TITLE"}}) {
+         {std::pair{"out.aiff", "kelvane writes no bext, smpl, iXML, IENG into aiff"},
+          {"out.caf", "kelvane writes no bext, cue, adtl, smpl, iXML, IENG into caf"},
+          {"out.flac", "kelvane writes no bext, cue, adtl, smpl, iXML, IENG into flac"},
+          {"out.au", "kelvane writes no bext, cue, adtl, smpl, iXML, TITLE, IENG into au"}}) {
         EXPECT_THAT(render("in.wav", file), HasSubstr(lost));
         SF_INFO info{};
         SNDFILE* const sound = sf_open((folder / file).c_str(), SFM_READ, &info);
@@ -113,6 +132,55 @@ TEST_F(Metadata, OtherFormatsGetWhatTheyHaveAPlaceForAndTheRestIsNamed) {
     EXPECT_STREQ(cues.cue_points[0].name, "verse");
     sf_close(sound);
     EXPECT_EQ(render("in.wav", "quiet.caf", " -q"), "");
+}
+
+TEST_F(Metadata, WhatIsTooLargeOrHasNoTextIsNamed) {
+    const std::string large(17 << 20, 'x');
+    const std::pair<std::string, std::string> user{"TXXX", "\0MOOD\0calm"s};
+    const auto tag = [](const auto&... frames) { return chunk("id3 ", id3Tag({frames...})); };
+    struct Case {
+        std::vector<std::string> chunks;
+        std::vector<const char*> files;
+        const char* lost;
+        std::vector<const char*> kept;
+    };
+    for (const auto& [more, files, lost, kept] :
+         {Case{{tag(id3Picture(large), user)},
+               {"out.flac"},
+               "no pictures of 16 MiB or more into flac",
+               {"MOOD=calm"}},
+          {{tag(id3Picture("a picture"), std::pair{"TXXX"s, "\0LONG\0"s + large}, user)},
+           {"out.flac"},
+           "no LONG beyond 16 MiB of comments into flac",
+           {"MOOD=calm", "a picture"}},
+          {{tag(id3Picture("a picture"), user, std::pair{"PRIV"s, "me\0data"s})},
+           {"out.rf64", "out.w64", "out.flac"},
+           "no PRIV into flac",
+           {"MOOD=calm", "a picture"}},
+          {{tag(user, std::pair{"GEOB"s, "\0a/b\0f\0d\0bytes"s})},
+           {"out.mp3", "out.caf"},
+           "no MOOD, GEOB into caf",
+           {}},
+          {{chunks.back()}, {"out.w64", "out.flac"}, "no IENG into flac", {"TITLE=Evening"}},
+          {{chunk("huge", std::string((64 << 20) + 1, 'x')), tag(user)},
+           {"out.wav"},
+           "no huge of more than 64 MiB into wav",
+           {"MOOD"}}}) {
+        writeWav(more);
+        const char* from = "in.wav";
+        std::string line;
+        for (const char* file : files) line = render(std::exchange(from, file), file);
+        EXPECT_THAT(line, testing::EndsWith("kelvane writes "s + lost + "\n"));
+        EXPECT_GE(loadFloats(folder / from).samples.size(), 6000U) << lost;
+        for (const char* text : kept) EXPECT_THAT(bytesOf(from), HasSubstr(text)) << lost;
+    }
+    save(folder / "in.aiff", {.format = SF_FORMAT_AIFF | SF_FORMAT_PCM_16, .samples = noise(600)});
+    auto bytes = bytesOf("in.aiff") + "COMT\0\0\0\x0E\0\1\0\0\0\0\0\0\0\4note"s;
+    bytes.replace(
+        6, 2, {static_cast<char>((bytes.size() - 8) >> 8), static_cast<char>(bytes.size() - 8)});
+    write(folder / "in.aiff", bytes);
+    EXPECT_EQ(render("in.aiff", "out.aiff"), "");
+    EXPECT_THAT(render("in.aiff", "out.wav"), HasSubstr("kelvane writes no COMT into wav"));
 }
 
 TEST_F(Metadata, CommentsKeepTheirCaseAndPicturesTravelThroughEveryTag) {
@@ -155,7 +223,8 @@ TEST_F(Metadata, CommentsKeepTheirCaseAndPicturesTravelThroughEveryTag) {
     EXPECT_THAT(bytesOf("last.flac"), HasSubstr("WRITER=Zo\xC3\xAB"));
     EXPECT_THAT(bytesOf("last.flac"), HasSubstr("TITLE=Evening"));
     EXPECT_THAT(bytesOf("last.flac"), HasSubstr("a picture of it"));
-    EXPECT_THAT(render("in.flac", "out.caf"), HasSubstr("caf has no place for pictures, Writer"));
+    EXPECT_THAT(render("in.flac", "out.caf"),
+                HasSubstr("kelvane writes no pictures, Writer into caf"));
 }
 
 }  // namespace
