@@ -26,12 +26,9 @@
 namespace {
 thread_local bool counting = false;
 thread_local int counted = 0;
-thread_local std::array<void*, 256> callers{};  // of the first ones
+thread_local std::array<void*, 256> callers{};  // of the last ones
 [[maybe_unused]] void count(void* caller) {
-    if (!counting) return;
-    if (counted < static_cast<int>(callers.size()))
-        callers[static_cast<std::size_t>(counted)] = caller;
-    ++counted;
+    if (counting) callers[static_cast<std::size_t>(counted++) % callers.size()] = caller;
 }
 }  // namespace
 
@@ -77,6 +74,7 @@ namespace qov::test {
 /// Allocations, releases and locks while `work` runs on this thread.
 template <class Work>
 int countedCalls(Work&& work) {
+    callers.fill(nullptr);
     counted = 0;
     counting = true;
     work();
@@ -84,13 +82,12 @@ int countedCalls(Work&& work) {
     return counted;
 }
 
-/// The object files (as they were opened) that made the calls counted last, the first 256 of them.
+/// The object files (as they were opened) that made the calls counted last, of the last 256.
 inline std::set<std::string> countedObjects() {
     std::set<std::string> objects;
-    for (int i = 0; i < counted && i < static_cast<int>(callers.size()); ++i) {
-        Dl_info info{};
-        if (dladdr(callers[static_cast<std::size_t>(i)], &info)) objects.insert(info.dli_fname);
-    }
+    Dl_info info{};
+    for (void* caller : callers)
+        if (dladdr(caller, &info)) objects.insert(info.dli_fname);
     return objects;
 }
 

@@ -54,6 +54,7 @@ TEST_P(RealTime, CallsNoSystem) {
     const int status = statusWithoutSystem([this] { runAll(); });
     if (status == 77) GTEST_SKIP() << "no filter to be had here";
     EXPECT_EQ(status, 0);
+    EXPECT_TRUE(WIFSIGNALED(statusWithoutSystem([] { getppid(); }))) << "the filter is in force";
 }
 
 TEST_P(RealTime, IsWatchedInsideThePluginsOwnBody) {

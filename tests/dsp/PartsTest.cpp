@@ -1,4 +1,4 @@
-// The buffers on their own: which request keeps, clears, grows or drops what, and how rings turn.
+// The kernel's parts on their own: buffers, rings, the delay line, ramps, the panorama, the gate.
 
 #include <algorithm>
 #include <numeric>
@@ -20,7 +20,7 @@ void hold(Buffer& buffer, const std::string& requests, auto channel) {
     std::istringstream in(requests);
     char operation = 0, contents = 0;
     for (int frames = 0, size = 0; in >> operation >> frames >> size >> contents;) {
-        SCOPED_TRACE(std::string(1, operation) + std::to_string(frames));
+        SCOPED_TRACE(testing::Message() << operation << frames);
         if constexpr (std::is_same_v<Buffer, DynaBuffer>)
             operation == 'r' ? buffer.reallocate(frames) : buffer.allocate(frames);
         else
@@ -50,20 +50,17 @@ TEST(Buffers, KeepClearGrowAndDropTheirFrames) {
     for (const int index : {2, -1, INT32_MIN}) EXPECT_EQ(two.getChannel(index), nullptr);
 }
 
-// A ring of 1 2 3 4 on the left and ten times that on the right, and what each traversal of
-// (7, 70) from its third frame on leaves behind.
+// A ring of 1 2 3 4 on the left and ten times that on the right, and what each traversal of three
+// frames of (7, 70) from its third frame on leaves behind.
 TEST(Ring, TraversalsWrapAndNotifyOnTheFrameAfterTheLast) {
     struct Case {
         char traversal;
-        int frames;
         Samples ring, block;
-        int notified;
     };
-    for (const auto& [traversal, frames, expectedRing, block, wraps] :
-         {Case{'w', 3, {7, 2, 7, 7}, {7, 7, 7}, 1}, Case{'r', 3, {1, 2, 3, 4}, {3, 4, 1}, 1},
-          Case{'x', 3, {7, 2, 7, 7}, {3, 4, 1}, 1}, Case{'a', 3, {7, 2, 7, 7}, {10, 11, 8}, 1},
-          Case{'x', 2, {1, 2, 7, 7}, {3, 4, 7}, 0}, Case{'n', 3, {1, 2, 3, 4}, {7, 7, 7}, 0}}) {
-        SCOPED_TRACE(traversal);
+    for (const auto& [traversal, expectedRing, block] :
+         {Case{'w', {7, 2, 7, 7}, {7, 7, 7}}, Case{'r', {1, 2, 3, 4}, {3, 4, 1}},
+          Case{'x', {7, 2, 7, 7}, {3, 4, 1}}, Case{'a', {7, 2, 7, 7}, {10, 11, 8}},
+          Case{'n', {1, 2, 3, 4}, {7, 7, 7}}}) {
         CircularBuffer2 ring;
         ring.allocate(4);
         int notified = 0;
@@ -74,19 +71,18 @@ TEST(Ring, TraversalsWrapAndNotifyOnTheFrameAfterTheLast) {
         ring.rewind(2);
         Samples left(3, 7), right(3, 70);
         float *const l = left.data(), *const r = right.data();
-        if (traversal == 'w') ring.write(l, r, frames);
-        if (traversal == 'r') ring.read(l, r, frames);
-        if (traversal == 'x') ring.exchange(l, r, frames);
-        if (traversal == 'a') ring.accumulate(l, r, frames);
+        if (traversal == 'w') ring.write(l, r, 3);
+        if (traversal == 'r') ring.read(l, r, 3);
+        if (traversal == 'x') ring.exchange(l, r, 3);
+        if (traversal == 'a') ring.accumulate(l, r, 3);
         if (traversal == 'n') {
             ring.write(nullptr, r, 3), ring.read(l, nullptr, 3), ring.exchange(l, r, 0);
             ring.exchange(nullptr, r, 3), ring.accumulate(l, nullptr, 3);
         }
-        EXPECT_EQ(Samples(ring.data[0], ring.data[0] + 4), expectedRing);
-        EXPECT_EQ(ring.data[1][2], 10 * expectedRing[2]);
-        EXPECT_EQ(left, block);
-        EXPECT_EQ(right[1], 10 * block[1]);
-        EXPECT_EQ(notified, wraps);
+        EXPECT_EQ(Samples(ring.data[0], ring.data[0] + 4), expectedRing) << traversal;
+        EXPECT_EQ(left, block) << traversal;
+        EXPECT_EQ(ring.data[1][2] + right[1], 10 * (expectedRing[2] + block[1]));
+        EXPECT_EQ(notified, traversal != 'n');
     }
 }
 
@@ -101,14 +97,11 @@ TEST(Ring, RewindsWithinItsSizeAndSkipsPastItsEnd) {
     }
     Samples left(600, 1), right = left;
     for (const int count : {1, 600, 599, 0}) ring.skip(left.data(), right.data(), count);
-    EXPECT_EQ(left, Samples(600));
-    EXPECT_EQ(right, left);
+    EXPECT_EQ(std::pair(left, right), std::pair(Samples(600), Samples(600)));
     EXPECT_EQ(ring.pos, 1200) << "no wrap until the next traversal";
     for (int i = 0; i < 2; ++i) ring.skip(nullptr, nullptr, INT32_MAX);
     ring.write(right.data(), right.data(), 1);
     EXPECT_EQ(ring.pos, 1);
-    ring.reset();
-    EXPECT_EQ(ring.pos, 0);
 }
 
 TEST(Ring, ResamplesByNearestFramesAveragedWithTheValueBefore) {
@@ -124,9 +117,8 @@ TEST(Ring, ResamplesByNearestFramesAveragedWithTheValueBefore) {
         ring.rewind(0);
         float left = 0, right = 0;
         ring.read(&left, &right, 1);
-        const Samples heard(ring.resampled.data[0], ring.resampled.data[0] + frames);
-        for (int i = 0; i < frames; ++i) EXPECT_EQ(ring.resampled.data[1][i], 2 * heard[i]);
-        return heard;
+        EXPECT_EQ(ring.lastValueR, 2 * ring.lastValueL);
+        return Samples(ring.resampled.data[0], ring.resampled.data[0] + frames);
     };
     // Frames 0, 2 and 5 of 8/3 each: (1+0)/2, (3+0.5)/2, (6+1.75)/2; the average goes on.
     EXPECT_EQ(resampled(3), (Samples{0.5f, 1.75f, 3.875f}));
@@ -135,7 +127,7 @@ TEST(Ring, ResamplesByNearestFramesAveragedWithTheValueBefore) {
     EXPECT_EQ(resampled(8), Samples(8)) << "its own size is left alone";
     EXPECT_EQ(resampled(16)[1], (2.359375f + 1) / 4 + 0.5f) << "each frame twice";
     ring.reset();
-    EXPECT_EQ(ring.lastValueL + ring.lastValueR + ring.resampled.data[0][15], 0.0f);
+    EXPECT_EQ(ring.lastValueL + ring.resampled.data[0][15], 0.0f);
 }
 
 TEST(DelayLine, DelaysByItsLengthAndRepeatsAFrameWhereTheLengthChanges) {
@@ -155,15 +147,71 @@ TEST(DelayLine, DelaysByItsLengthAndRepeatsAFrameWhereTheLengthChanges) {
     // At the first frame of a block the last one before; then an old frame of the kept storage.
     EXPECT_EQ(exchanged({16, 17}), (Samples{14, 11}));
 
-    Latency written, swapped;
-    Samples in(1500, 0.5f), block = in;
-    written.write(in.data(), 1500);
-    swapped.exchange(block.data(), 1500);
-    EXPECT_EQ(in, Samples(1500, 0.5f)) << "a write leaves the block";
+    Latency written;
+    Samples in(1024, 0.5f);
     written.write(nullptr, 1);
-    swapped.exchange(nullptr, 1);
-    EXPECT_EQ(written.pos, swapped.pos);
-    EXPECT_EQ(difference("line", written.data, swapped.data, 1024), "");
+    written.write(in.data(), 1024);
+    EXPECT_EQ(in, Samples(1024, 0.5f)) << "a write leaves the block";
+    written.exchange(nullptr, 1);
+    written.exchange(in.data(), 1024);
+    EXPECT_EQ(in, Samples(1024, 0.5f)) << "but is heard after it";
+}
+
+TEST(Ramp, CountsItsDelayDownAndReportsItsArrival) {
+    Interpolator ramp;
+    EXPECT_EQ(static_cast<void*>(&ramp), &ramp.event) << "the event is the first field";
+    int arrivals = 0;
+    ramp.callee = &arrivals;
+    ramp.event = [](void* callee, Interpolator* self, std::int32_t zero) {
+        *static_cast<int*>(callee) += 1 + zero;
+        self->currentValue = 5;  // read again after the call
+    };
+    for (const float step : {-1.0f, 1.0f}) {
+        ramp.rest(0);
+        ramp.delay = 2;
+        ramp.setTarget(16 * step);
+        for (const float expected : {0.0f, 0.0f, step, 2 * step}) EXPECT_EQ(ramp.tick(), expected);
+        for (int i = 3; i < 16; ++i) ramp.tick();
+        EXPECT_EQ(ramp.tick(), 5.0f) << "in the sixteenth step";
+        ramp.tick();
+    }
+    EXPECT_EQ(arrivals, 2);
+    ramp.rest(0);
+    ramp.setTarget(1e-6f);
+    EXPECT_EQ(ramp.currentValue, 0.0f) << "only below a millionth it jumps";
+    ramp.setTarget(9e-7f);
+    EXPECT_EQ(ramp.currentValue, 9e-7f);
+}
+
+TEST(Panpot, FollowsItsRampFrameByFrameWhereItIsSmoothed) {
+    for (const float side : {-1.0f, 1.0f}) {
+        Panpot smoothed;
+        smoothed.lSmoothed = 1;
+        smoothed.interp = {side, 0, side / 4, 16, 1};
+        Samples near(6, 1), far(6, 0.5f);
+        smoothed.process((side < 0 ? near : far).data(), (side < 0 ? far : near).data(), 6);
+        EXPECT_FLOAT_EQ(near[2], 0.8f * (1 + 0.5f * 0.5f)) << "after a frame of delay";
+        EXPECT_FLOAT_EQ(near[4] + far[5], 0.6f * (1 + 0.5f));
+    }
+}
+
+TEST(Gate, LeavesAResetToTheThreadThatIsInside) {
+    RenderGate gate;
+    int rendered = 0, resets = 0;
+    const auto reset = [&] {
+        EXPECT_FALSE(gate.render([] {}, [] {})) << "no segment during a reset";
+        if (++resets == 1) gate.reset([] { FAIL(); });
+    };
+    const auto render = [&] {
+        gate.reset([] { FAIL(); });
+        EXPECT_EQ(resets, 0);
+        ++rendered;
+    };
+    EXPECT_TRUE(gate.render(render, reset));
+    EXPECT_EQ(std::pair(rendered, resets), std::pair(1, 2)) << "again when asked during a reset";
+    gate.reset(reset);
+    EXPECT_TRUE(gate.render([&] { ++rendered; }, reset));
+    EXPECT_EQ(std::pair(rendered, resets), std::pair(2, 3));
 }
 
 }  // namespace
