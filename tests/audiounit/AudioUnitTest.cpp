@@ -1,37 +1,25 @@
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
 
 #include <cmath>
-#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include "audiounit/HostBlocks.h"
 #include "platform/foundation/NSError.h"
 #include "tests/audiounit/RenderingUnit.h"
-#include "tests/support/sanitized.h"
 
 namespace qov {
 namespace {
 
 using namespace platform;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 class AudioUnitTest : public testing::Test {
  protected:
-    static std::shared_ptr<AVAudioFormat> format(double rate, std::uint32_t channels) {
-        return AVAudioFormat::initStandardFormatWithSampleRate(rate, channels);
-    }
     static AUAudioUnit::PresetPointer preset(std::int64_t number, std::optional<std::string> name) {
         return std::make_shared<AUAudioUnitPreset>(AUAudioUnitPreset{number, std::move(name)});
-    }
-    std::vector<float> values() {
-        std::vector<float> values;
-        for (int address = 0; address < 8; ++address) values.push_back(unit_.getParameter(address));
-        return values;
     }
 
     ConsoleLines console_;
@@ -56,20 +44,16 @@ TEST_F(AudioUnitTest, NewInstanceIsNeutralAndLogsIt) {
     EXPECT_THAT(unit_.parametersForOverviewWithCount(2), ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
 
     QOV_Kelvane_PluginAudioUnit other;
-    NSError error;
-    EXPECT_FALSE(other.initWithComponentDescription({}, 0, &error));
-    EXPECT_TRUE(error);
+    EXPECT_FALSE(other.initWithComponentDescription({}, 0, nullptr));
     EXPECT_EQ(other.parameterTree(), nullptr) << "a base that fails builds nothing";
-    EXPECT_THAT(other.factoryPresets(), IsEmpty());
+    EXPECT_TRUE(other.factoryPresets().empty());
 }
 
-TEST_F(AudioUnitTest, TextIsCoarse) {
+TEST_F(AudioUnitTest, TextHasNoDecimals) {
     const auto width = unit_.parameterTree()->parameterWithAddress(kStereoWidth);
-    for (const auto& [value, text] :
-         {std::pair{0.0f, "0"}, {0.5f, "0"}, {std::nextafterf(0.5f, 1), "1"}, {1.0f, "1"}})
-        EXPECT_EQ(width->stringFromValue(&value), text);
-    width->setValue(0.75f);
-    EXPECT_EQ(width->stringFromValue(nullptr), "1");
+    EXPECT_EQ(width->stringFromValue(nullptr), "0");
+    const float more = std::nextafterf(0.5f, 1);
+    EXPECT_EQ(width->stringFromValue(&more), "1");
 }
 
 TEST_F(AudioUnitTest, OnlyAChangedValueReachesTheKernelAndSwitchesReadBackAsStored) {
@@ -94,47 +78,21 @@ TEST_F(AudioUnitTest, AllocationFailsWholeForOtherChannelsAndWithoutMemory) {
         NSError error;
         EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(&error));
         EXPECT_EQ(error, NSError("NSOSStatusErrorDomain", -10875));
+        EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(nullptr));
         EXPECT_FALSE(unit_.renderResourcesAllocated());
     };
     for (const std::uint32_t channels : {4, 1}) {
-        (*unit_.inputBusses())[0]->setFormat(format(48000, channels), nullptr);
+        const auto format = AVAudioFormat::initStandardFormatWithSampleRate(48000, channels);
+        (*unit_.inputBusses())[0]->setFormat(format, nullptr);
         refused();
-        EXPECT_FALSE(unit_.allocateRenderResourcesAndReturnError(nullptr));
-        unit_.outputBus()->setFormat(format(48000, channels), nullptr);
+        unit_.outputBus()->setFormat(format, nullptr);
         if (channels > 2) refused();
     }
     EXPECT_TRUE(unit_.allocateRenderResourcesAndReturnError(nullptr));
     EXPECT_EQ(unit_.getSamplerate(), 48000);
     unit_.deallocateRenderResources();
-    // Each of the host's blocks is copied.
-    struct Block {
-        explicit Block(const bool& fails) : hasNoMemory(fails) {}
-        Block(const Block& other) : hasNoMemory(other.hasNoMemory) {
-            if (hasNoMemory) throw std::bad_alloc();
-        }
-        bool operator()(...) const { return true; }
-        const bool& hasNoMemory;
-    };
-    bool hasNoMemory = false;
-    unit_.setMusicalContextBlock([](auto...) { return true; });
-    unit_.setTransportStateBlock(Block(hasNoMemory));
-    hasNoMemory = true;
-    refused();
-    EXPECT_FALSE(_musicalContext) << "kept a block of the allocation that failed";
-    unit_.setTransportStateBlock({});
     unit_.setMaximumFramesToRender(0);
     refused();
-#ifndef QOV_SANITIZED
-    unit_.setMaximumFramesToRender(1u << 31);
-    rlimit before{};
-    getrlimit(RLIMIT_AS, &before);
-    const rlimit tight{rlim_t{4} << 30, before.rlim_max};
-    setrlimit(RLIMIT_AS, &tight);
-    refused();
-    setrlimit(RLIMIT_AS, &before);
-    unit_.setMaximumFramesToRender(16);
-    EXPECT_TRUE(unit_.allocateRenderResourcesAndReturnError(nullptr));
-#endif
 }
 
 TEST_F(AudioUnitTest, AllocationAnnouncesAndKeepsTheHostsBlocks) {
@@ -188,15 +146,14 @@ TEST_F(AudioUnitTest, EachPullStartsFromTheUnitsOwnBuffers) {
     std::vector<void*> offered;
     float silence[64] = {};
     host_.pull = [&](auto*, auto*, auto, auto bus, AudioBufferList* data) {
-        EXPECT_EQ(bus, 0);
-        EXPECT_EQ(data->mBuffers[1].mDataByteSize, 4096u) << "the longest cycle's";
-        offered.push_back(data->mBuffers[1].mData);
-        data->mBuffers[0].mData = data->mBuffers[1].mData = silence;
-        data->mBuffers[1].mDataByteSize = 4;
+        auto& right = data->mBuffers[1];
+        EXPECT_EQ(right.mDataByteSize, 4096u + bus) << "the longest cycle's";
+        offered.push_back(right.mData);
+        data->mBuffers[0].mData = right.mData = silence;
+        right.mDataByteSize = 4;
         return AUAudioUnitStatus{0};
     };
-    host_.render(ramp(8));
-    host_.render(ramp(8));
+    for (int cycle = 0; cycle < 2; ++cycle) host_.render(ramp(8));
     EXPECT_EQ(offered[0], offered[1]);
 }
 
@@ -216,21 +173,19 @@ TEST_F(AudioUnitTest, FetchingEitherChannelClearsTheNewDataFlag) {
 }
 
 TEST_F(AudioUnitTest, FactoryPresetSetsTheKernelThroughTheTreeAndNotifiesObservers) {
-    ASSERT_EQ(unit_.factoryPresets().size(), 3u);
     std::vector<AUParameterAddress> notified;
     unit_.parameterTree()->tokenByAddingParameterObserver(
         [&](AUParameterAddress address, AUValue) { notified.push_back(address); });
     for (const std::int64_t number : {2, 0, 1}) {
         for (AUParameterAddress address = 0; address < 8; ++address) host_.setValue(address, 1);
         notified.clear();
-        console_.take();
         unit_.setCurrentPreset(preset(number, "a host's own name for it"));
-        EXPECT_THAT(values(), ElementsAre(0.5f, 0.5f, 0, 0, 0, 0, 0, 0)) << number;
+        for (int address = 0; address < 8; ++address)
+            EXPECT_EQ(unit_.getParameter(address), address < 2 ? 0.5f : 0.0f) << number;
         EXPECT_THAT(notified, ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
-        const auto figure = std::to_string(number) + ", " + std::to_string(number + 1);
-        EXPECT_THAT(console_.take(),
-                    ElementsAre("currentPreset Factory: " + figure + ". Default Preset (Init)\n"));
     }
+    EXPECT_EQ(console_.take().back(), "currentPreset Factory: 1, 2. Default Preset (Init)\n");
+    ASSERT_EQ(unit_.factoryPresets().size(), 3u);
     EXPECT_EQ(unit_.currentPreset(), unit_.factoryPresets()[1]);
     EXPECT_THAT(console_.take(), ElementsAre("Returning Current Factory Preset: 1\n"));
 }
@@ -238,12 +193,11 @@ TEST_F(AudioUnitTest, FactoryPresetSetsTheKernelThroughTheTreeAndNotifiesObserve
 TEST_F(AudioUnitTest, CustomPresetsAreOnlyRememberedAndInvalidOnesRejected) {
     console_.take();
     host_.setValue(kStereoWidth, 0.25f);
-    const auto before = values();
     const auto mine = preset(-1, "Mine");
     for (const auto& given : {mine, preset(5, "No such"), {}, preset(-1, std::nullopt)})
         unit_.setCurrentPreset(given);
     EXPECT_EQ(unit_.currentPreset(), mine);
-    EXPECT_EQ(values(), before);
+    EXPECT_EQ(unit_.getParameter(kStereoWidth), 0.25f);
     EXPECT_THAT(console_.take(),
                 ElementsAre("currentPreset Custom: -1, Mine\n", "nil passed to setCurrentPreset!",
                             "setCurrentPreset not set! - invalid AUAudioUnitPreset\n",
