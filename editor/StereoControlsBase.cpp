@@ -344,7 +344,7 @@ void StereoControlsBase::print(CGContext& context, const PanelStyle& style,
         const CGRect square{bracket.x - radius, bracket.y - radius, 2 * radius, 2 * radius};
         if (box.intersection(square).isNull()) continue;
         stroke(context, line.font()->outlines(line.words, line.size, origin, line.tracking),
-               style.plate((box.midY() - plateBox.minY()) / plateBox.height()), 3);
+               style.plate((box.midY() - plateBox.minY()) / plateBox.height()), 1.5);
     }
     line.draw(context, style.ink);
 }
