@@ -1,8 +1,5 @@
 #pragma once
 
-#include <memory>
-#include <span>
-
 #include <gtest/gtest.h>
 
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
@@ -63,17 +60,6 @@ class EditorFixture : public testing::Test {
         const platform::UIGraphicsContextScope scope(*picture);
         view.draw({0, 0, width, height});
         return picture;
-    }
-
-    /// How many values (of 0 to 255, four a pixel) of two pictures differ by more than this.
-    static int unlike(std::span<const std::uint32_t> one, std::span<const std::uint32_t> other,
-                      int tolerance) {
-        int count = 0;
-        for (std::size_t i = 0; i < one.size(); ++i)
-            for (const int shift : {0, 8, 16, 24})
-                count += std::abs(static_cast<int>(one[i] >> shift & 255) -
-                                  static_cast<int>(other[i] >> shift & 255)) > tolerance;
-        return count;
     }
 
     ConsoleLines console;

@@ -1,9 +1,8 @@
 #include <fstream>
-#include <iterator>
+#include <numeric>
 #include <span>
 #include <sstream>
 
-#include "editor/StereoControlsDelegate.h"
 #include "platform/coregraphics/CGImage.h"
 #include "platform/uikit/UISlider.h"
 #include "tests/editor/EditorFixture.h"
@@ -27,16 +26,16 @@ TEST(ResizingBehavior, ScalesAndCentresAndOnlyThePanelsStoresTheScale) {
     constexpr double high = 25 / 11.0;
     const std::pair<double, double> scales[]{{1.5, 1.5}, {high, high}, {1.5, high}, {1, 1}};
     for (int raw = 0; raw < 4; ++raw) {
+        const auto [x, y] = scales[raw];
         drawScaleX = drawScaleY = 0;
         const CGRect fitted = fit<CorrelographBaseAU>(raw, view);
         EXPECT_EQ(fit<PluginFrameBaseEx>(raw, view), fitted);
         EXPECT_EQ(drawScaleX + drawScaleY, 0);
         EXPECT_EQ(fit<StereoControlsBase>(raw, view), fitted);
-        const auto [x, y] = scales[raw];
-        const double expected[]{x, y, 680 * x, 440 * y, 520, 520};
-        const double actual[]{drawScaleX,      drawScaleY,    fitted.width(),
-                              fitted.height(), fitted.midX(), fitted.midY()};
-        for (int i = 0; i < 6; ++i) EXPECT_NEAR(actual[i], expected[i], 1e-9) << raw << " " << i;
+        EXPECT_EQ(std::pair(drawScaleX, drawScaleY), scales[raw]);
+        EXPECT_DOUBLE_EQ(fitted.width(), 680 * x);
+        EXPECT_DOUBLE_EQ(fitted.height(), 440 * y);
+        EXPECT_EQ(fitted.center(), CGPoint(520, 520));
     }
     drawScaleX = 0.5;
     EXPECT_EQ(fit<StereoControlsBase>(0, CGRect::zero()), canvas);
@@ -78,7 +77,7 @@ class Panel : public test::EditorFixture {
 
 TEST_F(Panel, EachHotspotSwitchesOrStartsItsOwnControl) {
     // Area, mode, and what the first and the second touch report.
-    const std::tuple<CGRect, const char*, const char*, const char*> cases[]{
+    const std::tuple<CGRect, std::string, const char*, const char*> cases[]{
         {{40, 70, 125, 40}, "swap channels", "p3=1 ", "p3=0 "},
         {{40, 112, 125, 40}, "invert channel", "p4=1 ", "p4=0 "},
         {{40, 319, 125, 40}, "recover mono", "p5=1 ", "p5=0 "},
@@ -97,11 +96,10 @@ TEST_F(Panel, EachHotspotSwitchesOrStartsItsOwnControl) {
         show({width, width * 11 / 17});
         for (const auto& [area, mode, on, off] : cases) {
             const auto touchAt = [&, mode = mode](double x, double y) {
-                controller->touchesLocked = !*mode;
+                controller->touchesLocked = mode.empty();
                 down({x * width / 680, y * width / 680});
-                EXPECT_EQ(panel->currentEditingMode, mode);
-                EXPECT_EQ(controller->touchesLocked, *mode != 0);
-                EXPECT_EQ(console.take().back(), std::string("Current editing mode is: ") + mode);
+                EXPECT_EQ(controller->touchesLocked, !mode.empty());
+                EXPECT_EQ(console.take().back(), "Current editing mode is: " + mode);
                 const auto reported = takeReports();
                 up({x * width / 680, y * width / 680}), takeReports();
                 return reported;
@@ -112,7 +110,7 @@ TEST_F(Panel, EachHotspotSwitchesOrStartsItsOwnControl) {
                                          {area.maxX() + 0.6, area.midY()},
                                          {area.midX(), area.minY() - 0.6},
                                          {area.midX(), area.maxY() + 0.6}})
-                EXPECT_TRUE(!*mode || panel->baseClass.modeAt(beside) != std::string(mode));
+                EXPECT_TRUE(mode.empty() || panel->baseClass.modeAt(beside) != mode);
         }
     }
 }
@@ -165,27 +163,6 @@ TEST_F(Panel, CancelKeepsTheModeAndTouchesWithoutOwnersAreIgnored) {
     EXPECT_EQ(takeEvents(), "");
 }
 
-// Outside the screen at +20 % and over the phase field at +80 %.
-TEST_F(Panel, TheRightBracketHasContrastAtEveryWidthAndBrightness) {
-    const auto luminance = [](std::uint32_t pixel) {
-        double sum = 0;
-        for (const auto& [shift, part] : {std::pair(16, 0.2126), {8, 0.7152}, {0, 0.0722}})
-            sum += part * std::pow((pixel >> shift & 255) / 255.0, 2.2);
-        return sum;
-    };
-    for (const float width : {0.5f, 0.6f, 0.9f})
-        for (const float brightness : {0.0f, 0.25f, 0.45f, 0.5f, 0.75f, 1.0f}) {
-            panel->updateParameter(kStereoWidth, width);
-            panel->updateParameter(kPhaseShift, 1);
-            panel->setBrightness(brightness);
-            const auto picture = draw(*panel, 680, 440, 4);
-            const auto* post =
-                &picture->pixels()[880 * 2720 + std::lround(4 * (350 + 256 * width))];
-            EXPECT_GE((luminance(post[0]) + 0.05) / (luminance(post[7]) + 0.05), 3)
-                << width << " on " << brightness;
-        }
-}
-
 TEST_F(Panel, TextsCountNaNAsZeroAndNeedAnAudioUnitWithAViewController) {
     panel->viewController.reset();
     const auto captionOf = [&](float value) {
@@ -193,11 +170,17 @@ TEST_F(Panel, TextsCountNaNAsZeroAndNeedAnAudioUnitWithAViewController) {
         const auto drawn = draw(*panel, 680, 440);
         return std::vector(&drawn->pixels()[680 * 176], &drawn->pixels()[680 * 202]);
     };
-    EXPECT_EQ(captionOf(NAN), captionOf(0));
-    EXPECT_NE(captionOf(1), captionOf(0));
+    EXPECT_TRUE(captionOf(NAN) == captionOf(0) && captionOf(1) != captionOf(0));
     panel->viewController = controller;
     controller->setAudioUnit(nullptr);
     EXPECT_DEATH(draw(*panel, 68, 44), "audio unit is missing");
+}
+
+/// Whether two colours differ by more than 3 of 255: more than another compiler's rounding.
+bool differ(std::uint32_t one, std::uint32_t other) {
+    for (const int shift : {0, 8, 16, 24})
+        if (std::abs(int(one >> shift & 255) - int(other >> shift & 255)) > 3) return true;
+    return false;
 }
 
 // Looked at by eye when they were taken; KELVANE_TAKE_GOLDEN=1 takes them anew.
@@ -210,9 +193,9 @@ TEST_F(Panel, LooksAsApproved) {
         std::ifstream file(GOLDEN_FOLDER "/" + name + ".png", std::ios::binary);
         const std::string bytes{std::istreambuf_iterator<char>(file), {}};
         const auto approved = platform::CGImage::decode(std::as_bytes(std::span(bytes)));
-        // Room for another compiler's rounding, not for a line that is paler or wider.
-        if (approved && approved->pixels().size() == image->pixels().size() && !isTaken &&
-            unlike(image->pixels(), approved->pixels(), 3) <= 4)
+        const auto now = image->pixels(), before = approved ? approved->pixels() : now.first(0);
+        if (!isTaken && now.size() == before.size() &&
+            std::inner_product(now.begin(), now.end(), before.begin(), 0, std::plus(), differ) < 5)
             return;
         const std::string path = (isTaken ? GOLDEN_FOLDER "/" : DIFFERENCE_FOLDER "/") + name;
         std::ofstream(path + ".png", std::ios::binary)
@@ -245,6 +228,15 @@ TEST_F(Panel, LooksAsApproved) {
     check("frame", *controller->pluginFrame, 170);
     controller->brightnessSlider->setFrame({0, 0, 300, 32});
     check("slider", *controller->brightnessSlider, 300, 2);
+    for (int i = 0; i < 2048; ++i) {
+        const float at = static_cast<float>(i), mid = 0.4f * std::sin(0.031f * at);
+        controller->audioUnit()->getBufferLeft()[i] = mid;
+        controller->audioUnit()->getBufferRight()[i] = mid + 0.3f * std::sin(0.02f * at);
+    }
+    for (const std::string mode : {"points", "ovals", "lines"}) {
+        controller->correlographView->baseClass.drawMode = mode;
+        check("correlograph-" + mode, *controller->correlographView, 280, 1.5);
+    }
 }
 
 }  // namespace
