@@ -43,9 +43,8 @@ constexpr std::uint64_t settings[] = {kStereoWidth, kInvertChannel};
 /// The plug-in, and the instance that it is held against.
 class Pair {
  public:
-    Pair(Format& format, Format& instance, double rate)
-        : can_(format.capabilities()),
-          isInstance_(&format == &instance),
+    Pair(const Format& format, const Format& instance, double rate)
+        : isInstance_(&format == &instance),
           rate_(rate),
           plugin_(format.create()),
           expected_(instance.create()) {
@@ -132,8 +131,8 @@ class Pair {
                                                               kind == 255 ? data % 4 : 3));
                 continue;
             }
-            const bool isMidi = can_.midi && kind >= 192;
-            const bool isVolume = can_.midiVolume && kind >= 224;
+            const bool isMidi = kind >= 192;
+            const bool isVolume = kind >= 224;
             const auto address = isVolume ? kVolume
                                  : isMidi ? kPanorama
                                           : automated[kind % std::size(automated)];
@@ -150,8 +149,7 @@ class Pair {
     }
 
     void process(Bytes& bytes) {
-        auto frames = bytes.take<std::uint16_t>() % (longest + 1);
-        if (!can_.emptyBlocks) frames = std::max(frames, 1U);
+        const auto frames = bytes.take<std::uint16_t>() % (longest + 1);
         constexpr std::size_t layouts[][2] = {{2, 3}, {0, 1}, {1, 0}};
         const auto& [left, right] = layouts[bytes.take<std::uint8_t>() % std::size(layouts)];
         Noise noise(bytes.take<std::uint8_t>());
@@ -199,7 +197,6 @@ class Pair {
         }
     }
 
-    test::Capabilities can_;
     bool isInstance_;
     double rate_;
     std::unique_ptr<Plugin> plugin_, expected_;
@@ -211,17 +208,16 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     platform::console::setSink({});
     // The fuzzer counts what it reaches in every object that it has seen, so none may be unloaded.
     static std::vector<std::unique_ptr<Plugin>> loaded;
-    for (const auto& format : Format::all()) loaded.push_back(format->create());
+    for (const auto& [name, format] : Format::all()) loaded.push_back(format.create());
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const auto& formats = Format::all();
-    const auto instance = std::ranges::find(formats, "Instance", &Format::name);
     Bytes bytes(data, size);
-    const auto choice = bytes.take<std::uint8_t>() % formats.size();
+    const auto choice = std::next(formats.begin(), bytes.take<std::uint8_t>() % formats.size());
     const auto rate = rates[bytes.take<std::uint8_t>() % std::size(rates)];
-    Pair pair(*formats[choice], **instance, rate);
+    Pair pair(choice->second, formats.at("Instance"), rate);
     for (int calls = 0; calls < 20 && !bytes.empty(); ++calls) pair.call(bytes);
     return 0;
 }

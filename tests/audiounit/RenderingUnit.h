@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <random>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -29,6 +30,16 @@ inline Stereo ramp(std::size_t frames) {
         signal.left.push_back(static_cast<float>(i));
         signal.right.push_back(-static_cast<float>(i));
     }
+    return signal;
+}
+
+/// White noise in -1..1, the same for the same length.
+inline Stereo noise(std::size_t frames) {
+    std::minstd_rand random(7);
+    std::uniform_real_distribution<float> level(-1, 1);
+    Stereo signal{std::vector<float>(frames), std::vector<float>(frames)};
+    for (auto* channel : {&signal.left, &signal.right})
+        for (auto& sample : *channel) sample = level(random);
     return signal;
 }
 

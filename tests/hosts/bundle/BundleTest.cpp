@@ -1,11 +1,7 @@
-#include <clap/entry.h>
-#include <clap/plugin-factory.h>
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -13,7 +9,7 @@
 #include <sstream>
 #include <string>
 
-#include "hosts/instance/product.h"
+#include "tests/hosts/clap/TestHost.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace fs = std::filesystem;
@@ -35,7 +31,7 @@ std::string outputOf(const std::string& command) {
     return output;
 }
 
-/// The symbols that a shared object offers, without those that the sanitizers add.
+/// The exported symbols of a shared object, without those that the sanitizers add.
 Names exported(const fs::path& file) {
     Names names;
     std::istringstream lines(outputOf("nm -D --defined-only -P '" + file.string() + "'"));
@@ -43,15 +39,14 @@ Names exported(const fs::path& file) {
     return names;
 }
 
-/// What each entry exports to hosts, by its name in the bundle.
+/// The exports of each entry, by its name in the bundle.
 const std::map<std::string, Names> kEntryPoints{
     {"kelvane.clap", {"clap_entry"}},
     {"kelvane.so", {"lv2_descriptor"}},
     {"kelvane_ui.so", {"lv2ui_descriptor"}},
-    {"QOV Kelvane.so", {"GetPluginFactory", "ModuleEntry", "ModuleExit"}},
-};
+    {"QOV Kelvane.so", {"GetPluginFactory", "ModuleEntry", "ModuleExit"}}};
 
-TEST(Bundle, EntriesExportTheirEntryPointsAloneAndNeedNothingOfTheEditor) {
+TEST(Bundle, EntriesExportTheirEntryPointsOnlyAndNeedNoLibraryOfTheEditor) {
     std::size_t entries = 0;
     for (const auto& item : fs::recursive_directory_iterator(PLUGINS)) {
         const auto& file = item.path();
@@ -73,27 +68,19 @@ TEST(Bundle, EntriesExportTheirEntryPointsAloneAndNeedNothingOfTheEditor) {
     EXPECT_EQ(entries, kEntryPoints.size());
 }
 
-TEST(Bundle, AMissingBodyIsReportedInOneLineAndNothingIsMade) {
+TEST(Bundle, AMissingBodyIsReportedInOneLineAndNothingIsCreated) {
     const TemporaryFolder folder;
     const auto lonely = folder / "kelvane.clap";
-    fs::copy_file(fs::path(PLUGINS) / "clap/kelvane/kelvane.clap", lonely);
-
-    void* library = dlopen(lonely.c_str(), RTLD_NOW | RTLD_LOCAL);
-    ASSERT_TRUE(library) << dlerror();
-    const auto* entry = static_cast<const clap_plugin_entry_t*>(dlsym(library, "clap_entry"));
-    ASSERT_TRUE(entry && entry->init(lonely.c_str()));
-    const auto* factory =
-        static_cast<const clap_plugin_factory_t*>(entry->get_factory(CLAP_PLUGIN_FACTORY_ID));
+    fs::copy_file(PLUGINS "/clap/kelvane/kelvane.clap", lonely);
+    const auto& factory = clapFactory<clap_plugin_factory_t>(CLAP_PLUGIN_FACTORY_ID, lonely);
     clap_host_t host{};
     host.clap_version = CLAP_VERSION;
     testing::internal::CaptureStderr();
     for (int time = 0; time < 2; ++time)
-        EXPECT_EQ(factory->create_plugin(factory, &host, hosts::product::identifier), nullptr);
-    const auto said = testing::internal::GetCapturedStderr();
-    EXPECT_THAT(said, testing::HasSubstr(folder / kBody));
-    EXPECT_EQ(std::ranges::count(said, '\n'), 1);
-    entry->deinit();
-    dlclose(library);
+        EXPECT_EQ(factory.create_plugin(&factory, &host, hosts::product::identifier), nullptr);
+    const auto line = testing::internal::GetCapturedStderr();
+    EXPECT_THAT(line, testing::HasSubstr(folder / kBody));
+    EXPECT_EQ(std::ranges::count(line, '\n'), 1);
 }
 
 }  // namespace

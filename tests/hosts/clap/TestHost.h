@@ -7,6 +7,7 @@
 #include <clap/ext/state.h>
 #include <clap/ext/timer-support.h>
 #include <clap/host.h>
+#include <clap/plugin-factory.h>
 #include <dlfcn.h>
 #include <poll.h>
 
@@ -14,36 +15,70 @@
 #include <cstring>
 #include <map>
 #include <set>
+#include <span>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "hosts/clap/abi.h"
+#include "hosts/instance/product.h"
+#include "tests/support/renderEvents.h"
 
 namespace qov::test {
 
-/// The binary of the CLAP plug-in, open as long as the process.
-class ClapBinary {
- public:
-    explicit ClapBinary(const std::string& path) {
-        void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (!library) throw std::runtime_error(dlerror());
-        entry = static_cast<const clap_plugin_entry_t*>(dlsym(library, "clap_entry"));
-        if (!entry || !entry->init(path.c_str())) throw std::runtime_error("no CLAP entry");
-    }
+/// A factory of the CLAP binary at a path, which stays open as long as the process.
+template <class Factory>
+const Factory& clapFactory(const char* id, const std::string& path = CLAP_BINARY) {
+    void* library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!library) throw std::runtime_error(dlerror());
+    const auto* entry = static_cast<const clap_plugin_entry_t*>(dlsym(library, "clap_entry"));
+    if (!entry || !entry->init(path.c_str())) throw std::runtime_error("no CLAP entry");
+    return *static_cast<const Factory*>(entry->get_factory(id));
+}
 
-    template <class Factory>
-    const Factory* factory(const char* id) const {
-        return static_cast<const Factory*>(entry->get_factory(id));
-    }
-
-    const clap_plugin_entry_t* entry;
+/// One event of any kind in a host's list.
+union ClapEvent {
+    clap_event_header_t header;
+    clap_event_param_value_t value;
+    clap_event_param_gesture_t gesture;
+    clap_event_midi_t midi;
 };
 
-/// A CLAP host around one plug-in. It notes what the plug-in asks for, and does it when told to.
+inline ClapEvent clapEvent(const platform::AURenderEvent& from) {
+    ClapEvent event{};
+    const auto header = [&](std::size_t size, int type) {
+        return clap_event_header_t{static_cast<std::uint32_t>(size),
+                                   static_cast<std::uint32_t>(from.head.eventSampleTime),
+                                   CLAP_CORE_EVENT_SPACE_ID, static_cast<std::uint16_t>(type), 0};
+    };
+    const auto& data = from.MIDI.data;
+    if (isMidi(from))
+        event.midi = {header(sizeof event.midi, CLAP_EVENT_MIDI), 0, {data[0], data[1], data[2]}};
+    else
+        event.value = {header(sizeof event.value, CLAP_EVENT_PARAM_VALUE),
+                       static_cast<clap_id>(from.parameter.parameterAddress),
+                       nullptr,
+                       -1,
+                       -1,
+                       -1,
+                       -1,
+                       double{from.parameter.value}};
+    return event;
+}
+
+/// A CLAP host with one plug-in. It notes what the plug-in asks for; a test decides when to do it.
 class ClapTestHost {
  public:
     /// Without loops, the plug-in gets neither timers nor descriptors.
-    explicit ClapTestHost(bool hasLoops = true) : hasLoops_(hasLoops) {}
+    explicit ClapTestHost(bool hasLoops = true) : hasLoops_(hasLoops) {
+        static const auto& factory = clapFactory<clap_plugin_factory_t>(CLAP_PLUGIN_FACTORY_ID);
+        plugin = factory.create_plugin(&factory, &table, hosts::product::identifier);
+        if (!plugin || !plugin->init(plugin)) throw std::runtime_error("no plug-in");
+        received.reserve(room);
+    }
+    ~ClapTestHost() { plugin->destroy(plugin); }
+    ClapTestHost(const ClapTestHost&) = delete;
+    ClapTestHost& operator=(const ClapTestHost&) = delete;
 
     const clap_host_t table{
         .clap_version = CLAP_VERSION,
@@ -57,8 +92,9 @@ class ClapTestHost {
         .request_process = [](const clap_host_t*) {},
         .request_callback = [](const clap_host_t* host) { of(host).callback = true; },
     };
+    const clap_plugin_t* plugin = nullptr;
 
-    // Asked for, by any thread
+    // Requests of the plug-in, from any thread
     std::atomic<bool> restart{false}, callback{false}, flush{false};
     // Main thread
     int rescans = 0, dirt = 0, latencyChanges = 0;
@@ -67,50 +103,76 @@ class ClapTestHost {
     std::map<int, std::uint32_t> descriptors;
     std::string loadedPreset, presetError;
 
-    /// Timers and descriptors, once.
-    void turnLoops(const clap_plugin_t* plugin) const {
-        const auto* onTimer =
-            extension<clap_plugin_timer_support_t>(plugin, CLAP_EXT_TIMER_SUPPORT);
-        const auto* onFd = extension<hosts::clap::abi::PluginPosixFdSupport>(
-            plugin, hosts::clap::abi::posixFdSupport);
-        for (const auto timer : std::set(timers)) onTimer->on_timer(plugin, timer);
-        for (const auto& [descriptor, flags] : std::map(descriptors)) {
-            pollfd waiting{descriptor, POLLIN, 0};
-            if (poll(&waiting, 1, 0) == 1) onFd->on_fd(plugin, descriptor, flags);
-        }
-    }
+    // Of the present block. Output events are received while there is room for them.
+    std::vector<ClapEvent> sent, received;
+    std::size_t room = 1000;
+    const clap_input_events_t in{
+        this,
+        [](const clap_input_events_t* list) {
+            return static_cast<std::uint32_t>(of(list).sent.size());
+        },
+        [](const clap_input_events_t* list, std::uint32_t index) -> const clap_event_header_t* {
+            return &of(list).sent[index].header;
+        }};
+    const clap_output_events_t out{
+        this, [](const clap_output_events_t* list, const clap_event_header_t* event) {
+            if (of(list).room == 0) return false;
+            --of(list).room;
+            std::memcpy(&of(list).received.emplace_back(), event, event->size);
+            return true;
+        }};
 
     template <class Extension>
-    static const Extension* extension(const clap_plugin_t* plugin, const char* id) {
+    const Extension* extension(const char* id) const {
         const auto* found = static_cast<const Extension*>(plugin->get_extension(plugin, id));
         if (!found) throw std::runtime_error(std::string("the plug-in lacks ") + id);
         return found;
+    }
+    const clap_plugin_gui_t* gui() const { return extension<clap_plugin_gui_t>(CLAP_EXT_GUI); }
+    std::uint32_t latency() const {
+        return extension<clap_plugin_latency_t>(CLAP_EXT_LATENCY)->get(plugin);
+    }
+
+    /// Timers, descriptors and a requested callback, once.
+    void turnLoop() {
+        const auto* onTimer = extension<clap_plugin_timer_support_t>(CLAP_EXT_TIMER_SUPPORT);
+        const auto* onFd =
+            extension<hosts::clap::abi::PluginPosixFdSupport>(hosts::clap::abi::posixFdSupport);
+        for (const auto timer : std::set(timers)) onTimer->on_timer(plugin, timer);
+        for (const auto& [descriptor, flags] : std::map(descriptors)) {
+            pollfd readable{descriptor, POLLIN, 0};
+            if (poll(&readable, 1, 0) == 1) onFd->on_fd(plugin, descriptor, flags);
+        }
+        if (callback.exchange(false)) plugin->on_main_thread(plugin);
     }
 
  private:
     static ClapTestHost& of(const clap_host_t* host) {
         return *static_cast<ClapTestHost*>(host->host_data);
     }
+    template <class List>
+    static ClapTestHost& of(const List* list) {
+        return *static_cast<ClapTestHost*>(list->ctx);
+    }
 
     const void* find(const char* id) const {
+        namespace abi = hosts::clap::abi;
         static const clap_host_params_t params{
             .rescan = [](const clap_host_t* host, clap_param_rescan_flags) { ++of(host).rescans; },
-            .clear = [](const clap_host_t*, clap_id, clap_param_clear_flags) {},
+            .clear = nullptr,
             .request_flush = [](const clap_host_t* host) { of(host).flush = true; }};
         static const clap_host_state_t state{
             .mark_dirty = [](const clap_host_t* host) { ++of(host).dirt; }};
         static const clap_host_latency_t latency{
             .changed = [](const clap_host_t* host) { ++of(host).latencyChanges; }};
-        static const clap_host_gui_t gui{
-            .resize_hints_changed = [](const clap_host_t*) {},
-            .request_resize = [](const clap_host_t*, uint32_t, uint32_t) { return false; },
-            .request_show = [](const clap_host_t*) { return false; },
-            .request_hide = [](const clap_host_t*) { return false; },
-            .closed =
-                [](const clap_host_t* host, bool destroyed) {
-                    of(host).closed = true;
-                    of(host).wasDestroyed = destroyed;
-                }};
+        static const clap_host_gui_t gui{.resize_hints_changed = nullptr,
+                                         .request_resize = nullptr,
+                                         .request_show = nullptr,
+                                         .request_hide = nullptr,
+                                         .closed = [](const clap_host_t* host, bool destroyed) {
+                                             of(host).closed = true;
+                                             of(host).wasDestroyed = destroyed;
+                                         }};
         static const clap_host_timer_support_t timerSupport{
             .register_timer =
                 [](const clap_host_t* host, uint32_t, clap_id* timer) {
@@ -120,28 +182,28 @@ class ClapTestHost {
                 },
             .unregister_timer = [](const clap_host_t* host,
                                    clap_id timer) { return of(host).timers.erase(timer) == 1; }};
-        static const hosts::clap::abi::HostPosixFdSupport fdSupport{
+        static const abi::HostPosixFdSupport fdSupport{
             .register_fd =
                 [](const clap_host_t* host, int fd, uint32_t flags) {
                     return of(host).descriptors.emplace(fd, flags).second;
                 },
-            .modify_fd = [](const clap_host_t*, int, uint32_t) { return false; },
+            .modify_fd = nullptr,
             .unregister_fd = [](const clap_host_t* host,
                                 int fd) { return of(host).descriptors.erase(fd) == 1; }};
-        static const hosts::clap::abi::HostPresetLoad presetLoad{
+        static const abi::HostPresetLoad presetLoad{
             .on_error = [](const clap_host_t* host, uint32_t, const char*, const char*, int32_t,
                            const char* message) { of(host).presetError = message; },
             .loaded = [](const clap_host_t* host, uint32_t, const char*,
                          const char* key) { of(host).loadedPreset = key; }};
-        const auto is = [id](const char* name) { return std::strcmp(id, name) == 0; };
-        if (is(CLAP_EXT_PARAMS)) return &params;
-        if (is(CLAP_EXT_STATE)) return &state;
-        if (is(CLAP_EXT_LATENCY)) return &latency;
-        if (is(CLAP_EXT_GUI)) return &gui;
-        if (is(hosts::clap::abi::presetLoad)) return &presetLoad;
-        if (hasLoops_ && is(CLAP_EXT_TIMER_SUPPORT)) return &timerSupport;
-        if (hasLoops_ && is(hosts::clap::abi::posixFdSupport)) return &fdSupport;
-        return nullptr;
+        static const std::map<std::string, const void*> all{
+            {CLAP_EXT_PARAMS, &params},       {CLAP_EXT_STATE, &state},
+            {CLAP_EXT_LATENCY, &latency},     {CLAP_EXT_GUI, &gui},
+            {abi::presetLoad, &presetLoad},   {CLAP_EXT_TIMER_SUPPORT, &timerSupport},
+            {abi::posixFdSupport, &fdSupport}};
+        const auto found = all.find(id);
+        const bool isLoop =
+            id == std::string(CLAP_EXT_TIMER_SUPPORT) || id == std::string(abi::posixFdSupport);
+        return found == all.end() || (isLoop && !hasLoops_) ? nullptr : found->second;
     }
 
     const bool hasLoops_;

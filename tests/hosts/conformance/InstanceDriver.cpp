@@ -1,17 +1,9 @@
-// The instance itself, without a format around it: what every adapter is measured against.
+// The bare instance, without a format around it: the reference for every adapter.
 
-#include <stdexcept>
-
-#include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
-#include "dsp/ParameterAddress.h"
 #include "editor/AudioUnitViewController.h"
 #include "hosts/instance/Instance.h"
-#include "hosts/instance/product.h"
 #include "hosts/window/EditorWindow.h"
-#include "platform/dispatch/RunLoop.h"
-#include "platform/foundation/NSError.h"
 #include "platform/uikit/NativeWindow.h"
-#include "platform/uikit/UIWindow.h"
 #include "tests/hosts/conformance/Plugin.h"
 #include "tests/hosts/instance/playBlock.h"
 
@@ -21,12 +13,6 @@ namespace {
 using hosts::EditorWindow;
 using hosts::Instance;
 using platform::AURenderEvent;
-
-std::unique_ptr<Instance> makeInstance() {
-    auto instance = Instance::create(nullptr, {}, std::make_shared<AudioUnitViewController>());
-    if (!instance) throw std::runtime_error("there is no audio unit to be had");
-    return instance;
-}
 
 class InstancePlugin : public Plugin {
  public:
@@ -38,17 +24,13 @@ class InstancePlugin : public Plugin {
 
     void prepare(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
                  std::span<const AURenderEvent> events) override {
-        for (int channel = 0; channel < 2; ++channel) {
-            input_[channel] = input[channel];
-            output_[channel] = output[channel];
-        }
+        std::ranges::copy(input, input_);
+        std::ranges::copy(output, output_);
         frames_ = frames;
         events_.assign(events.begin(), events.end());
     }
     void run() override {
-        const float* const input[2] = {input_[0], input_[1]};
-        float* const output[2] = {output_[0], output_[1]};
-        playBlock(*instance_, input, output, frames_, events_);
+        playBlock(*instance_, {input_[0], input_[1]}, {output_[0], output_[1]}, frames_, events_);
     }
 
     std::uint32_t latency() override { return instance_->latency(); }
@@ -94,47 +76,16 @@ class InstancePlugin : public Plugin {
     void idle() override { instance_->pump(); }
 
  private:
-    std::unique_ptr<Instance> instance_ = makeInstance();
-    std::unique_ptr<EditorWindow> editor_;  // goes first
+    std::unique_ptr<Instance> instance_ =
+        Instance::create(nullptr, {}, std::make_shared<AudioUnitViewController>());
+    std::unique_ptr<EditorWindow> editor_;  // ends before the instance
     const float* input_[2] = {};
     float* output_[2] = {};
     std::uint32_t frames_ = 0;
     std::vector<AURenderEvent> events_;
 };
 
-class InstanceFormat : public Format {
- public:
-    std::string name() const override { return "Instance"; }
-    Capabilities capabilities() const override { return {}; }
-
-    PluginDescription describe() override {
-        const auto instance = makeInstance();
-        PluginDescription description{.id = hosts::product::identifier,
-                                      .name = hosts::product::name,
-                                      .maker = hosts::product::maker,
-                                      .version = hosts::product::version,
-                                      .categories = {},
-                                      .presets = instance->factoryPresetNames(),
-                                      .parameters = {},
-                                      .inputs = 2,
-                                      .outputs = 2};
-        for (const auto& parameter : instance->audioUnit().parameterTree()->allParameters()) {
-            const auto address = parameter->address();
-            description.parameters.push_back(
-                {.address = address,
-                 .name = parameter->displayName(),
-                 .minimum = parameter->minValue(),
-                 .maximum = parameter->maxValue(),
-                 .initial = instance->value(address),
-                 .isSwitch = parameter->unit() == platform::kAudioUnitParameterUnit_Boolean,
-                 .isBypass = address == kBypass});
-        }
-        return description;
-    }
-    std::unique_ptr<Plugin> create() override { return std::make_unique<InstancePlugin>(); }
-};
-
-const bool registered = Format::add<InstanceFormat>();
+const bool registered = Format::add<InstancePlugin>("Instance", {}, nullptr);
 
 }  // namespace
 }  // namespace qov::test

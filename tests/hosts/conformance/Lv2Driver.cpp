@@ -1,57 +1,44 @@
-// The LV2 bundle's binaries, through the format's C interface.
+// The LV2 bundle, through the format's C interface and, for its description, through lilv.
 
-#include <dlfcn.h>
+#include <lilv/lilv.h>
 #include <lv2/core/lv2.h>
+#include <lv2/instance-access/instance-access.h>
+#include <lv2/presets/presets.h>
 #include <lv2/ui/ui.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
-#include <iterator>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
 
-#include "audiounit/parameters.h"
-#include "hosts/instance/product.h"
-#include "tests/hosts/conformance/Lv2Description.h"
 #include "tests/hosts/conformance/Plugin.h"
+#include "tests/hosts/conformance/SharedObject.h"
 #include "tests/hosts/lv2/Lv2Host.h"
-#include "tests/support/renderEvents.h"
 
 namespace qov::test {
 namespace {
 
 using hosts::EditExchange;
+using hosts::lv2::firstControl;
 using platform::AURenderEvent;
 
 const std::string bundle = KELVANE_PLUGINS "/lv2/kelvane.lv2/";
 
-/// A shared object of the bundle, and what its entry point gives for index 0.
+/// A shared object of the bundle, and its only descriptor.
 template <class Descriptor>
-class Binary {
- public:
-    Binary(const std::string& file, const char* entryPoint)
-        : library_(dlopen((bundle + file).c_str(), RTLD_NOW | RTLD_LOCAL)) {
-        if (!library_) throw std::runtime_error(dlerror());
-        const auto entry =
-            reinterpret_cast<const Descriptor* (*)(std::uint32_t)>(dlsym(library_, entryPoint));
-        descriptor_ = entry ? entry(0) : nullptr;
-        if (!descriptor_ || entry(1)) throw std::runtime_error(file + " offers no plug-in");
+struct Binary : SharedObject {
+    Binary(const std::string& file, const char* entryPoint) : SharedObject(bundle + file) {
+        const auto entry = symbol<const Descriptor*(std::uint32_t)>(entryPoint);
+        descriptor = entry ? entry(0) : nullptr;
+        if (!descriptor || entry(1)) throw std::runtime_error(file + " has not one plug-in");
     }
-    ~Binary() { dlclose(library_); }
-    Binary(const Binary&) = delete;
-    Binary& operator=(const Binary&) = delete;
-
-    const Descriptor& operator*() const { return *descriptor_; }
-
- private:
-    void* library_;
-    const Descriptor* descriptor_;
+    const Descriptor* descriptor;
 };
 
+/// The port's value for a host's value of the parameter.
 float portOf(std::uint64_t address, float value) {
     if (!parameterAt(address)->isSwitch() || std::isnan(value)) return value;
     return (value > 0.5F) != (address == kBypass) ? 1.0F : 0.0F;
@@ -61,10 +48,11 @@ class Lv2Plugin : public Plugin {
  public:
     Lv2Plugin() { instantiate(48000); }
     ~Lv2Plugin() override {
+        closeEditor();
         if (isActive_) host_->deactivate();
     }
 
-    /// The rate is given at birth, so another one makes a new plug-in with the old one's state.
+    /// A plug-in keeps its rate, so another rate makes a new plug-in with the old one's state.
     bool activate(double sampleRate, std::uint32_t) override {
         if (sampleRate != rate_) {
             const auto bytes = saveState();
@@ -104,19 +92,16 @@ class Lv2Plugin : public Plugin {
     std::uint32_t latency() override { return latency_; }
     bool takeLatencyAnnouncement() override { return false; }
 
-    /// What the plug-in would save: all that a host can learn from any thread.
+    /// The value in a saved state: a host has no other way to read it from any thread.
     float value(std::uint64_t address) override {
-        const auto text = host_->save()[std::string(hosts::product::uri) + "#state"];
+        const auto text = host_->save()[state];
         const auto key = "value." + std::to_string(address) + "=";
         const auto at = text.find(key);
         if (at == std::string::npos) throw std::runtime_error("no value in the state: " + text);
         return std::strtof(text.c_str() + at + key.size(), nullptr);
     }
     void setValue(std::uint64_t address, float value) override {
-        {
-            const std::lock_guard lock(mutex_);
-            settings_.push_back(parameterEvent(0, address, portOf(address, value)));
-        }
+        pushSetting(address, portOf(address, value));
         if (isActive_) return;
         host_->activate();
         runEmpty();
@@ -124,11 +109,7 @@ class Lv2Plugin : public Plugin {
     }
     std::string valueText(std::uint64_t, float) override { return {}; }
     std::optional<float> parseValue(std::uint64_t, const std::string&) override { return {}; }
-    std::vector<EditExchange::Edit> takeEdits() override {
-        if (editor_)
-            std::ranges::move(std::exchange(editor_->edits, {}), std::back_inserter(edits_));
-        return std::exchange(edits_, {});
-    }
+    std::vector<EditExchange::Edit> takeEdits() override { return std::exchange(edits_, {}); }
 
     // A host saves the values of the ports beside the properties.
     std::string saveState() override {
@@ -136,7 +117,7 @@ class Lv2Plugin : public Plugin {
         const std::lock_guard lock(mutex_);
         std::string bytes(reinterpret_cast<const char*>(host_->controls.data()),
                           sizeof host_->controls);
-        return bytes + saved[heardPorts].c_str() + '\n' + saved[state].c_str();
+        return bytes + saved[seenPorts].c_str() + '\n' + saved[state].c_str();
     }
     bool restoreState(std::string_view bytes) override {
         auto& controls = host_->controls;
@@ -146,7 +127,7 @@ class Lv2Plugin : public Plugin {
             return std::string(bytes.substr(from, to - from)) + '\0';
         };
         if (!host_->restore(
-                {{heardPorts, text(sizeof controls, end)}, {state, text(end + 1, bytes.size())}}))
+                {{seenPorts, text(sizeof controls, end)}, {state, text(end + 1, bytes.size())}}))
             return false;
         std::memcpy(controls.data(), bytes.data(), sizeof controls);
         return true;
@@ -155,38 +136,43 @@ class Lv2Plugin : public Plugin {
     bool openEditor(std::uint64_t parent) override {
         if (!editorBinary_) editorBinary_.emplace("kelvane_ui.so", "lv2ui_descriptor");
         parent_ = parent;
-        editor_ = std::make_unique<Lv2EditorHost>(**editorBinary_, *host_,
-                                                  Lv2EditorHost::Options{.parent = parent});
-        editor_->onWrite = [this](std::uint64_t address, float port) {
-            const std::lock_guard lock(mutex_);
-            settings_.push_back(parameterEvent(0, address, port));
+        const LV2_Feature all[] = {{LV2_URID__map, &host_->urids.feature},
+                                   {LV2_UI__touch, &touch_},
+                                   {LV2_UI__resize, &resize_},
+                                   {LV2_UI__parent, reinterpret_cast<void*>(parent)},
+                                   {LV2_INSTANCE_ACCESS_URI, host_->handle}};
+        const LV2_Feature* const features[] = {&all[0], &all[1], &all[2],
+                                               &all[3], &all[4], nullptr};
+        const auto write = [](LV2UI_Controller self, std::uint32_t port, std::uint32_t,
+                              std::uint32_t, const void* value) {
+            static_cast<Lv2Plugin*>(self)->write(port - firstControl,
+                                                 *static_cast<const float*>(value));
         };
-        if (!editor_->isOpen()) editor_.reset();
+        LV2UI_Widget widget = nullptr;
+        const auto& descriptor = *editorBinary_->descriptor;
+        editor_ = descriptor.instantiate(&descriptor, hosts::product::uri, "", write, this, &widget,
+                                         features);
         return editor_ != nullptr;
     }
     void closeEditor() override {
-        if (!editor_) return;
-        editor_->close();  // which may end a touch
-        edits_ = takeEdits();
-        editor_.reset();
+        if (editor_) editorBinary_->descriptor->cleanup(std::exchange(editor_, nullptr));
     }
-    std::pair<int, int> editorSize() override {
-        return editor_ ? std::pair(editor_->width, editor_->height) : std::pair(0, 0);
-    }
+    std::pair<int, int> editorSize() override { return editor_ ? size_ : std::pair(0, 0); }
     bool resizeEditor(int width, int height) override {
-        if (!editor_ || !editor_->resize(width, height)) return false;
-        editor_->width = width;
-        editor_->height = height;
-        return true;
+        size_ = {width, height};
+        return editor_ &&
+               editorInterface<LV2UI_Resize>(LV2_UI__resize).ui_resize(editor_, width, height) == 0;
     }
     void idle() override {
-        if (editor_) editor_->idle();
+        if (editor_) editorInterface<LV2UI_Idle_Interface>(LV2_UI__idleInterface).idle(editor_);
     }
 
  private:
+    using Kind = EditExchange::Edit::Kind;
+
     bool instantiate(double rate) {
-        auto host = std::make_unique<Lv2Host>(*binary_, Lv2Host::Options{.rate = rate});
-        if (!host->handle()) return false;
+        auto host = std::make_unique<Lv2Host>(*binary_.descriptor, Lv2Host::Options{.rate = rate});
+        if (!host->handle) return false;
         host_ = std::move(host);
         rate_ = rate;
         return true;
@@ -197,12 +183,16 @@ class Lv2Plugin : public Plugin {
         run();
     }
 
+    void pushSetting(std::uint64_t address, float port) {
+        const std::lock_guard lock(mutex_);
+        settings_.push_back(parameterEvent(0, address, port));
+    }
     /// The host's own changes go to the ports. One that a port does not show, as it had that value
     /// already, goes as a message.
     std::vector<AURenderEvent> takeSettings() {
         const std::lock_guard lock(mutex_);
         std::vector<AURenderEvent> messages;
-        for (const auto& setting : settings_) {
+        for (const auto& setting : std::exchange(settings_, {})) {
             const auto address = setting.parameter.parameterAddress;
             const float value = setting.parameter.value;
             auto& port = host_->controls[address];
@@ -211,20 +201,43 @@ class Lv2Plugin : public Plugin {
                     parameterEvent(0, address, address == kBypass ? 1 - value : value));
             port = value;
         }
-        settings_.clear();
         return messages;
     }
 
-    const std::string state = std::string(hosts::product::uri) + "#state";
-    const std::string heardPorts = std::string(hosts::product::uri) + "#heard_ports";
+    // The editor's calls
+
+    template <class Interface>
+    const Interface& editorInterface(const char* uri) const {
+        return *static_cast<const Interface*>(editorBinary_->descriptor->extension_data(uri));
+    }
+    void write(std::uint64_t address, float port) {
+        written_[address] = address == kBypass ? 1 - port : port;
+        edits_.push_back({Kind::value, address, written_[address]});
+        pushSetting(address, port);
+    }
+    LV2UI_Touch touch_{this, [](LV2UI_Feature_Handle handle, std::uint32_t port, bool isDown) {
+                           auto& self = *static_cast<Lv2Plugin*>(handle);
+                           const auto address = port - firstControl;
+                           self.edits_.push_back(
+                               {isDown ? Kind::begin : Kind::end, address, self.written_[address]});
+                       }};
+    LV2UI_Resize resize_{this, [](LV2UI_Feature_Handle self, int width, int height) {
+                             static_cast<Lv2Plugin*>(self)->size_ = {width, height};
+                             return 0;
+                         }};
+
+    const std::string state = hosts::lv2::stateUri();
+    const std::string seenPorts = hosts::lv2::seenPortsUri();
 
     Binary<LV2_Descriptor> binary_{"kelvane.so", "lv2_descriptor"};
     std::optional<Binary<LV2UI_Descriptor>> editorBinary_;
     double rate_ = 0;
     std::unique_ptr<Lv2Host> host_;
-    std::unique_ptr<Lv2EditorHost> editor_;  // goes first
+    LV2UI_Handle editor_ = nullptr;
     std::uint64_t parent_ = 0;
+    std::pair<int, int> size_;
     std::vector<EditExchange::Edit> edits_;
+    std::array<float, parameterCount> written_{};  // by the editor
     bool isActive_ = false;
     std::uint32_t frames_ = 0;
     std::atomic<std::uint32_t> latency_{0};
@@ -232,23 +245,81 @@ class Lv2Plugin : public Plugin {
     std::vector<AURenderEvent> settings_;  // ports' values on their way to the audio thread
 };
 
-class Lv2Format : public Format {
- public:
-    std::string name() const override { return "LV2"; }
-    Capabilities capabilities() const override {
-        return {.valueTexts = false,
-                .parsesTexts = false,
-                .announcesLatency = false,
-                .restoresWhileRunning = false};
-    }
-    PluginDescription describe() override {
-        const Binary<LV2_Descriptor> binary("kelvane.so", "lv2_descriptor");
-        return describeLv2(bundle, (*binary).URI);
-    }
-    std::unique_ptr<Plugin> create() override { return std::make_unique<Lv2Plugin>(); }
-};
+/// A node of lilv's, freed with this.
+using Node = std::unique_ptr<LilvNode, decltype(&lilv_node_free)>;
 
-const bool registered = Format::add<Lv2Format>();
+std::string textOf(LilvNode* node) {
+    const Node owned(node, lilv_node_free);
+    return node ? lilv_node_as_string(node) : "";
+}
+
+PluginDescription describe() {
+    const Binary<LV2_Descriptor> binary("kelvane.so", "lv2_descriptor");
+    const std::unique_ptr<LilvWorld, decltype(&lilv_world_free)> owner(lilv_world_new(),
+                                                                       lilv_world_free);
+    auto* const world = owner.get();
+    const auto uri = [&](const std::string& text) {
+        return Node(lilv_new_uri(world, text.c_str()), lilv_node_free);
+    };
+    const auto object = [&](const LilvNode* subject, const std::string& predicate) {
+        return textOf(lilv_world_get(world, subject, uri(predicate).get(), nullptr));
+    };
+    lilv_world_load_bundle(
+        world, Node(lilv_new_file_uri(world, nullptr, bundle.c_str()), lilv_node_free).get());
+    const auto* plugin = lilv_plugins_get_by_uri(lilv_world_get_all_plugins(world),
+                                                 uri(binary.descriptor->URI).get());
+    if (!plugin) throw std::runtime_error("lilv finds no plug-in in " + bundle);
+    const auto channels = [&](const char* direction) {
+        return static_cast<int>(lilv_plugin_get_num_ports_of_class(
+            plugin, uri(LV2_CORE__AudioPort).get(), uri(direction).get(), nullptr));
+    };
+    PluginDescription description{textOf(lilv_plugin_get_name(plugin)),
+                                  textOf(lilv_plugin_get_author_name(plugin)),
+                                  {},
+                                  {},
+                                  {},
+                                  channels(LV2_CORE__InputPort),
+                                  channels(LV2_CORE__OutputPort)};
+    const std::string doap = "http://usefulinc.com/ns/doap#";
+    const Node release(
+        lilv_world_get(world, lilv_plugin_get_uri(plugin), uri(doap + "release").get(), nullptr),
+        lilv_node_free);
+    description.version = object(release.get(), doap + "revision");
+    auto* presets = lilv_plugin_get_related(plugin, uri(LV2_PRESETS__Preset).get());
+    LILV_FOREACH(nodes, each, presets) {
+        const auto* node = lilv_nodes_get(presets, each);
+        lilv_world_load_resource(world, node);
+        description.presets.push_back(object(node, LILV_NS_RDFS "label"));
+    }
+    std::ranges::sort(description.presets);
+    lilv_nodes_free(presets);
+
+    std::vector<float> minimum(lilv_plugin_get_num_ports(plugin)), maximum = minimum,
+                                                                   initial = minimum;
+    lilv_plugin_get_port_ranges_float(plugin, minimum.data(), maximum.data(), initial.data());
+    for (std::uint32_t address = 0; address < parameterCount; ++address) {
+        const auto index = firstControl + address;
+        const auto* port = lilv_plugin_get_port_by_index(plugin, index);
+        auto& parameter = description.parameters.emplace_back();
+        parameter = {
+            .address = address,
+            .name = textOf(lilv_port_get_name(plugin, port)),
+            .minimum = minimum[index],
+            .maximum = maximum[index],
+            .initial = initial[index],
+            .isSwitch = lilv_port_has_property(plugin, port, uri(LV2_CORE__toggled).get())};
+        if (object(lilv_port_get_node(plugin, port), LV2_CORE__designation) != LV2_CORE__enabled)
+            continue;
+        if (parameter.name != "Enabled") throw std::runtime_error("the opposite of its name");
+        parameter.isBypass = true;
+        parameter.name = "Bypass";
+        parameter.initial = 1 - parameter.initial;
+    }
+    return description;
+}
+
+const bool registered = Format::add<Lv2Plugin>(
+    "LV2", {.texts = false, .announcesLatency = false, .restoresWhileRunning = false}, describe);
 
 }  // namespace
 }  // namespace qov::test

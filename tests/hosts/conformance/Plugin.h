@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <span>
@@ -25,26 +26,19 @@ struct ParameterDescription {
     bool isAutomatable = true;  // may be written by automation
 };
 
-/// What a scan of the binary tells. Empty strings where the format has no place for it.
+/// What a scan of the binary finds.
 struct PluginDescription {
-    std::string id, name, maker, version;
-    std::vector<std::string> categories;
-    std::vector<std::string> presets;
+    std::string name, maker, version;
+    std::vector<std::string> presets;  // none where the format has no place for them
     std::vector<ParameterDescription> parameters;
     int inputs = 0, outputs = 0;  // audio channels
 };
 
 /// What a format has no means for is switched off by its driver.
 struct Capabilities {
-    bool midi = true;                  // controllers 10 and 11, on their frame
-    bool midiVolume = true;            // controller 7
-    bool valueTexts = true;            // the plug-in writes a value as text
-    bool parsesTexts = true;           // and reads one
-    bool emptyBlocks = true;           // a block of no frames is allowed
-    bool touches = true;               // edits have a begin and an end
-    bool announcesLatency = true;      // the plug-in tells of a change, is not only asked
-    bool restoresWhileRunning = true;  // a state may come while a block is processed
-    bool editor = true;
+    bool texts = true;                 // the plug-in writes a value as text, and reads one
+    bool announcesLatency = true;      // the plug-in announces a change, is not only asked
+    bool restoresWhileRunning = true;  // a state may be restored while a block is processed
 };
 
 /// One instance as a host drives it through a format's C interface. What goes wrong in a way that
@@ -61,15 +55,15 @@ class Plugin {
 
     // Sound
 
-    /// Makes ready to process, or says no. On an active plug-in: not called.
+    /// Makes ready to process; false where the plug-in refuses. Not called on an active plug-in.
     virtual bool activate(double sampleRate, std::uint32_t longestBlock) = 0;
     virtual void deactivate() = 0;
     /// The signal starts from silence; active only.
     virtual void reset() = 0;
 
-    /// Hands the next block over: everything that is not the plug-in's own work, so it may
-    /// allocate. Pointers may be equal or crossed; events in any order. Values that setValue() left
-    /// for the audio thread go in here, before the events.
+    /// Sets up the next block: all that is not the plug-in's own work, so it may allocate. Pointers
+    /// may be equal or crossed; events in any order. Values that setValue() left for the audio
+    /// thread are sent before the events.
     virtual void prepare(const float* const (&input)[2], float* const (&output)[2],
                          std::uint32_t frames, std::span<const platform::AURenderEvent> events) = 0;
     /// Calls the plug-in with what was prepared and does next to nothing else (no allocation, no
@@ -92,14 +86,14 @@ class Plugin {
 
     // Parameters
 
-    /// The plug-in's value, as the format tells it.
+    /// The plug-in's value, as the format reports it.
     virtual float value(std::uint64_t address) = 0;
-    /// A change by the host; heard from the next block on at the latest. While inactive it counts
-    /// at once.
+    /// A change by the host; it takes effect with the next block at the latest, while inactive at
+    /// once.
     virtual void setValue(std::uint64_t address, float value) = 0;
     virtual std::string valueText(std::uint64_t address, float value) = 0;
     virtual std::optional<float> parseValue(std::uint64_t address, const std::string& text) = 0;
-    /// What the editor has told the host since the last call, in order.
+    /// The edits that the plug-in has reported since the last call, in order.
     virtual std::vector<hosts::EditExchange::Edit> takeEdits() = 0;
 
     // State: the bytes that the plug-in puts into a project
@@ -118,39 +112,33 @@ class Plugin {
     virtual bool resizeEditor(int width, int height) = 0;
 
     /// One turn of the host's run loop: timers, descriptors, requests of the plug-in, editor idle.
-    /// Never waits.
+    /// Never blocks.
     virtual void idle() = 0;
 };
 
 /// A binary of one format. Every call of it may come from any one thread at a time.
-class Format {
- public:
-    Format() = default;
-    virtual ~Format() = default;
-    Format(const Format&) = delete;
-    Format& operator=(const Format&) = delete;
-
-    /// One word, for the names of tests: "LV2".
-    virtual std::string name() const = 0;
-    virtual Capabilities capabilities() const = 0;
+struct Format {
+    Capabilities can;
     /// Scans as a host does: opens the binary, reads all there is about the plug-in without making
-    /// an instance (where the format allows it), closes the binary again.
-    virtual PluginDescription describe() = 0;
+    /// an instance (where the format allows it), closes the binary again. Null for the bare
+    /// instance, which is no binary.
+    PluginDescription (*describe)();
     /// Opens the binary if need be, and makes an instance, not active. May be called on several
     /// threads at a time.
-    virtual std::unique_ptr<Plugin> create() = 0;
+    std::unique_ptr<Plugin> (*create)();
 
-    /// All that are built in, in alphabetical order.
-    static const std::vector<std::unique_ptr<Format>>& all();
-    /// For a driver's source file: `const bool registered = Format::add<MyFormat>();`
-    template <class Driver>
-    static bool add() {
-        add(std::make_unique<Driver>());
-        return true;
+    /// All that are built in, by their names, each one word.
+    static std::map<std::string, Format>& all() {
+        static std::map<std::string, Format> formats;
+        return formats;
     }
-
- private:
-    static void add(std::unique_ptr<Format> format);
+    /// For a driver's source: `const bool registered = Format::add<MyPlugin>("Mine", {},
+    /// describe);`
+    template <class Driver>
+    static bool add(const std::string& name, Capabilities can, PluginDescription (*describe)()) {
+        const auto create = []() -> std::unique_ptr<Plugin> { return std::make_unique<Driver>(); };
+        return all().insert({name, {can, describe, create}}).second;
+    }
 };
 
 }  // namespace qov::test

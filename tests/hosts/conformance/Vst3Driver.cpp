@@ -1,4 +1,3 @@
-#include <dlfcn.h>
 #include <travesty/edit_controller.h>
 #include <travesty/factory.h>
 // The order matters to them.
@@ -6,13 +5,13 @@
 #include <travesty/component.h>
 #include <travesty/unit.h>
 
-#include <cstring>
 #include <mutex>
 #include <stdexcept>
 
 #include "hosts/vst3/Interface.h"
 #include "hosts/vst3/text16.h"
 #include "tests/hosts/conformance/Plugin.h"
+#include "tests/hosts/conformance/SharedObject.h"
 #include "tests/hosts/vst3/Host.h"
 #include "tests/support/renderEvents.h"
 
@@ -32,36 +31,18 @@ constexpr std::size_t textSize = 128;
 constexpr const char* path =
     KELVANE_PLUGINS "/vst3/QOV Kelvane.vst3/Contents/" KELVANE_PROCESSOR "-linux/QOV Kelvane.so";
 
-/// The shared object, open.
-class Module {
+/// The plug-in's module, between its entry and its exit.
+class Module : public SharedObject {
  public:
-    Module() : object_(dlopen(path, RTLD_NOW | RTLD_LOCAL)) {
-        if (!object_) throw std::runtime_error(dlerror());
-        if (!call<bool (*)(void*)>("ModuleEntry")(object_)) throw std::runtime_error("ModuleEntry");
-        auto** factory = static_cast<v3_plugin_factory**>(call<void* (*)()>("GetPluginFactory")());
-        factory_ = Held<v3_plugin_factory>(factory);
-        v3_cpp_obj_unref(factory);
+    Module() : SharedObject(path) {
+        if (!symbol<bool(void*)>("ModuleEntry")(this)) throw std::runtime_error("ModuleEntry");
+        factory = vst3::adopted(symbol<v3_plugin_factory**()>("GetPluginFactory")());
     }
     ~Module() {
-        factory_ = {};
-        call<bool (*)()>("ModuleExit")();
-        dlclose(object_);
+        factory = {};
+        symbol<bool()>("ModuleExit")();
     }
-    Module(const Module&) = delete;
-    Module& operator=(const Module&) = delete;
-
-    const Held<v3_plugin_factory>& factory() const { return factory_; }
-
- private:
-    template <class Function>
-    Function call(const char* name) const {
-        auto* symbol = dlsym(object_, name);
-        if (!symbol) throw std::runtime_error(std::string("no ") + name);
-        return reinterpret_cast<Function>(symbol);
-    }
-
-    void* object_;
-    Held<v3_plugin_factory> factory_;
+    Held<v3_plugin_factory> factory;
 };
 
 template <class Interface, class Other>
@@ -75,14 +56,13 @@ class Vst3Plugin : public Plugin {
  public:
     Vst3Plugin() {
         v3_class_info info;
-        factory()(&v3_plugin_factory::get_class_info, 0, &info);
+        module_.factory(&v3_plugin_factory::get_class_info, 0, &info);
         void* created = nullptr;
-        factory()(&v3_plugin_factory::create_instance,
-                  static_cast<const std::uint8_t*>(info.class_id),
-                  static_cast<const std::uint8_t*>(v3_component_iid), &created);
+        module_.factory(&v3_plugin_factory::create_instance,
+                        static_cast<const std::uint8_t*>(info.class_id),
+                        static_cast<const std::uint8_t*>(v3_component_iid), &created);
         if (!created) throw std::runtime_error("the plug-in is not created");
-        component_ = Held(static_cast<v3_component**>(created));
-        v3_cpp_obj_unref(component_.get());
+        component_ = vst3::adopted(static_cast<v3_component**>(created));
         if (v3_cpp_obj_initialize(component_.get(), host_.face()) != V3_OK)
             throw std::runtime_error("initialize");
         processor_ = ask<v3_audio_processor>(component_, v3_audio_processor_iid);
@@ -90,7 +70,7 @@ class Vst3Plugin : public Plugin {
         mapping_ = ask<v3_midi_mapping>(component_, v3_midi_mapping_iid);
         controller_(&v3_edit_controller::set_component_handler, host_.handler());
     }
-    /// The view goes last: what the format leaves open.
+    /// The view is released last, as a host may do.
     ~Vst3Plugin() override {
         if (isActive_) deactivate();
         v3_cpp_obj_terminate(component_.get());
@@ -146,7 +126,7 @@ class Vst3Plugin : public Plugin {
     std::uint32_t latency() override {
         return processor_(&v3_audio_processor::get_latency_samples);
     }
-    /// The host restarts the plug-in when it gets round to it.
+    /// The host restarts the plug-in later.
     bool takeLatencyAnnouncement() override {
         const bool hasChanged = std::exchange(host_.latencyChanged, false);
         if (hasChanged && isActive_) setActive(false), setActive(true);
@@ -195,10 +175,8 @@ class Vst3Plugin : public Plugin {
     }
 
     bool openEditor(std::uint64_t parent) override {
-        auto** view = controller_(&v3_edit_controller::create_view, "editor");
-        if (!view) return false;
-        view_ = Held(view);
-        v3_cpp_obj_unref(view);
+        view_ = vst3::adopted(controller_(&v3_edit_controller::create_view, "editor"));
+        if (!view_) return false;
         ask<v3_plugin_view_content_scale>(view_, v3_plugin_view_content_scale_iid)(
             &v3_plugin_view_content_scale::set_content_scale_factor, 1.0F);
         view_(&v3_plugin_view::set_frame, host_.frame());
@@ -224,11 +202,9 @@ class Vst3Plugin : public Plugin {
     }
     void idle() override { host_.turn(); }
 
-    void describe(PluginDescription& description);
+    void describe(PluginDescription& description) const;
 
  private:
-    const Held<v3_plugin_factory>& factory() const { return module_.factory(); }
-
     bool setActive(bool isActive) {
         if (!isActive) processor_(&v3_audio_processor::set_processing, v3_bool{false});
         const auto result = component_(&v3_component::set_active, v3_bool{isActive});
@@ -266,8 +242,8 @@ class Vst3Plugin : public Plugin {
     v3_process_data data_{};
 };
 
-/// What only an instance tells.
-void Vst3Plugin::describe(PluginDescription& description) {
+/// Adds what only an instance describes.
+void Vst3Plugin::describe(PluginDescription& description) const {
     const auto count = controller_(&v3_edit_controller::get_parameter_count);
     for (std::int32_t index = 0; index < count; ++index) {
         v3_param_info info;
@@ -297,36 +273,22 @@ void Vst3Plugin::describe(PluginDescription& description) {
     description.outputs = bus.channel_count;
 }
 
-class Vst3Format : public Format {
- public:
-    std::string name() const override { return "VST3"; }
-    Capabilities capabilities() const override { return {}; }
-
-    PluginDescription describe() override {
-        PluginDescription description;
-        {
-            const Module module;
-            v3_class_info_2 info;
-            ask<v3_plugin_factory_2>(module.factory(), v3_plugin_factory_2_iid)(
-                &v3_plugin_factory_2::get_class_info_2, 0, &info);
-            description.name = info.name;
-            description.maker = info.vendor;
-            description.version = info.version;
-            for (const char* word = std::strtok(info.sub_categories, "|"); word;
-                 word = std::strtok(nullptr, "|"))
-                description.categories.emplace_back(word);
-            for (const auto byte : info.class_id) {
-                constexpr const char* digits = "0123456789ABCDEF";
-                (description.id += digits[byte >> 4]) += digits[byte & 0xf];
-            }
-        }
-        Vst3Plugin().describe(description);
-        return description;
+PluginDescription describe() {
+    PluginDescription description;
+    {
+        const Module module;
+        v3_class_info_2 info;
+        ask<v3_plugin_factory_2>(module.factory, v3_plugin_factory_2_iid)(
+            &v3_plugin_factory_2::get_class_info_2, 0, &info);
+        description.name = info.name;
+        description.maker = info.vendor;
+        description.version = info.version;
     }
-    std::unique_ptr<Plugin> create() override { return std::make_unique<Vst3Plugin>(); }
-};
+    Vst3Plugin().describe(description);
+    return description;
+}
 
-const bool registered = Format::add<Vst3Format>();
+const bool registered = Format::add<Vst3Plugin>("VST3", {}, describe);
 
 }  // namespace
 }  // namespace qov::test

@@ -1,48 +1,56 @@
 #pragma once
 
 #include <lv2/atom/forge.h>
+#include <lv2/atom/util.h>
 #include <lv2/core/lv2.h>
+#include <lv2/midi/midi.h>
+#include <lv2/patch/patch.h>
 #include <lv2/state/state.h>
-#include <lv2/ui/ui.h>
 #include <lv2/urid/urid.h>
 
 #include <array>
 #include <cstdint>
-#include <functional>
+#include <cstring>
 #include <map>
-#include <memory>
 #include <mutex>
-#include <optional>
 #include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "hosts/instance/EditExchange.h"
 #include "hosts/lv2/Ports.h"
-#include "platform/audiotoolbox/AURenderEvent.h"
+#include "hosts/lv2/Uris.h"
+#include "tests/support/renderEvents.h"
 
 namespace qov::test {
 
-/// Numbers for URIs, as a host hands them out. Any thread.
+/// Numbers for URIs, given out by the host. Any thread.
 class UridMap {
  public:
-    LV2_URID operator[](const std::string& uri);
-    std::string uri(LV2_URID number);
-    LV2_URID_Map* feature() { return &feature_; }
+    LV2_URID operator[](const std::string& text) {
+        const std::lock_guard lock(mutex_);
+        return numbers_.try_emplace(text, static_cast<LV2_URID>(numbers_.size() + 1)).first->second;
+    }
+    std::string uri(LV2_URID number) {
+        const std::lock_guard lock(mutex_);
+        for (const auto& [text, known] : numbers_)
+            if (known == number) return text;
+        return {};
+    }
+    LV2_URID_Map feature{this, [](LV2_URID_Map_Handle self, const char* uri) {
+                             return (*static_cast<UridMap*>(self))[uri];
+                         }};
 
  private:
     std::mutex mutex_;
     std::map<std::string, LV2_URID> numbers_;
-    LV2_URID_Map feature_{this, [](LV2_URID_Map_Handle self, const char* uri) {
-                              return (*static_cast<UridMap*>(self))[uri];
-                          }};
 };
 
-/// A patch message, or what the plug-in answered.
+/// A patch message to the plug-in, or its answer.
 struct Patch {
     std::string kind{};                     // "Set", "Put", "Get"
+    std::string property{};                 // of "Set" and "Get"; empty for all
     std::map<std::string, float> values{};  // by the parameter's URI
-    std::string property{};                 // of a question; empty for all
     int sequenceNumber = 0;
 };
 
@@ -54,98 +62,172 @@ class Lv2Host {
         double rate = 48000;
         bool hasMap = true;
     };
-    /// Instantiates; handle() is null where the plug-in refuses. The descriptor outlives the host.
-    Lv2Host(const LV2_Descriptor& descriptor, const Options& options);
-    ~Lv2Host();
+    /// Instantiates; the handle is null where the plug-in refuses. The descriptor outlives the
+    /// host.
+    Lv2Host(const LV2_Descriptor& descriptor, const Options& options) : descriptor_(descriptor) {
+        lv2_atom_forge_init(&forge_, &urids.feature);
+        const LV2_Feature map{LV2_URID__map, &urids.feature};
+        const LV2_Feature* const features[] = {options.hasMap ? &map : nullptr, nullptr};
+        handle = descriptor.instantiate(&descriptor, options.rate, "", features);
+        if (!handle) return;
+        for (std::uint32_t i = 0; i < controls.size(); ++i)
+            connect(hosts::lv2::firstControl + i, &controls[i]);
+        connect(hosts::lv2::latencyPort, &latency);
+        connect(hosts::lv2::eventsPort, messages_.data());
+        connect(hosts::lv2::notifyPort, notify_.data());
+        send({});
+        takeAnswers();
+    }
+    ~Lv2Host() {
+        if (handle) descriptor_.cleanup(handle);
+    }
     Lv2Host(const Lv2Host&) = delete;
     Lv2Host& operator=(const Lv2Host&) = delete;
 
-    LV2_Handle handle() const { return handle_; }
-    void activate() { descriptor_.activate(handle_); }
-    void deactivate() { descriptor_.deactivate(handle_); }
-    /// Destroys the plug-in, whoever still uses it.
-    void destroy();
+    void activate() { descriptor_.activate(handle); }
+    void deactivate() { descriptor_.deactivate(handle); }
+    void connect(std::uint32_t port, void* memory) {
+        descriptor_.connect_port(handle, port, memory);
+    }
+    void connectAudio(const float* const (&input)[2], float* const (&output)[2]) {
+        for (std::uint32_t side = 0; side < 2; ++side) {
+            connect(hosts::lv2::inLeft + side, const_cast<float*>(input[side]));
+            connect(hosts::lv2::outLeft + side, output[side]);
+        }
+    }
 
-    std::array<float, parameterCount> controls;
-    float latency = -1;
-
-    void connectAudio(const float* const (&input)[2], float* const (&output)[2]);
     /// Messages of the next run(), in this order; parameters go as patch:Set.
-    void send(std::span<const platform::AURenderEvent> events);
-    void send(const Patch& patch, std::uint32_t frame);
-    /// The sequence as it was sent, with its head.
-    std::vector<std::uint8_t> messageBytes() const;
-    /// Another sequence in its place, as it is.
-    void connectMessages(void* sequence) {
-        descriptor_.connect_port(handle_, hosts::lv2::eventsPort, sequence);
+    void send(std::span<const platform::AURenderEvent> events) {
+        lv2_atom_forge_set_buffer(&forge_, reinterpret_cast<std::uint8_t*>(messages_.data()),
+                                  8 * static_cast<std::uint32_t>(messages_.size()));
+        lv2_atom_forge_sequence_head(&forge_, &sequence_, 0);
+        for (const auto& event : events) {
+            const auto frame = static_cast<std::uint32_t>(event.head.eventSampleTime);
+            const auto& midi = event.MIDI;
+            if (!isMidi(event)) {
+                const auto* parameter = parameterAt(event.parameter.parameterAddress);
+                const auto uri =
+                    hosts::lv2::parameterUri(parameter ? parameter->identifier : "kUnknown");
+                add({"Set", uri, {{uri, event.parameter.value}}}, frame);
+                continue;
+            }
+            lv2_atom_forge_frame_time(&forge_, frame);
+            lv2_atom_forge_atom(&forge_, midi.length, urids[LV2_MIDI__MidiEvent]);
+            lv2_atom_forge_write(&forge_, midi.data, midi.length);
+        }
+    }
+    /// One message more.
+    void add(const Patch& patch, std::uint32_t frame) {
+        const auto key = [&](const std::string& text) { lv2_atom_forge_key(&forge_, urids[text]); };
+        const auto value = [&](const std::string& name, float number) {
+            key(name);
+            lv2_atom_forge_float(&forge_, number);
+        };
+        LV2_Atom_Forge_Frame object, body;
+        lv2_atom_forge_frame_time(&forge_, frame);
+        lv2_atom_forge_object(&forge_, &object, 0, urids[LV2_PATCH_PREFIX + patch.kind]);
+        key(LV2_PATCH__sequenceNumber);
+        lv2_atom_forge_int(&forge_, patch.sequenceNumber);
+        if (!patch.property.empty()) {
+            key(LV2_PATCH__property);
+            lv2_atom_forge_urid(&forge_, urids[patch.property]);
+        }
+        if (patch.kind == "Put") {
+            key(LV2_PATCH__body);
+            lv2_atom_forge_object(&forge_, &body, 0, 0);
+            for (const auto& [parameter, number] : patch.values) value(parameter, number);
+            lv2_atom_forge_pop(&forge_, &body);
+        } else if (!patch.values.empty()) {
+            value(LV2_PATCH__value, patch.values.begin()->second);
+        }
+        lv2_atom_forge_pop(&forge_, &object);
+    }
+    /// The sequence that is sent, with its head.
+    std::vector<std::uint8_t> messageBytes() const {
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(messages_.data());
+        return {bytes, bytes + forge_.offset};
     }
     /// Allocates nothing.
-    void run(std::uint32_t frames) { descriptor_.run(handle_, frames); }
-    /// What the plug-in has written in the last run(); prepares the port for the next one.
-    std::vector<Patch> takeAnswers();
+    void run(std::uint32_t frames) { descriptor_.run(handle, frames); }
+    /// The plug-in's answers of the last run(); prepares the port for the next one.
+    std::vector<Patch> takeAnswers() {
+        std::vector<Patch> answers;
+        auto* sequence = reinterpret_cast<LV2_Atom_Sequence*>(notify_.data());
+        if (sequence->atom.type == urids[LV2_ATOM__Sequence]) {
+            LV2_ATOM_SEQUENCE_FOREACH(sequence, event) {
+                const auto* object = reinterpret_cast<const LV2_Atom_Object*>(&event->body);
+                auto& patch = answers.emplace_back();
+                patch.kind = urids.uri(object->body.otype).substr(std::strlen(LV2_PATCH_PREFIX));
+                LV2_ATOM_OBJECT_FOREACH(object, each) read(patch, each);
+            }
+        }
+        sequence->atom = {hosts::lv2::notifyBytes, urids[LV2_ATOM__Chunk]};
+        return answers;
+    }
 
     /// Properties by their URIs.
     using State = std::map<std::string, std::string>;
-    State save();
-    bool restore(const State& state);
+    State save() {
+        std::pair<UridMap*, State> saved{&urids, {}};
+        state().save(
+            handle,
+            [](LV2_State_Handle to, std::uint32_t key, const void* value, std::size_t size,
+               std::uint32_t, std::uint32_t) {
+                auto& [map, properties] = *static_cast<std::pair<UridMap*, State>*>(to);
+                properties[map->uri(key)] = std::string(static_cast<const char*>(value), size);
+                return LV2_STATE_SUCCESS;
+            },
+            &saved, LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE, nullptr);
+        return std::move(saved.second);
+    }
+    bool restore(const State& properties) {
+        std::pair<UridMap*, const State*> from{&urids, &properties};
+        return state().restore(
+                   handle,
+                   [](LV2_State_Handle source, std::uint32_t key, std::size_t* size,
+                      std::uint32_t* type, std::uint32_t* flags) -> const void* {
+                       auto& [map, known] = *static_cast<decltype(from)*>(source);
+                       const auto found = known->find(map->uri(key));
+                       if (found == known->end()) return nullptr;
+                       *size = found->second.size();
+                       *type = (*map)[LV2_ATOM__String];
+                       *flags = LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE;
+                       return found->second.data();
+                   },
+                   &from, 0, nullptr) == LV2_STATE_SUCCESS;
+    }
 
-    UridMap& urids() { return urids_; }
+    UridMap urids;
+    LV2_Handle handle = nullptr;
+    std::array<float, parameterCount> controls{0.5F, 0.5F, 0, 0, 0, 0, 0, 1};
+    float latency = -1;
 
  private:
-    void beginSequence();
+    template <class Value>
+    static Value contentOf(const LV2_Atom& atom) {
+        return *reinterpret_cast<const Value*>(&atom + 1);
+    }
+    void read(Patch& patch, const LV2_Atom_Property_Body* item) {
+        const auto key = urids.uri(item->key);
+        if (key == LV2_PATCH__property)
+            patch.property = urids.uri(contentOf<LV2_URID>(item->value));
+        if (key == LV2_PATCH__value) patch.values[patch.property] = contentOf<float>(item->value);
+        if (key == LV2_PATCH__sequenceNumber) patch.sequenceNumber = contentOf<int>(item->value);
+        if (key != LV2_PATCH__body) return;
+        LV2_ATOM_OBJECT_FOREACH(reinterpret_cast<const LV2_Atom_Object*>(&item->value), each)
+        patch.values[urids.uri(each->key)] = contentOf<float>(each->value);
+    }
+    const LV2_State_Interface& state() const {
+        return *static_cast<const LV2_State_Interface*>(
+            descriptor_.extension_data(LV2_STATE__interface));
+    }
 
     const LV2_Descriptor& descriptor_;
-    UridMap urids_;
-    std::vector<std::string> parameters_;  // URIs by address
-    LV2_Handle handle_ = nullptr;
     LV2_Atom_Forge forge_{};
     LV2_Atom_Forge_Frame sequence_{};
-    std::vector<std::uint64_t> messages_, notify_;
-};
-
-/// The host's side of an editor: it writes into the plug-in's controls at once.
-class Lv2EditorHost {
- public:
-    struct Options {
-        std::uint64_t parent = 0;
-        bool hasInstance = true;
-    };
-    Lv2EditorHost(const LV2UI_Descriptor& descriptor, Lv2Host& host, const Options& options);
-    ~Lv2EditorHost();
-    Lv2EditorHost(const Lv2EditorHost&) = delete;
-    Lv2EditorHost& operator=(const Lv2EditorHost&) = delete;
-
-    bool isOpen() const { return handle_ != nullptr; }
-    std::uint64_t window() const { return reinterpret_cast<std::uintptr_t>(widget_); }
-    /// False once the user has closed it.
-    bool idle();
-    bool show();
-    bool resize(int width, int height);
-    void close();
-
-    /// What it has told since, in the parameters' sense.
-    std::vector<hosts::EditExchange::Edit> edits;
-    /// Called with a port's new value, in the port's sense; writes it at once if empty.
-    std::function<void(std::uint64_t address, float port)> onWrite;
-    int width = 0, height = 0;  // asked for
-
- private:
-    void write(std::uint32_t port, float value);
-    void touch(std::uint32_t port, bool isDown);
-
-    const LV2UI_Descriptor& descriptor_;
-    Lv2Host& host_;
-    std::array<float, parameterCount> written_{};  // by address
-    LV2UI_Resize resize_{this, [](LV2UI_Feature_Handle self, int wide, int high) {
-                             static_cast<Lv2EditorHost*>(self)->width = wide;
-                             static_cast<Lv2EditorHost*>(self)->height = high;
-                             return 0;
-                         }};
-    LV2UI_Touch touch_{this, [](LV2UI_Feature_Handle self, std::uint32_t port, bool isDown) {
-                           static_cast<Lv2EditorHost*>(self)->touch(port, isDown);
-                       }};
-    LV2UI_Handle handle_ = nullptr;
-    LV2UI_Widget widget_ = nullptr;
+    std::vector<std::uint64_t> messages_ = std::vector<std::uint64_t>(1 << 17);
+    std::vector<std::uint64_t> notify_ =
+        std::vector<std::uint64_t>((sizeof(LV2_Atom) + hosts::lv2::notifyBytes) / 8);
 };
 
 }  // namespace qov::test

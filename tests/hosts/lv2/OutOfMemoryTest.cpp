@@ -1,19 +1,13 @@
 // Every allocation that a call makes fails once: no exception gets out, and the next call works.
-#include <lv2/state/state.h>
-#include <lv2/urid/urid.h>
 
-#include <array>
 #include <cstdlib>
-#include <cstring>
-#include <functional>
-#include <map>
 #include <new>
-#include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
-#include "hosts/lv2/Ports.h"
 #include "hosts/lv2/bodyFunctions.h"
+#include "tests/hosts/lv2/Lv2Host.h"
 #include "tests/support/ConsoleLines.h"
 
 namespace {
@@ -36,8 +30,9 @@ void operator delete(void* memory, std::size_t) noexcept {
 namespace qov::test {
 namespace {
 
-/// Calls until nothing fails any more.
-void withLittleMemory(const std::function<void()>& call) {
+/// Repeats the call until no allocation in it fails any more.
+template <class Call>
+void withLittleMemory(const Call& call) {
     for (int number = 0;; ++number) {
         allocationsLeft = number;
         call();
@@ -48,11 +43,9 @@ void withLittleMemory(const std::function<void()>& call) {
 TEST(Lv2OutOfMemory, NoExceptionReachesTheHost) {
     const ConsoleLines quiet;
     const auto& lv2 = *kelvane_lv2_plugin();
-    LV2_URID_Map map{nullptr, [](LV2_URID_Map_Handle, const char* uri) {
-                         return static_cast<LV2_URID>(std::hash<std::string_view>()(uri) | 1);
-                     }};
-    const LV2_Feature mapFeature{LV2_URID__map, &map};
-    const LV2_Feature* const features[] = {&mapFeature, nullptr};
+    Lv2Host host(lv2, {});
+    const LV2_Feature map{LV2_URID__map, &host.urids.feature};
+    const LV2_Feature* const features[] = {&map, nullptr};
     LV2_Handle plugin = nullptr;
     testing::internal::CaptureStderr();
     withLittleMemory([&] {
@@ -61,34 +54,19 @@ TEST(Lv2OutOfMemory, NoExceptionReachesTheHost) {
     });
     testing::internal::GetCapturedStderr();
     ASSERT_TRUE(plugin);
-    std::array<float, 64> sound{};
-    float latency = 0;
-    for (const auto port :
-         {hosts::lv2::inLeft, hosts::lv2::inRight, hosts::lv2::outLeft, hosts::lv2::outRight})
-        lv2.connect_port(plugin, port, sound.data());
-    lv2.connect_port(plugin, hosts::lv2::latencyPort, &latency);
-    withLittleMemory([&] {
-        lv2.activate(plugin);
-        lv2.run(plugin, sound.size());
-    });
-    EXPECT_EQ(latency, 2048);
-    const auto* state =
-        static_cast<const LV2_State_Interface*>(lv2.extension_data(LV2_STATE__interface));
-    std::map<std::uint32_t, std::string> kept;
-    withLittleMemory([&] {
-        state->save(
-            plugin,
-            [](LV2_State_Handle to, std::uint32_t key, const void* value, std::size_t size,
-               std::uint32_t, std::uint32_t) {
-                static_cast<decltype(kept)*>(to)->insert_or_assign(
-                    key, std::string(static_cast<const char*>(value), size));
-                return LV2_STATE_SUCCESS;
-            },
-            &kept, 0, nullptr);
-    });
-    EXPECT_EQ(kept.size(), 2U);
-    lv2.deactivate(plugin);
     lv2.cleanup(plugin);
+    float sound[64] = {};
+    host.connectAudio({sound, sound}, {sound, sound});
+    withLittleMemory([&] {
+        host.activate();
+        host.run(64);
+    });
+    EXPECT_EQ(host.latency, 2048);
+    Lv2Host::State kept;
+    withLittleMemory([&] { kept = host.save(); });
+    EXPECT_EQ(kept.size(), 2U);
+    withLittleMemory([&] { host.restore(kept); });
+    host.deactivate();
 }
 
 }  // namespace

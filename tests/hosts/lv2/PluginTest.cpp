@@ -1,4 +1,4 @@
-// What is LV2's own: control ports against messages and saved states, questions, wrong atoms.
+// LV2's own parts: control ports against messages and saved states, questions, malformed atoms.
 
 #include <cmath>
 #include <cstring>
@@ -10,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include "dsp/ParameterAddress.h"
-#include "hosts/instance/product.h"
 #include "hosts/lv2/Plugin.h"
 #include "hosts/lv2/bodyFunctions.h"
 #include "tests/audiounit/RenderingUnit.h"
@@ -23,146 +22,141 @@ using platform::AURenderEvent;
 using testing::ElementsAre;
 using testing::FieldsAre;
 
-class Lv2Plugin : public testing::Test {
- protected:
-    static constexpr std::uint32_t frames = 100;
+constexpr std::uint32_t frames = 100;
 
-    Lv2Plugin() { host.activate(); }
-
-    static float value(Lv2Host& of, std::uint64_t address) {
-        return static_cast<hosts::lv2::Plugin*>(of.handle())->instance().value(address);
+/// A host with active blocks of a constant signal.
+struct Host : Lv2Host {
+    explicit Host(const Options& options = {}) : Lv2Host(*kelvane_lv2_plugin(), options) {
+        if (handle) activate();
     }
-    float value(std::uint64_t address) { return value(host, address); }
-
-    void run(Lv2Host& of, const std::vector<AURenderEvent>& events = {}) {
-        memory_.assign(2 * frames, 0.5F);
-        of.connectAudio({memory_.data(), memory_.data() + frames},
-                        {memory_.data(), memory_.data() + frames});
-        of.takeAnswers();
-        of.send(events);
-        of.run(frames);
+    hosts::lv2::Plugin& plugin() const { return *static_cast<hosts::lv2::Plugin*>(handle); }
+    float value(std::uint64_t address) const { return plugin().instance().value(address); }
+    void play(const std::vector<AURenderEvent>& events = {}) {
+        send(events);
+        playSent();
     }
-    void run(const std::vector<AURenderEvent>& events = {}) { run(host, events); }
-
-    static std::string uri(const std::string& name) {
-        return std::string(hosts::product::uri) + "#" + name;
+    void playSent() {
+        memory.assign(2 * frames, 0.5F);
+        auto *left = memory.data(), *right = left + frames;
+        connectAudio({left, right}, {left, right});
+        run(frames);
     }
 
-    ConsoleLines quiet_;
-    std::vector<float> memory_;  // of the audio ports, which stay connected
-    Lv2Host host{*kelvane_lv2_plugin(), {}};
+    std::vector<float> memory;  // of the audio ports, which stay connected
 };
 
-TEST_F(Lv2Plugin, APortSpeaksWhenItChangesAndAMessageHoldsMeanwhile) {
+class Lv2Plugin : public testing::Test {
+ protected:
+    ConsoleLines quiet_;
+    Host host;
+};
+
+TEST_F(Lv2Plugin, APortSetsItsParameterOnlyWhenItChanges) {
     host.controls[kStereoWidth] = 0.8F;
-    run();
-    EXPECT_EQ(value(kStereoWidth), 0.8F) << "heard by the first block";
-    run({parameterEvent(99, kStereoWidth, 0.1F)});
-    run();
-    EXPECT_EQ(value(kStereoWidth), 0.1F) << "the port stands still";
-    host.controls[kStereoWidth] = 0.3F;
-    run({parameterEvent(0, kPanorama, 0.9F)});
-    EXPECT_EQ(value(kStereoWidth), 0.3F);
-    host.controls[kStereoWidth] = std::numeric_limits<float>::quiet_NaN();
-    run();
-    EXPECT_EQ(value(kStereoWidth), 0.3F);
-    host.controls[kStereoWidth] = 4;
-    run();
-    EXPECT_EQ(value(kStereoWidth), 1);
-    EXPECT_EQ(value(kPanorama), 0.9F);
+    host.play();
+    EXPECT_EQ(host.value(kStereoWidth), 0.8F) << "by the first block";
+    host.play({parameterEvent(99, kStereoWidth, 0.1F)});
+    host.play();
+    EXPECT_EQ(host.value(kStereoWidth), 0.1F) << "the port has not changed";
+    const auto playPort = [&](float port) {
+        host.controls[kStereoWidth] = port;
+        host.play({parameterEvent(0, kPanorama, 0.9F)});
+        return host.value(kStereoWidth);
+    };
+    EXPECT_EQ(playPort(0.3F), 0.3F);
+    EXPECT_EQ(playPort(std::numeric_limits<float>::quiet_NaN()), 0.3F);
+    EXPECT_EQ(playPort(4), 1);
+    EXPECT_EQ(host.value(kPanorama), 0.9F);
 }
 
-TEST_F(Lv2Plugin, ObeysAHostThatTellsTheEditorOfPortsWhileItStandsStill) {
-    auto& plugin = *static_cast<hosts::lv2::Plugin*>(host.handle());
-    const auto hear = [&](int idleCalls, float port) {
-        for (int i = 0; i < idleCalls; ++i) plugin.watch();
-        plugin.portChanged(kStereoWidth, port);
-        return value(kStereoWidth);
+TEST_F(Lv2Plugin, TakesPortEventsOfTheEditorWhileNoBlocksAreProcessed) {
+    const auto change = [&](int idleCalls, float port) {
+        for (int i = 0; i < idleCalls; ++i) host.plugin().watch();
+        host.plugin().portChanged(kStereoWidth, port);
+        return host.value(kStereoWidth);
     };
-    run();
-    EXPECT_EQ(hear(10, 0.3F), 0.5F) << "a block has run within the first of these calls";
-    EXPECT_EQ(hear(1, 0.3F), 0.3F);
-    plugin.controls().hold(kStereoWidth);
-    EXPECT_EQ(hear(1, 0.2F), 0.3F) << "a hand is on it";
-    plugin.controls().release(kStereoWidth);
-    plugin.portChanged(kBypass, 0);
-    EXPECT_EQ(value(kBypass), 1) << "by its port's sense";
+    host.play();
+    EXPECT_EQ(change(10, 0.3F), 0.5F) << "a block has run within the first of these calls";
+    EXPECT_EQ(change(1, 0.3F), 0.3F);
+    host.plugin().controls().hold(kStereoWidth);
+    EXPECT_EQ(change(1, 0.2F), 0.3F) << "a person holds it";
+    host.plugin().controls().release(kStereoWidth);
+    host.plugin().portChanged(kBypass, 0);
+    EXPECT_EQ(host.value(kBypass), 1) << "in the port's sense";
 }
 
 TEST_F(Lv2Plugin, EnabledIsTheOppositeOfBypassAndDecidesTheLatency) {
-    run();
-    EXPECT_EQ(host.latency, 2048);
-    host.controls[kBypass] = 0;
-    run();
-    EXPECT_EQ(value(kBypass), 1);
-    EXPECT_EQ(host.latency, 0);
-    host.controls[kBypass] = 0.1F;  // on is what lies above 0
-    run();
-    EXPECT_EQ(value(kBypass), 0);
-    run({parameterEvent(3, kBypass, 1)});
-    EXPECT_EQ(host.latency, 0) << "a message means the parameter";
+    const auto play = [&](float port, const std::vector<AURenderEvent>& events = {}) {
+        host.controls[kBypass] = port;
+        host.play(events);
+        return std::pair(host.value(kBypass), host.latency);
+    };
+    EXPECT_THAT(play(1), FieldsAre(0, 2048));
+    EXPECT_THAT(play(0), FieldsAre(1, 0));
+    EXPECT_THAT(play(0.1F), FieldsAre(0, 2048)) << "on above 0";
+    EXPECT_THAT(play(0.1F, {parameterEvent(3, kBypass, 1)}), FieldsAre(1, 0))
+        << "a message sets the parameter";
 }
 
 TEST_F(Lv2Plugin, AStateAndThePortsThatAHostSavesBesideItAreOneSetting) {
     host.controls[kStereoWidth] = 0.7F;
     host.controls[kPhaseShift] = 0.2F;
-    run({parameterEvent(5, kStereoWidth, 0.1F)});
+    host.play({parameterEvent(5, kStereoWidth, 0.1F)});
     const auto saved = host.save();
-    const auto restored = [&](std::array<float, 8> controls, const Lv2Host::State& state) {
-        Lv2Host other(*kelvane_lv2_plugin(), {});
-        EXPECT_TRUE(other.restore(state));
-        other.controls = controls;
-        other.activate();
-        run(other);
-        return std::pair(value(other, kStereoWidth), value(other, kPhaseShift));
-    };
-    EXPECT_THAT(restored(host.controls, saved), FieldsAre(0.1F, 0.2F)) << "as it was";
-    auto edited = host.controls;
-    edited[kStereoWidth] = 0.9F;
-    EXPECT_THAT(restored(edited, saved), FieldsAre(0.9F, 0.2F)) << "what the host changed since";
-    auto writtenDown = host.controls;
-    writtenDown[kStereoWidth] = 0.700001F;
-    EXPECT_THAT(restored(writtenDown, saved), FieldsAre(0.1F, 0.2F)) << "in six digits";
-    EXPECT_THAT(restored(edited, {}), FieldsAre(0.9F, 0.2F)) << "a preset of ports alone";
     auto withoutPorts = saved;
-    withoutPorts.erase(uri("heard_ports"));
-    EXPECT_THAT(restored(edited, withoutPorts), FieldsAre(0.9F, 0.2F));
-
-    // A preset of ports alone speaks, too, where a message went past a port that has its value.
+    withoutPorts.erase(hosts::lv2::seenPortsUri());
+    struct Row {
+        const char* what;
+        float port, width;
+        Lv2Host::State state;
+    };
+    for (const auto& [what, port, width, state] :
+         {Row{"as it was", 0.7F, 0.1F, saved}, Row{"changed by the host since", 0.9F, 0.9F, saved},
+          Row{"saved with six digits", 0.700001F, 0.1F, saved},
+          Row{"a preset of ports alone", 0.9F, 0.9F, {}},
+          Row{"without the ports' values", 0.9F, 0.9F, withoutPorts}}) {
+        Host other;
+        EXPECT_TRUE(other.restore(state));
+        other.controls = host.controls;
+        other.controls[kStereoWidth] = port;
+        other.play();
+        EXPECT_EQ(other.value(kStereoWidth), width) << what;
+        EXPECT_EQ(other.value(kPhaseShift), 0.2F) << what;
+    }
+    // A preset of ports alone sets a parameter that a message has changed since, too.
     EXPECT_TRUE(host.restore({}));
-    run();
-    EXPECT_EQ(value(kStereoWidth), 0.7F);
-    EXPECT_FALSE(host.restore({{uri("state"), "QOV Kelvane state 9\nend\n"}}));
+    host.play();
+    EXPECT_EQ(host.value(kStereoWidth), 0.7F);
+    EXPECT_FALSE(host.restore({{hosts::lv2::stateUri(), "QOV Kelvane state 9\nend\n"}}));
 }
 
 TEST_F(Lv2Plugin, AnswersQuestionsAboutOneParameterOrAll) {
+    const auto width = hosts::lv2::ownUri("stereo_width"), mono = hosts::lv2::ownUri("test_mono");
     host.controls[kStereoWidth] = 0.25F;
-    run({parameterEvent(9, kTestMono, 1)});
-    run();
+    host.play({parameterEvent(9, kTestMono, 1)});
     host.takeAnswers();
-    host.send({.kind = "Get", .property = uri("stereo_width"), .sequenceNumber = 7}, 3);
-    host.send({.kind = "Get"}, 4);
-    host.run(frames);
+    host.send({});
+    host.add({.kind = "Get", .property = width, .sequenceNumber = 7}, 3);
+    host.add({.kind = "Get"}, 4);
+    host.playSent();
     const auto answers = host.takeAnswers();
     ASSERT_EQ(answers.size(), 2U);
-    EXPECT_EQ(answers[0].kind, "Set");
-    EXPECT_EQ(answers[0].sequenceNumber, 7);
-    EXPECT_THAT(answers[0].values, ElementsAre(std::pair(uri("stereo_width"), 0.25F)));
+    EXPECT_THAT(answers[0], FieldsAre("Set", width, ElementsAre(std::pair(width, 0.25F)), 7));
     EXPECT_EQ(answers[1].kind, "Put");
     EXPECT_EQ(answers[1].values.size(), 8U);
-    EXPECT_EQ(answers[1].values.at(uri("test_mono")), 1);
+    EXPECT_EQ(answers[1].values.at(mono), 1);
 
-    // What is put is taken up again.
-    Lv2Host other(*kelvane_lv2_plugin(), {});
-    other.activate();
-    run(other);
-    other.send(answers[1], 0);
-    other.run(frames);
-    EXPECT_EQ(value(other, kStereoWidth), 0.25F);
-    EXPECT_EQ(value(other, kTestMono), 1);
+    // A plug-in accepts the answer as a message.
+    Host other;
+    other.play();
+    other.send({});
+    other.add(answers[1], 0);
+    other.playSent();
+    EXPECT_EQ(other.value(kStereoWidth), 0.25F);
+    EXPECT_EQ(other.value(kTestMono), 1);
 }
 
-TEST_F(Lv2Plugin, AtomsThatLieAboutTheirSizesAreNotReadBeyondTheirEnd) {
+TEST_F(Lv2Plugin, AtomsWithWrongSizesAreNotReadBeyondTheirEnd) {
     std::minstd_rand random(1);
     std::vector<AURenderEvent> events;
     for (std::uint32_t i = 0; i < 20; ++i)
@@ -173,84 +167,78 @@ TEST_F(Lv2Plugin, AtomsThatLieAboutTheirSizesAreNotReadBeyondTheirEnd) {
         auto bytes = whole;
         for (int change = 0; change < 4; ++change)
             bytes[8 + random() % (bytes.size() - 8)] = static_cast<std::uint8_t>(random());
-        // On the heap, cut to the length that it says, so that a sanitizer sees the end.
+        // On the heap, cut to the length in its head, so that a sanitizer sees the end.
         const auto size = static_cast<std::uint32_t>(random() % (bytes.size() - 8));
         std::memcpy(bytes.data(), &size, sizeof size);
         std::vector<std::uint64_t> exact((8 + size + 7) / 8);
         std::memcpy(exact.data(), bytes.data(), 8 + size);
-        host.connectMessages(exact.data());
-        host.run(frames);
-        for (std::uint64_t address = 0; address < 8; ++address) {
-            const float now = value(address);
-            ASSERT_TRUE(now >= 0 && now <= 1);
-        }
+        host.connect(hosts::lv2::eventsPort, exact.data());
+        host.playSent();
+        for (std::uint64_t address = 0; address < 8; ++address)
+            ASSERT_TRUE(host.value(address) >= 0 && host.value(address) <= 1);
     }
 }
 
-TEST_F(Lv2Plugin, RunsWithoutUridMapAndRefusesARateThatIsNone) {
-    Lv2Host plain(*kelvane_lv2_plugin(), {.hasMap = false});
-    ASSERT_TRUE(plain.handle());
+TEST_F(Lv2Plugin, RunsWithoutUridMapAndRefusesAnInvalidRate) {
+    Host plain({.hasMap = false});
+    ASSERT_TRUE(plain.handle);
     plain.controls[kPanorama] = 0.2F;
-    plain.activate();
-    run(plain, {parameterEvent(0, kPanorama, 1)});
-    EXPECT_EQ(value(plain, kPanorama), 0.2F);
+    plain.play({parameterEvent(0, kPanorama, 1)});
+    EXPECT_EQ(plain.value(kPanorama), 0.2F);
     EXPECT_TRUE(plain.save().empty());
     testing::internal::CaptureStderr();
     for (const double rate : {0., -1., std::nan(""), HUGE_VAL})
-        EXPECT_FALSE(Lv2Host(*kelvane_lv2_plugin(), {.rate = rate}).handle());
+        EXPECT_FALSE(Host({.rate = rate}).handle);
     EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("sample rate"));
 }
 
-/// A hand on a control, and a host that echoes what it was told block by block, or does not.
-TEST(ControlPorts, AHandHoldsAParameterUntilTheHostHasEchoedItsLastValue) {
+/// A person's hold on a control, and a host that sends its values back block by block, or does not.
+TEST(ControlPorts, AHeldParameterKeepsItsValueUntilTheHostHasEchoedTheLastOne) {
     hosts::lv2::ControlPorts ports(1000);
     float port = 0.5F;
     ports.connect(0, &port);
-    std::vector<float> heard;
-    const auto block = [&](float value) {
-        port = value;
-        ports.take(100, [&](std::uint64_t, float said) { heard.push_back(said); });
+    std::vector<float> reported;
+    const auto block = [&](float value, int times = 1) {
+        for (port = value; times > 0; --times)
+            ports.take(100, [&](std::uint64_t, float now) { reported.push_back(now); });
     };
-    const auto hear = [&] { return std::exchange(heard, {}); };
+    const auto turn = [&](std::vector<float> values) {
+        ports.hold(0);
+        for (const float value : values) ports.wrote(0, value);
+        ports.release(0);
+    };
+    const auto take = [&] { return std::exchange(reported, {}); };
     block(0.5F);
-    EXPECT_THAT(hear(), ElementsAre(0.5F));
+    EXPECT_THAT(take(), ElementsAre(0.5F));
     ports.hold(0);
     ports.wrote(0, 0.6F);
     block(0.6F);
-    ports.wrote(0, 0.7F);
-    ports.wrote(0, 0.8F);
-    ports.release(0);
+    turn({0.7F, 0.8F});
     block(0.7F);
     block(0.8F);
-    EXPECT_THAT(hear(), ElementsAre()) << "late echoes";
+    EXPECT_THAT(take(), ElementsAre()) << "late echoes";
     block(0.7F);
-    EXPECT_THAT(hear(), ElementsAre(0.7F)) << "the host's own, from then on";
+    EXPECT_THAT(take(), ElementsAre(0.7F)) << "a change of the host's own";
 
-    for (const float turned : {0.1F, 0.2F, 0.3F, 0.4F}) {  // a wheel, whose hand no block sees
+    for (const float turned : {0.1F, 0.2F, 0.3F, 0.4F}) {  // a wheel, held within no block
         const float before = port;
-        ports.hold(0);
-        ports.wrote(0, turned);
-        ports.release(0);
+        turn({turned});
         block(before);
         block(turned);
     }
-    EXPECT_THAT(hear(), ElementsAre()) << "each echo has its own patience";
+    EXPECT_THAT(take(), ElementsAre()) << "each echo has its own time limit";
 
-    ports.hold(0);
-    ports.wrote(0, 0.9F);
-    ports.release(0);
-    for (int i = 0; i < 4; ++i) block(0.1F);
-    EXPECT_THAT(hear(), ElementsAre(0.1F)) << "a host that insists, after a quarter of a second";
-    ports.hold(0);
-    ports.wrote(0, 0.6F);
-    ports.release(0);
-    for (int i = 0; i < 4; ++i) block(0.1F);
-    EXPECT_THAT(hear(), ElementsAre(0.1F)) << "undone by the host before anything was processed";
+    turn({0.9F});
+    block(0.1F, 4);
+    EXPECT_THAT(take(), ElementsAre(0.1F)) << "no echo for a quarter of a second";
+    turn({0.6F});
+    block(0.1F, 4);
+    EXPECT_THAT(take(), ElementsAre(0.1F)) << "undone by the host before anything was processed";
     ports.hold(0);
     block(0.2F);
     ports.release(0);
     block(0.2F);
-    EXPECT_THAT(hear(), ElementsAre(0.2F)) << "held, but not moved";
+    EXPECT_THAT(take(), ElementsAre(0.2F)) << "held, but not moved";
 }
 
 }  // namespace

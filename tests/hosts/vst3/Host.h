@@ -19,19 +19,30 @@
 #include "hosts/instance/EditExchange.h"
 #include "hosts/vst3/Interface.h"
 
-/// The host's side of the format's interfaces. These objects belong to who makes them; their counts
-/// keep nothing.
+/// The host's side of the format's interfaces. These objects belong to their makers; reference
+/// counts do not keep them.
 namespace qov::test::vst3 {
 
 using hosts::EditExchange;
 using hosts::vst3::entry;
 using hosts::vst3::Face;
+using hosts::vst3::Held;
+using hosts::vst3::returns;
 using hosts::vst3::Unknown;
 using hosts::vst3::unknownEntries;
+
+/// Holds an object that the plug-in has made, and takes over its maker's reference.
+template <class Interface>
+Held<Interface> adopted(Interface** made) {
+    Held<Interface> held(made);
+    if (made) v3_cpp_obj_unref(made);
+    return held;
+}
 
 class Owned : public Unknown {
  protected:
     void unheld() noexcept override {}
+    void* find(const std::uint8_t*) noexcept override { return nullptr; }
 };
 
 /// A block's points of one parameter.
@@ -43,7 +54,6 @@ class Queue final : public Owned {
     v3_param_value_queue** face() { return reinterpret_cast<v3_param_value_queue**>(&face_); }
 
  private:
-    void* find(const std::uint8_t*) noexcept override { return nullptr; }
     v3_param_id getParamId() noexcept { return id_; }
     std::int32_t getPointCount() noexcept { return static_cast<std::int32_t>(points_.size()); }
     v3_result getPoint(std::int32_t index, std::int32_t* frame, double* value) noexcept {
@@ -52,12 +62,10 @@ class Queue final : public Owned {
         *value = points_[static_cast<std::size_t>(index)].second;
         return V3_OK;
     }
-    v3_result addPoint(std::int32_t, double, std::int32_t*) noexcept { return V3_FALSE; }
-
     static constexpr v3_param_value_queue_cpp table{
         unknownEntries,
         {entry<&Queue::getParamId>, entry<&Queue::getPointCount>, entry<&Queue::getPoint>,
-         entry<&Queue::addPoint>}};
+         returns<V3_FALSE>}};
 
     Face face_{&table, this, this};
     v3_param_id id_;
@@ -76,23 +84,20 @@ class Changes final : public Owned {
     v3_param_changes** face() { return reinterpret_cast<v3_param_changes**>(&face_); }
 
  private:
-    void* find(const std::uint8_t*) noexcept override { return nullptr; }
     std::int32_t getParamCount() noexcept { return static_cast<std::int32_t>(queues_.size()); }
     v3_param_value_queue** getParamData(std::int32_t index) noexcept {
         return std::next(queues_.begin(), index)->second->face();
     }
-    v3_param_value_queue** addParamData(v3_param_id*, std::int32_t*) noexcept { return nullptr; }
 
     static constexpr v3_param_changes_cpp table{
         unknownEntries,
-        {entry<&Changes::getParamCount>, entry<&Changes::getParamData>,
-         entry<&Changes::addParamData>}};
+        {entry<&Changes::getParamCount>, entry<&Changes::getParamData>, returns<nullptr>}};
 
     Face face_{&table, this, this};
     std::map<v3_param_id, std::unique_ptr<Queue>> queues_;
 };
 
-/// A state in a project, dealt out a few bytes at a time.
+/// A state in a project, read and written a few bytes at a time.
 class Stream final : public Owned {
  public:
     explicit Stream(std::string_view content = {}) : bytes(content) {}
@@ -102,7 +107,6 @@ class Stream final : public Owned {
  private:
     static constexpr std::int32_t most = 7;
 
-    void* find(const std::uint8_t*) noexcept override { return nullptr; }
     v3_result read(void* to, std::int32_t size, std::int32_t* count) {
         const auto left = static_cast<std::int32_t>(bytes.size() - at_);
         *count = std::min({size, left, most});
@@ -115,20 +119,17 @@ class Stream final : public Owned {
         bytes.append(static_cast<const char*>(from), static_cast<std::size_t>(*count));
         return V3_OK;
     }
-    v3_result seek(std::int64_t, std::int32_t, std::int64_t*) noexcept { return V3_FALSE; }
-    v3_result tell(std::int64_t*) noexcept { return V3_FALSE; }
 
     static constexpr struct : v3_funknown {
         v3_bstream stream;
-    } table{
-        unknownEntries,
-        {entry<&Stream::read>, entry<&Stream::write>, entry<&Stream::seek>, entry<&Stream::tell>}};
+    } table{unknownEntries,
+            {entry<&Stream::read>, entry<&Stream::write>, returns<V3_FALSE>, returns<V3_FALSE>}};
 
     Face face_{&table, this, this};
     std::size_t at_ = 0;
 };
 
-/// What the host is to the plug-in: component handler, run loop, frame of the view.
+/// The host as the plug-in sees it: component handler, run loop, frame of the view.
 class Host final : public Owned {
  public:
     v3_funknown** face() { return reinterpret_cast<v3_funknown**>(&loop_); }

@@ -27,70 +27,72 @@ namespace {
 
 namespace host = test::vst3;
 
-/// A plug-in as a host holds it.
+/// A plug-in and the interfaces by which a host holds it.
 struct Loaded {
-    explicit Loaded(v3_funknown** host = nullptr) : unknown(kelvane_vst3_create(host)) {
-        v3_cpp_obj_unref(unknown);
-    }
+    explicit Loaded(v3_funknown** host = nullptr)
+        : unknown(host::adopted(kelvane_vst3_create(host))) {}
 
-    v3_funknown** unknown;
-    Held<v3_component> component = Held<v3_component>::of(unknown, v3_component_iid);
-    Held<v3_audio_processor> processor =
-        Held<v3_audio_processor>::of(unknown, v3_audio_processor_iid);
-    Held<v3_edit_controller> controller =
-        Held<v3_edit_controller>::of(unknown, v3_edit_controller_iid);
+    template <class Interface>
+    Held<Interface> ask(const v3_tuid id) const {
+        return Held<Interface>::of(unknown.get(), id);
+    }
+    double value(v3_param_id id) const {
+        return controller(&v3_edit_controller::get_parameter_normalised, id);
+    }
+    void set(v3_param_id id, double value) const {
+        controller(&v3_edit_controller::set_parameter_normalised, id, value);
+    }
+    std::uint32_t latency() const { return processor(&v3_audio_processor::get_latency_samples); }
+    void setActive(bool isActive) const { component(&v3_component::set_active, v3_bool{isActive}); }
+
+    Held<v3_funknown> unknown;
+    Held<v3_component> component = ask<v3_component>(v3_component_iid);
+    Held<v3_audio_processor> processor = ask<v3_audio_processor>(v3_audio_processor_iid);
+    Held<v3_edit_controller> controller = ask<v3_edit_controller>(v3_edit_controller_iid);
 };
 
 TEST(Vst3, TakesStereoOfFloatsAlone) {
     const Loaded effect;
-    v3_speaker_arrangement stereo = V3_SPEAKER_L | V3_SPEAKER_R;
-    v3_speaker_arrangement mono = V3_SPEAKER_M;
-    const auto arrange = [&](v3_speaker_arrangement* in, int ins, v3_speaker_arrangement* out,
-                             int outs) {
-        return effect.processor(&v3_audio_processor::set_bus_arrangements, in, ins, out, outs);
+    v3_speaker_arrangement stereo = V3_SPEAKER_L | V3_SPEAKER_R, mono = V3_SPEAKER_M;
+    for (auto* in : {&stereo, &mono, static_cast<v3_speaker_arrangement*>(nullptr)})
+        for (auto* out : {&stereo, &mono})
+            EXPECT_EQ(effect.processor(&v3_audio_processor::set_bus_arrangements, in,
+                                       std::int32_t{in != nullptr}, out, 1) == V3_OK,
+                      in == &stereo && out == &stereo);
+    const auto setUp = [&](double rate, std::int32_t sampleSize) {
+        v3_process_setup setup{V3_REALTIME, sampleSize, 512, rate};
+        return effect.processor(&v3_audio_processor::setup_processing, &setup);
     };
-    EXPECT_EQ(arrange(&stereo, 1, &stereo, 1), V3_OK);
-    EXPECT_NE(arrange(&mono, 1, &stereo, 1), V3_OK);
-    EXPECT_NE(arrange(&stereo, 1, &mono, 1), V3_OK);
-    EXPECT_NE(arrange(nullptr, 0, &stereo, 1), V3_OK);
-    v3_process_setup setup{V3_REALTIME, V3_SAMPLE_32, 512, 48000};
-    EXPECT_EQ(effect.processor(&v3_audio_processor::setup_processing, &setup), V3_OK);
-    for (const double rate : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()}) {
-        setup.sample_rate = rate;
-        EXPECT_NE(effect.processor(&v3_audio_processor::setup_processing, &setup), V3_OK);
-    }
-    setup = {V3_REALTIME, V3_SAMPLE_64, 512, 48000};
-    EXPECT_NE(effect.processor(&v3_audio_processor::setup_processing, &setup), V3_OK);
+    EXPECT_EQ(setUp(48000, V3_SAMPLE_32), V3_OK);
+    EXPECT_NE(setUp(48000, V3_SAMPLE_64), V3_OK);
+    for (const double rate : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()})
+        EXPECT_NE(setUp(rate, V3_SAMPLE_32), V3_OK);
     v3_process_data data{};
     data.symbolic_sample_size = V3_SAMPLE_64;
     EXPECT_NE(effect.processor(&v3_audio_processor::process, &data), V3_OK);
 }
 
-TEST(Vst3, LeavesTheSignalToTheBlocksAndTheDisplayToTheHost) {
+TEST(Vst3, ReportsTheHostsValuesBeforeABlockHasThem) {
     const Loaded effect;
-    effect.component(&v3_component::set_active, v3_bool{true});
-    // No busses, no changes: what a flush may be.
-    v3_process_data data{};
-    EXPECT_EQ(effect.processor(&v3_audio_processor::process, &data), V3_OK);
-    const auto& controller = effect.controller;
-    controller(&v3_edit_controller::set_parameter_normalised, v3_param_id{kPanorama}, 0.25);
-    controller(&v3_edit_controller::set_parameter_normalised, v3_param_id{kBypass}, 1.0);
-    EXPECT_EQ(controller(&v3_edit_controller::get_parameter_normalised, v3_param_id{kPanorama}),
-              0.25);
-    EXPECT_EQ(effect.processor(&v3_audio_processor::get_latency_samples), 0U);
-    // A program sets everything back.
-    controller(&v3_edit_controller::set_parameter_normalised, programId, 1.0);
-    EXPECT_EQ(controller(&v3_edit_controller::get_parameter_normalised, v3_param_id{kPanorama}),
-              0.5);
-    EXPECT_EQ(controller(&v3_edit_controller::get_parameter_normalised, programId), 1.0);
-    EXPECT_EQ(effect.processor(&v3_audio_processor::get_latency_samples), 2048U);
-    effect.component(&v3_component::set_active, v3_bool{false});
-    // And is part of what a project keeps.
+    effect.setActive(true);
+    v3_process_data flush{};
+    EXPECT_EQ(effect.processor(&v3_audio_processor::process, &flush), V3_OK);
+    effect.set(kPanorama, 0.25);
+    effect.set(kBypass, 1);
+    EXPECT_EQ(effect.value(kPanorama), 0.25);
+    EXPECT_EQ(effect.latency(), 0U);
+    // A program sets all values.
+    effect.set(programId, 1);
+    EXPECT_EQ(effect.value(kPanorama), 0.5);
+    EXPECT_EQ(effect.value(programId), 1);
+    EXPECT_EQ(effect.latency(), 2048U);
+    effect.setActive(false);
+    // It is part of a project's state.
     host::Stream state;
     EXPECT_EQ(effect.component(&v3_component::get_state, state.face()), V3_OK);
     const Loaded again;
     EXPECT_EQ(again.controller(&v3_edit_controller::set_component_state, state.face()), V3_OK);
-    EXPECT_EQ(again.controller(&v3_edit_controller::get_parameter_normalised, programId), 1.0);
+    EXPECT_EQ(again.value(programId), 1);
 }
 
 TEST(Vst3, MergesThePointsOfAllQueuesByFrame) {
@@ -144,9 +146,9 @@ struct Block {
     std::array<float, 2 * std::size_t{frames}> samples{};
 };
 
-TEST(Vst3, WhatComesDuringABlockWaitsForNothingAndCountsInTheNext) {
+TEST(Vst3, CallsDuringABlockReturnAtOnceAndCountInTheNext) {
     const Loaded effect;
-    effect.component(&v3_component::set_active, v3_bool{true});
+    effect.setActive(true);
     host::Changes none, bypass;
     bypass.add(kBypass, 0, 1);
     for (int i = 0; i < 100; ++i) Block().process(effect, none);
@@ -166,13 +168,13 @@ TEST(Vst3, WhatComesDuringABlockWaitsForNothingAndCountsInTheNext) {
     next.process(effect, none);
     EXPECT_EQ(next.samples, before) << "bypassed";
 
-    // The same for what comes while nothing is processed.
-    effect.component(&v3_component::set_active, v3_bool{false});
+    // The same for changes while nothing is processed.
+    effect.setActive(false);
     host::Changes mute;
     mute.add(volumeId, 0, 0);
     mute.add(kBypass, 0, 0);
     inside.process(effect, mute);
-    effect.component(&v3_component::set_active, v3_bool{true});
+    effect.setActive(true);
     Block last;
     for (int i = 0; i < 3000; ++i) (last = {}).process(effect, none);
     EXPECT_TRUE(last.isSilent()) << "turned down";
@@ -181,26 +183,20 @@ TEST(Vst3, WhatComesDuringABlockWaitsForNothingAndCountsInTheNext) {
 TEST(Vst3, RunsOnTheLoopOfTheFactorysHostAsOftenAsItIsInitialised) {
     host::Host offered, given;
     const Loaded effect(offered.face());
-    const auto initialise = [&](v3_funknown** context) {
-        v3_cpp_obj_initialize(effect.component.get(), context);
-        const auto timers = std::pair(offered.timers(), given.timers());
-        v3_cpp_obj_terminate(effect.component.get());
-        return timers;
-    };
-    for (int round = 0; round < 2; ++round) {
-        EXPECT_EQ(initialise(nullptr), std::pair(1UL, 0UL));
-        EXPECT_EQ(initialise(given.face()), std::pair(0UL, 1UL));
-        EXPECT_EQ(offered.timers() + given.timers(), 0);
-    }
+    for (int round = 0; round < 2; ++round)
+        for (auto* context : {static_cast<host::Host*>(nullptr), &given}) {
+            v3_cpp_obj_initialize(effect.component.get(), context ? context->face() : nullptr);
+            EXPECT_EQ(std::pair(offered.timers(), given.timers()),
+                      context ? std::pair(0UL, 1UL) : std::pair(1UL, 0UL));
+            v3_cpp_obj_terminate(effect.component.get());
+            EXPECT_EQ(offered.timers() + given.timers(), 0);
+        }
 }
 
 class Vst3View : public testing::Test {
  protected:
     static Held<v3_plugin_view> makeView(const Loaded& effect) {
-        auto** made = effect.controller(&v3_edit_controller::create_view, "editor");
-        Held<v3_plugin_view> view(made);
-        v3_cpp_obj_unref(made);
-        return view;
+        return host::adopted(effect.controller(&v3_edit_controller::create_view, "editor"));
     }
     static v3_result attach(const Held<v3_plugin_view>& view, std::uint64_t parent,
                             const char* type = V3_VIEW_PLATFORM_TYPE_X11) {
@@ -230,10 +226,10 @@ TEST_F(Vst3View, NeedsARunLoopAndOutlivesThePlugin) {
     EXPECT_NE(attach(second, parent_), V3_OK) << "another is";
     EXPECT_EQ(view(&v3_plugin_view::removed), V3_OK);
     EXPECT_NE(view(&v3_plugin_view::removed), V3_OK);
-    EXPECT_EQ(attach(second, parent_), V3_OK);  // and goes while it is open
+    EXPECT_EQ(attach(second, parent_), V3_OK);  // and is released while it is open
 }
 
-TEST_F(Vst3View, TakesTheKeysThatMeanSomethingUnderTheMouse) {
+TEST_F(Vst3View, TakesTheKeysOfTheControlUnderTheMouse) {
     host::Host offered;
     const Loaded effect(offered.face());
     effect.controller(&v3_edit_controller::set_component_handler, offered.handler());
@@ -256,8 +252,7 @@ TEST_F(Vst3View, TakesTheKeysThatMeanSomethingUnderTheMouse) {
     EXPECT_FALSE(isTaken('z', 0, 0));
     const auto width = [&] {
         offered.turn();
-        return static_cast<float>(effect.controller(&v3_edit_controller::get_parameter_normalised,
-                                                    v3_param_id{kStereoWidth}));
+        return static_cast<float>(effect.value(kStereoWidth));
     };
     EXPECT_FLOAT_EQ(width(), 0.511F);
     for (const auto& [character, code] : {std::pair{0, enter}, {'-', 0}, {'5', 0}, {0, enter}})
@@ -268,23 +263,23 @@ TEST_F(Vst3View, TakesTheKeysThatMeanSomethingUnderTheMouse) {
 TEST_F(Vst3View, KeepsThePanelsProportionsAndTheHostsScale) {
     const Loaded effect;
     const auto view = makeView(effect);
-    v3_view_rect wide{0, 0, 1360, 450}, high{0, 0, 690, 880}, tiny{0, 0, 1, 1}, empty{};
-    for (auto* rect : {&wide, &high, &tiny}) view(&v3_plugin_view::check_size_constraint, rect);
-    EXPECT_EQ(std::pair(wide.right, wide.bottom), std::pair(1360, 880));
-    EXPECT_EQ(std::pair(high.right, high.bottom), std::pair(1360, 880));
-    EXPECT_EQ(std::pair(tiny.right, tiny.bottom), std::pair(170, 110));
-    EXPECT_NE(view(&v3_plugin_view::on_size, &empty), V3_OK);
+    const auto fitting = [&](std::int32_t width, std::int32_t height) {
+        v3_view_rect rect{0, 0, width, height};
+        view(&v3_plugin_view::check_size_constraint, &rect);
+        return std::pair(rect.right, rect.bottom);
+    };
+    EXPECT_EQ(fitting(1360, 450), std::pair(1360, 880));
+    EXPECT_EQ(fitting(690, 880), std::pair(1360, 880));
+    EXPECT_EQ(fitting(1, 1), std::pair(170, 110));
     for (std::int32_t side = 300; side < 1300; ++side) {
-        v3_view_rect asked{0, 0, side, 900 - side / 2};
-        view(&v3_plugin_view::check_size_constraint, &asked);
-        v3_view_rect again = asked;
-        view(&v3_plugin_view::check_size_constraint, &again);
-        ASSERT_EQ(std::pair(again.right, again.bottom), std::pair(asked.right, asked.bottom));
+        const auto size = fitting(side, 900 - side / 2);
+        ASSERT_EQ(fitting(size.first, size.second), size);
     }
+    v3_view_rect size{};
+    EXPECT_NE(view(&v3_plugin_view::on_size, &size), V3_OK);
     const auto scale =
         Held<v3_plugin_view_content_scale>::of(view.get(), v3_plugin_view_content_scale_iid);
     scale(&v3_plugin_view_content_scale::set_content_scale_factor, 1.5F);
-    v3_view_rect size{};
     view(&v3_plugin_view::get_size, &size);
     EXPECT_EQ(std::pair(size.right, size.bottom), std::pair(1020, 660));
     EXPECT_NE(scale(&v3_plugin_view_content_scale::set_content_scale_factor, 0.0F), V3_OK);

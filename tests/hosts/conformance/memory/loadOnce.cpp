@@ -1,9 +1,7 @@
 // usage: load_once FORMAT
-// Scans a format's bundle, makes one instance, plays a block and lets everything go: for valgrind.
+// Scans a format's bundle, makes one instance, plays some blocks and destroys all: for valgrind.
 
-#include <algorithm>
 #include <cstdio>
-#include <string>
 #include <vector>
 
 #include "platform/foundation/Console.h"
@@ -11,17 +9,15 @@
 #include "tests/support/renderEvents.h"
 
 int main(int argc, char** argv) {
-    using qov::test::Format;
     platform::console::setSink({});
-    const auto& formats = Format::all();
-    const auto found =
-        std::ranges::find(formats, argc == 2 ? std::string(argv[1]) : "", &Format::name);
+    const auto& formats = qov::test::Format::all();
+    const auto found = formats.find(argc == 2 ? argv[1] : "");
     if (found == formats.end()) {
         std::fprintf(stderr, "usage: load_once FORMAT\n");
         return 2;
     }
-    auto& format = **found;
-    format.describe();
+    const auto& format = found->second;
+    if (format.describe) format.describe();
     const auto plugin = format.create();
     plugin->setValue(0, 0.75F);
     if (!plugin->activate(48000, 512)) return 1;
