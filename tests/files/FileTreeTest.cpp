@@ -1,19 +1,21 @@
-#include "files/FileTree.h"
+#include <sys/stat.h>
 
 #include <random>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "files/FileEnumerator.h"
 #include "files/Folder.h"
+#include "platform/foundation/FileManager.h"
 #include "tests/support/ConsoleLines.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
 using namespace qov;
-using Paths = std::vector<std::string>;
-constexpr auto top = "NSFileProviderRootContainerItemIdentifier";
-constexpr auto workingSet = "NSFileProviderWorkingSetContainerItemIdentifier";
+const std::string top = "NSFileProviderRootContainerItemIdentifier";
+const std::string workingSet = "NSFileProviderWorkingSetContainerItemIdentifier";
 
 /// An entry as the tests know it, apart from the classes tested. A table is in a walk's order.
 struct Row {
@@ -22,25 +24,15 @@ struct Row {
 };
 using Rows = std::vector<Row>;
 
-Rows randomRows(std::mt19937& random, int size, const std::string& prefix = "") {
+Rows randomRows(std::mt19937& random) {
     Rows rows;
-    while (std::ssize(rows) < size) {
-        rows.push_back({prefix + "n" + std::to_string(rows.size()), random() % 3 == 0});
-        if (!rows.back().isFolder) continue;
-        const auto room = static_cast<unsigned>(size - std::ssize(rows) + 1);
-        const auto below =
-            randomRows(random, static_cast<int>(random() % room), rows.back().path + "/");
-        rows.insert(rows.end(), below.begin(), below.end());
+    for (std::string folder; rows.size() < 100;) {
+        while (!folder.empty() && random() % 4 == 0)
+            folder.resize(folder.rfind('/', folder.size() - 2) + 1);
+        rows.push_back({folder + "n" + std::to_string(rows.size()), random() % 3 == 0});
+        if (rows.back().isFolder) folder = rows.back().path + "/";
     }
     return rows;
-}
-
-std::shared_ptr<File> entryOf(const Row& row, int number) {
-    const auto entry = row.isFolder ? std::make_shared<Folder>() : std::make_shared<File>();
-    entry->setSubpath(row.path);
-    entry->isDirectory = row.isFolder;
-    entry->attributes.set(platform::NSFileSystemFileNumber, platform::Number(number));
-    return entry;
 }
 
 std::unique_ptr<FileTree> treeOf(const Rows& rows) {
@@ -48,38 +40,42 @@ std::unique_ptr<FileTree> treeOf(const Rows& rows) {
     tree->root = std::make_shared<Folder>();
     tree->root->isDirectory = true;
     for (int number = 0; const auto& row : rows) {
-        const auto entry = entryOf(row, number++);
+        const auto entry = row.isFolder ? std::make_shared<Folder>() : std::make_shared<File>();
+        entry->setSubpath(row.path);
+        entry->isDirectory = row.isFolder;
+        entry->attributes.set(platform::NSFileSystemFileNumber, platform::Number(number++));
         tree->findParent(entry);
         tree->append(entry);
     }
     return tree;
 }
 
-Paths shown(const FileTree& tree) {
-    Paths paths;
-    for (const auto& entry : tree.filelist()) paths.push_back(entry->subpath());
+/// The paths of the list, each behind a blank.
+std::string shown(const FileTree& tree) {
+    std::string paths;
+    for (const auto& entry : tree.filelist()) paths += " " + entry->subpath();
     return paths;
 }
 
-/// From the table alone: rows below `above` (a path, or empty for the top) are hidden by any row on
-/// their way that is not expanded.
-Paths visible(const Rows& rows, const std::string& above) {
-    Paths paths;
+/// The same from the table alone: rows below `above` (a path, or empty for the top) are hidden by
+/// any row on their way that is not expanded.
+std::string visible(const Rows& rows, const std::string& above) {
+    std::string paths;
     for (const auto& row : rows) {
         bool seen = (row.path + "/").starts_with(above.empty() ? "" : above + "/");
         for (const auto& other : rows)
             if (other.path.size() >= above.size() && row.path.starts_with(other.path + "/"))
                 seen = seen && other.expanded;
-        if (seen) paths.push_back(row.path);
+        if (seen) paths += " " + row.path;
     }
     return paths;
 }
 
-TEST(RandomTree, ExpansionPagesAndPathsShowWhatTheTableContains) {
+TEST(FileTree, ExpansionPagesAndPathsShowWhatTheTableContains) {
     const ConsoleLines console;
     std::mt19937 random(1);
     for (int round = 0; round < 8; ++round) {
-        auto rows = randomRows(random, 100);
+        auto rows = randomRows(random);
         const auto tree = treeOf(rows);
         for (int number = 0; auto& row : rows) {
             const bool wanted = random() % 2;
@@ -90,17 +86,17 @@ TEST(RandomTree, ExpansionPagesAndPathsShowWhatTheTableContains) {
         EXPECT_EQ(shown(*tree), visible(rows, ""));
         for (int number = 0; const auto& row : Rows(rows)) {
             for (auto& other : rows) other.expanded = other.isFolder && other.path == row.path;
-            const auto expected = row.isFolder ? visible(rows, row.path) : Paths();
+            const auto expected = row.isFolder ? visible(rows, row.path) : "";
             tree->root->_expanded = false;
             tree->makeExpandedPage(std::to_string(number));
             EXPECT_EQ(shown(*tree), expected) << row.path;
             EXPECT_FALSE(tree->root->_expanded);
             tree->makeExpandedPath(std::to_string(number++));
             EXPECT_EQ(shown(*tree), expected) << row.path;
-            if (!row.isFolder) continue;
+            EXPECT_EQ(tree->root->_expanded, row.isFolder);
             // Now every folder above it is open, and nothing else.
-            EXPECT_TRUE(tree->root->_expanded);
-            for (auto& other : rows) other.expanded |= row.path.starts_with(other.path + "/");
+            for (auto& other : rows)
+                other.expanded |= row.isFolder && row.path.starts_with(other.path + "/");
             tree->makeExpandedList();
             EXPECT_EQ(shown(*tree), visible(rows, "")) << row.path;
         }
@@ -108,59 +104,139 @@ TEST(RandomTree, ExpansionPagesAndPathsShowWhatTheTableContains) {
 }
 
 // Numbered from 0 on: a, a/b, a/b/c, d.
-TEST(SmallTree, ShowsAndPrintsWhatAnIdentifierNames) {
+TEST(FileTree, ShowsAndPrintsWhatAnIdentifierNames) {
     ConsoleLines console;
     const auto tree = treeOf({{"a", true}, {"a/b", true}, {"a/b/c", false}, {"d", false}});
-    const std::string expanded = "Root node was expanded.";
-    const std::string notFound = "Warning: The file was not found.";
-    struct Case {
-        bool page;  // else the path
-        std::string identifier;
-        Paths list, lines;
-    };
+    const std::string notFound = "Warning: The file was not found.",
+                      tag = "FileTree: ", expanded = "Root node was expanded.";
     tree->setExpanded(true);
     EXPECT_FALSE(tree->root->_expanded);
-    for (const auto& [page, identifier, list, lines] :
-         {Case{true, top, {"a", "d"}, {"FileTree: " + expanded}},
-          Case{false, top, {"a", "d"}, {std::string("FileTree: (") + top + ") " + expanded}},
-          Case{false,
-               workingSet,
-               {"a", "d"},
-               {std::string("FileTree: (") + workingSet + ") " + expanded}},
-          Case{true, workingSet, {}, {notFound}},
-          Case{false, "1", {"a/b", "a/b/c"}, {"FileTree: The following folder was found:  1 b"}},
-          Case{true,
-               "2",
-               {},
-               {"FileTree: The following file was found:  2 c",
-                "Warning: The file cannot become expanded."}},
-          Case{false, "4", {}, {notFound}}}) {
-        page ? tree->makeExpandedPage(identifier) : tree->makeExpandedPath(identifier);
+    struct Case {
+        void (FileTree::*make)(const std::string& identifier);
+        std::string identifier, list, lines;
+    };
+    const auto page = &FileTree::makeExpandedPage, path = &FileTree::makeExpandedPath;
+    for (const auto& [make, identifier, list, lines] :
+         {Case{page, top, " a d", tag + expanded},
+          Case{path, top, " a d", tag + "(" + top + ") " + expanded},
+          Case{path, workingSet, " a d", tag + "(" + workingSet + ") " + expanded},
+          Case{page, workingSet, "", notFound},
+          Case{path, "1", " a/b a/b/c", tag + "The following folder was found:  1 b"},
+          Case{page, "2", "",
+               tag + "The following file was found:  2 c|"
+                     "Warning: The file cannot become expanded."},
+          Case{path, "4", "", notFound}}) {
+        ((*tree).*make)(identifier);
         EXPECT_EQ(shown(*tree), list) << identifier;
-        EXPECT_EQ(console.take(), lines) << identifier;
+        EXPECT_EQ(console.taken(), lines) << identifier;
     }
     EXPECT_EQ(tree->findFileWithUID(top), tree->root);
-    EXPECT_EQ(console.take().back(), std::string("FileTree: The file (root) was found :  ") + top);
-    tree->root->children.clear();
-    EXPECT_THAT(tree->xml(), testing::StartsWith("\n<folder path='' "));
+    EXPECT_EQ(console.taken(), tag + "The file (root) was found :  " + top);
     tree->basePath = "/x";
-    tree->clearList();
     EXPECT_EQ(tree->list(), "\n<!-- file list -->\n<files basepath='/x'>\n</files>");
-    const auto orphan = entryOf({"z", false}, 0);
-    orphan->attributes = {};
+    const auto orphan = std::make_shared<File>();
+    orphan->setSubpath("z");
     tree->append(orphan);
-    EXPECT_THAT(tree->list(), testing::HasSubstr("'>\n\t<file id='-1' name='z' "));
+    EXPECT_THAT(tree->list(),
+                testing::HasSubstr("'>\n\t<file id='-1' name='z' size='(invalid attribute)' "));
 
     FileTree bare;  // without a root only the XML is fatal
     bare.append(orphan);
-    EXPECT_EQ(bare.findParent(nullptr), nullptr);
-    bare.dumpoutRoot();
     bare.makeExpandedPage("8");
-    EXPECT_EQ(shown(bare), Paths{"z"});
+    EXPECT_EQ(shown(bare), " z");
     bare.makeExpandedPath("8");
-    EXPECT_EQ(shown(bare), Paths());
-    EXPECT_EQ(console.take(), Paths{notFound});
+    EXPECT_EQ(shown(bare), "");
+    EXPECT_EQ(console.taken(), notFound);
     EXPECT_DEATH((void)bare.xml(), "Fatal error");
+}
+
+const std::string end = "WARNUNG: Unbekannter Typ des Dateiobjektes oder <nil>.";
+
+class Enumerating : public testing::Test {
+ protected:
+    ConsoleLines console;
+    TemporaryFolder folder;
+    FileEnumerator enumerator;
+    FileTree& tree = *enumerator.fileTree;
+};
+
+TEST_F(Enumerating, LinksEntriesToTheirFoldersAndStopsWhereTheFolderCannotBeEntered) {
+    enumerator.enumerate(folder / "none");
+    EXPECT_EQ(console.taken(), "Error: Could not set current path '" + (folder / "none") +
+                                   "' for the file manager.");
+    EXPECT_EQ(tree.root, nullptr);
+    folder.file("music/set/a.wav");
+    folder.file("b\n'<\xff>");
+    folder.folder("empty");
+    folder.link("music", "link");
+    folder.link(".", "loop");
+    folder.link("no file", "nowhere");
+    enumerator.enumerate(folder.path() + "/");
+    EXPECT_EQ(shown(tree), " b\n'<\xff> empty link loop music music/set music/set/a.wav nowhere");
+    EXPECT_EQ(console.taken(), end);
+    EXPECT_EQ(tree.basePath, std::filesystem::canonical(folder.path()));
+    EXPECT_EQ(tree.root->rootpath(), folder.path() + "/");
+    EXPECT_TRUE(tree.root->_expanded && tree.root->isReadeble && tree.root->_indent == 0);
+
+    const auto& list = tree.filelist();
+    const auto file = list.at(6);
+    EXPECT_EQ(file->parent(), list.at(5));
+    EXPECT_EQ(file->parent()->parent()->parent(), tree.root);
+    EXPECT_EQ(file->uid, file->getSystemFileNumber());
+    EXPECT_TRUE(list.at(2)->isDirectory);  // a link to a folder, without children
+    EXPECT_TRUE(std::dynamic_pointer_cast<Folder>(list.at(2))->children.empty());
+    EXPECT_FALSE(list.back()->exists || list.back()->isReadeble || list.back()->isDirectory);
+}
+
+TEST_F(Enumerating, RemovesLitterWithEverythingInItAndNotWhatALinkPointsTo) {
+    for (const auto* name : {"__MACOSX/deep/file", "kept/.DS_Store", "kept/a.DS_Store.txt",
+                             "kept/x", "locked/x", "safe/.DS_Store"})
+        folder.file(name);
+    folder.link("../kept", "kept/__MACOSX link");
+    for (const auto* name : {"", "kept", "__MACOSX", "__MACOSX/deep"})
+        chmod((folder / name).c_str(), 0777);
+    chmod((folder / "safe").c_str(), 0555);
+    chmod((folder / "locked").c_str(), 0444);
+    {
+        const WithoutPrivileges nobody;
+        enumerator.enumerate(folder.path());
+    }
+    EXPECT_EQ(shown(tree), " kept kept/x locked locked/x safe");
+    EXPECT_EQ(tree.filelist().at(3)->uid, platform::Number(-1));
+    EXPECT_EQ(console.taken(),
+              "Error Domain=NSCocoaErrorDomain Code=257 \"The file “x” couldn’t be opened because "
+              "you don’t have permission to view it.\"|“.DS_Store” couldn’t be removed because you "
+              "don’t have permission to access it.|" +
+                  end);
+    EXPECT_THAT(folder.files(), testing::ElementsAre("kept", "locked", "safe"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "kept"), {}), 1);
+}
+
+/// Walks one level too deep.
+struct DeepManager : platform::FileManager {
+    struct Walk : platform::DirectoryEnumerator {
+        explicit Walk(const std::string& path) : walk(open(path)) {}
+        std::optional<std::string> nextObject() override { return walk->nextObject(); }
+        long level() const override { return walk->level() + 1; }
+        const std::optional<platform::FileAttributes>& directoryAttributes() const override {
+            return walk->directoryAttributes();
+        }
+        std::unique_ptr<DirectoryEnumerator> walk;
+    };
+    std::unique_ptr<platform::DirectoryEnumerator> enumerator(
+        const std::string& path) const override {
+        return std::make_unique<Walk>(path);
+    }
+};
+
+TEST_F(Enumerating, CorrectsADepthThatDisagreesWithTheWalk) {
+    folder.file("a");
+    enumerator.fileManager = std::make_shared<DeepManager>();
+    enumerator.enumerate(folder.path());
+    EXPECT_EQ(
+        console.taken(),
+        "WARNUNG: Die Verschachtelungstiefe unterscheidet sich! ( indent: 0 / level: 1 )|" + end);
+    EXPECT_EQ(tree.filelist().at(0)->_indent, 1);
 }
 
 }  // namespace

@@ -31,6 +31,12 @@ class ConsoleLines {
         const std::lock_guard lock(mutex_);
         return std::exchange(lines_, {});
     }
+    /// The same in one text, with a bar between two lines.
+    std::string taken() {
+        std::string text;
+        for (const auto& line : take()) text += (text.empty() ? "" : "|") + line;
+        return text;
+    }
 
  private:
     mutable std::mutex mutex_;
