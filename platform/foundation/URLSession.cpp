@@ -2,6 +2,7 @@
 
 #include <signal.h>
 
+#include <chrono>
 #include <utility>
 
 #include "platform/dispatch/RunLoop.h"
@@ -40,31 +41,24 @@ URLSession& URLSession::shared() {
 
 URLSession::~URLSession() {
     cancelled_ = true;
-    for (auto& running : running_) running.thread.join();
 }
 
 void URLSession::data(URL url, CompletionHandler completion) {
+    auto work = [this, url = std::move(url), completion = std::move(completion),
+                 loop = RunLoop::current().shared_from_this()]() mutable {
+        // A broken connection raises SIGPIPE; other signals belong to the program's own threads.
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, nullptr);
+        auto fetched = fetch(url, configuration_, &cancelled_);
+        const RunLoop::MakeCurrent makeCurrent(std::move(loop));
+        std::exchange(completion, {})(std::move(fetched));
+    };
     const std::lock_guard lock(mutex_);
-    running_.remove_if([](Running& running) {
-        if (running.finished) running.thread.join();
-        return running.finished.load();
+    std::erase_if(running_, [](const auto& each) {
+        return each.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
     });
-    auto& running = running_.emplace_back();
-    running.thread =
-        std::thread([this, &running, url = std::move(url), completion = std::move(completion),
-                     loop = RunLoop::current().shared_from_this()]() mutable {
-            // A broken connection raises SIGPIPE; other signals belong to the program's own
-            // threads.
-            sigset_t all;
-            sigfillset(&all);
-            pthread_sigmask(SIG_SETMASK, &all, nullptr);
-            auto fetched = fetch(url, configuration_, &cancelled_);
-            {
-                const RunLoop::MakeCurrent makeCurrent(std::move(loop));
-                std::exchange(completion, {})(std::move(fetched));
-            }
-            running.finished = true;
-        });
+    running_.push_back(std::async(std::launch::async, std::move(work)));
 }
 
 }  // namespace platform

@@ -3,10 +3,10 @@
 #include <atomic>
 #include <cstddef>
 #include <functional>
-#include <list>
+#include <future>
 #include <mutex>
 #include <optional>
-#include <thread>
+#include <vector>
 
 #include "platform/foundation/Data.h"
 #include "platform/foundation/NSError.h"
@@ -34,7 +34,7 @@ enum NSURLErrorCode : int {
 /// The source and the status of fetched data.
 struct URLResponse {
     URL url;                        ///< where the data came from after redirections
-    std::optional<int> statusCode;  ///< of HTTP; none for a file
+    std::optional<int> statusCode;  ///< of HTTP; nothing for a file
 };
 
 /// What a fetch ended with: data and response, or an error. Any HTTP status is a response, 404 too.
@@ -62,7 +62,7 @@ class URLSession {
     URLSession() : URLSession(Configuration{}) {}
     explicit URLSession(const Configuration& configuration) : configuration_(configuration) {}
     /// Cancels pending fetches (NSURLErrorCancelled) and returns after their completions, within
-    /// about a tenth of a second. Not from a completion.
+    /// about a second. Not from a completion.
     ~URLSession();
     URLSession(const URLSession&) = delete;
     URLSession& operator=(const URLSession&) = delete;
@@ -70,20 +70,15 @@ class URLSession {
     /// Starts a fetch and returns. Any thread.
     void data(URL url, CompletionHandler completion);
 
-    /// Fetches on the calling thread; checks *cancelled, if given, ten times a second.
+    /// Fetches on the calling thread; checks *cancelled, if given, once a second or more often.
     static URLFetch fetch(const URL& url, const Configuration& configuration,
                           const std::atomic<bool>* cancelled = nullptr);
 
  private:
-    struct Running {
-        std::thread thread;
-        std::atomic<bool> finished{false};
-    };
-
     const Configuration configuration_;
     std::atomic<bool> cancelled_{false};
-    std::mutex mutex_;            // guards running_
-    std::list<Running> running_;  // finished ones are joined by the next data()
+    std::mutex mutex_;                        // guards running_
+    std::vector<std::future<void>> running_;  // the destructor blocks until they are done
 };
 
 }  // namespace platform

@@ -15,17 +15,9 @@
 namespace platform {
 namespace {
 
-struct EasyCleanup {  // both handles are void*
+struct Cleanup {  // the handle is a void*
     void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
 };
-struct MultiCleanup {
-    void operator()(CURLM* multi) const { curl_multi_cleanup(multi); }
-};
-
-NSError urlError(long code, const char* text) {
-    return {NSURLErrorDomain, code, text};
-}
-
 struct ErrorOfTransfer {
     CURLcode result;
     NSURLErrorCode code;
@@ -33,6 +25,7 @@ struct ErrorOfTransfer {
 };
 
 constexpr ErrorOfTransfer kErrors[] = {
+    {CURLE_ABORTED_BY_CALLBACK, NSURLErrorCancelled, "cancelled"},
     {CURLE_URL_MALFORMAT, NSURLErrorBadURL, "bad URL"},
     {CURLE_UNSUPPORTED_PROTOCOL, NSURLErrorUnsupportedURL, "unsupported URL"},
     {CURLE_OPERATION_TIMEDOUT, NSURLErrorTimedOut, "The request timed out."},
@@ -56,20 +49,20 @@ constexpr ErrorOfTransfer kErrors[] = {
 };
 
 NSError transferError(CURLcode result) {
-    for (const auto& error : kErrors) {
-        if (error.result == result) return urlError(error.code, error.text);
-    }
-    return urlError(NSURLErrorUnknown, curl_easy_strerror(result));
+    for (const auto& error : kErrors)
+        if (error.result == result) return {NSURLErrorDomain, error.code, error.text};
+    return {NSURLErrorDomain, NSURLErrorUnknown, curl_easy_strerror(result)};
 }
 
 long milliseconds(double seconds) {
     return static_cast<long>(std::clamp(std::ceil(seconds * 1000), 1.0, 2e9));
 }
 
-/// The bytes received so far, and the most that are taken.
+/// The bytes received so far, the most that are taken, and what ends the transfer early.
 struct Received {
     Data data;
     std::size_t largest;
+    const std::atomic<bool>* cancelled;  // may be null
     bool tooLarge = false;
 
     static std::size_t append(char* bytes, std::size_t size, std::size_t count, void* received) {
@@ -79,6 +72,11 @@ struct Received {
         if (self.tooLarge) return 0;  // ends the transfer
         self.data.insert(self.data.end(), more.begin(), more.end());
         return more.size();
+    }
+    /// Called at least once a second; anything but 0 ends the transfer.
+    static int progress(void* received, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+        const auto* cancelled = static_cast<Received*>(received)->cancelled;
+        return cancelled && *cancelled;
     }
 };
 
@@ -99,23 +97,9 @@ void prepare(CURL* easy, const URL& url, const URLSession::Configuration& limits
     curl_easy_setopt(easy, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(received.largest));
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &Received::append);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, &received);
-}
-
-/// The transfer's result; nothing where it was cancelled.
-std::optional<CURLcode> perform(CURL* easy, const std::atomic<bool>* cancelled) {
-    const std::unique_ptr<CURLM, MultiCleanup> multi(curl_multi_init());
-    if (!multi || curl_multi_add_handle(multi.get(), easy) != CURLM_OK) return CURLE_OUT_OF_MEMORY;
-    std::optional<CURLcode> result;
-    for (int active = 1; active && !(cancelled && *cancelled);) {
-        curl_multi_perform(multi.get(), &active);
-        int left = 0;
-        if (const auto* message = curl_multi_info_read(multi.get(), &left))
-            result = message->data.result;
-        else if (active)
-            curl_multi_poll(multi.get(), nullptr, 0, 100, nullptr);
-    }
-    curl_multi_remove_handle(multi.get(), easy);
-    return result;
+    curl_easy_setopt(easy, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(easy, CURLOPT_XFERINFOFUNCTION, &Received::progress);
+    curl_easy_setopt(easy, CURLOPT_XFERINFODATA, &received);
 }
 
 }  // namespace
@@ -124,14 +108,12 @@ URLFetch fetchRemote(const URL& url, const URLSession::Configuration& limits,
                      const std::atomic<bool>* cancelled) {
     static std::once_flag once;
     std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-    const std::unique_ptr<CURL, EasyCleanup> easy(curl_easy_init());
+    const std::unique_ptr<CURL, Cleanup> easy(curl_easy_init());
     if (!easy) return {{}, {}, transferError(CURLE_OUT_OF_MEMORY)};
-    Received received{{}, limits.largestResource};
+    Received received{{}, limits.largestResource, cancelled};
     prepare(easy.get(), url, limits, received);
-    const auto result = perform(easy.get(), cancelled);
-    if (!result) return {{}, {}, urlError(NSURLErrorCancelled, "cancelled")};
-    if (*result != CURLE_OK)
-        return {{}, {}, transferError(received.tooLarge ? CURLE_FILESIZE_EXCEEDED : *result)};
+    if (const auto result = curl_easy_perform(easy.get()); result != CURLE_OK)
+        return {{}, {}, transferError(received.tooLarge ? CURLE_FILESIZE_EXCEEDED : result)};
     long status = 0;
     const char* address = nullptr;
     curl_easy_getinfo(easy.get(), CURLINFO_RESPONSE_CODE, &status);
