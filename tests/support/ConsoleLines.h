@@ -20,8 +20,6 @@ class ConsoleLines {
               if (loop) loop->submit([] {});
           })) {}
     ~ConsoleLines() { platform::console::setSink(std::move(before_)); }
-    ConsoleLines(const ConsoleLines&) = delete;
-    ConsoleLines& operator=(const ConsoleLines&) = delete;
 
     std::vector<std::string> lines() const {
         const std::lock_guard lock(mutex_);
