@@ -4,7 +4,7 @@ include(CMakePackageConfigHelpers)
 set(place ${CMAKE_INSTALL_LIBDIR}/cmake/kelvane)
 
 # <alias in our targets>=<pkg-config names>, and our own libraries in the order of linking
-set(animation_modules curl=libcurl glib=glib-2.0 icu=icu-i18n,icu-uc)
+set(animation_modules curl=libcurl glib=glib-2.0)
 set(files_modules ${animation_modules})
 set(util_modules ${animation_modules} cairo=cairo harfbuzz=harfbuzz png=libpng turbojpeg=libturbojpeg x11=x11,xext,xi)
 foreach(backend CURL CAIRO HARFBUZZ X11)

@@ -31,13 +31,6 @@ const Value& required(const platform::FileAttributes& attributes, FileAttributeK
     return *typed;
 }
 
-std::string formatted(const Date& date) {
-    using enum platform::DateFormatter::Style;
-    // Costly to make, so all entries share one.
-    static const platform::DateFormatter formatter(medium, medium, "en_US");
-    return formatter.string(date);
-}
-
 std::string parentText(const std::shared_ptr<File>& parent) {
     if (!parent) return "nil";
     char text[80];
@@ -111,11 +104,13 @@ Date File::getModificationDate() const {
 }
 
 std::string File::getCreationDateFormatted() const {
-    return attributes.isEmpty() ? invalidAttribute : formatted(getCreationDate());
+    return attributes.isEmpty() ? invalidAttribute
+                                : platform::DateFormatter::localizedString(getCreationDate());
 }
 
 std::string File::getModifiedDateFormatted() const {
-    return attributes.isEmpty() ? invalidAttribute : formatted(getModificationDate());
+    return attributes.isEmpty() ? invalidAttribute
+                                : platform::DateFormatter::localizedString(getModificationDate());
 }
 
 void File::setExpanded(bool value) {

@@ -35,7 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto url = URL::withString({reinterpret_cast<const char*>(data), size});
     if (url) {
         if (url->absoluteString().size() != size) std::abort();
-        const auto again = URL::fileURLWithPath(url->path(), url->hasDirectoryPath());
+        const auto again = URL::fileURLWithPath(url->path(), false);
         if (again.path() != URL::withString(again.absoluteString()).value().path()) std::abort();
     }
     return 0;

@@ -12,14 +12,12 @@ class Bundle {
  public:
     /// Of the executable or, in a plug-in, of the shared object that the platform is linked into.
     static const Bundle& main();
-    /// Of a given program or shared object.
+    /// Of a given program or shared object; empty for one that the system cannot find.
     explicit Bundle(std::string modulePath) : modulePath_(std::move(modulePath)) {}
 
-    /// The program or shared object itself; empty if the system cannot find it.
-    const std::string& executablePath() const { return modulePath_; }
     /// The first of these that is a folder: Resources/ beside the module, `../share/NAME/` of an
     /// installation, NAME being the module's without extension, the module's own folder. Nothing
-    /// if none is.
+    /// if no one is.
     std::optional<URL> resourceURL() const;
 
  private:

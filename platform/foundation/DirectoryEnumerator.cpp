@@ -1,6 +1,5 @@
 #include "platform/foundation/DirectoryEnumerator.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -14,39 +13,22 @@
 namespace platform {
 namespace {
 
-struct Name {
-    std::string text;
-    bool mayBeDirectory;
-};
-
 /// One folder on the way down: its names not yet given out, the next one last.
 struct Folder {
     std::string prefix;  // relative path with a trailing separator, or empty for the top
-    std::vector<Name> names;
+    std::vector<FolderEntry> names;
 };
 
-/// Reads all names and closes the descriptor; what cannot be read is left out.
-std::vector<Name> readNames(int descriptor) {
-    std::vector<Name> names;
-    DIR* stream = fdopendir(descriptor);
-    if (!stream) {
-        close(descriptor);
-        return names;
-    }
-    while (const dirent* entry = readdir(stream)) {
-        const std::string_view name = entry->d_name;
-        if (name == "." || name == "..") continue;
-        const bool mayBeDirectory = entry->d_type == DT_DIR || entry->d_type == DT_UNKNOWN;
-        names.push_back({std::string(name), mayBeDirectory});
-    }
-    closedir(stream);
-    std::ranges::sort(names, std::ranges::greater(), &Name::text);
-    return names;
+std::vector<FolderEntry> sortedFolder(int descriptor) {
+    auto entries = readFolder(descriptor);
+    std::ranges::sort(entries, std::ranges::greater(), &FolderEntry::name);
+    return entries;
 }
 
 class Walk : public DirectoryEnumerator {
  public:
-    Walk(int top, std::vector<Name> names) : top_(top), attributes_(attributesOfDescriptor(top)) {
+    Walk(int top, std::vector<FolderEntry> names)
+        : top_(top), attributes_(attributesOfDescriptor(top)) {
         folders_.push_back({"", std::move(names)});
     }
     ~Walk() override { close(top_); }
@@ -59,7 +41,7 @@ class Walk : public DirectoryEnumerator {
         level_ = static_cast<long>(folders_.size());
         if (folders_.empty()) return std::nullopt;
         auto& folder = folders_.back();
-        auto path = folder.prefix + folder.names.back().text;
+        auto path = folder.prefix + folder.names.back().name;
         descends_ = folder.names.back().mayBeDirectory;
         folder.names.pop_back();
         if (descends_) last_ = path;
@@ -75,7 +57,7 @@ class Walk : public DirectoryEnumerator {
         const int descriptor =
             openat(top_, path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
         if (descriptor < 0) return;
-        folders_.push_back({path + "/", readNames(descriptor)});
+        folders_.push_back({path + "/", sortedFolder(descriptor)});
     }
 
     int top_;
@@ -98,7 +80,7 @@ std::unique_ptr<DirectoryEnumerator> DirectoryEnumerator::open(const std::string
         errno = number;
         return nullptr;
     }
-    return std::make_unique<Walk>(top, readNames(copy));
+    return std::make_unique<Walk>(top, sortedFolder(copy));
 }
 
 }  // namespace platform

@@ -1,60 +1,26 @@
 // How a file manager removes an item with everything below it.
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <vector>
 
 #include "platform/foundation/FileManager.h"
 #include "platform/foundation/FileManagerDelegate.h"
 #include "platform/foundation/NSError.h"
 #include "platform/foundation/URL.h"
+#include "platform/foundation/fileStatus.h"
 #include "platform/foundation/itemError.h"
 
 namespace platform {
 namespace {
 
-/// A directory descriptor, closed at the end of its scope.
-class Directory {
- public:
-    /// Never through a link: what is a link by now is not opened.
-    Directory(int parent, const std::string& name)
-        : descriptor_(
-              openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)) {}
-    ~Directory() {
-        if (descriptor_ >= 0) close(descriptor_);
+/// Closed at the end of its scope.
+struct Descriptor {
+    ~Descriptor() {
+        if (number >= 0) close(number);
     }
-    Directory(const Directory&) = delete;
-    Directory& operator=(const Directory&) = delete;
-
-    int descriptor() const { return descriptor_; }
-
-    /// errno is set when they cannot be read, and 0 otherwise.
-    std::vector<std::string> names() const {
-        std::vector<std::string> names;
-        const int copy = fcntl(descriptor_, F_DUPFD_CLOEXEC, 0);
-        DIR* stream = copy < 0 ? nullptr : fdopendir(copy);
-        if (!stream) {
-            const int number = errno;
-            if (copy >= 0) close(copy);
-            errno = number;
-            return names;
-        }
-        errno = 0;
-        while (const dirent* entry = readdir(stream)) {
-            const std::string name = entry->d_name;
-            if (name != "." && name != "..") names.push_back(name);
-        }
-        const int number = errno;
-        closedir(stream);
-        errno = number;
-        return names;
-    }
-
- private:
-    int descriptor_;
+    int number;
 };
 
 class Removal {
@@ -64,25 +30,25 @@ class Removal {
 
     enum class Outcome { removed, kept, failed };
 
-    /// kept: the delegate declined it or something in it, or wants to go on after
-    /// an error.
+    /// kept: the delegate declined it or something in it, or wants to go on after an error.
     Outcome remove(int parent, const std::string& name, const std::string& path) {
         if (!shouldRemove(path)) return Outcome::kept;
         if (unlinkat(parent, name.c_str(), 0) == 0) return Outcome::removed;
-        // A folder is refused with EISDIR here; other systems' file systems say
-        // EPERM.
+        // A folder is refused with EISDIR here; other systems' file systems say EPERM.
         if (errno != EISDIR && errno != EPERM) return failed(path, errno);
         const int refusal = errno;
-        const Directory directory(parent, name);
-        if (directory.descriptor() < 0)
+        // Never through a link: what is a link by now is not opened.
+        constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+        const Descriptor folder{openat(parent, name.c_str(), flags)};
+        if (folder.number < 0)
             return failed(path, errno == ENOTDIR || errno == ELOOP ? refusal : errno);
-        const auto names = directory.names();
+        const int copy = fcntl(folder.number, F_DUPFD_CLOEXEC, 0);
+        if (copy < 0) return failed(path, errno);
+        const auto entries = readFolder(copy);
         if (errno) return failed(path, errno);
         bool kept = false;
-        for (const auto& child : names) {
-            auto childPath = path;
-            childPath.append("/").append(child);
-            const auto outcome = remove(directory.descriptor(), child, childPath);
+        for (const auto& child : entries) {
+            const auto outcome = remove(folder.number, child.name, path + "/" + child.name);
             if (outcome == Outcome::failed) return outcome;
             kept = kept || outcome == Outcome::kept;
         }

@@ -1,40 +1,41 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 namespace platform {
 
-/// A number as an object: remembers which kind it was made from, converts to any.
+/// A whole number as an object, from the least signed to the largest unsigned one of 64 bits.
 class Number {
  public:
-    Number() : Number(std::int64_t{0}) {}
-    explicit Number(bool value) : kind_(Kind::Bool), integer_(value) {}
-    explicit Number(int value) : Number(std::int64_t{value}) {}
-    explicit Number(std::int64_t value) : integer_(value) {}
-    explicit Number(std::uint64_t value) : kind_(Kind::Unsigned), unsigned_(value) {}
-    explicit Number(double value) : kind_(Kind::Real), real_(value) {}
+    template <std::integral Integer>
+    explicit Number(Integer value)
+        : bits_(static_cast<std::uint64_t>(value)), isNegative_(std::cmp_less(value, 0)) {}
 
-    /// A real number saturates, NaN is 0; an unsigned number past the range wraps.
-    std::int64_t int64Value() const;
-    std::uint64_t unsignedInt64Value() const;
-    double doubleValue() const;
+    /// Truncates toward zero and saturates; NaN counts as 0.
+    explicit Number(double value) : Number(std::int64_t{0}) {
+        if (value >= 0x1p63)
+            *this = Number(INT64_MAX);
+        else if (value < -0x1p63)
+            *this = Number(INT64_MIN);
+        else if (value == value)
+            *this = Number(static_cast<std::int64_t>(value));
+    }
 
-    /// Decimal; a Boolean reads "1" or "0"; a real number in the fewest digits that give it back.
-    std::string stringValue() const;
-
-    /// Equal when they mean the same number, whatever the kinds.
-    bool operator==(const Number& other) const;
+    /// A number past the range wraps.
+    std::int64_t int64Value() const { return static_cast<std::int64_t>(bits_); }
+    /// Decimal.
+    std::string stringValue() const {
+        return isNegative_ ? std::to_string(int64Value()) : std::to_string(bits_);
+    }
+    /// Whether they were made from signed or unsigned numbers has no effect.
+    bool operator==(const Number& other) const = default;
 
  private:
-    enum class Kind : std::uint8_t { Bool, Signed, Unsigned, Real };
-
-    Kind kind_ = Kind::Signed;
-    union {
-        std::int64_t integer_;
-        std::uint64_t unsigned_;
-        double real_;
-    };
+    std::uint64_t bits_;
+    bool isNegative_;
 };
 
 }  // namespace platform

@@ -7,9 +7,8 @@
 namespace platform {
 
 std::shared_ptr<Timer> Timer::scheduledTimer(double interval, bool repeats, Block block) {
-    if (!(interval >= RunLoop::kShortestInterval)) interval = RunLoop::kShortestInterval;
     auto& loop = RunLoop::current();
-    std::shared_ptr<Timer> timer(new Timer(interval, repeats));
+    std::shared_ptr<Timer> timer(new Timer(repeats));
     timer->loop_ = loop.weak_from_this();
     timer->id_ = loop.schedule(interval, repeats, [timer, block = std::move(block)] {
         if (!timer->isValid()) return;
@@ -28,10 +27,6 @@ bool Timer::isValid() const {
     if (!valid_) return false;
     const auto loop = loop_.lock();
     return loop && !loop->hasEnded();
-}
-
-double Timer::timeInterval() const {
-    return repeats_ ? interval_ : 0;
 }
 
 }  // namespace platform

@@ -23,13 +23,10 @@ class Timer {
     /// Stops it permanently and releases its block. May be called from the block. Idempotent.
     void invalidate();
     bool isValid() const;
-    /// Seconds between ticks; 0 for a timer that does not repeat.
-    double timeInterval() const;
 
  private:
-    Timer(double interval, bool repeats) : interval_(interval), repeats_(repeats) {}
+    explicit Timer(bool repeats) : repeats_(repeats) {}
 
-    double interval_;
     bool repeats_;
     bool valid_ = true;
     std::uint64_t id_ = 0;

@@ -72,9 +72,6 @@ std::optional<URL> URL::withString(std::string_view string) {
     if (!scheme && firstSegment.find(':') != std::string_view::npos) return {};
 
     if (scheme) url.scheme_ = string.substr(0, string.find(':'));
-    if (host) url.host_ = host.get();
-    if (port >= 0) url.port_ = port;
-    url.isDirectory_ = written.ends_with('/');
     if (path) url.path_ = decoded(path.get());
     return url;
 }
@@ -93,14 +90,12 @@ URL URL::fileURLWithPath(std::string_view path, bool isDirectory) {
         if (!folder.ends_with('/')) folder += '/';
         absolute.insert(0, folder);
     }
-    isDirectory |= absolute.ends_with('/');
     if (isDirectory && !absolute.ends_with('/')) absolute += '/';
 
     const GString encoded(g_uri_escape_string(absolute.c_str(), "!$&'()*+,=:@/", FALSE));
     URL url;
     url.string_ = std::string("file://") + encoded.get();
     url.scheme_ = "file";
-    url.isDirectory_ = isDirectory;
     url.path_ = decoded(encoded.get());
     return url;
 }

@@ -15,7 +15,7 @@ class URL {
     static std::optional<URL> withString(std::string_view string);
 
     /// Any bytes but NUL make a path; a relative one starts at the current directory. The form
-    /// without isDirectory looks whether the path is one.
+    /// without isDirectory asks the file system.
     static URL fileURLWithPath(std::string_view path);
     static URL fileURLWithPath(std::string_view path, bool isDirectory);
 
@@ -23,13 +23,8 @@ class URL {
     /// As written; empty for a relative reference.
     const std::string& scheme() const { return scheme_; }
     bool isFileURL() const;
-    /// Without brackets, user and port; empty without a host.
-    const std::string& host() const { return host_; }
-    std::optional<int> port() const { return port_; }
     /// Percent-decoded and without a slash at its end ("/" stays); empty if it holds a NUL.
     const std::string& path() const { return path_; }
-    /// The path is written with a slash at its end.
-    bool hasDirectoryPath() const { return isDirectory_; }
     /// of path().
     std::string lastPathComponent() const;
 
@@ -38,9 +33,7 @@ class URL {
  private:
     URL() = default;
 
-    std::string string_, scheme_, host_, path_;
-    std::optional<int> port_;
-    bool isDirectory_ = false;
+    std::string string_, scheme_, path_;
 };
 
 }  // namespace platform

@@ -1,11 +1,15 @@
 #include "platform/foundation/fileStatus.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
+#include <string_view>
 
 namespace platform {
 namespace {
@@ -36,10 +40,6 @@ Date dateOf(const statx_timestamp& time) {
                                                     static_cast<double>(time.tv_nsec) * 1e-9);
 }
 
-Number unsignedNumber(std::uint64_t value) {
-    return Number(value);
-}
-
 std::optional<FileAttributes> query(int descriptor, const char* path, int flags) {
     struct statx status {};
     if (statx(descriptor, path, flags | AT_NO_AUTOMOUNT, STATX_BASIC_STATS | STATX_BTIME, &status))
@@ -50,15 +50,15 @@ std::optional<FileAttributes> query(int descriptor, const char* path, int flags)
                              : std::min(modified, dateOf(status.stx_ctime));
     return FileAttributes{
         {NSFileType, typeOf(status.stx_mode)},
-        {NSFileSize, unsignedNumber(status.stx_size)},
+        {NSFileSize, Number(status.stx_size)},
         {NSFileCreationDate, created},
         {NSFileModificationDate, modified},
-        {NSFilePosixPermissions, unsignedNumber(status.stx_mode & 07777)},
-        {NSFileOwnerAccountID, unsignedNumber(status.stx_uid)},
-        {NSFileGroupOwnerAccountID, unsignedNumber(status.stx_gid)},
-        {NSFileReferenceCount, unsignedNumber(status.stx_nlink)},
-        {NSFileSystemNumber, unsignedNumber(makedev(status.stx_dev_major, status.stx_dev_minor))},
-        {NSFileSystemFileNumber, unsignedNumber(status.stx_ino)},
+        {NSFilePosixPermissions, Number(status.stx_mode & 07777)},
+        {NSFileOwnerAccountID, Number(status.stx_uid)},
+        {NSFileGroupOwnerAccountID, Number(status.stx_gid)},
+        {NSFileReferenceCount, Number(status.stx_nlink)},
+        {NSFileSystemNumber, Number(makedev(status.stx_dev_major, status.stx_dev_minor))},
+        {NSFileSystemFileNumber, Number(status.stx_ino)},
     };
 }
 
@@ -70,6 +70,28 @@ std::optional<FileAttributes> attributesOfPath(const std::string& path) {
 
 std::optional<FileAttributes> attributesOfDescriptor(int descriptor) {
     return query(descriptor, "", AT_EMPTY_PATH);
+}
+
+std::vector<FolderEntry> readFolder(int descriptor) {
+    std::vector<FolderEntry> entries;
+    DIR* stream = fdopendir(descriptor);
+    if (!stream) {
+        const int number = errno;
+        close(descriptor);
+        errno = number;
+        return entries;
+    }
+    errno = 0;
+    while (const dirent* entry = readdir(stream)) {
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != "..")
+            entries.push_back(
+                {std::string(name), entry->d_type == DT_DIR || entry->d_type == DT_UNKNOWN});
+    }
+    const int number = errno;
+    closedir(stream);
+    errno = number;
+    return entries;
 }
 
 }  // namespace platform

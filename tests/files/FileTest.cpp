@@ -48,6 +48,7 @@ TEST(File, TheDepthFollowsTheComponentsOfTheSubpath) {
 TEST(File, WithoutAttributesTextsSaySoAndAMissingOneIsFatal) {
     EXPECT_FALSE(File().exists || File().isDirectory);
     const auto file = make("a", std::make_shared<File>());
+    EXPECT_EQ(file->getFileSize(), Number(-1));
     EXPECT_EQ(file->getSystemFileNumberFormatted(), "(invalid attribute)");
     const Date before;
     const auto created = file->getCreationDate(), modified = file->getModificationDate();
