@@ -1,32 +1,15 @@
 #include "tests/hosts/window/Child.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
+#include <chrono>
 #include <stdexcept>
 
 extern char** environ;
 
 namespace qov::test {
-namespace {
-
-constexpr int kLongestWait = 60'000;  // milliseconds
-
-/// The next bytes, or none at the end.
-std::string readSome(int descriptor) {
-    pollfd one{descriptor, POLLIN, 0};
-    if (poll(&one, 1, kLongestWait) <= 0)
-        throw std::runtime_error("a child writes nothing for a minute");
-    char buffer[512];
-    const auto count = read(descriptor, buffer, sizeof buffer);
-    return {buffer, static_cast<std::size_t>(count > 0 ? count : 0)};
-}
-
-}  // namespace
 
 Child::Child(const std::vector<std::string>& arguments, int passed) {
     int ends[2];
@@ -55,13 +38,16 @@ Child::~Child() {
     close(error_);
 }
 
-void Child::signal(int number) const {
-    kill(pid_, number);
+bool Child::readMore() {
+    char next;
+    const bool isRead = read(error_, &next, 1) == 1;
+    if (isRead) read_ += next;
+    return isRead;
 }
 
 int Child::wait() {
-    // Its end closes the pipe.
-    for (std::string more; !(more = readSome(error_)).empty();) read_ += more;
+    while (readMore()) {  // its end closes the pipe
+    }
     int status = 0;
     waitpid(pid_, &status, 0);
     pid_ = -1;
@@ -69,18 +55,20 @@ int Child::wait() {
 }
 
 std::string Child::errorUntil(const std::string& text) {
-    while (true) {
+    const auto hasLine = [&] {
         const auto at = read_.find(text);
-        if (at != std::string::npos && read_.find('\n', at) != std::string::npos) return read_;
-        if (pid_ < 0) return read_;
-        const auto more = readSome(error_);
-        if (more.empty()) return read_;
-        read_ += more;
+        return at != std::string::npos && read_.find('\n', at) != std::string::npos;
+    };
+    while (!hasLine() && pid_ >= 0 && readMore()) {
     }
+    return read_;
 }
 
-int run(const std::vector<std::string>& arguments) {
-    return Child(arguments).wait();
+bool until(const std::function<bool()>& condition, const std::function<void()>& meanwhile) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    for (; !condition(); meanwhile())
+        if (std::chrono::steady_clock::now() > end) return false;
+    return true;
 }
 
 }  // namespace qov::test

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <sys/types.h>
+#include <unistd.h>
 
+#include <csignal>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -17,20 +20,24 @@ class Child {
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
-    void signal(int number) const;
-    /// Waits for its end, at most a minute. The exit code, or 128 + the signal that ended it.
+    void signal(int number) const { kill(pid_, number); }
+    /// Waits for its end. The exit code, or 128 + the signal that ended it.
     int wait();
-    /// Reads standard error up to and with the first line that holds the text (or the end).
+    /// What it wrote up to the first line that holds the text, and that line; all when it has
+    /// ended.
     std::string errorUntil(const std::string& text);
-    pid_t pid() const { return pid_; }
 
  private:
+    bool readMore();
+
     pid_t pid_ = -1;
     int error_ = -1;
     std::string read_;
 };
 
-/// Runs a program to its end; its exit code.
-int run(const std::vector<std::string>& arguments);
+/// Does `meanwhile` over and over until the condition holds; false after half a minute.
+bool until(
+    const std::function<bool()>& condition,
+    const std::function<void()>& meanwhile = [] { usleep(5000); });
 
 }  // namespace qov::test

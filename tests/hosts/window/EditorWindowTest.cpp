@@ -1,35 +1,19 @@
 #include "hosts/window/EditorWindow.h"
 
-#include <algorithm>
-#include <chrono>
-#include <cmath>
-#include <functional>
-#include <memory>
-#include <optional>
-#include <set>
-#include <sstream>
-#include <stdexcept>
-#include <string>
-#include <tuple>
-#include <utility>
-#include <vector>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "editor/AudioUnitViewController.h"
-#include "editor/CorrelographViewAU.h"
 #include "editor/StereoControls.h"
 #include "hosts/instance/Instance.h"
-#include "hosts/window/Scroll.h"
+#include "hosts/window/fitPanel.h"
 #include "hosts/window/panelHelp.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/foundation/Console.h"
 #include "platform/uikit/NativeWindow.h"
 #include "platform/uikit/UIPinchGestureRecognizer.h"
-#include "platform/uikit/UIWindow.h"
 #include "platform/uikit/ViewLayer.h"
-#include "tests/hosts/window/Screen.h"
+#include "tests/hosts/window/Child.h"
 #include "tests/hosts/window/TouchScreen.h"
 
 namespace {
@@ -47,20 +31,14 @@ struct Shown {
         window = EditorWindow::open(*instance, options, &error);
         if (!window) throw std::runtime_error(error);
         window->native().show();
-        if (!until([&] {
-                return Screen::isViewable(window->native().handle()) &&
-                       window->controller().stereoControls->layer().draws() > 0;
-            }))
+        if (!until([&] { return window->controller().stereoControls->layer().draws() > 0; }))
             throw std::runtime_error("the editor does not come up");
     }
     bool until(const std::function<bool()>& condition) const {
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (!condition()) {
-            if (std::chrono::steady_clock::now() > end) return false;
+        return test::until(condition, [&] {
             instance->runLoop()->runOnce(0.02);
             instance->pump();
-        }
-        return true;
+        });
     }
     /// Steps are separated by semicolons; the window sees each before the next comes.
     void act(const std::string& hands) const {
@@ -95,56 +73,56 @@ struct Shown {
 class OnScreen : public testing::Test {
     Screen screen;
 };
-class Window : public OnScreen, public testing::WithParamInterface<bool> {};
 
 /// One editor alone, and one inside another window: every edit by mouse and keys is one gesture.
-TEST_P(Window, MouseWheelAndKeysEditTheControlUnderThePointer) {
-    const Shown shown({.parent = GetParam() ? Screen::makeWindow(700, 460) : 0});
-    int others = 0;
-    shown.window->onKey = [&](const auto&) { return ++others > 0; };
-    for (const auto& [hands, address, value] : std::vector<std::tuple<std::string, int, float>>{
-             {"mousemove 300 60; key Up key Right key Down", 1, 0.51F},
-             {"key shift+Up", 1, 0.511F},
-             {"click 4 click 4 click 5", 1, 0.521F},
-             {"keydown shift click 5 keyup shift", 1, 0.52F},
-             {"click --repeat 60 4", 1, 1.0F},
-             {"mousemove 255 60 click 1 mousemove 425 60 click 1; key Down", 1, 0.99F},
-             {"mousemove 310 60 click --repeat 2 --delay 60 1", 1, 0.5F},  // the default
-             // 150 points of 600, and a tenth of them.
-             {"mousemove 350 375 mousedown 1 mousemove 350 365 mousemove 350 225 mouseup 1", 0,
-              0.75F},
-             {"mousemove 350 375 keydown shift mousedown 1 mousemove 350 385 mousemove 350 525 "
-              "mouseup 1 keyup shift",
-              0, 0.725F},
-             // The field stays open with what it refuses.
-             {"mousemove 350 375 keydown ctrl click 1 keyup ctrl; type +40%x; "
-              "key Return BackSpace Return",
-              0, 0.7F},
-             {"key Return; type +150%; key Return BackSpace BackSpace Return", 0, 0.575F},
-             {"key Return; type 0.7; key Return", 0, 0.7F},
-             // Esc leaves +40 %, of which 46 is made.
-             {"key Return; type 0%; key Escape; key Return; key Right BackSpace BackSpace "
-              "BackSpace Home Delete End; type 6; key Return",
-              0, 0.73F}}) {
-        shown.act(hands);
-        shown.expect(static_cast<std::uint64_t>(address), value, hands);
+TEST_F(OnScreen, MouseWheelAndKeysEditTheControlUnderThePointer) {
+    for (const bool isInside : {false, true}) {
+        const Shown shown({.parent = isInside ? Screen::makeWindow(700, 460) : 0});
+        int others = 0;
+        shown.window->onKey = [&](const auto&) { return ++others > 0; };
+        for (const auto& [hands, address, value] : std::vector<std::tuple<std::string, int, float>>{
+                 {"mousemove 300 60; key Up key Right key Down", 1, 0.51F},
+                 {"key shift+Up", 1, 0.511F},
+                 {"click 4 click 4 click 5", 1, 0.521F},
+                 {"keydown shift click 5 keyup shift", 1, 0.52F},
+                 {"click --repeat 60 4", 1, 1.0F},
+                 {"mousemove 255 60 click 1 mousemove 425 60 click 1; key Down", 1, 0.99F},
+                 {"mousemove 310 60 click --repeat 2 --delay 60 1", 1, 0.5F},  // the default
+                 // 150 points of 600, and a tenth of them.
+                 {"mousemove 350 375 mousedown 1 mousemove 350 365 mousemove 350 225 mouseup 1", 0,
+                  0.75F},
+                 {"mousemove 350 375 keydown shift mousedown 1 mousemove 350 385 mousemove 350 525 "
+                  "mouseup 1 keyup shift",
+                  0, 0.725F},
+                 // The field stays open with what it refuses.
+                 {"mousemove 350 375 keydown ctrl click 1 keyup ctrl; type +40%x; "
+                  "key Return BackSpace Return",
+                  0, 0.7F},
+                 {"key Return; type +150%; key Return BackSpace BackSpace Return", 0, 0.575F},
+                 {"key Return; type 0.7; key Return", 0, 0.7F},
+                 // Esc leaves +40 %, of which 46 is made.
+                 {"key Return; type 0%; key Escape; key Return; key Right BackSpace BackSpace "
+                  "BackSpace Home Delete End; type 6; key Return",
+                  0, 0.73F}}) {
+            shown.act(hands);
+            shown.expect(static_cast<std::uint64_t>(address), value, hands);
+        }
+        others = 0;
+        shown.act("mousemove 600 220; key Return; type 7; mousemove 660 20 click 1; type 7; key z");
+        EXPECT_EQ(others, isInside ? 0 : 2)
+            << "a click beside the field closes it, and keys go where they went before";
+        EXPECT_EQ(shown.instance->value(2), 0);
     }
-    others = 0;
-    shown.act("mousemove 600 220; key Return; type 7; mousemove 660 20 click 1; type 7; key z");
-    EXPECT_EQ(others, GetParam() ? 0 : 2)
-        << "a click beside the field closes it, and keys go where they went before";
-    EXPECT_EQ(shown.instance->value(2), 0);
 }
-
-INSTANTIATE_TEST_SUITE_P(Inside, Window, testing::Bool(),
-                         [](const auto& of) { return of.param ? "AnotherWindow" : "None"; });
 
 TEST_F(OnScreen, ZoomsMovesAndCallsBackAndAScrollKeepsItsTarget) {
     const Shown shown;
     const auto isWide = [&](double width) {
         return shown.until([&] { return std::abs(shown.panelWidth() - width) < 0.01; });
     };
-    shown.act("mousemove 600 420 keydown ctrl click 4 click 4 keyup ctrl");
+    // A pointer that has moved decides anew: zoom, turn, zoom.
+    shown.act("mousemove 600 420 click 4 mousemove 300 60 click 5 mousemove 600 420");
+    shown.act("keydown ctrl click 4 keyup ctrl");
     EXPECT_TRUE(isWide(680 * 1.21));
     EXPECT_TRUE(shown.until([&] { return !shown.isPinching(); })) << "the pinch ends by itself";
     shown.act("mousemove 600 430 mousedown 1 mousemove 620 430 mousemove 700 430 mouseup 1");
@@ -156,18 +134,7 @@ TEST_F(OnScreen, ZoomsMovesAndCallsBackAndAScrollKeepsItsTarget) {
     // This zoom slides the panorama's knob and bar below the pointer.
     shown.act("mousemove 300 92 click --repeat 6 --delay 40 4");
     EXPECT_TRUE(isWide(680 * std::pow(1.1, 6)));
-    EXPECT_EQ(shown.instance->value(1), 0.5F);
-}
-
-TEST(Scroll, DecidesAnewAfterAPauseAndWhereThePointerHasMoved) {
-    hosts::Scroll scroll;
-    int decisions = 0;
-    for (const auto& [x, seconds, expected] :
-         {std::tuple{0, 0.0, 1}, {2, 0.3, 1}, {2, 0.6, 1}, {2, 1.1, 2}, {6, 1.2, 3}})
-        EXPECT_EQ(scroll.target({static_cast<double>(x), 0}, seconds,
-                                [&] { return std::optional(++decisions); }),
-                  expected)
-            << "at " << seconds;
+    EXPECT_NEAR(shown.instance->value(1), 0.49F, 1e-5) << "turned once";
 }
 
 TEST_F(OnScreen, EveryPartOfThePanelHasATooltipOfNameValueAndKeys) {
@@ -177,33 +144,33 @@ TEST_F(OnScreen, EveryPartOfThePanelHasATooltipOfNameValueAndKeys) {
         for (const auto& line : hosts::panelHelp(mode, *shown.instance)) text += line.text + '\n';
         return text;
     };
-    std::set<std::string> modes;
     for (int x = 0; x < 680; x += 4)
-        for (int y = 0; y < 440; y += 4)
-            modes.insert(shown.window->modeAt({static_cast<double>(x), static_cast<double>(y)}));
-    EXPECT_EQ(modes.size(), 14) << "with that of the plate, which is empty";
-    for (const auto& mode : modes) EXPECT_EQ(tooltip(mode).empty(), mode.empty()) << mode;
-    shown.instance->setValue(0, 0.6F);
-    EXPECT_THAT(tooltip("stereo width"),
-                testing::AllOf(testing::StartsWith("Stereo Width: +20 %\n"),
-                               testing::HasSubstr("with Shift"), testing::HasSubstr("Return")));
-    EXPECT_THAT(tooltip("swap channels"), testing::StartsWith("Swap Channels: off\nClick"));
-    EXPECT_THAT(tooltip("reset1"), testing::StartsWith("Reset panorama\nClick"));
+        for (int y = 0; y < 440; y += 4) {
+            const auto mode = shown.window->modeAt(platform::CGPoint(x, y));
+            EXPECT_EQ(tooltip(mode).empty(), mode.empty()) << mode;
+        }
+    for (const auto& [mode, text] : {std::pair{"stereo width", "Stereo Width: 0 %\nDrag"},
+                                     {"panorama", "Panorama: C\nDrag"},
+                                     {"swap channels", "Swap Channels: off\nClick"},
+                                     {"reset1", "Reset panorama\nClick"},
+                                     {"reset2", "Reset stereo width\nClick"}})
+        EXPECT_THAT(tooltip(mode), testing::StartsWith(text));
 }
 
 TEST_F(OnScreen, MarksWhatTheMouseIsOverButNotWhileItIsPressed) {
     const Shown shown;
     Screen::xdo("mousemove 600 420");
-    for (const auto& [x, y] : {std::pair{300, 358}, std::pair{100, 74}}) {  // width, "swap"
-        const auto bare = Screen::pixel(x, y);
-        const auto isMarked = [&, x = x, y = y](const std::string& hands, bool expected) {
-            Screen::xdo(hands);
-            EXPECT_TRUE(shown.until([&] { return (Screen::pixel(x, y) != bare) == expected; }));
-        };
-        isMarked("mousemove " + std::to_string(x) + " " + std::to_string(y + 4), true);
-        isMarked("mousedown 1", false);
-        isMarked("mouseup 1", true);
-        isMarked("mousemove 600 420", false);
+    const auto width = Screen::pixel(300, 358), swap = Screen::pixel(100, 74);
+    for (const auto& [hands, isOverWidth, isOverSwap] :
+         {std::tuple{"mousemove 300 362", true, false},
+          {"mousedown 1", false, false},
+          {"mouseup 1", true, false},
+          {"mousemove 100 78", false, true}}) {
+        Screen::xdo(hands);
+        EXPECT_TRUE(shown.until([&, isWidth = isOverWidth, isSwap = isOverSwap] {
+            return (Screen::pixel(300, 358) != width) == isWidth &&
+                   (Screen::pixel(100, 74) != swap) == isSwap;
+        })) << hands;
     }
 }
 
@@ -232,8 +199,7 @@ TEST_F(OnScreen, FollowsItsSizeAndTouchesMeasureInTheScaleOfEachEditor) {
     const Shown small({.scale = 2, .size = {340, 220}}), large;
     const auto isBlack = [](int x, int y) { return Screen::pixel(x, y) == 0; };
     EXPECT_TRUE(isBlack(900, 600));
-    EXPECT_EQ(Screen::hints(large.window->native().handle()),
-              "org.qov.kelvane org.qov.kelvane 680:440 680:440");
+    Screen::xdo("search --class org.qov.kelvane");
     Screen::xdo("windowmove " + std::to_string(large.window->native().handle()) + " 700 500");
     Screen::xdo("windowsize " + std::to_string(small.window->native().handle()) + " 600 400");
     const auto both = [&](const std::function<bool()>& condition) {
@@ -252,26 +218,19 @@ TEST_F(OnScreen, FollowsItsSizeAndTouchesMeasureInTheScaleOfEachEditor) {
     EXPECT_EQ(error, "the parent window does not exist");
 }
 
-/// The panel is cut off, distorted, or laid out narrower than its correlograph has room in.
-TEST_F(OnScreen, ShowsThePanelWholeInWindowsOfAnySizeAndShape) {
-    const Shown shown;
-    constexpr double sizes[][2] = {{680, 440}, {390, 300}, {320, 568},  {1200, 420}, {1200, 100},
-                                   {170, 110}, {1, 1},     {1360, 880}, {800, 2000}};
-    for (const auto& [width, height] : sizes) {
-        SCOPED_TRACE(testing::Message() << width << " x " << height);
-        shown.window->native().setSize({width, height});
-        shown.window->content().layoutIfNeeded();
-        const auto panel = shown.window->controller().stereoControls->frame();
-        const auto& all = shown.window->content().bounds();
-        EXPECT_NEAR(all.width() / all.height(), width / height, 1e-6);
-        EXPECT_GE(all.width(), width - 1e-9);
-        EXPECT_GE(panel.width(), 560 - 1e-9);
-        EXPECT_NEAR(panel.width() * 11, panel.height() * 17, 1e-6);
-        const double besides = all.width() - panel.width(), above = all.height() - panel.height();
-        EXPECT_NEAR(std::min(besides, above) / all.width(), 0, 1e-6) << "it fills one direction";
-        EXPECT_NEAR(panel.minX(), besides / 2, 1e-6);
-        EXPECT_NEAR(panel.minY(), above / 2, 1e-6);
-        EXPECT_FALSE(shown.window->controller().correlographView->frame().isEmpty());
+/// Else the panel is cut off, or narrower than its correlograph has room in.
+TEST(Fit, ThePanelIsWholeInWindowsOfAnySizeAndShape) {
+    for (const auto& [width, height] : {std::pair{680.0, 440.0},
+                                        {390, 300},
+                                        {320, 568},
+                                        {1200, 420},
+                                        {1200, 100},
+                                        {1, 1},
+                                        {800, 2000}}) {
+        const auto fit = hosts::fitPanel({width, height});
+        const double panel = fit.fitToHeight ? height / 440 * 680 : width;
+        EXPECT_NEAR(panel, std::min(width, height / 440 * 680), 1e-9) << height;
+        EXPECT_NEAR(fit.scale, std::min(1.0, panel / 560), 1e-9) << width;
     }
 }
 

@@ -46,7 +46,7 @@ void Screen::xdo(const std::string& arguments) {
     std::vector<std::string> words{"xdotool"};
     std::istringstream in(arguments);
     for (std::string word; in >> word;) words.push_back(word);
-    if (run(words) != 0) throw std::runtime_error("xdotool " + arguments);
+    if (Child(words).wait() != 0) throw std::runtime_error("xdotool " + arguments);
 }
 
 std::uint32_t Screen::pixel(int x, int y) {
@@ -56,10 +56,9 @@ std::uint32_t Screen::pixel(int x, int y) {
     return value;
 }
 
-std::uint64_t Screen::makeWindow(int width, int height) {
-    const auto window =
-        XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, static_cast<unsigned>(width),
-                            static_cast<unsigned>(height), 0, 0, 0);
+std::uint64_t Screen::makeWindow(unsigned width, unsigned height) {
+    const auto root = DefaultRootWindow(display);
+    const auto window = XCreateSimpleWindow(display, root, 0, 0, width, height, 0, 0, 0);
     XMapWindow(display, window);
     XSync(display, False);
     return window;
@@ -84,26 +83,6 @@ void Screen::pressCloseButton() {
     XSendEvent(display, windows[count - 1], False, NoEventMask, &event);
     XSync(display, False);
     XFree(windows);
-}
-
-bool Screen::isViewable(std::uint64_t window) {
-    XWindowAttributes attributes{};
-    XGetWindowAttributes(display, window, &attributes);
-    return attributes.map_state == IsViewable;
-}
-
-std::string Screen::hints(std::uint64_t window) {
-    XClassHint name{};
-    XSizeHints sizes{};
-    long given = 0;
-    std::ostringstream text;
-    if (XGetClassHint(display, window, &name)) text << name.res_name << ' ' << name.res_class;
-    XFree(name.res_name);
-    XFree(name.res_class);
-    if (XGetWMNormalHints(display, window, &sizes, &given) && (sizes.flags & PAspect))
-        for (const auto& aspect : {sizes.min_aspect, sizes.max_aspect})
-            text << ' ' << aspect.x << ':' << aspect.y;
-    return text.str();
 }
 
 }  // namespace qov::test

@@ -26,13 +26,10 @@ class Screen {
 
     // Windows, by their X11 number
 
-    static std::uint64_t makeWindow(int width, int height);
+    static std::uint64_t makeWindow(unsigned width, unsigned height);
     static void destroy(std::uint64_t window);
     /// What a window manager sends for the close button of the topmost window.
     static void pressCloseButton();
-    static bool isViewable(std::uint64_t window);
-    /// WM_CLASS and the aspect hint, as in "name class 4:3 4:3".
-    static std::string hints(std::uint64_t window);
 
  protected:
     /// Starts another server, with -displayfd and what else every server gets.
