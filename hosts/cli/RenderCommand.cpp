@@ -29,6 +29,8 @@ the input's subtype where the format has it, else float, pcm24, pcm16 or the for
 that grows beyond 4 GiB becomes RF64. Integers are rounded without dither and clamped to full
 scale; a line on standard error says how many samples that clipped, and -q leaves it out.
 
+A pipe carries WAV, AIFF, AU, Ogg, MP3 or raw floats in, and WAV or raw floats out.
+
 An existing OUT is replaced only with -y by a command that is typed at a terminal, in a pipeline or with
 redirections, too; one that a script or another program starts replaces it.
 

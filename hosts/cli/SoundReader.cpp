@@ -27,8 +27,12 @@ using soundFormat::Carrier;
 
 constexpr float integerScale = 1.0F / 2147483648.0F;  // 2^-31
 constexpr int maximumChannels = 2;
+/// Containers whose samples libsndfile finds, and whose end it keeps, without going back.
+constexpr std::array pipeContainers{SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_AIFF,
+                                    SF_FORMAT_AU,  SF_FORMAT_OGG,   SF_FORMAT_MPEG};
 constexpr auto pipeAdvice =
-    "; a pipe takes WAV, AU or raw floats: flac -dc in.flac | kelvane render - out.wav";
+    "a pipe takes WAV, AIFF, AU, Ogg, MP3 or raw floats: flac -dc in.flac | kelvane render - "
+    "out.wav";
 
 /// Standard input as the sound file library's virtual file: no length, no way back.
 struct StandardInput {
@@ -203,7 +207,7 @@ struct SoundReader::State {
 
     /// Whether the header does not say how long the input is.
     bool isOpen() const {
-        if (info.frames == SF_COUNT_MAX) return true;  // FLAC
+        if (info.frames > SF_COUNT_MAX / 1024) return true;  // FLAC; AU in a pipe
         const std::int64_t bytesPerSecond = sf_current_byterate(file);
         return !info.seekable && isOpenSize(info.frames * bytesPerSecond / info.samplerate);
     }
@@ -212,9 +216,13 @@ struct SoundReader::State {
         if (!file) {
             std::string_view why = sf_strerror(nullptr);
             while (why.ends_with('.')) why.remove_suffix(1);
-            throw Failure(fmt::format("{}: not a sound file that can be read: {}{}", name, why,
-                                      isPipe ? pipeAdvice : ""));
+            throw Failure(fmt::format("{}: not a sound file that can be read: {}{}{}", name, why,
+                                      isPipe ? "; " : "", isPipe ? pipeAdvice : ""));
         }
+        const int container = info.format & SF_FORMAT_TYPEMASK;
+        if (isPipe && std::ranges::find(pipeContainers, container) == pipeContainers.end())
+            throw Failure(
+                fmt::format("{}: its format cannot be read from a pipe; {}", name, pipeAdvice));
         if (info.channels == 1 && !upmix)
             throw Failure(
                 fmt::format("{}: is mono; --upmix puts it on both sides of a stereo file", name));

@@ -12,8 +12,8 @@
 namespace qov::cli {
 
 /// A stereo input of any length, read in order and in constant memory: any file that libsndfile
-/// reads, or standard input with a WAV or raw floats. Every fault of the input is thrown as
-/// Failure, with its name.
+/// reads, or a pipe with WAV, AIFF, AU, Ogg, MP3 or raw floats. Every fault of the input is thrown
+/// as Failure, with its name.
 class SoundReader {
  public:
     /// How the input is taken.

@@ -147,7 +147,8 @@ bool lacksOggEnd(int descriptor) {
 }
 
 bool isOpenSize(std::int64_t bytes) {
-    return (bytes >= 0x7FFFE000 && bytes <= 0x7FFFFFFF) ||
+    return (bytes > 0x7F000000 - 8 && bytes <= 0x7F000000) ||  // sox's AIFF: whole frames of these
+           (bytes >= 0x7FFFE000 && bytes <= 0x7FFFFFFF) ||
            (bytes >= 0xFFFFE000 && bytes <= 0xFFFFFFFF) || bytes == -1;
 }
 

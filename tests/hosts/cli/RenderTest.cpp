@@ -268,6 +268,24 @@ INSTANTIATE_TEST_SUITE_P(
         Container{"au", SF_FORMAT_AU, {{".snd", 8, 4}}}),
     [](const auto& test) { return std::string(test.param.ending); });
 
+TEST_F(Render, TakesPipesOfOpenLengthAndRefusesFormatsThatNeedAFile) {
+    using namespace std::string_literals;
+    for (const auto& [container, field, size, message] :
+         {std::tuple{SF_FORMAT_AU, ".snd\0\0\0\x18"s, "\xFF\xFF\xFF\xFF"s, "^$"},
+          {SF_FORMAT_AIFF, "SSND"s, "\x7F\0\0\x08"s, "^$"},
+          {SF_FORMAT_RF64, ""s, ""s, "a pipe takes WAV"},
+          {SF_FORMAT_W64, ""s, ""s, "a pipe takes WAV"},
+          {SF_FORMAT_CAF, ""s, ""s, "a pipe takes WAV"}}) {
+        save(in, {.format = container | SF_FORMAT_PCM_16, .samples = noise(6000)});
+        auto bytes = contents(in);
+        bytes.replace(bytes.find(field) + field.size(), size.size(), size);
+        write(in, bytes);
+        const auto run = shell("cat " + in + " | $K render - - | wc -c");
+        EXPECT_THAT(run.err, testing::ContainsRegex(message)) << container;
+        EXPECT_EQ(std::stoi(run.out) > 2 * 6000, run.err.empty()) << container;
+    }
+}
+
 TEST_F(Render, NamesWhatToDoWithADamagedOrPackedStream) {
     auto zeros = contents(in);
     zeros.replace(zeros.find("data") + 4, 4, 4, '\0');
