@@ -162,7 +162,7 @@ void showError(const std::string& message, double seconds) {
         if (stroke.key == Key::escape || stroke.key == Key::enter || stroke.key == Key::space)
             end();
     };
-    window->routeTouch = [&](platform::UITouchPhase phase, CGPoint at, auto) {
+    window->routeTouch = [&](auto, platform::UITouchPhase phase, CGPoint at, auto) {
         if (phase == platform::UITouchPhase::ended && view->button().contains(at)) end();
         return std::optional(at);
     };

@@ -48,12 +48,16 @@ PanelInput::~PanelInput() {
 
 // Touches
 
-std::optional<CGPoint> PanelInput::routeTouch(UITouchPhase phase, CGPoint at,
-                                              platform::KeyModifiers held) {
+std::optional<CGPoint> PanelInput::routeTouch(std::int64_t identifier, UITouchPhase phase,
+                                              CGPoint at, platform::KeyModifiers held) {
+    if (phase == UITouchPhase::began) {
+        endTurn();
+        hideTip();
+        if (!gesture_.isHeld()) touch_ = identifier;
+    }
+    if (identifier != touch_) return at;
     switch (phase) {
         case UITouchPhase::began: {
-            endTurn();
-            hideTip();
             toReset_.reset();
             if (field_->isOpen()) {
                 if (field_->frame().contains(at)) return std::nullopt;

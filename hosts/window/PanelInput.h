@@ -40,8 +40,10 @@ class PanelInput {
     PanelInput(const PanelInput&) = delete;
     PanelInput& operator=(const PanelInput&) = delete;
 
-    /// As NativeWindow::routeTouch.
-    std::optional<platform::CGPoint> routeTouch(platform::UITouchPhase phase, platform::CGPoint at,
+    /// As NativeWindow::routeTouch. Follows one touch; a further finger on the panel, which the
+    /// panel does not get, passes unchanged.
+    std::optional<platform::CGPoint> routeTouch(std::int64_t identifier,
+                                                platform::UITouchPhase phase, platform::CGPoint at,
                                                 platform::KeyModifiers held);
     /// A touch of the panel has ended, and its gesture not yet.
     void touchEnded();
@@ -67,6 +69,7 @@ class PanelInput {
     Instance& instance_;
     EditGesture& gesture_;
     Scroll scroll_;
+    std::int64_t touch_ = 0;  // the one that it follows
     FineDrag drag_;
     DoubleClick click_;
     std::optional<int> toReset_;

@@ -116,8 +116,10 @@ class NativeWindow {
     /// The wheel, in steps, up counts positive. False makes it zoom.
     std::function<bool(CGPoint at, int steps, KeyModifiers held)> onWheel;
     /// Called with each touch of mouse or finger before the content gets it; returns the place that
-    /// the content gets. Nothing at touch-down keeps the whole touch from the content.
-    std::function<std::optional<CGPoint>(UITouchPhase phase, CGPoint at, KeyModifiers held)>
+    /// the content gets. Nothing at touch-down keeps the whole touch from the content. The
+    /// identifier is as in UIWindow::deliverTouch().
+    std::function<std::optional<CGPoint>(std::int64_t identifier, UITouchPhase phase, CGPoint at,
+                                         KeyModifiers held)>
         routeTouch;
     /// The mouse is at another place with no button down, or has left, gone down or given way to a
     /// finger (none).

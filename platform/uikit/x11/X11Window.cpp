@@ -494,7 +494,7 @@ void X11Window::handleKey(XKeyEvent& event) {
 
 void X11Window::deliverTouch(std::int64_t identifier, UITouchPhase phase, CGPoint at,
                              unsigned state) {
-    const auto place = routeTouch ? routeTouch(phase, at, modifiersOf(state)) : at;
+    const auto place = routeTouch ? routeTouch(identifier, phase, at, modifiersOf(state)) : at;
     if (place) content_->deliverTouch(identifier, phase, *place, loop_->now());
 }
 

@@ -182,6 +182,12 @@ TEST(TouchedWindow, FingersTurnWidthAndPinchAndLeaveNoMark) {
     for (const int y : {365, 300, 225}) fingers.touch(0, fingers.move, 350, y);
     fingers.touch(0, fingers.up, 350, 225);
     shown.expect(0, 0.75F, "once, and not as a mouse again");
+    Screen::xdo("keydown shift");
+    fingers.touch(0, fingers.down, 350, 375);
+    for (const int phase : {fingers.down, fingers.up}) fingers.touch(1, phase, 600, 420);
+    for (const int phase : {fingers.move, fingers.up}) fingers.touch(0, phase, 350, 225);
+    Screen::xdo("keyup shift");
+    shown.expect(0, 0.775F, "a tenth of the way, and a second finger changes nothing");
     // 100 points apart, then 200, above and below the plate's right part.
     fingers.touch(1, fingers.down, 600, 120);
     fingers.touch(2, fingers.down, 600, 270);
