@@ -364,7 +364,7 @@ std::optional<float> Instance::parseValue(std::uint64_t address, std::string_vie
 std::optional<float> Instance::parseTyped(std::uint64_t address, std::string_view text) const {
     const auto value =
         hosts::parseValue(address, text, double{unit_->getSamplerate()}, BareNumber::typed);
-    if (!value || *value < 0 || *value > 1) return std::nullopt;
+    if (!value) return std::nullopt;
     return static_cast<float>(*value);
 }
 

@@ -112,7 +112,8 @@ class Instance {
     std::string valueText(std::uint64_t address, float value) const;
     /// A host's text for a value; values out of range are clamped. Empty where it cannot be read.
     std::optional<float> parseValue(std::uint64_t address, std::string_view text) const;
-    /// What a person has typed into the panel's field. Empty out of range, too.
+    /// What a person has typed into the panel's field; outside 0..1 where the range has no such
+    /// value. Empty where it cannot be read.
     std::optional<float> parseTyped(std::uint64_t address, std::string_view text) const;
 
     /// Changes that the editor made, for the host's automation; may be fetched on the audio thread.

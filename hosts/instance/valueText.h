@@ -17,7 +17,8 @@ std::string valueText(std::uint64_t address, float value, double sampleRate);
 enum class BareNumber {
     normalized,  ///< the value itself, 0..1: command line and automation files
     shown,       ///< the figure that valueText() writes, per cent or samples: in hosts
-    typed,       ///< in the panel's field: normalized with a decimal point and in 0..1, else shown
+    typed,       ///< in the panel's field: "0.7" (a decimal point, and in 0..1) is normalized, all
+                 ///< others are shown: "-0.5" is half a per cent below the middle
 };
 
 /// Reads a value: any text of valueText()'s and the shorter forms "+20%", "r30", "c", "5ms",

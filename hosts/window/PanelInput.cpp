@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <utility>
 
 #include "audiounit/parameters.h"
 #include "editor/AudioUnitViewController.h"
@@ -216,11 +217,10 @@ void PanelInput::openField(int address) {
 
 void PanelInput::enterField() {
     const auto value = instance_.parseTyped(static_cast<std::uint64_t>(typed_), field_->text());
-    if (!value) {
+    if (auto reason = refusal(typed_, value, instance_); !reason.empty()) {
         field_->refuse();
         caption_->show(
-            {{"Not a value here; write " + valueExamples(typed_), CaptionView::Line::Kind::warning},
-             {"Return: set    Esc: leave"}},
+            {{std::move(reason), CaptionView::Line::Kind::warning}, {"Return: set    Esc: leave"}},
             field_->frame());
         return;
     }

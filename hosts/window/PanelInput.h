@@ -24,8 +24,9 @@ class ValueField;
 ///
 /// - Shift makes drag, wheel and arrow keys ten times finer; in a drag, so does Ctrl.
 /// - A double click sets the default value.
-/// - Ctrl and a click, or Return, opens a field for a typed value. Return sets it if it can be
-///   read and is in range, Esc or a click beside the field closes it.
+/// - Ctrl and a click, or Return, opens a field for a typed value. Return sets it; one that cannot
+///   be read or is out of range stays in the field, with the reason below. Esc or a click beside
+///   the field closes it.
 ///
 /// Ctrl and the wheel zoom. A mouse that rests on a control or switch brings up a tooltip. Each
 /// edit is one gesture for the host. Main thread, with the instance's run loop current.

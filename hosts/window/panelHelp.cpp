@@ -62,4 +62,12 @@ std::string valueExamples(int address) {
     }
 }
 
+std::string refusal(int address, std::optional<float> value, const Instance& instance) {
+    if (!value) return "Not a value here; write " + valueExamples(address);
+    if (*value >= 0 && *value <= 1) return {};
+    const auto parameter = static_cast<std::uint64_t>(address);
+    return "Out of range: " + instance.valueText(parameter, 0) + " to " +
+           instance.valueText(parameter, 1);
+}
+
 }  // namespace qov::hosts

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,5 +17,9 @@ std::vector<CaptionView::Line> panelHelp(std::string_view mode, const Instance& 
 
 /// How a value of a control is written, by examples.
 std::string valueExamples(int address);
+
+/// Why a typed value is refused, for a value as Instance::parseTyped() reads it: its range, or for
+/// empty (it cannot be read) examples. Empty for a value in range.
+std::string refusal(int address, std::optional<float> value, const Instance& instance);
 
 }  // namespace qov::hosts

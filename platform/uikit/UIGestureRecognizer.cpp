@@ -42,6 +42,11 @@ void UIGestureRecognizer::setEnabled(bool enabled) {
 
 void UIGestureRecognizer::takeTouch(const std::shared_ptr<UITouch>& touch, GestureCenter& center) {
     setCenter(center);
+    // A touch with which the gesture waited for has failed ends the wait, and begins anew here.
+    if (const auto first = required_.lock(); waiting_ && first && first->state() == State::failed) {
+        stopWaiting(true);
+        reset();
+    }
     if (!enabled_ || waiting_ || !(state_ == State::possible || isActive())) return;
     if (shouldReceive && !shouldReceive(*touch)) {
         if (deadline_) fail();

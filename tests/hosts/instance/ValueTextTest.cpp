@@ -73,7 +73,7 @@ TEST(ParseValue, ReadsTheFormsThatPeopleWriteAndRefusesOthers) {
           {kStereoWidth, "150 %", 1.25, 1.25, 1.25},
           {kPanorama, "r30", 0.65, 0.65, 0.65},
           {kPanorama, "L 30 %", 0.35, 0.35, 0.35},
-          {kPanorama, "-100", 0, -100, 0},
+          {kPanorama, "-0.5", 0.4975, -0.5, 0.4975},
           {kPanorama, "Center", 0.5, 0.5, 0.5},
           {kPanorama, "R 0.5", 0.5025, 0.5025, 0.5025},
           {kPhaseShift, "1.0", 0, 1, 1},

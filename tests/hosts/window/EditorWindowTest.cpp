@@ -155,6 +155,8 @@ TEST_F(OnScreen, EveryPartOfThePanelHasATooltipOfNameValueAndKeys) {
                                      {"reset1", "Reset panorama\nClick"},
                                      {"reset2", "Reset stereo width\nClick"}})
         EXPECT_THAT(tooltip(mode), testing::StartsWith(text));
+    EXPECT_EQ(hosts::refusal(0, 1.5F, *shown.instance), "Out of range: -100 % to +100 %");
+    EXPECT_THAT(hosts::refusal(2, {}, *shown.instance), testing::HasSubstr("write 5 ms"));
 }
 
 TEST_F(OnScreen, MarksWhatTheMouseIsOverButNotWhileItIsPressed) {
