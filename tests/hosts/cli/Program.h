@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -11,7 +10,6 @@
 /// A run of the real program.
 struct Run {
     int code = -1;    ///< exit code, or -1 where a signal ended it
-    int signal = 0;   ///< that signal
     std::string out;  ///< standard output, where it was not sent elsewhere
     std::string err;
     long peakKilobytes = 0;  ///< resident
@@ -19,9 +17,6 @@ struct Run {
 
 /// Runs a shell command in which $K is the program; its own standard output and error are caught.
 Run shell(const std::string& command);
-/// The same, without a shell: kelvane with these arguments, ended by `signal` once it has written.
-Run interrupted(const std::vector<std::string>& arguments, int signal,
-                const TemporaryFolder& folder);
 
 /// What a call fails with, which has to be this exit code; "no failure" where it goes well.
 template <class Call>

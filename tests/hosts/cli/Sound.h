@@ -1,24 +1,22 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
-/// A short sound in memory, for tests: interleaved.
-template <typename Sample>
+#include <sndfile.h>
+
+/// A short sound in memory, for tests. Floats and integers of any file fit its samples exactly.
 struct Sound {
-    int format = 0;
+    int format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
     int rate = 44100;
     int channels = 2;
-    std::vector<Sample> samples;
+    std::vector<double> samples = {};                       ///< interleaved
+    std::vector<std::pair<int, std::string>> strings = {};  ///< by SF_STR_TITLE and the like
 };
 
-void save(const std::string& path, const Sound<float>& sound);
-void save(const std::string& path, const Sound<std::int32_t>& sound);
-void save(const std::string& path, const Sound<double>& sound);
-Sound<float> loadFloats(const std::string& path);
-Sound<std::int32_t> loadIntegers(const std::string& path);
-Sound<double> loadDoubles(const std::string& path);
+void save(const std::string& path, const Sound& sound);
+Sound load(const std::string& path);
 
-/// Noise over the whole range of the type; the same for the same count.
-std::vector<float> noise(std::size_t count);
+/// Floats over the whole range -1..1; the same for the same count.
+std::vector<double> noise(std::size_t count);

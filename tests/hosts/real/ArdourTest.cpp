@@ -23,7 +23,7 @@ struct Outcome {
 
 /// Ardour's scripting shell puts the plug-in on a track and saves the session; its export loads
 /// that session again.
-Outcome attempt(const std::string& format, const Sound<float>& sound) {
+Outcome attempt(const std::string& format, const Sound& sound) {
     const TemporaryFolder folder;
     save(folder / "in.wav", sound);
     save(folder / "same.wav", sound);
@@ -65,8 +65,8 @@ Outcome attempt(const std::string& format, const Sound<float>& sound) {
               (format == "VST3" ? " --automation " + (folder / "automation") : std::string()));
     if (rendered.code != 0) return {rendered.err};
 
-    const auto expected = loadFloats(folder / "expected.wav").samples;
-    const auto heard = loadFloats(folder / "out.wav").samples;
+    const auto expected = load(folder / "expected.wav").samples;
+    const auto heard = load(folder / "out.wav").samples;
     if (heard.size() != expected.size())
         return {std::to_string(heard.size()) + " samples instead of " +
                 std::to_string(expected.size())};
@@ -88,7 +88,7 @@ class Ardour : public testing::TestWithParam<const char*> {};
 
 TEST_P(Ardour, PlaysASavedSessionAsTheCommandLineDoes) {
     // Settings glide when the effect starts: through silence, so that the rest can be compared.
-    Sound<float> sound{
+    Sound sound{
         .format = SF_FORMAT_WAV | SF_FORMAT_FLOAT, .rate = 48000, .samples = noise(2 * frames)};
     std::fill_n(sound.samples.begin(), frames / 2, 0.0F);
     constexpr int tries = 6;

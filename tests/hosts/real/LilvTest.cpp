@@ -21,9 +21,9 @@ const std::string lv2Path = "LV2_PATH=" PLUGINS "/lv2";
 
 TEST(Lv2Apply, GivesTheBitsOfTheCommandLine) {
     const TemporaryFolder folder;
-    save(folder / "in.wav", Sound<float>{.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT,
-                                         .rate = 48000,
-                                         .samples = noise(2 * 20000)});
+    save(folder / "in.wav", Sound{.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT,
+                                  .rate = 48000,
+                                  .samples = noise(2 * 20000)});
     for (const auto& [controls, options] : std::vector<std::pair<std::string, std::string>>{
              {"", ""},
              {"-c stereo_width 0.8 -c phase_shift 0.3", "--stereo-width 0.8 --phase-shift 0.3"},
@@ -38,8 +38,7 @@ TEST(Lv2Apply, GivesTheBitsOfTheCommandLine) {
         const auto rendered = shell("$K render --raw-timing --block 1 " + options + " " +
                                     (folder / "in.wav") + " " + (folder / "rendered.wav"));
         EXPECT_EQ(rendered.code, 0) << rendered.err;
-        EXPECT_EQ(loadFloats(folder / "applied.wav").samples,
-                  loadFloats(folder / "rendered.wav").samples)
+        EXPECT_EQ(load(folder / "applied.wav").samples, load(folder / "rendered.wav").samples)
             << controls;
     }
 }

@@ -41,7 +41,7 @@ float Reference::Glide::next(float newTarget) {
     return now;
 }
 
-/// The line changes its length only where it comes round; `before` stands in front of the frame.
+/// The line changes its length only where it wraps; `before` is the preceding frame.
 float Reference::delayed(float left, float before) {
     if (linePlace_ >= lineLength_) {
         linePlace_ = 0;
@@ -55,7 +55,7 @@ float Reference::delayed(float left, float before) {
     return std::exchange(line_[linePlace_++], left);
 }
 
-/// All stages behind the delay.
+/// All stages after the delay.
 void Reference::shape(float& l, float& r, float widening) const {
     if (set_[invert] > 0) l = -l;
     if (set_[swap] > 0) std::swap(l, r);
@@ -85,7 +85,7 @@ void Reference::shape(float& l, float& r, float widening) const {
     if (set_[testMono] > 0) l = r = (l + r) * 0.5F;
 }
 
-void Reference::process(float* left, float* right, std::size_t frames) {
+void Reference::process(float* samples, std::size_t frames) {
     if (frames == 0) return;
     if (set_[bypass] == 0) {
         const float gain = volume_.next(set_[volume]);
@@ -94,18 +94,19 @@ void Reference::process(float* left, float* right, std::size_t frames) {
         const float pan = panorama_.next(std::fma(set_[panorama], 2.0F, -1.0F));
         if (std::abs(pan) <= 1) pan_ = pan;
         float before = lastOut_;
-        for (std::size_t i = 0; i < frames; ++i) {
+        for (std::size_t i = 0; i < 2 * frames; i += 2) {
+            float &left = samples[i], &right = samples[i + 1];
             if (gain != 1) {
-                left[i] *= gain;
-                right[i] *= gain;
+                left *= gain;
+                right *= gain;
             }
-            before = left[i] = delayed(left[i], before);
-            shape(left[i], right[i], widening);
+            before = left = delayed(left, before);
+            shape(left, right, widening);
             if (ringPlace_ == ringFrames) ringPlace_ = 0;
             auto& stored = ring_[ringPlace_++];
-            std::swap(stored[0], left[i]);
-            std::swap(stored[1], right[i]);
+            std::swap(stored[0], left);
+            std::swap(stored[1], right);
         }
     }
-    lastOut_ = left[frames - 1];
+    lastOut_ = samples[2 * frames - 2];
 }

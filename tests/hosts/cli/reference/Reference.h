@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <vector>
 
-/// The effect a second time, for tests: frame by frame, in plain arithmetic, with nothing of the
-/// system's own code. Its bits are those that the system has to give.
+/// The effect a second time, for tests: frame by frame, in plain arithmetic, without any of the
+/// system's own code. The system has to give the same bits.
 class Reference {
  public:
     explicit Reference(float rate) : rate_(rate) {}
@@ -13,11 +13,11 @@ class Reference {
     /// A parameter by its address, 0..7 and 9 for the volume, from the next frame on.
     void set(std::size_t address, float value);
 
-    /// The next frames, in place, as one segment: smoothed values move by one step.
-    void process(float* left, float* right, std::size_t frames);
+    /// The next frames, interleaved and in place, as one segment: smoothed values move by one step.
+    void process(float* samples, std::size_t frames);
 
  private:
-    /// A value that comes to its target in sixteen steps.
+    /// A value that reaches its target in sixteen steps.
     struct Glide {
         float target, now, step;
         float next(float newTarget);

@@ -1,163 +1,100 @@
-// Random sound with random events through the program, to the bit what the reference makes of it.
+// Random sound with random events through the program gives, to the bit, what the reference gives.
 // KELVANE_SOAK_MINUTES: minutes of sound; a tenth of one unless it is set.
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <iostream>
 #include <random>
-#include <sstream>
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "audiounit/parameters.h"
 #include "tests/hosts/cli/Program.h"
 #include "tests/hosts/cli/reference/Reference.h"
 
 namespace {
 
-using Samples = std::vector<float>;
+constexpr std::size_t nothing = 99;  // the address of an event that sets no parameter
 
 struct Event {
-    std::size_t frame;
-    std::size_t address;  // of a parameter, or `nothing`
+    std::size_t frame, address;
     float value;
-    std::string text;  // as the automation has it, behind its time
-    static constexpr std::size_t nothing = 99;
 };
 
 /// What one stretch of sound is rendered with, all from one seed.
-class Stretch {
- public:
-    Stretch(std::uint32_t seed, double seconds) : random_(seed) {
-        constexpr int rates[] = {44100, 48000, 96000, 192000, 22050, 8000};
-        rate = rates[below(6)];
-        constexpr int blocks[] = {512, 1024, 64, 1};
-        block = coin() ? blocks[below(4)] : 1 + below(1024);
-        frames = static_cast<std::size_t>(seconds * rate);
-        makeSound();
-        makeEvents();
+struct Stretch {
+    explicit Stretch(std::uint32_t seed, double seconds) : random(seed) {
+        rate = pick({44100, 48000, 96000, 192000, 22050, 8000});
+        block = below(2) ? pick({512U, 1024U, 64U, 1U}) : 1 + below(1024);
+        const auto size = 2 * static_cast<std::size_t>(seconds * rate);
+        while (samples.size() < size) {
+            const auto kind = below(10);
+            for (auto n = 1 + below(40000); n > 0 && samples.size() < size; --n)
+                samples.push_back(sample(kind));
+        }
+        const auto longestGap = 1 + below(below(2) ? 300 : 30000);
+        for (std::size_t frame = 0; frame < size / 2; frame += below(longestGap))
+            below(6) ? addSetting(frame) : addMessage(frame);
     }
 
-    int rate, block;
-    std::size_t frames;
-    Samples left, right;
-    std::vector<Event> events;  // sorted by frame
-
- private:
-    std::uint32_t below(std::uint32_t limit) { return random_() % limit; }
-    bool coin() { return below(2) != 0; }
-    float unit() { return static_cast<float>(random_() >> 8) / 0xFFFFFF; }
+    std::uint32_t below(std::uint32_t limit) { return random() % limit; }
+    template <typename Value>
+    Value pick(std::initializer_list<Value> values) {
+        return values.begin()[below(static_cast<std::uint32_t>(values.size()))];
+    }
 
     float sample(std::uint32_t kind) {
-        const auto bits = static_cast<std::uint32_t>(random_());
-        switch (kind) {
-            case 0:
-                return std::bit_cast<float>(bits);  // infinities and NaN, too
-            case 1:
-                return std::bit_cast<float>(bits & 0x80FFFFFF);  // nothing above 2e-38
-            case 2:
-                return 0;
-            default:
-                return static_cast<float>(static_cast<std::int32_t>(bits)) / 2147483648.0F;
-        }
+        const auto bits = static_cast<std::uint32_t>(random());
+        if (kind == 0) return std::bit_cast<float>(bits);               // infinities and NaN, too
+        if (kind == 1) return std::bit_cast<float>(bits & 0x80FFFFFF);  // nothing above 2e-38
+        return kind == 2 ? 0 : static_cast<float>(static_cast<std::int32_t>(bits)) / 2147483648.0F;
     }
 
-    void makeSound() {
-        left.reserve(frames);
-        right.reserve(frames);
-        while (left.size() < frames) {
-            const auto kind = below(10);
-            for (auto n = 1 + below(20000); n > 0 && left.size() < frames; --n) {
-                left.push_back(sample(kind));
-                right.push_back(sample(kind));
-            }
-        }
+    void addSetting(std::size_t frame) {
+        const auto& parameter = qov::allParameters[below(qov::allParameters.size())];
+        float value = static_cast<float>(random() >> 8) / 0xFFFFFF;
+        // Bypass is off more often than on, as nothing is computed while it is on.
+        if (parameter.isSwitch())
+            value = below(parameter.option == "bypass" ? 4 : 2) == 0;
+        else if (below(2))
+            value = pick({0.0F, 0.5F, 1.0F, 0.25F, 1e-6F, 1e-39F});
+        events.push_back({frame, parameter.address, value});
+        automation += fmt::format("{} set {} {:.9g}\n", frame, parameter.option, value);
     }
 
-    void makeEvents() {
-        const std::uint32_t longestGap = 1 + below(coin() ? 300 : 30000);
-        for (std::size_t frame = 0; frame < frames; frame += below(longestGap))
-            events.push_back(eventAt(frame));
+    void addMessage(std::size_t frame) {
+        const auto [controller, address] =
+            pick<std::pair<int, std::size_t>>({{7, 9}, {10, 1}, {11, 0}, {1, nothing}});
+        const auto status = (below(8) ? 0xB0 : 0x90) + below(16), value = below(128);
+        events.push_back(
+            {frame, status >= 0xB0 ? address : nothing, static_cast<float>(value) / 127.0F});
+        automation +=
+            fmt::format("{} midi {:02X} {:02X} {:02X}\n", frame, status, controller, value);
     }
 
-    Event eventAt(std::size_t frame) {
-        static constexpr const char* names[] = {"stereo-width",  "panorama",       "phase-shift",
-                                                "swap-channels", "invert-channel", "recover-mono",
-                                                "test-mono",     "bypass",         "",
-                                                "volume"};
-        const std::size_t address = below(12);
-        if (address == 8 || address > 9) return messageAt(frame);
-        float value = unit();
-        if (address >= 3 && address <= 7) {
-            // Bypass is off more often than on, as nothing is computed while it is on.
-            value = below(address == 7 ? 4 : 2) == 0 ? 1 : 0;
-        } else if (coin()) {
-            constexpr float places[] = {0, 0.5F, 1, 0.25F, 1e-6F, 1e-39F};
-            value = places[below(6)];
-        }
-        char text[64];
-        std::snprintf(text, sizeof text, "set %s %.9g", names[address], double{value});
-        return {frame, address, value, text};
-    }
-
-    Event messageAt(std::size_t frame) {
-        constexpr struct {
-            unsigned number;
-            std::size_t address;
-        } controllers[] = {{7, 9}, {10, 1}, {11, 0}, {1, Event::nothing}};
-        const auto& controller = controllers[below(4)];
-        const unsigned status = (below(8) ? 0xB0 : 0x90) + below(16), value = below(128);
-        char text[64];
-        std::snprintf(text, sizeof text, "midi %02X %02X %02X", status, controller.number, value);
-        const bool isControl = (status & 0xF0) == 0xB0;
-        return {frame, isControl ? controller.address : Event::nothing,
-                static_cast<float>(value) / 127.0F, text};
-    }
-
-    std::mt19937 random_;
+    std::mt19937 random;
+    int rate;
+    std::size_t block;
+    std::vector<float> samples;  // interleaved
+    std::vector<Event> events;   // sorted by frame
+    std::string automation;
 };
 
-std::string interleaved(const Samples& left, const Samples& right) {
-    Samples both;
-    both.reserve(2 * left.size());
-    for (std::size_t i = 0; i < left.size(); ++i) both.insert(both.end(), {left[i], right[i]});
-    return {reinterpret_cast<const char*>(both.data()), sizeof(float) * both.size()};
-}
-
-/// Cut into blocks from the start, and those at each event.
+/// Cut into blocks from the start, and those at each event, also at one that sets nothing.
 void render(Stretch& s) {
     Reference reference(static_cast<float>(s.rate));
-    std::size_t next = 0;
-    for (std::size_t frame = 0; frame < s.frames;) {
-        for (; next < s.events.size() && s.events[next].frame <= frame; ++next)
-            if (s.events[next].address != Event::nothing)
-                reference.set(s.events[next].address, s.events[next].value);
-        const auto block = static_cast<std::size_t>(s.block);
-        std::size_t end = std::min(s.frames, (frame / block + 1) * block);
-        // An event that sets nothing cuts, too.
-        if (next < s.events.size()) end = std::min(end, s.events[next].frame);
-        reference.process(&s.left[frame], &s.right[frame], end - frame);
-        frame = end;
-    }
-}
-
-/// Any NaN is as good as any other.
-bool isSame(float a, float b) {
-    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b) ||
-           (std::isnan(a) && std::isnan(b));
-}
-
-void expectSame(const Stretch& s, const std::string& bytes) {
-    ASSERT_EQ(bytes.size(), 8 * s.frames);
-    for (std::size_t i = 0; i < s.frames; ++i) {
-        float out[2];
-        std::memcpy(out, bytes.data() + 8 * i, sizeof out);
-        ASSERT_TRUE(isSame(out[0], s.left[i]) && isSame(out[1], s.right[i]))
-            << "frame " << i << ": " << out[0] << " " << out[1] << ", not " << s.left[i] << " "
-            << s.right[i];
+    const std::size_t frames = s.samples.size() / 2;
+    auto event = s.events.begin();
+    for (std::size_t frame = 0, end; frame < frames; frame = end) {
+        for (; event != s.events.end() && event->frame <= frame; ++event)
+            if (event->address != nothing) reference.set(event->address, event->value);
+        end = std::min(frames, (frame / s.block + 1) * s.block);
+        if (event != s.events.end()) end = std::min(end, event->frame);
+        reference.process(&s.samples[2 * frame], end - frame);
     }
 }
 
@@ -168,22 +105,27 @@ TEST(Reference, HasTheBitsOfRandomSoundUnderRandomAutomation) {
     std::uint64_t events = 0;
     std::uint32_t seed = 1;
     for (double done = 0; done < seconds; done += longest, ++seed) {
-        SCOPED_TRACE("seed " + std::to_string(seed));
         const TemporaryFolder folder;
         Stretch stretch(seed, std::min(longest, seconds - done));
-        write(folder / "in", interleaved(stretch.left, stretch.right));
-        std::ostringstream automation;
-        for (const auto& event : stretch.events)
-            automation << event.frame << " " << event.text << "\n";
-        write(folder / "moves", automation.str());
-        std::ostringstream command;
-        command << "$K render - - --raw " << stretch.rate << " --block " << stretch.block
-                << " --raw-timing --automation " << (folder / "moves") << " <" << (folder / "in");
-        const auto run = shell(command.str());
-        ASSERT_EQ(run.code, 0) << run.err;
+        auto& samples = stretch.samples;
+        const std::size_t size = 4 * samples.size();
+        write(folder / "in", {reinterpret_cast<const char*>(samples.data()), size});
+        write(folder / "moves", stretch.automation);
+        const auto run = shell(fmt::format(
+            "cd {} && $K render - - --raw {} --block {} --raw-timing --automation moves <in",
+            folder.path(), stretch.rate, stretch.block));
+        ASSERT_EQ(run.out.size(), size) << run.err;
+        std::vector<float> out(samples.size());
+        std::copy_n(run.out.data(), size, reinterpret_cast<char*>(out.data()));
         render(stretch);
-        expectSame(stretch, run.out);
-        if (HasFatalFailure()) return;
+        for (std::size_t i = 0; i < out.size(); ++i) {
+            const bool isSame =
+                std::bit_cast<std::uint32_t>(out[i]) == std::bit_cast<std::uint32_t>(samples[i]);
+            // Any NaN is as good as any other.
+            ASSERT_TRUE(isSame || (std::isnan(out[i]) && std::isnan(samples[i])))
+                << "seed " << seed << ", frame " << i / 2 << ": " << out[i] << ", not "
+                << samples[i];
+        }
         events += stretch.events.size();
     }
     std::cout << seconds / 60 << " minutes of sound, " << seed - 1 << " stretches, " << events
