@@ -155,8 +155,7 @@ struct SoundReader::State {
                 fmt::format("{}: is truncated: the page that ends its stream is missing; "
                             "render --salvage takes the rest",
                             name));
-        if (file && info.frames == 0 && !isPipe && !isDamaged)
-            throw Failure(fmt::format("{}: has no samples behind its header", name));
+        if (file && info.frames == 0 && !isPipe && !isDamaged) throw Failure(noSamples());
     }
 
     /// Compares the length by the header with what the file holds.
@@ -212,13 +211,21 @@ struct SoundReader::State {
         return !info.seekable && isOpenSize(info.frames * bytesPerSecond / info.samplerate);
     }
 
+    std::string noSamples() const {
+        return fmt::format("{}: has no samples behind its header", name);
+    }
+
+    /// Why the library's last call failed, without the dot that ends its sentence.
+    std::string_view reason() const {
+        std::string_view why = sf_strerror(file);
+        while (why.ends_with('.')) why.remove_suffix(1);
+        return why;
+    }
+
     void check(bool upmix) const {
-        if (!file) {
-            std::string_view why = sf_strerror(nullptr);
-            while (why.ends_with('.')) why.remove_suffix(1);
-            throw Failure(fmt::format("{}: not a sound file that can be read: {}{}{}", name, why,
-                                      isPipe ? "; " : "", isPipe ? pipeAdvice : ""));
-        }
+        if (!file)
+            throw Failure(fmt::format("{}: not a sound file that can be read: {}{}{}", name,
+                                      reason(), isPipe ? "; " : "", isPipe ? pipeAdvice : ""));
         const int container = info.format & SF_FORMAT_TYPEMASK;
         if (isPipe && std::ranges::find(pipeContainers, container) == pipeContainers.end())
             throw Failure(
@@ -253,6 +260,7 @@ struct SoundReader::State {
             if (rest != 0)
                 throw Failure(
                     fmt::format("{}: is truncated: it ends {} bytes into a frame", name, rest));
+            if (framesRead == 0) throw Failure(fmt::format("{}: is empty", name));
             return;
         }
         if (!frames && framesRead >= info.frames && info.frames > 0)
@@ -270,14 +278,17 @@ struct SoundReader::State {
             isDamaged = true;
             if (framesRead > 0) return;
         }
-        if (isDamaged && framesRead == 0)
+        if ((isDamaged || isShort) && framesRead == 0)
             throw Failure(fmt::format("{}: is truncated before its first whole frame", name));
         if (isShort)
             throw Failure(fmt::format(
                 "{}: is truncated: it ends after {} of {} frames; render --salvage takes them",
                 name, framesRead, *frames));
         if (sf_error(file) != SF_ERR_NO_ERROR)
-            throw Failure(fmt::format("{}: cannot read: {}", name, sf_strerror(file)));
+            throw Failure(fmt::format(
+                "{}: cannot read: {}{}", name, reason(),
+                framesRead > 0 ? "; render --salvage takes the frames before that" : ""));
+        if (framesRead == 0) throw Failure(noSamples());
     }
 };
 
@@ -301,6 +312,10 @@ bool SoundReader::isDamaged() const {
 
 std::int64_t SoundReader::framesRead() const {
     return state_->framesRead;
+}
+
+const std::string& SoundReader::name() const {
+    return state_->name;
 }
 
 int SoundReader::rate() const {

@@ -29,6 +29,8 @@ class SoundReader {
     SoundReader(const SoundReader&) = delete;
     SoundReader& operator=(const SoundReader&) = delete;
 
+    /// As messages have it: the path, or "standard input".
+    const std::string& name() const;
     int rate() const;
     /// Container and subtype, as the sound file library numbers them.
     int format() const;

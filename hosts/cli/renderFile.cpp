@@ -216,7 +216,7 @@ void renderFile(const RenderJob& job) {
     progress.reset();  // erases its line
     if (!job.isQuiet && reader.isDamaged())
         fmt::print(stderr, "kelvane: {}: is damaged; the {} frames that are there were rendered\n",
-                   job.input, fmt::group_digits(reader.framesRead()));
+                   reader.name(), fmt::group_digits(reader.framesRead()));
     if (!job.isQuiet) noteClipping(place, shape, clipping);
     if (!job.isQuiet && !isSameBytes && !shape.isRaw)
         if (const auto lost = metadata.lostIn(format); !lost.empty())

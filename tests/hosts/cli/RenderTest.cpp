@@ -290,6 +290,11 @@ TEST_F(Render, TakesPipesOfOpenLengthAndRefusesFormatsThatNeedAFile) {
         EXPECT_THAT(run.err, testing::ContainsRegex(message)) << container;
         EXPECT_EQ(std::stoi(run.out) > 2 * 6000, run.err.empty()) << container;
     }
+    save(in, {.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT, .samples = noise(0)});
+    for (const auto& [arguments, message] :
+         {std::pair{"", "standard input: has no samples behind its header"},
+          {" --raw 44100 < /dev/null", "standard input: is empty"}})
+        EXPECT_THAT(shell("cat " + in + " | $K render - -" + arguments).err, HasSubstr(message));
 }
 
 TEST_F(Render, NamesWhatToDoWithADamagedOrPackedStream) {
