@@ -15,7 +15,6 @@ TEST(CGRect, EdgesHoldForNegativeSizesAndPointsOnThem) {
     EXPECT_EQ(flipped.insetBy(1, 2), (CGRect{7, 16, 2, 2}));
     EXPECT_TRUE(flipped.insetBy(3, 0).isNull());
     EXPECT_TRUE((CGRect{0, 0, 1, 1}.intersection({2, 0, 1, 1}).isNull()));
-    EXPECT_EQ((CGRect{0, 0, 2, 2}.unionWith(CGRect::null())), (CGRect{0, 0, 2, 2}));
 }
 
 TEST(CGAffineTransform, DrawingOrderAndInverse) {
