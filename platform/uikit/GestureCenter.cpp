@@ -37,8 +37,6 @@ void GestureCenter::deliver(const std::shared_ptr<UITouch>& touch) {
             case UITouchPhase::moved:
                 player->moveTouch(touch);
                 break;
-            case UITouchPhase::stationary:
-                break;
             case UITouchPhase::ended:
                 player->dropTouch(touch, false);
                 break;

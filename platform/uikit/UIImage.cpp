@@ -4,10 +4,9 @@
 
 namespace platform {
 
-std::shared_ptr<UIImage> UIImage::imageWithData(std::span<const std::byte> data, CGFloat scale,
-                                                std::string* error) {
-    auto image = CGImage::decode(data, error);
-    return image ? std::make_shared<UIImage>(std::move(image), scale) : nullptr;
+std::shared_ptr<UIImage> UIImage::imageWithData(std::span<const std::byte> data) {
+    auto image = CGImage::decode(data);
+    return image ? std::make_shared<UIImage>(std::move(image)) : nullptr;
 }
 
 void UIImage::drawInRect(const CGRect& rect) const {

@@ -36,8 +36,6 @@ void UIPinchGestureRecognizer::takeScale(UITouchPhase phase, CGPoint location, C
         case UITouchPhase::moved:
             if (isActive()) change();
             break;
-        case UITouchPhase::stationary:
-            break;
         case UITouchPhase::ended:
             if (isActive()) end();
             break;

@@ -11,7 +11,8 @@ class UITouch;
 /// The touches that one event is about. The order is arbitrary.
 using UITouchSet = std::set<std::shared_ptr<UITouch>>;
 
-/// A receiver of touches. By default, a responder passes them to the next one up.
+/// A receiver of touches. By default, a responder passes them to the next one up. The event is null
+/// here.
 class UIResponder {
  public:
     virtual ~UIResponder() = default;

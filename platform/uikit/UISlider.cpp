@@ -14,6 +14,7 @@ namespace {
 constexpr CGFloat kThumbRadius = 10;
 constexpr CGFloat kThumbReach = 22;  // how far from its centre a finger still takes the thumb
 constexpr CGFloat kTrackHeight = 4;
+constexpr CGColor kTint{1, 0.737, 0.155};  // of the track up to the thumb
 
 }  // namespace
 
@@ -37,11 +38,6 @@ void UISlider::setMaximumValue(float maximum) {
     minimum_ = std::min(minimum_, maximum);
     setNeedsDisplay();
     setValue(value_);
-}
-
-void UISlider::setTintColor(const UIColor& color) {
-    tint_ = color;
-    setNeedsDisplay();
 }
 
 CGFloat UISlider::thumbCenter() const {
@@ -91,7 +87,7 @@ void UISlider::draw(CGRect rect) {
     };
     fillTrack(track, CGColor::gray(0, 0.55));
     fillTrack(track.insetBy(1, 1), CGColor::gray(0.5, 0.6));
-    fillTrack({track.minX(), track.minY(), thumb - track.minX(), kTrackHeight}, tint_.cgColor());
+    fillTrack({track.minX(), track.minY(), thumb - track.minX(), kTrackHeight}, kTint);
 
     const auto disc = [&](CGFloat radius, CGFloat drop) {
         context->fillEllipse({thumb - radius, middle - radius + drop, 2 * radius, 2 * radius});

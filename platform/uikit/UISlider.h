@@ -1,6 +1,5 @@
 #pragma once
 
-#include "platform/uikit/UIColor.h"
 #include "platform/uikit/UIControl.h"
 
 namespace platform {
@@ -18,8 +17,6 @@ class UISlider : public UIControl {
     void setMinimumValue(float minimum);
     float maximumValue() const { return maximum_; }
     void setMaximumValue(float maximum);
-    /// Of the track up to the thumb.
-    void setTintColor(const UIColor& color);
 
     void draw(CGRect rect) override;
     bool beginTracking(UITouch& touch) override;
@@ -35,7 +32,6 @@ class UISlider : public UIControl {
     float minimum_ = 0;
     float maximum_ = 1;
     CGFloat grip_ = 0;  // from the thumb's centre to the finger
-    UIColor tint_ = UIColor(1.0, 0.737, 0.155, 1.0);
 };
 
 }  // namespace platform

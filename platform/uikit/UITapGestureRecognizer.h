@@ -7,7 +7,6 @@ namespace platform {
 /// A number of taps in one place, each with one finger.
 class UITapGestureRecognizer : public UIGestureRecognizer {
  public:
-    int numberOfTapsRequired() const { return taps_; }
     void setNumberOfTapsRequired(int taps) { taps_ = taps; }
 
     /// How long a finger may rest in a tap, and stay away between two, in seconds.

@@ -9,7 +9,7 @@ namespace platform {
 class UIView;
 
 /// What a finger does; cancelled: the touch ended without lifting.
-enum class UITouchPhase { began, moved, stationary, ended, cancelled };
+enum class UITouchPhase { began, moved, ended, cancelled };
 
 /// One finger, or the mouse with its first button down, from touching to lifting.
 /// The window makes and updates it; everyone else reads it. Main thread.

@@ -105,13 +105,10 @@ class UIView : public UIResponder, public std::enable_shared_from_this<UIView> {
         return constraints_;
     }
 
-    // Touches
+    // Touches; only the first finger on a view is sent to it
 
     bool isUserInteractionEnabled() const { return interactive_; }
     void setUserInteractionEnabled(bool enabled) { interactive_ = enabled; }
-    /// Without it, only the first finger on the view is sent to it.
-    bool isMultipleTouchEnabled() const { return multipleTouch_; }
-    void setMultipleTouchEnabled(bool enabled) { multipleTouch_ = enabled; }
     /// The frontmost view at a point of this view's coordinates; null outside.
     virtual std::shared_ptr<UIView> hitTest(CGPoint point);
     virtual bool pointInside(CGPoint point) const { return bounds().contains(point); }
@@ -147,7 +144,6 @@ class UIView : public UIResponder, public std::enable_shared_from_this<UIView> {
     std::uint32_t autoresizingMask_ = UIViewAutoresizingNone;
     bool hidden_ = false;
     bool interactive_ = true;
-    bool multipleTouch_ = false;
     bool needsLayout_ = true;
     bool translatesMask_ = true;
 };

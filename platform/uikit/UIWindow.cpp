@@ -6,7 +6,6 @@
 
 #include "platform/coregraphics/CGBitmapContext.h"
 #include "platform/dispatch/RunLoop.h"
-#include "platform/uikit/UIEvent.h"
 #include "platform/uikit/UITouch.h"
 #include "platform/uikit/UIViewController.h"
 #include "platform/uikit/ViewLayer.h"
@@ -14,27 +13,9 @@
 namespace platform {
 namespace {
 
-using PixelRect = UIWindow::PixelRect;
-
 constexpr CGFloat kFarthest = 1e6;  // pixels from the window's corner that a view can lie
 constexpr std::size_t kMostRects = 8;
 constexpr double kZoomRest = 0.25;  // seconds without a wheel step that end a zoom
-
-bool isEmpty(const PixelRect& r) {
-    return r.width <= 0 || r.height <= 0;
-}
-
-PixelRect intersection(const PixelRect& a, const PixelRect& b) {
-    const int x = std::max(a.x, b.x), y = std::max(a.y, b.y);
-    return {x, y, std::min(a.x + a.width, b.x + b.width) - x,
-            std::min(a.y + a.height, b.y + b.height) - y};
-}
-
-PixelRect around(const PixelRect& a, const PixelRect& b) {
-    const int x = std::min(a.x, b.x), y = std::min(a.y, b.y);
-    return {x, y, std::max(a.x + a.width, b.x + b.width) - x,
-            std::max(a.y + a.height, b.y + b.height) - y};
-}
 
 int pixelSide(CGFloat points, CGFloat scale) {
     return static_cast<int>(std::clamp<CGFloat>(std::round(points * scale), 1, 32767));
@@ -80,43 +61,54 @@ void UIWindow::setBackgroundColor(const CGColor& color) {
 
 // The picture
 
+PixelRect UIWindow::wholePicture() const {
+    return {0, 0, pixelSide(bounds().size.width, scale_), pixelSide(bounds().size.height, scale_)};
+}
+
 void UIWindow::damageAll() {
-    damage_ = {
-        {0, 0, pixelSide(bounds().size.width, scale_), pixelSide(bounds().size.height, scale_)}};
+    damage_ = {wholePicture()};
     needsUpdate_ = true;
 }
 
 void UIWindow::addDamage(const PixelRect& rect) {
-    const PixelRect all{0, 0, pixelSide(bounds().size.width, scale_),
-                        pixelSide(bounds().size.height, scale_)};
-    auto added = intersection(rect, all);
-    if (isEmpty(added)) return;
+    auto added = rect.intersection(wholePicture());
+    if (added.isEmpty()) return;
     needsUpdate_ = true;
     // Those that overlap become one, so that no pixel is composited twice.
     for (auto old = damage_.begin(); old != damage_.end();) {
-        if (isEmpty(intersection(*old, added))) {
+        if (old->intersection(added).isEmpty()) {
             ++old;
             continue;
         }
-        added = around(*old, added);
+        added = added.unionWith(*old);
         damage_.erase(old);
         old = damage_.begin();
     }
     damage_.push_back(added);
     if (damage_.size() <= kMostRects) return;
-    for (const auto& old : damage_) added = around(added, old);
+    for (const auto& old : damage_) added = added.unionWith(old);
     damage_ = {added};
 }
 
-std::optional<PixelRect> UIWindow::pixelsOf(const UIView& view) const {
-    const auto* bitmap = const_cast<UIView&>(view).layer().bitmap();
-    if (!bitmap) return {};
+PixelRect UIWindow::pictureFrom(const UIView& view) const {
     // Layers are placed on whole pixels, so that a moving picture stays sharp.
     const auto corner = view.convertToWindow({});
     const auto x = std::round(corner.x * scale_), y = std::round(corner.y * scale_);
     if (!(std::abs(x) < kFarthest && std::abs(y) < kFarthest)) return {};
-    return PixelRect{static_cast<int>(x), static_cast<int>(y), bitmap->pixelWidth(),
-                     bitmap->pixelHeight()};
+    auto picture = wholePicture();
+    picture.x = static_cast<int>(-x);
+    picture.y = static_cast<int>(-y);
+    return picture;
+}
+
+std::optional<PixelRect> UIWindow::pixelsOf(const UIView& view) const {
+    const auto& layer = const_cast<UIView&>(view).layer();
+    const auto picture = pictureFrom(view);
+    if (!layer.bitmap() || picture.isEmpty()) return {};
+    auto part = layer.part();
+    part.x -= picture.x;
+    part.y -= picture.y;
+    return part;
 }
 
 void UIWindow::addDamage(const UIView& view) {
@@ -128,14 +120,14 @@ void UIWindow::addDamage(const UIView& view) {
 
 void UIWindow::display(UIView& view) {
     const auto before = pixelsOf(view);
-    if (!view.layer().display(view, scale_)) return;
+    if (!view.layer().display(view, scale_, pictureFrom(view))) return;
     if (before) addDamage(*before);
     if (const auto after = pixelsOf(view)) addDamage(*after);
 }
 
 void UIWindow::displayTree(UIView& view) {
     if (view.isHidden() || view.alpha() == 0) return;
-    if (view.layer().needsDisplay()) display(view);
+    if (view.layer().needsDisplay(view, scale_, pictureFrom(view))) display(view);
     const auto views = view.subviews();
     for (const auto& subview : views) displayTree(*subview);
 }
@@ -145,7 +137,7 @@ void UIWindow::composeTree(CGContext& context, const UIView& view, CGFloat alpha
     if (view.isHidden() || view.alpha() == 0) return;
     alpha *= view.alpha();
     const auto rect = pixelsOf(view);
-    if (rect && !isEmpty(intersection(*rect, damaged))) {
+    if (rect && !rect->intersection(damaged).isEmpty()) {
         context.setAlpha(alpha);
         context.drawBitmap(*const_cast<UIView&>(view).layer().bitmap(),
                            CGRect(rect->x, rect->y, rect->width, rect->height));
@@ -160,12 +152,12 @@ std::vector<PixelRect> UIWindow::update() {
     displayTree(*this);
     needsUpdate_ = false;
 
-    const int width = pixelSide(bounds().size.width, scale_);
-    const int height = pixelSide(bounds().size.height, scale_);
-    if (!picture_ || picture_->pixelWidth() != width || picture_->pixelHeight() != height) {
+    const auto whole = wholePicture();
+    if (!picture_ || picture_->pixelWidth() != whole.width ||
+        picture_->pixelHeight() != whole.height) {
         picture_.reset();
-        picture_ = makeBitmapContext(width, height, 1);
-        damage_ = {{0, 0, width, height}};
+        picture_ = makeBitmapContext(whole.width, whole.height, 1);
+        damage_ = {whole};
     }
     auto damaged = std::exchange(damage_, {});
     if (!picture_) return {};
@@ -217,29 +209,20 @@ void UIWindow::sendToView(const std::shared_ptr<UITouch>& touch) {
     if (touch->phase() == UITouchPhase::began) {
         const bool taken =
             std::ranges::any_of(sent_, [&](const auto& other) { return other->view() == view; });
-        if (taken && !view->isMultipleTouchEnabled()) return;
+        if (taken) return;
         sent_.insert(touch);
     } else if (!sent_.contains(touch)) {
         return;
     }
-    UITouchSet all;
-    for (const auto& [identifier, other] : touches_) all.insert(other);
-    UIEvent event(std::move(all), touch->timestamp());
     switch (touch->phase()) {
         case UITouchPhase::began:
-            view->touchesBegan({touch}, &event);
-            break;
+            return view->touchesBegan({touch}, nullptr);
         case UITouchPhase::moved:
-            view->touchesMoved({touch}, &event);
-            break;
-        case UITouchPhase::stationary:
-            break;
+            return view->touchesMoved({touch}, nullptr);
         case UITouchPhase::ended:
-            view->touchesEnded({touch}, &event);
-            break;
+            return view->touchesEnded({touch}, nullptr);
         case UITouchPhase::cancelled:
-            view->touchesCancelled({touch}, &event);
-            break;
+            return view->touchesCancelled({touch}, nullptr);
     }
 }
 

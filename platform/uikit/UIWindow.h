@@ -9,6 +9,7 @@
 
 #include "platform/coregraphics/CGColor.h"
 #include "platform/uikit/GestureCenter.h"
+#include "platform/uikit/PixelRect.h"
 #include "platform/uikit/UIView.h"
 
 namespace platform {
@@ -29,7 +30,6 @@ class UIWindow : public UIView {
 
     /// Its view fills the window. Loads the view.
     void setRootViewController(std::shared_ptr<UIViewController> controller);
-    const std::shared_ptr<UIViewController>& rootViewController() const { return root_; }
 
     CGFloat scale() const { return scale_; }
     void setScale(CGFloat scale);
@@ -39,12 +39,6 @@ class UIWindow : public UIView {
 
     // The picture
 
-    /// In pixels of the picture.
-    struct PixelRect {
-        int x, y, width, height;
-        bool operator==(const PixelRect&) const = default;
-    };
-
     /// Lays out and draws what is marked for it, composites the changed rectangles again and
     /// returns them. Empty if the picture has not changed.
     std::vector<PixelRect> update();
@@ -53,7 +47,6 @@ class UIWindow : public UIView {
     const CGBitmapContext* picture() const { return picture_.get(); }
     /// Makes the next update() composite and return everything.
     void damageAll();
-    bool needsUpdate() const { return needsUpdate_; }
     /// Draws a view now, marked or not; update() shows it.
     void display(UIView& view);
 
@@ -82,7 +75,12 @@ class UIWindow : public UIView {
     void sendToView(const std::shared_ptr<UITouch>& touch);
     void scheduleDeadline();
     void endZoom();
+    /// All of the picture.
+    PixelRect wholePicture() const;
+    /// Where a view's bitmap lies in the picture; nothing for a view without one.
     std::optional<PixelRect> pixelsOf(const UIView& view) const;
+    /// The picture as the view's pixels count it; empty for a view that lies too far away.
+    PixelRect pictureFrom(const UIView& view) const;
     void addDamage(const PixelRect& rect);
     void displayTree(UIView& view);
     void composeTree(CGContext& context, const UIView& view, CGFloat alpha,

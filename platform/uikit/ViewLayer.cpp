@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "platform/coregraphics/CGBitmapContext.h"
 #include "platform/uikit/UIGraphics.h"
@@ -10,12 +11,20 @@
 namespace platform {
 namespace {
 
-constexpr int kLargestSide = 32767;  // of a bitmap, in pixels
+constexpr int kLargestWhole = 4096;  // pixels a side
+constexpr int kFarthest = 1 << 24;
 
 int pixels(CGFloat points, CGFloat scale) {
-    // Rounding errors must not add a row.
+    // Rounding errors must not add a row; NaN has none.
     const auto count = std::ceil(points * scale - 1e-6);
-    return static_cast<int>(std::clamp<CGFloat>(count, 0, kLargestSide));
+    return count > 0 ? static_cast<int>(std::min<CGFloat>(count, kFarthest)) : 0;
+}
+
+PixelRect partOf(const UIView& view, CGFloat scale, const PixelRect& picture) {
+    const auto size = view.bounds().size;
+    const PixelRect whole{0, 0, pixels(size.width, scale), pixels(size.height, scale)};
+    const bool isLarge = whole.width > kLargestWhole || whole.height > kLargestWhole;
+    return isLarge ? whole.intersection(picture) : whole;
 }
 
 }  // namespace
@@ -23,7 +32,11 @@ int pixels(CGFloat points, CGFloat scale) {
 ViewLayer::ViewLayer() = default;
 ViewLayer::~ViewLayer() = default;
 
-bool ViewLayer::display(UIView& view, CGFloat scale) {
+bool ViewLayer::needsDisplay(const UIView& view, CGFloat scale, const PixelRect& picture) const {
+    return needsDisplay_ || partOf(view, scale, picture) != part_;
+}
+
+bool ViewLayer::display(UIView& view, CGFloat scale, const PixelRect& picture) {
     needsDisplay_ = false;
     const auto bounds = view.bounds();
     next_.begin(bounds.size, scale);
@@ -32,26 +45,26 @@ bool ViewLayer::display(UIView& view, CGFloat scale) {
         view.draw(bounds);
     }
     ++draws_;
-    if (next_ == shown_) return false;
+    const auto before = std::exchange(part_, partOf(view, scale, picture));
+    if (next_ == shown_ && part_ == before) return false;
     shown_.swap(next_);
 
     const bool hadBitmap = bitmap_ != nullptr;
-    const int width = pixels(bounds.size.width, scale);
-    const int height = pixels(bounds.size.height, scale);
-    if (!shown_.paints() || width == 0 || height == 0) {
+    if (!shown_.paints() || part_.isEmpty()) {
         bitmap_.reset();
         return hadBitmap;
     }
     ++paints_;
-    if (bitmap_ && bitmap_->pixelWidth() == width && bitmap_->pixelHeight() == height &&
+    if (bitmap_ && bitmap_->pixelWidth() == part_.width && bitmap_->pixelHeight() == part_.height &&
         bitmap_->scale() == scale) {
-        bitmap_->clearRect(bounds.insetBy(-1, -1));
+        bitmap_->clearRect(CGRect({}, bitmap_->size()).insetBy(-1, -1));
     } else {
         bitmap_.reset();
-        bitmap_ = makeBitmapContext(width, height, scale);
+        bitmap_ = makeBitmapContext(part_.width, part_.height, scale);
     }
     if (!bitmap_) return hadBitmap;
     bitmap_->saveGState();
+    bitmap_->translateBy(-part_.x / scale, -part_.y / scale);
     shown_.play(*bitmap_);
     bitmap_->restoreGState();
     return true;

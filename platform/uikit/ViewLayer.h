@@ -4,6 +4,7 @@
 
 #include "platform/coregraphics/CGGeometry.h"
 #include "platform/uikit/DrawingRecord.h"
+#include "platform/uikit/PixelRect.h"
 
 namespace platform {
 
@@ -20,13 +21,18 @@ class ViewLayer {
     ~ViewLayer();
 
     void setNeedsDisplay() { needsDisplay_ = true; }
-    bool needsDisplay() const { return needsDisplay_; }
+    /// Whether display() has to be called: the view is marked, or another part of it shows.
+    bool needsDisplay(const UIView& view, CGFloat scale, const PixelRect& picture) const;
 
-    /// Calls draw(), at scale pixels a point. True if the bitmap has changed.
-    bool display(UIView& view, CGFloat scale);
+    /// Calls draw(), at scale pixels a point. picture: the window's picture in the view's pixels.
+    /// True if the bitmap has changed.
+    bool display(UIView& view, CGFloat scale, const PixelRect& picture);
 
     /// Null if the view draws nothing or its memory could not be allocated.
     const CGBitmapContext* bitmap() const { return bitmap_.get(); }
+    /// The part of the view that the bitmap holds: all of it, or of a view that is large (4096
+    /// pixels a side) what lies in the picture.
+    const PixelRect& part() const { return part_; }
 
     /// Calls of draw() and paintings of the bitmap since construction.
     int draws() const { return draws_; }
@@ -34,6 +40,7 @@ class ViewLayer {
 
  private:
     std::unique_ptr<CGBitmapContext> bitmap_;
+    PixelRect part_;
     DrawingRecord shown_;
     DrawingRecord next_;
     int draws_ = 0;

@@ -94,40 +94,27 @@ CGFloat scaleOf(Display* display) {
 }
 
 Key keyOf(KeySym symbol) {
-    switch (symbol) {
-        case XK_Left:
-        case XK_KP_Left:
-            return Key::left;
-        case XK_Right:
-        case XK_KP_Right:
-            return Key::right;
-        case XK_Up:
-        case XK_KP_Up:
-            return Key::up;
-        case XK_Down:
-        case XK_KP_Down:
-            return Key::down;
-        case XK_space:
-            return Key::space;
-        case XK_Escape:
-            return Key::escape;
-        case XK_Return:
-        case XK_KP_Enter:
-            return Key::enter;
-        case XK_BackSpace:
-            return Key::backspace;
-        case XK_Delete:
-        case XK_KP_Delete:
-            return Key::forwardDelete;
-        case XK_Home:
-        case XK_KP_Home:
-            return Key::home;
-        case XK_End:
-        case XK_KP_End:
-            return Key::end;
-        default:
-            return Key::other;
-    }
+    constexpr std::pair<KeySym, Key> keys[] = {{XK_Left, Key::left},
+                                               {XK_KP_Left, Key::left},
+                                               {XK_Right, Key::right},
+                                               {XK_KP_Right, Key::right},
+                                               {XK_Up, Key::up},
+                                               {XK_KP_Up, Key::up},
+                                               {XK_Down, Key::down},
+                                               {XK_KP_Down, Key::down},
+                                               {XK_space, Key::space},
+                                               {XK_Escape, Key::escape},
+                                               {XK_Return, Key::enter},
+                                               {XK_KP_Enter, Key::enter},
+                                               {XK_BackSpace, Key::backspace},
+                                               {XK_Delete, Key::forwardDelete},
+                                               {XK_KP_Delete, Key::forwardDelete},
+                                               {XK_Home, Key::home},
+                                               {XK_KP_Home, Key::home},
+                                               {XK_End, Key::end},
+                                               {XK_KP_End, Key::end}};
+    const auto* found = std::ranges::find(keys, symbol, &std::pair<KeySym, Key>::first);
+    return found == std::end(keys) ? Key::other : found->second;
 }
 
 KeyModifiers modifiersOf(unsigned state) {
@@ -224,7 +211,7 @@ class X11Window final : public NativeWindow {
         if (onHover) onHover(at);
     }
     void present();
-    void put(const UIWindow::PixelRect& rect);
+    void put(const PixelRect& rect);
 
     Display* display_;
     std::shared_ptr<UIWindow> content_;
@@ -239,7 +226,7 @@ class X11Window final : public NativeWindow {
     Atom protocols_ = 0, deleteWindow_ = 0;
     int touchOpcode_ = -1;
     std::optional<RunLoop::ObserverID> observer_;
-    std::vector<UIWindow::PixelRect> exposed_;
+    std::vector<PixelRect> exposed_;
     std::optional<CGPoint> pointer_;
     bool isEmbedded_ = false;
     KeyDemand demand_ = KeyDemand::none;
@@ -540,41 +527,29 @@ void X11Window::grabSteps() {
 }
 
 void X11Window::handleCookie(XGenericEventCookie& cookie) {
-    const auto touch = [&](UITouchPhase phase) {
-        const auto& e = *static_cast<XIDeviceEvent*>(cookie.data);
-        hover({});
-        deliverTouch(e.detail, phase, points(e.event_x, e.event_y),
-                     static_cast<unsigned>(e.mods.effective));
+    using enum UITouchPhase;
+    struct Row {
+        int type;
+        UITouchPhase phase;
+        bool isPinch;
     };
-    const auto pinch = [&](UITouchPhase phase) {
+    constexpr Row rows[] = {
+        {XI_TouchBegin, began, false},        {XI_TouchUpdate, moved, false},
+        {XI_TouchEnd, ended, false},          {XI_GesturePinchBegin, began, true},
+        {XI_GesturePinchUpdate, moved, true}, {XI_GesturePinchEnd, ended, true}};
+    const auto* row = std::ranges::find(rows, cookie.evtype, &Row::type);
+    if (row == std::end(rows)) return;
+    if (row->isPinch) {
         const auto& e = *static_cast<XIGesturePinchEvent*>(cookie.data);
-        const bool cancelled =
-            phase == UITouchPhase::ended && (e.flags & XIGesturePinchEventCancelled);
-        content_->deliverPinch(cancelled ? UITouchPhase::cancelled : phase,
-                               points(e.event_x, e.event_y), e.scale, loop_->now());
-    };
-    switch (cookie.evtype) {
-        case XI_TouchBegin:
-            touch(UITouchPhase::began);
-            break;
-        case XI_TouchUpdate:
-            touch(UITouchPhase::moved);
-            break;
-        case XI_TouchEnd:
-            touch(UITouchPhase::ended);
-            break;
-        case XI_GesturePinchBegin:
-            pinch(UITouchPhase::began);
-            break;
-        case XI_GesturePinchUpdate:
-            pinch(UITouchPhase::moved);
-            break;
-        case XI_GesturePinchEnd:
-            pinch(UITouchPhase::ended);
-            break;
-        default:
-            break;
+        const bool isCancelled = row->phase == ended && (e.flags & XIGesturePinchEventCancelled);
+        content_->deliverPinch(isCancelled ? cancelled : row->phase, points(e.event_x, e.event_y),
+                               e.scale, loop_->now());
+        return;
     }
+    const auto& e = *static_cast<XIDeviceEvent*>(cookie.data);
+    hover({});
+    deliverTouch(e.detail, row->phase, points(e.event_x, e.event_y),
+                 static_cast<unsigned>(e.mods.effective));
 }
 
 void X11Window::handleSize(int width, int height) {
@@ -595,7 +570,7 @@ void X11Window::present() {
     if (!changed.empty()) XFlush(display_);
 }
 
-void X11Window::put(const UIWindow::PixelRect& rect) {
+void X11Window::put(const PixelRect& rect) {
     const auto* picture = content_->picture();
     if (!picture) return;
     const int width = std::min(rect.width, picture->pixelWidth() - rect.x);

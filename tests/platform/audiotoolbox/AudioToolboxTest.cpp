@@ -30,11 +30,13 @@ std::shared_ptr<AUParameter> parameter(
         identifier, "Gain", address, 0, 2, kAudioUnitParameterUnit_Generic, {}, flags, {}, {});
 }
 
-TEST(AUAudioUnit, RefusesWildcardsAndCyclesOfNoFrames) {
+TEST(AUAudioUnit, RefusesWildcardsCyclesOfNoFramesAndBussesWithoutAFormat) {
     AUAudioUnit unit;
     NSError error;
     EXPECT_FALSE(unit.initWithComponentDescription({kAudioUnitType_Effect, 0, 1}, 0, &error));
     EXPECT_EQ(error, NSError(NSOSStatusErrorDomain, -3000));
+    EXPECT_EQ(AUAudioUnitBus::initWithFormat(nullptr, &error), nullptr);
+    EXPECT_EQ(error.code(), -10868);
     unit.setMaximumFramesToRender(0);
     EXPECT_FALSE(unit.allocateRenderResourcesAndReturnError(&error));
     EXPECT_EQ(error.code(), -10875);
@@ -61,14 +63,6 @@ TEST(AUAudioUnit, StateOfAnotherComponentOrTypeIsIgnored) {
     unit.setFullState(state);
     EXPECT_EQ(writable->value(), 0.5f) << "an unknown address beside it";
     EXPECT_EQ(unit.currentPreset(), nullptr);
-}
-
-TEST(AUAudioUnitBus, NeedsAFormat) {
-    NSError error;
-    EXPECT_EQ(AUAudioUnitBus::initWithFormat(nullptr, &error), nullptr);
-    EXPECT_EQ(error.code(), -10868);
-    EXPECT_FALSE(
-        AUAudioUnitBus::initWithFormat(format(48000, 1), nullptr)->setFormat(nullptr, nullptr));
 }
 
 TEST(AVAudioPCMBuffer, ChannelsAreSilentAlignedAndApart) {
