@@ -14,7 +14,7 @@ class Bytes {
     Value take() {
         Value value{};
         const auto length = std::min(sizeof value, static_cast<std::size_t>(end_ - at_));
-        std::memcpy(&value, at_, length);
+        if (length > 0) std::memcpy(&value, at_, length);
         at_ += length;
         return value;
     }

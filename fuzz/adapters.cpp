@@ -10,10 +10,11 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <iterator>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -46,72 +47,56 @@ class Pair {
     Pair(const Format& format, const Format& instance, double rate)
         : isInstance_(&format == &instance),
           rate_(rate),
-          plugin_(format.create()),
-          expected_(instance.create()) {
+          plugins_{format.create(), instance.create()} {
         activate();
     }
     ~Pair() {
-        for (auto* one : both()) one->deactivate();
+        for (const auto& one : plugins_) one->deactivate();
     }
-    Pair(const Pair&) = delete;
-    Pair& operator=(const Pair&) = delete;
 
     void call(Bytes& bytes) {
-        switch (bytes.take<std::uint8_t>() % 12) {
-            case 0:
-                for (auto* one : both()) one->deactivate();
-                activate();
-                break;
-            case 1:
-                for (auto* one : both()) one->reset();
-                break;
-            case 2: {
-                const auto choice = bytes.take<std::uint8_t>(), data = bytes.take<std::uint8_t>();
-                const auto address = isInstance_ ? choice % 12 : settings[choice % 2];
-                const auto value = isInstance_ ? anyValue(data) : static_cast<float>(data) / 255;
-                for (auto* one : both()) one->setValue(address, value);
-                break;
+        const auto kind = bytes.take<std::uint8_t>() % 12;
+        if (kind > 4) return process(bytes);
+        if (kind == 2) {
+            const auto choice = bytes.take<std::uint8_t>(), data = bytes.take<std::uint8_t>();
+            const auto address = isInstance_ ? choice % 12 : settings[choice % 2];
+            const auto value = isInstance_ ? anyValue(data) : static_cast<float>(data) / 255;
+            for (const auto& one : plugins_) one->setValue(address, value);
+        } else if (kind == 3) {
+            restoreDamaged(bytes);
+        } else {
+            for (const auto& one : plugins_) {
+                if (kind == 0) one->deactivate();
+                if (kind == 1) one->reset();
+                if (kind == 4) one->idle(), one->takeEdits();
             }
-            case 3:
-                restoreDamaged(bytes);
-                break;
-            case 4:
-                for (auto* one : both()) {
-                    one->idle();
-                    one->takeEdits();
-                }
-                break;
-            default:
-                return process(bytes);
+            if (kind == 0) activate();
         }
         // What a host has set takes effect with the next block at the latest.
-        const std::uint8_t none = 0;
-        Bytes nothing(&none, 0);
+        Bytes nothing(nullptr, 0);
         process(nothing);
     }
 
  private:
-    std::array<Plugin*, 2> both() const { return {plugin_.get(), expected_.get()}; }
-
     /// Always at one rate: a format that can't change it has to make a new plug-in then.
     void activate() {
-        for (auto* one : both())
+        for (const auto& one : plugins_)
             require(one->activate(rate_, longest), "the plug-in does not become active");
     }
 
     /// A saved state with a few bytes of it changed, or cut short; then the one that was saved.
     void restoreDamaged(Bytes& bytes) {
-        const std::string saved[] = {plugin_->saveState(), expected_->saveState()};
+        const std::string saved[] = {plugins_[0]->saveState(), plugins_[1]->saveState()};
         auto damaged = saved[0];
         for (int left = bytes.take<std::uint8_t>() % 8; left > 0; --left)
             damaged[bytes.take<std::uint16_t>() % damaged.size()] =
                 static_cast<char>(bytes.take<std::uint8_t>());
         damaged.resize(damaged.size() -
                        std::min<std::size_t>(bytes.take<std::uint8_t>(), damaged.size()));
-        plugin_->restoreState(damaged);
+        plugins_[0]->restoreState(damaged);
         checkRange();
-        require(plugin_->restoreState(saved[0]), "a plug-in refuses its own state");
-        require(expected_->restoreState(saved[1]), "an instance refuses its own state");
+        for (int i : {0, 1})
+            require(plugins_[i]->restoreState(saved[i]), "a plug-in refuses its own state");
     }
 
     static std::uint8_t byte(int value) { return static_cast<std::uint8_t>(value); }
@@ -119,11 +104,10 @@ class Pair {
     std::vector<AURenderEvent> takeEvents(Bytes& bytes, std::uint32_t frames) const {
         std::vector<AURenderEvent> events;
         // Formats that keep a queue a parameter have no order between two of them on a frame.
-        std::vector<std::uint64_t> owners(longest, kBypass + 1);
+        std::map<std::uint32_t, std::uint64_t> owners;
         for (int left = bytes.take<std::uint8_t>() % 16; left > 0; --left) {
             const auto frame = bytes.take<std::uint16_t>() % (longest + 10);
-            const auto kind = bytes.take<std::uint8_t>();
-            const auto data = bytes.take<std::uint8_t>();
+            const auto kind = bytes.take<std::uint8_t>(), data = bytes.take<std::uint8_t>();
             if (isInstance_) {
                 events.push_back(kind < 128 ? test::parameterEvent(frame, kind % 12, anyValue(data))
                                             : test::midiEvent(frame, byte(0xB0 + kind % 32),
@@ -136,9 +120,9 @@ class Pair {
             const auto address = isVolume ? kVolume
                                  : isMidi ? kPanorama
                                           : automated[kind % std::size(automated)];
-            auto& owner = owners[std::min(frame, std::max(frames, 1U) - 1)];
-            if (owner != kBypass + 1 && owner != address) continue;
-            owner = address;
+            const auto last = std::max(frames, 1U) - 1;
+            if (owners.try_emplace(std::min(frame, last), address).first->second != address)
+                continue;
             const bool isSwitch = address >= kSwapChannels && data < 200;
             const auto choice = byte(isSwitch ? data % 2 * 199 : data);
             events.push_back(isMidi ? test::midiEvent(frame, byte(0xB0 + kind % 16),
@@ -160,46 +144,43 @@ class Pair {
             const auto choice = bytes.take<std::uint8_t>();
             return choice == 255 ? nullptr : memory.data() + choice * std::size_t{12};
         };
-        const float* const input[2] = {place(0), place(1)};
-        float* output[2] = {place(left), place(right)};
+        float* const input[] = {place(0), place(1)};
+        float* output[] = {place(left), place(right)};
         // Two outputs in one place have no right answer.
         if (output[0] && output[1] && std::abs(output[0] - output[1]) < std::ptrdiff_t{frames})
             output[1] = nullptr;
         const auto events = takeEvents(bytes, frames);
 
-        std::vector<float> apart[4], expected = memory;
-        for (auto& channel : apart) channel.resize(longest);
-        for (std::size_t c = 0; c < 2; ++c)
-            if (input[c]) std::copy_n(input[c], frames, apart[c].data());
-        expected_->process(
-            {input[0] ? apart[0].data() : nullptr, input[1] ? apart[1].data() : nullptr},
-            {apart[2].data(), apart[3].data()}, frames, events);
-        for (std::size_t c = 0; c < 2; ++c)
+        std::vector<float> apart(memory.size()), expected = memory;
+        const auto channel = [&](std::size_t c) { return apart.data() + c * longest; };
+        for (std::size_t c : {0, 1})
+            if (input[c]) std::copy_n(input[c], frames, channel(c));
+        plugins_[1]->process({input[0] ? channel(0) : nullptr, input[1] ? channel(1) : nullptr},
+                             {channel(2), channel(3)}, frames, events);
+        for (std::size_t c : {0, 1})
             if (output[c])
-                std::copy_n(apart[2 + c].data(), frames,
-                            expected.data() + (output[c] - memory.data()));
-        plugin_->process(input, {output[0], output[1]}, frames, events);
-        require(std::ranges::equal(memory, expected, {}, std::bit_cast<std::uint32_t, float>,
-                                   std::bit_cast<std::uint32_t, float>),
+                std::copy_n(channel(2 + c), frames, expected.data() + (output[c] - memory.data()));
+        plugins_[0]->process({input[0], input[1]}, {output[0], output[1]}, frames, events);
+        require(std::memcmp(memory.data(), expected.data(), memory.size() * sizeof(float)) == 0,
                 "the sound is not that of the instance");
-        plugin_->idle();
-        require(plugin_->latency() == expected_->latency(), "the latency is not the instance's");
+        plugins_[0]->idle();
+        require(plugins_[0]->latency() == plugins_[1]->latency(), "the latency is another");
         for (std::uint64_t address = 0; address < 8; ++address)
-            require(plugin_->value(address) == expected_->value(address),
+            require(plugins_[0]->value(address) == plugins_[1]->value(address),
                     "a value is not the instance's");
         checkRange();
     }
 
     void checkRange() const {
         for (std::uint64_t address = 0; address < 8; ++address) {
-            const float value = plugin_->value(address);
+            const float value = plugins_[0]->value(address);
             require(value >= 0 && value <= 1, "a value is out of range");
         }
     }
 
     bool isInstance_;
     double rate_;
-    std::unique_ptr<Plugin> plugin_, expected_;
+    std::array<std::unique_ptr<Plugin>, 2> plugins_;
 };
 
 }  // namespace

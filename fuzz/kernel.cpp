@@ -23,7 +23,7 @@ using namespace qov::test;
 // Most values are in the range that hosts keep to; some are any bits at all.
 float parameterValue(Bytes& bytes, std::uint64_t address) {
     const auto choice = bytes.take<std::uint8_t>();
-    if (choice < 200) return static_cast<float>(choice) / 199.0f;
+    if (choice < 200) return anyValue(choice);
     const auto anything = bytes.take<float>();
     // Lengths of a second at most: beyond all memory is another test's matter.
     if (address == kPhaseShift) return std::isfinite(anything) ? std::fmod(anything, 100.0f) : 0;
@@ -54,16 +54,6 @@ std::vector<platform::AURenderEvent> takeEvents(Bytes& bytes, std::int64_t now,
     return events;
 }
 
-Samples takeMemory(Bytes& bytes, std::uint32_t frames) {
-    Noise noise(bytes.take<std::uint8_t>());
-    Samples memory(4 * frames);
-    for (float& frame : memory) {
-        frame = noise.next();
-        if (noise.bits() % 97 == 0) frame = std::bit_cast<float>(noise.bits());
-    }
-    return memory;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -73,12 +63,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Bytes bytes(data, size);
     constexpr double rates[] = {44100, 96000, 192000, 384000, 8000};
     const auto choice = bytes.take<std::uint8_t>();
-    const char* form = choice >= 128 ? "baseline" : fastest;
-    FormPair pair(form, rates[choice % 5]);
+    FormPair pair(choice >= 128 ? "baseline" : fastest, rates[choice % 5]);
     for (int cycles = 0; cycles < 24 && !bytes.empty(); ++cycles) {
         const auto frames = bytes.take<std::uint16_t>() % 2501u;
         const auto shape = bytes.take<std::uint8_t>();
-        const auto memory = takeMemory(bytes, frames);
+        Noise noise(bytes.take<std::uint8_t>());
+        Samples memory(4 * frames);
+        for (float& frame : memory) {
+            frame = noise.next();
+            if (noise.bits() % 97 == 0) frame = std::bit_cast<float>(noise.bits());
+        }
         auto events = takeEvents(bytes, pair.now(), frames, shape / 6 % 16);
         const auto buffers = static_cast<Buffers>(shape % static_cast<int>(Buffers::count));
         const auto found = pair.render(memory, buffers, linked(events));

@@ -16,7 +16,7 @@ class UIImage {
     /// Decodes PNG or JPEG data, see CGImage::decode. Any thread.
     static std::shared_ptr<UIImage> imageWithData(std::span<const std::byte> data);
 
-    CGSize size() const { return CGSize(image_->width(), image_->height()); }
+    CGSize size() const { return {CGFloat(image_->width()), CGFloat(image_->height())}; }
     const CGImage& cgImage() const { return *image_; }
     /// Draws on the current context; a no-op without one.
     void drawInRect(const CGRect& rect) const;
