@@ -7,12 +7,12 @@
 #include <type_traits>
 #include <utility>
 
-/// The binary interface of VST3 in C++: objects of ours that a host may hold, and objects of the
-/// host that we hold. An interface is a pointer to a pointer to a table of functions, each of which
-/// gets the interface as its first argument.
+/// The binary interface of VST3 in C++: objects of ours that a host refers to, and objects of the
+/// host that we refer to. An interface is a pointer to a pointer to a table of functions, each of
+/// which gets the interface as its first argument.
 namespace qov::hosts::vst3 {
 
-/// An object that counts who holds it. Offers several interfaces; all of them share the count.
+/// A reference-counted object with several interfaces, which share the count.
 class Unknown {
  public:
     virtual ~Unknown() = default;
@@ -35,12 +35,12 @@ class Unknown {
     }
 
  protected:
-    /// Held once, by whoever makes it.
+    /// With one reference, its maker's.
     Unknown() = default;
     /// The interface of that id, null if there is none; that of v3_funknown_iid is always the same.
     virtual void* find(const std::uint8_t* id) noexcept = 0;
     virtual void unheld() noexcept {
-        ref();  // whoever the destructor calls may take hold of it and let go again
+        ref();  // calls of the destructor may add and release a reference
         delete this;
     }
 
@@ -51,9 +51,15 @@ class Unknown {
 /// One interface of an object: its address is what a host gets.
 struct Face {
     const void* table;  // of functions; first, as the format demands
-    Unknown* object;    // counts and finds
-    void* part;         // what the table's other functions are members of
+    Unknown* object;    // has the reference count and the other interfaces
+    void* part;         // the object of the table's other functions
 };
+
+/// The interface of a face.
+template <class Interface>
+Interface** as(Face& face) {
+    return reinterpret_cast<Interface**>(&face);
+}
 
 namespace detail {
 
@@ -61,34 +67,34 @@ inline const Face& faceOf(void* self) {
     return *static_cast<const Face*>(self);
 }
 
-template <auto Method, class Part, class Result, class... Arguments>
-Result V3_API call(void* self, Arguments... arguments) noexcept {
-    auto& part = *static_cast<Part*>(faceOf(self).part);
-    if constexpr (std::is_nothrow_invocable_v<decltype(Method), Part&, Arguments...>) {
-        return (part.*Method)(arguments...);
-    } else {
-#if defined(__cpp_exceptions)  // the entry does without
+template <class Function>
+struct CallOf;
+template <class Part, class Result, class... Arguments>
+struct CallOf<Result (Part::*)(Arguments...)> {
+    template <auto method>
+    static Result V3_API call(void* self, Arguments... arguments) noexcept {
+        auto& part = *static_cast<Part*>(faceOf(self).part);
+#if defined(__cpp_exceptions)  // the entry is compiled without
         try {
-            return (part.*Method)(arguments...);
-        } catch (...) {  // none of ours crosses into a host
+            return (part.*method)(arguments...);
+        } catch (...) {  // no exception may cross into a host
             if constexpr (std::is_same_v<Result, v3_result>)
                 return V3_INTERNAL_ERR;
             else
                 return Result();
         }
+#else
+        return (part.*method)(arguments...);
 #endif
     }
-}
-
-template <class Member>
-struct CallOf;
-template <class Part, class Result, class... Arguments>
-struct CallOf<Result (Part::*)(Arguments...)> {
-    template <auto Method>
-    static constexpr auto function = &call<Method, Part, Result, Arguments...>;
 };
-template <class Part, class Result, class... Arguments>
-struct CallOf<Result (Part::*)(Arguments...) noexcept> : CallOf<Result (Part::*)(Arguments...)> {};
+template <class Result, class... Arguments>
+struct CallOf<Result (*)(Arguments...)> {
+    template <auto function>
+    static Result V3_API call(void*, Arguments... arguments) noexcept {
+        return function(arguments...);
+    }
+};
 
 }  // namespace detail
 
@@ -105,11 +111,11 @@ struct Returns {
 template <auto value>
 inline constexpr Returns<value> returns;
 
-/// A member function as an entry of a table.
-template <auto Method>
-inline constexpr auto entry = detail::CallOf<decltype(Method)>::template function<Method>;
+/// A member function of the face's part, or a function that needs no object, as an entry.
+template <auto function>
+inline constexpr auto entry = &detail::CallOf<decltype(function)>::template call<function>;
 
-/// The beginning of every table.
+/// The first entries of every table.
 inline constexpr v3_funknown unknownEntries{
     .query_interface = [](void* self, const std::uint8_t* id, void** result) -> v3_result {
         return detail::faceOf(self).object->query(id, result);
@@ -118,7 +124,7 @@ inline constexpr v3_funknown unknownEntries{
     .unref = [](void* self) -> std::uint32_t { return detail::faceOf(self).object->unref(); },
 };
 
-/// An object of the host's, held as long as this is.
+/// A reference to an object of the host's.
 template <class Interface>
 class Held {
  public:
@@ -126,7 +132,7 @@ class Held {
     explicit Held(Interface** object) : object_(object) {
         if (object_) v3_cpp_obj_ref(object_);
     }
-    /// Another interface of an object; empty if it has none such.
+    /// Another interface of an object; empty if it lacks that.
     template <class Other>
     static Held of(Other** object, const v3_tuid id) {
         Held held;

@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "hosts/vst3/Controller.h"
+#include "hosts/vst3/Plugin.h"
 #include "platform/uikit/NativeWindow.h"
 
 namespace qov::hosts::vst3 {
@@ -22,7 +22,11 @@ bool isX11(const char* type) {
     return type && std::strcmp(type, V3_VIEW_PLATFORM_TYPE_X11) == 0;
 }
 
-/// Empty where a side is; no side is longer than the editor's longest.
+v3_result isPlatformTypeSupported(const char* type) {
+    return isX11(type) ? V3_OK : V3_FALSE;
+}
+
+/// An empty side is 0; no side is longer than the editor's longest.
 EmbeddedEditor::Size sizeOf(const v3_view_rect& rect) {
     const auto side = [](std::int32_t from, std::int32_t to) {
         constexpr std::int64_t largest = EditorWindow::largestSide;
@@ -62,7 +66,7 @@ platform::KeyStroke strokeOf(std::int16_t character, std::int16_t code, std::int
 // The window gets the wheel itself.
 constexpr v3_plugin_view_cpp View::viewTable{
     unknownEntries,
-    {entry<&View::isPlatformTypeSupported>, entry<&View::attached>, entry<&View::removed>,
+    {entry<&isPlatformTypeSupported>, entry<&View::attached>, entry<&View::removed>,
      returns<V3_FALSE>, entry<&View::onKeyDown>, returns<V3_FALSE>, entry<&View::getSize>,
      entry<&View::onSize>, returns<V3_OK>, entry<&View::setFrame>, returns<V3_OK>,
      entry<&View::checkSizeConstraint>}};
@@ -73,16 +77,15 @@ constexpr v3_plugin_view_content_scale_cpp View::scaleTable{unknownEntries,
 constexpr v3_plugin_view_parameter_finder_cpp View::finderTable{unknownEntries,
                                                                 {entry<&View::findParameter>}};
 
-View::View(Unknown& effect, Controller& controller, Instance& instance)
-    : effect_(effect),
-      controller_(controller),
-      editor_(instance, platform::NativeWindow::desktopScale(nullptr).value_or(1)) {
-    effect_.ref();
+View::View(Plugin& plugin)
+    : plugin_(plugin),
+      editor_(plugin.instance(), platform::NativeWindow::desktopScale(nullptr).value_or(1)) {
+    plugin_.ref();
 }
 
 View::~View() {
     close();
-    effect_.unref();
+    plugin_.unref();
 }
 
 void* View::find(const std::uint8_t* id) noexcept {
@@ -93,14 +96,10 @@ void* View::find(const std::uint8_t* id) noexcept {
 
 // Window
 
-v3_result View::isPlatformTypeSupported(const char* type) {
-    return isX11(type) ? V3_OK : V3_FALSE;
-}
-
 v3_result View::attached(void* parent, const char* type) {
     if (!parent || !isX11(type)) return V3_INVALID_ARG;
     if (isAttached_) return V3_FALSE;
-    if (!controller_.viewOpens(*this, Held<v3_run_loop>::of(frame_.get(), v3_run_loop_iid)))
+    if (!plugin_.viewOpens(*this, Held<v3_run_loop>::of(frame_.get(), v3_run_loop_iid)))
         return V3_FALSE;
     isAttached_ = true;
     std::string error;
@@ -121,10 +120,10 @@ v3_result View::removed() {
 
 void View::close() {
     if (!isAttached_) return;
-    controller_.viewCloses(*this);
+    plugin_.viewCloses(*this);
     editor_.close();
     isAttached_ = false;
-    controller_.viewHasClosed();
+    plugin_.viewHasClosed();
 }
 
 v3_result View::setFrame(v3_plugin_frame** frame) {

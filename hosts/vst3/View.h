@@ -7,28 +7,23 @@
 #include "hosts/vst3/Interface.h"
 #include "hosts/window/EmbeddedEditor.h"
 
-namespace qov::hosts {
-class Instance;
-}
-
 namespace qov::hosts::vst3 {
 
-class Controller;
+class Plugin;
 
-/// The editor in a host's X11 window, drawn on the host's run loop. It holds the effect, so that
-/// the host may release either first. Main thread.
+/// The editor in a host's X11 window, drawn on the host's run loop. It has a reference to the
+/// plug-in, so that the host may release either first. Main thread.
 class View final : public Unknown {
  public:
-    View(Unknown& effect, Controller& controller, Instance& instance);
+    explicit View(Plugin& plugin);
     ~View() override;
 
-    v3_plugin_view** face() { return reinterpret_cast<v3_plugin_view**>(&view_); }
+    v3_plugin_view** face() { return as<v3_plugin_view>(view_); }
     void close();
 
  private:
     void* find(const std::uint8_t* id) noexcept override;
 
-    v3_result isPlatformTypeSupported(const char* type);
     v3_result attached(void* parent, const char* type);
     v3_result removed();
     v3_result onKeyDown(std::int16_t character, std::int16_t code, std::int16_t modifiers);
@@ -47,8 +42,7 @@ class View final : public Unknown {
     Face scaleFace_{&scaleTable, this, this};
     Face finder_{&finderTable, this, this};
 
-    Unknown& effect_;
-    Controller& controller_;
+    Plugin& plugin_;
     Held<v3_plugin_frame> frame_;
     EmbeddedEditor editor_;
     bool isAttached_ = false;

@@ -33,7 +33,7 @@ void writeText(std::string_view text, char (&field)[Size]) {
 class Factory final : public vst3::Unknown {
  public:
     void* face() { return &face_; }
-    v3_result setHostContext(v3_funknown** host) noexcept {
+    v3_result setHostContext(v3_funknown** host) {
         if (host) v3_cpp_obj_ref(host);
         pthread_mutex_lock(&mutex_);
         std::swap(host, host_);
@@ -51,14 +51,14 @@ class Factory final : public vst3::Unknown {
     }
     void unheld() noexcept override {}
 
-    v3_result getFactoryInfo(v3_factory_info* info) noexcept {
+    v3_result getFactoryInfo(v3_factory_info* info) {
         if (!info) return V3_INVALID_ARG;
         *info = {};
         writeText(product::maker, info->vendor);
         info->flags = unicodeFlag;
         return V3_OK;
     }
-    std::int32_t numClasses() noexcept { return 1; }
+    std::int32_t numClasses() { return 1; }
 
     /// What the three forms of the information have in common.
     template <class Info>
@@ -80,18 +80,17 @@ class Factory final : public vst3::Unknown {
         writeText(vst3::formatVersion, info->sdk_version);
         return V3_OK;
     }
-    v3_result getClassInfo(std::int32_t index, v3_class_info* info) noexcept {
+    v3_result getClassInfo(std::int32_t index, v3_class_info* info) {
         return describe(index, info);
     }
-    v3_result getClassInfo2(std::int32_t index, v3_class_info_2* info) noexcept {
+    v3_result getClassInfo2(std::int32_t index, v3_class_info_2* info) {
         return describeMore(index, info);
     }
-    v3_result getClassInfoUtf16(std::int32_t index, v3_class_info_3* info) noexcept {
+    v3_result getClassInfoUtf16(std::int32_t index, v3_class_info_3* info) {
         return describeMore(index, info);
     }
 
-    v3_result createInstance(const std::uint8_t* classId, const std::uint8_t* id,
-                             void** object) noexcept {
+    v3_result createInstance(const std::uint8_t* classId, const std::uint8_t* id, void** object) {
         if (!object) return V3_INVALID_ARG;
         *object = nullptr;
         if (!classId || !id || !v3_tuid_match(classId, vst3::classId)) return V3_INVALID_ARG;
@@ -106,7 +105,7 @@ class Factory final : public vst3::Unknown {
     }
 
     /// Whoever makes effects on several threads may let go of the module on another.
-    v3_funknown** holdHost() noexcept {
+    v3_funknown** holdHost() {
         pthread_mutex_lock(&mutex_);
         auto** host = host_;
         if (host) v3_cpp_obj_ref(host);

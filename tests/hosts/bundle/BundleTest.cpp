@@ -1,8 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -22,12 +21,10 @@ using Names = std::set<std::string>;
 constexpr const char* kBody = "kelvane-body.so";
 
 std::string outputOf(const std::string& command) {
-    std::string output;
-    FILE* pipe = popen(command.c_str(), "r");
-    std::array<char, 4096> part;
-    while (const auto count = fread(part.data(), 1, part.size(), pipe))
-        output.append(part.data(), count);
-    EXPECT_EQ(pclose(pipe), 0) << command;
+    testing::internal::CaptureStdout();
+    const int status = std::system(command.c_str());
+    auto output = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(status, 0) << command;
     return output;
 }
 

@@ -70,8 +70,7 @@ Outcome attempt(const std::string& format, const Sound& sound) {
     if (heard.size() != expected.size())
         return {std::to_string(heard.size()) + " samples instead of " +
                 std::to_string(expected.size())};
-    std::size_t wrong = 0;
-    std::size_t silent = 0;
+    std::size_t wrong = 0, silent = 0;
     for (std::size_t i = 0; i < expected.size(); ++i) {
         wrong += heard[i] != expected[i];
         silent += heard[i] == 0.0F && expected[i] != 0.0F;

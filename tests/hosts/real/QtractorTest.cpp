@@ -1,8 +1,3 @@
-#include <stdlib.h>
-
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <memory>
 #include <regex>
 #include <string>
@@ -10,10 +5,9 @@
 #include <gmock/gmock.h>
 
 #include "tests/hosts/app/Jack.h"
+#include "tests/hosts/cli/Program.h"
 #include "tests/hosts/window/Child.h"
 #include "tests/hosts/window/Screen.h"
-
-namespace fs = std::filesystem;
 
 namespace qov::test {
 namespace {
@@ -23,11 +17,11 @@ struct Format {
     const char* file;
 };
 
-/// What its input hears goes through the effect to its output.
-std::string sessionWith(const Format& format, const fs::path& folder) {
+/// A session that plays its input through the effect to its output.
+std::string sessionWith(const Format& format, const std::string& folder) {
     return "<!DOCTYPE qtractorSession>\n<session version='0.9' name='kelvane'>"
            "<properties><directory>" +
-           folder.string() +
+           folder +
            "</directory><sample-rate>48000</sample-rate></properties>"
            "<devices><audio-engine><audio-bus mode='duplex' name='Master'>"
            "<monitor>1</monitor><channels>2</channels><auto-connect>0</auto-connect>"
@@ -40,37 +34,27 @@ std::string sessionWith(const Format& format, const fs::path& folder) {
 
 class Qtractor : public testing::TestWithParam<Format> {
  protected:
-    Qtractor() {
-        auto name = (fs::temp_directory_path() / "kelvane-qtractor-XXXXXX").string();
-        folder_ = mkdtemp(name.data());
-        session_ = folder_ / "kelvane.qtr";
-        std::ofstream(session_) << sessionWith(GetParam(), folder_);
-    }
-    ~Qtractor() override { fs::remove_all(folder_); }
+    Qtractor() { write(session_, sessionWith(GetParam(), folder_.path())); }
 
-    /// The host with the session, our tone in its ear.
+    /// The host with the session, which gets our tone.
     std::unique_ptr<Child> start() {
         const std::string plugins = PLUGINS;
         auto host = std::make_unique<Child>(std::vector<std::string>{
-            "env", "HOME=" + folder_.string(), "XDG_RUNTIME_DIR=" + folder_.string(),
+            "env", "HOME=" + folder_.path(), "XDG_RUNTIME_DIR=" + folder_.path(),
             "JACK_DEFAULT_SERVER=" + jack_.name, "CLAP_PATH=" + plugins + "/clap",
             "VST3_PATH=" + plugins + "/vst3", "LV2_PATH=" + plugins + "/lv2:/usr/lib/lv2",
-            "LD_PRELOAD=" SEQUENCER, "qtractor", session_.string()});
+            "LD_PRELOAD=" SEQUENCER, "qtractor", session_});
         EXPECT_TRUE(jack_.playInto("Qtractor:Master/in_1", "Qtractor:Master/in_2"));
         EXPECT_TRUE(jack_.listenTo("Qtractor:Master/out_1", "Qtractor:Master/out_2"));
         return host;
     }
-    std::string saved() const {
-        std::ifstream file(session_);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
     Screen screen_;
     Jack jack_;
-    fs::path folder_, session_;
+    TemporaryFolder folder_;
+    const std::string session_ = folder_ / "kelvane.qtr";
 };
 
-TEST_P(Qtractor, HearsEditsSavesAndLoads) {
+TEST_P(Qtractor, PlaysEditsSavesAndLoads) {
     auto host = start();
     EXPECT_TRUE(jack_.hears(0.5F, 0));
     Screen::xdo("search --sync --onlyvisible --name kelvane.*Qtractor");
@@ -82,15 +66,15 @@ TEST_P(Qtractor, HearsEditsSavesAndLoads) {
         const auto blue = Screen::pixel(100, 960) & 0xff;
         return blue > 0x20 && blue < 0x60;
     };
-    ASSERT_TRUE(until(isDrawn)) << "the editor shows itself";
+    ASSERT_TRUE(until(isDrawn)) << "the editor is shown";
     Screen::xdo("mousemove 60 631 click 1");  // its switch that swaps the channels
     EXPECT_TRUE(jack_.hears(0, 0.5F));
     const std::regex isSwapped("<param [^>]*\"Swap Channels\"[^>]*>1<");
-    // The button that saves works as soon as the host has noticed that there is something to.
+    // The button works once the host has noticed the change.
     EXPECT_TRUE(until([&] {
         Screen::xdo("mousemove 95 38 click 1");
-        return std::regex_search(saved(), isSwapped);
-    })) << saved();
+        return std::regex_search(contents(session_), isSwapped);
+    })) << contents(session_);
 
     host.reset();
     host = start();

@@ -54,9 +54,9 @@ class Queue final : public Owned {
     v3_param_value_queue** face() { return reinterpret_cast<v3_param_value_queue**>(&face_); }
 
  private:
-    v3_param_id getParamId() noexcept { return id_; }
-    std::int32_t getPointCount() noexcept { return static_cast<std::int32_t>(points_.size()); }
-    v3_result getPoint(std::int32_t index, std::int32_t* frame, double* value) noexcept {
+    v3_param_id getParamId() { return id_; }
+    std::int32_t getPointCount() { return static_cast<std::int32_t>(points_.size()); }
+    v3_result getPoint(std::int32_t index, std::int32_t* frame, double* value) {
         if (whenRead) whenRead();
         *frame = points_[static_cast<std::size_t>(index)].first;
         *value = points_[static_cast<std::size_t>(index)].second;
@@ -84,8 +84,8 @@ class Changes final : public Owned {
     v3_param_changes** face() { return reinterpret_cast<v3_param_changes**>(&face_); }
 
  private:
-    std::int32_t getParamCount() noexcept { return static_cast<std::int32_t>(queues_.size()); }
-    v3_param_value_queue** getParamData(std::int32_t index) noexcept {
+    std::int32_t getParamCount() { return static_cast<std::int32_t>(queues_.size()); }
+    v3_param_value_queue** getParamData(std::int32_t index) {
         return std::next(queues_.begin(), index)->second->face();
     }
 

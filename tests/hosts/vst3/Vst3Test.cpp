@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <limits>
@@ -16,7 +14,6 @@
 
 #include "hosts/instance/Instance.h"
 #include "hosts/vst3/Interface.h"
-#include "hosts/vst3/ParameterPoints.h"
 #include "hosts/vst3/createPlugin.h"
 #include "hosts/vst3/identity.h"
 #include "tests/hosts/vst3/Host.h"
@@ -93,32 +90,6 @@ TEST(Vst3, ReportsTheHostsValuesBeforeABlockHasThem) {
     const Loaded again;
     EXPECT_EQ(again.controller(&v3_edit_controller::set_component_state, state.face()), V3_OK);
     EXPECT_EQ(again.value(programId), 1);
-}
-
-TEST(Vst3, MergesThePointsOfAllQueuesByFrame) {
-    constexpr std::uint32_t frames = 3000;
-    host::Changes changes;
-    for (std::int32_t i = 0; i < 9000; ++i)
-        changes.add(i % 2 ? v3_param_id{kPanorama} : volumeId, static_cast<std::uint32_t>(i / 3),
-                    i / 8999.0);
-    changes.add(kStereoWidth, 0, 2);
-    changes.add(kStereoWidth, frames + 9, std::numeric_limits<double>::quiet_NaN());
-    changes.add(kStereoWidth, frames + 9, -1);
-    changes.add(kBypass, 0, 1);
-    changes.add(programId, 0, 1);
-    ParameterPoints points(changes.face(), frames, 1u << kBypass);
-    std::uint32_t latest = 0;
-    std::size_t seen = 0;
-    for (auto point = points.next(); point; point = points.next(), ++seen) {
-        ASSERT_GE(point->frame, latest);
-        ASSERT_LT(latest = point->frame, frames);
-        if (point->id == kStereoWidth)
-            EXPECT_EQ(point->value, point->frame == 0 ? 1 : 0);
-        else
-            ASSERT_EQ(static_cast<std::uint32_t>(std::lround(point->value * 8999)) / 3,
-                      point->frame);
-    }
-    EXPECT_EQ(seen, 9002U);
 }
 
 /// Noise, processed in place.
@@ -235,28 +206,26 @@ TEST_F(Vst3View, TakesTheKeysOfTheControlUnderTheMouse) {
     effect.controller(&v3_edit_controller::set_component_handler, offered.handler());
     const auto view = makeView(effect);
     ASSERT_EQ(attach(view, parent_), V3_OK);
+    constexpr std::int16_t enter = 4, up = 12, shift = 1;
+    const auto isTaken = [&](std::int16_t character, std::int16_t code, std::int16_t modifiers) {
+        return view(&v3_plugin_view::on_key_down, character, code, modifiers) == V3_OK;
+    };
     const auto pointAt = [&](const std::string& place) {
         test::Screen::xdo("mousemove " + place);
         for (int turn = 0; turn < 10; ++turn) poll(nullptr, 0, 20), offered.turn();
     };
-    const auto isTaken = [&](int character, int code, int modifiers) {
-        return view(&v3_plugin_view::on_key_down, static_cast<std::int16_t>(character),
-                    static_cast<std::int16_t>(code), static_cast<std::int16_t>(modifiers)) == V3_OK;
-    };
-    constexpr int enter = 4, up = 12, shift = 1;
-    pointAt("20 20");
-    EXPECT_FALSE(isTaken(0, up, 0)) << "there is no control";
-    pointAt("300 380");
-    EXPECT_TRUE(isTaken(0, up, 0));
-    EXPECT_TRUE(isTaken(0, up, shift));
-    EXPECT_FALSE(isTaken('z', 0, 0));
     const auto width = [&] {
         offered.turn();
         return static_cast<float>(effect.value(kStereoWidth));
     };
+    pointAt("20 20");
+    EXPECT_FALSE(isTaken(0, up, 0)) << "there is no control";
+    pointAt("300 380");
+    EXPECT_TRUE(isTaken(0, up, 0) && isTaken(0, up, shift));
+    EXPECT_FALSE(isTaken('z', 0, 0));
     EXPECT_FLOAT_EQ(width(), 0.511F);
-    for (const auto& [character, code] : {std::pair{0, enter}, {'-', 0}, {'5', 0}, {0, enter}})
-        EXPECT_TRUE(isTaken(character, code, 0));
+    EXPECT_TRUE(isTaken(0, enter, 0) && isTaken('-', 0, 0) && isTaken('5', 0, 0) &&
+                isTaken(0, enter, 0));
     EXPECT_FLOAT_EQ(width(), 0.475F);
 }
 
