@@ -4,7 +4,8 @@
 #include <atomic>
 #include <bit>
 #include <cstdint>
-#include <optional>
+#include <string>
+#include <string_view>
 
 #include "hosts/lv2/Ports.h"
 
@@ -13,13 +14,11 @@ namespace qov::hosts::lv2 {
 /// Turns the host's control ports into changes of parameters. A port sets its parameter when the
 /// port's value changes; until then a message, a saved state or the editor may set it otherwise.
 ///
-/// The editor's changes take effect at once and come back through the port later, one by one. So
-/// while a person holds a control, and until the host has echoed the last value (a quarter of a
-/// second at most), its port sets nothing.
+/// The editor's changes take effect at once and come back through the port later, one by one. While
+/// a person holds a control, and until the host has echoed the last value (a quarter of a second at
+/// most), its port sets nothing.
 class ControlPorts {
  public:
-    using Values = std::array<std::optional<float>, parameterCount>;
-
     explicit ControlPorts(double sampleRate)
         : echoTime_(static_cast<std::int64_t>(sampleRate / 4)) {
         for (auto& port : seen_) port.store(unseen, std::memory_order_relaxed);
@@ -46,16 +45,17 @@ class ControlPorts {
     void wrote(std::uint64_t address, float port);
     void release(std::uint64_t address);
     bool isHeld(std::uint64_t address) const {
-        return hands_[address].load(std::memory_order_relaxed) & held;
+        return holds_[address].load(std::memory_order_relaxed) & held;
     }
 
     // Saving, on any thread; restoring, while nothing is processed
 
-    /// The latest values of the ports; null for a port that was not read yet.
-    Values seen() const;
-    /// Continues from there: a port that still has its value sets nothing, one with null sets its
-    /// parameter. A host may have saved a value in fewer digits than it has.
-    void setSeen(const Values& values);
+    /// The latest values of the ports as text: a number a port, "-" for one that was not read yet.
+    /// Numbers come back to the bit.
+    std::string save() const;
+    /// Continues from there: a port that still has its value sets nothing; one whose value is
+    /// missing or malformed sets its parameter. A host may have saved a value in fewer digits.
+    void restore(std::string_view text);
 
  private:
     // Of a parameter; the written value's bits below.
@@ -67,11 +67,11 @@ class ControlPorts {
     static constexpr std::uint64_t unseen = ~std::uint64_t{0};
     static constexpr std::uint64_t restored = std::uint64_t{1} << 32;  // in another run than this
 
-    /// In most blocks no port has changed, and no hand is on any.
+    /// In most blocks no port has changed, and no control is held.
     bool isQuiet() const {
         std::uint64_t news = overruled_;
         for (std::size_t address = 0; address < parameterCount; ++address) {
-            news |= hands_[address].load(std::memory_order_relaxed);
+            news |= holds_[address].load(std::memory_order_relaxed);
             if (const float* port = ports_[address])
                 news |= seen_[address].load(std::memory_order_relaxed) ^
                         std::bit_cast<std::uint32_t>(*port);
@@ -84,9 +84,9 @@ class ControlPorts {
     const std::int64_t echoTime_;  // frames
     std::array<const float*, parameterCount> ports_{};
     std::array<std::atomic<std::uint64_t>, parameterCount> seen_{};
-    std::array<std::atomic<std::uint64_t>, parameterCount> hands_{};
-    std::array<std::int64_t, parameterCount> sinceRelease_{};  // frames since the hand has gone
-    std::uint32_t overruled_ = 0;                              // bit a: the port spoke meanwhile
+    std::array<std::atomic<std::uint64_t>, parameterCount> holds_{};
+    std::array<std::int64_t, parameterCount> sinceRelease_{};  // frames
+    std::uint32_t overruled_ = 0;                              // bit a: changed while it was held
 };
 
 }  // namespace qov::hosts::lv2

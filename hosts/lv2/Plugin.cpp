@@ -6,12 +6,15 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <mutex>
 #include <set>
 #include <utility>
 
-#include "hosts/lv2/Editor.h"
-#include "hosts/lv2/SavedPorts.h"
+#include "hosts/instance/guarded.h"
+#include "hosts/instance/made.h"
+#include "hosts/instance/product.h"
+#include "hosts/lv2/bodyFunctions.h"
 #include "hosts/lv2/features.h"
 #include "hosts/window/makeInstance.h"
 #include "platform/foundation/NSError.h"
@@ -23,31 +26,15 @@ namespace {
 constexpr std::uint32_t usualLongestBlock = 8192;
 constexpr int standingStill = 10;  // idle calls without a block: a third of a second or so
 
-/// All live plug-ins: an editor gets its plug-in as a bare address.
-class LivePlugins {
- public:
-    static LivePlugins& shared() {
-        static auto& living = *new LivePlugins;
-        return living;
-    }
-    void add(Plugin* plugin) {
-        const std::lock_guard lock(mutex_);
-        plugins_.insert(plugin);
-    }
-    void remove(Plugin* plugin) {
-        const std::lock_guard lock(mutex_);
-        plugins_.erase(plugin);
-    }
-    Plugin* find(const void* handle) {
-        const std::lock_guard lock(mutex_);
-        const auto found = plugins_.find(handle);
-        return found == plugins_.end() ? nullptr : *found;
-    }
-
- private:
-    std::mutex mutex_;
-    std::set<Plugin*, std::less<>> plugins_;
+/// The addresses of all live plug-ins: a host gives an editor its plug-in as a bare address.
+struct LivePlugins {
+    std::mutex mutex;
+    std::set<const void*> addresses;
 };
+LivePlugins& livePlugins() {
+    static auto& live = *new LivePlugins;  // for plug-ins that are deleted at the process's end
+    return live;
+}
 
 }  // namespace
 
@@ -72,20 +59,23 @@ Plugin::Plugin(double sampleRate, std::uint32_t longestBlock, std::unique_ptr<In
       longestBlock_(longestBlock),
       instance_(std::move(instance)),
       controls_(sampleRate) {
-    if (map) {
-        urids_.emplace(*map, *instance_->audioUnit().parameterTree());
-        answers_.emplace(*map, *urids_);
-    }
-    LivePlugins::shared().add(this);
+    if (map) messages_.emplace(*map, *instance_);
+    const std::lock_guard lock(livePlugins().mutex);
+    livePlugins().addresses.insert(this);
 }
 
 Plugin::~Plugin() {
-    LivePlugins::shared().remove(this);
-    if (editor_) editor_->losePlugin();
+    {
+        const std::lock_guard lock(livePlugins().mutex);
+        livePlugins().addresses.erase(this);
+    }
+    if (onDelete) onDelete();
 }
 
 Plugin* Plugin::find(const void* handle) {
-    return LivePlugins::shared().find(handle);
+    const std::lock_guard lock(livePlugins().mutex);
+    const bool isLive = livePlugins().addresses.contains(handle);
+    return isLive ? static_cast<Plugin*>(const_cast<void*>(handle)) : nullptr;
 }
 
 // Sound
@@ -105,7 +95,7 @@ void Plugin::connect(std::uint32_t port, void* memory) {
             latency_ = floats;
             break;
         case eventsPort:
-            messages_ = static_cast<const LV2_Atom_Sequence*>(memory);
+            events_ = static_cast<const LV2_Atom_Sequence*>(memory);
             break;
         case notifyPort:
             notify_ = static_cast<LV2_Atom_Sequence*>(memory);
@@ -128,18 +118,10 @@ void Plugin::run(std::uint32_t frames) {
     instance_->begin(in_, out_, frames);
     controls_.take(
         frames, [this](std::uint64_t address, float value) { instance_->set(0, address, value); });
-    if (urids_ && messages_) MessageReader(*urids_, *instance_, *answers_).read(*messages_);
+    if (messages_ && events_) messages_->read(*events_);
     instance_->end();
-    if (answers_ && notify_) answer(frames);
+    if (messages_ && notify_) messages_->answer(frames ? frames - 1 : 0, *notify_);
     if (latency_) *latency_ = static_cast<float>(instance_->latency());
-}
-
-void Plugin::answer(std::uint32_t frames) {
-    if (!answers_->isAsked()) return answers_->writeNone(*notify_);
-    std::array<float, parameterCount> values;
-    for (std::uint64_t address = 0; address < parameterCount; ++address)
-        values[address] = instance_->value(address);
-    answers_->write(values, frames ? frames - 1 : 0, *notify_);
 }
 
 // For the editor
@@ -157,31 +139,77 @@ void Plugin::portChanged(std::uint64_t address, float port) {
 // State
 
 LV2_State_Status Plugin::save(LV2_State_Store_Function store, LV2_State_Handle handle) const {
-    if (!urids_) return LV2_STATE_ERR_NO_FEATURE;
+    if (!messages_) return LV2_STATE_ERR_NO_FEATURE;
+    const auto& urids = messages_->urids;
     const auto put = [&](LV2_URID key, const std::string& text) {
-        return store(handle, key, text.c_str(), text.size() + 1, urids_->atomString,
+        return store(handle, key, text.c_str(), text.size() + 1, urids.atomString,
                      LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE);
     };
-    const auto status = put(urids_->state, instance_->saveState());
-    return status == LV2_STATE_SUCCESS ? put(urids_->seenPorts, encodePorts(controls_.seen()))
-                                       : status;
+    const auto status = put(urids.state, instance_->saveState());
+    return status == LV2_STATE_SUCCESS ? put(urids.seenPorts, controls_.save()) : status;
 }
 
 LV2_State_Status Plugin::restore(LV2_State_Retrieve_Function retrieve, LV2_State_Handle handle) {
-    if (!urids_) return LV2_STATE_ERR_NO_FEATURE;
+    if (!messages_) return LV2_STATE_ERR_NO_FEATURE;
+    const auto& urids = messages_->urids;
     const auto get = [&](LV2_URID key) -> std::optional<std::string_view> {
         std::size_t size = 0;
         std::uint32_t type = 0, flags = 0;
         const void* value = retrieve(handle, key, &size, &type, &flags);
-        if (!value || type != urids_->atomString) return std::nullopt;
+        if (!value || type != urids.atomString) return std::nullopt;
         const std::string_view text(static_cast<const char*>(value), size);
         return text.substr(0, text.find('\0'));
     };
-    const auto state = get(urids_->state);
+    const auto state = get(urids.state);
     if (state && !instance_->restoreState(*state)) return LV2_STATE_ERR_UNKNOWN;
-    const auto ports = state ? get(urids_->seenPorts) : std::nullopt;
-    controls_.setSeen(ports ? decodePorts(*ports) : ControlPorts::Values{});
+    const auto ports = state ? get(urids.seenPorts) : std::nullopt;
+    controls_.restore(ports.value_or(""));
     return LV2_STATE_SUCCESS;
 }
 
+namespace {
+
+Plugin& plugin(LV2_Handle handle) {
+    return *static_cast<Plugin*>(handle);
+}
+
+LV2_Handle instantiate(const LV2_Descriptor*, double sampleRate, const char*,
+                       const LV2_Feature* const* features) {
+    return made<Plugin>(
+        [&](std::string* error) { return Plugin::create(sampleRate, features, error); });
+}
+
+LV2_State_Status save(LV2_Handle handle, LV2_State_Store_Function store, LV2_State_Handle state,
+                      std::uint32_t, const LV2_Feature* const*) {
+    return guarded(LV2_STATE_ERR_NO_SPACE, [&] { return plugin(handle).save(store, state); });
+}
+
+LV2_State_Status restore(LV2_Handle handle, LV2_State_Retrieve_Function retrieve,
+                         LV2_State_Handle state, std::uint32_t, const LV2_Feature* const*) {
+    return guarded(LV2_STATE_ERR_UNKNOWN, [&] { return plugin(handle).restore(retrieve, state); });
+}
+
+const void* extensionData(const char* uri) {
+    static const LV2_State_Interface state{save, restore};
+    return uri && std::strcmp(uri, LV2_STATE__interface) == 0 ? &state : nullptr;
+}
+
+const LV2_Descriptor descriptor{
+    product::uri,
+    instantiate,
+    [](LV2_Handle handle, std::uint32_t port, void* memory) {
+        guarded([&] { plugin(handle).connect(port, memory); });
+    },
+    [](LV2_Handle handle) { guarded([&] { plugin(handle).activate(); }); },
+    [](LV2_Handle handle, std::uint32_t frames) { guarded([&] { plugin(handle).run(frames); }); },
+    [](LV2_Handle handle) { guarded([&] { plugin(handle).deactivate(); }); },
+    [](LV2_Handle handle) { delete &plugin(handle); },
+    extensionData,
+};
+
+}  // namespace
 }  // namespace qov::hosts::lv2
+
+[[gnu::visibility("default")]] const LV2_Descriptor* kelvane_lv2_plugin() {
+    return &qov::hosts::lv2::descriptor;
+}

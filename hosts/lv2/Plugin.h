@@ -7,19 +7,16 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "hosts/instance/Instance.h"
-#include "hosts/lv2/Answers.h"
 #include "hosts/lv2/ControlPorts.h"
-#include "hosts/lv2/MessageReader.h"
-#include "hosts/lv2/Urids.h"
+#include "hosts/lv2/Messages.h"
 
 namespace qov::hosts::lv2 {
-
-class Editor;
 
 /// The effect as an LV2 host sees it. Threads are LV2's: run() belongs to the audio thread, the
 /// editor's functions to the editor's, save() to any; all else while nothing is processed.
@@ -37,7 +34,6 @@ class Plugin {
                                           std::string* error);
     /// The live plug-in of a handle; null for another address.
     static Plugin* find(const void* handle);
-    /// An editor that is still open loses its plug-in, and shows nothing from then on.
     ~Plugin();
     Plugin(const Plugin&) = delete;
     Plugin& operator=(const Plugin&) = delete;
@@ -54,9 +50,9 @@ class Plugin {
 
     Instance& instance() { return *instance_; }
     ControlPorts& controls() { return controls_; }
-    Editor* editor() const { return editor_; }
-    void setEditor(Editor* editor) { editor_ = editor; }
-    /// To be called in every idle call: finds out whether blocks are processed.
+    /// Set while an editor is open: called when the plug-in is deleted before it.
+    std::function<void()> onDelete;
+    /// To be called in every idle call: checks whether blocks are processed.
     void watch();
     /// A port's value that the host sends to the editor. Ignored while blocks are processed, as the
     /// port itself then brings it, in its order; else (after an undo) it sets the parameter.
@@ -65,22 +61,19 @@ class Plugin {
  private:
     Plugin(double sampleRate, std::uint32_t longestBlock, std::unique_ptr<Instance> instance,
            LV2_URID_Map* map);
-    void answer(std::uint32_t frames);
 
     const double sampleRate_;
     const std::uint32_t longestBlock_;
     const std::unique_ptr<Instance> instance_;
-    std::optional<Urids> urids_;  // nothing without urid:map
-    std::optional<Answers> answers_;
+    std::optional<Messages> messages_;  // empty without urid:map
 
     const float* in_[2] = {};
     float* out_[2] = {};
     float* latency_ = nullptr;
-    const LV2_Atom_Sequence* messages_ = nullptr;
+    const LV2_Atom_Sequence* events_ = nullptr;
     LV2_Atom_Sequence* notify_ = nullptr;
     ControlPorts controls_;
 
-    Editor* editor_ = nullptr;
     std::atomic<bool> hasRun_{false};
     int idleCalls_ = 0;  // since it last ran, up to standingStill
 };

@@ -1,6 +1,7 @@
-// Fills a Turtle template of the bundle: @name@ is replaced by a value, and the lines between
+// Fills a Turtle template of the bundle: {name} is replaced by a value, and the lines between
 // "@each parameter" or "@each preset" and "@end" are repeated with the values of each.
 
+#include <fmt/args.h>
 #include <fmt/format.h>
 
 #include <cerrno>
@@ -102,24 +103,9 @@ Values productValues() {
 
 /// Throws std::runtime_error for a name without a value.
 std::string filled(const std::string& text, const Values& values) {
-    std::string result;
-    std::size_t done = 0;
-    for (std::size_t at; (at = text.find('@', done)) != std::string::npos;) {
-        const auto end =
-            text.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ", at + 1);
-        result += text.substr(done, at - done);
-        if (end == std::string::npos || text[end] != '@') {  // "@prefix"
-            result += '@';
-            done = at + 1;
-            continue;
-        }
-        const auto name = text.substr(at + 1, end - at - 1);
-        const auto value = values.find(name);
-        if (value == values.end()) throw std::runtime_error("there is no value @" + name + "@");
-        result += value->second;
-        done = end + 1;
-    }
-    return result + text.substr(done);
+    fmt::dynamic_format_arg_store<fmt::format_context> arguments;
+    for (const auto& [name, value] : values) arguments.push_back(fmt::arg(name.c_str(), value));
+    return fmt::vformat(text, arguments);
 }
 
 std::string expanded(std::istream& lines) {
