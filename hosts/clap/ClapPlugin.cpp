@@ -39,6 +39,39 @@ const Event* as(const clap_event_header_t* header, std::uint16_t type) {
     return isIt ? reinterpret_cast<const Event*>(header) : nullptr;
 }
 
+bool pushValue(const clap_output_events_t* events, std::uint32_t frame, std::uint32_t flags,
+               std::uint64_t address, float value) {
+    const clap_event_param_value_t event{
+        .header = {sizeof event, frame, CLAP_CORE_EVENT_SPACE_ID, CLAP_EVENT_PARAM_VALUE, flags},
+        .param_id = static_cast<clap_id>(address),
+        .cookie = nullptr,
+        .note_id = -1,
+        .port_index = -1,
+        .channel = -1,
+        .key = -1,
+        .value = value};
+    return events->try_push(events, &event.header);
+}
+
+bool pushEdit(const clap_output_events_t* events, const EditExchange::Edit& edit) {
+    using Kind = EditExchange::Edit::Kind;
+    if (edit.kind == Kind::value)
+        return pushValue(events, 0, CLAP_EVENT_IS_LIVE, edit.address, edit.value);
+    const auto type = static_cast<std::uint16_t>(
+        edit.kind == Kind::begin ? CLAP_EVENT_PARAM_GESTURE_BEGIN : CLAP_EVENT_PARAM_GESTURE_END);
+    const clap_event_param_gesture_t event{
+        .header = {sizeof event, 0, CLAP_CORE_EVENT_SPACE_ID, type, CLAP_EVENT_IS_LIVE},
+        .param_id = static_cast<clap_id>(edit.address)};
+    return events->try_push(events, &event.header);
+}
+
+/// The editor's edits, all at frame 0. One that the host does not take stays pending.
+void sendEdits(EditExchange& edits, const clap_output_events_t* events) {
+    if (!events) return;
+    for (const auto* edit = edits.front(); edit && pushEdit(events, *edit); edit = edits.front())
+        edits.pop();
+}
+
 ClapPlugin& of(const clap_plugin_t* plugin) {
     return *static_cast<ClapPlugin*>(plugin->plugin_data);
 }
@@ -74,7 +107,6 @@ bool ClapPlugin::init() {
     host_.findExtensions();
     instance_.reset(made<Instance>([](std::string* error) { return makeInstance({}, error); }));
     if (!instance_) return false;
-    outbox_.emplace(instance_->edits());
     latency_ = instance_->latency();
     editor_ = std::make_unique<ClapEditor>(*instance_, host_);
     // For the latency's sake, without an editor, too: there are hosts whose callback never comes.
@@ -126,7 +158,7 @@ clap_process_status ClapPlugin::process(const clap_process_t* block) {
     float* output[2];
     findChannels(block->audio_inputs, block->audio_inputs_count, input);
     findChannels(block->audio_outputs, block->audio_outputs_count, output);
-    outbox_->sendEdits(block->out_events);
+    sendEdits(instance_->edits(), block->out_events);
     instance_->begin(input, output, block->frames_count);
     pushEvents(block->in_events, block->frames_count, block->out_events);
     instance_->end();
@@ -153,14 +185,15 @@ void ClapPlugin::pushEvents(const clap_input_events_t* events, std::uint32_t fra
         } else if (const auto* midi = as<clap_event_midi_t>(header, CLAP_EVENT_MIDI)) {
             const auto moved = instance_->midi(header->time, midi->data);
             latest = std::max(latest, std::min(header->time, std::max(frames, 1u) - 1));
-            if (moved && isHostParameter(moved->address))
-                EventOutbox::sendController(latest, *moved, out);
+            // For the host to show, but not to record.
+            if (out && moved && isHostParameter(moved->address))
+                pushValue(out, latest, CLAP_EVENT_DONT_RECORD, moved->address, moved->value);
         }
     }
 }
 
 void ClapPlugin::flush(const clap_input_events_t* in, const clap_output_events_t* out) {
-    outbox_->sendEdits(out);
+    sendEdits(instance_->edits(), out);
     instance_->begin({}, {}, 0);
     pushEvents(in, 0, out);
     instance_->end();
@@ -272,8 +305,7 @@ void ClapPlugin::reportNewValues() {
 void ClapPlugin::turn() {
     hasAskedForCallback_ = false;
     instance_->pump();
-    if ((instance_->edits().isPending() || outbox_->hasLeft()) && host_.params)
-        host_.params->request_flush(host_.host);
+    if (instance_->edits().isPending() && host_.params) host_.params->request_flush(host_.host);
     announceLatency();
     editor_->reportClosed();
 }

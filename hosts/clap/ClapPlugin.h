@@ -11,7 +11,6 @@
 
 #include "hosts/clap/ClapEditor.h"
 #include "hosts/clap/ClapHost.h"
-#include "hosts/clap/EventOutbox.h"
 #include "hosts/instance/Instance.h"
 
 namespace qov::hosts::clap {
@@ -79,7 +78,6 @@ class ClapPlugin {
     ClapHost host_;
     std::unique_ptr<Instance> instance_;
     std::unique_ptr<ClapEditor> editor_;
-    std::optional<EventOutbox> outbox_;
 
     std::optional<clap_id> timer_;
 

@@ -22,4 +22,30 @@ void EditExchange::release(std::uint64_t address) {
     markChanged(address);
 }
 
+const EditExchange::Edit* EditExchange::front() {
+    if (!isPending()) return nullptr;
+    if (!isTaking_) news_ = changed_.exchange(0, std::memory_order_acquire);
+    for (; first_ == count_ && news_; news_ &= news_ - 1)
+        fetch(static_cast<std::uint64_t>(std::countr_zero(news_)));
+    isTaking_ = first_ < count_;
+    return isTaking_ ? &fetched_[first_] : nullptr;
+}
+
+void EditExchange::fetch(std::uint64_t address) {
+    const auto word = words_[address].fetch_and(~(changed | touched), std::memory_order_acq_rel);
+    const auto value = std::bit_cast<float>(static_cast<std::uint32_t>(word));
+    auto& isOpen = open_[address];
+    first_ = count_ = 0;
+    const auto add = [&](Edit::Kind kind) { fetched_[count_++] = {kind, address, value}; };
+    if (!isOpen && word & (changed | touched | touching)) {
+        add(Edit::Kind::begin);
+        isOpen = true;
+    }
+    if (word & changed) add(Edit::Kind::value);
+    if (isOpen && !(word & touching)) {
+        add(Edit::Kind::end);
+        isOpen = false;
+    }
+}
+
 }  // namespace qov::hosts

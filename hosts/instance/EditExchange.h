@@ -11,8 +11,7 @@
 namespace qov::hosts {
 
 /// Changes made in the editor, on their way into the host's automation. Bounded: of each
-/// parameter, what has not been fetched yet is kept as its latest value and the state of its
-/// gesture.
+/// parameter's pending changes, the latest value and the state of the gesture are kept.
 class EditExchange {
  public:
     static constexpr std::size_t parameters = parameterCount;
@@ -31,16 +30,24 @@ class EditExchange {
     void release(std::uint64_t address);
 
     /// Whether edits are pending. Any thread.
-    bool isPending() const { return changed_.load(std::memory_order_relaxed) != 0; }
+    bool isPending() const { return isTaking_ || changed_.load(std::memory_order_relaxed) != 0; }
 
-    /// The host's side: one thread at a time, the audio thread too; never blocks. Calls
-    /// report(edit) for what came since the last call. Values come inside a gesture; one without
-    /// a touch is a gesture of its own.
+    // The host's side: one thread at a time, the audio thread too; never blocks. Values come inside
+    // a gesture; one without a touch is a gesture of its own.
+
+    /// The next edit; null at the end of those that were pending at the first call since the last
+    /// null.
+    const Edit* front();
+    /// Removes the edit at the front.
+    void pop() { ++first_; }
+    /// Calls report(edit) for each edit that is pending.
     template <class Report>
-    void take(Report&& report) {
-        if (!isPending()) return;
-        for (auto news = changed_.exchange(0, std::memory_order_acquire); news; news &= news - 1)
-            takeOne(static_cast<std::uint64_t>(std::countr_zero(news)), report);
+    void take(const Report& report) {
+        while (const auto* next = front()) {
+            const auto edit = *next;
+            pop();
+            report(edit);
+        }
     }
 
  private:
@@ -51,30 +58,21 @@ class EditExchange {
         touching = std::uint64_t{1} << 34,  // at present
     };
 
-    template <class Report>
-    void takeOne(std::uint64_t address, Report& report) {
-        const auto word =
-            words_[address].fetch_and(~(changed | touched), std::memory_order_acq_rel);
-        const auto value = std::bit_cast<float>(static_cast<std::uint32_t>(word));
-        auto& isOpen = open_[address];
-        if (!isOpen && word & (changed | touched | touching)) {
-            report(Edit{Edit::Kind::begin, address, value});
-            isOpen = true;
-        }
-        if (word & changed) report(Edit{Edit::Kind::value, address, value});
-        if (isOpen && !(word & touching)) {
-            report(Edit{Edit::Kind::end, address, value});
-            isOpen = false;
-        }
-    }
-    /// After the word: who takes the news finds it.
+    void fetch(std::uint64_t address);
+    /// After the word is written, so that a reader of the bit finds it.
     void markChanged(std::uint64_t address) {
         changed_.fetch_or(1u << address, std::memory_order_release);
     }
 
     std::array<std::atomic<std::uint64_t>, parameters> words_{};
     std::atomic<std::uint32_t> changed_{0};  // bit a: the word of address a was written
-    std::array<bool, parameters> open_{};    // gestures that the host knows of
+
+    // The host's side
+    std::array<bool, parameters> open_{};  // gestures whose begin was fetched, and not their end
+    std::atomic<bool> isTaking_{false};
+    std::uint32_t news_ = 0;  // bit a: address a is to be fetched
+    std::array<Edit, 3> fetched_{};
+    std::size_t first_ = 0, count_ = 0;  // of them
 };
 
 }  // namespace qov::hosts

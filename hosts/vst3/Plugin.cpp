@@ -222,21 +222,13 @@ void Plugin::tick() {
 void Plugin::reportToHost() {
     const std::unique_lock turn(reporting_, std::try_to_lock);
     if (!turn) return;
-    while (const auto edit = nextEdit()) report(*edit);
+    while (instance_->edits().isPending())
+        instance_->edits().take([this](const EditExchange::Edit& edit) { report(edit); });
     const auto host = handler_;
     // The host reads the latency of an inactive plug-in when it activates it.
     const auto now = latency();
     if (instance_->isActive() && host && announcedLatency_.exchange(now) != now)
         host(&v3_component_handler::restart_component, V3_RESTART_LATENCY_CHANGED);
-}
-
-std::optional<EditExchange::Edit> Plugin::nextEdit() {
-    if (edits_.empty())
-        instance_->edits().take([&](const EditExchange::Edit& edit) { edits_.push_back(edit); });
-    if (edits_.empty()) return std::nullopt;
-    const auto edit = edits_.front();
-    edits_.pop_front();
-    return edit;
 }
 
 void Plugin::report(const EditExchange::Edit& edit) {

@@ -9,9 +9,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
 #include <memory>
-#include <optional>
 
 #include "hosts/instance/EditExchange.h"
 #include "hosts/instance/Instance.h"
@@ -90,7 +88,6 @@ class Plugin final : public Unknown {
     void tick();
     void tickNow();
     void reportToHost();
-    std::optional<EditExchange::Edit> nextEdit();
     void report(const EditExchange::Edit& edit);
     bool startLoop(const Held<v3_run_loop>& loop);
     void stopLoop();
@@ -110,7 +107,6 @@ class Plugin final : public Unknown {
     Held<v3_component_handler> handler_;
     std::atomic<std::uint32_t> announcedLatency_{0};
     Gate reporting_;
-    std::deque<EditExchange::Edit> edits_;  // not reported yet
     const Held<v3_run_loop> factoryLoop_;
     Held<v3_run_loop> hostLoop_;  // that one, or the one of initialize
     HostLoop* loop_ = nullptr;    // while it runs
