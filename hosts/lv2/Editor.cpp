@@ -29,7 +29,7 @@ namespace {
 /// thread.
 class Editor {
  public:
-    /// What the host gives an editor at its start.
+    /// The host's part of an editor, from its start on.
     struct Host {
         LV2UI_Write_Function write;
         LV2UI_Controller controller;
@@ -48,7 +48,7 @@ class Editor {
     }
     ~Editor() {
         if (!plugin_) return;
-        window_.reset();  // which ends what is touched
+        window_.reset();  // which ends touches
         guarded([&] { writeEdits(); });
         plugin_->onDelete = {};
     }
@@ -161,8 +161,7 @@ LV2UI_Handle instantiate(const LV2UI_Descriptor*, const char*, const char*,
     auto* editor =
         made<Editor>([&](std::string* error) { return open(features, write, controller, error); });
     if (!editor) return nullptr;
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the format hands an X11 window
-    // over as a pointer.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the format passes an X11 window as a pointer.
     *widget = reinterpret_cast<LV2UI_Widget>(static_cast<std::uintptr_t>(editor->handle()));
     return editor;
 }
