@@ -389,7 +389,7 @@ TEST_F(InstanceTest, RestoringAStateUndoesNoEventOfALaterBlock) {
     };
     // A state and the events of a block each set all values: between blocks the values are equal.
     int undone = 0;
-    for (int i = 0; i < 40000; i += 2) {
+    for (int i = 0; i < 10000; i += 2) {
         enter(i + 1);
         EXPECT_TRUE(instance_->restoreState(zeros));
         enter(i + 2);
