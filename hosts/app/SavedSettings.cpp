@@ -1,7 +1,5 @@
 #include "hosts/app/SavedSettings.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +8,9 @@
 #include <system_error>
 
 #include <fmt/format.h>
+
+#include "hosts/output/Failure.h"
+#include "hosts/output/OutputPlace.h"
 
 namespace qov::app {
 
@@ -66,22 +67,19 @@ SavedSettings SavedSettings::read(const std::string& path) {
 }
 
 std::string SavedSettings::write(const std::string& path) const {
-    namespace fs = std::filesystem;
-    const auto beside = fmt::format("{}.{}", path, getpid());
-    std::error_code error;
-    fs::create_directories(fs::path(path).parent_path(), error);
-    std::ofstream file(beside, std::ios::trunc);
-    if (size) file << fmt::format("size {} {}\n", size->width, size->height);
-    if (brightness) file << fmt::format("brightness {}\n", *brightness);
-    file << fmt::format("picture {:d} {:d} {:d}\n{}", picture.isShown, picture.isNormalized,
+    std::string text;
+    if (size) text += fmt::format("size {} {}\n", size->width, size->height);
+    if (brightness) text += fmt::format("brightness {}\n", *brightness);
+    text += fmt::format("picture {:d} {:d} {:d}\n{}", picture.isShown, picture.isNormalized,
                         picture.isLines, state);
-    file.close();
-    if (file) fs::rename(beside, path, error);
-    if (file && !error) return {};
-    std::error_code ignored;
-    fs::remove(beside, ignored);
-    return fmt::format("{}: the settings cannot be written{}", path,
-                       error ? ": " + error.message() : "");
+    std::error_code error;
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
+    try {
+        hosts::writeOutput(path, text);
+        return {};
+    } catch (const hosts::Failure& failure) {
+        return fmt::format("the settings cannot be saved: {}", failure.what());
+    }
 }
 
 }  // namespace qov::app

@@ -20,7 +20,8 @@ struct SavedSettings {
     static std::string defaultPath();
     /// Missing files and lines, and values outside their range, leave what a new SavedSettings has.
     static SavedSettings read(const std::string& path);
-    /// Writes a file beside the path and renames it. Empty, or a line about what failed.
+    /// Writes the file whole or leaves it as it was. Returns an empty text, or a line about what
+    /// failed.
     std::string write(const std::string& path) const;
 };
 

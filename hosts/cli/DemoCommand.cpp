@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <string_view>
 
 #include <fmt/format.h>
 #include <sndfile.h>
@@ -11,13 +10,13 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
-#include "hosts/cli/OutputPlace.h"
 #include "hosts/cli/Phrase.h"
 #include "hosts/cli/SoundWriter.h"
 #include "hosts/cli/drawFieldOf.h"
 #include "hosts/cli/parseOptions.h"
 #include "hosts/cli/renderFile.h"
 #include "hosts/cli/tourAutomation.h"
+#include "hosts/output/OutputPlace.h"
 
 namespace qov::cli {
 namespace {
@@ -29,12 +28,6 @@ void writePhrase(const std::string& path, const Phrase& phrase) {
                        Metadata({{SF_STR_TITLE, "Kelvane demo phrase"}}));
     writer.write(phrase.left.data(), phrase.right.data(), frames);
     writer.close();
-    place.commit();
-}
-
-void writeText(const std::string& path, std::string_view text) {
-    OutputPlace place(path);
-    place.write(text);
     place.commit();
 }
 
@@ -57,7 +50,7 @@ int runDemo(const Arguments& arguments) {
     const auto picture = folder + "/field.png";
     const auto music = playPhrase();
     writePhrase(phrase, music);
-    writeText(automation, tourAutomation());
+    hosts::writeOutput(automation, tourAutomation());
     RenderJob job;
     job.input = phrase;
     job.output = tour;

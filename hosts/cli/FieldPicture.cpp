@@ -9,7 +9,6 @@
 #include <fmt/format.h>
 
 #include "hosts/cli/Command.h"
-#include "hosts/cli/OutputPlace.h"
 #include "platform/coregraphics/CGBitmapContext.h"
 #include "platform/coregraphics/CGFont.h"
 #include "platform/coregraphics/CGImage.h"
@@ -61,7 +60,7 @@ void drawText(CGContext& context, CGFloat x, CGFloat baseline, const std::string
     context.showText(words, *font, size, {x - shift * size * font->width(words), baseline});
 }
 
-/// Three box blurs each way come close to a Gaussian one.
+/// Two box blurs each way, which come close to a Gaussian one.
 std::vector<float> blurred(std::vector<float> image, std::size_t side, std::size_t radius) {
     std::vector<float> line(side);
     const auto pass = [&](float* first, std::size_t stride) {
@@ -77,7 +76,7 @@ std::vector<float> blurred(std::vector<float> image, std::size_t side, std::size
     };
     for (int round = 0; round < 2; ++round)
         for (std::size_t i = 0; i < side; ++i) pass(&image[i * side], 1);
-    // Columns in place are slow through memory; a transposed copy keeps both ways along the rows.
+    // Columns are blurred as the rows of a transposed copy, which the cache holds.
     std::vector<float> turned(image.size());
     for (std::size_t y = 0; y < side; ++y)
         for (std::size_t x = 0; x < side; ++x) turned[x * side + y] = image[y * side + x];
@@ -98,7 +97,7 @@ CGColor glowAt(double level) {
     return {mix(a.red, b.red), mix(a.green, b.green), mix(a.blue, b.blue), mix(a.alpha, b.alpha)};
 }
 
-/// The visits as light: a sharp image with a halo, on a logarithmic scale, as the eye sees light.
+/// The visits as light: a sharp image with a halo, on a logarithmic scale like that of the eye.
 platform::CGImage density(const StereoField& field) {
     const auto side = field.side();
     const auto sharp = blurred(field.visits(), side, 1);
@@ -179,7 +178,7 @@ struct Strip {
     const char* label;
     const char* top;
     const char* bottom;
-    double lowest, highest, rest;  ///< the line is filled from `rest` on
+    double lowest, highest, rest;  ///< the area between line and `rest` is filled
     CGColor below;                 ///< of what is filled under `rest`
     double (*value)(const StereoField::Slice& slice);
 
@@ -197,8 +196,8 @@ constexpr std::array strips{
           [](const StereoField::Slice& s) { return s.balance(); }},
 };
 
-/// The path of a strip's curve, with gaps where there is silence; closed, it comes down to the
-/// value of rest there.
+/// The path of a strip's curve, with gaps where there is silence. A closed one goes along the value
+/// of rest, too, so that it can be filled.
 void traceCurve(CGContext& context, const Strip& strip,
                 const std::vector<StereoField::Slice>& slices, double width, bool isClosed) {
     const double step = width / static_cast<double>(slices.size());
@@ -252,7 +251,7 @@ void drawStrip(CGContext& context, const Strip& strip,
     drawText(context, -7, stripHeight, strip.bottom, 10, faintText, Align::right);
 }
 
-/// Seconds between two marks, so that some five of them fit.
+/// Seconds between two marks, so that at most nine fit.
 double markEvery(double seconds) {
     for (const double step : {0.1, 0.2, 0.5, 1.0, 2.0, 5.0, 10.0, 30.0, 60.0, 300.0, 600.0, 1800.0})
         if (seconds / step <= 8) return step;
@@ -305,26 +304,20 @@ void drawAll(CGContext& context, const std::vector<FieldPanel>& panels, double h
 
 }  // namespace
 
-void drawField(const std::vector<FieldPanel>& panels, PictureKind kind, const OutputPlace& place) {
+std::vector<std::byte> drawField(const std::vector<FieldPanel>& panels, PictureKind kind) {
     const auto count = static_cast<double>(panels.size());
     const double width = 2 * margin + count * plotSide + (count - 1) * gap;
     const double height = 2 * margin + panelHeight;
-    std::vector<std::byte> file;
     if (kind == PictureKind::svg) {
         const auto context = platform::makeSvgContext({width, height});
         drawAll(*context, panels, height);
-        file = context->finish();
-    } else {
-        const auto context =
-            platform::makeBitmapContext(static_cast<int>(width * pixelScale),
-                                        static_cast<int>(height * pixelScale), pixelScale);
-        if (context) {
-            drawAll(*context, panels, height);
-            file = context->makeImage()->png();
-        }
+        return context->finish();
     }
-    if (file.empty()) throw Failure(place.name() + ": not enough memory for the picture");
-    place.write({reinterpret_cast<const char*>(file.data()), file.size()});
+    const auto context = platform::makeBitmapContext(
+        static_cast<int>(width * pixelScale), static_cast<int>(height * pixelScale), pixelScale);
+    if (!context) throw Failure("there is no memory for the picture");
+    drawAll(*context, panels, height);
+    return context->makeImage()->png();
 }
 
 }  // namespace qov::cli

@@ -1,13 +1,12 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 #include "hosts/cli/StereoField.h"
 
 namespace qov::cli {
-
-class OutputPlace;
 
 /// One half of the picture.
 struct FieldPanel {
@@ -25,8 +24,8 @@ inline constexpr std::size_t fieldSide = 930;
 /// Slices of time that a panel wants.
 inline constexpr std::size_t fieldSlices = 372;
 
-/// Draws panels side by side: the plot with mid up and left to the upper left, under it width,
-/// correlation and balance over time. Throws Failure where the place can't be written.
-void drawField(const std::vector<FieldPanel>& panels, PictureKind kind, const OutputPlace& place);
+/// The file of a picture of panels side by side: the plot with mid up and left to the upper left,
+/// under it width, correlation and balance over time. Throws Failure without memory for it.
+std::vector<std::byte> drawField(const std::vector<FieldPanel>& panels, PictureKind kind);
 
 }  // namespace qov::cli

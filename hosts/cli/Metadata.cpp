@@ -24,8 +24,8 @@
 #include <tpropertymap.h>
 #include <vorbisfile.h>
 
-#include "hosts/cli/OutputPlace.h"
 #include "hosts/cli/soundChunks.h"
+#include "hosts/output/OutputPlace.h"
 
 namespace qov::cli {
 namespace {

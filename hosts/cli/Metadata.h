@@ -7,9 +7,13 @@
 
 struct sf_private_tag;
 
+namespace qov::hosts {
+class OutputPlace;
+}
+
 namespace qov::cli {
 
-class OutputPlace;
+using hosts::OutputPlace;
 
 /// What a sound file carries beside its samples, on its way into another file. Formats are
 /// libsndfile's numbers.

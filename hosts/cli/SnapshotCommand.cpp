@@ -22,11 +22,11 @@
 #include "editor/PluginFrameEx.h"
 #include "editor/StereoControls.h"
 #include "hosts/cli/Automation.h"
-#include "hosts/cli/OutputPlace.h"
 #include "hosts/cli/Parameters.h"
 #include "hosts/cli/SoundReader.h"
 #include "hosts/cli/parseOptions.h"
 #include "hosts/instance/Instance.h"
+#include "hosts/output/OutputPlace.h"
 #include "hosts/window/fitPanel.h"
 #include "platform/audiotoolbox/AUParameterTree.h"
 #include "platform/coregraphics/CGBitmapContext.h"
@@ -252,13 +252,6 @@ std::shared_ptr<const platform::CGImage> Scene::picture(const std::string& view,
     return bitmap->makeImage();
 }
 
-void write(const std::string& path, const platform::CGImage& image) {
-    const auto bytes = image.png();
-    OutputPlace place(path);
-    place.write({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-    place.commit();
-}
-
 }  // namespace
 
 int runSnapshot(const Arguments& arguments) {
@@ -275,7 +268,7 @@ int runSnapshot(const Arguments& arguments) {
     scene.setDrawMode(options.drawMode);
     const auto image = scene.picture(options.view, snapshot);
     if (!image) throw Failure("there is no memory for a picture of this size");
-    write(options.output, *image);
+    hosts::writeOutput(options.output, image->png());
     return 0;
 }
 

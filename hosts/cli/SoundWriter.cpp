@@ -16,8 +16,8 @@
 #include <sndfile.h>
 
 #include "hosts/cli/Command.h"
-#include "hosts/cli/OutputPlace.h"
 #include "hosts/cli/SoundFormat.h"
+#include "hosts/output/OutputPlace.h"
 
 namespace qov::cli {
 namespace {
@@ -40,7 +40,7 @@ struct Stream {
     static sf_count_t read(void*, sf_count_t, void*) { return 0; }
     static sf_count_t write(const void* from, sf_count_t count, void* self) {
         auto& stream = *static_cast<Stream*>(self);
-        if (!writeFully(stream.descriptor, from, static_cast<std::size_t>(count))) {
+        if (!hosts::writeFully(stream.descriptor, from, static_cast<std::size_t>(count))) {
             stream.error = errno;
             return 0;
         }

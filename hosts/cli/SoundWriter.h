@@ -6,9 +6,13 @@
 
 #include "hosts/cli/SoundReader.h"
 
+namespace qov::hosts {
+class OutputPlace;
+}
+
 namespace qov::cli {
 
-class OutputPlace;
+using hosts::OutputPlace;
 
 /// A stereo output, written in order and in constant memory. Throws Failure with the output's name
 /// where it cannot be written, such as on a full disk.

@@ -9,13 +9,13 @@
 
 #include "hosts/cli/Command.h"
 #include "hosts/cli/FieldPicture.h"
-#include "hosts/cli/OutputPlace.h"
 #include "hosts/cli/SoundReader.h"
+#include "hosts/output/OutputPlace.h"
 
 namespace qov::cli {
 namespace {
 
-constexpr std::uint32_t chunkFrames = 8192;
+constexpr std::uint32_t pieceFrames = 8192;
 constexpr double airAround = 1.06;  // between the farthest frames and the plot's edge
 constexpr double smallestScale = 1e-4;
 
@@ -23,13 +23,13 @@ using Take = std::function<void(const float* left, const float* right, std::uint
 
 void readAll(const std::string& path, const Take& take) {
     SoundReader reader(path, {.rawRate = {}, .upmix = true});
-    std::vector<float> left(chunkFrames);
-    std::vector<float> right(chunkFrames);
+    std::vector<float> left(pieceFrames);
+    std::vector<float> right(pieceFrames);
     std::uint32_t frames = 0;
     do {
-        frames = reader.read(left.data(), right.data(), chunkFrames);
+        frames = reader.read(left.data(), right.data(), pieceFrames);
         take(left.data(), right.data(), frames);
-    } while (frames == chunkFrames);
+    } while (frames == pieceFrames);
 }
 
 PictureKind kindOf(const std::string& path) {
@@ -57,7 +57,7 @@ void drawFieldOf(const std::vector<std::string>& inputs, const std::string& outp
                                       "name a file",
                                       path == "-" ? "standard input" : path),
                           2);
-        if (isSameFile(path, output))
+        if (hosts::isSameFile(path, output))
             throw Failure(fmt::format("{}: is an input, too; write to another file", output), 2);
         const SoundReader reader(path, {.rawRate = {}, .upmix = true});
         const auto frames = reader.frames().value_or(0);
@@ -74,9 +74,7 @@ void drawFieldOf(const std::vector<std::string>& inputs, const std::string& outp
         readAll(path, [&](auto... chunk) { field->trace(chunk..., scale); });
         ++field;
     }
-    OutputPlace place(output);
-    drawField(panels, kind, place);
-    place.commit();
+    hosts::writeOutput(output, drawField(panels, kind));
 }
 
 }  // namespace qov::cli

@@ -8,9 +8,9 @@
 #include <fmt/core.h>
 
 #include "hosts/cli/Command.h"
-#include "hosts/cli/OutputPlace.h"
 #include "hosts/cli/nearestName.h"
 #include "hosts/instance/product.h"
+#include "hosts/output/OutputPlace.h"
 #include "platform/foundation/Console.h"
 
 namespace {
@@ -34,9 +34,9 @@ std::string unknownCommand(const std::string& name) {
 }  // namespace
 
 int main(int argc, char** argv) try {
-    // Nobody asked for the system's console lines, and standard output may be a sound.
+    // The effect's console lines are off by default, as standard output may be a sound.
     platform::console::setSink({});
-    qov::cli::watchSignals();
+    qov::hosts::watchSignals();
     const qov::cli::Arguments arguments(argv + std::min(argc, 2), argv + argc);
     const std::string name = argc > 1 ? argv[1] : "--help";
     if (name == "--help" || name == "-h" || name == "help") {

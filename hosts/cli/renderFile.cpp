@@ -12,13 +12,13 @@
 #include "hosts/cli/Automation.h"
 #include "hosts/cli/Command.h"
 #include "hosts/cli/MidiFile.h"
-#include "hosts/cli/OutputPlace.h"
 #include "hosts/cli/Parameters.h"
 #include "hosts/cli/Progress.h"
 #include "hosts/cli/SoundFormat.h"
 #include "hosts/cli/SoundReader.h"
 #include "hosts/cli/SoundWriter.h"
 #include "hosts/instance/Instance.h"
+#include "hosts/output/OutputPlace.h"
 #include "hosts/window/makeInstance.h"
 #include "platform/foundation/NSError.h"
 
@@ -86,7 +86,7 @@ void copyFrames(SoundReader& reader, SoundWriter& writer, Progress& progress) {
     } while (frames == chunkFrames);
 }
 
-/// Copies samples as they are where the output can hold them. False: it can't.
+/// Copies samples exactly. False, and nothing is copied, where the output's subtype cannot.
 bool copyExactly(SoundReader& reader, SoundWriter& writer, int subtype, Progress& progress) {
     using soundFormat::Carrier;
     const auto from = soundFormat::carrierOf(reader.format());
@@ -178,11 +178,11 @@ void noteClipping(const OutputPlace& place, const SoundWriter::Shape& shape,
 }  // namespace
 
 void renderFile(const RenderJob& job) {
-    if (job.input != "-" && job.output != "-" && isSameFile(job.input, job.output))
+    if (job.input != "-" && job.output != "-" && hosts::isSameFile(job.input, job.output))
         throw Failure(fmt::format("{}: is the input, too; write to another file", job.output), 2);
     for (const auto& [path, role] :
          {std::pair{job.automation, "automation"}, {job.midi, "MIDI file"}})
-        if (isSameFile(path, job.output))
+        if (hosts::isSameFile(path, job.output))
             throw Failure(
                 fmt::format("{}: is the {}, too; write to another file", job.output, role), 2);
     SoundReader reader(job.input,
@@ -216,7 +216,7 @@ void renderFile(const RenderJob& job) {
     progress.reset();  // erases its line
     if (!job.isQuiet && reader.isDamaged())
         fmt::print(stderr, "kelvane: {}: is damaged; the {} frames that are there were rendered\n",
-                   reader.name(), fmt::group_digits(reader.framesRead()));
+                   job.input, fmt::group_digits(reader.framesRead()));
     if (!job.isQuiet) noteClipping(place, shape, clipping);
     if (!job.isQuiet && !isSameBytes && !shape.isRaw)
         if (const auto lost = metadata.lostIn(format); !lost.empty())

@@ -1,4 +1,4 @@
-#include "hosts/cli/OutputPlace.h"
+#include "hosts/output/OutputPlace.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -16,9 +16,9 @@
 
 #include <fmt/format.h>
 
-#include "hosts/cli/Command.h"
+#include "hosts/output/Failure.h"
 
-namespace qov::cli {
+namespace qov::hosts {
 namespace {
 
 constexpr std::array endingSignals{SIGINT, SIGTERM, SIGHUP};
@@ -47,24 +47,25 @@ class SignalsBlocked {
     sigset_t before_{};
 };
 
-void say(const char* text) {
-    // A handler can't do anything about a failing terminal.
+void print(const char* text) {
+    // A signal handler cannot handle a failing terminal.
     [[maybe_unused]] const auto written = write(STDERR_FILENO, text, std::strlen(text));
 }
 
 /// Only calls that are safe in a signal handler.
 void endBySignal(int signal) {
-    say(signal == SIGINT ? "\nkelvane: interrupted" : "\nkelvane: ended by a signal");
+    print(signal == SIGINT ? "\nkelvane: interrupted" : "\nkelvane: ended by a signal");
     if (unfinished.isSet) {
         unlink(unfinished.path.data());
-        say("; the output is as it was");
+        print("; the output is as it was");
     }
-    say("\n");
+    print("\n");
     std::signal(signal, SIG_DFL);
     std::raise(signal);
 }
 
-std::string behindLinks(const std::string& path) {
+/// The file that a path leads to through links; the path itself where there is none.
+std::string resolveLinks(const std::string& path) {
     const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
                                                            std::free);
     return real ? std::string(real.get()) : path;
@@ -78,7 +79,7 @@ std::string besideTemplate(const std::string& target) {
     return fmt::format("{}.{}.XXXXXX", folder, file);
 }
 
-/// The mode of the finished file: that of the file it replaces, else the user's default.
+/// The mode of the finished file: that of the file it replaces, or the user's default.
 mode_t modeFor(const std::string& target) {
     struct stat status {};
     if (stat(target.c_str(), &status) == 0) return status.st_mode & 07777;
@@ -103,7 +104,7 @@ OutputPlace::OutputPlace(const std::string& path) : name_(path) {
         if (descriptor_ < 0) failToWrite(errno);
         return;
     }
-    target_ = behindLinks(path);
+    target_ = resolveLinks(path);
     temporary_ = besideTemplate(target_);
     if (temporary_.size() >= unfinished.path.size()) failToWrite(ENAMETOOLONG);
     const mode_t mode = modeFor(target_);
@@ -148,6 +149,12 @@ void OutputPlace::failToWrite(int error) const {
     throw Failure(fmt::format("{}: cannot write: {}", name_, std::strerror(error)));
 }
 
+void writeOutput(const std::string& path, std::string_view bytes) {
+    OutputPlace place(path);
+    place.write(bytes);
+    place.commit();
+}
+
 bool writeFully(int descriptor, const void* bytes, std::size_t count) {
     const auto* from = static_cast<const char*>(bytes);
     while (count > 0) {
@@ -174,11 +181,11 @@ void watchSignals() {
     for (const int signal : endingSignals) {
         struct sigaction before {};
         sigaction(signal, nullptr, &before);
-        // What was started to survive a signal (nohup) survives it.
+        // A signal that was ignored at the start (nohup) stays ignored.
         if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
     }
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-}  // namespace qov::cli
+}  // namespace qov::hosts

@@ -1,13 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <string>
 #include <string_view>
 
-namespace qov::cli {
+namespace qov::hosts {
 
-/// Where an output goes: a file that appears under its name only when it is complete, or a stream
-/// (standard output, a device, a named pipe) that is written as it comes.
+/// The target of an output: a file that appears under its name only when it is complete, or a
+/// stream (standard output, a device, a named pipe) that is written as it comes.
 ///
 /// A file is written beside its place and renamed by commit(); without it, at destruction or when a
 /// signal ends the process, it is removed and what was there before stays. One at a time in a
@@ -28,7 +29,7 @@ class OutputPlace {
     /// For messages: the path, or "standard output".
     const std::string& name() const { return name_; }
 
-    /// Closes, and gives the file its name. Throws Failure where the disk refuses.
+    /// Closes, and gives the file its name. Throws Failure where that fails.
     void commit();
 
     /// Throws Failure: the name and what errno means; for a full disk, a closed pipe and the like.
@@ -36,20 +37,26 @@ class OutputPlace {
 
  private:
     std::string name_;
-    std::string target_;     ///< the file itself, behind links
+    std::string target_;     ///< the file itself, with links resolved
     std::string temporary_;  ///< empty for streams
     int descriptor_ = -1;
 };
 
-/// Writes all of the bytes, over interruptions by signals. False: failed, with errno set.
+/// Writes a whole output. path: as OutputPlace takes it. Throws Failure where that fails.
+void writeOutput(const std::string& path, std::string_view bytes);
+inline void writeOutput(const std::string& path, std::span<const std::byte> bytes) {
+    writeOutput(path, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+}
+
+/// Writes all of the bytes, also when signals interrupt. False: failed, with errno set.
 bool writeFully(int descriptor, const void* bytes, std::size_t count);
 
 /// Whether both paths lead to one file, through links too; false where one does not exist.
 bool isSameFile(const std::string& one, const std::string& other);
 
-/// From here on SIGINT, SIGTERM and SIGHUP remove the file of the OutputPlace that is open, say so
+/// After this call SIGINT, SIGTERM and SIGHUP remove the file of the open OutputPlace, print so
 /// in one line and end the process by that signal; writes to a closed pipe or beyond a size limit
 /// fail with an error instead of a signal.
 void watchSignals();
 
-}  // namespace qov::cli
+}  // namespace qov::hosts
