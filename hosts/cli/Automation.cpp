@@ -14,6 +14,7 @@
 
 #include "hosts/cli/Command.h"
 #include "hosts/cli/Parameters.h"
+#include "hosts/cli/parseWhole.h"
 
 namespace qov::cli {
 
@@ -35,12 +36,9 @@ std::vector<std::string_view> wordsOf(std::string_view line) {
     return words;
 }
 
-/// The whole text as a number without a sign; false for another text.
 template <typename Number>
-bool parseWhole(std::string_view text, Number& number) {
-    if (text.empty() || text.front() == '-') return false;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc{} && end == text.data() + text.size();
+bool parseUnsigned(std::string_view text, Number& number) {
+    return !text.starts_with('-') && parseWhole(text, number);
 }
 
 }  // namespace
@@ -52,14 +50,14 @@ std::int64_t parseTime(std::string_view text, double sampleRate) {
     std::int64_t minutes = 0;
     double seconds = 0;
     if (const auto colon = text.find(':'); colon != std::string_view::npos) {
-        if (!parseWhole(text.substr(0, colon), minutes)) throw wrong;
-        if (!parseWhole(text.substr(colon + 1), seconds) || !(seconds < 60)) throw wrong;
+        if (!parseUnsigned(text.substr(0, colon), minutes)) throw wrong;
+        if (!parseUnsigned(text.substr(colon + 1), seconds) || !(seconds < 60)) throw wrong;
     } else if (text.ends_with('s')) {
-        if (!parseWhole(text.substr(0, text.size() - 1), seconds) || !std::isfinite(seconds))
+        if (!parseUnsigned(text.substr(0, text.size() - 1), seconds) || !std::isfinite(seconds))
             throw wrong;
     } else {
         std::int64_t frames = 0;
-        if (!parseWhole(text, frames)) throw wrong;
+        if (!parseUnsigned(text, frames)) throw wrong;
         return frames;
     }
     const double frame = std::round((static_cast<double>(minutes) * 60 + seconds) * sampleRate);
@@ -142,7 +140,7 @@ std::vector<AURenderEvent> parseAutomation(std::string_view text, const std::str
 
 std::vector<AURenderEvent> readAutomation(const std::string& path, double sampleRate) {
     std::ifstream file(path, std::ios::binary);
-    file.peek();  // opening a folder goes well, reading it does not
+    file.peek();  // a folder can be opened, but not read
     std::ostringstream text;
     if (!file.is_open() || file.bad() || !(text << file.rdbuf() || file.eof()))
         throw Failure(

@@ -14,6 +14,14 @@ using hosts::Failure;
 /// Arguments after the subcommand's name.
 using Arguments = std::vector<std::string>;
 
+// Each subcommand's function: see Command::run.
+int runApp(const Arguments& arguments);
+int runDemo(const Arguments& arguments);
+int runField(const Arguments& arguments);
+int runParams(const Arguments& arguments);
+int runRender(const Arguments& arguments);
+int runSnapshot(const Arguments& arguments);
+
 /// A subcommand of kelvane; run returns the exit code or throws Failure.
 struct Command {
     std::string_view name;

@@ -1,19 +1,15 @@
-#include "hosts/cli/DemoCommand.h"
-
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 
 #include <fmt/format.h>
 #include <sndfile.h>
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 
+#include "hosts/cli/Command.h"
+#include "hosts/cli/OptionParser.h"
 #include "hosts/cli/Phrase.h"
 #include "hosts/cli/SoundWriter.h"
 #include "hosts/cli/drawFieldOf.h"
-#include "hosts/cli/parseOptions.h"
 #include "hosts/cli/renderFile.h"
 #include "hosts/cli/tourAutomation.h"
 #include "hosts/output/OutputPlace.h"
@@ -22,7 +18,7 @@ namespace qov::cli {
 namespace {
 
 void writePhrase(const std::string& path, const Phrase& phrase) {
-    OutputPlace place(path);
+    hosts::OutputPlace place(path);
     const auto frames = static_cast<std::uint32_t>(phrase.left.size());
     SoundWriter writer(place, {SF_FORMAT_WAV, SF_FORMAT_FLOAT, Phrase::rate, frames},
                        Metadata({{SF_STR_TITLE, "Kelvane demo phrase"}}));
@@ -34,11 +30,11 @@ void writePhrase(const std::string& path, const Phrase& phrase) {
 }  // namespace
 
 int runDemo(const Arguments& arguments) {
-    CLI::App app("Plays a phrase, takes it on a tour of the effect and draws both.",
-                 "kelvane demo");
+    OptionParser parser("kelvane demo",
+                        "Plays a phrase, takes it on a tour of the effect and draws both.");
     std::string folder = "out";
-    app.add_option("FOLDER", folder, "where the files go (out)");
-    if (const auto code = parseOptions(app, arguments)) return *code;
+    parser.addOptionalArgument("FOLDER", folder, "where the files go (out)");
+    if (const auto code = parser.parse(arguments)) return *code;
 
     std::error_code error;
     std::filesystem::create_directories(folder, error);
@@ -66,7 +62,7 @@ int runDemo(const Arguments& arguments) {
         "{:<24} the tour's events, to read and to change\n"
         "{:<24} the stereo field of both\n\n",
         phrase, seconds, tour, "", automation, picture);
-    // A launcher that stands for the program says how it is called.
+    // A script that starts the program sets this to its own name.
     const char* launcher = std::getenv("KELVANE_LAUNCHER");
     fmt::print(
         "Listen to both, then try\n"

@@ -1,13 +1,8 @@
-#include "hosts/cli/ParamsCommand.h"
-
 #include <fmt/format.h>
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
-#include <nlohmann/json.hpp>
 
+#include "hosts/cli/Command.h"
+#include "hosts/cli/OptionParser.h"
 #include "hosts/cli/Parameters.h"
-#include "hosts/cli/parseOptions.h"
 
 namespace qov::cli {
 namespace {
@@ -23,28 +18,38 @@ void printTable() {
                                isHostParameter(parameter.address) ? "" : " (kernel only)"));
 }
 
+/// No text of the table needs an escape.
 void printJson() {
-    auto list = nlohmann::ordered_json::array();
-    for (const auto& parameter : allParameters)
-        list.push_back({{"address", parameter.address},
-                        {"identifier", parameter.identifier},
-                        {"name", parameter.name},
-                        {"option", parameter.option},
-                        {"minimum", minimumValue},
-                        {"maximum", maximumValue},
-                        {"default", parameter.initial},
-                        {"unit", unitOf(parameter)},
-                        {"kernelOnly", !isHostParameter(parameter.address)}});
-    fmt::print("{}\n", list.dump(2));
+    const char* separator = "[";
+    for (const auto& parameter : allParameters) {
+        fmt::print(R"({}
+  {{
+    "address": {},
+    "identifier": "{}",
+    "name": "{}",
+    "option": "{}",
+    "minimum": {:.1f},
+    "maximum": {:.1f},
+    "default": {:.1f},
+    "unit": "{}",
+    "kernelOnly": {}
+  }})",
+                   separator, parameter.address, parameter.identifier, parameter.name,
+                   parameter.option, minimumValue, maximumValue, parameter.initial,
+                   unitOf(parameter), !isHostParameter(parameter.address));
+        separator = ",";
+    }
+    fmt::print("\n]\n");
 }
 
 }  // namespace
 
 int runParams(const Arguments& arguments) {
-    CLI::App app("Lists the parameters: address, name, range, default, unit.", "kelvane params");
+    OptionParser parser("kelvane params",
+                        "Lists the parameters: address, name, range, default, unit.");
     bool json = false;
-    app.add_flag("--json", json, "as JSON");
-    if (const auto code = parseOptions(app, arguments)) return *code;
+    parser.addSwitch("--json", json, "as JSON");
+    if (const auto code = parser.parse(arguments)) return *code;
     json ? printJson() : printTable();
     return 0;
 }

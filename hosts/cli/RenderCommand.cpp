@@ -1,29 +1,23 @@
-#include "hosts/cli/RenderCommand.h"
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
-#include <charconv>
 #include <cstdio>
 #include <string>
 
 #include <fmt/format.h>
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 
-#include "audiounit/presets.h"
+#include "hosts/cli/Command.h"
+#include "hosts/cli/OptionParser.h"
 #include "hosts/cli/Parameters.h"
-#include "hosts/cli/parseOptions.h"
 #include "hosts/cli/renderFile.h"
 #include "platform/foundation/Console.h"
 
 namespace qov::cli {
 namespace {
 
-constexpr auto help = R"(
+constexpr auto renderHelp = R"(
 OUT's format follows its ending: wav, flac, aiff, w64, rf64, caf, au, ogg, opus, mp3. Its samples are of
 the input's subtype where the format has it, else float, pcm24, pcm16 or the format's own codec. A WAV
 that grows beyond 4 GiB becomes RF64. Integers are rounded without dither and clamped to full
@@ -55,19 +49,7 @@ starts with an empty store. A host that plays in real time can do neither: there
 jumps by 2048 frames. --raw-timing writes that: what the render calls return, frame for frame.
 )";
 
-template <typename Number>
-Number parseInteger(const char* option, const std::string& text, Number minimum, Number maximum) {
-    Number value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc{} || end != text.data() + text.size() || value < minimum ||
-        value > maximum)
-        throw Failure(fmt::format("{} {}: takes a whole number from {} to {}", option, text,
-                                  minimum, maximum),
-                      2);
-    return value;
-}
-
-/// What the command line says, before it is checked.
+/// The command line, before it is checked.
 struct Options {
     RenderJob job;
     std::string preset, block, rawRate;
@@ -78,45 +60,33 @@ struct Options {
     bool diagnostics = false;
 };
 
-void declare(CLI::App& app, Options& options) {
+void declare(OptionParser& parser, Options& options) {
     auto& job = options.job;
-    app.add_option("IN", job.input, "sound file, stereo; - for standard input")->required();
-    app.add_option("OUT", job.output, "sound file to write; - for standard output")->required();
-    declareParameters(app, job.values, false);
-    app.add_option("--preset", options.preset, "factory preset, before the options above")
-        ->type_name("0..2")
-        ->take_last();
-    app.add_option("--automation", job.automation, "file of timed events")
-        ->type_name("FILE")
-        ->take_last();
-    app.add_option("--midi", job.midi, "MIDI file whose controllers 7, 10 and 11 are played")
-        ->type_name("FILE")
-        ->take_last();
-    app.add_option("--format", job.format, "OUT's format, whatever its ending")
-        ->type_name("NAME")
-        ->take_last();
-    app.add_option("--subtype", job.subtype, "OUT's samples: float, pcm16, pcm24, ...")
-        ->type_name("NAME")
-        ->take_last();
-    app.add_option("--raw", options.rawRate, "- is raw stereo float, little-endian, at this rate")
-        ->type_name("RATE")
-        ->take_last();
-    app.add_option("--block", options.block, "frames of a render call (512)")
-        ->type_name("1..1024")
-        ->take_last();
-    app.add_flag("--raw-timing", options.isRawTiming,
-                 "write what the render calls return, 2048 frames late");
-    app.add_flag("--upmix", job.upmix, "take a mono input, too");
-    app.add_flag("--salvage", job.salvage,
-                 "render what is there of a recording that was never finished or was cut off");
-    app.add_flag("-y,--overwrite", options.overwrites,
-                 "replace an existing OUT when typed at a terminal, too");
-    app.add_flag("-q,--quiet", job.isQuiet, "print no notes, such as that of clipped samples");
-    app.add_flag("--progress", options.progress,
-                 "show progress even where standard error is no terminal");
-    app.add_flag("--no-progress", options.noProgress, "never show progress");
-    app.add_flag("--diagnostics", options.diagnostics, "show the effect's console lines");
-    app.footer(help);
+    parser.addArgument("IN", job.input, "sound file, stereo; - for standard input");
+    parser.addArgument("OUT", job.output, "sound file to write; - for standard output");
+    parser.addParameters(job.values, false);
+    parser.addOption("--preset", options.preset, "factory preset, before the options above",
+                     "0..2");
+    parser.addOption("--automation", job.automation, "file of timed events", "FILE");
+    parser.addOption("--midi", job.midi, "MIDI file whose controllers 7, 10 and 11 are played",
+                     "FILE");
+    parser.addOption("--format", job.format, "OUT's format, whatever its ending", "NAME");
+    parser.addOption("--subtype", job.subtype, "OUT's samples: float, pcm16, pcm24, ...", "NAME");
+    parser.addOption("--raw", options.rawRate, "- is raw stereo float, little-endian, at this rate",
+                     "RATE");
+    parser.addOption("--block", options.block, "frames of a render call (512)", "1..1024");
+    parser.addSwitch("--raw-timing", options.isRawTiming,
+                     "write what the render calls return, 2048 frames late");
+    parser.addSwitch("--upmix", job.upmix, "take a mono input, too");
+    parser.addSwitch("--salvage", job.salvage,
+                     "render what is there of a recording that was never finished or was cut off");
+    parser.addSwitch("-y,--overwrite", options.overwrites,
+                     "replace an existing OUT when typed at a terminal, too");
+    parser.addSwitch("-q,--quiet", job.isQuiet, "print no notes, such as that of clipped samples");
+    parser.addSwitch("--progress", options.progress,
+                     "show progress even where standard error is no terminal");
+    parser.addSwitch("--no-progress", options.noProgress, "never show progress");
+    parser.addSwitch("--diagnostics", options.diagnostics, "show the effect's console lines");
 }
 
 /// Whether a user typed the command at a terminal: an interactive shell gives each pipeline a
@@ -139,14 +109,14 @@ bool isExistingFile(const std::string& path) {
 /// Turns the texts into values. Throws Failure (2) for a wrong one.
 void complete(Options& options) {
     auto& job = options.job;
-    if (!options.preset.empty())
-        job.preset =
-            parseInteger<std::size_t>("--preset", options.preset, 0, factoryPresetCount - 1);
+    if (!options.preset.empty()) job.preset = parsePreset(options.preset);
     static_cast<void>(parseSettings(job.values, highestRate));  // before any file is opened
     if (!options.block.empty())
-        job.block = parseInteger("--block", options.block, 1U, Renderer::maximumBlock);
+        job.block = static_cast<std::uint32_t>(
+            parseNumber("--block", options.block, std::int64_t{1}, Renderer::maximumBlock));
     if (!options.rawRate.empty()) {
-        job.rawRate = parseInteger("--raw", options.rawRate, 1, 10'000'000);
+        job.rawRate =
+            static_cast<int>(parseNumber("--raw", options.rawRate, std::int64_t{1}, highestRate));
         if (job.input != "-" && job.output != "-")
             throw Failure("--raw: is for standard input and output; neither IN nor OUT is -", 2);
     }
@@ -167,10 +137,10 @@ void showDiagnostics(bool onStandardError) {
 }  // namespace
 
 int runRender(const Arguments& arguments) {
-    CLI::App app("Renders a sound file through the effect.", "kelvane render");
+    OptionParser parser("kelvane render", "Renders a sound file through the effect.", renderHelp);
     Options options;
-    declare(app, options);
-    if (const auto code = parseOptions(app, arguments)) return *code;
+    declare(parser, options);
+    if (const auto code = parser.parse(arguments)) return *code;
     complete(options);
     if (options.diagnostics) showDiagnostics(options.job.output == "-");
     renderFile(options.job);

@@ -1,20 +1,13 @@
-#include "hosts/cli/SnapshotCommand.h"
-
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <memory>
-#include <span>
+#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
 #include "editor/AudioUnitViewController.h"
@@ -22,9 +15,10 @@
 #include "editor/PluginFrameEx.h"
 #include "editor/StereoControls.h"
 #include "hosts/cli/Automation.h"
+#include "hosts/cli/Command.h"
+#include "hosts/cli/OptionParser.h"
 #include "hosts/cli/Parameters.h"
 #include "hosts/cli/SoundReader.h"
-#include "hosts/cli/parseOptions.h"
 #include "hosts/instance/Instance.h"
 #include "hosts/output/OutputPlace.h"
 #include "hosts/window/fitPanel.h"
@@ -39,54 +33,26 @@
 namespace qov::cli {
 namespace {
 
-constexpr auto help = R"(
+constexpr auto snapshotHelp = R"(
 What the editor shows for FILE played up to TIME: the effect has processed that much of it, with the
 settings below in force from the start. Without --signal it shows silence, without --at the file's end.
 TIME is written in frames (4410), seconds (0.1s) or minutes and seconds (1:02.5). The same arguments give
 the same bytes. --bypass presses the panel's suspend switch. The views alone have a transparent ground.
 )";
 
-constexpr int maximumSide = 16384;  // pixels
+constexpr int largestPicture = 16384;  // pixels
 constexpr std::uint32_t blockFrames = 512;
 /// Middles of the panel's switches, on its own canvas.
 constexpr platform::CGPoint suspendSwitch{575, 297}, lineSwitch{103, 266};
 
-struct Options {
-    std::string output, view = "editor", size, scale, signal, at, drawMode = "points", brightness;
-    std::array<std::string, 9> values;  ///< of the parameters, in their table's order
-};
-
-/// Checked.
+/// What the command line asks for.
 struct Snapshot {
-    platform::CGSize size;
+    std::string output, view = "editor", signal, at, drawMode = "points";
+    platform::CGSize size{680, 440};
     double scale = 1;
     float brightness = 0.25f;
-    std::span<const std::string> values;  ///< of the parameters
+    std::array<std::string, allParameters.size()> values;  ///< see parseSettings()
 };
-
-void declare(CLI::App& app, Options& options) {
-    app.add_option("OUT", options.output, "PNG to write; - for standard output")->required();
-    const auto option = [&](const char* name, std::string& value, const char* text,
-                            const char* type) {
-        app.add_option(name, value, text)->type_name(type)->take_last();
-    };
-    option("--view", options.view, "the whole editor (default) or one view of it",
-           "editor|correlograph|controls|frame");
-    option("--size", options.size, "in points (680x440, the correlograph 260x260)", "WxH");
-    option("--scale", options.scale, "pixels a point (1)", "0.25..8");
-    option("--signal", options.signal, "sound file that is played", "FILE");
-    option("--at", options.at, "how much of it has been played", "TIME");
-    option("--draw-mode", options.drawMode, "of the correlograph", "points|ovals|bezier");
-    option("--brightness", options.brightness, "of the background (0.25)", "0..1");
-    declareParameters(app, options.values, true);
-    app.footer(help);
-}
-
-template <typename Number>
-bool parseWhole(std::string_view text, Number& number) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc{} && end == text.data() + text.size();
-}
 
 void require(bool isRight, const std::string& line) {
     if (!isRight) throw Failure(line, 2);
@@ -98,50 +64,48 @@ void requireOneOf(const char* option, const std::string& word,
             fmt::format("{} {}: takes one of {}", option, word, fmt::join(words, ", ")));
 }
 
-Snapshot check(const Options& options) {
-    Snapshot snapshot;
-    require(options.output == "-" || options.output.ends_with(".png"),
-            fmt::format("{}: a snapshot is a PNG; end its name in .png", options.output));
-    requireOneOf("--view", options.view, {"editor", "correlograph", "controls", "frame"});
-    requireOneOf("--draw-mode", options.drawMode, {"points", "ovals", "bezier"});
-    require(options.at.empty() || !options.signal.empty(),
+/// Returns the exit code if the command ends here. Throws Failure (2) for what is wrong.
+std::optional<int> parse(const Arguments& arguments, Snapshot& snapshot) {
+    OptionParser parser("kelvane snapshot", "Shows the editor, or one view of it, as a picture.",
+                        snapshotHelp);
+    std::string size, scale, brightness;
+    parser.addArgument("OUT", snapshot.output, "PNG to write; - for standard output");
+    parser.addOption("--view", snapshot.view, "the whole editor (default) or one view of it",
+                     "editor|correlograph|controls|frame");
+    parser.addOption("--size", size, "in points (680x440, the correlograph 260x260)", "WxH");
+    parser.addOption("--scale", scale, "pixels a point (1)", "0.25..8");
+    parser.addOption("--signal", snapshot.signal, "sound file that is played", "FILE");
+    parser.addOption("--at", snapshot.at, "how much of it has been played", "TIME");
+    parser.addOption("--draw-mode", snapshot.drawMode, "of the correlograph",
+                     "points|ovals|bezier");
+    parser.addOption("--brightness", brightness, "of the background (0.25)", "0..1");
+    parser.addParameters(snapshot.values, true);
+    if (const auto code = parser.parse(arguments)) return code;
+
+    require(snapshot.output == "-" || snapshot.output.ends_with(".png"),
+            fmt::format("{}: a snapshot is a PNG; end its name in .png", snapshot.output));
+    requireOneOf("--view", snapshot.view, {"editor", "correlograph", "controls", "frame"});
+    requireOneOf("--draw-mode", snapshot.drawMode, {"points", "ovals", "bezier"});
+    require(snapshot.at.empty() || !snapshot.signal.empty(),
             "--at: needs the file that is played; name it with --signal");
-    if (!options.scale.empty())
-        require(parseWhole(options.scale, snapshot.scale) && snapshot.scale >= 0.25 &&
-                    snapshot.scale <= 8,
-                fmt::format("--scale {}: takes a number from 0.25 to 8", options.scale));
-    if (!options.brightness.empty())
-        require(parseWhole(options.brightness, snapshot.brightness) && snapshot.brightness >= 0 &&
-                    snapshot.brightness <= 1,
-                fmt::format("--brightness {}: takes a number from 0 to 1", options.brightness));
-    snapshot.size =
-        options.view == "correlograph" ? platform::CGSize{260, 260} : platform::CGSize{680, 440};
-    if (!options.size.empty()) {
-        const auto by = options.size.find('x');
-        int width = 0, height = 0;
-        const bool isRead = by != std::string::npos &&
-                            parseWhole(std::string_view(options.size).substr(0, by), width) &&
-                            parseWhole(std::string_view(options.size).substr(by + 1), height) &&
-                            width > 0 && height > 0;
-        require(isRead,
-                fmt::format("--size {}: takes a width and a height in points, as in 680x440",
-                            options.size));
-        snapshot.size = {static_cast<double>(width), static_cast<double>(height)};
-    }
-    const double side = std::max(snapshot.size.width, snapshot.size.height) * snapshot.scale;
-    require(side <= maximumSide &&
-                std::min(snapshot.size.width, snapshot.size.height) * snapshot.scale >= 1,
-            fmt::format("the picture would have {} pixels a side; 1 to {} can be drawn", side,
-                        maximumSide));
-    static_cast<void>(parseSettings(options.values, highestRate));  // before any file is opened
-    snapshot.values = options.values;
-    return snapshot;
+    if (!scale.empty()) snapshot.scale = parseNumber("--scale", scale, 0.25, 8.0);
+    if (!brightness.empty())
+        snapshot.brightness = static_cast<float>(parseNumber("--brightness", brightness, 0.0, 1.0));
+    if (snapshot.view == "correlograph") snapshot.size = {260, 260};
+    if (!size.empty()) snapshot.size = parseSize(size, largestPicture);
+    const auto [width, height] = snapshot.size;
+    const double largest = std::max(width, height) * snapshot.scale;
+    require(largest <= largestPicture && std::min(width, height) * snapshot.scale >= 1,
+            fmt::format("the picture would have {} pixels a side; 1 to {} can be drawn", largest,
+                        largestPicture));
+    static_cast<void>(parseSettings(snapshot.values, highestRate));  // before any file is opened
+    return std::nullopt;
 }
 
 /// The editor on a loop of its own, whose clock stands still.
 class Scene {
  public:
-    explicit Scene(const Snapshot& snapshot) {
+    explicit Scene(const Snapshot& snapshot) : snapshot_(snapshot) {
         const auto fit = hosts::fitPanel(snapshot.size);
         controller_->fitToHeight = fit.fitToHeight;
         window_ = std::make_shared<platform::UIWindow>(
@@ -154,38 +118,33 @@ class Scene {
         window_->update();
     }
 
-    /// The settings, then as much of the file as has been played.
-    void play(const std::string& path, const std::string& at, const Snapshot& snapshot);
-    void set(const Snapshot& snapshot);
-    void setDrawMode(const std::string& mode) {
-        if (mode == "bezier")
-            press(lineSwitch);
-        else
-            controller_->correlographView->baseClass.drawMode = mode;
-    }
-    std::shared_ptr<const platform::CGImage> picture(const std::string& view,
-                                                     const Snapshot& snapshot);
+    /// Applies the settings, then plays the file up to its time, if there is one.
+    void play();
+    /// Null where there is no memory for it.
+    std::shared_ptr<const platform::CGImage> picture();
 
  private:
+    void applySettings();
     void press(platform::CGPoint onCanvas);
-    platform::UIView& viewNamed(const std::string& name) {
-        if (name == "correlograph") return *controller_->correlographView;
-        if (name == "controls") return *controller_->stereoControls;
+    platform::UIView& view() {
+        if (snapshot_.view == "correlograph") return *controller_->correlographView;
+        if (snapshot_.view == "controls") return *controller_->stereoControls;
         return *controller_->pluginFrame;
     }
 
+    const Snapshot& snapshot_;
     std::shared_ptr<platform::RunLoop> loop_ = platform::RunLoop::createForTest();
     platform::RunLoop::MakeCurrent current_{loop_};
     std::shared_ptr<AudioUnitViewController> controller_ =
         std::make_shared<AudioUnitViewController>();
     std::shared_ptr<platform::UIWindow> window_;
-    std::unique_ptr<hosts::Instance> instance_;  // ends the loop, which holds the controller
+    std::unique_ptr<hosts::Instance> instance_;  // its end ends the loop, which owns the controller
 };
 
-/// A finger straight on the panel, wherever another view covers it.
+/// Touches the panel itself, also where another view covers it.
 void Scene::press(platform::CGPoint onCanvas) {
     auto& panel = controller_->stereoControls;
-    panel->setNeedsDisplay();  // the hot areas come from a drawing
+    panel->setNeedsDisplay();  // drawing sets the hot areas
     window_->update();
     const platform::UITouchSet finger{std::make_shared<platform::UITouch>(
         panel, panel->convertToWindow({onCanvas.x * drawScaleX, onCanvas.y * drawScaleY}), 0)};
@@ -194,31 +153,32 @@ void Scene::press(platform::CGPoint onCanvas) {
     loop_->pump();
 }
 
-void Scene::set(const Snapshot& snapshot) {
+void Scene::applySettings() {
     const auto tree = controller_->audioUnit()->parameterTree();
     const double rate = double{controller_->audioUnit()->getSamplerate()};
-    for (const auto& [address, value] : parseSettings(snapshot.values, rate)) {
+    for (const auto& [address, value] : parseSettings(snapshot_.values, rate)) {
         if (address != kBypass)
             tree->parameterWithAddress(address)->setValue(value);
         else if (value > 0.5f)
             press(suspendSwitch);
     }
-    controller_->brightnessSlider->setValue(snapshot.brightness);
+    controller_->brightnessSlider->setValue(snapshot_.brightness);
     controller_->onBrightnessSlider(*controller_->brightnessSlider);
     controller_->touchesLocked = false;
-    // A parameter comes back by the queue and then by the operations behind it.
+    // A parameter's change comes back through the queue, and then through its operations.
     loop_->pump();
     loop_->pump();
 }
 
-void Scene::play(const std::string& path, const std::string& at, const Snapshot& snapshot) {
-    SoundReader reader(path, {.rawRate = {}, .upmix = true});
-    std::int64_t left = at.empty() ? INT64_MAX : parseTime(at, reader.rate());
+void Scene::play() {
+    if (snapshot_.signal.empty()) return applySettings();
+    SoundReader reader(snapshot_.signal, {.rawRate = {}, .upmix = true});
+    std::int64_t left = snapshot_.at.empty() ? INT64_MAX : parseTime(snapshot_.at, reader.rate());
     if (!instance_->activate(reader.rate(), blockFrames, nullptr))
-        throw Failure(fmt::format("{}: the effect does not take {} Hz", path, reader.rate()));
+        throw Failure(
+            fmt::format("{}: the effect does not take {} Hz", snapshot_.signal, reader.rate()));
 
-    // Only now: an allocation forgets the phase shift's length.
-    set(snapshot);
+    applySettings();  // only now: an allocation resets the phase shift's length
     std::vector<float> leftIn(blockFrames), rightIn(blockFrames);
     auto leftOut = leftIn, rightOut = rightIn;
     while (left > 0) {
@@ -232,9 +192,12 @@ void Scene::play(const std::string& path, const std::string& at, const Snapshot&
     instance_->deactivate();
 }
 
-std::shared_ptr<const platform::CGImage> Scene::picture(const std::string& view,
-                                                        const Snapshot& snapshot) {
-    if (view == "editor") {
+std::shared_ptr<const platform::CGImage> Scene::picture() {
+    if (snapshot_.drawMode == "bezier")
+        press(lineSwitch);
+    else
+        controller_->correlographView->baseClass.drawMode = snapshot_.drawMode;
+    if (snapshot_.view == "editor") {
         // The phase shift's text follows the playing, which changes no parameter.
         controller_->stereoControls->setNeedsDisplay();
         controller_->correlographView->setNeedsDisplay();
@@ -242,33 +205,26 @@ std::shared_ptr<const platform::CGImage> Scene::picture(const std::string& view,
         return window_->picture() ? window_->picture()->makeImage() : nullptr;
     }
     const auto pixels = [&](double points) {
-        return std::max(1, static_cast<int>(std::ceil(points * snapshot.scale - 1e-6)));
+        return std::max(1, static_cast<int>(std::ceil(points * snapshot_.scale - 1e-6)));
     };
-    auto bitmap = platform::makeBitmapContext(pixels(snapshot.size.width),
-                                              pixels(snapshot.size.height), snapshot.scale);
+    auto bitmap = platform::makeBitmapContext(pixels(snapshot_.size.width),
+                                              pixels(snapshot_.size.height), snapshot_.scale);
     if (!bitmap) return nullptr;
     const platform::UIGraphicsContextScope scope(*bitmap);
-    viewNamed(view).draw({{}, snapshot.size});
+    view().draw({{}, snapshot_.size});
     return bitmap->makeImage();
 }
 
 }  // namespace
 
 int runSnapshot(const Arguments& arguments) {
-    CLI::App app("Shows the editor, or one view of it, as a picture.", "kelvane snapshot");
-    Options options;
-    declare(app, options);
-    if (const auto code = parseOptions(app, arguments)) return *code;
-    const Snapshot snapshot = check(options);
+    Snapshot snapshot;
+    if (const auto code = parse(arguments, snapshot)) return *code;
     Scene scene(snapshot);
-    if (options.signal.empty())
-        scene.set(snapshot);
-    else
-        scene.play(options.signal, options.at, snapshot);
-    scene.setDrawMode(options.drawMode);
-    const auto image = scene.picture(options.view, snapshot);
+    scene.play();
+    const auto image = scene.picture();
     if (!image) throw Failure("there is no memory for a picture of this size");
-    hosts::writeOutput(options.output, image->png());
+    hosts::writeOutput(snapshot.output, image->png());
     return 0;
 }
 

@@ -1,12 +1,6 @@
 #include <array>
 
-#include "hosts/cli/AppCommand.h"
 #include "hosts/cli/Command.h"
-#include "hosts/cli/DemoCommand.h"
-#include "hosts/cli/FieldCommand.h"
-#include "hosts/cli/ParamsCommand.h"
-#include "hosts/cli/RenderCommand.h"
-#include "hosts/cli/SnapshotCommand.h"
 
 namespace qov::cli {
 

@@ -41,7 +41,7 @@ TEST_F(App, ReportsWhatIsWrongAndShowsItWithoutATerminal) {
     for (const bool isOnScreen : {false, true}) {
         isOnScreen ? void(screen = std::make_unique<Screen>()) : void(unsetenv("DISPLAY"));
         for (const auto& [options, code, line] : std::vector<std::tuple<Words, int, std::string>>{
-                 {{"--size", "0x4"}, 2, "--size '0x4'"},
+                 {{"--size", "0x4"}, 2, "--size 0x4"},
                  {{"--scale", "99"}, 2, "--scale"},
                  {{"--phase-shift", "90ms"}, 2, "--phase-shift: 90ms is out of range"},
                  {{"no-such-file.wav"}, 1, "no-such-file.wav"},

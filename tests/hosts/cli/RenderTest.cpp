@@ -10,7 +10,6 @@
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include "tests/hosts/cli/Program.h"
 #include "tests/hosts/cli/Sound.h"
@@ -290,11 +289,6 @@ TEST_F(Render, TakesPipesOfOpenLengthAndRefusesFormatsThatNeedAFile) {
         EXPECT_THAT(run.err, testing::ContainsRegex(message)) << container;
         EXPECT_EQ(std::stoi(run.out) > 2 * 6000, run.err.empty()) << container;
     }
-    save(in, {.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT, .samples = noise(0)});
-    for (const auto& [arguments, message] :
-         {std::pair{"", "standard input: has no samples behind its header"},
-          {" --raw 44100 < /dev/null", "standard input: is empty"}})
-        EXPECT_THAT(shell("cat " + in + " | $K render - -" + arguments).err, HasSubstr(message));
 }
 
 TEST_F(Render, NamesWhatToDoWithADamagedOrPackedStream) {
@@ -449,16 +443,14 @@ TEST_F(Render, AFullDiskAClosedPipeOrASignalLeavesWhatWasThere) {
 }
 
 TEST(Params, ListsAllNineAsJson) {
-    const auto run = shell("$K params --json");
-    ASSERT_EQ(run.code, 0);
-    const auto list = nlohmann::json::parse(run.out);
-    ASSERT_EQ(list.size(), 9U);
-    EXPECT_EQ(list[1],
-              nlohmann::json::parse(
-                  R"({"address":1,"default":0.5,"identifier":"kPanorama","kernelOnly":false,
-        "maximum":1.0,"minimum":0.0,"name":"Panorama","option":"panorama","unit":"generic"})"));
-    EXPECT_EQ(list[8]["address"], 9);
-    EXPECT_EQ(list[8]["kernelOnly"], true);
+    const auto list = shell("$K params --json | python3 -m json.tool --compact").out;
+    EXPECT_THAT(list, testing::StartsWith(R"([{"address":0,"identifier":"kStereoWidth",)"));
+    EXPECT_THAT(list, HasSubstr(R"({"address":1,"identifier":"kPanorama","name":"Panorama",)"
+                                R"("option":"panorama","minimum":0.0,"maximum":1.0,"default":0.5,)"
+                                R"("unit":"generic","kernelOnly":false})"));
+    EXPECT_THAT(list, testing::EndsWith(R"("unit":"linear gain","kernelOnly":true}])"
+                                        "\n"));
+    EXPECT_EQ(std::ranges::count(list, '{'), 9);
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
-#include "hosts/cli/SnapshotCommand.h"
-
 #include <algorithm>
 #include <span>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "hosts/cli/Command.h"
 #include "platform/coregraphics/CGImage.h"
 #include "tests/hosts/cli/Program.h"
 #include "tests/hosts/cli/Sound.h"
@@ -62,7 +61,7 @@ TEST(Snapshot, SameArgumentsSameBytesAndEachOptionShows) {
 TEST(Snapshot, WrongWordsEndWithALineThatSaysWhatWouldBeRight) {
     const TemporaryFolder folder;
     for (const auto& [option, value, line] :
-         {std::tuple{"--size", "3", "takes a width and a height in points, as in 680x440"},
+         {std::tuple{"--size", "3", "takes WIDTHxHEIGHT in points, 1 to 16384 each"},
           {"--draw-mode", "dots", "dots: takes one of points, ovals, bezier"},
           {"--scale", "nan", "--scale nan: takes a number from 0.25 to 8"},
           {"--size", "90000x10", "16384"},
