@@ -21,7 +21,7 @@ void writePhrase(const std::string& path, const Phrase& phrase) {
     hosts::OutputPlace place(path);
     const auto frames = static_cast<std::uint32_t>(phrase.left.size());
     SoundWriter writer(place, {SF_FORMAT_WAV, SF_FORMAT_FLOAT, Phrase::rate, frames},
-                       Metadata({{SF_STR_TITLE, "Kelvane demo phrase"}}));
+                       Metadata(Metadata::Texts{{"TITLE", "Kelvane demo phrase"}}));
     writer.write(phrase.left.data(), phrase.right.data(), frames);
     writer.close();
     place.commit();

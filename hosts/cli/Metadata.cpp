@@ -1,14 +1,12 @@
 #include "hosts/cli/Metadata.h"
 
 #include <strings.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <string_view>
 
 #include <attachedpictureframe.h>
 #include <flacpicture.h>
@@ -24,6 +22,7 @@
 #include <tpropertymap.h>
 #include <vorbisfile.h>
 
+#include "hosts/cli/fileBytes.h"
 #include "hosts/cli/soundChunks.h"
 #include "hosts/output/OutputPlace.h"
 
@@ -31,6 +30,61 @@ namespace qov::cli {
 namespace {
 
 using namespace std::literals;
+
+constexpr unsigned maskOf(std::initializer_list<int> keys) {
+    unsigned mask = 0;
+    for (const int key : keys) mask |= 1U << key;
+    return mask;
+}
+
+/// A container, and what it takes beside its samples.
+struct Place {
+    int container = 0;
+    int family = 0;        ///< containers of one family take each other's chunks; 0: no chunks
+    unsigned strings = 0;  ///< the texts that libsndfile writes there, by bit
+    bool takesComments = false;
+    bool takesId3 = false;
+};
+constexpr unsigned allStrings = ~0U;
+constexpr unsigned riffStrings = ~maskOf({SF_STR_LICENSE});
+constexpr std::array places{
+    Place{SF_FORMAT_WAV, SF_FORMAT_WAV, riffStrings, false, true},
+    Place{SF_FORMAT_WAVEX, SF_FORMAT_WAV, riffStrings, false, true},
+    Place{SF_FORMAT_RF64, SF_FORMAT_WAV, riffStrings, false, false},
+    Place{SF_FORMAT_W64, SF_FORMAT_WAV, 0, false, false},
+    Place{SF_FORMAT_AIFF, SF_FORMAT_AIFF,
+          maskOf({SF_STR_TITLE, SF_STR_COPYRIGHT, SF_STR_SOFTWARE, SF_STR_ARTIST, SF_STR_COMMENT}),
+          false, true},
+    Place{SF_FORMAT_CAF, SF_FORMAT_CAF, allStrings, false, false},
+    Place{SF_FORMAT_FLAC, 0, 0, true, false},
+    Place{SF_FORMAT_OGG, 0, 0, true, false},
+    Place{SF_FORMAT_MPEG, 0, 0, false, true},
+};
+
+Place placeOf(int format) {
+    const auto* const found =
+        std::ranges::find(places, format & SF_FORMAT_TYPEMASK, &Place::container);
+    return found == places.end() ? Place{} : *found;
+}
+
+/// A text's key in Vorbis comments, in libsndfile and in RIFF's INFO list.
+struct Key {
+    std::string_view name;
+    int string;
+    std::string_view info;  ///< empty: none
+};
+constexpr std::array textKeys{
+    Key{"TITLE", SF_STR_TITLE, "INAM"},
+    Key{"COPYRIGHT", SF_STR_COPYRIGHT, "ICOP"},
+    Key{"ENCODER", SF_STR_SOFTWARE, "ISFT"},
+    Key{"ARTIST", SF_STR_ARTIST, "IART"},
+    Key{"COMMENT", SF_STR_COMMENT, "ICMT"},
+    Key{"DATE", SF_STR_DATE, "ICRD"},
+    Key{"ALBUM", SF_STR_ALBUM, "IPRD"},
+    Key{"LICENSE", SF_STR_LICENSE, ""},
+    Key{"TRACKNUMBER", SF_STR_TRACKNUMBER, "ITRK"},
+    Key{"GENRE", SF_STR_GENRE, "IGNR"},
+};
 
 /// Chunks that describe the samples or pad the file: the output has its own.
 constexpr std::array ownChunks{"fmt "sv, "fact"sv, "PEAK"sv, "JUNK"sv, "ds64"sv, "levl"sv,
@@ -45,67 +99,11 @@ constexpr std::size_t flacBlockLimit = 1 << 24;
 /// Of the block of comments, for the encoder's name and the counts.
 constexpr std::size_t commentReserve = 4096;
 
-/// How W64 spells identifiers of four letters.
+/// How W64 writes identifiers of four letters.
 constexpr auto w64Tail = "\xF3\xAC\xD3\x11\x8C\xD1\x00\xC0\x4F\x8E\xDB\x8A"sv;
 constexpr auto w64List = "list\x2F\x91\xCF\x11\xA5\xD6\x28\xDB\x04\xC1\x00\x00"sv;
 
-constexpr std::array<std::pair<int, std::string_view>, 10> stringKeys{{
-    {SF_STR_TITLE, "TITLE"},
-    {SF_STR_COPYRIGHT, "COPYRIGHT"},
-    {SF_STR_SOFTWARE, "ENCODER"},
-    {SF_STR_ARTIST, "ARTIST"},
-    {SF_STR_COMMENT, "COMMENT"},
-    {SF_STR_DATE, "DATE"},
-    {SF_STR_ALBUM, "ALBUM"},
-    {SF_STR_LICENSE, "LICENSE"},
-    {SF_STR_TRACKNUMBER, "TRACKNUMBER"},
-    {SF_STR_GENRE, "GENRE"},
-}};
-
-/// The keys of RIFF's INFO chunk that become texts.
-constexpr std::array<std::pair<std::string_view, std::string_view>, 9> infoKeys{{
-    {"INAM", "TITLE"},
-    {"ICOP", "COPYRIGHT"},
-    {"ISFT", "ENCODER"},
-    {"IART", "ARTIST"},
-    {"ICMT", "COMMENT"},
-    {"ICRD", "DATE"},
-    {"IPRD", "ALBUM"},
-    {"ITRK", "TRACKNUMBER"},
-    {"IGNR", "GENRE"},
-}};
-
 enum FlacBlock { application = 2, comment = 4, cueSheet = 5, picture = 6 };
-
-int containerOf(int format) {
-    const int container = format & SF_FORMAT_TYPEMASK;
-    return container == SF_FORMAT_WAVEX ? SF_FORMAT_WAV : container;
-}
-
-/// Containers of one family take each other's chunks; 0 for those without chunks.
-int familyOf(int format) {
-    switch (containerOf(format)) {
-        case SF_FORMAT_WAV:
-        case SF_FORMAT_RF64:
-        case SF_FORMAT_W64:
-            return SF_FORMAT_WAV;
-        case SF_FORMAT_AIFF:
-        case SF_FORMAT_CAF:
-            return containerOf(format);
-        default:
-            return 0;
-    }
-}
-
-bool takesComments(int format) {
-    const int container = containerOf(format);
-    return container == SF_FORMAT_FLAC || container == SF_FORMAT_OGG;
-}
-
-bool takesId3(int format) {
-    const int container = containerOf(format);
-    return container == SF_FORMAT_MPEG || container == SF_FORMAT_WAV || container == SF_FORMAT_AIFF;
-}
 
 bool isAmong(const auto& names, std::string_view name) {
     return std::ranges::find(names, name) != names.end();
@@ -117,38 +115,23 @@ bool isSameKey(std::string_view one, std::string_view other) {
 }
 
 /// The first text of a key; the end of the texts where they lack it.
-auto findKey(const auto& texts, std::string_view key) {
+auto findKey(const Metadata::Texts& texts, std::string_view key) {
     return std::ranges::find_if(texts,
                                 [&](const auto& text) { return isSameKey(text.first, key); });
 }
 
-bool hasKey(const auto& texts, std::string_view key) {
-    return findKey(texts, key) != texts.end();
+/// Whether libsndfile writes the text of a key into a file of this format.
+bool isStringOf(int format, std::string_view name) {
+    return std::ranges::any_of(textKeys, [&](const Key& key) {
+        return isSameKey(key.name, name) && (placeOf(format).strings >> key.string & 1) != 0;
+    });
 }
 
-std::string number(std::uint64_t value, int bytes, bool isBigEndian) {
-    std::string text;
-    for (int i = 0; i < bytes; ++i)
-        text += static_cast<char>(value >> (8 * (isBigEndian ? bytes - 1 - i : i)));
-    return text;
+bool isTextChunk(const NamedChunk& chunk) {
+    return isAmong(textChunks, chunk.identifier) || chunk.isList("INFO");
 }
 
-std::uint64_t numberAt(std::string_view text, std::size_t at, int bytes, bool isBigEndian) {
-    std::uint64_t value = 0;
-    for (int i = 0; i < bytes; ++i) {
-        const auto index = at + static_cast<std::size_t>(isBigEndian ? i : bytes - 1 - i);
-        value = value << 8 | (index < text.size() ? static_cast<unsigned char>(text[index]) : 0U);
-    }
-    return value;
-}
-
-std::string bytesAt(int descriptor, std::int64_t at, std::int64_t count) {
-    std::string bytes(static_cast<std::size_t>(count), '\0');
-    const auto got = pread(descriptor, bytes.data(), bytes.size(), at);
-    bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-    return bytes;
-}
-
+/// An identifier as messages have it.
 std::string shown(std::string identifier) {
     identifier.resize(std::min<std::size_t>(identifier.size(), 4));
     identifier.erase(identifier.find_last_not_of(' ') + 1);
@@ -169,50 +152,21 @@ struct Tagged {
     explicit Tagged(int descriptor, Options... options)
         : stream(rewound(descriptor), false), file(&stream, options...) {}
     static int rewound(int descriptor) {
-        lseek(descriptor, 0, SEEK_SET);  // RIFF files are read from there on
+        lseek(descriptor, 0, SEEK_SET);  // TagLib reads RIFF files from the position on
         return dup(descriptor);
     }
     TagLib::FileStream stream;
     File file;
 };
 
-bool isTextChunk(const std::string& identifier, const std::string& bytes) {
-    return isAmong(textChunks, identifier) || (identifier == "LIST" && bytes.starts_with("INFO"));
-}
-
 /// The block of FLAC for an ID3 picture.
 std::string pictureBlock(const TagLib::ID3v2::AttachedPictureFrame& frame) {
-    TagLib::FLAC::Picture picture;
-    picture.setType(static_cast<TagLib::FLAC::Picture::Type>(frame.type()));
-    picture.setMimeType(frame.mimeType());
-    picture.setDescription(frame.description());
-    picture.setData(frame.picture());
-    return stringOf(picture.render());
-}
-
-/// Whether libsndfile writes the text of a key into a container.
-bool isStringOf(int format, std::string_view key) {
-    const auto* const known = std::ranges::find_if(
-        stringKeys, [&](const auto& row) { return isSameKey(row.second, key); });
-    if (known == stringKeys.end()) return false;
-    switch (containerOf(format)) {
-        case SF_FORMAT_WAV:
-        case SF_FORMAT_RF64:
-            return known->first != SF_STR_LICENSE;
-        case SF_FORMAT_AIFF:
-            return known->first == SF_STR_TITLE || known->first == SF_STR_COPYRIGHT ||
-                   known->first == SF_STR_SOFTWARE || known->first == SF_STR_ARTIST ||
-                   known->first == SF_STR_COMMENT;
-        case SF_FORMAT_CAF:
-            return true;
-        default:
-            return false;
-    }
-}
-
-std::int64_t lengthOf(const OutputPlace& place) {
-    struct stat status {};
-    return fstat(place.descriptor(), &status) == 0 ? status.st_size : 0;
+    TagLib::FLAC::Picture block;
+    block.setType(static_cast<TagLib::FLAC::Picture::Type>(frame.type()));
+    block.setMimeType(frame.mimeType());
+    block.setDescription(frame.description());
+    block.setData(frame.picture());
+    return stringOf(block.render());
 }
 
 void put(const OutputPlace& place, const std::string& bytes, std::size_t at) {
@@ -224,12 +178,13 @@ void put(const OutputPlace& place, const std::string& bytes, std::size_t at) {
 
 /// Puts bytes in place of others, which may be of another length.
 void replace(const OutputPlace& place, const std::string& bytes, std::size_t at, std::size_t old) {
-    const auto expected = lengthOf(place) + std::ssize(bytes) - static_cast<std::int64_t>(old);
+    const auto expected =
+        fileLength(place.descriptor()) + std::ssize(bytes) - static_cast<std::int64_t>(old);
     {
         TagLib::FileStream stream(dup(place.descriptor()), false);
         stream.insert(vectorOf(bytes), at, old);
     }
-    if (lengthOf(place) != expected) place.failToWrite(ENOSPC);
+    if (fileLength(place.descriptor()) != expected) place.failToWrite(ENOSPC);
 }
 
 using Blocks = std::vector<std::pair<int, std::string>>;
@@ -237,13 +192,13 @@ using Blocks = std::vector<std::pair<int, std::string>>;
 /// The metadata blocks of a FLAC file, by type; without padding.
 Blocks flacBlocks(int descriptor) {
     Blocks blocks;
-    bool isLast = bytesAt(descriptor, 0, 4) != "fLaC";
+    bool isLast = readAt(descriptor, 0, 4) != "fLaC";
     for (std::int64_t at = 4; !isLast;) {
-        const auto header = bytesAt(descriptor, at, 4);
+        const auto header = readAt(descriptor, at, 4);
         if (header.size() < 4) break;
         isLast = (header[0] & 0x80) != 0;
-        const auto size = static_cast<std::int64_t>(numberAt(header, 1, 3, true));
-        blocks.emplace_back(header[0] & 0x7F, bytesAt(descriptor, at + 4, size));
+        const auto size = static_cast<std::int64_t>(numberAt(header, 1, 3, big));
+        blocks.emplace_back(header[0] & 0x7F, readAt(descriptor, at + 4, size));
         at += 4 + size;
     }
     return blocks;
@@ -253,79 +208,6 @@ std::size_t lengthOf(const Blocks& blocks) {
     std::size_t length = 0;
     for (const auto& [type, bytes] : blocks) length += 4 + bytes.size();
     return length;
-}
-
-struct Marker {
-    std::uint32_t identifier;
-    std::uint32_t frame;
-    std::string name;
-};
-
-bool isMarkerChunk(const std::string& identifier, const std::string& bytes) {
-    return identifier == "cue " || identifier == "MARK" ||
-           (identifier == "LIST" && bytes.starts_with("adtl"));
-}
-
-/// The markers of WAV's cue and label chunks, or of AIFF's.
-std::vector<Marker> markersIn(const auto& chunks) {
-    std::vector<Marker> markers;
-    for (const auto& [identifier, bytes] : chunks) {
-        if (identifier == "cue ")
-            for (std::size_t at = 4; at + 24 <= bytes.size(); at += 24)
-                markers.push_back({static_cast<std::uint32_t>(numberAt(bytes, at, 4, false)),
-                                   static_cast<std::uint32_t>(numberAt(bytes, at + 20, 4, false)),
-                                   {}});
-        if (identifier == "MARK")
-            for (std::size_t at = 2; at + 7 <= bytes.size();) {
-                const auto size = numberAt(bytes, at + 6, 1, true);
-                markers.push_back({static_cast<std::uint32_t>(numberAt(bytes, at, 2, true)),
-                                   static_cast<std::uint32_t>(numberAt(bytes, at + 2, 4, true)),
-                                   bytes.substr(at + 7, size)});
-                at += 7 + size + (size % 2 == 0 ? 1 : 0);
-            }
-    }
-    for (const auto& [identifier, bytes] : chunks) {
-        if (identifier != "LIST" || !bytes.starts_with("adtl")) continue;
-        for (std::size_t at = 4; at + 12 <= bytes.size();) {
-            const auto size = numberAt(bytes, at + 4, 4, false);
-            for (auto& marker : markers)
-                if (bytes.compare(at, 4, "labl") == 0 && size > 4 &&
-                    marker.identifier == numberAt(bytes, at + 8, 4, false))
-                    marker.name = bytes.substr(at + 12, size - 4).c_str();  // up to the zero
-            at += 8 + size + size % 2;
-        }
-    }
-    return markers;
-}
-
-std::string cueChunk(const std::vector<Marker>& markers) {
-    auto chunk = number(markers.size(), 4, false);
-    for (const auto& marker : markers)
-        chunk += number(marker.identifier, 4, false) + number(marker.frame, 4, false) + "data" +
-                 number(0, 8, false) + number(marker.frame, 4, false);
-    return chunk;
-}
-
-std::string labelChunk(const std::vector<Marker>& markers) {
-    std::string chunk = "adtl";
-    for (const auto& marker : markers) {
-        chunk += "labl" + number(marker.name.size() + 5, 4, false) +
-                 number(marker.identifier, 4, false) + marker.name + '\0';
-        if (chunk.size() % 2 != 0) chunk += '\0';
-    }
-    return chunk;
-}
-
-std::string markChunk(const std::vector<Marker>& markers) {
-    auto chunk = number(markers.size(), 2, true);
-    std::uint64_t identifier = 0;  // has to be positive
-    for (const auto& marker : markers) {
-        const auto name = marker.name.substr(0, 255);
-        chunk += number(++identifier, 2, true) + number(marker.frame, 4, true) +
-                 number(name.size(), 1, true) + name;
-        if (name.size() % 2 == 0) chunk += '\0';
-    }
-    return chunk;
 }
 
 /// What precedes the comments in the second packet of an Ogg stream, and follows them.
@@ -347,32 +229,21 @@ void useOgg(int descriptor, int format, Use use) {
 }  // namespace
 
 Metadata::Metadata(int descriptor, SNDFILE* file, int format) : format_(format) {
-    for (const auto& [key, name] : stringKeys)
-        if (const char* text = sf_get_string(file, key); text && *text != 0)
-            strings_.emplace_back(key, text);
-    struct stat status {};
-    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode)) {
+    if (fileLength(descriptor) >= 0) {
         const auto position = lseek(descriptor, 0, SEEK_CUR);
         readChunks(descriptor);
         readTags(descriptor);
         lseek(descriptor, position, SEEK_SET);  // TagLib moves it
     }
-    for (const auto& [key, text] : strings_) {
-        const auto* const name =
-            std::ranges::find(stringKeys, key, &decltype(stringKeys)::value_type::first);
-        if (!hasKey(texts_, name->second)) texts_.emplace_back(name->second, text);
-    }
-    // libsndfile reads no texts of W64 files and no ID3 tag beside a file's own texts.
-    for (const auto& [key, name] : stringKeys)
-        if (const auto text = findKey(texts_, name);
-            text != texts_.end() &&
-            std::ranges::find(strings_, key, &std::pair<int, std::string>::first) == strings_.end())
-            strings_.emplace_back(key, text->second);
+    for (const auto& key : textKeys)
+        if (const char* text = sf_get_string(file, key.string);
+            text && *text != 0 && findKey(texts_, key.name) == texts_.end())
+            texts_.emplace_back(key.name, text);
 }
 
 void Metadata::readChunks(int descriptor) {
     const auto chunks = readSoundChunks(descriptor);
-    if (!chunks || familyOf(format_) == 0) return;
+    if (!chunks || placeOf(format_).family == 0) return;
     for (const auto& chunk : chunks->others) {
         auto identifier = chunk.identifier;
         if (identifier == w64List)
@@ -382,11 +253,11 @@ void Metadata::readChunks(int descriptor) {
         if (isAmong(ownChunks, identifier)) continue;
         if (chunk.size > largestChunk) {
             lostAlways_.push_back(
-                shown(identifier == "LIST" ? bytesAt(descriptor, chunk.start, 4) : identifier) +
+                shown(identifier == "LIST" ? readAt(descriptor, chunk.start, 4) : identifier) +
                 " of more than 64 MiB");
             continue;
         }
-        auto bytes = bytesAt(descriptor, chunk.start, chunk.size);
+        auto bytes = readAt(descriptor, chunk.start, chunk.size);
         if (identifier == "id3 " || identifier == "ID3 ") id3_ = bytes;
         chunks_.push_back({std::move(identifier), std::move(bytes)});
     }
@@ -412,9 +283,16 @@ void Metadata::readTags(int descriptor) {
         }
     };
     auto* const factory = TagLib::ID3v2::FrameFactory::instance();
-    switch (containerOf(format_)) {
+    switch (placeOf(format_).container) {
         case SF_FORMAT_FLAC:
-            readFlac(descriptor);
+            for (auto& [type, bytes] : flacBlocks(descriptor)) {
+                if (type == comment)
+                    takeComments(bytes);
+                else if (type == picture)
+                    pictures_.push_back(std::move(bytes));
+                else if (type == application || type == cueSheet)
+                    blocks_.emplace_back(type, std::move(bytes));
+            }
             break;
         case SF_FORMAT_OGG:
             useOgg(descriptor, format_, [&](auto& file) {
@@ -429,7 +307,9 @@ void Metadata::readTags(int descriptor) {
                                                                                   factory, false);
             takeProperties(tagged.file.properties());
             takeId3(tagged.file.ID3v2Tag());
-            if (tagged.file.hasID3v2Tag()) id3_ = stringOf(tagged.file.ID3v2Tag()->render());
+            if (!tagged.file.hasID3v2Tag()) break;
+            id3_ = stringOf(tagged.file.ID3v2Tag()->render());
+            if (tagged.file.hasAPETag()) lostAlways_.push_back("APE tag");
             break;
         }
         default:
@@ -439,44 +319,29 @@ void Metadata::readTags(int descriptor) {
                 if (file.hasID3v2Tag()) takeProperties(file.ID3v2Tag()->properties());
                 takeId3(file.ID3v2Tag());
             }
-            for (const auto& [identifier, bytes] : chunks_)
-                if (identifier == "LIST" && bytes.starts_with("INFO")) readInfo(bytes);
+            for (const auto& chunk : chunks_)
+                if (chunk.isList("INFO")) readInfo(chunk.bytes);
     }
 }
 
-void Metadata::readInfo(std::string_view list) {
-    for (std::size_t at = 4; at + 8 <= list.size();) {
-        const auto key = list.substr(at, 4);
-        const auto size = numberAt(list, at + 4, 4, false);
-        auto text = list.substr(at + 8, size);
-        text = text.substr(0, text.find('\0'));
-        at += 8 + size + size % 2;
-        const auto* const known =
-            std::ranges::find(infoKeys, key, &decltype(infoKeys)::value_type::first);
-        if (known == infoKeys.end())
-            lostInfo_.push_back(shown(std::string(key)));
-        else if (!text.empty() && !hasKey(texts_, known->second))
-            texts_.emplace_back(known->second, text);
-    }
-}
-
-void Metadata::readFlac(int descriptor) {
-    for (auto& [type, bytes] : flacBlocks(descriptor)) {
-        if (type == comment)
-            takeComments(bytes);
-        else if (type == picture)
-            pictures_.push_back(std::move(bytes));
-        else if (type == application || type == cueSheet)
-            blocks_.emplace_back(type, std::move(bytes));
+void Metadata::readInfo(const std::string& list) {
+    for (const auto& [identifier, bytes] : chunksInList(list)) {
+        const auto* const key =
+            std::ranges::find(textKeys, std::string_view(identifier), &Key::info);
+        const auto text = bytes.substr(0, bytes.find('\0'));
+        if (key == textKeys.end())
+            lostInfo_.push_back(shown(identifier));
+        else if (!text.empty() && findKey(texts_, key->name) == texts_.end())
+            texts_.emplace_back(key->name, text);
     }
 }
 
 void Metadata::takeComments(std::string_view comments) {
-    const auto vendor = numberAt(comments, 0, 4, false);
+    const auto vendor = numberAt(comments, 0, 4, little);
     std::size_t at = 4 + vendor + 4;
-    for (auto count = numberAt(comments, 4 + vendor, 4, false);
+    for (auto count = numberAt(comments, 4 + vendor, 4, little);
          count > 0 && at + 4 <= comments.size(); --count) {
-        const auto size = numberAt(comments, at, 4, false);
+        const auto size = numberAt(comments, at, 4, little);
         if (at + 4 + size > comments.size()) return;
         const std::string text(comments.substr(at + 4, size));
         at += 4 + size;
@@ -492,73 +357,74 @@ void Metadata::takeComments(std::string_view comments) {
 }
 
 bool Metadata::keepsChunks(int format) const {
-    return familyOf(format) != 0 && familyOf(format) == familyOf(format_);
+    const int family = placeOf(format).family;
+    return family != 0 && family == placeOf(format_).family;
 }
 
-void Metadata::setStrings(SNDFILE* file, int container) const {
-    // In one family they are among the chunks.
-    const bool areChunks = std::ranges::any_of(
-        chunks_, [](const auto& chunk) { return isTextChunk(chunk.identifier, chunk.bytes); });
-    if (keepsChunks(container) && areChunks) return;
-    for (const auto& [key, text] : strings_)
-        if (text.size() < flacBlockLimit - commentReserve || !takesComments(container))
-            sf_set_string(file, key, text.c_str());
+bool Metadata::keepsTexts(int format) const {
+    return keepsChunks(format) && std::ranges::any_of(chunks_, isTextChunk);
 }
 
-std::vector<Metadata::Chunk> Metadata::chunksFor(int format) const {
-    std::vector<Chunk> result;
-    const int family = familyOf(format);
+void Metadata::setStrings(SNDFILE* file, int format) const {
+    if (keepsTexts(format)) return;
+    for (const auto& key : textKeys)
+        if (const auto text = findKey(texts_, key.name);
+            text != texts_.end() && (text->second.size() < flacBlockLimit - commentReserve ||
+                                     !placeOf(format).takesComments))
+            sf_set_string(file, key.string, text->second.c_str());
+}
+
+NamedChunks Metadata::chunksFor(int format) const {
+    NamedChunks result;
+    const auto place = placeOf(format);
     if (keepsChunks(format)) {
         for (const auto& chunk : chunks_)
-            if (chunk.identifier.size() == 4 || containerOf(format) == SF_FORMAT_W64)
+            if (chunk.identifier.size() == 4 || place.container == SF_FORMAT_W64)
                 result.push_back(chunk);
         return result;
     }
-    const auto markers = markersIn(chunks_);
-    if (!markers.empty() && family == SF_FORMAT_WAV) {
-        result.push_back({"cue ", cueChunk(markers)});
-        result.push_back({"LIST", labelChunk(markers)});
-    }
-    if (!markers.empty() && family == SF_FORMAT_AIFF)
-        result.push_back({"MARK", markChunk(markers)});
+    if (place.family == SF_FORMAT_WAV) result = markersForWav(chunks_);
+    if (place.family == SF_FORMAT_AIFF) result = markersForAiff(chunks_);
     const bool needsId3 =
         !id3_.empty() || !pictures_.empty() || std::ranges::any_of(texts_, [&](const auto& text) {
             return !isStringOf(format, text.first);
         });
-    if (takesId3(format) && needsId3)
-        result.push_back({family == SF_FORMAT_WAV ? "id3 " : "ID3 ", id3Tag()});
+    if (place.takesId3 && needsId3)
+        result.push_back({place.family == SF_FORMAT_WAV ? "id3 " : "ID3 ", id3Tag()});
     return result;
 }
 
 std::string Metadata::wavChunks() const {
-    std::string all;
-    for (const auto& [identifier, bytes] : chunksFor(SF_FORMAT_WAV)) {
-        all += identifier;
-        all += number(bytes.size(), 4, false);
-        all += bytes;
-        if (bytes.size() % 2 != 0) all += '\0';
-    }
+    std::string all, info = "INFO";
+    for (const auto& key : textKeys)
+        if (const auto text = findKey(texts_, key.name); text != texts_.end() && !key.info.empty())
+            info += riffChunk(std::string(key.info), text->second + '\0');
+    if (info.size() > 4 && !keepsTexts(SF_FORMAT_WAV)) all = riffChunk("LIST", info);
+    for (const auto& [identifier, bytes] : chunksFor(SF_FORMAT_WAV))
+        all += riffChunk(identifier, bytes);
     return all;
 }
 
 void Metadata::addTo(const OutputPlace& place, int format) const {
-    if (containerOf(format) == SF_FORMAT_FLAC)
-        addFlacBlocks(place);
-    else if (containerOf(format) == SF_FORMAT_OGG)
-        addOggComments(place, format);
-    else if (containerOf(format) == SF_FORMAT_MPEG)
-        addId3(place);
-    else if (familyOf(format) != 0)
-        addChunks(place, format);
+    switch (placeOf(format).container) {
+        case SF_FORMAT_FLAC:
+            return addFlacBlocks(place);
+        case SF_FORMAT_OGG:
+            return addOggComments(place, format);
+        case SF_FORMAT_MPEG:
+            return addId3(place);
+        default:
+            return addChunks(place, format);
+    }
 }
 
 void Metadata::addChunks(const OutputPlace& place, int format) const {
     const auto chunks = chunksFor(format);
     if (chunks.empty()) return;
-    const auto end = static_cast<std::size_t>(lengthOf(place));
-    // A file of libsndfile's that stayed below 4 GiB is WAV where RF64 was asked for.
-    const auto magic = bytesAt(place.descriptor(), 0, 4);
-    const bool isBigEndian = familyOf(format) != SF_FORMAT_WAV;
+    const auto end = static_cast<std::size_t>(fileLength(place.descriptor()));
+    // libsndfile makes a WAV of an RF64 that stayed below 4 GiB.
+    const auto magic = readAt(place.descriptor(), 0, 4);
+    const auto order = placeOf(format).family == SF_FORMAT_WAV ? little : big;
     const bool isCaf = magic == "caff";
     const bool isW64 = magic == "riff";
     const std::size_t alignment = isW64 ? 8 : isCaf ? 1 : 2;
@@ -571,7 +437,7 @@ void Metadata::addChunks(const OutputPlace& place, int format) const {
             added += w64List;
         else
             added += identifier.size() == 4 ? identifier + std::string(w64Tail) : identifier;
-        added += number(bytes.size() + (isW64 ? 24 : 0), isW64 || isCaf ? 8 : 4, isBigEndian);
+        added += bytesOf(bytes.size() + (isW64 ? 24 : 0), isW64 || isCaf ? 8 : 4, order);
         added += bytes;
     }
     while ((end + added.size()) % alignment != 0) added += '\0';
@@ -583,11 +449,11 @@ void Metadata::addChunks(const OutputPlace& place, int format) const {
     else
         put(place, added, end);
     if (magic == "RF64")
-        put(place, number(total - 8, 8, false), 20);
+        put(place, bytesOf(total - 8, 8, little), 20);
     else if (isW64)
-        put(place, number(total, 8, false), 16);
+        put(place, bytesOf(total, 8, little), 16);
     else if (!isCaf)
-        put(place, number(total - 8, 4, isBigEndian), 4);
+        put(place, bytesOf(total - 8, 4, order), 4);
 }
 
 std::pair<Metadata::Texts, Metadata::Texts> Metadata::splitForFlac() const {
@@ -603,14 +469,15 @@ std::pair<Metadata::Texts, Metadata::Texts> Metadata::splitForFlac() const {
 }
 
 std::string Metadata::comments(std::string_view old, const Texts& texts, bool withPictures) const {
-    auto result = std::string(old.substr(0, 4 + numberAt(old, 0, 4, false)));  // the encoder's name
+    auto result =
+        std::string(old.substr(0, 4 + numberAt(old, 0, 4, little)));  // the encoder's name
     std::vector<std::string> fields;
     for (const auto& [key, text] : texts) fields.push_back(fmt::format("{}={}", key, text));
     if (withPictures)
         for (const auto& block : pictures_)
             fields.push_back("METADATA_BLOCK_PICTURE=" + stringOf(vectorOf(block).toBase64()));
-    result += number(fields.size(), 4, false);
-    for (const auto& field : fields) result += number(field.size(), 4, false) + field;
+    result += bytesOf(fields.size(), 4, little);
+    for (const auto& field : fields) result += bytesOf(field.size(), 4, little) + field;
     return result;
 }
 
@@ -627,7 +494,7 @@ void Metadata::addFlacBlocks(const OutputPlace& place) const {
     for (const auto& [type, bytes] : blocks) {
         const bool isLast = all.size() + 4 + bytes.size() == lengthOf(blocks);
         all += static_cast<char>(type | (isLast ? 0x80 : 0));
-        all += number(bytes.size(), 3, true) + bytes;
+        all += bytesOf(bytes.size(), 3, big) + bytes;
     }
     replace(place, all, 4, old);
 }
@@ -635,7 +502,7 @@ void Metadata::addFlacBlocks(const OutputPlace& place) const {
 void Metadata::addOggComments(const OutputPlace& place, int format) const {
     if (texts_.empty() && pictures_.empty()) return;
     const auto magic = packetMagic(format);
-    const auto before = lengthOf(place);
+    const auto before = fileLength(place.descriptor());
     std::int64_t growth = 0;
     useOgg(place.descriptor(), format, [&](auto& file) {
         const auto old = stringOf(file.packet(1));
@@ -646,12 +513,12 @@ void Metadata::addOggComments(const OutputPlace& place, int format) const {
         file.setPacket(1, vectorOf(packet));
         file.TagLib::Ogg::File::save();  // that of its class would write its own comments
     });
-    if (growth > 0 && lengthOf(place) < before + growth) place.failToWrite(ENOSPC);
+    if (growth > 0 && fileLength(place.descriptor()) < before + growth) place.failToWrite(ENOSPC);
 }
 
 void Metadata::addId3(const OutputPlace& place) const {
     if (texts_.empty() && pictures_.empty() && id3_.empty()) return;
-    const auto head = bytesAt(place.descriptor(), 0, 10);
+    const auto head = readAt(place.descriptor(), 0, 10);
     std::size_t old = 0;
     if (head.starts_with("ID3")) old = TagLib::ID3v2::Header(vectorOf(head)).completeTagSize();
     replace(place, id3Tag(), 0, old);
@@ -683,23 +550,27 @@ std::vector<std::string> Metadata::lostIn(int format) const {
     const auto lose = [&](const std::string& name) {
         if (!isAmong(lost, name)) lost.push_back(name);
     };
-    const int family = familyOf(format);
-    const bool keepsMarkers = family == SF_FORMAT_WAV || family == SF_FORMAT_AIFF;
-    for (const auto& [identifier, bytes] : chunks_) {
-        const bool isKept = keepsChunks(format)
-                                ? identifier.size() == 4 || containerOf(format) == SF_FORMAT_W64
-                                : isTextChunk(identifier, bytes) ||
-                                      (keepsMarkers && isMarkerChunk(identifier, bytes));
+    const auto place = placeOf(format);
+    const bool keepsAll = keepsChunks(format);
+    const bool keepsMarkers = place.family == SF_FORMAT_WAV || place.family == SF_FORMAT_AIFF;
+    for (const auto& chunk : chunks_) {
+        const auto& [identifier, bytes] = chunk;
+        const bool isKept = keepsAll ? identifier.size() == 4 || place.container == SF_FORMAT_W64
+                                     : isTextChunk(chunk) || (keepsMarkers && isMarkerChunk(chunk));
         if (!isKept) lose(shown(identifier == "LIST" ? bytes : identifier));
+        if (isKept && !keepsAll &&
+            chunk.isList("adtl"))  // only the names of markers are translated
+            for (const auto& item : chunksInList(bytes))
+                if (item.identifier != "labl") lose(shown(item.identifier));
     }
-    if (!takesComments(format) && !takesId3(format) && !keepsChunks(format)) {
+    if (!place.takesComments && !place.takesId3 && !keepsAll) {
         if (!pictures_.empty()) lose("pictures");
         for (const auto& [key, text] : texts_)
             if (!isStringOf(format, key)) lose(key);
     }
-    if (!keepsChunks(format)) std::ranges::for_each(lostInfo_, lose);
-    if (!keepsChunks(format) && !takesId3(format)) std::ranges::for_each(lostFrames_, lose);
-    if (containerOf(format) != SF_FORMAT_FLAC) {
+    if (!keepsAll) std::ranges::for_each(lostInfo_, lose);
+    if (!keepsAll && !place.takesId3) std::ranges::for_each(lostFrames_, lose);
+    if (place.container != SF_FORMAT_FLAC) {
         for (const auto& [type, bytes] : blocks_)
             lose(type == cueSheet ? "cue sheet" : "application data");
         return lost;

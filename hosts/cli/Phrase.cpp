@@ -55,7 +55,7 @@ class Noise {
     std::uint32_t state_;
 };
 
-/// Falls by a factor e in so many seconds, as (1 - 1/n) per frame.
+/// The factor per frame, 1 - 1/n, of a decay to 1/e in so many seconds.
 double decay(double seconds) {
     return 1 - 1 / (seconds * Phrase::rate);
 }
@@ -63,7 +63,7 @@ double decay(double seconds) {
 struct Mix {
     std::vector<double> left = std::vector<double>(length);
     std::vector<double> right = std::vector<double>(length);
-    std::vector<double> room = std::vector<double>(length);  ///< what the room hears
+    std::vector<double> room = std::vector<double>(length);  ///< the send to the room
 
     void add(int frame, double l, double r, double send) {
         if (frame >= length) return;

@@ -90,7 +90,7 @@ void Renderer::deliverProcessed(const float* left, const float* right, std::uint
     if (dropped < frames) sink_(left + dropped, right + dropped, frames - dropped);
 }
 
-/// Pushes out the frames that the effect still holds, with silence behind them.
+/// Pushes the frames that are still in the effect out with silence.
 void Renderer::drain() {
     if (surplus_ == Instance::captureFrames) return;
     for (std::uint32_t rest = Instance::captureFrames; rest > 0;) {

@@ -44,7 +44,7 @@ class Renderer {
     /// each call, so every call but the last takes a multiple of the block.
     void process(float* left, float* right, std::uint32_t frames);
 
-    /// The end of the input: delivers what the effect still holds.
+    /// The end of the input: delivers the frames that are still in the effect.
     void finish();
 
  private:
@@ -60,7 +60,7 @@ class Renderer {
     std::size_t nextEvent_ = 0;
     std::int64_t position_ = 0;  ///< input frames so far
     bool bypassed_;
-    std::uint32_t surplus_;  ///< processed frames that will come out before the first one to keep
+    std::uint32_t surplus_;  ///< processed frames to drop before the first one to keep
     std::vector<float> silenceLeft_, silenceRight_;
 };
 

@@ -8,7 +8,7 @@ namespace qov::cli {
 /// File formats and sample subtypes by name, as constants of libsndfile.
 namespace soundFormat {
 
-/// The type that holds samples of a subtype between file and effect.
+/// The type of samples between file and effect.
 enum class Carrier { integers, floats, doubles };
 
 /// The container of a name ("wav", "flac") or a file's ending, with a subtype where the name
@@ -29,7 +29,7 @@ int subtypeFor(int container, int inputSubtype, int rate);
 /// Whether the library writes two channels of this subtype in this container at this rate.
 bool isWritable(int container, int subtype, int rate);
 
-/// The type that holds the samples of a subtype without loss.
+/// The type that represents the samples of a subtype exactly.
 Carrier carrierOf(int subtype);
 /// Bits of an integer subtype, 8..32; 0 for others.
 int bitsOf(int subtype);

@@ -18,16 +18,14 @@
 
 #include "hosts/cli/Command.h"
 #include "hosts/cli/SoundFormat.h"
+#include "hosts/cli/fileBytes.h"
 #include "hosts/cli/soundChunks.h"
 
 namespace qov::cli {
 namespace {
 
-using soundFormat::Carrier;
-
-constexpr float integerScale = 1.0F / 2147483648.0F;  // 2^-31
 constexpr int maximumChannels = 2;
-/// Containers whose samples libsndfile finds, and whose end it keeps, without going back.
+/// Containers whose samples and end libsndfile finds without seeking.
 constexpr std::array pipeContainers{SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_AIFF,
                                     SF_FORMAT_AU,  SF_FORMAT_OGG,   SF_FORMAT_MPEG};
 constexpr auto pipeAdvice =
@@ -61,17 +59,15 @@ struct StandardInput {
 
 /// What libsndfile cannot open: a CAF file of plain samples whose header gives no length.
 SF_INFO describeCaf(int descriptor) {
-    std::array<unsigned char, 52> header{};
+    const auto header = readAt(descriptor, 0, 52);
+    const std::string_view text = header;
     SF_INFO info{};
-    if (pread(descriptor, header.data(), header.size(), 0) != std::ssize(header)) return info;
-    const auto number = [&](std::size_t at, int bytes) {
-        std::uint64_t value = 0;
-        for (int i = 0; i < bytes; ++i) value = value << 8 | header[at++];
-        return value;
-    };
-    const std::string_view text(reinterpret_cast<const char*>(header.data()), header.size());
-    if (!text.starts_with("caff") || text.substr(8, 4) != "desc" || text.substr(28, 4) != "lpcm")
+    if (text.size() < 52 || !text.starts_with("caff") || text.substr(8, 4) != "desc" ||
+        text.substr(28, 4) != "lpcm")
         return info;
+    const auto number = [&](std::size_t at, int bytes) {
+        return numberAt(text, at, bytes, std::endian::big);
+    };
     const auto rate = std::bit_cast<double>(number(20, 8));
     const auto flags = number(32, 4);
     const auto bits = number(48, 4);
@@ -111,8 +107,7 @@ struct SoundReader::State {
     bool isDamaged = false;
     std::optional<std::int64_t> frames;
     std::int64_t framesRead = 0;
-    std::vector<std::int32_t> integers;
-    std::vector<float> floats;
+    std::vector<float> interleaved;  ///< for read()
 
     ~State() {
         if (file) sf_close(file);
@@ -155,10 +150,11 @@ struct SoundReader::State {
                 fmt::format("{}: is truncated: the page that ends its stream is missing; "
                             "render --salvage takes the rest",
                             name));
-        if (file && info.frames == 0 && !isPipe && !isDamaged) throw Failure(noSamples());
+        if (file && info.frames == 0 && !isPipe && !isDamaged)
+            throw Failure(fmt::format("{}: has no samples behind its header", name));
     }
 
-    /// Compares the length by the header with what the file holds.
+    /// Compares the length by the header with the length of the file.
     void checkLength(const SoundChunks& chunks) {
         const auto missing = chunks.missing();
         isDamaged = chunks.isUnfinished || missing > 0;
@@ -201,31 +197,23 @@ struct SoundReader::State {
         info.frames = chunks.available / frameBytes();
     }
 
-    /// Bytes of a frame; of a packed format, about so many, and at least one.
+    /// Bytes of a frame, at least 1; an estimate for packed formats.
     int frameBytes() const { return std::max(sf_current_byterate(file) / info.samplerate, 1); }
 
-    /// Whether the header does not say how long the input is.
+    /// Whether the header does not give the length of the input.
     bool isOpen() const {
         if (info.frames > SF_COUNT_MAX / 1024) return true;  // FLAC; AU in a pipe
         const std::int64_t bytesPerSecond = sf_current_byterate(file);
         return !info.seekable && isOpenSize(info.frames * bytesPerSecond / info.samplerate);
     }
 
-    std::string noSamples() const {
-        return fmt::format("{}: has no samples behind its header", name);
-    }
-
-    /// Why the library's last call failed, without the dot that ends its sentence.
-    std::string_view reason() const {
-        std::string_view why = sf_strerror(file);
-        while (why.ends_with('.')) why.remove_suffix(1);
-        return why;
-    }
-
     void check(bool upmix) const {
-        if (!file)
-            throw Failure(fmt::format("{}: not a sound file that can be read: {}{}{}", name,
-                                      reason(), isPipe ? "; " : "", isPipe ? pipeAdvice : ""));
+        if (!file) {
+            std::string_view why = sf_strerror(nullptr);
+            while (why.ends_with('.')) why.remove_suffix(1);
+            throw Failure(fmt::format("{}: not a sound file that can be read: {}{}{}", name, why,
+                                      isPipe ? "; " : "", isPipe ? pipeAdvice : ""));
+        }
         const int container = info.format & SF_FORMAT_TYPEMASK;
         if (isPipe && std::ranges::find(pipeContainers, container) == pipeContainers.end())
             throw Failure(
@@ -260,13 +248,12 @@ struct SoundReader::State {
             if (rest != 0)
                 throw Failure(
                     fmt::format("{}: is truncated: it ends {} bytes into a frame", name, rest));
-            if (framesRead == 0) throw Failure(fmt::format("{}: is empty", name));
             return;
         }
         if (!frames && framesRead >= info.frames && info.frames > 0)
             throw Failure(fmt::format(
                 "{}: is longer than a WAV stream can be; send raw floats with --raw", name));
-        // libsndfile takes a stream whose header says 0 bytes for an empty one.
+        // libsndfile reads nothing of a stream whose header gives 0 bytes.
         char more = 0;
         if (isPipe && framesRead == 0 && ::read(descriptor, &more, 1) == 1)
             throw Failure(
@@ -278,17 +265,14 @@ struct SoundReader::State {
             isDamaged = true;
             if (framesRead > 0) return;
         }
-        if ((isDamaged || isShort) && framesRead == 0)
+        if (isDamaged && framesRead == 0)
             throw Failure(fmt::format("{}: is truncated before its first whole frame", name));
         if (isShort)
             throw Failure(fmt::format(
                 "{}: is truncated: it ends after {} of {} frames; render --salvage takes them",
                 name, framesRead, *frames));
         if (sf_error(file) != SF_ERR_NO_ERROR)
-            throw Failure(fmt::format(
-                "{}: cannot read: {}{}", name, reason(),
-                framesRead > 0 ? "; render --salvage takes the frames before that" : ""));
-        if (framesRead == 0) throw Failure(noSamples());
+            throw Failure(fmt::format("{}: cannot read: {}", name, sf_strerror(file)));
     }
 };
 
@@ -312,10 +296,6 @@ bool SoundReader::isDamaged() const {
 
 std::int64_t SoundReader::framesRead() const {
     return state_->framesRead;
-}
-
-const std::string& SoundReader::name() const {
-    return state_->name;
 }
 
 int SoundReader::rate() const {
@@ -342,36 +322,24 @@ bool SoundReader::isFileOf(int format) const {
 }
 
 void SoundReader::copyBytes(const std::function<void(std::string_view)>& write) {
-    std::array<char, 65536> bytes{};
-    for (off_t at = 0;;) {
-        const auto got = pread(state_->descriptor, bytes.data(), bytes.size(), at);
-        if (got < 0)
+    std::string bytes;
+    for (std::int64_t at = 0;; at += std::ssize(bytes)) {
+        errno = 0;
+        bytes = readAt(state_->descriptor, at, 65536);
+        if (errno != 0)
             throw Failure(fmt::format("{}: cannot read: {}", state_->name, std::strerror(errno)));
-        if (got == 0) return;
-        write({bytes.data(), static_cast<std::size_t>(got)});
-        at += got;
+        if (bytes.empty()) return;
+        write(bytes);
     }
 }
 
 std::uint32_t SoundReader::read(float* left, float* right, std::uint32_t frames) {
-    auto& state = *state_;
-    std::uint32_t got = 0;
-    if (soundFormat::carrierOf(state.info.format) == Carrier::integers) {
-        state.integers.resize(std::size_t{2} * frames);
-        got = readFrames(state.integers.data(), frames);
-        const std::int32_t* const from = state.integers.data();
-        for (std::size_t i = 0; i < got; ++i) {
-            left[i] = static_cast<float>(from[2 * i]) * integerScale;
-            right[i] = static_cast<float>(from[2 * i + 1]) * integerScale;
-        }
-    } else {
-        state.floats.resize(std::size_t{2} * frames);
-        got = readFrames(state.floats.data(), frames);
-        const float* const from = state.floats.data();
-        for (std::size_t i = 0; i < got; ++i) {
-            left[i] = from[2 * i];
-            right[i] = from[2 * i + 1];
-        }
+    auto& samples = state_->interleaved;
+    samples.resize(std::size_t{2} * frames);
+    const auto got = readFrames(samples.data(), frames);
+    for (std::size_t i = 0; i < got; ++i) {
+        left[i] = samples[2 * i];
+        right[i] = samples[2 * i + 1];
     }
     return got;
 }

@@ -29,15 +29,13 @@ class SoundReader {
     SoundReader(const SoundReader&) = delete;
     SoundReader& operator=(const SoundReader&) = delete;
 
-    /// As messages have it: the path, or "standard input".
-    const std::string& name() const;
     int rate() const;
     /// Container and subtype, as the sound file library numbers them.
     int format() const;
     /// Whether the input, as far as it was read, was not finished or cut off.
     bool isDamaged() const;
     std::int64_t framesRead() const;
-    /// Unknown for streams whose header does not say it.
+    /// Empty for streams whose header does not give it.
     std::optional<std::int64_t> frames() const;
     Metadata metadata() const;
     /// Whether the input is a whole stereo file of this container and subtype.

@@ -4,11 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <cmath>
-#include <cstring>
 #include <limits>
-#include <string_view>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -17,18 +17,18 @@
 
 #include "hosts/cli/Command.h"
 #include "hosts/cli/SoundFormat.h"
+#include "hosts/cli/fileBytes.h"
+#include "hosts/cli/soundChunks.h"
 #include "hosts/output/OutputPlace.h"
 
 namespace qov::cli {
 namespace {
 
 constexpr std::uint32_t bufferFrames = 8192;
-/// From here on the sizes in a header of 32 bits might not hold.
+/// Files may be larger only with sizes of 64 bits in the header.
 constexpr std::int64_t largestWav = 0xFFF00000;
-/// The size in a header whose length is unknown.
-constexpr std::uint32_t unknownLength = 0xFFFFFFFF;
 
-/// A descriptor that can't go back, as the sound file library's virtual file.
+/// A descriptor that cannot seek, as a virtual file of libsndfile.
 struct Stream {
     int descriptor;
     std::int64_t bytes = 0;
@@ -49,40 +49,6 @@ struct Stream {
     }
 };
 
-/// A file in memory; only a header is ever written into it.
-struct Memory {
-    std::vector<char> bytes;
-    std::size_t position = 0;
-
-    static sf_count_t length(void* self) { return std::ssize(static_cast<Memory*>(self)->bytes); }
-    static sf_count_t tell(void* self) {
-        return static_cast<sf_count_t>(static_cast<Memory*>(self)->position);
-    }
-    static sf_count_t seek(sf_count_t offset, int whence, void* self) {
-        const auto from = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? tell(self) : length(self);
-        static_cast<Memory*>(self)->position = static_cast<std::size_t>(from + offset);
-        return tell(self);
-    }
-    static sf_count_t read(void* to, sf_count_t count, void* self) {
-        auto& memory = *static_cast<Memory*>(self);
-        const auto left = memory.bytes.size() - std::min(memory.position, memory.bytes.size());
-        const auto n = std::min(static_cast<std::size_t>(count), left);
-        if (n > 0) std::memcpy(to, memory.bytes.data() + memory.position, n);
-        memory.position += n;
-        return static_cast<sf_count_t>(n);
-    }
-    static sf_count_t write(const void* from, sf_count_t count, void* self) {
-        auto& memory = *static_cast<Memory*>(self);
-        const auto end = memory.position + static_cast<std::size_t>(count);
-        if (memory.bytes.size() < end) memory.bytes.resize(end);
-        if (count > 0)
-            std::memcpy(memory.bytes.data() + memory.position, from,
-                        static_cast<std::size_t>(count));
-        memory.position = end;
-        return count;
-    }
-};
-
 /// Bytes of a sample of a subtype that stores each by itself.
 int sampleBytes(int subtype) {
     if (subtype == SF_FORMAT_DOUBLE) return 8;
@@ -91,69 +57,44 @@ int sampleBytes(int subtype) {
     return bits > 0 ? bits / 8 : 4;
 }
 
-void putLittleEndian(std::vector<char>& bytes, std::size_t at, std::uint32_t value) {
-    for (std::size_t i = 0; i < 4; ++i) bytes[at + i] = static_cast<char>(value >> (8 * i));
-}
-
-/// Takes the time of day out of an RF64's peak chunk, which the library writes there unasked.
+/// Clears the time of day in an RF64's peak chunk, which the library writes there unasked.
 void clearPeakTime(int descriptor) {
-    constexpr std::size_t firstChunk = 12;
-    constexpr std::size_t timeInChunk = 12;
-    std::array<char, 4096> header{};
-    const auto length = pread(descriptor, header.data(), header.size(), 0);
-    const std::string_view bytes(header.data(),
-                                 static_cast<std::size_t>(std::max<ssize_t>(length, 0)));
-    for (std::size_t at = firstChunk; at + 16 <= bytes.size() && bytes.substr(at, 4) != "data";) {
-        constexpr std::array<char, 4> never{};
-        if (bytes.substr(at, 4) == "PEAK" && pwrite(descriptor, never.data(), never.size(),
-                                                    static_cast<off_t>(at + timeInChunk)) < 0)
-            return;
-        std::uint32_t size = 0;
-        for (std::size_t i = 4; i-- > 0;)
-            size = size << 8 | static_cast<unsigned char>(bytes[at + 4 + i]);
-        at += 8 + std::size_t{size} + size % 2;
-    }
+    constexpr std::int64_t timeInChunk = 4;
+    const auto chunks = readSoundChunks(descriptor);
+    if (!chunks) return;
+    for (const auto& chunk : chunks->others)
+        if (chunk.identifier == "PEAK") {
+            constexpr std::array<char, 4> never{};
+            [[maybe_unused]] const auto written =
+                pwrite(descriptor, never.data(), never.size(), chunk.start + timeInChunk);
+        }
 }
 
-void prepare(SNDFILE* file, const Metadata& metadata, int container) {
-    // The peak chunk holds the time of day: the same input would give another file every second.
-    sf_command(file, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
-    metadata.setStrings(file, container);
-}
-
-/// The header of a WAV stream: made by the library for an empty file, with the sizes put in
-/// afterwards.
-std::vector<char> wavHeader(const SoundWriter::Shape& shape, const Metadata& metadata) {
-    Memory memory;
-    SF_VIRTUAL_IO io{Memory::length, Memory::seek, Memory::read, Memory::write, Memory::tell};
-    SF_INFO info{};
-    info.samplerate = shape.rate;
-    info.channels = 2;
-    info.format = SF_FORMAT_WAV | shape.subtype;
-    SNDFILE* const file = sf_open_virtual(&io, SFM_WRITE, &info, &memory);
-    if (!file) throw Failure(fmt::format("cannot make a WAV header: {}", sf_strerror(nullptr)));
-    prepare(file, metadata, SF_FORMAT_WAV);
-    sf_command(file, SFC_UPDATE_HEADER_NOW, nullptr, 0);
-    auto header = memory.bytes;
-    sf_close(file);
-    constexpr int dataHeader = 8;
-    const auto chunks = metadata.wavChunks();
-    header.insert(header.end() - dataHeader, chunks.begin(), chunks.end());
-
-    const std::int64_t dataBytes =
-        shape.frames.value_or(largestWav) * 2 * sampleBytes(shape.subtype);
-    const bool isKnown = shape.frames && dataBytes + std::ssize(header) < largestWav;
-    const auto orUnknown = [&](std::int64_t value) {
-        return isKnown ? static_cast<std::uint32_t>(value) : unknownLength;
+/// The header of a WAV stream up to its samples.
+std::string wavHeader(const SoundWriter::Shape& shape, const Metadata& metadata) {
+    const auto number = [](std::int64_t value, int bytes) {
+        return bytesOf(static_cast<std::uint64_t>(value), bytes, std::endian::little);
     };
-    putLittleEndian(header, 4, orUnknown(std::ssize(header) - 8 + dataBytes));
-    putLittleEndian(header, header.size() - 4, orUnknown(dataBytes));
-    constexpr std::string_view fact("fact\4\0\0\0", 8);
-    const auto at = std::search(header.begin(), header.end(), fact.begin(), fact.end());
-    if (at != header.end())
-        putLittleEndian(header, static_cast<std::size_t>(at - header.begin()) + fact.size(),
-                        orUnknown(shape.frames.value_or(0)));
-    return header;
+    const int bytes = sampleBytes(shape.subtype);
+    constexpr int channels = 2, integer = 1, floating = 3, alaw = 6, ulaw = 7;
+    const int codec = shape.subtype == SF_FORMAT_ULAW          ? ulaw
+                      : shape.subtype == SF_FORMAT_ALAW        ? alaw
+                      : soundFormat::bitsOf(shape.subtype) > 0 ? integer
+                                                               : floating;
+    const bool isExtended = codec == alaw || codec == ulaw;
+    auto chunks = "fmt " + number(isExtended ? 18 : 16, 4) + number(codec, 2) +
+                  number(channels, 2) + number(shape.rate, 4) +
+                  number(std::int64_t{shape.rate} * channels * bytes, 4) +
+                  number(channels * bytes, 2) + number(8 * bytes, 2) +
+                  (isExtended ? number(0, 2) : std::string());
+    const auto more = metadata.wavChunks();
+    constexpr std::int64_t headers = 12 + 8 + 12;  // RIFF, data and fact
+    const auto samples = shape.frames.value_or(largestWav) * channels * bytes;
+    const auto begin = std::ssize(chunks) + std::ssize(more) + headers;
+    const bool isKnown = shape.frames && begin + samples < largestWav;
+    if (codec != integer) chunks += "fact" + number(4, 4) + number(isKnown ? *shape.frames : -1, 4);
+    chunks += more + "data" + number(isKnown ? samples : -1, 4);
+    return "RIFF" + number(isKnown ? 4 + std::ssize(chunks) + samples : -1, 4) + "WAVE" + chunks;
 }
 
 }  // namespace
@@ -178,9 +119,7 @@ struct SoundWriter::State {
     void openStream(const Shape& shape) {
         if (!shape.isRaw) {
             const auto header = wavHeader(shape, metadata);
-            if (Stream::write(header.data(), std::ssize(header), &stream) < std::ssize(header))
-                fail();
-            stream.bytes = 0;
+            if (!hosts::writeFully(stream.descriptor, header.data(), header.size())) fail();
         }
         SF_VIRTUAL_IO io{Stream::length, Stream::seek, Stream::read, Stream::write, Stream::tell};
         SF_INFO info{};
@@ -202,7 +141,10 @@ struct SoundWriter::State {
         file = sf_open_fd(place.descriptor(), SFM_WRITE, &info, SF_FALSE);
         if (!file) return;
         if (mayGrow) sf_command(file, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
-        prepare(file, metadata, shape.container);
+        // The peak chunk holds the time of day: the same input would give another file every
+        // second.
+        sf_command(file, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+        metadata.setStrings(file, shape.container);
     }
 
     void requireRoomFor(std::int64_t frames) const {

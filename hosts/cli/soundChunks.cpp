@@ -1,14 +1,13 @@
 #include "hosts/cli/soundChunks.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
 #include <string_view>
 #include <utility>
+
+#include "hosts/cli/fileBytes.h"
 
 namespace qov::cli {
 namespace {
@@ -22,7 +21,7 @@ struct Layout {
     std::endian order;
     bool countsHeader;         ///< a size includes the identifier and itself
     int alignment;             ///< of chunks, in bytes
-    std::string_view samples;  ///< begin of the identifier
+    std::string_view samples;  ///< start of the identifier
     int beforeSamples;         ///< bytes of that chunk before the first sample
 };
 
@@ -43,19 +42,13 @@ struct File {
     int descriptor;
     std::int64_t length;
 
-    std::string read(std::int64_t at, std::size_t count) const {
-        std::string bytes(count, '\0');
-        const auto got = pread(descriptor, bytes.data(), count, at);
-        bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
-        return bytes;
+    std::string read(std::int64_t at, std::int64_t count) const {
+        return readAt(descriptor, at, count);
     }
     std::optional<std::int64_t> number(std::int64_t at, int count, std::endian order) const {
-        auto bytes = read(at, static_cast<std::size_t>(count));
+        const auto bytes = read(at, count);
         if (std::ssize(bytes) < count) return std::nullopt;
-        if (order == std::endian::little) std::ranges::reverse(bytes);
-        std::uint64_t value = 0;
-        for (const char byte : bytes) value = value << 8 | static_cast<unsigned char>(byte);
-        return static_cast<std::int64_t>(value);
+        return static_cast<std::int64_t>(numberAt(bytes, 0, count, order));
     }
 };
 
@@ -73,7 +66,7 @@ class Walk {
     bool follow(std::int64_t at) {
         const int header = layout_.identifierBytes + layout_.sizeBytes;
         while (at < file_.length && chunks_.others.size() < mostChunks) {
-            auto identifier = file_.read(at, static_cast<std::size_t>(layout_.identifierBytes));
+            auto identifier = file_.read(at, layout_.identifierBytes);
             const auto size =
                 file_.number(at + layout_.identifierBytes, layout_.sizeBytes, layout_.order);
             const bool isText = std::ranges::all_of(identifier.substr(0, 4),
@@ -95,7 +88,7 @@ class Walk {
         return true;
     }
 
-    /// Whether the chunks can be followed behind that of the samples, which end at `next`.
+    /// Whether more chunks follow that of the samples, which ends at `next`.
     bool takeSamples(std::int64_t start, std::int64_t content, std::int64_t next) {
         hasSamples_ = true;
         chunks_.start = start + layout_.beforeSamples;
@@ -126,13 +119,10 @@ std::optional<SoundChunks> readAuHeader(const File& file, std::endian order) {
 
 bool lacksOggEnd(int descriptor) {
     constexpr std::size_t header = 27;
-    constexpr std::size_t tailBytes = 2 * (header + 255 + 255 * 255);  // of two largest pages
-    struct stat status {};
-    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return false;
-    const File file{descriptor, status.st_size};
+    constexpr std::int64_t tailBytes = 2 * (header + 255 + 255 * 255);  // of two largest pages
+    const File file{descriptor, fileLength(descriptor)};
     if (file.read(0, 4) != "OggS") return false;
-    const auto tail =
-        file.read(std::max<std::int64_t>(file.length - std::int64_t{tailBytes}, 0), tailBytes);
+    const auto tail = file.read(std::max<std::int64_t>(file.length - tailBytes, 0), tailBytes);
     const auto at = tail.rfind("OggS");
     if (at == std::string::npos) return true;
     const auto page = std::string_view(tail).substr(at);
@@ -161,9 +151,8 @@ std::int64_t SoundChunks::missing() const {
 }
 
 std::optional<SoundChunks> readSoundChunks(int descriptor) {
-    struct stat status {};
-    if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
-    const File file{descriptor, status.st_size};
+    const File file{descriptor, fileLength(descriptor)};
+    if (file.length < 0) return std::nullopt;
     const auto magic = file.read(0, 4);
     if (magic == ".snd") return readAuHeader(file, std::endian::big);
     if (magic == "dns.") return readAuHeader(file, std::endian::little);

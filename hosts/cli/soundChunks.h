@@ -7,7 +7,7 @@
 
 namespace qov::cli {
 
-/// What the header of a sound file says of its parts, beside what the file holds.
+/// The chunks of a sound file by its header, and the bytes that are in fact there.
 struct SoundChunks {
     /// A part of the header with its identifier.
     struct Chunk {
@@ -20,11 +20,11 @@ struct SoundChunks {
     std::int64_t start = 0;      ///< offset of the first sample
     std::int64_t size = 0;       ///< bytes of samples by the header
     std::int64_t available = 0;  ///< bytes from `start` to the end of the file
-    /// The header gives no samples, but the file goes on with something else than chunks: the
+    /// The header gives no samples, but bytes follow that are no chunks: the
     /// recording was never finished.
     bool isUnfinished = false;
 
-    /// Whether `size` stands for an unknown length, as programs write it that cannot go back.
+    /// Whether `size` means an unknown length, as programs write it whose output cannot seek.
     bool isOpen() const;
     /// Bytes of samples that the header promises and the file lacks.
     std::int64_t missing() const;

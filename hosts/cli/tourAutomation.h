@@ -4,7 +4,7 @@
 
 namespace qov::cli {
 
-/// The text of tour.automation, which goes with playPhrase().
+/// The text of tour.automation, which is made for playPhrase().
 std::string_view tourAutomation();
 
 }  // namespace qov::cli

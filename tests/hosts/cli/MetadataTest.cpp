@@ -51,7 +51,7 @@ const std::string info =
 const std::vector<std::string> chunks{
     chunk("bext", "take" + std::string(334, '\0') + number(158760000) + std::string(261, '\1')),
     chunk("cue ", number(1) + number(7) + number(0) + "data" + std::string(8, '\0') + number(4410)),
-    chunk("LIST", "adtl" + chunk("labl", number(7) + "verse\0"s)),
+    chunk("LIST", "adtl" + chunk("labl", number(7) + "verse\0"s) + chunk("note", number(7) + "x"s)),
     chunk("smpl", std::string(36, '\2')),
     chunk("iXML", "<BWFXML>odd</BWFXML>!"),
     info,
@@ -100,7 +100,7 @@ TEST_F(Metadata, ChunksGoAsTheyAreIntoTheirFamilyAndABypassedFileIsCopied) {
 TEST_F(Metadata, OtherFormatsGetWhatTheyHaveAPlaceForAndTheRestIsNamed) {
     writeWav(chunks);
     for (const auto& [file, lost] :
-         {std::pair{"out.aiff", "kelvane writes no bext, smpl, iXML, IENG into aiff"},
+         {std::pair{"out.aiff", "kelvane writes no bext, note, smpl, iXML, IENG into aiff"},
           {"out.caf", "kelvane writes no bext, cue, adtl, smpl, iXML, IENG into caf"},
           {"out.flac", "kelvane writes no bext, cue, adtl, smpl, iXML, IENG into flac"},
           {"out.au", "kelvane writes no bext, cue, adtl, smpl, iXML, TITLE, IENG into au"}}) {
