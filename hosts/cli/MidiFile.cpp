@@ -15,10 +15,10 @@
 namespace qov::cli {
 namespace {
 
-constexpr std::uint8_t kMeta = 0xFF;  // how a file marks a meta event
-constexpr std::size_t kLargestFile = 16 << 20;
+constexpr std::uint8_t metaEvent = 0xFF;  // how a file marks a meta event
+constexpr std::size_t largestFile = 16 << 20;
 
-/// Reads a file's bytes from front to back and holds every length against what is there.
+/// Reads a file's bytes from front to back and checks every length against what is there.
 class Reader {
  public:
     Reader(std::span<const std::uint8_t> bytes, const std::string& name)
@@ -26,7 +26,7 @@ class Reader {
 
     MidiFile run() {
         header();
-        for (int i = 1; i <= file_.tracks; ++i) track(i);
+        for (std::uint32_t i = 1; i <= tracks_; ++i) track(i);
         std::ranges::stable_sort(file_.events, {}, &MidiFileEvent::pulse);
         return std::move(file_);
     }
@@ -51,7 +51,7 @@ class Reader {
         return value;
     }
 
-    /// The chunk's length; the position is behind it then.
+    /// Reads the chunk's header and returns its length.
     std::uint32_t chunk(std::string_view tag, std::string_view of) {
         need(8, bytes_.size(), of);
         for (const char letter : tag) {
@@ -67,20 +67,20 @@ class Reader {
             fail(0, "not a standard MIDI file, which starts with \"MThd\"");
         if (chunk("MThd", "the header") != 6) fail(4, "the header's length is not 6");
         need(6, bytes_.size(), "the header");
-        const auto format = number(2), tracks = number(2), division = number(2);
+        const auto format = number(2);
+        tracks_ = number(2);
+        const auto division = number(2);
         if (format > 1) fail(8, fmt::format("format {} is not supported; 0 and 1 are", format));
-        if (tracks == 0) fail(10, "there are no tracks");
-        if (format == 0 && tracks != 1)
-            fail(10, fmt::format("a file of format 0 has one track, not {}", tracks));
+        if (tracks_ == 0) fail(10, "there are no tracks");
+        if (format == 0 && tracks_ != 1)
+            fail(10, fmt::format("a file of format 0 has one track, not {}", tracks_));
         if (division & 0x8000) fail(12, "time code (SMPTE) is not supported; pulses a quarter are");
         if (division == 0) fail(12, "0 pulses a quarter note");
-        file_.format = static_cast<int>(format);
-        file_.tracks = static_cast<int>(tracks);
         file_.pulsesPerQuarter = static_cast<int>(division);
     }
 
-    void track(int index) {
-        const auto title = fmt::format("track {} of {}", index, file_.tracks);
+    void track(std::uint32_t index) {
+        const auto title = fmt::format("track {} of {}", index, tracks_);
         const std::size_t length = chunk("MTrk", title);
         need(length, bytes_.size(), title);
         const std::size_t end = at_ + length;
@@ -93,7 +93,6 @@ class Reader {
             if (pulse > std::numeric_limits<int>::max())
                 fail(start, title + " is too long: more than 2147483647 pulses");
             auto& event = file_.events.emplace_back();
-            event.track = index;
             event.pulse = pulse;
             ended = read(event.bytes, running, end, title);
         }
@@ -112,7 +111,7 @@ class Reader {
         fail(at_ - 4, "a number has more than four bytes");
     }
 
-    /// An event behind its time. True at the end of the track.
+    /// Reads an event after its time. True at the end of the track.
     bool read(std::vector<std::uint8_t>& event, std::uint8_t& running, std::size_t end,
               std::string_view title) {
         need(1, end, title);
@@ -126,7 +125,7 @@ class Reader {
             fail(at_, "a data byte where a status byte belongs");
         event = {status};
         if (status >= STATUS_SYSEX) running = 0;
-        if (status == kMeta) return metaEvent(event, end, title);
+        if (status == metaEvent) return readMeta(event, end, title);
         if (status == STATUS_SYSEX || status == STATUS_EOX) {
             if (data(event, end, title) == 0)
                 fail(at_, fmt::format("an empty {:02X} event", status));
@@ -145,7 +144,7 @@ class Reader {
         return false;
     }
 
-    bool metaEvent(std::vector<std::uint8_t>& event, std::size_t end, std::string_view title) {
+    bool readMeta(std::vector<std::uint8_t>& event, std::size_t end, std::string_view title) {
         need(1, end, title);
         const std::size_t start = at_;
         const auto type = peek();
@@ -167,7 +166,7 @@ class Reader {
         return type == META_EOT;
     }
 
-    /// A length and so many bytes, which go to the end of the event.
+    /// Reads a length and so many bytes, and appends them to the event.
     std::uint32_t data(std::vector<std::uint8_t>& event, std::size_t end, std::string_view title) {
         const auto length = variableLength(end, title);
         need(length, end, title);
@@ -180,35 +179,37 @@ class Reader {
     std::span<const std::uint8_t> bytes_;
     const std::string& name_;
     std::size_t at_ = 0;
+    std::uint32_t tracks_ = 0;
     MidiFile file_;
 };
+
+/// Microseconds of a quarter note, of a tempo event; 0 for every other event.
+std::uint32_t microsecondsPerQuarter(const MidiFileEvent& event) {
+    const auto& bytes = event.bytes;
+    if (bytes.size() < 5 || bytes[0] != metaEvent || bytes[1] != META_SETTEMPO) return 0;
+    return std::uint32_t{bytes[2]} << 16 | std::uint32_t{bytes[3]} << 8 | bytes[4];
+}
 
 }  // namespace
 
 MidiFile parseMidiFile(std::span<const std::uint8_t> bytes, const std::string& name) {
-    if (bytes.size() > kLargestFile)
-        throw Failure(fmt::format("{}: larger than {} MB", name, kLargestFile >> 20));
+    if (bytes.size() > largestFile)
+        throw Failure(fmt::format("{}: larger than {} MB", name, largestFile >> 20));
     return Reader(bytes, name).run();
 }
 
 MidiFile readMidiFile(const std::string& path) {
     std::ifstream stream(path, std::ios::binary);
     std::vector<std::uint8_t> bytes;
-    // one byte more than is taken, so that a device without an end is found out
+    // One byte more than is taken, so that a device without an end is refused.
     if (stream) {
-        bytes.resize(kLargestFile + 1);
+        bytes.resize(largestFile + 1);
         stream.read(reinterpret_cast<char*>(bytes.data()),
                     static_cast<std::streamsize>(bytes.size()));
         bytes.resize(static_cast<std::size_t>(stream.gcount()));
     }
     if (stream.bad() || (!stream && !stream.eof())) throw Failure(path + ": cannot be read");
     return parseMidiFile(bytes, path);
-}
-
-std::uint32_t microsecondsPerQuarter(const MidiFileEvent& event) {
-    const auto& bytes = event.bytes;
-    if (bytes.size() < 5 || bytes[0] != kMeta || bytes[1] != META_SETTEMPO) return 0;
-    return std::uint32_t{bytes[2]} << 16 | std::uint32_t{bytes[3]} << 8 | bytes[4];
 }
 
 std::vector<std::int64_t> eventFrames(const MidiFile& file, std::int64_t sampleRate) {

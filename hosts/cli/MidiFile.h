@@ -11,7 +11,6 @@ namespace qov::cli {
 
 /// A message or meta event of one track.
 struct MidiFileEvent {
-    int track = 0;           ///< 1 is the first
     std::int64_t pulse = 0;  ///< since the start of the song
     /// With its status byte and without a length: a meta event as FF, type, data.
     std::vector<std::uint8_t> bytes;
@@ -19,21 +18,16 @@ struct MidiFileEvent {
 
 /// A standard MIDI file of format 0 or 1 whose time is counted in pulses of a quarter note.
 struct MidiFile {
-    int format = 0;
-    int tracks = 0;
     int pulsesPerQuarter = 0;
     std::vector<MidiFileEvent> events;  ///< by time; those of one pulse by track
 };
 
 /// Reads a file's bytes. Throws Failure, "<name>: byte <offset>: <what is wrong>", where they are
-/// damaged or of a kind that MidiFile does not hold.
+/// damaged or of a kind that is not supported.
 MidiFile parseMidiFile(std::span<const std::uint8_t> bytes, const std::string& name);
 
 /// The same for a file; also throws Failure where it can't be read.
 MidiFile readMidiFile(const std::string& path);
-
-/// Microseconds of a quarter note, of a tempo event; 0 for every other event.
-std::uint32_t microsecondsPerQuarter(const MidiFileEvent& event);
 
 /// The frame of each event at `sampleRate` frames a second (1..10000000), the nearest one, half a
 /// frame counting up. Calculated in whole numbers from the tempo changes of all tracks; the tempo

@@ -48,20 +48,18 @@ TEST(MidiFile, MergesItsTracksByTimeAndThenByTrackAndSkipsLongData) {
     const auto listed = [](const std::vector<std::string>& tracks) {
         std::string all;
         for (const auto& event : parse(song(96, tracks)).events)
-            all += fmt::format("{} {} {:02X}, ", event.track, event.pulse,
-                               fmt::join(event.bytes, " "));
+            all += fmt::format("{} {:02X}, ", event.pulse, fmt::join(event.bytes, " "));
         return all;
     };
     EXPECT_EQ(listed({"45 FF 51 03 06 1A 80 00" + end, "00 90 3C 40 45 3C 00 00 C1 05 01" + end}),
-              "2 0 90 3C 40, 1 69 FF 51 06 1A 80, 1 69 FF 2F, 2 69 90 3C 00, 2 69 C1 05, "
-              "2 70 FF 2F, ");
+              "0 90 3C 40, 69 FF 51 06 1A 80, 69 FF 2F, 69 90 3C 00, 69 C1 05, 70 FF 2F, ");
     for (const auto& [length, digits] :
          {std::pair{127, "7F"}, {128, "81 00"}, {200, "81 48"}, {20'000, "81 9C 20"}})
         for (const std::string kind : {"FF 01", "F0", "F7"}) {
             std::string data;
             for (int i = 0; i < length; ++i) data += " 61";
             EXPECT_EQ(listed({"00 " + kind + " " + digits + data + " 00 90 3C 40 00" + end}),
-                      "1 0 " + kind + data + ", 1 0 90 3C 40, 1 0 FF 2F, ")
+                      "0 " + kind + data + ", 0 90 3C 40, 0 FF 2F, ")
                 << length;
         }
 }
