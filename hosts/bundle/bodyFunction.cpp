@@ -16,7 +16,7 @@ namespace {
 void* body = nullptr;
 char bodyPath[PATH_MAX];
 
-void say(const char* what) {
+void report(const char* what) {
     std::fprintf(stderr, "kelvane: %s; install the plug-in again\n", what);
 }
 
@@ -39,7 +39,7 @@ bool findBody() {
 }
 
 void load() {
-    if (!findBody()) return say("the plug-in's own folder cannot be found");
+    if (!findBody()) return report("the plug-in's own folder cannot be found");
     int flags = RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE;
 #if !defined(KELVANE_SHALLOW_BINDING)
     // A host's own Cairo, of another version, stays out of ours. (A sanitizer must see
@@ -47,7 +47,7 @@ void load() {
     flags |= RTLD_DEEPBIND;
 #endif
     body = dlopen(bodyPath, flags);
-    if (!body) return say(dlerror());
+    if (!body) return report(dlerror());
     if (void* start = dlsym(body, "kelvane_start")) reinterpret_cast<void (*)()>(start)();
 }
 
@@ -61,7 +61,7 @@ void* bodyFunction(const char* name) {
     if (!function) {
         char line[PATH_MAX + 128];
         std::snprintf(line, sizeof line, "%s lacks %s", bodyPath, name);
-        say(line);
+        report(line);
     }
     return function;
 }

@@ -8,7 +8,7 @@ namespace qov::hosts {
 /// the body is missing or is of another version. Any thread.
 void* bodyFunction(const char* name);
 
-/// The same as a pointer to a function of that type, which is the caller's to know.
+/// The same as a pointer to a function of that type, which the caller has to know.
 template <class Function>
 Function* bodyFunction(const char* name) {
     return reinterpret_cast<Function*>(bodyFunction(name));

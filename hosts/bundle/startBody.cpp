@@ -4,8 +4,8 @@
 
 #include "platform/foundation/Console.h"
 
-/// Called by each entry once, after it has loaded the body. A host's output is not the place for
-/// the effect's own lines, unless somebody asks for them; then standard error is.
+/// Called by each entry once, after it has loaded the body. The effect's own lines do not belong
+/// into a host's output; where they are asked for, they go to standard error.
 extern "C" [[gnu::visibility("default")]] void kelvane_start() {
     const char* asked = std::getenv("KELVANE_DIAGNOSTICS");
     if (!asked || std::string_view(asked) != "1") {

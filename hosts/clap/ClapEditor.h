@@ -16,8 +16,8 @@ namespace qov::hosts::clap {
 
 struct ClapHost;
 
-/// The editor in the order of a CLAP host's calls: created, given a scale and a size, given its
-/// place, shown. It is drawn on the host's timer; a host without one gets no editor. Main thread.
+/// The editor in the order of a CLAP host's calls: create, set scale, size and parent, show. It is
+/// drawn on the host's timer; a host without one gets no editor. Main thread.
 class ClapEditor {
  public:
     ClapEditor(Instance& instance, const ClapHost& host);
@@ -25,7 +25,7 @@ class ClapEditor {
     ClapEditor(const ClapEditor&) = delete;
     ClapEditor& operator=(const ClapEditor&) = delete;
 
-    /// Of a floating window a host may leave open what shows it.
+    /// For a floating window the api may be null or empty.
     static bool isSupported(const char* api, bool isFloating);
 
     /// An editor without a window yet. False if there is one already; false, with a line on

@@ -11,11 +11,11 @@
 
 namespace qov::hosts::clap {
 
-/// A host and what it has to offer: null where it lacks an extension.
+/// A host and its extensions; null for one that it lacks.
 struct ClapHost {
     explicit ClapHost(const clap_host_t* asked) : host(asked) {}
 
-    /// From the plug-in's init on, not before. Main thread.
+    /// Not before the plug-in's init. Main thread.
     void findExtensions() {
         find(params, CLAP_EXT_PARAMS);
         find(state, CLAP_EXT_STATE);

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::uint32_t timerPeriod = 200;  // ms
 
-/// The first two channels of a port; null for what is not there.
+/// The first two channels of a port; null for a missing one.
 template <class Sample, class Buffer>
 void findChannels(Buffer* ports, std::uint32_t count, Sample* (&channels)[2]) {
     for (std::uint32_t channel = 0; channel < 2; ++channel) {
@@ -109,7 +109,7 @@ bool ClapPlugin::init() {
     if (!instance_) return false;
     latency_ = instance_->latency();
     editor_ = std::make_unique<ClapEditor>(*instance_, host_);
-    // For the latency's sake, without an editor, too: there are hosts whose callback never comes.
+    // For changes of latency, also without an editor: some hosts never make the requested callback.
     clap_id timer;
     if (host_.timers && host_.timers->register_timer(host_.host, timerPeriod, &timer))
         timer_ = timer;
@@ -123,7 +123,7 @@ ClapPlugin::~ClapPlugin() {
 // Sound
 
 bool ClapPlugin::activate(double sampleRate, std::uint32_t, std::uint32_t longestBlock) {
-    // A restart for the latency's sake: the sound goes on where it was.
+    // A restart for a change of latency: the signal continues.
     const bool goesOn = instance_->isActive() && sampleRate == sampleRate_ &&
                         longestBlock == longestBlock_ && restartIsComing_;
     if (!goesOn) {
@@ -147,7 +147,7 @@ bool ClapPlugin::activate(double sampleRate, std::uint32_t, std::uint32_t longes
 
 void ClapPlugin::deactivate() {
     isActive_ = false;
-    // Not the restart that was asked for, if the latency has gone back meanwhile.
+    // Not the requested restart, if the latency has gone back meanwhile.
     restartIsComing_ = restartIsComing_ && instance_->latency() != latency_;
     if (!restartIsComing_) instance_->deactivate();
 }
@@ -203,14 +203,14 @@ void ClapPlugin::flush(const clap_input_events_t* in, const clap_output_events_t
         instance_->pump();
 }
 
-// Latency: it may change only in activate(), so an active plug-in asks for a restart.
+// Latency: it may change only in activate(), so an active plug-in requests a restart.
 
 std::uint32_t ClapPlugin::latency() {
     if (!isActive_) latency_ = instance_->latency();
     return latency_;
 }
 
-/// After a block: asks for a callback on the main thread if the latency has changed.
+/// After a block: requests a callback on the main thread if the latency has changed.
 void ClapPlugin::noticeLatency() {
     if (instance_->latency() == latency_.load(std::memory_order_relaxed))
         hasAskedForRestart_.store(false, std::memory_order_relaxed);
@@ -294,7 +294,7 @@ bool ClapPlugin::loadPreset(std::uint32_t kind, const char* location, const char
     return true;
 }
 
-/// After all values have changed at once: the editor follows, the host asks for them anew.
+/// After all values have changed at once: updates the editor, and the host reads them again.
 void ClapPlugin::reportNewValues() {
     turn();
     if (host_.params) host_.params->rescan(host_.host, CLAP_PARAM_RESCAN_VALUES);

@@ -46,7 +46,7 @@ class ClapPlugin {
     clap_process_status process(const clap_process_t* block);
     void flush(const clap_input_events_t* in, const clap_output_events_t* out);
 
-    /// Runs what is due on the instance's run loop and reports to the host what came of it.
+    /// Runs what is due on the instance's run loop and reports the changes to the host.
     void turn();
     void onTimer(clap_id) { turn(); }
     void onDescriptor(int, std::uint32_t) { turn(); }
@@ -82,7 +82,7 @@ class ClapPlugin {
     std::optional<clap_id> timer_;
 
     bool isActive_ = false;
-    bool restartIsComing_ = false;  // the plug-in has asked for it since activate()
+    bool restartIsComing_ = false;  // requested since activate()
     double sampleRate_ = 0;         // and longest block, of the instance while it is active
     std::uint32_t longestBlock_ = 0;
 

@@ -19,7 +19,7 @@
 namespace qov::hosts::clap {
 namespace {
 
-// Ports, and what a host asks about the signal
+// Ports and the signal
 
 const clap_plugin_audio_ports_t audioPorts{
     .count = [](const clap_plugin_t*, bool) -> uint32_t { return 1; },
@@ -51,7 +51,7 @@ const clap_plugin_note_ports_t notePorts{
 
 const clap_plugin_latency_t latency{entry<&ClapPlugin::latency>};
 const abi::PluginTail tail{entry<&ClapPlugin::tail>};
-// Both ways of rendering are the same to the effect.
+// The effect renders the same in both modes.
 const abi::PluginRender render{
     .has_hard_realtime_requirement = [](const clap_plugin_t*) { return false; },
     .set = [](const clap_plugin_t*,
@@ -87,7 +87,7 @@ const clap_plugin_params_t params{
 const clap_plugin_state_t state{entry<&ClapPlugin::save>, entry<&ClapPlugin::load>};
 const abi::PluginPresetLoad presetLoad{entry<&ClapPlugin::loadPreset>};
 
-// The editor, and the host's calls that keep it going
+// The editor, and the host's calls that run it
 
 const clap_plugin_gui_t gui{
     .is_api_supported = [](const clap_plugin_t*, const char* api,

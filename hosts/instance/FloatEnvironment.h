@@ -17,7 +17,7 @@ class FloatEnvironment {
 #if defined(__SSE__)
     FloatEnvironment() : before_(_mm_getcsr()) {
         constexpr unsigned standard = 0x1f80;  // all exceptions masked, nothing else set
-        constexpr unsigned flags = 0x3f;       // exceptions seen so far; not ours to look at
+        constexpr unsigned flags = 0x3f;       // exceptions seen so far; ignored
         if ((before_ & ~flags) == standard) return;
         isForeign_ = true;
         _mm_setcsr(standard);

@@ -26,7 +26,7 @@ namespace {
 
 constexpr std::uint32_t longestCopy = 1 << 20;  // frames; more than any host's block
 
-/// The instance that changes parameters on this thread on the host's behalf: no edit then.
+/// The instance whose parameters this thread sets for the host: such changes are no edits.
 thread_local const Instance* hostActsOn = nullptr;
 
 class HostActs {
@@ -68,7 +68,7 @@ bool isControlChange(std::uint8_t status) {
     return (status & 0xf0) == 0xb0;
 }
 
-/// What an event sets, as the kernel reads it.
+/// The parameter that an event sets, as the kernel reads it.
 std::optional<Instance::Setting> settingOf(const platform::AURenderEvent& event) {
     if (event.head.eventType == platform::AURenderEventParameter)
         return Instance::Setting{event.parameter.parameterAddress, event.parameter.value};
@@ -109,7 +109,7 @@ Instance::Instance(std::shared_ptr<RunLoop> loop, Factory factory)
     : loop_(std::move(loop)), factory_(std::move(factory)) {
     pull_ = [this](auto*, auto*, platform::AUAudioFrameCount, std::int64_t,
                    platform::AudioBufferList* data) -> platform::AUAudioUnitStatus {
-        // The audio unit only reads its input, so the host's own memory will do.
+        // The audio unit only reads its input, so it may be the host's own memory.
         for (int channel = 0; channel < 2; ++channel)
             data->mBuffers[channel].mData = const_cast<float*>(pullFrom_[channel]);
         return 0;
@@ -150,7 +150,7 @@ Instance::~Instance() {
 
 bool Instance::activate(double sampleRate, std::uint32_t longestBlock, platform::NSError* error) {
     const RunLoop::MakeCurrent current(loop_);
-    // Whatever fails on the way, or throws, leaves it inactive.
+    // A failure or an exception on the way leaves it inactive.
     render_ = {};
     const auto format = platform::AVAudioFormat::initStandardFormatWithSampleRate(sampleRate, 2);
     if (!(*unit_->inputBusses())[0]->setFormat(format, error)) return false;
@@ -165,7 +165,7 @@ bool Instance::activate(double sampleRate, std::uint32_t longestBlock, platform:
     clock_ = 0;
     render_ = unit_->internalRenderBlock();
     if (hasRendered_) reset();
-    // Allocation has forgotten the delay but not its parameter; the editor draws it anew in samples
+    // Allocation has reset the delay but not its parameter; the editor's text of it names samples
     // of the new rate.
     begin({}, {}, 0);
     set(0, kPhaseShift, value(kPhaseShift));
@@ -406,7 +406,7 @@ bool Instance::restoreState(std::string_view text) {
     const HostActs host(this);
     {
         // Without a tree the audio unit takes the preset's number and name only: the values of a
-        // factory preset must not be heard or reported on the way.
+        // factory preset must not reach the sound or observers on the way.
         const WithoutTree withoutTree(*unit_, tree_);
         unit_->setFullState(*state);
     }
@@ -419,8 +419,8 @@ bool Instance::restoreState(std::string_view text) {
     return true;
 }
 
-/// Sets all parameters in one step: no cycle is rendered with some of the values. Waits for a block
-/// that is being rendered to end.
+/// Sets all parameters in one step: no cycle is rendered with some of the values. Blocks until the
+/// end of a block that is being rendered.
 ///
 /// A block may begin while the values are written here: it then takes them all itself, and its
 /// events may set a parameter before the write here. Such a write is repeated with the event's

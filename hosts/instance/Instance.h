@@ -23,7 +23,7 @@ class RunLoop;
 
 namespace qov::hosts {
 
-/// One living effect in a host: its audio unit with a run loop of its own, kept safe from whatever
+/// One effect in a host: its audio unit with a run loop of its own, protected from whatever
 /// the host does, and the exchange of parameters between the host, the audio thread and the editor.
 ///
 /// Threads. process() and reset() belong to the audio thread; they neither allocate nor
@@ -32,7 +32,7 @@ namespace qov::hosts {
 /// is processed.
 class Instance {
  public:
-    /// What makes the audio unit, and is kept as long as it: the editor's view controller.
+    /// Makes the audio unit, and lives as long as it: the editor's view controller.
     using Factory = std::shared_ptr<platform::AUAudioUnitFactory>;
 
     /// Frames by which the output is late while the effect is not bypassed.
@@ -40,18 +40,18 @@ class Instance {
 
     /// An instance on an audio unit of the factory's. The factory, which must not be null, is asked
     /// with the instance's run loop current; without a loop the instance gets one of its own. Null,
-    /// with *error set where error is given, when there is no audio unit to be had.
+    /// with *error set where error is given, if the audio unit cannot be made.
     static std::unique_ptr<Instance> create(platform::NSError* error,
                                             const std::shared_ptr<platform::RunLoop>& loop,
                                             Factory factory);
-    /// Ends the run loop, and with it what the editor left there.
+    /// Ends the run loop, with the timers that the editor has left there.
     ~Instance();
     Instance(const Instance&) = delete;
     Instance& operator=(const Instance&) = delete;
 
     // Sound
 
-    /// Makes ready to process at so many frames a second; the signal starts from silence. Blocks
+    /// Prepares to process at sampleRate frames a second; the signal starts from silence. Blocks
     /// up to longestBlock frames may overlap with their input in any way (see process).
     /// False and not active, with *error set where error is given, for an invalid rate.
     bool activate(double sampleRate, std::uint32_t longestBlock, platform::NSError* error);
@@ -73,17 +73,17 @@ class Instance {
     /// clamped to 0..1; NaN and unknown addresses are dropped. Past 1024 events in a block, one
     /// that is older than an event before it may take effect late, but in the same block.
     void set(std::uint32_t frame, std::uint64_t address, float value);
-    /// What a message sets.
+    /// A parameter and its new value.
     struct Setting {
         std::uint64_t address;
         float value;  ///< 0..1
     };
     /// A MIDI 1.0 message of 1 to 3 bytes; others are dropped, and so is a control change that was
-    /// cut short. Returns what it sets.
+    /// cut short. Returns the parameter that it sets, if any.
     std::optional<Setting> midi(std::uint32_t frame, std::span<const std::uint8_t> bytes);
     /// A parameter or MIDI event; its time and its link are not looked at.
     void add(std::uint32_t frame, const platform::AURenderEvent& event);
-    /// Renders what is left of the block.
+    /// Renders the rest of the block.
     void end();
 
     /// A block without events.
@@ -92,13 +92,13 @@ class Instance {
         end();
     }
 
-    /// Forgets the signal so far and brings every smoothed value to rest; parameters stay.
+    /// Clears the signal so far and ends all smoothing; parameters stay.
     void reset();
 
     /// Frames by which the output is late: 2048, or 0 while bypassed.
     std::uint32_t latency() const;
-    /// Frames that sound after the end of the input, at so many frames a second: what the capture
-    /// holds back, and the longest phase shift, a hundredth of a second.
+    /// Frames that sound after the end of the input: the capture's delay and the longest phase
+    /// shift, a hundredth of a second at sampleRate frames a second.
     static std::uint32_t tail(double sampleRate);
     /// True once after every change of latency(), and for the first call when it is not 0.
     bool takeLatencyChange();
@@ -112,34 +112,34 @@ class Instance {
     std::string valueText(std::uint64_t address, float value) const;
     /// A host's text for a value; values out of range are clamped. Empty where it cannot be read.
     std::optional<float> parseValue(std::uint64_t address, std::string_view text) const;
-    /// What a person has typed into the panel's field; outside 0..1 where the range has no such
-    /// value. Empty where it cannot be read.
+    /// A text typed into the panel's field; outside 0..1 where the range has no such value. Empty
+    /// for a text that cannot be read.
     std::optional<float> parseTyped(std::uint64_t address, std::string_view text) const;
 
     /// Changes that the editor made, for the host's automation; may be fetched on the audio thread.
     EditExchange& edits() { return edits_; }
-    /// A person touches the editor, or lets go of it: what changes in between is one gesture of
-    /// each parameter.
+    /// A person touches the editor, or releases it: the changes in between are one gesture of each
+    /// parameter.
     void touchBegan();
     void touchEnded();
 
     // Presets and state
 
     std::vector<std::string> factoryPresetNames() const;
-    /// Takes up a preset's values, as a host's. False for an unknown number.
+    /// Sets a preset's values as a host does. False for an unknown number.
     bool selectFactoryPreset(std::size_t number);
     /// Bytes; a host's state beyond that is refused unread. A state has a few hundred.
     static constexpr std::size_t largestState = 1 << 20;
     std::string saveState() const;
-    /// Takes up what saveState() gave, in one step for the sound and for observers; waits at most
-    /// for a block that is being rendered. False, with nothing changed, when it is not a state that
-    /// this version knows (SavedState.h).
+    /// Restores a text of saveState(), in one step for the sound and for observers; blocks at most
+    /// for the block that is being rendered. False, with nothing changed, for any other text or a
+    /// later version (SavedState.h).
     bool restoreState(std::string_view state);
 
     // Editor
 
-    /// Brings what happened on the audio thread to the editor, then runs what is due on the run
-    /// loop. Never blocks.
+    /// Reports changes of the audio thread to the editor, then runs what is due on the run loop.
+    /// Never blocks.
     void pump();
     const std::shared_ptr<platform::RunLoop>& runLoop() const { return loop_; }
     QOV_Kelvane_PluginAudioUnit& audioUnit() { return *unit_; }

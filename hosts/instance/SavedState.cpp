@@ -30,7 +30,7 @@ std::string numberText(Number number) {
     return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
 }
 
-/// The whole of the text as a number; nothing where it is none.
+/// The whole text as a number; null for any other text.
 template <class Number>
 std::optional<Number> number(std::string_view text) {
     Number result{};
@@ -48,7 +48,7 @@ std::string oneLine(std::string_view name) {
     return result;
 }
 
-/// Cuts the text's first line off; nothing when no line feed is left.
+/// Removes the text's first line; null without a line feed.
 std::optional<std::string_view> cutLine(std::string_view& text) {
     const auto end = text.find('\n');
     if (end == std::string_view::npos) return std::nullopt;

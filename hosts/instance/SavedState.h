@@ -13,8 +13,8 @@ namespace qov::hosts {
 std::string encodeState(const platform::AUState& state);
 
 /// The state of a text, for the component it belongs to. What is missing, unreadable or not a
-/// number gets its default, values outside 0..1 go to the nearer end, unknown lines are passed
-/// over. Nothing for what is no such text, was cut short, or has a version not known here.
+/// number gets its default, values outside 0..1 are clamped, unknown lines are skipped. Null for
+/// another text, one that was cut short, or one of an unknown version.
 std::optional<platform::AUState> decodeState(std::string_view text);
 
 }  // namespace qov::hosts

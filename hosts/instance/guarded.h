@@ -2,8 +2,8 @@
 
 namespace qov::hosts {
 
-/// What call() gives, or `failed` where an exception ends it: hosts call us through C, which none
-/// may cross.
+/// The result of call(), or `failed` if it throws: no exception may cross into a host, which calls
+/// through C.
 template <class Result, class Call>
 Result guarded(Result failed, const Call& call) noexcept {
     try {
@@ -13,7 +13,7 @@ Result guarded(Result failed, const Call& call) noexcept {
     }
 }
 
-/// The same for a call that gives nothing.
+/// The same for a call without a result.
 template <class Call>
 void guarded(const Call& call) noexcept {
     guarded(true, [&] { return call(), true; });

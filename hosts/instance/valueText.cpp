@@ -30,7 +30,7 @@ std::string lowerCase(std::string_view text) {
     return result;
 }
 
-/// A number and what follows it.
+/// A number and the text after it.
 struct Number {
     double number;
     std::string_view unit;
@@ -70,7 +70,7 @@ std::optional<double> parseShift(std::string_view text, double sampleRate) {
         return std::nullopt;
     const double full = fullShift(sampleRate);
     if (frames < 0 || frames > std::ceil(full)) return frames / full;
-    // One frame is the least there is; the half puts the value safely past the frame's edge.
+    // One frame is the shortest shift; the half keeps rounding away from the frame's edge.
     return frames < 2 ? 0.0 : std::min((frames + 0.5) / full, 1.0);
 }
 

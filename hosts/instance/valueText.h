@@ -13,7 +13,7 @@ namespace qov::hosts {
 /// counts as 0. Empty for an unknown address.
 std::string valueText(std::uint64_t address, float value, double sampleRate);
 
-/// What a number without a unit means.
+/// The meaning of a number without a unit.
 enum class BareNumber {
     normalized,  ///< the value itself, 0..1: command line and automation files
     shown,       ///< the figure that valueText() writes, per cent or samples: in hosts

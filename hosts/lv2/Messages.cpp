@@ -128,7 +128,7 @@ void Messages::set(std::uint32_t frame, LV2_URID parameter, const LV2_Atom& valu
     const auto address = addressOf(parameter);
     if (address == Question::all) return;
     const auto push = [&](auto number) {
-        // Clamped to what a float holds; NaN stays NaN.
+        // Clamped before it becomes a float; NaN stays NaN.
         if (number)
             instance_.set(frame, address,
                           static_cast<float>(std::clamp(static_cast<double>(*number), 0.0, 1.0)));

@@ -9,7 +9,7 @@
 
 namespace qov::hosts::lv2 {
 
-// What the plug-in names, besides itself (product::uri).
+// The plug-in's further URIs, besides its own (product::uri).
 
 /// A URI below the plug-in's own.
 inline std::string ownUri(std::string_view fragment) {

@@ -12,7 +12,7 @@
 
 namespace qov::hosts::lv2 {
 
-/// What the host offers under a URI; null where it offers nothing.
+/// The data of the host's feature of that URI; null without one.
 template <class Feature>
 Feature* feature(const LV2_Feature* const* features, const char* uri) {
     for (; features && *features; ++features)
@@ -21,7 +21,7 @@ Feature* feature(const LV2_Feature* const* features, const char* uri) {
     return nullptr;
 }
 
-/// One of the host's options, of the type of that URI; null where it gives none.
+/// One of the host's options, of the type of that URI; null without one.
 inline const LV2_Options_Option* optionOf(const LV2_Feature* const* features, const char* uri,
                                           const char* typeUri) {
     const auto* map = feature<LV2_URID_Map>(features, LV2_URID__map);
@@ -43,7 +43,7 @@ std::optional<Number> option(const LV2_Feature* const* features, const char* uri
     return *static_cast<const Number*>(found->value);
 }
 
-/// A text among the host's options; empty where it gives none.
+/// A text among the host's options; empty without one.
 inline std::string textOption(const LV2_Feature* const* features, const char* uri) {
     const auto* found = optionOf(features, uri, LV2_ATOM__String);
     return found ? static_cast<const char*>(found->value) : "";

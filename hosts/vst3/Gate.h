@@ -5,14 +5,14 @@
 
 namespace qov::hosts::vst3 {
 
-/// Lets one in at a time: the audio thread for a block, another for a change that no block may see
-/// half done. Some hosts switch a plug-in off and on while they process. For std::lock_guard, and
-/// std::unique_lock with std::try_to_lock.
+/// A lock that never blocks the audio thread: that takes it for a block, or not at all, and another
+/// thread for a change that no block may see half done. Some hosts deactivate a plug-in while they
+/// process. For std::lock_guard, and std::unique_lock with std::try_to_lock.
 class Gate {
  public:
     /// For the audio thread; returns at once.
     bool try_lock() { return !taken_.exchange(true, std::memory_order_acquire); }
-    /// Waits, at most for a block.
+    /// Blocks, at most for the length of a block.
     void lock() {
         while (!try_lock()) std::this_thread::yield();
     }

@@ -48,7 +48,7 @@ class Unknown {
     std::atomic<std::uint32_t> count_{1};
 };
 
-/// One interface of an object: its address is what a host gets.
+/// One interface of an object: a host gets its address.
 struct Face {
     const void* table;  // of functions; first, as the format demands
     Unknown* object;    // has the reference count and the other interfaces

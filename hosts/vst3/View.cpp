@@ -131,7 +131,7 @@ v3_result View::setFrame(v3_plugin_frame** frame) {
     return V3_OK;
 }
 
-/// Keys that stay with the host may be passed on.
+/// The host keeps the keys that are refused.
 v3_result View::onKeyDown(std::int16_t character, std::int16_t code, std::int16_t modifiers) {
     return editor_.key(strokeOf(character, code, modifiers)) ? V3_OK : V3_FALSE;
 }
@@ -175,7 +175,7 @@ v3_result View::checkSizeConstraint(v3_view_rect* rect) {
     return V3_OK;
 }
 
-/// The size in points stays, so the host is asked for the room that it needs.
+/// The size in points stays, so the host is requested to resize the view.
 v3_result View::setContentScaleFactor(float factor) {
     if (!editor_.setScale(double{factor})) return V3_INVALID_ARG;
     if (!editor_.isOpen() || !frame_) return V3_OK;

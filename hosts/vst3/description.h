@@ -9,7 +9,7 @@
 
 namespace qov::hosts::vst3 {
 
-// What is the same for every instance: parameters and programs. Values are in 0..1. Any thread.
+// The parameters and programs, which are those of every instance. Values are in 0..1. Any thread.
 
 /// Units of UTF-16 in every text of the format.
 inline constexpr std::size_t textSize = 128;

@@ -9,19 +9,19 @@
 
 namespace qov::hosts::vst3 {
 
-/// The plug-in's class, the name by which projects find it: the UUID (version 5, namespace URL) of
+/// The plug-in's class id, by which projects find it: the UUID (version 5, namespace URL) of
 /// its URI.
 inline constexpr v3_tuid classId = V3_ID(0xaea145c3, 0x38535cd7, 0x9c3cc113, 0xcf4453ce);
 
 // The class in the factory and in the bundle's moduleinfo.json, besides the product's names:
 
-/// What makes a class a plug-in.
+/// The category of audio plug-ins.
 inline constexpr std::string_view category = "Audio Module Class";
 /// Separated by bars.
 inline constexpr std::string_view subcategories = "Fx|Spatial|Stereo";
 /// Of the interfaces.
 inline constexpr std::string_view formatVersion = "VST 3.7";
-/// As many instances as anybody likes.
+/// Any number of instances.
 inline constexpr std::int32_t cardinality = 0x7fffffff;
 
 // Parameters have their addresses as ids; two more that only this format needs:

@@ -22,7 +22,7 @@ void writeText(std::string_view text, std::int16_t (&field)[Size]) {
     writeText(text, field, Size);
 }
 
-/// Reads UTF-16 up to its zero, at most `size` units; what is not ASCII becomes a question mark.
+/// Reads UTF-16 up to its zero, at most `size` units; units outside ASCII become question marks.
 inline std::string readText(const std::int16_t* field, std::size_t size) {
     std::string text;
     for (std::size_t i = 0; i < size && field[i] != 0; ++i)

@@ -9,7 +9,7 @@
 
 namespace qov::hosts::clap {
 
-// Of the presets' table only the names are used here: what an entry may hold are constants.
+// Only the names of the presets' table are used here: an entry may hold constants only.
 
 namespace {
 
@@ -29,7 +29,8 @@ bool init(const PresetProvider* provider) {
     return indexer->declare_location(indexer, &place);
 }
 
-bool tell(const PresetProvider*, std::uint32_t kind, const char*, const PresetReceiver* receiver) {
+bool getMetadata(const PresetProvider*, std::uint32_t kind, const char*,
+                 const PresetReceiver* receiver) {
     if (kind != abi::inPlugin) return false;
     static_assert(factoryPresetCount <= 10, "a key is one digit");
     for (std::size_t number = 0; number < factoryPresetCount; ++number) {
@@ -56,7 +57,7 @@ const PresetProvider* create(const abi::PresetFactory*, const abi::PresetIndexer
             [](const PresetProvider* provider) {
                 std::free(const_cast<PresetProvider*>(provider));
             },
-        .get_metadata = tell,
+        .get_metadata = getMetadata,
         .get_extension = [](const PresetProvider*, const char*) -> const void* { return nullptr; },
     };
 }

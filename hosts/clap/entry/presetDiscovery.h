@@ -4,7 +4,7 @@
 
 namespace qov::hosts::clap {
 
-/// Tells hosts that index presets of the factory presets, without an instance. A preset's key is
+/// Lists the factory presets for hosts that index presets, without an instance. A preset's key is
 /// its number.
 extern const abi::PresetFactory presetFactory;
 

@@ -5,7 +5,7 @@
 #include "hosts/bundle/bodyFunction.h"
 #include "hosts/instance/product.h"
 
-// The plug-in's description; what it does lies in the body, from the first instance on.
+// The plug-in's description; its functions are in the body, which the first instance loads.
 
 namespace {
 

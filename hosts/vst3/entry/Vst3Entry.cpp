@@ -29,7 +29,7 @@ void writeText(std::string_view text, char (&field)[Size]) {
     field[length] = 0;
 }
 
-/// What a scan asks. Static: nobody's last reference ends it.
+/// The factory, for scans and instances. Static: the last release does not delete it.
 class Factory final : public vst3::Unknown {
  public:
     void* face() { return &face_; }
@@ -60,7 +60,7 @@ class Factory final : public vst3::Unknown {
     }
     std::int32_t numClasses() { return 1; }
 
-    /// What the three forms of the information have in common.
+    /// The fields that all three forms of the information have.
     template <class Info>
     static v3_result describe(std::int32_t index, Info* info) {
         if (index != 0 || !info) return V3_INVALID_ARG;
@@ -104,7 +104,7 @@ class Factory final : public vst3::Unknown {
         return result;
     }
 
-    /// Whoever makes effects on several threads may let go of the module on another.
+    /// A host may create plug-ins on several threads while another calls ModuleExit.
     v3_funknown** holdHost() {
         pthread_mutex_lock(&mutex_);
         auto** host = host_;

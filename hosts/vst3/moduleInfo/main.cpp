@@ -1,5 +1,5 @@
-// Prints the bundle's moduleinfo.json: what the factory says of the plug-in, for hosts that scan
-// without loading anything. The names are plain ASCII without quotes, so nothing is escaped.
+// Prints the bundle's moduleinfo.json: the factory's description of the plug-in, for hosts that
+// scan without loading it. The names are plain ASCII without quotes, so nothing is escaped.
 
 #include <fmt/format.h>
 

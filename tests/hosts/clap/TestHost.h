@@ -66,7 +66,7 @@ inline ClapEvent clapEvent(const platform::AURenderEvent& from) {
     return event;
 }
 
-/// A CLAP host with one plug-in. It notes what the plug-in asks for; a test decides when to do it.
+/// A CLAP host with one plug-in. It records the plug-in's requests, which tests fulfil.
 class ClapTestHost {
  public:
     /// Without loops, the plug-in gets neither timers nor descriptors.

@@ -26,7 +26,7 @@ struct ParameterDescription {
     bool isAutomatable = true;  // may be written by automation
 };
 
-/// What a scan of the binary finds.
+/// The description that a scan of the binary finds.
 struct PluginDescription {
     std::string name, maker, version;
     std::vector<std::string> presets;  // none where the format has no place for them
@@ -34,15 +34,15 @@ struct PluginDescription {
     int inputs = 0, outputs = 0;  // audio channels
 };
 
-/// What a format has no means for is switched off by its driver.
+/// A driver sets those false that its format lacks.
 struct Capabilities {
     bool texts = true;                 // the plug-in writes a value as text, and reads one
     bool announcesLatency = true;      // the plug-in announces a change, is not only asked
     bool restoresWhileRunning = true;  // a state may be restored while a block is processed
 };
 
-/// One instance as a host drives it through a format's C interface. What goes wrong in a way that
-/// the interface does not foresee is thrown as std::runtime_error.
+/// One instance as a host drives it through a format's C interface. Failures
+/// that the interface has no result for are thrown as std::runtime_error.
 ///
 /// Threads: prepare(), run() and process() belong to the audio thread (any one thread at a time),
 /// everything else to the main thread.
@@ -66,10 +66,10 @@ class Plugin {
     /// thread are sent before the events.
     virtual void prepare(const float* const (&input)[2], float* const (&output)[2],
                          std::uint32_t frames, std::span<const platform::AURenderEvent> events) = 0;
-    /// Calls the plug-in with what was prepared and does next to nothing else (no allocation, no
-    /// lock): what is guarded and measured. May be repeated.
+    /// Calls the plug-in with the prepared block and does next to nothing else (no allocation, no
+    /// lock); the tests guard and measure it. May be repeated.
     virtual void run() = 0;
-    /// The same so many times, with what keeps the driver's own threads apart done once.
+    /// The same several times, with the driver's own locking done once.
     virtual void repeat(int times) {
         while (times-- > 0) run();
     }

@@ -1,5 +1,5 @@
-// A thousand effects in one process, some with their editors: what one takes, and that all of it
-// comes back.
+// A thousand effects in one process, some with their editors: the memory of each, and that all of
+// it is freed.
 #include <malloc.h>
 
 #include <iostream>
@@ -45,10 +45,10 @@ std::size_t bytesOfEach(std::size_t count) {
     return (bytesInUse() - before) / count;
 }
 
-TEST(AThousandInstances, TakeLittleAndLeaveNothing) {
+TEST(AThousandInstances, NeedLittleMemoryAndFreeIt) {
     if (bytesInUse() == 0) GTEST_SKIP() << "a sanitizer has the allocator to itself";
     const auto sink = platform::console::setSink({});
-    bytesOfEach(1000);  // fonts, and what the allocator keeps at hand, stay
+    bytesOfEach(1000);  // fonts and the allocator's reserve stay
     const auto before = bytesInUse();
     const auto each = bytesOfEach(1000);
     const auto left = static_cast<std::ptrdiff_t>(bytesInUse() - before);

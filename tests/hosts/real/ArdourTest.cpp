@@ -14,7 +14,7 @@ namespace qov::test {
 namespace {
 
 constexpr std::size_t frames = 96000;
-/// What one try found: empty where Ardour's export has the expected sound.
+/// The result of one try: no fault where Ardour's export has the expected sound.
 struct Outcome {
     std::string fault;
     /// A crash, a hang or silence, which Ardour's export produces without any plug-in, too.

@@ -1,5 +1,5 @@
 // Preloaded: an ALSA sequencer to which nothing is connected, for machines whose kernel has none.
-// Hosts that insist on MIDI start with it. Only what takes a sequencer's handle is replaced.
+// Hosts that insist on MIDI start with it. Only functions of a sequencer's handle are replaced.
 
 #include <poll.h>
 #include <unistd.h>
@@ -8,7 +8,7 @@
 
 namespace {
 
-int quiet[2] = {-1, -1};  // a pipe into which nobody writes
+int quiet[2] = {-1, -1};  // a pipe without a writer
 
 }  // namespace
 
