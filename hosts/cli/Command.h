@@ -14,12 +14,17 @@ using hosts::Failure;
 /// Arguments after the subcommand's name.
 using Arguments = std::vector<std::string>;
 
-// Each subcommand's function: see Command::run.
+/// kelvane app. It and those below: see Command::run.
 int runApp(const Arguments& arguments);
+/// kelvane demo.
 int runDemo(const Arguments& arguments);
+/// kelvane field.
 int runField(const Arguments& arguments);
+/// kelvane params.
 int runParams(const Arguments& arguments);
+/// kelvane render.
 int runRender(const Arguments& arguments);
+/// kelvane snapshot.
 int runSnapshot(const Arguments& arguments);
 
 /// A subcommand of kelvane; run returns the exit code or throws Failure.

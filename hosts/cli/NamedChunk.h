@@ -16,6 +16,7 @@ struct NamedChunk {
         return identifier == "LIST" && bytes.starts_with(type);
     }
 };
+/// In the order of the file.
 using NamedChunks = std::vector<NamedChunk>;
 
 /// The bytes of a chunk in a WAV file or in a list.

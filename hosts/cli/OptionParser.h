@@ -54,6 +54,7 @@ class OptionParser {
 /// and for a number outside of it.
 std::int64_t parseNumber(const std::string& option, const std::string& text, std::int64_t minimum,
                          std::int64_t maximum);
+/// The same, with a fraction.
 double parseNumber(const std::string& option, const std::string& text, double minimum,
                    double maximum);
 

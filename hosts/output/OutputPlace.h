@@ -44,6 +44,7 @@ class OutputPlace {
 
 /// Writes a whole output. path: as OutputPlace takes it. Throws Failure where that fails.
 void writeOutput(const std::string& path, std::string_view bytes);
+/// The same.
 inline void writeOutput(const std::string& path, std::span<const std::byte> bytes) {
     writeOutput(path, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }

@@ -82,7 +82,8 @@ std::unique_ptr<EditorWindow> EditorWindow::open(Instance& instance, const Optio
 
 void EditorWindow::takeInput() {
     input_ = std::make_unique<PanelInput>(*this, instance_, gesture_);
-    native_->routeTouch = [this](auto identifier, UITouchPhase phase, platform::CGPoint at, auto held) {
+    native_->routeTouch = [this](auto identifier, UITouchPhase phase, platform::CGPoint at,
+                                 auto held) {
         return input_->routeTouch(identifier, phase, at, held);
     };
     native_->onWheel = [this](platform::CGPoint at, int steps, auto held) {
