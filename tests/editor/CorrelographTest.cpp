@@ -24,8 +24,8 @@ TEST(CorrelographPoints, TurnTheSignalAndLetTheGainFollowIt) {
                 EXPECT_NEAR(points[i + 1].x, 128 - gain * (samples[i][0] - samples[i][1]), 1e-3);
                 EXPECT_NEAR(points[i + 1].y, 128 - gain * (samples[i][0] + samples[i][1]), 1e-3);
             }
-            EXPECT_EQ(points.front(), platform::CGPoint(128, 128));
-            EXPECT_EQ(points.back(), platform::CGPoint(128, 128));
+            EXPECT_EQ(points.front(), (platform::CGPoint{128, 128}));
+            EXPECT_EQ(points.back(), (platform::CGPoint{128, 128}));
         }
 }
 

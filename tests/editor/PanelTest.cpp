@@ -35,7 +35,7 @@ TEST(ResizingBehavior, ScalesAndCentresAndOnlyThePanelsStoresTheScale) {
         EXPECT_EQ(std::pair(drawScaleX, drawScaleY), scales[raw]);
         EXPECT_DOUBLE_EQ(fitted.width(), 680 * x);
         EXPECT_DOUBLE_EQ(fitted.height(), 440 * y);
-        EXPECT_EQ(fitted.center(), CGPoint(520, 520));
+        EXPECT_EQ(fitted.center(), (CGPoint{520, 520}));
     }
     drawScaleX = 0.5;
     EXPECT_EQ(fit<StereoControlsBase>(0, CGRect::zero()), canvas);
