@@ -13,8 +13,7 @@ namespace qov {
 
 class Animator;
 
-/// The state of animators that run one after the other. A record: the chaining code owns the
-/// behaviour.
+/// The state of animators that run one after the other. Data only; it has no behaviour.
 class AnimatorChain {
  public:
     static std::shared_ptr<AnimatorChain> init() { return std::make_shared<AnimatorChain>(); }

@@ -117,7 +117,7 @@ float outExpo(Frame t, float b, float c, Frame d) {
     return c * (1 - std::exp2(-10 * T / D)) + b;
 }
 
-/// Normalises by twice the length, so that the rise is left to the last frame; kept so.
+/// Normalises by twice the length, so nearly all of the rise happens in the last frame; deliberate.
 float inOutExpo(Frame t, float b, float c, Frame d) {
     const float T = asFloat(t), D = asFloat(d);
     if (t == 0) return b;

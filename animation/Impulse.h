@@ -10,8 +10,8 @@ class Timer;
 
 namespace qov {
 
-/// The state of a value that was struck and dies away between two walls. A record: the code that
-/// strikes owns the behaviour.
+/// The state of a value that decays after an impulse, between two limits. Data only; it has no
+/// behaviour.
 class Impulse {
  public:
     static std::shared_ptr<Impulse> init() { return std::make_shared<Impulse>(); }

@@ -7,8 +7,8 @@
 namespace qov {
 
 /// Calls what a property holds, if it holds anything. The callee may replace or empty that very
-/// property: it stays alive until it returns. What it keeps in itself (a mutable lambda's captures)
-/// is there in the next call, which calling a copy would lose.
+/// property: it stays alive until it returns. Its own state (a mutable lambda's
+/// captures) persists to the next call, which calling a copy would lose.
 template <typename... Parameters, typename... Arguments>
 void call(std::function<void(Parameters...)>& property, Arguments&&... arguments) {
     struct Shared {

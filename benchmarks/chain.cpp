@@ -159,14 +159,6 @@ void instances(benchmark::State& state, int count) {
     countFrames(state, std::int64_t{usualBlock} * count);
 }
 
-void gate(benchmark::State& state) {
-    RenderGate gate;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(gate.render([] {}, [] {}));
-    }
-    countFrames(state, 32);
-}
-
 // Keeps the best time per frame of each benchmark for the table at the end.
 class Reporter : public benchmark::ConsoleReporter {
  public:
@@ -175,11 +167,8 @@ class Reporter : public benchmark::ConsoleReporter {
             if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
             const double perFrame = 1e9 / run.counters.at("items_per_second");
             const std::string name = run.run_name.function_name;
-            const auto found = best_.find(name);
-            if (found == best_.end())
-                best_[name] = perFrame;
-            else
-                found->second = std::min(found->second, perFrame);
+            auto& best = best_.try_emplace(name, perFrame).first->second;
+            best = std::min(best, perFrame);
         }
     }
 
@@ -274,7 +263,6 @@ class Rows {
         // each.
         add("floors in turn (against one): 1000", "floors/1000", "floor/512", 0,
             [](auto& state) { floorOf(state, usualBlock, 1000); });
-        add("gate alone, spread over a block of 32", "gate", "full/32", 0, gate);
     }
 
     std::vector<Row> rows_;

@@ -1,8 +1,7 @@
 // The cost of one tick of the editor (the correlograph redrawn, the window recomposed where it
 // changed) against bare Cairo calls for the same shapes and surfaces in the same run, and of the
 // line alone against one stroke of it (strokeAlone). Ratios are between the best of all
-// repetitions, which alternate. The last line compares the pictures of the line and of one stroke,
-// and names the file that shows both and their difference.
+// repetitions, which alternate. The last line compares the pictures of the line and of one stroke.
 
 #include <algorithm>
 #include <chrono>
@@ -216,20 +215,6 @@ void editorTick(benchmark::State& state, const char* mode, double scale) {
     state.counters["cpu_at_20Hz_%"] = tick * 20 * 100;
 }
 
-/// A tick in which the capture is what it was.
-void idleTick(benchmark::State& state) {
-    Editor editor("bezier", 1);
-    double best = 1e9;
-    for (auto _ : state) {
-        const double start = seconds();
-        editor.draw();
-        best = std::min(best, seconds() - start);
-        state.SetIterationTime(best);
-    }
-    state.counters["tick_us"] = best * 1e6;
-    state.counters["cpu_at_20Hz_%"] = best * 20 * 100;
-}
-
 /// A bitmap of the correlograph's size, in canvas units and the line's style.
 std::unique_ptr<platform::CGBitmapContext> makeCanvas(double scale) {
     const int side = static_cast<int>(260 * scale);
@@ -260,46 +245,26 @@ void strokeAlone(benchmark::State& state, double scale) {
     state.counters["stroke_us"] = stroke * 1e6;
 }
 
-/// One stroke, the line and four times their difference, side by side.
-void showLine(const std::string& path) {
+/// How far the line's picture is from that of one stroke.
+void compareLine() {
     std::vector<float> left(2048), right(2048);
     fill(left.data(), right.data(), 3);
     CorrelographBaseAU graph;
     graph.drawMode = "bezier";
     const Points& points = graph.computePoints(left.data(), right.data(), 2048);
-    constexpr int side = 260;
-    std::unique_ptr<platform::CGBitmapContext> pictures[2];
-    for (int i = 0; i < 2; ++i) {
-        pictures[i] = makeCanvas(1);
-        pictures[i]->setFillColor({0.08, 0.08, 0.08, 1});
-        pictures[i]->fillRect({0, 0, 256, 256});
-        i ? graph.drawPoints(*pictures[i]) : strokeOnce(*pictures[i], points);
-    }
-    std::vector<std::uint32_t> sheet(3 * side * side);
+    const auto stroke = makeCanvas(1), line = makeCanvas(1);
+    strokeOnce(*stroke, points);
+    graph.drawPoints(*line);
     int largest = 0;
     double sum = 0;
-    for (int y = 0; y < side; ++y) {
-        for (int x = 0; x < side; ++x) {
-            const std::uint32_t a = pictures[0]->pixels()[y * side + x];
-            const std::uint32_t b = pictures[1]->pixels()[y * side + x];
-            const int off =
-                std::abs(static_cast<int>(a >> 16 & 255) - static_cast<int>(b >> 16 & 255));
-            largest = std::max(largest, off);
-            sum += off;
-            std::uint32_t* row = &sheet[static_cast<std::size_t>(y) * 3 * side];
-            row[x] = a;
-            row[side + x] = b;
-            row[2 * side + x] =
-                0xff000000u | 0x010101u * static_cast<unsigned>(std::min(255, 4 * off));
-        }
+    for (std::size_t i = 0; i < line->pixels().size(); ++i) {
+        const int off = std::abs(static_cast<int>(stroke->pixels()[i] >> 24) -
+                                 static_cast<int>(line->pixels()[i] >> 24));
+        largest = std::max(largest, off);
+        sum += off;
     }
-    const auto png = platform::CGImage(3 * side, side, std::move(sheet)).png();
-    if (FILE* file = std::fopen(path.c_str(), "wb")) {
-        std::fwrite(png.data(), 1, png.size(), file);
-        std::fclose(file);
-    }
-    std::printf("line against one stroke: largest difference %d of 255, mean %.2f; %s\n", largest,
-                sum / (side * side), path.c_str());
+    std::printf("line against one stroke: largest difference %d of 255, mean %.2f\n", largest,
+                sum / static_cast<double>(line->pixels().size()));
 }
 
 }  // namespace
@@ -319,11 +284,7 @@ int main(int argc, char** argv) {
             ->UseManualTime()
             ->Iterations(100)
             ->Unit(benchmark::kMicrosecond);
-    benchmark::RegisterBenchmark("idleTick", idleTick)
-        ->UseManualTime()
-        ->Iterations(200)
-        ->Unit(benchmark::kMicrosecond);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
-    showLine(std::string(argv[0]) + "-line.png");
+    compareLine();
 }

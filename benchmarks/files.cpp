@@ -97,16 +97,6 @@ void enumerate(benchmark::State& state) {
 BENCHMARK(enumerate)->Arg(10'000)->Arg(50'000)->Arg(200'000)->UseManualTime()->Iterations(3)->Unit(
     benchmark::kMillisecond);
 
-void write(benchmark::State& state) {
-    const SomeFolder folder(state.range(0));
-    platform::console::setSink({});
-    qov::FileEnumerator enumerator;
-    enumerator.enumerate(folder.path());
-    for (auto _ : state) benchmark::DoNotOptimize(enumerator.fileTree->xml());
-    state.SetItemsProcessed(state.iterations() * state.range(0));
-}
-BENCHMARK(write)->Arg(10'000)->Unit(benchmark::kMillisecond);
-
 }  // namespace
 
 BENCHMARK_MAIN();

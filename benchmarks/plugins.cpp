@@ -1,5 +1,5 @@
 // What each plug-in format adds to the kernel: its process call against the kernel alone on the
-// same blocks, and what a host waits for and pays for an instance and for a scan of the bundle.
+// same blocks, and the time and memory of an instance and of a scan of the bundle.
 #include <malloc.h>
 #include <sys/wait.h>
 #include <unistd.h>

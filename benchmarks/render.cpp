@@ -113,7 +113,7 @@ void render(benchmark::State& state, const std::vector<std::string>& options) {
     double copyCpu = renderCpu;
     for ([[maybe_unused]] auto pass : state) {
         // In turn, so that a change of the machine's pace meets both; the least of each is what it
-        // takes when nothing else wants the disk.
+        // takes without other use of the disk.
         copyCpu = std::min(copyCpu, cpuOfCopy());
         const double cpu = cpuOfRender(options);
         renderCpu = std::min(renderCpu, cpu);

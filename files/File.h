@@ -38,7 +38,7 @@ class File : public FileBase, public std::enable_shared_from_this<File> {
     /// The tree's base path, as it was given.
     const std::string& rootpath() const { return *rootpath_; }
     void setRootpath(std::string rootpath);
-    /// Takes over another entry's root path without another copy of the text.
+    /// Shares another entry's root path instead of copying the text.
     void shareRootpath(const File& other) { rootpath_ = other.rootpath_; }
 
     /// Relative to rootpath, without a slash in front; empty for the root.

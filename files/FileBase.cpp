@@ -15,7 +15,7 @@ std::int64_t nextID() {
     auto current = last.load();
     do {
         if (current == std::numeric_limits<std::int64_t>::max())
-            platform::fatalError("No number is left for another entry.");
+            platform::fatalError("The numbers of entries are exhausted.");
     } while (!last.compare_exchange_weak(current, current + 1));
     return current + 1;
 }

@@ -42,8 +42,8 @@ class FileEnumerator : public platform::FileManagerDelegate {
     void createRoot(const std::string& path);
     void removeLitter(const std::string& path, const std::string& relative);
     void add(const std::string& relative, std::int64_t level);
-    /// The flags and the attributes, asked of the file system at filePath; isDirectory and exists
-    /// are the caller's. False if the attributes cannot be read, which is printed.
+    /// Reads the flags and the attributes from the file system at filePath; the caller sets
+    /// isDirectory and exists. False if the attributes cannot be read, which is printed.
     bool describe(File& entry, const std::string& filePath);
 };
 

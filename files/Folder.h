@@ -4,12 +4,12 @@
 
 namespace qov {
 
-/// A file with children: files and folders in the order in which they were found. What is asked of
-/// a folder it passes on to them, so a call may go as deep as the tree does.
+/// A file with children: files and folders in the order in which they were found. Calls
+/// recurse into the children, as deep as the tree is.
 class Folder : public File {
  public:
     Folder() = default;
-    /// Lets go of the subtree without recursion, however deep it is.
+    /// Releases the subtree without recursion, however deep it is.
     ~Folder() override;
 
     FileList children;

@@ -9,10 +9,10 @@ namespace qov {
 /// the record, whatever `size` has been set to; no second owner may hold it.
 class MyMetaEvent {
  public:
-    /// Room for so many bytes, all 0. A negative size is a fatal error; no memory throws
+    /// Allocates `size` bytes, all 0. A negative size is a fatal error; without memory it throws
     /// std::bad_alloc.
     static std::shared_ptr<MyMetaEvent> init(std::int64_t size);
-    /// Takes over a buffer from std::malloc, which may be null.
+    /// Takes ownership of a buffer from std::malloc, which may be null.
     static std::shared_ptr<MyMetaEvent> init(std::int64_t size, std::uint8_t* mem);
     ~MyMetaEvent();
     MyMetaEvent(const MyMetaEvent&) = delete;

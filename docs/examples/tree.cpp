@@ -14,7 +14,7 @@
 
 namespace {
 
-/// Is asked about every removal, and declines.
+/// Declines every removal.
 class Keeper : public platform::FileManagerDelegate {
  public:
     using FileManagerDelegate::shouldRemoveItem;

@@ -11,17 +11,18 @@ class NSError;
 /// One input or output of an audio unit.
 class AUAudioUnitBus {
  public:
-    /// A bus with a format. Null, with *error set where error is given, when there is none.
+    /// A bus with a format. Null for a null format, with the reason in *error unless error is null.
     static std::shared_ptr<AUAudioUnitBus> initWithFormat(std::shared_ptr<AVAudioFormat> format,
                                                           NSError* error);
 
     const std::shared_ptr<AVAudioFormat>& format() const { return format_; }
 
-    /// Changes the format; takes effect when render resources are next allocated.
-    /// False, with *error set where error is given, when there is no format.
+    /// Changes the format; takes effect when render resources are next allocated. False for a null
+    /// format, with the reason in *error unless error is null.
     bool setFormat(std::shared_ptr<AVAudioFormat> format, NSError* error);
 
-    /// 0: not stated. For the audio unit to enforce when it allocates render resources.
+    /// The most channels that a format may have; 0 for no limit. The audio unit enforces it when it
+    /// allocates render resources.
     std::uint32_t maximumChannelCount() const { return maximumChannelCount_; }
     void setMaximumChannelCount(std::uint32_t count) { maximumChannelCount_ = count; }
 

@@ -21,12 +21,12 @@ void AUParameter::setValue(AUValue value, AUParameterObserverToken originator,
     const auto tree = tree_.lock();
     if (!tree) return;
     if (tree->valueObserver_) tree->valueObserver_(*this, value);
-    tree->tellObservers(*this, value, originator, type);
+    tree->notifyObservers(*this, value, originator, type);
 }
 
 void AUParameter::didChangeValue(AUParameterObserverToken originator) {
     if (const auto tree = tree_.lock())
-        tree->tellObservers(*this, value(), originator, AUParameterAutomationEventTypeValue);
+        tree->notifyObservers(*this, value(), originator, AUParameterAutomationEventTypeValue);
 }
 
 std::string AUParameter::stringFromValue(const AUValue* value) const {

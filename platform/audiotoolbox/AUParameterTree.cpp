@@ -18,7 +18,7 @@ struct AUParameterTree::Observer {
     std::atomic<std::int32_t> callers{0};
 };
 
-/// Counts a caller for as long as it lives, an exception of the observer's included.
+/// Counts a caller during its lifetime, also when the observer throws.
 class AUParameterTree::Call {
  public:
     explicit Call(std::atomic<std::int32_t>& callers) : callers_(callers) { ++callers_; }
@@ -112,9 +112,9 @@ void AUParameterTree::removeParameterObserver(AUParameterObserverToken token) {
     while (const auto callers = removed->callers.load()) removed->callers.wait(callers);
 }
 
-void AUParameterTree::tellObservers(const AUParameter& parameter, AUValue value,
-                                    AUParameterObserverToken originator,
-                                    AUParameterAutomationEventType type) const {
+void AUParameterTree::notifyObservers(const AUParameter& parameter, AUValue value,
+                                      AUParameterObserverToken originator,
+                                      AUParameterAutomationEventType type) const {
     std::shared_ptr<const Observers> observers;
     {
         const std::lock_guard lock(mutex_);

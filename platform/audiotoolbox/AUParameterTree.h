@@ -67,9 +67,9 @@ class AUParameterTree {
 
     AUParameterTree() = default;
     AUParameterObserverToken add(AUParameterAutomationObserver observer);
-    void tellObservers(const AUParameter& parameter, AUValue value,
-                       AUParameterObserverToken originator,
-                       AUParameterAutomationEventType type) const;
+    void notifyObservers(const AUParameter& parameter, AUValue value,
+                         AUParameterObserverToken originator,
+                         AUParameterAutomationEventType type) const;
 
     std::vector<std::shared_ptr<AUParameter>> children_;
     AUImplementorStringFromValueCallback stringFromValue_;

@@ -34,14 +34,24 @@ CGPath CGPath::rect(const CGRect& r) {
 }
 
 CGPath CGPath::roundedRect(const CGRect& r, CGFloat radius) {
+    const CGFloat c = std::clamp(radius, 0.0, std::min(r.width(), r.height()) / 2);
+    if (c == 0) return rect(r);
     CGPath path;
-    path.addRoundedRect(r, radius);
+    path.moveTo({r.minX() + c, r.minY()});
+    path.addArc({r.maxX() - c, r.minY() + c}, c, -pi / 2, 0, true);
+    path.addArc({r.maxX() - c, r.maxY() - c}, c, 0, pi / 2, true);
+    path.addArc({r.minX() + c, r.maxY() - c}, c, pi / 2, pi, true);
+    path.addArc({r.minX() + c, r.minY() + c}, c, pi, 1.5 * pi, true);
+    path.closeSubpath();
     return path;
 }
 
 CGPath CGPath::ellipse(const CGRect& r) {
     CGPath path;
-    path.addEllipse(r);
+    path.moveTo({1, 0});
+    path.addArc({0, 0}, 1, 0, 2 * pi, true);
+    path.closeSubpath();
+    path.apply({r.width() / 2, 0, 0, r.height() / 2, r.midX(), r.midY()});
     return path;
 }
 
@@ -103,25 +113,6 @@ void CGPath::addRect(const CGRect& r) {
     addLineTo({r.maxX(), r.maxY()});
     addLineTo({r.minX(), r.maxY()});
     closeSubpath();
-}
-
-void CGPath::addRoundedRect(const CGRect& r, CGFloat radius) {
-    const CGFloat c = std::clamp(radius, 0.0, std::min(r.width(), r.height()) / 2);
-    if (c == 0) return addRect(r);
-    moveTo({r.minX() + c, r.minY()});
-    addArc({r.maxX() - c, r.minY() + c}, c, -pi / 2, 0, true);
-    addArc({r.maxX() - c, r.maxY() - c}, c, 0, pi / 2, true);
-    addArc({r.minX() + c, r.maxY() - c}, c, pi / 2, pi, true);
-    addArc({r.minX() + c, r.minY() + c}, c, pi, 1.5 * pi, true);
-    closeSubpath();
-}
-
-void CGPath::addEllipse(const CGRect& r) {
-    CGPath circle;
-    circle.moveTo({1, 0});
-    circle.addArc({0, 0}, 1, 0, 2 * pi, true);
-    circle.closeSubpath();
-    addPath(circle, {r.width() / 2, 0, 0, r.height() / 2, r.midX(), r.midY()});
 }
 
 void CGPath::addPath(const CGPath& other, const CGAffineTransform& transform) {

@@ -10,7 +10,7 @@ namespace platform {
 /// Lines, curves and closed figures, as a value. Curves are kept as curves.
 class CGPath {
  public:
-    /// Each takes so many of points(): 1, 1, 3, 0.
+    /// They use 1, 1, 3 and 0 of points().
     enum class Element : std::uint8_t { moveTo, lineTo, curveTo, close };
 
     static CGPath rect(const CGRect& r);
@@ -29,8 +29,6 @@ class CGPath {
     void closeSubpath();
 
     void addRect(const CGRect& r);
-    void addRoundedRect(const CGRect& r, CGFloat radius);
-    void addEllipse(const CGRect& r);
     void addPath(const CGPath& other, const CGAffineTransform& transform = {});
     void apply(const CGAffineTransform& transform);
 

@@ -336,7 +336,7 @@ void RunLoop::wait(double longest) {
         waiter = state_->openWaiter();
     }
     if (waiter) return waiter->wait(nanoseconds(longest));
-    // Nothing can wake the loop, so it looks at its queue a hundred times a second.
+    // Nothing can wake the loop, so the queue is checked a hundred times a second.
     std::this_thread::sleep_for(std::chrono::duration<double>(std::min(longest, 0.01)));
 }
 

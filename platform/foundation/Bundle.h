@@ -17,7 +17,7 @@ class Bundle {
 
     /// The first of these that is a folder: Resources/ beside the module, `../share/NAME/` of an
     /// installation, NAME being the module's without extension, the module's own folder. Nothing
-    /// if no one is.
+    /// if none of them is.
     std::optional<URL> resourceURL() const;
 
  private:

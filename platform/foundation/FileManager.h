@@ -27,7 +27,7 @@ class FileManager {
     FileManager(const FileManager&) = delete;
     FileManager& operator=(const FileManager&) = delete;
 
-    /// The shared one; it should have no delegate.
+    /// The shared one. It should have no delegate.
     static const std::shared_ptr<FileManager>& defaultManager();
 
     /// Not owned; must outlive its use or be reset with nullptr.
@@ -46,16 +46,17 @@ class FileManager {
     /// Follows links: a dangling one does not exist, one to a directory is a directory.
     /// isDirectory may be null; it is set to false when nothing exists.
     virtual bool fileExists(const std::string& path, bool* isDirectory = nullptr) const;
-    /// May this process do it? Links are followed. False where nothing exists.
+    /// Whether this process may read, write or execute (enter) the item. Links are followed. False
+    /// where nothing exists.
     virtual bool isReadableFile(const std::string& path) const;
     virtual bool isWritableFile(const std::string& path) const;
     virtual bool isExecutableFile(const std::string& path) const;
-    /// May this process take the item (a link itself) out of its folder? Does not look into a
-    /// folder's contents. False where nothing exists.
+    /// Whether this process may remove the item (a link itself) from its folder, whatever a folder
+    /// contains. False where nothing exists.
     virtual bool isDeletableFile(const std::string& path) const;
 
     /// All keys of FileAttributes.h, of a link itself. The creation date is the file system's
-    /// birth time; where there is none, the earlier of modification and status change.
+    /// birth time, or on one that keeps none the earlier of modification and status change.
     virtual std::optional<FileAttributes> attributesOfItem(const std::string& path,
                                                            NSError* error = nullptr) const;
 
@@ -65,8 +66,8 @@ class FileManager {
     virtual bool removeItem(const std::string& path, NSError* error = nullptr);
     virtual bool removeItem(const URL& url, NSError* error = nullptr);
 
-    /// Makes the folder, and with withIntermediateDirectories those above it; then one that is
-    /// there already is no error. Permissions are 0777 less the umask.
+    /// Makes the folder. With withIntermediateDirectories also those above it, and a folder that
+    /// exists already is then not an error. Permissions are 0777 less the umask.
     bool createDirectory(const std::string& path, bool withIntermediateDirectories,
                          NSError* error = nullptr);
     bool createDirectory(const URL& url, bool withIntermediateDirectories,

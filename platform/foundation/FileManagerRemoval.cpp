@@ -30,14 +30,14 @@ class Removal {
 
     enum class Outcome { removed, kept, failed };
 
-    /// kept: the delegate declined it or something in it, or wants to go on after an error.
+    /// kept: the delegate declined it or something in it, or proceeds after an error.
     Outcome remove(int parent, const std::string& name, const std::string& path) {
         if (!shouldRemove(path)) return Outcome::kept;
         if (unlinkat(parent, name.c_str(), 0) == 0) return Outcome::removed;
         // A folder is refused with EISDIR here; other systems' file systems say EPERM.
         if (errno != EISDIR && errno != EPERM) return failed(path, errno);
         const int refusal = errno;
-        // Never through a link: what is a link by now is not opened.
+        // Never through a link, also not through one that has replaced the folder meanwhile.
         constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
         const Descriptor folder{openat(parent, name.c_str(), flags)};
         if (folder.number < 0)

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-/// Paths as text: nothing here looks at the file system, and any bytes are allowed in a name.
+/// Paths as text, without access to the file system. Any bytes are allowed in a name.
 namespace platform::path {
 
 /// "/tmp/a.wav" -> "a.wav", "/tmp/" -> "tmp", "a///" -> "a", "/" -> "/", "" -> "".

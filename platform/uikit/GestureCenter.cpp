@@ -112,8 +112,8 @@ void GestureCenter::settle() {
     }
     if (touchesDown_ > 0) return;
     std::erase_if(players_, [](const auto& player) {
-        const bool hopes = player->state() == State::possible && player->deadline();
-        if (player->isWaiting() || player->isActive() || hopes) return false;
+        const bool isPending = player->state() == State::possible && player->deadline();
+        if (player->isWaiting() || player->isActive() || isPending) return false;
         player->reset();
         return true;
     });

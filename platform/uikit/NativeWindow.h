@@ -13,7 +13,7 @@ namespace platform {
 class UIWindow;
 enum class UITouchPhase;
 
-/// The keys that have a meaning of their own; the rest only type a character.
+/// The keys that act as such; all others only type a character.
 enum class Key {
     other,
     left,
@@ -46,13 +46,13 @@ struct KeyStroke {
 /// mouse is in it or it has the focus), or all of them, with the input focus.
 enum class KeyDemand { none, steps, all };
 
-/// A window on the screen that shows a UIWindow and feeds it with touches. Works inside the run
-/// loop that was current when it was opened: it draws at the end of each turn, what has changed.
-/// The mouse's first button is one touch, a touch screen gives as many as there are fingers; a
+/// A window on the screen that shows a UIWindow and delivers touches to it. It runs on the run loop
+/// that was current when it was opened, and draws what has changed at the end of each turn.
+/// The mouse's first button is one touch, each finger on a touch screen is one; a
 /// trackpad's pinch and the wheel with Ctrl are pinches. Main thread.
 class NativeWindow {
  public:
-    /// How a window comes up.
+    /// What a window is opened with.
     struct Options {
         std::string title;
         /// The foreign window to open it in; 0 for a window of its own.
@@ -61,9 +61,9 @@ class NativeWindow {
         std::uint64_t transientFor = 0;
         /// Pixels a point; 0 for the desktop's own.
         CGFloat scale = 0;
-        /// Smallest size that the desktop lets the user choose, in points.
+        /// The smallest size that the user may choose, in points.
         CGSize minimumSize{1, 1};
-        /// Width and height whose ratio the desktop keeps when the user resizes; zero for any.
+        /// Width and height whose ratio is kept when the user resizes; zero for any ratio.
         CGSize aspect = {};
         /// WM_CLASS, by which desktops find the application's entry and icon; empty for none.
         std::string application = {};
@@ -72,8 +72,8 @@ class NativeWindow {
         std::function<CGFloat(CGSize size)> contentScale = {};
     };
 
-    /// Gives `content` the screen's scale and keeps its size. Not shown yet. Null, with a line
-    /// about why in *error, where there is no screen to show it on.
+    /// Sets the screen's scale on `content`, whose size stays. Not shown yet. Null, with one line
+    /// in *error, where there is no screen to show it on.
     static std::unique_ptr<NativeWindow> open(std::shared_ptr<UIWindow> content,
                                               const Options& options, std::string* error);
 
@@ -95,14 +95,14 @@ class NativeWindow {
     virtual CGFloat scale() const = 0;
     /// The size in points stays.
     virtual void setScale(CGFloat scale) = 0;
-    /// Names it to the system: an X11 window.
+    /// The window's identifier in the system: an X11 window.
     virtual std::uint64_t handle() const = 0;
     /// For a window inside another one; at first `none`. A window of its own gets every key while
     /// it has the focus, and this is a no-op. Leaving `all` gives the focus back.
     virtual void demandKeys(KeyDemand demand) = 0;
     /// Where the mouse is over the window, in points of the content, as are all places below.
     virtual std::optional<CGPoint> pointer() const = 0;
-    /// False once the screen is gone; everything else does nothing then.
+    /// False after the screen, or the window around it, is gone; all other calls are no-ops then.
     virtual bool isAlive() const = 0;
 
     /// The user asks to close it.
@@ -111,9 +111,9 @@ class NativeWindow {
     std::function<void()> onLost;
     /// A window inside another one gets the keys that demandKeys() asks for.
     std::function<void(const KeyStroke& key)> onKey;
-    /// Keys that were demanded went elsewhere: another window has the focus.
+    /// Another window has taken the focus while all keys were demanded.
     std::function<void()> onFocusLost;
-    /// The wheel, in steps, up counts positive. False makes it zoom.
+    /// The wheel, in steps, positive for up. If it returns false, the wheel zooms.
     std::function<bool(CGPoint at, int steps, KeyModifiers held)> onWheel;
     /// Called with each touch of mouse or finger before the content gets it; returns the place that
     /// the content gets. Nothing at touch-down keeps the whole touch from the content. The
@@ -121,10 +121,10 @@ class NativeWindow {
     std::function<std::optional<CGPoint>(std::int64_t identifier, UITouchPhase phase, CGPoint at,
                                          KeyModifiers held)>
         routeTouch;
-    /// The mouse is at another place with no button down, or has left, gone down or given way to a
-    /// finger (none).
+    /// The mouse has moved with no button down. Nothing for a mouse that has left the window, whose
+    /// button is down, or after a touch by a finger.
     std::function<void(std::optional<CGPoint> at)> onHover;
-    /// It has another size now, in points of the screen.
+    /// The size has changed, in points of the screen.
     std::function<void(CGSize size)> onResize;
 
  protected:

@@ -1,25 +1,23 @@
 #include "platform/uikit/UIGraphics.h"
 
-#include <vector>
+#include <utility>
 
 namespace platform {
-
 namespace {
 
-thread_local std::vector<CGContext*> contexts;
+thread_local CGContext* current = nullptr;
 
 }  // namespace
 
 CGContext* UIGraphicsGetCurrentContext() {
-    return contexts.empty() ? nullptr : contexts.back();
+    return current;
 }
 
-void UIGraphicsPushContext(CGContext& context) {
-    contexts.push_back(&context);
-}
+UIGraphicsContextScope::UIGraphicsContextScope(CGContext& context)
+    : before_(std::exchange(current, &context)) {}
 
-void UIGraphicsPopContext() {
-    if (!contexts.empty()) contexts.pop_back();
+UIGraphicsContextScope::~UIGraphicsContextScope() {
+    current = before_;
 }
 
 }  // namespace platform

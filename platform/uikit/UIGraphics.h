@@ -6,18 +6,17 @@ namespace platform {
 
 /// The context that this thread draws on; null outside of drawing.
 CGContext* UIGraphicsGetCurrentContext();
-/// The context must stay alive until it is popped.
-void UIGraphicsPushContext(CGContext& context);
-/// Restores the context before the last push.
-void UIGraphicsPopContext();
 
-/// Pushes a context for its own lifetime.
+/// Makes a context the current one during its own lifetime. Scopes nest.
 class UIGraphicsContextScope {
  public:
-    explicit UIGraphicsContextScope(CGContext& context) { UIGraphicsPushContext(context); }
-    ~UIGraphicsContextScope() { UIGraphicsPopContext(); }
+    explicit UIGraphicsContextScope(CGContext& context);
+    ~UIGraphicsContextScope();
     UIGraphicsContextScope(const UIGraphicsContextScope&) = delete;
     UIGraphicsContextScope& operator=(const UIGraphicsContextScope&) = delete;
+
+ private:
+    CGContext* before_;
 };
 
 }  // namespace platform

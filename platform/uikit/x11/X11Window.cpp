@@ -34,8 +34,8 @@ constexpr long kUsualEvents = ExposureMask | StructureNotifyMask | ButtonPressMa
                               ButtonReleaseMask | PointerMotionMask | EnterWindowMask |
                               LeaveWindowMask;
 
-// Errors. Xlib's default is to end the process, which inside a plug-in is the host's. Errors of
-// connections of this file are ignored, all others passed on to the handler before.
+// Errors. By default Xlib ends the process, which in a plug-in is the host. Errors on connections
+// of this file are ignored, all others are passed on to the handler that was set before.
 
 class Connections {
  public:
@@ -53,7 +53,7 @@ class Connections {
         displays_.push_back(display);
     }
 
-    /// The code behind the handlers may be unloaded with the last window.
+    /// Restores the handlers with the last window, after which this code may be unloaded.
     void remove(Display* display) {
         const std::lock_guard lock(mutex_);
         std::erase(displays_, display);
@@ -88,7 +88,7 @@ class Connections {
 CGFloat scaleOf(Display* display) {
     const char* text = XGetDefault(display, "Xft", "dpi");
     const double dpi = text ? std::strtod(text, nullptr) : kUsualDpi;
-    // Quarters only: in between, no edge of the panel would fall on a pixel.
+    // Quarters, since at other scales no edge of the panel falls on a pixel.
     const double scale = std::round(dpi / kUsualDpi * 4) / 4;
     return std::isfinite(scale) ? std::clamp(scale, 1.0, 4.0) : 1.0;
 }
@@ -137,7 +137,7 @@ class X11Window final : public NativeWindow {
         content_->cancelTouches();
         detach();
         if (gc_) XFreeGC(display_, gc_);
-        // A window that died with its parent, or with its server, is not there to be destroyed.
+        // A window was destroyed with its parent or its server, and must not be destroyed again.
         if (window_ && !lost_) XDestroyWindow(display_, window_);
         XCloseDisplay(display_);
         Connections::shared().remove(display_);
@@ -249,7 +249,7 @@ bool X11Window::create(const Options& options, std::string* error) {
     layOut(content_->bounds().size);
     makeWindow(options);
     describeWindow(options);
-    // A key that is held down repeats without releases in between.
+    // A key that is held down then repeats without releases in between.
     XkbSetDetectableAutoRepeat(display_, True, nullptr);
     selectTouches();
     XSync(display_, False);
@@ -282,7 +282,7 @@ void X11Window::makeWindow(const Options& options) {
     attributes.colormap = XCreateColormap(display_, root, visual_, AllocNone);
     attributes.bit_gravity = NorthWestGravity;
     attributes.event_mask = kUsualEvents;
-    // Inside a host keys are the host's: what is not selected goes to the window around.
+    // Inside a host, keys belong to the host: events that are not selected go to its window.
     isEmbedded_ = options.parent != 0;
     if (!isEmbedded_) attributes.event_mask |= KeyPressMask;
     window_ = XCreateWindow(display_, parent, 0, 0, pixels(size_.width), pixels(size_.height), 0,
@@ -360,7 +360,7 @@ void X11Window::detach() {
 }
 
 void X11Window::turn() {
-    // Xlib reads events while it writes, too; those do not make the descriptor readable.
+    // Xlib reads events also while it writes, and these do not make the descriptor readable.
     do {
         handleEvents();
         if (isAlive()) present();
@@ -418,7 +418,7 @@ void X11Window::handle(XEvent& event) {
             handleKey(event.xkey);
             break;
         case FocusOut:
-            // Those of the pointer come while the window is given the focus.
+            // Events with detail NotifyPointer also occur while the window receives the focus.
             if (event.xfocus.mode == NotifyNormal && event.xfocus.detail != NotifyPointer &&
                 demand_ == KeyDemand::all && onFocusLost)
                 onFocusLost();
@@ -470,7 +470,7 @@ void X11Window::handleButton(const XButtonEvent& event) {
 
 void X11Window::handleKey(XKeyEvent& event) {
     const auto held = modifiersOf(event.state);
-    // Ctrl would make a control character of a letter.
+    // With Ctrl, XLookupString() returns a control character for a letter.
     event.state &= ~static_cast<unsigned>(ControlMask);
     char typed = 0;
     KeySym symbol = NoSymbol;
@@ -511,8 +511,8 @@ void X11Window::giveFocusBack() {
     if (now == window_) XSetInputFocus(display_, focusBefore_, revertBefore_, CurrentTime);
 }
 
-/// A grab takes these keys alone, and only with the mouse in the window or the focus on it; all
-/// other keys stay the host's.
+/// Takes only these keys, and only with the mouse in the window or the focus on it; the host keeps
+/// all others.
 void X11Window::grabSteps() {
     for (const KeySym symbol : {XK_Left, XK_Right, XK_Up, XK_Down, XK_Return, XK_KP_Enter}) {
         const int code = XKeysymToKeycode(display_, symbol);

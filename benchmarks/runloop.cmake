@@ -1,1 +1,0 @@
-qov_benchmark(runloop LINKS platform_foundation)
