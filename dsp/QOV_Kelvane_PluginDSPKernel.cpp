@@ -1,6 +1,7 @@
 #include "dsp/QOV_Kelvane_PluginDSPKernel.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <utility>
@@ -18,10 +19,6 @@ namespace qov {
 namespace {
 
 constexpr std::int32_t captureFrames = 2048;
-
-float switched(float value) {
-    return value > 0.5f ? 1.0f : 0.0f;
-}
 
 // 0..1 with its centre at 0.5, as -1..+1.
 float bipolar(float value) {
@@ -94,65 +91,30 @@ void QOV_Kelvane_PluginDSPKernel::resetState() {
     panpot.interp.destinationValue = panpot.interp.currentValue = 0;
 }
 
+float QOV_Kelvane_PluginDSPKernel::*QOV_Kelvane_PluginDSPKernel::fieldOf(std::uint64_t address) {
+    using Kernel = QOV_Kelvane_PluginDSPKernel;
+    // By address.
+    static constexpr std::array<float Kernel::*, kVolume + 1> fields{
+        &Kernel::fStereoWidth, &Kernel::fPanpot, &Kernel::fPhaseShift,
+        &Kernel::fSwap,        &Kernel::fInvert, &Kernel::fRecoverMono,
+        &Kernel::fTestMono,    &Kernel::fBypass, nullptr,
+        &Kernel::fVolume};
+    return address < fields.size() ? fields[address] : nullptr;
+}
+
 void QOV_Kelvane_PluginDSPKernel::setParameter(std::uint64_t address, float value) {
-    switch (address) {
-        case kStereoWidth:
-            storeRelaxed(fStereoWidth, value);
-            break;
-        case kPanorama:
-            storeRelaxed(fPanpot, value);
-            break;
-        case kPhaseShift:
-            storeRelaxed(fPhaseShift, value);
-            latency.setLength(delayFrames(loadRelaxed(sampleRate), value));
-            break;
-        case kSwapChannels:
-            storeRelaxed(fSwap, switched(value));
-            break;
-        case kInvertChannel:
-            storeRelaxed(fInvert, switched(value));
-            break;
-        case kRecoverMono:
-            storeRelaxed(fRecoverMono, switched(value));
-            break;
-        case kTestMono:
-            storeRelaxed(fTestMono, switched(value));
-            break;
-        case kBypass:
-            storeRelaxed(fBypass, switched(value));
-            if (switched(value) == 1.0f) reset();
-            break;
-        case kVolume:
-            storeRelaxed(fVolume, value);
-            break;
-        default:
-            break;
-    }
+    const auto field = fieldOf(address);
+    if (!field) return;
+    const bool isSwitch = address >= kSwapChannels && address <= kBypass;
+    const float stored = isSwitch ? (value > 0.5f ? 1.0f : 0.0f) : value;
+    storeRelaxed(this->*field, stored);
+    if (address == kPhaseShift) latency.setLength(delayFrames(loadRelaxed(sampleRate), value));
+    if (address == kBypass && stored == 1.0f) reset();
 }
 
 float QOV_Kelvane_PluginDSPKernel::getParameter(std::uint64_t address) const {
-    switch (address) {
-        case kStereoWidth:
-            return loadRelaxed(fStereoWidth);
-        case kPanorama:
-            return loadRelaxed(fPanpot);
-        case kPhaseShift:
-            return loadRelaxed(fPhaseShift);
-        case kSwapChannels:
-            return loadRelaxed(fSwap);
-        case kInvertChannel:
-            return loadRelaxed(fInvert);
-        case kRecoverMono:
-            return loadRelaxed(fRecoverMono);
-        case kTestMono:
-            return loadRelaxed(fTestMono);
-        case kBypass:
-            return loadRelaxed(fBypass);
-        case kVolume:
-            return loadRelaxed(fVolume);
-        default:
-            return 0;
-    }
+    const auto field = fieldOf(address);
+    return field ? loadRelaxed(this->*field) : 0;
 }
 
 void QOV_Kelvane_PluginDSPKernel::setBuffers(platform::AudioBufferList* inBufferList,
@@ -179,7 +141,7 @@ struct QOV_Kelvane_PluginDSPKernel::Block {
     float *left, *right;
     std::int32_t count;
 
-    // The fast form knows channels that are in place or apart, and in and out that are not crossed.
+    // What the fast form can process: channels in place or apart, and not crossed.
     bool isOrdinary() const {
         return areApart(left, right, count) && isSameOrApart(inLeft, left) &&
                isSameOrApart(inRight, right) && areApart(inLeft, right, count) &&
@@ -206,7 +168,7 @@ void QOV_Kelvane_PluginDSPKernel::process(std::uint32_t frameCount, std::uint32_
     if (!isProcessed ||
         !gate_.render([&] { renderSegment(frameCount, bufferOffset); }, [this] { resetState(); }))
         copyThrough(frameCount, bufferOffset);
-    // The delay line works in the output: what went out last stands before the next segment.
+    // A new delay length repeats the frame before it, which is the last one of this output.
     if (frameCount > 0)
         latency.setPrecedingFrame(samples(outBufferListPtr, 0, bufferOffset)[frameCount - 1]);
 }
@@ -236,9 +198,8 @@ void QOV_Kelvane_PluginDSPKernel::renderSegment(std::uint32_t frameCount,
     }
 }
 
-// Whether the fast form gives the plain one's bits: ordinary memory, a ring that its callback
-// leaves as it is (a callback of somebody else's may do anything), and half an amount that float
-// holds.
+// Whether the fast form gives the plain one's bits: ordinary memory, the kernel's own ring callback
+// (another one may change the ring), and an amount whose half is exact in float.
 bool QOV_Kelvane_PluginDSPKernel::canFuse(const Segment& segment, const Block& block) const {
     return block.isOrdinary() && circular.isReady() && circular.onBuffer == onCaptureFull &&
            canHalve(segment.amount);

@@ -22,8 +22,8 @@ namespace qov {
 
 struct ChainLoops;
 
-/// The effect: parameters by address, the stereo chain, and the capture ring behind it, by whose
-/// length the output is late. Samples are 32-bit floats, one buffer a channel.
+/// The effect: parameters by address, the stereo chain, and after it the capture ring, whose length
+/// delays the output. Samples are 32-bit floats, one buffer a channel.
 ///
 /// The render thread runs processWithEvents(). Any thread may set and read parameters, and reset,
 /// at any time; init() and setBuffers() must not run while a cycle does. Values are not clamped.
@@ -84,14 +84,16 @@ class QOV_Kelvane_PluginDSPKernel final : public DSPKernel {
     Interpolator panpotInterpolator;
     Interpolator volumeInterpolator;
     DynaBuffer2 buffer;                 ///< copy of the ring at its last wrap
-    CircularBuffer2 circular;           ///< capture ring; may tear under a reader on another thread
+    CircularBuffer2 circular;           ///< capture ring; a read by another thread may tear
     std::int32_t collectorSize = 1024;  ///< frames per snapshot
-    bool isNewBufferAvailable = false;  ///< shared; the ring went round since a reader cleared it
+    bool isNewBufferAvailable = false;  ///< shared; the ring wrapped since a reader cleared it
 
  private:
     struct Block;
     struct Segment;
     static void onCaptureFull(void* callee);
+    /// Null for an unknown address.
+    static float QOV_Kelvane_PluginDSPKernel::*fieldOf(std::uint64_t address);
     void resetState();
     void copyThrough(std::uint32_t frameCount, std::uint32_t bufferOffset);
     void renderSegment(std::uint32_t frameCount, std::uint32_t bufferOffset);
