@@ -143,7 +143,7 @@ void AudioUnitViewController::connectParameters() {
               ", value: " + text(parameter->value()));
         parameters_.push_back(std::move(parameter));
     }
-    // Two hops: first behind what the main queue holds already, then behind its operations.
+    // Two hops: through the main queue, then through the main operation queue.
     parameterObserverToken_ = parameterTree_->tokenByAddingParameterObserver(
         [weakSelf = std::weak_ptr(strongSelf())](platform::AUParameterAddress address,
                                                  float value) {
@@ -178,24 +178,23 @@ void AudioUnitViewController::onStereoControlsParameter(int address, float value
     if (getParameter(address) != value) setParameter(address, value);
 }
 
-void AudioUnitViewController::setParameter(int address, float value) {
+platform::AUParameter* AudioUnitViewController::boundParameter(int address) const {
     const auto index = static_cast<std::size_t>(address);
     if (address < 0 || index > parameters_.size()) {
         print("ERROR: The parameter address is out of range.");
-        return;
+        return nullptr;
     }
     if (index == parameters_.size()) platform::fatalError("Index out of range");
-    parameters_[index]->setValue(value);
+    return parameters_[index].get();
+}
+
+void AudioUnitViewController::setParameter(int address, float value) {
+    if (auto* const parameter = boundParameter(address)) parameter->setValue(value);
 }
 
 float AudioUnitViewController::getParameter(int address) const {
-    const auto index = static_cast<std::size_t>(address);
-    if (address < 0 || index > parameters_.size()) {
-        print("ERROR: The parameter address is out of range.");
-        return 0;
-    }
-    if (index == parameters_.size()) platform::fatalError("Index out of range");
-    return parameters_[index]->value();
+    const auto* const parameter = boundParameter(address);
+    return parameter ? parameter->value() : 0;
 }
 
 std::int64_t AudioUnitViewController::getPhaseShift() const {

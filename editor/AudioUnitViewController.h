@@ -112,6 +112,7 @@ class AudioUnitViewController : public platform::AUViewController,
  private:
     void addGestures(platform::UIView& root);
     void connectParameters();
+    platform::AUParameter* boundParameter(int address) const;
     void saveFrames();
     std::shared_ptr<AudioUnitViewController> strongSelf();
 

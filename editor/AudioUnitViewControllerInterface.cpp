@@ -8,8 +8,8 @@
 //   +- contrastButton    in the upper right corner, hidden at first
 //
 // All gestures belong to the root view, so that a double tap anywhere brings back a panel that was
-// moved out of sight. Of the gestures only the pinch receives touches in a hotspot, on the slider
-// or on the button; the pan also ignores a touch that goes down while the lock is set.
+// moved out of sight. Only the pinch receives touches in a hotspot, on the slider or on the button;
+// the pan also ignores a touch that begins while touchesLocked is set.
 
 #include <memory>
 #include <numbers>
@@ -63,7 +63,7 @@ class ContrastButton : public platform::UIButton {
     }
 };
 
-/// Has a ground in the button's colour, for contrast with the panel under it.
+/// Draws a background in the button's colour, for contrast with the panel under it.
 class BrightnessSlider : public platform::UISlider {
  public:
     using UISlider::UISlider;
@@ -75,7 +75,7 @@ class BrightnessSlider : public platform::UISlider {
     }
 };
 
-/// Calls a method of the controller with the sender; a no-op after the controller has gone.
+/// Calls a method of the controller with the sender; a no-op once the controller is destroyed.
 template <class Sender, class Base>
 std::function<void(Base&)> action(const std::weak_ptr<AudioUnitViewController>& target,
                                   void (AudioUnitViewController::*method)(Sender&)) {
@@ -130,24 +130,6 @@ void AudioUnitViewController::loadView() {
 void AudioUnitViewController::addGestures(platform::UIView& root) {
     using namespace platform;
     const std::weak_ptr self(strongSelf());
-    panGesture = std::make_shared<UIPanGestureRecognizer>();
-    panGesture->addTarget(action<UIPanGestureRecognizer, UIGestureRecognizer>(
-        self, &AudioUnitViewController::onPanGesture));
-    pinchGesture = std::make_shared<UIPinchGestureRecognizer>();
-    pinchGesture->addTarget(action<UIPinchGestureRecognizer, UIGestureRecognizer>(
-        self, &AudioUnitViewController::onPinchGesture));
-    doubleTapGesture = std::make_shared<UITapGestureRecognizer>();
-    doubleTapGesture->setNumberOfTapsRequired(2);
-    doubleTapGesture->addTarget(action<UITapGestureRecognizer, UIGestureRecognizer>(
-        self, &AudioUnitViewController::onDoubleTapGesture));
-    tapGesture = std::make_shared<UITapGestureRecognizer>();
-    tapGesture->require(doubleTapGesture);
-    tapGesture->addTarget(action<UITapGestureRecognizer, UIGestureRecognizer>(
-        self, &AudioUnitViewController::onTapGesture));
-    longPressGesture = std::make_shared<UILongPressGestureRecognizer>();
-    longPressGesture->addTarget(action<UILongPressGestureRecognizer, UIGestureRecognizer>(
-        self, &AudioUnitViewController::onlongPressGesture));
-
     const auto isBesideControls = [self](const UITouch& touch) {
         const auto controller = self.lock();
         if (!controller) return true;
@@ -157,13 +139,22 @@ void AudioUnitViewController::addGestures(platform::UIView& root) {
         const auto& panel = controller->stereoControls;
         return view != panel || !panel->isInHotspot(touch);
     };
-    for (const std::shared_ptr<UIGestureRecognizer>& gesture :
-         std::initializer_list<std::shared_ptr<UIGestureRecognizer>>{
-             panGesture, pinchGesture, doubleTapGesture, tapGesture, longPressGesture}) {
-        if (gesture != pinchGesture) gesture->shouldReceive = isBesideControls;
-        root.addGestureRecognizer(gesture);
-    }
-    // The panel clears the lock when a touch goes down outside its hotspots, which is after this.
+    const auto add = [&]<class Gesture>(std::shared_ptr<Gesture>& outlet,
+                                        void (AudioUnitViewController::*method)(Gesture&)) {
+        outlet = std::make_shared<Gesture>();
+        outlet->addTarget(action<Gesture, UIGestureRecognizer>(self, method));
+        outlet->shouldReceive = isBesideControls;
+        root.addGestureRecognizer(outlet);
+    };
+    add(panGesture, &AudioUnitViewController::onPanGesture);
+    add(pinchGesture, &AudioUnitViewController::onPinchGesture);
+    add(doubleTapGesture, &AudioUnitViewController::onDoubleTapGesture);
+    add(tapGesture, &AudioUnitViewController::onTapGesture);
+    add(longPressGesture, &AudioUnitViewController::onlongPressGesture);
+    pinchGesture->shouldReceive = {};
+    doubleTapGesture->setNumberOfTapsRequired(2);
+    tapGesture->require(doubleTapGesture);
+    // The panel clears the lock when a touch begins outside its hotspots, which is after this.
     panGesture->shouldReceive = [self, isBesideControls](const UITouch& touch) {
         const auto controller = self.lock();
         return isBesideControls(touch) && !(controller && controller->touchesLocked);

@@ -4,10 +4,9 @@
 
 namespace qov {
 
-/// The panel's colours for one brightness. Values (screen, slots, knobs) have a dark ground at
-/// every brightness, so amber, blue and red have contrast on it; ink, which is drawn on the plate
-/// itself, keeps a distance from the plate's grey where foreground and background are about the
-/// same.
+/// The panel's colours for one brightness. Values (screen, slots, knobs) have a dark background at
+/// every brightness, so that amber, blue and red have contrast. Ink, which is drawn on the plate
+/// itself, stays at a distance from the plate's grey at every brightness.
 struct PanelStyle {
     PanelStyle(const platform::CGColor& background, const platform::CGColor& contrast);
 
@@ -18,9 +17,9 @@ struct PanelStyle {
     platform::CGColor plateEdge;
     platform::CGColor ink;       ///< text on the plate
     platform::CGColor inkFaint;  ///< scale marks and outlines there
-    platform::CGColor ground;    ///< of screens and slots
+    platform::CGColor ground;    ///< background of screens and slots
     platform::CGColor edge;      ///< around them
-    platform::CGColor light;     ///< text and pointers on the dark ground
+    platform::CGColor light;     ///< text and pointers on it
     platform::CGColor lightFaint;
     platform::CGColor knobTop, knobBottom;
 };

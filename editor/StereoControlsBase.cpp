@@ -54,6 +54,14 @@ struct PanelText {
     }
 };
 
+/// Knob, readout and reset button of the width or the panorama.
+struct StereoControlsBase::Dial {
+    ParameterAddress address;
+    const char* caption;
+    CGPoint knob;  ///< its middle
+    CGRect reset;
+};
+
 namespace {
 
 constexpr CGRect canvas{0, 0, 680, 440};
@@ -254,8 +262,11 @@ void StereoControlsBase::drawControls(const CGRect& frame, ResizingBehavior resi
         // Over the phase field and its bar, under all texts and values.
         drawBrackets(*context, style);
         drawLevels(*context);
-        drawStereoWidth(*context, style);
-        drawPanorama(*context, style);
+        drawDial(*context, style,
+                 {kStereoWidth, "stereo width: ", {467, 379}, {197.5, 365.5, 34, 28}},
+                 stereoWidthNormalized, isStereoWidthActive, isStereoWidthResetActive);
+        drawDial(*context, style, {kPanorama, "panorama: ", {215, 63}, {448.5, 49.5, 34, 28}},
+                 panoramaNormalized, isPanoramaActive, isPanoramaResetActive);
         drawPhaseShift(*context, style, phaseShift);
         drawToggles(*context, style);
         print(*context, style,
@@ -363,23 +374,14 @@ void StereoControlsBase::drawLevels(CGContext& context) const {
     }
 }
 
-void StereoControlsBase::drawStereoWidth(CGContext& context, const PanelStyle& style) const {
+void StereoControlsBase::drawDial(CGContext& context, const PanelStyle& style, const Dial& dial,
+                                  CGFloat value, bool isActive, bool isResetActive) const {
     const CGColor amber = colorEmphasize.cgColor();
-    const bool isActive = isStereoWidthActive || isStereoWidthResetActive;
-    drawReset(context, style, {197.5, 365.5, 34, 28}, isStereoWidthResetActive, amber);
-    drawReadout(context, style, valueBoxes[kStereoWidth],
-                percentText("stereo width: ", stereoWidthNormalized), stereoWidthNormalized,
+    isActive = isActive || isResetActive;
+    drawReset(context, style, dial.reset, isResetActive, amber);
+    drawReadout(context, style, valueBoxes[dial.address], percentText(dial.caption, value), value,
                 isActive, amber);
-    drawKnob(context, style, {467, 379}, stereoWidthNormalized, isActive, amber);
-}
-
-void StereoControlsBase::drawPanorama(CGContext& context, const PanelStyle& style) const {
-    const CGColor amber = colorEmphasize.cgColor();
-    const bool isActive = isPanoramaActive || isPanoramaResetActive;
-    drawReset(context, style, {448.5, 49.5, 34, 28}, isPanoramaResetActive, amber);
-    drawReadout(context, style, valueBoxes[kPanorama],
-                percentText("panorama: ", panoramaNormalized), panoramaNormalized, isActive, amber);
-    drawKnob(context, style, {215, 63}, panoramaNormalized, isActive, amber);
+    drawKnob(context, style, dial.knob, value, isActive, amber);
 }
 
 void StereoControlsBase::drawPhaseShiftField(CGContext& context, const PanelStyle& style) const {

@@ -48,6 +48,7 @@ class StereoControlsBase {
  private:
     friend class StereoControls;
     struct Hotspot;
+    struct Dial;
 
     const Hotspot* hotspotAt(platform::CGPoint point) const;
     std::string phaseShiftText() const;
@@ -55,8 +56,8 @@ class StereoControlsBase {
     void drawStereoField(platform::CGContext& context, const PanelStyle& style) const;
     void drawBrackets(platform::CGContext& context, const PanelStyle& style) const;
     void drawLevels(platform::CGContext& context) const;
-    void drawStereoWidth(platform::CGContext& context, const PanelStyle& style) const;
-    void drawPanorama(platform::CGContext& context, const PanelStyle& style) const;
+    void drawDial(platform::CGContext& context, const PanelStyle& style, const Dial& dial,
+                  platform::CGFloat value, bool isActive, bool isResetActive) const;
     void drawPhaseShiftField(platform::CGContext& context, const PanelStyle& style) const;
     void drawPhaseShift(platform::CGContext& context, const PanelStyle& style,
                         const std::string& text) const;

@@ -7,7 +7,7 @@ enum StereoControlsOption : int {
     kOptionNormalized = 10,    ///< scaled to its peak
     kOptionOscillograph = 11,  ///< visible
     kOptionSuspended = 12,
-    kOptionDrawMode = 13,  ///< switches between points and lines, whatever the value
+    kOptionDrawMode = 13,  ///< toggles points and lines; the value is ignored
 };
 
 /// Receives the panel's edits. Main thread.
