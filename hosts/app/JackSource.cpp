@@ -131,13 +131,9 @@ std::unique_ptr<SoundSource> openJack(const std::string& server) {
     // The library writes every failed attempt to the terminal by itself.
     jack_set_error_function([](const char*) {});
     jack_set_info_function([](const char*) {});
-    constexpr auto kNoServerStart = static_cast<unsigned>(JackNoStartServer);
-    auto* client =
-        server.empty()
-            ? jack_client_open("kelvane", static_cast<jack_options_t>(kNoServerStart), nullptr)
-            : jack_client_open("kelvane",
-                               static_cast<jack_options_t>(kNoServerStart | JackServerName),
-                               nullptr, server.c_str());
+    const int options = JackNoStartServer | (server.empty() ? 0 : JackServerName);
+    auto* client = jack_client_open("kelvane", static_cast<jack_options_t>(options), nullptr,
+                                    server.c_str());  // the name is read with JackServerName only
     if (!client) return nullptr;
     auto source = std::make_unique<JackSource>(client);
     if (!source->registerPorts()) return nullptr;
