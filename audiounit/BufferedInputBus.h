@@ -20,20 +20,20 @@ struct BufferedInputBus {
     const platform::AudioBufferList* originalAudioBufferList = nullptr;
     platform::AudioBufferList* mutableAudioBufferList = nullptr;
 
-    /// Makes the bus; drops a pull buffer.
+    /// Creates the bus and releases the pull buffer.
     void configure(const std::shared_ptr<platform::AVAudioFormat>& format,
                    std::uint32_t maximumChannelCount);
 
-    /// Makes the pull buffer in the bus's present format.
+    /// Creates the pull buffer in the bus's present format. Throws std::bad_alloc.
     void allocateBuffers(std::uint32_t maximumFrames);
     void releaseBuffers();
 
-    /// Points the mutable list at the pull buffer again; its byte sizes are those of a longest
-    /// cycle, however short the present one.
+    /// Points the mutable list at the pull buffer again; its byte sizes are those of the longest
+    /// cycle, not of the present one.
     void prepareBufferList();
 
-    /// Audio thread, buffers allocated: lets the host fill the mutable list. Returns the host's
-    /// status, or kAudioUnitErr_NoConnection, with nothing touched, when there is no block.
+    /// Calls the host's block to fill the mutable list and returns its status; without a block
+    /// kAudioUnitErr_NoConnection. Audio thread, buffers allocated.
     platform::AUAudioUnitStatus pullInput(platform::AudioUnitRenderActionFlags* flags,
                                           const platform::AudioTimeStamp* timestamp,
                                           platform::AUAudioFrameCount frameCount,

@@ -6,14 +6,14 @@
 
 namespace qov {
 
-// What the host lent last, in the whole process: every audio unit writes these same slots, and
-// nothing reads them. A block lent stays referenced until the next audio unit allocates.
+// The host's blocks that were adopted last in this process: every audio unit writes the same four
+// variables, and nothing reads them. A block stays referenced until the next audio unit allocates.
 extern platform::AUHostMusicalContextBlock _musicalContext;
 extern platform::AUHostTransportStateBlock _transportStateBlock;
 extern platform::AUScheduleMIDIEventBlock _scheduleMIDIEventBlock;
 extern platform::AUMIDIOutputEventBlock _outputEventBlock;
 
-/// Guards the four: audio units of different threads allocate at the same time.
+/// Guards the four, as audio units may allocate on several threads at the same time.
 extern std::mutex hostBlocksMutex;
 
 }  // namespace qov

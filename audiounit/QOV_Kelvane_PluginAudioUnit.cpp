@@ -30,8 +30,8 @@ constexpr double defaultSampleRate = 44100.0;
 constexpr std::uint32_t busChannels = 2;
 constexpr AUAudioFrameCount longestCycle = 1024;  // frames
 
-/// No decimals, for the continuous parameters too: a host that shows the audio unit's own text
-/// sees 0 or 1. One half is "0", as the formatter rounds to even.
+/// Without decimals, for the continuous parameters too: a host that shows the audio unit's own text
+/// shows 0 or 1. One half is "0", as the formatter rounds to even.
 std::string stringFromValue(const AUParameter& parameter, const AUValue* value) {
     std::array<char, 64> text{};
     const int length =
@@ -39,11 +39,11 @@ std::string stringFromValue(const AUParameter& parameter, const AUValue* value) 
     return {text.data(), static_cast<std::size_t>(length)};
 }
 
-/// The block, which is announced where the host has set it.
+/// Returns the block, and prints the announcement if the host has set it.
 template <class Block>
-Block announced(Block lent, std::string_view announcement) {
-    if (lent) console::print(announcement);
-    return lent;
+Block announced(Block block, std::string_view announcement) {
+    if (block) console::print(announcement);
+    return block;
 }
 
 /// The log's own line feed follows the one of the message.
@@ -148,7 +148,7 @@ bool QOV_Kelvane_PluginAudioUnit::allocateRenderResourcesAndReturnError(NSError*
 }
 
 void QOV_Kelvane_PluginAudioUnit::adoptHostBlocks() {
-    // Whatever throws, copying or printing, the slots keep what they hold.
+    // Copying and printing may throw; the variables change only after both.
     auto musicalContext = announced(musicalContextBlock(), "musicalContextBlock() is defined");
     auto transportState = announced(transportStateBlock(), "transportStateBlock() is defined.");
     auto scheduleMIDIEvent =

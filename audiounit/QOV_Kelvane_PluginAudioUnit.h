@@ -38,18 +38,18 @@ class QOV_Kelvane_PluginAudioUnit : public platform::AUAudioUnit {
     /// than maximumFramesToRender frames and does not check.
     platform::AUInternalRenderBlock internalRenderBlock() override;
 
-    /// For a host whose signal starts anew: nothing that has come in is heard any more, and what
-    /// is smoothed starts as after allocation. Parameters stay. Audio thread.
+    /// For a host that starts a new signal: clears all sound that is held and sets smoothed values
+    /// as after allocation. Parameters stay. Audio thread.
     void forgetSignal() { _kernel.forgetSignal(); }
 
-    /// The stored factory preset, or the very custom preset that was set.
+    /// The stored factory preset, or the custom preset that was set.
     PresetPointer currentPreset() const override;
 
     /// A factory preset (by its number) sets all eight parameters through the tree; a custom one
     /// is only remembered. Null, unknown numbers and nameless custom presets change nothing.
     void setCurrentPreset(PresetPointer preset) override;
 
-    /// All eight addresses, whatever the count.
+    /// All eight addresses; the count is ignored.
     std::vector<std::uint64_t> parametersForOverviewWithCount(std::int64_t count) const override;
 
     std::shared_ptr<platform::AUParameterTree> parameterTree() const override;
@@ -62,14 +62,14 @@ class QOV_Kelvane_PluginAudioUnit : public platform::AUAudioUnit {
 
     /// Frames in each of the two analysis buffers.
     std::int32_t getBufferSize() const;
-    /// The live capture ring, one channel each; the render thread goes on writing it. Both take
-    /// note that the new data were fetched.
+    /// A channel of the live capture ring, which the render thread keeps writing. Both clear
+    /// isNewBuffer().
     float* getBufferLeft();
     float* getBufferRight();
-    /// True when the ring was filled once more since the last fetch.
+    /// True if the ring has wrapped since the last fetch.
     bool isNewBuffer() const;
 
-    /// The kernel's parameter, past the tree.
+    /// The kernel's parameter, without the tree.
     void setParameter(std::int32_t address, float value);
     float getParameter(std::int32_t address) const;
 

@@ -4,7 +4,7 @@
 
 namespace qov {
 
-/// Under which hosts find the effect.
+/// The codes by which hosts find the effect.
 inline constexpr platform::AudioComponentDescription componentDescription{
     .componentType = platform::kAudioUnitType_Effect,
     .componentSubType = platform::fourCharacterCode("Kelv"),

@@ -5,7 +5,7 @@
 
 namespace qov {
 
-/// Which of the stages behind the delay a shape loop runs, and its index in ChainLoops::shape.
+/// Which of the stages after the delay a shape loop runs, and its index in ChainLoops::shape.
 struct ShapeStages {
     /// Of a width or a panorama.
     enum Side { neutral, above, below };
@@ -36,7 +36,7 @@ struct Shape {
 
 /// The hot loops of the chain in one form of the processor. All forms give the same bits, those of
 /// the stages' own frame-by-frame code. Only the sign and payload of a NaN may differ between
-/// forms: arithmetic leaves open which operand's NaN comes through.
+/// forms: which operand's NaN an operation returns is unspecified.
 struct ChainLoops {
     /// out = in x gain. Blocks are the same or apart.
     void (*scale)(const float* in, float* out, std::int32_t count, float gain);
@@ -51,7 +51,7 @@ struct ChainLoops {
     /// The best form for this processor, or what the environment variable KELVANE_CPU names when
     /// the program is loaded: scalar, baseline, v3 or v4. Null is scalar, the stages' own code.
     static const ChainLoops* current();
-    /// Switches to a form by name; false, and nothing changes, where this processor cannot run it.
+    /// Switches to a form by name; a no-op that returns false where this processor cannot run it.
     /// For tests and benchmarks, between cycles.
     static bool select(std::string_view name);
 };

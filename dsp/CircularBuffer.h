@@ -6,15 +6,15 @@
 
 namespace qov {
 
-/// One channel as a ring with a position; what its traversals do is for the derived class to say.
+/// One channel as a ring with a position; the derived class defines its traversals.
 class CircularBuffer : public DynaBuffer {
  public:
     virtual void reset();
     /// The next `frames` frames touched are the last of the storage; ignored outside 0..size.
     virtual void rewind(std::int32_t frames);
-    /// Puts a block of `count` frames in, from `pos` on.
+    /// Stores a block of `count` frames, from `pos` on.
     virtual void write(const float* samples, std::int32_t count) = 0;
-    /// The same, and the block gets what was there.
+    /// Swaps a block with the ring, from `pos` on.
     virtual void exchange(float* samples, std::int32_t count) = 0;
     virtual void idle() {}
 

@@ -35,10 +35,10 @@ class CircularBuffer2 : public DynaBuffer2 {
     /// Fills `resampled` from the ring by nearest frames, each averaged with the value before it.
     void resample();
 
-    /// What every traversal does where the ring is full: back to the start, resample, notify.
-    /// Afterwards the ring may have other storage, or none.
+    /// Called by every traversal where the ring is full: sets pos to 0, resamples and notifies.
+    /// onBuffer may reallocate or release the storage.
     void wrap();
-    /// There is something to traverse.
+    /// Whether there is storage to traverse.
     bool isReady() const { return size > 0 && data[0] && data[1]; }
 
     void (*onBuffer)(void* callee) = nullptr;

@@ -22,10 +22,10 @@ class DSPKernel {
     /// One cycle. Events are a sorted list, null for none. One before the cycle takes effect at its
     /// first frame, one at its end before the next cycle.
     ///
-    /// Events behind the end are not allowed and not checked for: process() is called up to the
-    /// event's time, so it reads and writes behind the host's buffers, and delay line and ring move
+    /// Events past the end are not allowed and not checked for: process() is called up to the
+    /// event's time, so it reads and writes past the host's buffers, and delay line and ring move
     /// on by as many frames too many. The count of remaining frames has then wrapped below 0, and
-    /// the next call asks for nearly 2^32 frames.
+    /// the next call processes nearly 2^32 frames.
     void processWithEvents(const platform::AudioTimeStamp& timestamp, std::uint32_t frameCount,
                            const platform::AURenderEvent* events);
     void handleOneEvent(const platform::AURenderEvent* event);

@@ -19,19 +19,19 @@ class DynaBuffer {
     /// Its own size again zeroes the frames, less than 1 releases them, a smaller size changes
     /// nothing at all, a larger one gives fresh zeroed frames.
     virtual float* allocate(std::int32_t frames);
-    /// Its own size again changes nothing; any other size drops what was there.
+    /// Its own size again is a no-op; any other size discards the frames.
     virtual float* reallocate(std::int32_t frames);
     /// Zeroes the frames.
     virtual void clear();
-    /// Gives the storage back.
+    /// Frees the storage.
     virtual void release();
 
     std::int32_t size = 0;  ///< allocated frames
     float* data = nullptr;
 
  protected:
-    /// Storage for so many frames, kept behind `size` for later growth without an allocation;
-    /// contents, `size` and what allocate() does stay the same.
+    /// Allocates storage for so many frames, so that a later growth needs no allocation; contents,
+    /// `size` and what allocate() does stay the same.
     void reserve(std::int32_t frames);
 
  private:

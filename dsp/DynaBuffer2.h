@@ -21,7 +21,7 @@ class DynaBuffer2 {
     virtual void resize(std::int32_t frames) { allocate(frames); }
     /// Zeroes the frames in use.
     virtual void clear();
-    /// Gives the storage back.
+    /// Frees the storage.
     virtual void release();
     /// Its own size again changes nothing, 0 or less releases, a size within the storage only sets
     /// `size` (contents stay), a larger one gives fresh zeroed frames.

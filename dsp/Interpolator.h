@@ -15,7 +15,7 @@ struct InterpolatorEvent {
 };
 
 /// Smooths a parameter: each new target is reached in sixteen equal steps, one a tick.
-/// The event comes first in the declared order of the fields, the ramp after it.
+/// In the declared order of the fields the event is first.
 struct Interpolator : InterpolatorEvent, Interpolator2 {
     /// Starts a ramp from the current value; a target within 1e-6 is taken at once.
     void setTarget(float value);

@@ -14,7 +14,7 @@ struct Interpolator2 {
     float currentValue = 0;
     float increase = 0;       ///< added per tick; 0 at rest
     std::int64_t time = 512;  ///< length of the ramp in ticks
-    std::int64_t delay = 0;   ///< ticks to wait before the first step
+    std::int64_t delay = 0;   ///< ticks before the first step
 };
 
 }  // namespace qov

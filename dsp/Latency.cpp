@@ -73,8 +73,8 @@ void Latency::exchange(const float* in, float* out, std::int32_t count, float ga
     endBlock(out, count);
 }
 
-// A line of few frames from its start over a longer block: the line's frames come first, the block
-// follows, and the last frames of it stay in the line, each where its turn around the line has it.
+// A short line, at its start, and a longer block: the output is the line's frames and then the
+// block's, whose last frames stay in the line, each where frame-by-frame exchange would put it.
 void Latency::shift(const float* in, float* out, std::int32_t count, float gain,
                     const ChainLoops& loops) {
     const std::int32_t length = end(), moved = count - length;
@@ -93,7 +93,7 @@ void Latency::shift(const float* in, float* out, std::int32_t count, float gain,
     pos = (count - 1) % length + 1;
 }
 
-// Within the storage, whatever has been done to it from outside.
+// Never past the storage, which is public and may have been reallocated.
 std::int32_t Latency::end() const {
     return std::min(lSize, size);
 }

@@ -16,7 +16,7 @@ class Latency final : public CircularBuffer {
 
     /// The requested length, not the allocated size.
     std::int32_t getSize() override;
-    /// Takes the frames in without giving any out.
+    /// Stores the frames without output.
     void write(const float* samples, std::int32_t count) override;
     /// Delays the block in place by lSize frames.
     void exchange(float* samples, std::int32_t count) override;
@@ -45,7 +45,7 @@ class Latency final : public CircularBuffer {
     void shift(const float* in, float* out, std::int32_t count, float gain,
                const ChainLoops& loops);
 
-    float precedingFrame_ = 0;  // before the next block: where a new length starts, it repeats
+    float precedingFrame_ = 0;  // before the next block; a new length repeats it
 };
 
 }  // namespace qov

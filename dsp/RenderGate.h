@@ -5,14 +5,14 @@
 
 namespace qov {
 
-/// Keeps a reset by one thread and a segment that another one renders apart; neither ever waits. A
-/// reset that is asked for during a segment, or during another reset, is left to the thread that is
-/// inside: it performs it when it comes out. So nothing is lost, the asking thread returns at once,
-/// and the rest of that segment still sounds as before the reset.
+/// Excludes a reset by one thread and a segment rendered by another from each other, without
+/// blocking. A reset requested during a segment, or during another reset, is pending: the thread
+/// that renders or resets performs it at its end. So no request is lost, the requesting thread
+/// returns at once, and the rest of that segment is rendered as before the reset.
 class RenderGate {
  public:
-    /// Calls render(), then reset() if one was asked for meanwhile. False, with nothing called,
-    /// while another thread resets: the segment has to do without the guarded state.
+    /// Calls render(), then reset() if one is pending. False, with nothing called, while another
+    /// thread resets: the segment must not use the guarded state.
     template <class Render, class Reset>
     bool render(Render&& render, Reset&& reset) {
         std::uint32_t state = idle;
@@ -24,7 +24,7 @@ class RenderGate {
         return true;
     }
 
-    /// Calls reset(), or leaves that to the thread inside.
+    /// Calls reset(), or makes it pending while another thread renders or resets.
     template <class Reset>
     void reset(Reset&& reset) {
         std::uint32_t state = idle;
@@ -44,7 +44,7 @@ class RenderGate {
         } while (!leave(resetting));
     }
 
-    /// To idle; or, where a reset was asked for, false: then the state is `resetting`.
+    /// Enters idle; with a pending reset, enters `resetting` instead and returns false.
     bool leave(std::uint32_t from) {
         if (state_.compare_exchange_strong(from, idle, std::memory_order_acq_rel)) return true;
         state_.store(resetting, std::memory_order_relaxed);  // only `asked` can have come in

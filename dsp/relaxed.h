@@ -2,9 +2,9 @@
 
 namespace qov {
 
-// A plain field that several threads share: one word, read and written whole, in no order with
-// others. In machine code these are the plain load and the plain store. By the compilers' own
-// functions, as not every standard library has std::atomic_ref.
+// Access to a plain one-word field that several threads share: atomic, in no order with other
+// fields, and in machine code a plain load or store. They use the compilers' own functions, as not
+// every standard library has std::atomic_ref.
 
 /// Reads a shared field. Any thread.
 template <class Word>

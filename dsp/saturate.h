@@ -4,7 +4,7 @@
 
 namespace qov {
 
-/// A real number as an integer: truncated toward zero, held to the type's range, 0 for NaN.
+/// A real number as an integer: truncated toward zero, clamped to the type's range, 0 for NaN.
 template <class Integer>
 constexpr Integer saturate(double value) {
     using Limits = std::numeric_limits<Integer>;

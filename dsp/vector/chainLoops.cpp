@@ -38,7 +38,7 @@ inline float fusedMultiplyAdd(float x, float y, float z) {
     const double error = (product - productPart) + (addend - (sum - productPart));
     const auto bits = __builtin_bit_cast(long long, sum);
     // An even sum that is not exact moves to its odd neighbour on the error's side; in bits that is
-    // away from zero where the two have one sign. A NaN compares as no error.
+    // away from zero where sum and error have the same sign. A NaN compares as no error.
     const long long above = error > 0 ? 1 : 0, below = error < 0 ? 1 : 0;
     const long long away = sum > 0 ? above - below : below - above;
     const long long step = away & ((bits & 1) - 1);
@@ -71,9 +71,9 @@ inline __m128 narrowed(__m128d low, __m128d high) {
     return _mm_movelh_ps(_mm_cvtpd_ps(low), _mm_cvtpd_ps(high));
 }
 
-// Four at a time. A sum that was rounded to double rounds to the right float unless it stands in
-// the middle between two floats; only then, or for a float at the lower end of the range, whose
-// middles lie elsewhere, is it rounded to odd.
+// Four at a time. A sum rounded to double rounds to the right float unless it lies midway between
+// two floats. Only such a sum, or one near the subnormal floats, whose spacing differs, is rounded
+// to odd.
 inline __m128 fusedMultiplyAdd(__m128 x, float y, __m128 z) {
     const __m128d factor = _mm_set1_pd(static_cast<double>(y));
     const __m128d lowProduct = _mm_mul_pd(_mm_cvtps_pd(x), factor);

@@ -8,7 +8,7 @@
 
 namespace qov::app {
 
-/// What can be undone and redone: a step for each gesture that changed something. Main thread.
+/// The undo history: a step for each gesture that changed a value. Main thread.
 class EditHistory {
  public:
     /// Of each parameter, by address.
@@ -19,7 +19,7 @@ class EditHistory {
     };
     static constexpr std::size_t longest = 1000;  // steps; the oldest are dropped
 
-    /// Drops the steps that could have been redone. No-op where nothing changed.
+    /// Adds a step and drops those that could have been redone. No-op if before equals after.
     void add(const Step& step) {
         if (step.before == step.after) return;
         steps_.resize(done_);
@@ -27,7 +27,7 @@ class EditHistory {
         steps_.push_back(step);
         done_ = steps_.size();
     }
-    /// The step to take back, or to take again; null where there is none left.
+    /// The step to undo or to redo; null if there is none.
     const Step* undo() { return done_ > 0 ? &steps_[--done_] : nullptr; }
     const Step* redo() { return done_ < steps_.size() ? &steps_[done_++] : nullptr; }
 

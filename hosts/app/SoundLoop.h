@@ -16,13 +16,13 @@ struct Sound {
     Sound atRate(double newRate) const;
 };
 
-/// Plays a sound round and round into a signal. mixInto() belongs to the audio thread and neither
-/// allocates nor waits; the rest may be called on any.
+/// Mixes a sound into a signal, in a loop. mixInto() is for the audio thread and neither allocates
+/// nor blocks; the rest may be called on any thread.
 class SoundLoop {
  public:
     explicit SoundLoop(Sound sound) : sound_(std::move(sound)) {}
 
-    /// Adds the next frames, or none while it pauses.
+    /// Adds the next frames; a no-op while paused.
     void mixInto(float* left, float* right, std::uint32_t frames);
     bool isPlaying() const { return playing_.load(std::memory_order_relaxed); }
     void setPlaying(bool playing) { playing_.store(playing, std::memory_order_relaxed); }

@@ -55,7 +55,7 @@ class EndSignals {
     EndSignals& operator=(const EndSignals&) = delete;
 
     int descriptor() const { return descriptor_; }
-    /// Which one came; 0 for none.
+    /// The signal received; 0 for none.
     int take() const {
         signalfd_siginfo info;
         return read(descriptor_, &info, sizeof info) == sizeof info
@@ -285,7 +285,7 @@ void App::startInSilence(double rate) {
         throw std::runtime_error(fmt::format("the effect does not run at {} Hz", rate));
 }
 
-/// False where the effect does not run at the source's rate, or the source has gone.
+/// False if the effect does not run at the source's rate, or the source cannot start.
 bool App::startOn(std::unique_ptr<SoundSource> source) {
     source_ = std::move(source);
     const double rate = source_->rate();

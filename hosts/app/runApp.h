@@ -13,23 +13,23 @@
 
 namespace qov::app {
 
-/// What the program was asked for.
+/// The program's options.
 struct Options {
-    /// What plays round and round; empty for none.
+    /// Played in a loop; empty for none.
     Sound sound;
-    /// Points; without it that of the last run, or the panel's own.
+    /// Points; by default that of the last run, or the panel's own.
     std::optional<platform::CGSize> size;
     /// Pixels a point; 0 for the desktop's own.
     platform::CGFloat scale = 0;
     bool useJack = true;
-    /// The JACK server's name; empty for the usual one.
+    /// The JACK server's name; empty for the default one.
     std::string jackServer;
-    /// Factory preset in place of the values of the last run.
+    /// Number of the factory preset to start with; by default the values of the last run.
     std::optional<std::size_t> preset;
-    /// Address and value of the parameters to set after that, at so many frames per second; empty
+    /// Address and value of the parameters to set after that, at a rate in frames per second; empty
     /// for none.
     std::function<std::vector<std::pair<std::uint64_t, float>>(double rate)> values;
-    /// Where the settings are kept from one run to the next; empty for nowhere.
+    /// The file of settings that is read and written; empty for none.
     std::string settingsPath;
 };
 

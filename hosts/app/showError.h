@@ -9,7 +9,7 @@ namespace qov::app {
 bool hasTerminal();
 
 /// Shows a message in a window of its own and returns when the user closes it, with Esc, Return,
-/// Space, its button or the close button, or after so many seconds: a script that nobody watches
+/// Space, its button or the close button, or after so many seconds, so that an unattended script
 /// goes on. No-op without a screen. Main thread.
 void showError(const std::string& message, double seconds = 60);
 

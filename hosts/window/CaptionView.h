@@ -8,8 +8,8 @@
 
 namespace qov::hosts {
 
-/// A few lines of text on a dark rounded ground: a tooltip, a message. Touches go through it. Main
-/// thread.
+/// A few lines of text on a dark rounded background: a tooltip, a message. Touches pass through it.
+/// Main thread.
 class CaptionView : public platform::UIView {
  public:
     /// One line: a bold head, plain words, or a warning.
@@ -22,8 +22,8 @@ class CaptionView : public platform::UIView {
 
     CaptionView();
 
-    /// Takes the size that the lines need, below the anchor where there is room, else above it,
-    /// inside the superview. anchor: in the superview's coordinates.
+    /// Shows the lines below the anchor if there is room, else above it, inside the superview.
+    /// anchor: in the superview's coordinates.
     void show(std::vector<Line> lines, const platform::CGRect& anchor);
     void hide() { setHidden(true); }
 

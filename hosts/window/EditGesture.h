@@ -6,8 +6,8 @@
 
 namespace qov::hosts {
 
-/// Joins what a person does at the same time (touches, a scroll, keys) into one gesture for the
-/// host's automation: it begins with the first hold and ends with the last release. Main thread.
+/// Combines simultaneous input (touches, a scroll, keys) into one gesture for the host's
+/// automation: it begins with the first hold() and ends with the last release(). Main thread.
 class EditGesture {
  public:
     explicit EditGesture(Instance& instance) : instance_(instance) {}

@@ -175,7 +175,7 @@ void EditorWindow::setBrightness(float brightness) {
     auto& slider = *controller_->brightnessSlider;
     slider.setValue(brightness);
     controller_->onBrightnessSlider(slider);
-    controller_->touchesLocked = false;  // nobody holds the slider
+    controller_->touchesLocked = false;  // the slider is not touched
 }
 
 std::string EditorWindow::modeAt(platform::CGPoint point) const {

@@ -27,33 +27,33 @@ class HoverView;
 class Instance;
 class PanelInput;
 
-/// The editor of an instance in a window of its own or inside a host's, where fitPanel() scales it
-/// to the window. It takes part in the instance's run loop, which the owner has to pump. Belongs to
-/// the editor's thread, like all of its operations, and is destroyed before the instance.
+/// The editor of an instance in a window of its own or inside a host's; fitPanel() scales it to the
+/// window. Its events arrive through the instance's run loop, which the owner has to pump. Editor's
+/// thread; destroyed before the instance.
 ///
-/// It keeps what the panel expects of its host: the panel that is touched was the last one to draw
-/// in the process, and the host's automation gets the beginning and the end of each gesture. What a
-/// press would act on is marked under the mouse. See PanelInput for wheel, keys and clicks.
+/// It meets the panel's requirements: before a touch the touched panel is drawn, so that it is the
+/// last one drawn in the process, and the host's automation gets the beginning and the end of each
+/// gesture. The control under the mouse is highlighted. See PanelInput for wheel, keys and clicks.
 class EditorWindow {
  public:
     /// Place and size of the window.
     struct Options {
         std::string title = product::name;
-        std::uint64_t parent = 0;           ///< a foreign window to open it in; 0 for none
-        std::uint64_t transientFor = 0;     ///< or one to stay above; 0 for none
+        std::uint64_t parent = 0;           ///< the host's window to open it in; 0 for none
+        std::uint64_t transientFor = 0;     ///< or the one to stay above; 0 for none
         platform::CGFloat scale = 0;        ///< pixels a point; 0 for the desktop's own
         platform::CGSize size = panelSize;  ///< points
     };
     /// The panel's own size, in points.
     static constexpr platform::CGSize panelSize{680, 440};
-    /// A quarter of it: less cannot be read.
+    /// A quarter of it; smaller text is unreadable.
     static constexpr platform::CGSize smallestSize{170, 110};
-    /// What a host may ask for: pixels a point, and pixels of a side.
+    /// Limits of what a host may request: pixels a point, and pixels of a side.
     static constexpr double smallestScale = 0.5, largestScale = 8;
     static constexpr int largestSide = 8192;
 
-    /// Not shown yet. The instance was made with an AudioUnitViewController as its factory. Null,
-    /// with a line about why in *error, where there is no screen.
+    /// Opens it, not shown yet. The instance needs an AudioUnitViewController as its factory. Null,
+    /// with a line about why in *error, without a screen or such a parent.
     static std::unique_ptr<EditorWindow> open(Instance& instance, const Options& options,
                                               std::string* error);
     ~EditorWindow();
@@ -68,9 +68,9 @@ class EditorWindow {
     /// Which of width, panorama and phase shift (their addresses) is drawn at a point of the
     /// window.
     std::optional<int> controlAt(platform::CGPoint point) const;
-    /// The editing mode at a point of the window; empty for none.
+    /// The editing mode at a point of the window; empty outside the hot areas.
     std::string modeAt(platform::CGPoint point) const;
-    /// Its hot area, in points of the window.
+    /// The hot area at a point of the window, in points of the window.
     std::optional<platform::CGRect> hotAreaAt(platform::CGPoint point) const;
     /// An area of the panel's canvas, in points of the window.
     platform::CGRect windowArea(const platform::CGRect& canvasArea) const;
@@ -87,11 +87,11 @@ class EditorWindow {
     /// Of the panel's background, 0..1.
     float brightness() const;
     void setBrightness(float brightness);
-    /// A key that the window got, or that the host passes on. True if it meant something.
+    /// Handles a key of the window or of the host. True if it was used.
     bool key(const platform::KeyStroke& stroke);
-    /// The keys that mean nothing to the panel.
+    /// Receives the keys that the panel does not use; returns whether it used them.
     std::function<bool(const platform::KeyStroke&)> onKey;
-    /// A person's gestures: their beginning and end can be observed here.
+    /// The user's gestures, whose beginning and end can be observed here.
     EditGesture& gesture() { return gesture_; }
 
  private:

@@ -11,17 +11,17 @@
 
 namespace qov::hosts {
 
-/// The editor of a plug-in as a host handles it: given a scale and a size, opened inside a window
-/// of the host's or floating above one, shown, resized, closed, opened again. Sizes are pixels. It
-/// draws while the host calls Instance::pump(), every `tick` and when the run loop's descriptor is
-/// readable. Belongs to the editor's thread and is destroyed before the instance.
+/// The editor of a plug-in with the operations that plug-in formats have: scale and size, open
+/// inside a window of the host's or above one, show, resize, close. Sizes are pixels. It is drawn
+/// in Instance::pump(), which the host calls every `tick` and when the run loop's descriptor is
+/// readable. Editor's thread; destroyed before the instance.
 class EmbeddedEditor {
  public:
     /// Of the window, in pixels.
     struct Size {
         int width, height;
     };
-    /// The editor draws every 50 ms, and a drag is to follow the mouse.
+    /// Shorter than the 50 ms of the editor's own redraw, so that a drag follows the mouse.
     static constexpr std::chrono::milliseconds tick{20};
 
     /// Closed, of the panel's own size. scale: pixels a point.
@@ -30,19 +30,19 @@ class EmbeddedEditor {
     EmbeddedEditor(const EmbeddedEditor&) = delete;
     EmbeddedEditor& operator=(const EmbeddedEditor&) = delete;
 
-    /// Where it opens; scale and size are kept here, too.
+    /// Where it opens.
     struct Place {
-        std::uint64_t parent = 0;        ///< a foreign window to open it in; 0 for none
-        std::uint64_t transientFor = 0;  ///< or one to stay above; 0 for none
+        std::uint64_t parent = 0;        ///< the host's window to open it in; 0 for none
+        std::uint64_t transientFor = 0;  ///< or the one to stay above; 0 for none
         std::string title = {};          ///< empty for the product's name
     };
-    /// Not shown yet. False, with a line about why in *error, without a screen or such a parent.
-    /// No-op where it is open.
+    /// Opens it, not shown yet. False, with a line about why in *error, without a screen or such a
+    /// parent. No-op while it is open.
     bool open(const Place& place, std::string* error);
     void close();
     bool isOpen() const { return window_ != nullptr; }
 
-    /// False, and nothing done, while it is not open.
+    /// A no-op that returns false while it is not open.
     bool show();
     bool hide();
 
@@ -52,19 +52,18 @@ class EmbeddedEditor {
     /// At most EditorWindow::largestSide; false if empty.
     bool setSize(Size size);
     Size size() const;
-    /// The largest size of the panel's proportions that fits, no smaller than can be read. The
-    /// result of it fits itself.
+    /// The largest size of the panel's aspect that fits, at least the smallest one. Idempotent.
     Size fitting(Size size) const;
 
-    /// A key that the host passes on; false if it means nothing to the editor, or it is not open.
+    /// Handles a key from the host; false if the editor does not use it or is not open.
     bool key(const platform::KeyStroke& stroke) { return window_ && window_->key(stroke); }
     /// The control drawn at a place; see EditorWindow::controlAt().
     std::optional<int> controlAt(int x, int y) const;
     /// The X11 window; 0 while it is not open.
     std::uint64_t handle() const;
 
-    /// How the window ended by itself: the user closed a floating one, or the screen or the window
-    /// around it is gone.
+    /// How the window ended other than by close(): the user closed a floating one, or the screen or
+    /// the parent was destroyed.
     enum class End { none, closed, lost };
     /// The end since open() or the last call.
     End takeEnd() { return std::exchange(end_, End::none); }

@@ -7,15 +7,15 @@
 
 namespace qov::hosts {
 
-/// Lies on the panel and marks the hot area under the mouse, so that the panel itself stays as a
-/// finger sees it. Touches go through it, and it follows the panel's size.
+/// Highlights the hot area under the mouse. It is a view over the panel, so that the panel itself
+/// is drawn as on a touch screen; touches pass through it, and it follows the panel's size.
 class HoverView : public platform::UIView {
  public:
     HoverView();
 
-    /// area: in the panel's coordinates, none to mark nothing. takesKeys: it also has the arrow
-    /// keys and the wheel; its outline is then wider. ink: a colour that stands out from the
-    /// panel.
+    /// area: in the panel's coordinates; empty hides the view. takesKeys: the area also takes the
+    /// arrow keys and the wheel, which a wider outline shows. ink: a colour with contrast to the
+    /// plate.
     void mark(const std::optional<platform::CGRect>& area, bool takesKeys,
               const platform::CGColor& ink);
 

@@ -19,7 +19,7 @@ class EditorWindow;
 class Instance;
 class ValueField;
 
-/// What mouse, wheel and keys do beyond the panel's own touches. Over stereo width, panorama or
+/// Mouse, wheel and keys, in addition to the panel's own touches. Over stereo width, panorama or
 /// phase shift:
 ///
 /// - Shift makes drag, wheel and arrow keys ten times finer; in a drag, so does Ctrl.
@@ -28,8 +28,8 @@ class ValueField;
 ///   be read or is out of range stays in the field, with the reason below. Esc or a click beside
 ///   the field closes it.
 ///
-/// Ctrl and the wheel zoom. A mouse that rests on a control or switch brings up a tooltip. Each
-/// edit is one gesture for the host. Main thread, with the instance's run loop current.
+/// Ctrl and the wheel zoom. A mouse that rests on a control or switch shows a tooltip. Each edit is
+/// one gesture for the host. Main thread, with the instance's run loop current.
 class PanelInput {
  public:
     static constexpr float step = 0.01F;  // of a control's range: one step of wheel or arrow
@@ -46,16 +46,16 @@ class PanelInput {
     std::optional<platform::CGPoint> routeTouch(std::int64_t identifier,
                                                 platform::UITouchPhase phase, platform::CGPoint at,
                                                 platform::KeyModifiers held);
-    /// A touch of the panel has ended, and its gesture not yet.
+    /// Called when a touch of the panel has ended, before its gesture ends.
     void touchEnded();
-    /// True if a control took it.
+    /// True if it turned a control.
     bool wheel(platform::CGPoint at, int steps, platform::KeyModifiers held);
-    /// True if it meant something here.
+    /// True if it was used.
     bool key(const platform::KeyStroke& stroke);
     void hover(std::optional<platform::CGPoint> at);
-    /// Adds to a control's value; calls that follow each other belong to one gesture.
+    /// Adds to a control's value; calls within Scroll::pause belong to one gesture.
     void turn(int address, float by);
-    /// Ends the typing of a value without setting it, if there is any.
+    /// Closes an open value field without setting the value.
     void closeField();
 
  private:

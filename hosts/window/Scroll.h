@@ -7,16 +7,16 @@
 
 namespace qov::hosts {
 
-/// Keeps the target of a scroll: its first step decides, and further steps go to the same target
-/// until the pointer has moved or the scroll has paused. A control that slides under a resting
-/// pointer, because the panel is zoomed, is not turned by it. Main thread.
+/// Keeps the target of a scroll: its first step selects it, and further steps have the same target
+/// until the pointer moves or the scroll pauses. So a zoom that moves a control under the pointer
+/// does not turn that control. Main thread.
 class Scroll {
  public:
     static constexpr double pause = 0.4;           // seconds
     static constexpr platform::CGFloat reach = 3;  // points
 
-    /// The address of the control that a step goes to; none for the panel's zoom. now: seconds.
-    /// decide() is called where a new scroll begins.
+    /// The address of the control that a step turns; empty for the panel's zoom. now: seconds.
+    /// decide() returns the target of a new scroll.
     template <class Decide>
     std::optional<int> target(platform::CGPoint at, double now, Decide&& decide) {
         const bool goesOn =

@@ -8,8 +8,8 @@
 
 namespace qov::hosts {
 
-/// A line of text being typed. Its first text is selected as a whole, so that typing replaces it.
-/// The owner hands it keys and decides about Return and Esc. Main thread.
+/// A one-line text field. Its first text is selected as a whole, so that typing replaces it. The
+/// owner passes keys to it and handles Return and Esc. Main thread.
 class ValueField : public platform::UIView {
  public:
     ValueField();
@@ -18,11 +18,11 @@ class ValueField : public platform::UIView {
     void close() { setHidden(true); }
     bool isOpen() const { return !isHidden(); }
     const std::string& text() const { return text_; }
-    /// Marks the text as refused, until it is changed.
+    /// Marks the text as refused until it changes.
     void refuse();
     bool isRefused() const { return isRefused_; }
 
-    /// A character typed, erased or passed over; anything else changes nothing.
+    /// Types or erases a character or moves the caret; other keys are ignored.
     void key(const platform::KeyStroke& stroke);
 
     void draw(platform::CGRect rect) override;

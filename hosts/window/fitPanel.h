@@ -4,7 +4,7 @@
 
 namespace qov::hosts {
 
-/// How a window shows the panel whole, whatever the window's size and shape.
+/// How a window of any size and shape shows the whole panel.
 struct PanelFit {
     /// Points of the screen a point of the content, at most 1: the content is never narrower than
     /// the panel's text can be read in.

@@ -4,8 +4,8 @@
 
 namespace qov::hosts {
 
-/// Prepares a view that marks a place of the panel: touches pass through it, it is hidden until it
-/// has a place, and that place grows with the window. Main thread.
+/// Prepares a view that marks an area of the panel: touches pass through it, it is hidden at first,
+/// and it is scaled with its superview. Main thread.
 inline void layOver(platform::UIView& view) {
     view.setUserInteractionEnabled(false);
     view.setHidden(true);

@@ -11,8 +11,8 @@ namespace qov::hosts {
 
 class Instance;
 
-/// An instance that an editor can be opened on, on that run loop or, for null, on one of its own.
-/// Null, with a line about why in *error, when it cannot be made. Editor's thread.
+/// Creates an instance for which an editor can be opened, on that run loop or, for null, on one of
+/// its own. Null on failure, with a line about why in *error. Editor's thread.
 std::unique_ptr<Instance> makeInstance(const std::shared_ptr<platform::RunLoop>& loop,
                                        std::string* error);
 
