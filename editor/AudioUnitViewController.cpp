@@ -10,6 +10,7 @@
 #include "editor/CorrelographViewAU.h"
 #include "editor/PluginFrameEx.h"
 #include "editor/StereoControls.h"
+#include "editor/panelCanvas.h"
 #include "platform/dispatch/DispatchQueue.h"
 #include "platform/foundation/Console.h"
 #include "platform/foundation/NSError.h"
@@ -33,8 +34,8 @@ using State = platform::UIGestureRecognizerState;
 namespace {
 
 constexpr int kParameters = parameterCount;
-constexpr double kRedrawInterval = 0.05;                 // seconds
-constexpr CGFloat kAspect = 11.0 / 17.0;                 // of the panel, height over width
+constexpr double kRedrawInterval = 0.05;  // seconds
+constexpr CGFloat kAspect = panelCanvas.height / panelCanvas.width;
 constexpr CGFloat kCorrelographInsetX = 200;             // points
 constexpr CGFloat kCorrelographInsetY = 90;              // points
 constexpr CGFloat kLeastWidth = 128, kMostWidth = 2048;  // of a pinched view, in points

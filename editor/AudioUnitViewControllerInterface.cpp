@@ -18,6 +18,7 @@
 #include "editor/CorrelographViewAU.h"
 #include "editor/PluginFrameEx.h"
 #include "editor/StereoControls.h"
+#include "editor/panelCanvas.h"
 #include "platform/uikit/UIBezierPath.h"
 #include "platform/uikit/UIButton.h"
 #include "platform/uikit/UILongPressGestureRecognizer.h"
@@ -35,7 +36,7 @@ using platform::CGRect;
 using platform::UIColor;
 
 // Points.
-constexpr CGFloat kWidth = 680, kHeight = 440;
+constexpr CGFloat kWidth = panelCanvas.width, kHeight = panelCanvas.height;
 constexpr CGFloat kMargin = 6;
 constexpr CGFloat kButtonSide = 32;
 

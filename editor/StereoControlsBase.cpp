@@ -9,6 +9,7 @@
 #include "audiounit/parameters.h"
 #include "editor/AudioUnitViewController.h"
 #include "editor/PanelStyle.h"
+#include "editor/panelCanvas.h"
 #include "editor/valueBoxes.h"
 #include "platform/coregraphics/CGContext.h"
 #include "platform/coregraphics/CGFont.h"
@@ -64,7 +65,7 @@ struct StereoControlsBase::Dial {
 
 namespace {
 
-constexpr CGRect canvas{0, 0, 680, 440};
+constexpr CGRect canvas{{}, panelCanvas};
 constexpr CGPoint center{340, 220};
 // Wide enough for the brackets of a neutral width.
 constexpr CGRect screen{198.5, 92.5, 283, 255};
@@ -464,7 +465,8 @@ struct StereoControlsBase::Hotspot {
     CGRect area;
     const char* mode;
 
-    /// In the order of hit testing.
+    /// In the order of hit testing. "reset1" is the panorama's, "reset2" the width's, and "go pro"
+    /// bypasses the effect and freezes the picture.
     static const std::array<Hotspot, 13> all;
 };
 

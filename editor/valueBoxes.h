@@ -1,14 +1,21 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 
+#include "audiounit/parameters.h"
 #include "platform/coregraphics/CGGeometry.h"
 
 namespace qov {
 
-/// Where stereo width, panorama and phase shift (their addresses) show their values, in units of
-/// the panel's canvas.
+/// Where the continuous parameters, the first of the addresses, show their values, in units of the
+/// panel's canvas.
 constexpr std::array<platform::CGRect, 3> valueBoxes{
     {{248.5, 361.5, 183, 36}, {248.5, 45.5, 183, 36}, {510.5, 204.5, 130, 34}}};
+static_assert(std::ranges::count(hostParameters, false, &Parameter::isSwitch) ==
+                      std::ssize(valueBoxes) &&
+                  hostParameters[valueBoxes.size()].isSwitch(),
+              "each continuous parameter has a box at the index of its address");
 
 }  // namespace qov

@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "audiounit/parameters.h"
+#include "editor/panelCanvas.h"
 #include "hosts/clap/ClapPlugin.h"
 #include "hosts/clap/abi.h"
 
@@ -110,8 +111,8 @@ const clap_plugin_gui_t gui{
             *hints = {.can_resize_horizontally = true,
                       .can_resize_vertically = true,
                       .preserve_aspect_ratio = true,
-                      .aspect_ratio_width = 17,
-                      .aspect_ratio_height = 11};
+                      .aspect_ratio_width = std::uint32_t(panelCanvas.width),
+                      .aspect_ratio_height = std::uint32_t(panelCanvas.height)};
             return true;
         },
     .adjust_size = entry<&ClapEditor::adjustSize>,

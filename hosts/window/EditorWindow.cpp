@@ -1,8 +1,5 @@
 #include "hosts/window/EditorWindow.h"
 
-#include <algorithm>
-#include <array>
-#include <string_view>
 #include <utility>
 
 #include "dsp/ParameterAddress.h"
@@ -11,10 +8,12 @@
 #include "editor/PluginFrameEx.h"
 #include "editor/StereoControls.h"
 #include "editor/StereoControlsDelegate.h"
+#include "editor/panelCanvas.h"
 #include "hosts/instance/Instance.h"
 #include "hosts/window/HoverView.h"
 #include "hosts/window/PanelInput.h"
 #include "hosts/window/fitPanel.h"
+#include "hosts/window/panelHelp.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/uikit/NativeWindow.h"
 #include "platform/uikit/UISlider.h"
@@ -104,8 +103,7 @@ EditorWindow::~EditorWindow() {
 }
 
 platform::CGFloat EditorWindow::canvasScale() const {
-    constexpr platform::CGFloat canvasWidth = 680;
-    return controller_->stereoControls->bounds().size.width / canvasWidth;
+    return controller_->stereoControls->bounds().size.width / panelCanvas.width;
 }
 
 std::optional<platform::CGPoint> EditorWindow::canvasPoint(platform::CGPoint point) const {
@@ -132,13 +130,7 @@ void EditorWindow::hover(std::optional<platform::CGPoint> at) {
 }
 
 std::optional<int> EditorWindow::controlAt(platform::CGPoint point) const {
-    const auto place = canvasPoint(point);
-    if (!place) return {};
-    const std::string_view mode = controller_->stereoControls->baseClass.modeAt(*place);
-    constexpr std::array<std::string_view, 3> modes{"stereo width", "panorama", "phase shift"};
-    const auto found = std::ranges::find(modes, mode);
-    if (found == modes.end()) return {};
-    return static_cast<int>(found - modes.begin());
+    return controlOf(modeAt(point));
 }
 
 bool EditorWindow::key(const platform::KeyStroke& stroke) {

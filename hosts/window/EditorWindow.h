@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "editor/panelCanvas.h"
 #include "hosts/instance/product.h"
 #include "hosts/window/EditGesture.h"
 #include "platform/coregraphics/CGGeometry.h"
@@ -45,7 +46,7 @@ class EditorWindow {
         platform::CGSize size = panelSize;  ///< points
     };
     /// The panel's own size, in points.
-    static constexpr platform::CGSize panelSize{680, 440};
+    static constexpr platform::CGSize panelSize = panelCanvas;
     /// A quarter of it; smaller text is unreadable.
     static constexpr platform::CGSize smallestSize{170, 110};
     /// Limits of what a host may request: pixels a point, and pixels of a side.

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 
+#include "editor/panelCanvas.h"
+
 namespace qov::hosts {
 
 namespace {
 
-constexpr platform::CGFloat aspect = 11.0 / 17.0;  // the panel's height over its width
-constexpr platform::CGFloat narrowest = 560;       // points
+constexpr platform::CGFloat aspect = panelCanvas.height / panelCanvas.width;
+constexpr platform::CGFloat narrowest = 560;  // points
 
 }  // namespace
 

@@ -33,12 +33,24 @@ constexpr std::array parts{
     Part{"bezier", -1, "Points or lines", "Click: draw the picture the other way"},
 };
 
+const Part* partOf(std::string_view mode) {
+    const auto part = std::ranges::find(parts, mode, &Part::mode);
+    return part == parts.end() ? nullptr : &*part;
+}
+
 }  // namespace
+
+std::optional<int> controlOf(std::string_view mode) {
+    const auto* const part = partOf(mode);
+    const bool isControl =
+        part && part->address >= 0 && !parameterAt(std::uint64_t(part->address))->isSwitch();
+    return isControl ? std::optional(part->address) : std::nullopt;
+}
 
 std::vector<CaptionView::Line> panelHelp(std::string_view mode, const Instance& instance) {
     using Kind = CaptionView::Line::Kind;
-    const auto part = std::ranges::find(parts, mode, &Part::mode);
-    if (part == parts.end()) return {};
+    const auto* const part = partOf(mode);
+    if (!part) return {};
     if (part->address < 0)
         return {{std::string(part->name), Kind::head}, {std::string(part->action)}};
     const auto address = static_cast<std::uint64_t>(part->address);
@@ -52,14 +64,18 @@ std::vector<CaptionView::Line> panelHelp(std::string_view mode, const Instance& 
 }
 
 std::string valueExamples(int address) {
-    switch (address) {
-        case kStereoWidth:
+    switch (hostParameters[static_cast<std::size_t>(address)].form) {
+        case ValueForm::width:
             return "+20 %, -35 % or 0 %";
-        case kPanorama:
+        case ValueForm::panorama:
             return "R 30 %, L 10 % or C";
-        default:
+        case ValueForm::phaseShift:
             return "5 ms or 220 samples";
+        case ValueForm::onOff:
+        case ValueForm::gain:
+            break;  // no field is opened for these
     }
+    return {};
 }
 
 std::string refusal(int address, std::optional<float> value, const Instance& instance) {
