@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "dsp/ChainLoops.h"
+#include "dsp/ParameterSetting.h"
 #include "dsp/plainFormulas.h"
 #include "dsp/relaxed.h"
 #include "dsp/saturate.h"
@@ -129,10 +130,8 @@ void QOV_Kelvane_PluginDSPKernel::startRamp(std::uint64_t address, float value, 
 
 void QOV_Kelvane_PluginDSPKernel::handleMIDIEvent(const platform::AUMIDIEvent& midiEvent) {
     if (midiEvent.length < 1 || midiEvent.length > 3) return;
-    // A control change on any channel; this leaves the system real-time messages out as well.
-    if ((midiEvent.data[0] & 0xF0) != 0xB0) return;
-    if (const auto address = parameterOfController(midiEvent.data[1]))
-        setParameter(*address, static_cast<float>(midiEvent.data[2]) / 127.0f);
+    if (const auto setting = settingOfMessage(midiEvent.data))
+        setParameter(setting->address, setting->value);
 }
 
 // The memory of one segment; in and out of a channel may be the same.

@@ -8,7 +8,7 @@
 #include <span>
 #include <string_view>
 
-#include "dsp/ParameterAddress.h"
+#include "dsp/ParameterSetting.h"
 #include "hosts/cli/Command.h"
 #include "util/MidiVocabulary.h"
 
@@ -235,7 +235,7 @@ std::vector<platform::AURenderEvent> midiAutomation(const MidiFile& file, std::i
     std::vector<platform::AURenderEvent> automation;
     for (std::size_t i = 0; i < frames.size(); ++i) {
         const auto& bytes = file.events[i].bytes;
-        if ((bytes[0] & 0xF0) != STATUS_CONTROLLER || !parameterOfController(bytes[1])) continue;
+        if (!settingOfMessage(bytes)) continue;
         auto& event = automation.emplace_back(platform::AURenderEvent{});
         event.MIDI = {nullptr, frames[i], platform::AURenderEventMIDI,   0,
                       3,       0,         {bytes[0], bytes[1], bytes[2]}};

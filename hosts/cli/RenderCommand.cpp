@@ -110,7 +110,9 @@ bool isExistingFile(const std::string& path) {
 void complete(Options& options) {
     auto& job = options.job;
     if (!options.preset.empty()) job.preset = parsePreset(options.preset);
-    static_cast<void>(parseSettings(job.values, highestRate));  // before any file is opened
+    // Reports a wrong value before any file is opened; the rate of the input is not known yet, so
+    // makeEffect() reads them again.
+    static_cast<void>(parseSettings(job.values, highestRate));
     if (!options.block.empty())
         job.block = static_cast<std::uint32_t>(
             parseNumber("--block", options.block, std::int64_t{1}, Renderer::maximumBlock));

@@ -1,6 +1,7 @@
 #include "hosts/cli/Renderer.h"
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 #include "audiounit/parameters.h"
@@ -24,6 +25,13 @@ bool switchesBypass(const AURenderEvent& event) {
 
 bool isOn(const AURenderEvent& event) {
     return event.parameter.value > 0.5F;
+}
+
+void send(Instance& effect, std::uint32_t frame, const AURenderEvent& event) {
+    if (event.head.eventType == platform::AURenderEventMIDI)
+        effect.midi(frame, std::span(event.MIDI.data).first(event.MIDI.length));
+    else
+        effect.set(frame, event.parameter.parameterAddress, event.parameter.value);
 }
 
 }  // namespace
@@ -72,8 +80,8 @@ void Renderer::renderBlock(float* left, float* right, std::uint32_t frames) {
         effect_.begin({runLeft, runRight}, {runLeft, runRight}, run);
         for (; nextEvent_ < events_.size() && frameOf(events_[nextEvent_]) < now + run;
              ++nextEvent_)
-            effect_.add(static_cast<std::uint32_t>(frameOf(events_[nextEvent_]) - now),
-                        events_[nextEvent_]);
+            send(effect_, static_cast<std::uint32_t>(frameOf(events_[nextEvent_]) - now),
+                 events_[nextEvent_]);
         effect_.end();
         if (bypassed_ || timing_ == Timing::raw)
             sink_(runLeft, runRight, run);

@@ -31,7 +31,7 @@ class Renderer {
     /// Takes `frames` frames of the output; the pointers are valid during the call.
     using Sink = std::function<void(const float* left, const float* right, std::uint32_t frames)>;
 
-    /// Longest block, in frames.
+    /// Longest block, in frames: the effect's own longest cycle, to which it cuts longer ones.
     static constexpr std::uint32_t maximumBlock = 1024;
 
     /// effect: active, without a signal so far. events: parameter and MIDI events, whose times are

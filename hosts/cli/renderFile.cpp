@@ -8,7 +8,6 @@
 #include <fmt/format.h>
 #include <sndfile.h>
 
-#include "audiounit/presets.h"
 #include "hosts/cli/Automation.h"
 #include "hosts/cli/Command.h"
 #include "hosts/cli/MidiFile.h"
@@ -106,9 +105,9 @@ bool copyExactly(SoundReader& reader, SoundWriter& writer, int subtype, Progress
     return false;
 }
 
-/// A new effect with the job's preset and settings, active.
-std::unique_ptr<hosts::Instance> makeEffect(const RenderJob& job, const Settings& settings,
-                                            double rate) {
+/// A new effect with the job's preset and settings, active. As in every host the view controller
+/// is the audio unit's factory; without a screen its view is not loaded.
+std::unique_ptr<hosts::Instance> makeEffect(const RenderJob& job, double rate) {
     std::string error;
     auto effect = hosts::makeInstance({}, &error);
     if (!effect) throw Failure(error);
@@ -118,7 +117,8 @@ std::unique_ptr<hosts::Instance> makeEffect(const RenderJob& job, const Settings
                                   reason.localizedDescription()));
     if (job.preset) effect->selectFactoryPreset(*job.preset);
     effect->begin({}, {}, 0);
-    for (const auto& [address, value] : settings) effect->set(0, address, value);
+    for (const auto& [address, value] : parseSettings(job.values, rate))
+        effect->set(0, address, value);
     effect->end();
     return effect;
 }
@@ -134,10 +134,9 @@ void copyFile(SoundReader& reader, const OutputPlace& place, Progress& progress)
     reader.copyBytes([&](std::string_view bytes) { place.write(bytes); });
 }
 
-void process(const RenderJob& job, const Settings& settings, std::vector<AURenderEvent> events,
+void process(const RenderJob& job, hosts::Instance& effect, std::vector<AURenderEvent> events,
              SoundReader& reader, SoundWriter& writer, Progress& progress) {
-    const auto effect = makeEffect(job, settings, reader.rate());
-    Renderer renderer(*effect, std::move(events), job.block, job.timing,
+    Renderer renderer(effect, std::move(events), job.block, job.timing,
                       [&](const float* left, const float* right, std::uint32_t frames) {
                           writer.write(left, right, frames);
                       });
@@ -188,10 +187,7 @@ void renderFile(const RenderJob& job) {
     SoundReader reader(job.input,
                        {job.input == "-" ? job.rawRate : std::nullopt, job.upmix, job.salvage});
     auto events = eventsOf(job, reader.rate());
-    bool bypassed = job.preset && presetParameters[*job.preset][kBypass] > 0.5F;
-    const auto settings = parseSettings(job.values, reader.rate());
-    for (const auto& [address, value] : settings)
-        if (address == kBypass) bypassed = value > 0.5F;
+    const auto effect = makeEffect(job, reader.rate());
 
     OutputPlace place(job.output);
     const auto shape = shapeOf(job, place, reader);
@@ -200,7 +196,7 @@ void renderFile(const RenderJob& job) {
     std::optional<Progress> progress;
     progress.emplace(job.showProgress, reader.frames(), reader.rate());
     const auto length = reader.frames().value_or(std::numeric_limits<std::int64_t>::max());
-    const bool isCopied = isBypassedThroughout(bypassed, events, length);
+    const bool isCopied = isBypassedThroughout(effect->latency() == 0, events, length);
     SoundWriter::Clipping clipping;
     const bool isSameBytes = isCopied && !place.isStream() && reader.isFileOf(format);
     if (isSameBytes) {
@@ -208,7 +204,7 @@ void renderFile(const RenderJob& job) {
     } else {
         SoundWriter writer(place, shape, metadata);
         if (!isCopied || !copyExactly(reader, writer, shape.subtype, *progress))
-            process(job, settings, std::move(events), reader, writer, *progress);
+            process(job, *effect, std::move(events), reader, writer, *progress);
         writer.close();
         clipping = writer.clipping();
     }

@@ -64,18 +64,11 @@ std::optional<float> clampedValue(std::uint64_t address, float value) {
     return std::clamp(value, 0.0f, 1.0f);
 }
 
-bool isControlChange(std::uint8_t status) {
-    return (status & 0xf0) == 0xb0;
-}
-
 /// The parameter that an event sets, as the kernel reads it.
-std::optional<Instance::Setting> settingOf(const platform::AURenderEvent& event) {
-    if (event.head.eventType == platform::AURenderEventParameter)
-        return Instance::Setting{event.parameter.parameterAddress, event.parameter.value};
-    const auto& data = event.MIDI.data;
-    const auto address = isControlChange(data[0]) ? parameterOfController(data[1]) : std::nullopt;
-    if (!address) return std::nullopt;
-    return Instance::Setting{*address, static_cast<float>(data[2]) / 127.0f};
+std::optional<ParameterSetting> settingOf(const platform::AURenderEvent& event) {
+    if (event.head.eventType == platform::AURenderEventMIDI)
+        return settingOfMessage(event.MIDI.data);
+    return ParameterSetting{event.parameter.parameterAddress, event.parameter.value};
 }
 
 /// For a scope, an audio unit without its parameter tree.
@@ -211,23 +204,17 @@ void Instance::set(std::uint32_t frame, std::uint64_t address, float value) {
     push(frame, event);
 }
 
-std::optional<Instance::Setting> Instance::midi(std::uint32_t frame,
-                                                std::span<const std::uint8_t> bytes) {
+std::optional<ParameterSetting> Instance::midi(std::uint32_t frame,
+                                               std::span<const std::uint8_t> bytes) {
     platform::AURenderEvent event{};
     if (bytes.empty() || bytes.size() > std::size(event.MIDI.data)) return std::nullopt;
-    if (isControlChange(bytes[0]) && bytes.size() < 3) return std::nullopt;
     event.MIDI = {nullptr, 0, platform::AURenderEventMIDI, 0, 0, 0, {bytes[0]}};
     event.MIDI.length = static_cast<std::uint16_t>(bytes.size());
     for (std::size_t i = 1; i < bytes.size(); ++i) event.MIDI.data[i] = bytes[i] & 0x7f;
+    const auto setting = settingOf(event);
+    if (setting && bytes.size() < 3) return std::nullopt;
     push(frame, event);
-    return settingOf(event);
-}
-
-void Instance::add(std::uint32_t frame, const platform::AURenderEvent& event) {
-    if (event.head.eventType == platform::AURenderEventMIDI)
-        midi(frame, std::span(event.MIDI.data).first(std::min<std::size_t>(event.MIDI.length, 3)));
-    else
-        set(frame, event.parameter.parameterAddress, event.parameter.value);
+    return setting;
 }
 
 void Instance::push(std::uint32_t frame, platform::AURenderEvent event) {

@@ -12,6 +12,7 @@
 
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
 #include "audiounit/presets.h"
+#include "dsp/ParameterSetting.h"
 #include "hosts/instance/EditExchange.h"
 #include "hosts/instance/EventQueue.h"
 
@@ -26,10 +27,10 @@ namespace qov::hosts {
 /// One effect in a host: its audio unit with a run loop of its own, protected from whatever
 /// the host does, and the exchange of parameters between the host, the audio thread and the editor.
 ///
-/// Threads. process() and reset() belong to the audio thread; they neither allocate nor
-/// block. value(), latency() and takeLatencyChange() may be called on any thread. Everything else
-/// belongs to the editor's thread (the host's main one), activate() and deactivate() while nothing
-/// is processed.
+/// Threads. A block (begin(), set(), midi(), end(), process()) and reset() belong to the audio
+/// thread, or to another one while nothing is processed; they neither allocate nor block. value(),
+/// latency() and takeLatencyChange() may be called on any thread. Everything else belongs to the
+/// editor's thread (the host's main one), activate() and deactivate() while nothing is processed.
 class Instance {
  public:
     /// Makes the audio unit, and lives as long as it: the editor's view controller.
@@ -73,16 +74,9 @@ class Instance {
     /// clamped to 0..1; NaN and unknown addresses are dropped. Past 1024 events in a block, one
     /// that is older than an event before it may take effect late, but in the same block.
     void set(std::uint32_t frame, std::uint64_t address, float value);
-    /// A parameter and its new value.
-    struct Setting {
-        std::uint64_t address;
-        float value;  ///< 0..1
-    };
     /// A MIDI 1.0 message of 1 to 3 bytes; others are dropped, and so is a control change that was
     /// cut short. Returns the parameter that it sets, if any.
-    std::optional<Setting> midi(std::uint32_t frame, std::span<const std::uint8_t> bytes);
-    /// A parameter or MIDI event; its time and its link are not looked at.
-    void add(std::uint32_t frame, const platform::AURenderEvent& event);
+    std::optional<ParameterSetting> midi(std::uint32_t frame, std::span<const std::uint8_t> bytes);
     /// Renders the rest of the block.
     void end();
 
@@ -103,7 +97,7 @@ class Instance {
     /// True once after every change of latency(), and for the first call when it is not 0.
     bool takeLatencyChange();
 
-    // Parameters, addresses 0 to 7
+    // Parameters, by the hosts' addresses; all but setValue() also take kVolume
 
     float value(std::uint64_t address) const;
     /// A value from the host; the editor follows, no edit is reported. Wrong ones are dropped or
