@@ -8,6 +8,7 @@
 
 #include "dsp/ChainLoops.h"
 #include "dsp/ParameterSetting.h"
+#include "dsp/longestDelay.h"
 #include "dsp/plainFormulas.h"
 #include "dsp/relaxed.h"
 #include "dsp/saturate.h"
@@ -26,9 +27,8 @@ float bipolar(float value) {
     return std::fma(value, 2.0f, -1.0f);
 }
 
-// Full scale of kPhaseShift is a hundredth of a second.
 std::int32_t delayFrames(float sampleRate, float value) {
-    return std::max(1, saturate<std::int32_t>(sampleRate / 100.0f * value));
+    return std::max(1, saturate<std::int32_t>(longestDelay(sampleRate) * value));
 }
 
 constexpr std::uint32_t signBit = 0x80000000;
@@ -287,6 +287,7 @@ void QOV_Kelvane_PluginDSPKernel::renderFused(const Segment& segment, const Chai
 void QOV_Kelvane_PluginDSPKernel::onCaptureFull(void* callee) {
     if (!callee) return;
     auto& kernel = *static_cast<QOV_Kelvane_PluginDSPKernel*>(callee);
+    // Kept as the kernel's last whole capture; the editor reads the ring itself.
     for (std::int32_t c = 0; c < 2; ++c) {
         const float* captured = kernel.circular.getChannel(c);
         float* snapshot = kernel.buffer.getChannel(c);

@@ -10,6 +10,7 @@
 #include "audiounit/componentDescription.h"
 #include "audiounit/parameters.h"
 #include "audiounit/presets.h"
+#include "dsp/longestDelay.h"
 #include "hosts/instance/FloatEnvironment.h"
 #include "hosts/instance/SavedState.h"
 #include "hosts/instance/valueText.h"
@@ -315,7 +316,8 @@ std::uint32_t Instance::latency() const {
 }
 
 std::uint32_t Instance::tail(double sampleRate) {
-    return captureFrames + static_cast<std::uint32_t>(std::ceil(sampleRate / 100));
+    return captureFrames +
+           static_cast<std::uint32_t>(std::ceil(longestDelay(static_cast<float>(sampleRate))));
 }
 
 bool Instance::takeLatencyChange() {

@@ -8,6 +8,7 @@
 #include <fmt/core.h>
 
 #include "audiounit/parameters.h"
+#include "dsp/longestDelay.h"
 
 namespace qov::hosts {
 namespace {
@@ -17,9 +18,8 @@ long percent(float value) {
     return std::lround((2 * double{value} - 1) * 100);
 }
 
-/// Full scale of the phase shift is a hundredth of a second.
 float fullShift(double sampleRate) {
-    return static_cast<float>(sampleRate) / 100.0f;
+    return longestDelay(static_cast<float>(sampleRate));
 }
 
 std::string lowerCase(std::string_view text) {
