@@ -13,7 +13,7 @@
 
 namespace qov {
 
-/// The effect as hosts see it: eight parameters, one stereo input, one stereo output, a render
+/// The effect as hosts see it: its parameters, one stereo input, one stereo output, a render
 /// block around the kernel. Threads and order of calls are those of AUAudioUnit; the accessors
 /// for the editor belong to the main thread, parameters to any.
 class QOV_Kelvane_PluginAudioUnit : public platform::AUAudioUnit {
@@ -45,11 +45,11 @@ class QOV_Kelvane_PluginAudioUnit : public platform::AUAudioUnit {
     /// The stored factory preset, or the custom preset that was set.
     PresetPointer currentPreset() const override;
 
-    /// A factory preset (by its number) sets all eight parameters through the tree; a custom one
+    /// A factory preset (by its number) sets all parameters through the tree; a custom one
     /// is only remembered. Null, unknown numbers and nameless custom presets change nothing.
     void setCurrentPreset(PresetPointer preset) override;
 
-    /// All eight addresses; the count is ignored.
+    /// All hosts' addresses, whatever the count.
     std::vector<std::uint64_t> parametersForOverviewWithCount(std::int64_t count) const override;
 
     std::shared_ptr<platform::AUParameterTree> parameterTree() const override;

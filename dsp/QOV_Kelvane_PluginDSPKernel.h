@@ -43,7 +43,7 @@ class QOV_Kelvane_PluginDSPKernel final : public DSPKernel {
     /// reset(), and zeroes the ring and the preceding frame. Render thread.
     void forgetSignal();
 
-    /// Switches (addresses 3 to 7) store 1 above 0.5, else 0. Switching bypass on calls reset().
+    /// The switches store 1 above 0.5, else 0. Switching bypass on calls reset().
     /// Unknown addresses change nothing and read as 0.
     void setParameter(std::uint64_t address, float value);
     float getParameter(std::uint64_t address) const;
@@ -75,8 +75,8 @@ class QOV_Kelvane_PluginDSPKernel final : public DSPKernel {
     float fRecoverMono = 0;
     float fNormalize = 0;  ///< held, never read
     float fBypass = 0;
-    Latency latency;
-    Kelvane kelvane;
+    Latency latency;          ///< the phase shift's delay, not the latency that hosts compensate
+    Kelvane kelvane;          ///< the stage of recover mono
     Gainer gainerL, gainerR;  ///< held, not applied
     Panpot panpot;
     StereoProcessor stereo;

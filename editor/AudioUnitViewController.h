@@ -28,11 +28,11 @@ class QOV_Kelvane_PluginAudioUnit;
 class StereoControls;
 
 /// The editor: creates the audio unit, shows the panel and the correlograph, binds the panel to the
-/// eight parameters in both directions and handles the gestures. Main thread; parameter changes may
+/// parameters in both directions and handles the gestures. Main thread; parameter changes may
 /// arrive on any thread.
 ///
 /// The later of viewDidLoad() and the block that setAudioUnit() queues binds the parameters. When
-/// the view loads between the two, both bind, and every parameter is then bound twice. From
+/// the view loads between the two, both bind, and every parameter is bound twice. Deliberate. From
 /// viewDidLoad() on, the run loop's timer keeps the controller alive until the loop ends.
 class AudioUnitViewController : public platform::AUViewController,
                                 public platform::AUAudioUnitFactory,
@@ -78,7 +78,7 @@ class AudioUnitViewController : public platform::AUViewController,
     std::int64_t getMilliseconds() const;
     /// The phase shift in frames; 0 without an audio unit.
     std::int64_t getPhaseShift() const;
-    /// Shows all eight values in the panel; fewer bound parameters are a fatal error.
+    /// Shows all values in the panel; fewer bound parameters are a fatal error.
     void updateParameters();
 
     // Layout

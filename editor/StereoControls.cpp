@@ -207,6 +207,7 @@ void StereoControls::touchesEnded(const platform::UITouchSet& touches, platform:
 void StereoControls::touchesCancelled(const platform::UITouchSet&, platform::UIEvent*) {
     const auto controller = viewController.lock();
     if (!controller) return;
+    // The mode and what is drawn as being edited stay until the next touch ends. Deliberate.
     controller->touchesLocked = false;
     setNeedsDisplay();
     sendActions(platform::UIControlEventTouchCancel);

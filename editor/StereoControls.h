@@ -21,7 +21,7 @@ class StereoControls : public platform::UIControl {
 
     void draw(platform::CGRect rect) override;
 
-    /// Shows a parameter's value, 0..1, and redraws; addresses from kBypass on only redraw.
+    /// Shows a parameter's value, 0..1, and redraws; without a row in the panel it only redraws.
     void updateParameter(int address, float value);
     /// Sets the background to a grey, 0..1, and the foreground to 1 - value.
     void setBrightness(float value);

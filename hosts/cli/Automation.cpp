@@ -44,20 +44,23 @@ bool parseUnsigned(std::string_view text, Number& number) {
 }  // namespace
 
 std::int64_t parseTime(std::string_view text, double sampleRate) {
-    const Failure wrong(fmt::format(
-        "'{}' is not a time; write frames (4410), seconds (0.1s) or minutes and seconds (1:02.5)",
-        text));
+    const auto wrong = [text] {
+        return Failure(
+            fmt::format("'{}' is not a time; write frames (4410), seconds (0.1s) or "
+                        "minutes and seconds (1:02.5)",
+                        text));
+    };
     std::int64_t minutes = 0;
     double seconds = 0;
     if (const auto colon = text.find(':'); colon != std::string_view::npos) {
-        if (!parseUnsigned(text.substr(0, colon), minutes)) throw wrong;
-        if (!parseUnsigned(text.substr(colon + 1), seconds) || !(seconds < 60)) throw wrong;
+        if (!parseUnsigned(text.substr(0, colon), minutes)) throw wrong();
+        if (!parseUnsigned(text.substr(colon + 1), seconds) || !(seconds < 60)) throw wrong();
     } else if (text.ends_with('s')) {
         if (!parseUnsigned(text.substr(0, text.size() - 1), seconds) || !std::isfinite(seconds))
-            throw wrong;
+            throw wrong();
     } else {
         std::int64_t frames = 0;
-        if (!parseUnsigned(text, frames)) throw wrong;
+        if (!parseUnsigned(text, frames)) throw wrong();
         return frames;
     }
     const double frame = std::round((static_cast<double>(minutes) * 60 + seconds) * sampleRate);
