@@ -161,9 +161,12 @@ struct SoundReader::State {
         if (isDamaged && !isSalvaging)
             throw Failure(
                 chunks.isUnfinished
-                    ? fmt::format("{}: was never finished: its header gives no length, and {} "
-                                  "bytes follow; render --salvage takes them",
-                                  name, chunks.available)
+                    ? fmt::format(
+                          "{}: was never finished: its header gives {}, and {} bytes "
+                          "follow; render --salvage takes them",
+                          name,
+                          chunks.size > 0 ? fmt::format("{} bytes", chunks.size) : "no length",
+                          chunks.available)
                     : fmt::format(
                           "{}: is truncated: {} bytes are missing; render --salvage takes the "
                           "rest",

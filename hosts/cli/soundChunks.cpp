@@ -50,6 +50,14 @@ struct File {
         if (std::ssize(bytes) < count) return std::nullopt;
         return static_cast<std::int64_t>(numberAt(bytes, 0, count, order));
     }
+    /// Whether samples go on from here: more bytes than a tag or a sector's rest has, and not only
+    /// zeros, as files are padded with.
+    bool hasSamplesFrom(std::int64_t at) const {
+        if (length - at <= 4096 || read(at, 3) == "ID3") return false;
+        for (; at < length; at += 65536)
+            if (read(at, 65536).find_first_not_of('\0') != std::string::npos) return true;
+        return false;
+    }
 };
 
 class Walk {
@@ -71,7 +79,10 @@ class Walk {
                 file_.number(at + layout_.identifierBytes, layout_.sizeBytes, layout_.order);
             const bool isText = std::ranges::all_of(identifier.substr(0, 4),
                                                     [](char c) { return c >= ' ' && c <= '~'; });
-            if (!size || !isText) return false;
+            if (!size || !isText) {
+                chunks_.isUnfinished = hasSamples_ && file_.hasSamplesFrom(at);
+                return false;
+            }
             auto content = *size - (layout_.countsHeader ? header : 0);
             const bool isSamples = identifier.starts_with(layout_.samples) && !hasSamples_;
             if (isSamples && layout_.magic == "RF64" && content == 0xFFFFFFFF)
@@ -112,7 +123,12 @@ std::optional<SoundChunks> readAuHeader(const File& file, std::endian order) {
     const auto size = file.number(8, 4, order);
     if (!start || !size || *start > file.length) return std::nullopt;
     const auto available = file.length - *start;
-    return SoundChunks{{}, *start, *size, available, *size == 0 && available > 0};
+    return SoundChunks{
+        {},
+        *start,
+        *size,
+        available,
+        *size == 0 ? available > 0 : !isOpenSize(*size) && file.hasSamplesFrom(*start + *size)};
 }
 
 }  // namespace

@@ -20,8 +20,8 @@ struct SoundChunks {
     std::int64_t start = 0;      ///< offset of the first sample
     std::int64_t size = 0;       ///< bytes of samples by the header
     std::int64_t available = 0;  ///< bytes from `start` to the end of the file
-    /// The header gives no samples, but bytes follow that are no chunks: the
-    /// recording was never finished.
+    /// The header gives no samples, or fewer than there are, and bytes follow that are no chunks:
+    /// the recording was never finished.
     bool isUnfinished = false;
 
     /// Whether `size` means an unknown length, as programs write it whose output cannot seek.

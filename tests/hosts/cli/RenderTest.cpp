@@ -303,6 +303,10 @@ TEST_F(Render, NamesWhatToDoWithADamagedOrPackedStream) {
         EXPECT_THAT(run.err, HasSubstr(message));
         EXPECT_FALSE(std::filesystem::exists(out)) << file;
     }
+    write(in, zeros.replace(zeros.find("data") + 4, 4, "\0\x10\0\0"s));  // an old length
+    EXPECT_THAT(render("in.wav out.wav").err, HasSubstr("its header gives 4096 bytes, and 240000"));
+    EXPECT_EQ(render("in.wav out.wav --salvage").code, 0);
+    EXPECT_EQ(load(out).samples.size(), 60000U);
     for (const int format :
          {SF_FORMAT_FLAC | SF_FORMAT_PCM_16, SF_FORMAT_OGG | SF_FORMAT_VORBIS,
           SF_FORMAT_OGG | SF_FORMAT_OPUS, SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III}) {
