@@ -26,7 +26,7 @@ scale; a line on standard error says how many samples that clipped, and -q leave
 A pipe carries WAV, AIFF, AU, Ogg, MP3 or raw floats in, and WAV or raw floats out.
 
 An existing OUT is replaced only with -y by a command that is typed at a terminal, in a pipeline or with
-redirections, too; one that a script or another program starts replaces it.
+redirections, too; one that a script, $(...), find, xargs or another program starts replaces it.
 
 A value is 0 to 1, or has a unit: +60% of stereo width, L30 of panorama, 5ms or 220samples of phase
 shift, -6dB of volume. A switch may be followed by on, off, yes, no, 1 or 0; a file of that name is ./on.
