@@ -356,7 +356,6 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
     const auto data = whole.find("data");
     save(folder / "mono.wav", {.channels = 1, .samples = noise(100)});
     save(folder / "six.wav", {.channels = 6, .samples = noise(600)});
-    save(folder / "empty.wav", {});
     write(folder / "cut.wav", whole.substr(0, 100001));
     write(folder / "header.wav", whole.substr(0, data + 6));
     write(folder / "begun.wav", whole.substr(0, data + 9));
@@ -370,9 +369,7 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
              std::tuple{"gone.wav out.wav", 1, "gone.wav: there is no such file"},
              {"sub out.wav", 1, "sub: is a folder"},
              {"text.wav out.wav", 1, "text.wav: not a sound file that can be read"},
-             {"cut.wav out.wav", 1, "cut.wav: is truncated: 140087 bytes are missing"},
              {"header.wav out.wav --salvage", 1, "header.wav: has no samples behind its header"},
-             {"empty.wav out.wav", 1, "empty.wav: has no samples behind its header"},
              {"begun.wav out.wav --salvage", 1, "begun.wav: is truncated before its first whole"},
              {"- out.wav < cut.wav", 1, "standard input: is truncated: 140087 bytes are missing"},
              {"- out.wav --raw 48000 < cut.wav", 1,
@@ -384,7 +381,6 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
               "bad.txt: is the automation, too"},
              {"in.wav out.xyz", 2,
               "out.xyz: its ending names no format; choose one with --format (wav, "},
-             {"in.wav sub", 1, "sub: is a folder"},
              {"in.wav nowhere/out.wav", 1,
               "nowhere/out.wav: cannot write: No such file or directory"},
              {"in.wav out.wav --format wave64", 2, "--format wave64: not a format"},
@@ -401,7 +397,6 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
               "unknown option '--panorma'; did you mean '--panorama'?"},
              {"in.wav out.wav --block 0", 2, "--block 0: takes a whole number from 1 to 1024"},
              {"in.wav out.wav --block", 2, "--block needs a value"},
-             {"in.wav out.wav --preset 3", 2, "--preset 3: takes a whole number from 0 to 2"},
              {"in.wav", 2, "OUT is required"},
              {"in.wav out.wav more.wav", 2, "'more.wav' is one argument too many"},
              {"in.wav out.wav --automation none.txt", 1,
