@@ -50,8 +50,8 @@ constexpr unsigned riffStrings = ~maskOf({SF_STR_LICENSE});
 constexpr std::array places{
     Place{SF_FORMAT_WAV, SF_FORMAT_WAV, riffStrings, false, true},
     Place{SF_FORMAT_WAVEX, SF_FORMAT_WAV, riffStrings, false, true},
-    Place{SF_FORMAT_RF64, SF_FORMAT_WAV, riffStrings, false, false},
-    Place{SF_FORMAT_W64, SF_FORMAT_WAV, 0, false, false},
+    Place{SF_FORMAT_RF64, SF_FORMAT_WAV, riffStrings, false, true},
+    Place{SF_FORMAT_W64, SF_FORMAT_WAV, 0, false, true},
     Place{SF_FORMAT_AIFF, SF_FORMAT_AIFF,
           maskOf({SF_STR_TITLE, SF_STR_COPYRIGHT, SF_STR_SOFTWARE, SF_STR_ARTIST, SF_STR_COMMENT}),
           false, true},
@@ -93,6 +93,8 @@ constexpr std::array ownChunks{"fmt "sv, "fact"sv, "PEAK"sv, "JUNK"sv, "ds64"sv,
 /// Chunks whose texts are also among libsndfile's strings or in an ID3 tag.
 constexpr std::array textChunks{"NAME"sv, "AUTH"sv, "ANNO"sv, "(c) "sv,
                                 "info"sv, "strg"sv, "id3 "sv, "ID3 "sv};
+/// Chunks without numbers in the file's byte order.
+constexpr std::array orderlessChunks{"iXML"sv, "axml"sv, "_PMX"sv, "id3 "sv, "ID3 "sv};
 constexpr std::int64_t largestChunk = 64 << 20;
 /// A metadata block of FLAC is smaller, as its size has 24 bits.
 constexpr std::size_t flacBlockLimit = 1 << 24;
@@ -187,13 +189,20 @@ void replace(const OutputPlace& place, const std::string& bytes, std::size_t at,
     if (fileLength(place.descriptor()) != expected) place.failToWrite(ENOSPC);
 }
 
+/// Bytes of the ID3v2 tag that a file begins with; 0 without one.
+std::int64_t id3Size(int descriptor) {
+    const auto head = readAt(descriptor, 0, 10);
+    return head.starts_with("ID3") ? TagLib::ID3v2::Header(vectorOf(head)).completeTagSize() : 0;
+}
+
 using Blocks = std::vector<std::pair<int, std::string>>;
 
 /// The metadata blocks of a FLAC file, by type; without padding.
 Blocks flacBlocks(int descriptor) {
     Blocks blocks;
-    bool isLast = readAt(descriptor, 0, 4) != "fLaC";
-    for (std::int64_t at = 4; !isLast;) {
+    const auto start = id3Size(descriptor);
+    bool isLast = readAt(descriptor, start, 4) != "fLaC";
+    for (auto at = start + 4; !isLast;) {
         const auto header = readAt(descriptor, at, 4);
         if (header.size() < 4) break;
         isLast = (header[0] & 0x80) != 0;
@@ -235,15 +244,19 @@ Metadata::Metadata(int descriptor, SNDFILE* file, int format) : format_(format) 
         readTags(descriptor);
         lseek(descriptor, position, SEEK_SET);  // TagLib moves it
     }
-    for (const auto& key : textKeys)
+    for (const auto& key : textKeys) {
+        // Of AIFF, libsndfile ends that text with whatever its buffer held; it stays in its chunk.
+        if (key.string == SF_STR_SOFTWARE && placeOf(format).family == SF_FORMAT_AIFF) continue;
         if (const char* text = sf_get_string(file, key.string);
             text && *text != 0 && findKey(texts_, key.name) == texts_.end())
             texts_.emplace_back(key.name, text);
+    }
 }
 
 void Metadata::readChunks(int descriptor) {
     const auto chunks = readSoundChunks(descriptor);
     if (!chunks || placeOf(format_).family == 0) return;
+    const bool isRifx = readAt(descriptor, 0, 4) == "RIFX";
     for (const auto& chunk : chunks->others) {
         auto identifier = chunk.identifier;
         if (identifier == w64List)
@@ -258,6 +271,11 @@ void Metadata::readChunks(int descriptor) {
             continue;
         }
         auto bytes = readAt(descriptor, chunk.start, chunk.size);
+        if (isRifx && !isAmong(orderlessChunks, identifier)) {  // libsndfile reads its INFO
+            const auto name = shown(identifier == "LIST" ? bytes : identifier);
+            if (name != "INFO") lostAlways_.push_back(name);
+            continue;
+        }
         if (identifier == "id3 " || identifier == "ID3 ") id3_ = bytes;
         chunks_.push_back({std::move(identifier), std::move(bytes)});
     }
@@ -285,6 +303,7 @@ void Metadata::readTags(int descriptor) {
     auto* const factory = TagLib::ID3v2::FrameFactory::instance();
     switch (placeOf(format_).container) {
         case SF_FORMAT_FLAC:
+            if (id3Size(descriptor) > 0) lostAlways_.push_back("ID3 tag before its FLAC stream");
             for (auto& [type, bytes] : flacBlocks(descriptor)) {
                 if (type == comment)
                     takeComments(bytes);
@@ -421,16 +440,19 @@ void Metadata::addTo(const OutputPlace& place, int format) const {
 void Metadata::addChunks(const OutputPlace& place, int format) const {
     const auto chunks = chunksFor(format);
     if (chunks.empty()) return;
-    const auto end = static_cast<std::size_t>(fileLength(place.descriptor()));
+    const auto length = static_cast<std::size_t>(fileLength(place.descriptor()));
     // libsndfile makes a WAV of an RF64 that stayed below 4 GiB.
     const auto magic = readAt(place.descriptor(), 0, 4);
     const auto order = placeOf(format).family == SF_FORMAT_WAV ? little : big;
     const bool isCaf = magic == "caff";
     const bool isW64 = magic == "riff";
     const std::size_t alignment = isW64 ? 8 : isCaf ? 1 : 2;
+    // libsndfile takes what follows the samples of W64 for more of them.
+    const auto at =
+        isW64 ? static_cast<std::size_t>(readSoundChunks(place.descriptor())->start) - 24 : length;
     std::string added;
     for (const auto& [identifier, bytes] : chunks) {
-        while ((end + added.size()) % alignment != 0) added += '\0';
+        while ((at + added.size()) % alignment != 0) added += '\0';
         if (!isW64)
             added += identifier;
         else if (identifier == "LIST")
@@ -440,14 +462,13 @@ void Metadata::addChunks(const OutputPlace& place, int format) const {
         added += bytesOf(bytes.size() + (isW64 ? 24 : 0), isW64 || isCaf ? 8 : 4, order);
         added += bytes;
     }
-    while ((end + added.size()) % alignment != 0) added += '\0';
-    const auto total = end + added.size();
+    while ((at + added.size()) % alignment != 0) added += '\0';
+    const auto total = length + added.size();
     if (!isW64 && !isCaf && magic != "RF64" && total > 0xFFFFFFFF) return;
-    if (isW64)  // libsndfile takes what follows the samples for more of them
-        replace(place, added,
-                static_cast<std::size_t>(readSoundChunks(place.descriptor())->start) - 24, 0);
+    if (isW64)
+        replace(place, added, at, 0);
     else
-        put(place, added, end);
+        put(place, added, at);
     if (magic == "RF64")
         put(place, bytesOf(total - 8, 8, little), 20);
     else if (isW64)
@@ -518,10 +539,7 @@ void Metadata::addOggComments(const OutputPlace& place, int format) const {
 
 void Metadata::addId3(const OutputPlace& place) const {
     if (texts_.empty() && pictures_.empty() && id3_.empty()) return;
-    const auto head = readAt(place.descriptor(), 0, 10);
-    std::size_t old = 0;
-    if (head.starts_with("ID3")) old = TagLib::ID3v2::Header(vectorOf(head)).completeTagSize();
-    replace(place, id3Tag(), 0, old);
+    replace(place, id3Tag(), 0, static_cast<std::size_t>(id3Size(place.descriptor())));
 }
 
 std::string Metadata::id3Tag() const {

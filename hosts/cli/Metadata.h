@@ -22,7 +22,8 @@ using hosts::OutputPlace;
 ///
 /// Chunks go as they are into a container of the same family: WAV, RF64 and W64; AIFF; CAF.
 /// Vorbis comments keep the case of their keys in FLAC, Ogg Vorbis and Opus. ID3 frames go as they
-/// are between MP3, WAV and AIFF. Between the others texts, pictures and markers are translated.
+/// are between MP3, WAV, RF64, W64 and AIFF. Between the others texts, pictures and markers are
+/// translated. Of RIFX, whose numbers are in the other byte order, only the texts go along.
 class Metadata {
  public:
     using Texts = std::vector<std::pair<std::string, std::string>>;
@@ -69,7 +70,7 @@ class Metadata {
     std::vector<std::string> pictures_;                ///< as FLAC has them
     std::vector<std::pair<int, std::string>> blocks_;  ///< others of a FLAC file, by type
     std::string id3_;                                  ///< an ID3v2 tag
-    std::vector<std::string> lostAlways_;              ///< chunks that are too large, a second tag
+    std::vector<std::string> lostAlways_;              ///< what no output has a place for
     std::vector<std::string> lostInfo_;    ///< keys of RIFF's INFO that no text was made of
     std::vector<std::string> lostFrames_;  ///< ID3 frames of which nothing was made
 };

@@ -176,10 +176,20 @@ TEST_F(Metadata, WhatIsTooLargeOrHasNoTextIsNamed) {
     write(folder / "in.aiff", bytes.replace(4, 4, bigEndian(bytes.size() - 8)));
     EXPECT_EQ(render("in.aiff", "out.aiff"), "");
     EXPECT_THAT(render("in.aiff", "out.wav"), HasSubstr("kelvane writes no COMT into wav"));
+    bytes += "APPL\0\0\0\x0Cm3gaSoftware"s;
+    write(folder / "in.aiff", bytes.replace(4, 4, bigEndian(bytes.size() - 8)));
+    EXPECT_THAT(render("in.aiff", "out.flac"), HasSubstr("no COMT, APPL into flac"));
+    EXPECT_THAT(bytesOf("out.flac"), testing::Not(HasSubstr("Software")));
+    save(folder / "in.wav",
+         {.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16 | SF_ENDIAN_BIG, .samples = noise(600)});
+    bytes = bytesOf("in.wav") + "cue \0\0\0\4\0\0\0\0"s;
+    write(folder / "in.wav", bytes.replace(4, 4, bigEndian(bytes.size() - 8)));
+    EXPECT_THAT(render("in.wav", "out.wav"), HasSubstr("kelvane writes no cue into wav"));
+    EXPECT_THAT(bytesOf("out.wav"), testing::Not(HasSubstr("cue ")));
 }
 
 TEST_F(Metadata, CommentsKeepTheirCaseAndPicturesTravelThroughEveryTag) {
-    auto quiet = noise(6000);  // lossy formats overshoot
+    auto quiet = noise(6002);  // lossy formats overshoot
     for (auto& sample : quiet) sample *= 0.2;
     save(folder / "in.flac",
          {.format = SF_FORMAT_FLAC | SF_FORMAT_PCM_16,
@@ -193,11 +203,15 @@ TEST_F(Metadata, CommentsKeepTheirCaseAndPicturesTravelThroughEveryTag) {
                        std::string(16, '\0') + bigEndian(15) + "a picture of it";
     const std::size_t behindStreamInfo = 4 + 4 + 34;
     bytes.insert(behindStreamInfo, "\6\0\0"s + static_cast<char>(block.size()) + block);
+    write(folder / "in.flac", "ID3\3\0\0\0\0\0\x0A"s + std::string(10, '\0') + bytes);
+    EXPECT_THAT(render("in.flac", "out.flac"), HasSubstr("no ID3 tag before its FLAC stream"));
+    EXPECT_THAT(bytesOf("out.flac"), HasSubstr(block));
     write(folder / "in.flac", bytes);
 
     const char* from = "in.flac";
-    for (const char* file : {"out.flac", "out.ogg", "out.opus", "back.flac", "out.mp3", "again.mp3",
-                             "out.wav", "out.aiff", "last.flac"}) {
+    for (const char* file :
+         {"out.flac", "out.ogg", "out.opus", "back.flac", "out.mp3", "again.mp3", "out.wav",
+          "out.aiff", "out.w64", "again.aiff", "out.rf64", "last.flac"}) {
         EXPECT_EQ(render(from, file), "") << file;
         EXPECT_GT(load(folder / file).samples.size(), 5000U) << file;
         from = file;

@@ -146,7 +146,7 @@ TEST_F(OnScreen, EveryPartOfThePanelHasATooltipOfNameValueAndKeys) {
     };
     for (int x = 0; x < 680; x += 4)
         for (int y = 0; y < 440; y += 4) {
-            const auto mode = shown.window->modeAt({x, y});
+            const auto mode = shown.window->modeAt({1.0 * x, 1.0 * y});
             EXPECT_EQ(tooltip(mode).empty(), mode.empty()) << mode;
         }
     for (const auto& [mode, text] : {std::pair{"stereo width", "Stereo Width: 0 %\nDrag"},
