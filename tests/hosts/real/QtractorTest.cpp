@@ -57,7 +57,7 @@ class Qtractor : public testing::TestWithParam<Format> {
 TEST_P(Qtractor, PlaysEditsSavesAndLoads) {
     auto host = start();
     EXPECT_TRUE(jack_.hears(0.5F, 0));
-    Screen::xdo("search --sync --onlyvisible --name kelvane.*Qtractor");
+    Screen::xdo("search --sync --onlyvisible --name kelvane.qtr");
     Screen::xdo("mousemove 739 38 click 1");  // the mixer
     Screen::xdo("search --sync --onlyvisible --name ^Mixer");
     Screen::xdo("mousemove 797 271 click --repeat 2 --delay 60 1");  // the effect in it
