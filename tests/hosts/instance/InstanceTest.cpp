@@ -113,7 +113,9 @@ TEST_F(InstanceTest, OverlappingBuffersSoundAsSeparateOnes) {
             const auto instance = fresh();
             for (std::size_t at = 0; at < input.left.size(); at += block) {
                 std::vector<float> memory(4 * std::size_t{block});
-                const auto place = [&](int i) { return &memory[places[i] * block / 3]; };
+                const auto place = [&, &spots = places](int i) {
+                    return &memory[spots[i] * block / 3];
+                };
                 std::copy_n(&input.left[at], block, place(0));
                 std::copy_n(&input.right[at], block, place(1));
                 const auto left = place(2), right = place(3);
