@@ -36,7 +36,8 @@ class Module : public SharedObject {
  public:
     Module() : SharedObject(path) {
         if (!symbol<bool(void*)>("ModuleEntry")(this)) throw std::runtime_error("ModuleEntry");
-        factory = vst3::adopted(symbol<v3_plugin_factory**()>("GetPluginFactory")());
+        void* made = symbol<void*()>("GetPluginFactory")();  // as the plug-in declares it
+        factory = vst3::adopted(static_cast<v3_plugin_factory**>(made));
     }
     ~Module() {
         factory = {};
