@@ -14,6 +14,7 @@
 #include "editor/CorrelographViewAU.h"
 #include "editor/PluginFrameEx.h"
 #include "editor/StereoControls.h"
+#include "editor/panelCanvas.h"
 #include "hosts/cli/Automation.h"
 #include "hosts/cli/Command.h"
 #include "hosts/cli/OptionParser.h"
@@ -48,7 +49,7 @@ constexpr platform::CGPoint suspendSwitch{575, 297}, lineSwitch{103, 266};
 /// What the command line asks for.
 struct Snapshot {
     std::string output, view = "editor", signal, at, drawMode = "points";
-    platform::CGSize size{680, 440};
+    platform::CGSize size = panelCanvas;
     double scale = 1;
     float brightness = 0.25f;
     std::array<std::string, allParameters.size()> values;  ///< see parseSettings()

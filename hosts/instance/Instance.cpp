@@ -209,13 +209,13 @@ std::optional<ParameterSetting> Instance::midi(std::uint32_t frame,
                                                std::span<const std::uint8_t> bytes) {
     platform::AURenderEvent event{};
     if (bytes.empty() || bytes.size() > std::size(event.MIDI.data)) return std::nullopt;
+    const bool isControlChange = (bytes[0] & 0xF0) == 0xB0;
+    if (isControlChange && bytes.size() < 3) return std::nullopt;  // cut off
     event.MIDI = {nullptr, 0, platform::AURenderEventMIDI, 0, 0, 0, {bytes[0]}};
     event.MIDI.length = static_cast<std::uint16_t>(bytes.size());
     for (std::size_t i = 1; i < bytes.size(); ++i) event.MIDI.data[i] = bytes[i] & 0x7f;
-    const auto setting = settingOf(event);
-    if (setting && bytes.size() < 3) return std::nullopt;
     push(frame, event);
-    return setting;
+    return settingOf(event);
 }
 
 void Instance::push(std::uint32_t frame, platform::AURenderEvent event) {
