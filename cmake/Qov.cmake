@@ -19,6 +19,10 @@ set(CMAKE_C_FLAGS_SANITIZE "-O1 -g1 -fno-omit-frame-pointer")
 set(QOV_SANITIZE "" CACHE STRING "Sanitizers for the whole build, as -fsanitize takes them")
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow $<$<BOOL:${KELVANE_WERROR}>:-Werror>)
+if(CMAKE_UNITY_BUILD)
+    # In a group the compiler takes sources for headers, and later sources see the names of earlier ones.
+    add_compile_options(-Wno-subobject-linkage -Wno-shadow)
+endif()
 # The same input gives the same bits everywhere: no contraction, no fast-math; std::fma where it is meant.
 add_compile_options(-ffp-contract=off)
 if(QOV_SANITIZE)

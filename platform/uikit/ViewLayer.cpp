@@ -12,12 +12,12 @@ namespace platform {
 namespace {
 
 constexpr int kLargestWhole = 4096;  // pixels a side
-constexpr int kFarthest = 1 << 24;
+constexpr int kMostPixels = 1 << 24;
 
 int pixels(CGFloat points, CGFloat scale) {
     // Rounding errors must not add a row; NaN has none.
     const auto count = std::ceil(points * scale - 1e-6);
-    return count > 0 ? static_cast<int>(std::min<CGFloat>(count, kFarthest)) : 0;
+    return count > 0 ? static_cast<int>(std::min<CGFloat>(count, kMostPixels)) : 0;
 }
 
 PixelRect partOf(const UIView& view, CGFloat scale, const PixelRect& picture) {
