@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <iterator>
+#include <string_view>
 
 #include "audiounit/parameters.h"
 #include "editor/AudioUnitViewController.h"
@@ -31,31 +32,60 @@ platform::UIColor grey(CGFloat white) {
 
 }  // namespace
 
+/// What a touch in a hot area edits.
+struct StereoControls::Control {
+    enum class Kind { drag, reset, toggle, option };
+    std::string_view mode;
+    Kind kind;
+    int target;  // a parameter's address or an option
+    CGFloat StereoControlsBase::*value;
+    bool StereoControlsBase::*isActive;
+    bool StereoControlsBase::*isOn;
+
+    /// Whether the value of its parameter is drawn here.
+    constexpr bool showsParameter() const { return kind == Kind::drag || kind == Kind::toggle; }
+    static const Control* of(std::string_view mode);
+    static const Control table[];
+};
+
+using Base = StereoControlsBase;
+
+// The bypass has no row: only touches change its switch.
+constexpr StereoControls::Control StereoControls::Control::table[] = {
+    {"stereo width", Kind::drag, kStereoWidth, &Base::stereoWidthNormalized,
+     &Base::isStereoWidthActive, nullptr},
+    {"panorama", Kind::drag, kPanorama, &Base::panoramaNormalized, &Base::isPanoramaActive,
+     nullptr},
+    {"phase shift", Kind::drag, kPhaseShift, &Base::phaseShiftValue, &Base::isPhaseShiftActive,
+     nullptr},
+    {"reset1", Kind::reset, kPanorama, nullptr, &Base::isPanoramaResetActive, nullptr},
+    {"reset2", Kind::reset, kStereoWidth, nullptr, &Base::isStereoWidthResetActive, nullptr},
+    {"swap channels", Kind::toggle, kSwapChannels, nullptr, nullptr, &Base::isSwapOn},
+    {"invert channel", Kind::toggle, kInvertChannel, nullptr, nullptr, &Base::isInvert},
+    {"recover mono", Kind::toggle, kRecoverMono, nullptr, nullptr, &Base::isRecover},
+    {"test mono", Kind::toggle, kTestMono, nullptr, nullptr, &Base::isMonoOn},
+    {"graph normalized", Kind::option, kOptionNormalized, nullptr, nullptr, &Base::isNormalized},
+    {"bezier", Kind::option, kOptionDrawMode, nullptr, nullptr, &Base::isBezier},
+    {"show oscillograph", Kind::option, kOptionOscillograph, nullptr, nullptr,
+     &Base::isOscillograph},
+    {"go pro", Kind::option, kOptionSuspended, nullptr, nullptr, &Base::isGoPro},
+};
+
+const StereoControls::Control* StereoControls::Control::of(std::string_view mode) {
+    static_assert(std::ranges::count_if(table, &Control::showsParameter) + 1 == parameterCount,
+                  "the panel has a row for each parameter but the bypass");
+    const auto* row = std::ranges::find(table, mode, &Control::mode);
+    return row == std::end(table) ? nullptr : row;
+}
+
 void StereoControls::draw(platform::CGRect rect) {
     baseClass.viewController = viewController;
     baseClass.drawControls(rect, StereoControlsBase::ResizingBehavior::aspectFit);
 }
 
 void StereoControls::updateParameter(int address, float value) {
-    // The field that shows each parameter. The bypass has none: only touches change its toggle.
-    struct Shown {
-        ParameterAddress address;
-        CGFloat StereoControlsBase::*value;
-        bool StereoControlsBase::*isOn;
-    };
-    static constexpr Shown shown[] = {
-        {kStereoWidth, &StereoControlsBase::stereoWidthNormalized, nullptr},
-        {kPanorama, &StereoControlsBase::panoramaNormalized, nullptr},
-        {kPhaseShift, &StereoControlsBase::phaseShiftValue, nullptr},
-        {kSwapChannels, nullptr, &StereoControlsBase::isSwapOn},
-        {kInvertChannel, nullptr, &StereoControlsBase::isInvert},
-        {kRecoverMono, nullptr, &StereoControlsBase::isRecover},
-        {kTestMono, nullptr, &StereoControlsBase::isMonoOn},
-    };
-    static_assert(std::size(shown) + 1 == parameterCount,
-                  "the panel has a row for each parameter but the bypass");
-    for (const Shown& row : shown) {
-        if (row.address != static_cast<std::uint64_t>(address)) continue;
+    for (const Control& row : Control::table) {
+        if (!row.showsParameter() || row.target != address) continue;
         if (row.value) baseClass.*row.value = value;
         if (row.isOn) baseClass.*row.isOn = value >= 0.5f;
     }
@@ -96,59 +126,37 @@ void StereoControls::touchesBegan(const platform::UITouchSet& touches, platform:
 }
 
 void StereoControls::beginEditing(StereoControlsDelegate& to) {
-    const std::string& mode = currentEditingMode;
-    if (mode == "stereo width") {
-        baseClass.isStereoWidthActive = true;
-        startValue = baseClass.stereoWidthNormalized;
-    } else if (mode == "panorama") {
-        baseClass.isPanoramaActive = true;
-        startValue = baseClass.panoramaNormalized;
-    } else if (mode == "phase shift") {
-        baseClass.isPhaseShiftActive = true;
-        startValue = baseClass.phaseShiftValue;
-    } else if (mode == "reset1") {
-        baseClass.isPanoramaResetActive = true;
-        to.onStereoControlsParameter(kPanorama, 0.5f);
-    } else if (mode == "reset2") {
-        baseClass.isStereoWidthResetActive = true;
-        to.onStereoControlsParameter(kStereoWidth, 0.5f);
-    } else if (mode == "swap channels") {
-        toggle(baseClass.isSwapOn, to, kSwapChannels);
-    } else if (mode == "invert channel") {
-        toggle(baseClass.isInvert, to, kInvertChannel);
-    } else if (mode == "recover mono") {
-        toggle(baseClass.isRecover, to, kRecoverMono);
-    } else if (mode == "test mono") {
-        toggle(baseClass.isMonoOn, to, kTestMono);
-    } else if (mode == "graph normalized") {
-        switchOption(kOptionNormalized, !isOn(kOptionNormalized));
-    } else if (mode == "bezier") {
-        switchOption(kOptionDrawMode, !isOn(kOptionDrawMode));
-    } else if (mode == "show oscillograph") {
-        switchOption(kOptionOscillograph, !isOn(kOptionOscillograph));
-    } else if (mode == "go pro") {
-        switchOption(kOptionSuspended, !isOn(kOptionSuspended));
-        to.onStereoControlsParameter(kBypass, baseClass.isGoPro ? 1.0f : 0.0f);
+    const auto* control = Control::of(currentEditingMode);
+    if (!control) return;
+    if (control->isActive) baseClass.*control->isActive = true;
+    switch (control->kind) {
+        case Control::Kind::drag:
+            startValue = baseClass.*control->value;
+            break;
+        case Control::Kind::reset:
+            to.onStereoControlsParameter(control->target, 0.5f);
+            break;
+        case Control::Kind::toggle: {
+            bool& isOn = baseClass.*control->isOn;
+            isOn = !isOn;
+            to.onStereoControlsParameter(control->target, isOn ? 1.0f : 0.0f);
+            break;
+        }
+        case Control::Kind::option: {
+            const auto option = static_cast<StereoControlsOption>(control->target);
+            switchOption(option, !isOn(option));
+            if (option == kOptionSuspended)
+                to.onStereoControlsParameter(kBypass, baseClass.isGoPro ? 1.0f : 0.0f);
+            break;
+        }
     }
-}
-
-void StereoControls::toggle(bool& flag, StereoControlsDelegate& to, int parameter) {
-    flag = !flag;
-    to.onStereoControlsParameter(parameter, flag ? 1.0f : 0.0f);
 }
 
 bool StereoControlsBase::*StereoControls::switchOf(StereoControlsOption option) {
-    switch (option) {
-        case kOptionNormalized:
-            return &StereoControlsBase::isNormalized;
-        case kOptionOscillograph:
-            return &StereoControlsBase::isOscillograph;
-        case kOptionSuspended:
-            return &StereoControlsBase::isGoPro;
-        case kOptionDrawMode:
-            break;
-    }
-    return &StereoControlsBase::isBezier;
+    const auto* row = std::ranges::find_if(Control::table, [&](const Control& control) {
+        return control.kind == Control::Kind::option && control.target == option;
+    });
+    return row->isOn;
 }
 
 bool StereoControls::isOn(StereoControlsOption option) const {
@@ -172,16 +180,10 @@ void StereoControls::touchesMoved(const platform::UITouchSet& touches, platform:
     const CGFloat dy = (p.y - startLocation.y) / drawScaleY * scaler;
     const float delta = std::clamp(static_cast<float>(dy - dx) * 0.5f / dragRange, -1.0f, 1.0f);
     const CGFloat value = std::clamp(startValue - delta, 0.0, 1.0);
-    const auto edit = [&](CGFloat& shown, int address) {
-        shown = value;
-        to->onStereoControlsParameter(address, static_cast<float>(value));
-    };
-    if (currentEditingMode == "stereo width") {
-        edit(baseClass.stereoWidthNormalized, kStereoWidth);
-    } else if (currentEditingMode == "panorama") {
-        edit(baseClass.panoramaNormalized, kPanorama);
-    } else if (currentEditingMode == "phase shift") {
-        edit(baseClass.phaseShiftValue, kPhaseShift);
+    const auto* control = Control::of(currentEditingMode);
+    if (control && control->kind == Control::Kind::drag) {
+        baseClass.*control->value = value;
+        to->onStereoControlsParameter(control->target, static_cast<float>(value));
     }
     setNeedsDisplay();
     sendActions(platform::UIControlEventValueChanged);
@@ -191,11 +193,8 @@ void StereoControls::touchesEnded(const platform::UITouchSet& touches, platform:
     const auto controller = viewController.lock();
     if (!controller || !delegate.lock()) return;
     touchesMoved(touches, event);
-    if (currentEditingMode == "stereo width") baseClass.isStereoWidthActive = false;
-    if (currentEditingMode == "panorama") baseClass.isPanoramaActive = false;
-    if (currentEditingMode == "phase shift") baseClass.isPhaseShiftActive = false;
-    if (currentEditingMode == "reset1") baseClass.isPanoramaResetActive = false;
-    if (currentEditingMode == "reset2") baseClass.isStereoWidthResetActive = false;
+    const auto* control = Control::of(currentEditingMode);
+    if (control && control->isActive) baseClass.*control->isActive = false;
     currentEditingMode.clear();
     controller->touchesLocked = false;
     setNeedsDisplay();

@@ -53,9 +53,9 @@ class StereoControls : public platform::UIControl {
     platform::CGFloat scaler = 1;      ///< factor of a drag's distance
 
  private:
+    struct Control;
     void beginEditing(StereoControlsDelegate& to);
     static bool StereoControlsBase::*switchOf(StereoControlsOption option);
-    void toggle(bool& flag, StereoControlsDelegate& to, int parameter);
     platform::CGPoint canvasLocation(const platform::UITouch& touch) const;
 };
 
