@@ -26,6 +26,7 @@ using platform::RunLoop;
 namespace {
 
 constexpr std::uint32_t longestCopy = 1 << 20;  // frames; more than any host's block
+constexpr std::uint32_t allParameters = (1u << parameterCount) - 1;  // bit a: address a
 
 /// The instance whose parameters this thread sets for the host: such changes are no edits.
 thread_local const Instance* hostActsOn = nullptr;
@@ -182,7 +183,8 @@ void Instance::begin(const float* const (&input)[2], float* const (&output)[2],
             if (channel) std::fill_n(channel, frames, 0.0f);
         return;
     }
-    use_.exchange(Use::taking);
+    use_.store(Use::taking, std::memory_order_relaxed);
+    fence_.light();
     takeAdopted();
     use_.store(Use::rendering, std::memory_order_release);
     for (int channel = 0; channel < 2; ++channel) {
@@ -200,6 +202,7 @@ void Instance::begin(const float* const (&input)[2], float* const (&output)[2],
 void Instance::set(std::uint32_t frame, std::uint64_t address, float value) {
     const auto clamped = clampedValue(address, value);
     if (!clamped) return;
+    note({address, *clamped});
     platform::AURenderEvent event{};
     event.parameter = {nullptr, 0, platform::AURenderEventParameter, {}, 0, address, *clamped};
     push(frame, event);
@@ -214,19 +217,23 @@ std::optional<ParameterSetting> Instance::midi(std::uint32_t frame,
     event.MIDI = {nullptr, 0, platform::AURenderEventMIDI, 0, 0, 0, {bytes[0]}};
     event.MIDI.length = static_cast<std::uint16_t>(bytes.size());
     for (std::size_t i = 1; i < bytes.size(); ++i) event.MIDI.data[i] = bytes[i] & 0x7f;
+    const auto setting = settingOf(event);
+    if (setting) note(*setting);
     push(frame, event);
-    return settingOf(event);
+    return setting;
+}
+
+/// Before the kernel stores the value; see adopt().
+void Instance::note(const ParameterSetting& setting) {
+    addresses_ |= 1u << setting.address;
+    if (setting.address >= lastEvents_.size()) return;
+    auto& last = lastEvents_[setting.address];
+    last.value.store(setting.value, std::memory_order_relaxed);
+    last.count.store(last.count.load(std::memory_order_relaxed) + 1, std::memory_order_release);
+    fence_.light();
 }
 
 void Instance::push(std::uint32_t frame, platform::AURenderEvent event) {
-    if (const auto setting = settingOf(event)) {
-        addresses_ |= 1u << setting->address;
-        if (setting->address < lastEvents_.size()) {
-            auto& last = lastEvents_[setting->address];
-            last.value.store(setting->value, std::memory_order_relaxed);
-            last.count.fetch_add(1);  // before the kernel stores the value; see adopt()
-        }
-    }
     if (frames_ == 0 || !isActive()) return apply(event);
     frame = std::clamp(frame, done_, frames_ - 1);
     event.head.eventSampleTime = clock_ + (frame - done_);
@@ -418,24 +425,31 @@ void Instance::adopt(const Values& values) {
     for (std::size_t address = 0; address < values.size(); ++address)
         adopted_[address].store(values[address], std::memory_order_relaxed);
     hasAdopted_.store(true);
-    std::array<std::uint32_t, parameterCount> before;
+    fence_.heavy();  // a block that begins from here on finds them
+    const auto eventCount = [this](std::size_t address) {
+        return lastEvents_[address].count.load(std::memory_order_acquire);
+    };
+    std::array<std::uint32_t, parameterCount> before, written;
     for (auto idle = Use::idle;; idle = Use::idle) {
         // Counted before the look at hasAdopted_: without the events of a block that takes the
         // values.
         for (std::size_t address = 0; address < before.size(); ++address)
-            before[address] = lastEvents_[address].count;
+            before[address] = eventCount(address);
         if (!hasAdopted_.load(std::memory_order_acquire)) return;
         if (use_.compare_exchange_strong(idle, Use::adopting)) break;
         std::this_thread::yield();
     }
-    for (std::size_t address = 0; address < values.size(); ++address) {
-        auto& last = lastEvents_[address];
-        std::uint32_t count = 0;
-        do {
-            count = last.count;
-            writeAdopted(address, count == before[address] ? values[address] : last.value.load());
-            // Adding orders the write before the value of any event that is not counted yet.
-        } while (last.count.fetch_add(0) != count);
+    for (auto left = allParameters; left;) {
+        for (std::size_t address = 0; address < values.size(); ++address) {
+            if (!(left & 1u << address)) continue;
+            written[address] = eventCount(address);
+            writeAdopted(address, written[address] == before[address]
+                                      ? values[address]
+                                      : lastEvents_[address].value.load());
+        }
+        fence_.heavy();  // the value of an event that is not counted yet comes after these
+        for (std::size_t address = 0; address < values.size(); ++address)
+            if (eventCount(address) == written[address]) left &= ~(1u << address);
     }
     hasAdopted_.store(false);
     auto adopting = Use::adopting;

@@ -13,6 +13,7 @@
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
 #include "audiounit/presets.h"
 #include "dsp/ParameterSetting.h"
+#include "hosts/instance/AsymmetricFence.h"
 #include "hosts/instance/EditExchange.h"
 #include "hosts/instance/EventQueue.h"
 
@@ -144,6 +145,7 @@ class Instance {
     bool makeUnit(platform::NSError* error);
     void observeEdits();
     bool isBypassed() const;
+    void note(const ParameterSetting& setting);
     void push(std::uint32_t frame, platform::AURenderEvent event);
     void apply(const platform::AURenderEvent& event);
     using Values = std::array<float, parameterCount>;  // by address
@@ -184,6 +186,7 @@ class Instance {
     const float* pullFrom_[2] = {};  // the input of the present cycle
 
     // Values that are set together, between two blocks.
+    AsymmetricFence fence_;
     enum class Use : std::uint8_t { idle, taking, rendering, adopting };
     std::atomic<Use> use_{Use::idle};
     std::array<std::atomic<float>, parameterCount> adopted_{};
