@@ -163,10 +163,13 @@ struct QOV_Kelvane_PluginDSPKernel::Segment {
 
 void QOV_Kelvane_PluginDSPKernel::process(std::uint32_t frameCount, std::uint32_t bufferOffset) {
     if (channels < 1) return;
-    const bool isProcessed = loadRelaxed(fBypass) != 1.0f && channels == 2;
-    if (!isProcessed ||
-        !gate_.render([&] { renderSegment(frameCount, bufferOffset); }, [this] { resetState(); }))
+    const auto reset = [this] { resetState(); };
+    if (loadRelaxed(fBypass) == 1.0f || channels != 2) {
+        gate_.resetIfAsked(reset);
         copyThrough(frameCount, bufferOffset);
+    } else if (!gate_.render([&] { renderSegment(frameCount, bufferOffset); }, reset)) {
+        copyThrough(frameCount, bufferOffset);
+    }
     // A new delay length repeats the frame before it, which is the last one of this output.
     if (frameCount > 0)
         latency.setPrecedingFrame(samples(outBufferListPtr, 0, bufferOffset)[frameCount - 1]);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <cstdint>
 
 namespace qov {
 
@@ -9,49 +8,44 @@ namespace qov {
 /// blocking. A reset requested during a segment, or during another reset, is pending: the thread
 /// that renders or resets performs it at its end. So no request is lost, the requesting thread
 /// returns at once, and the rest of that segment is rendered as before the reset.
+///
+/// To render costs one locked instruction. A request that comes while the segment's end is being
+/// stored may be missed there; the next call of render() or resetIfAsked() performs it.
 class RenderGate {
  public:
-    /// Calls render(), then reset() if one is pending. False, with nothing called, while another
-    /// thread resets: the segment must not use the guarded state.
+    /// Calls render(), and reset() before or after it if one is pending. False, with nothing
+    /// called, while another thread resets: the segment must not use the guarded state.
     template <class Render, class Reset>
     bool render(Render&& render, Reset&& reset) {
-        std::uint32_t state = idle;
-        if (!state_.compare_exchange_strong(state, rendering, std::memory_order_acquire,
-                                            std::memory_order_relaxed))
-            return false;
+        if (!enter()) return false;
+        if (isAsked_.load(std::memory_order_acquire) && isAsked_.exchange(false)) reset();
         render();
-        if (!leave(rendering)) resetUntilIdle(reset);
+        isTaken_.store(false, std::memory_order_release);
+        resetIfAsked(reset);
         return true;
     }
 
     /// Calls reset(), or makes it pending while another thread renders or resets.
     template <class Reset>
     void reset(Reset&& reset) {
-        std::uint32_t state = idle;
-        while (!state_.compare_exchange_weak(state, state == idle ? resetting : state | asked,
-                                             std::memory_order_acq_rel)) {
+        isAsked_ = true;
+        resetIfAsked(reset);
+    }
+
+    /// Calls reset() if one is pending and no other thread renders or resets.
+    template <class Reset>
+    void resetIfAsked(Reset&& reset) {
+        while (isAsked_.load(std::memory_order_acquire) && enter()) {
+            if (isAsked_.exchange(false)) reset();
+            isTaken_ = false;
         }
-        if (state == idle) resetUntilIdle(reset);
     }
 
  private:
-    enum : std::uint32_t { idle = 0, rendering = 1, resetting = 2, asked = 4 };
+    bool enter() { return !isTaken_.exchange(true, std::memory_order_acquire); }
 
-    template <class Reset>
-    void resetUntilIdle(Reset&& reset) {
-        do {
-            reset();
-        } while (!leave(resetting));
-    }
-
-    /// Enters idle; with a pending reset, enters `resetting` instead and returns false.
-    bool leave(std::uint32_t from) {
-        if (state_.compare_exchange_strong(from, idle, std::memory_order_acq_rel)) return true;
-        state_.store(resetting, std::memory_order_relaxed);  // only `asked` can have come in
-        return false;
-    }
-
-    std::atomic<std::uint32_t> state_{idle};
+    std::atomic<bool> isTaken_{false};
+    std::atomic<bool> isAsked_{false};
 };
 
 }  // namespace qov
