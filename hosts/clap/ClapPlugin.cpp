@@ -174,7 +174,7 @@ clap_process_status ClapPlugin::process(const clap_process_t* block) {
 void ClapPlugin::pushEvents(const clap_input_events_t* events, std::uint32_t frames,
                             const clap_output_events_t* out) {
     const std::uint32_t count = events ? events->size(events) : 0;
-    std::uint32_t latest = 0;  // of the sent events, which are sorted
+    std::uint32_t latest = 0;  // frame of the last event sent; a host requires them in order
     for (std::uint32_t i = 0; i < count; ++i) {
         const auto* header = events->get(events, i);
         if (const auto* value = as<clap_event_param_value_t>(header, CLAP_EVENT_PARAM_VALUE)) {

@@ -24,9 +24,9 @@ void EditExchange::release(std::uint64_t address) {
 
 const EditExchange::Edit* EditExchange::front() {
     if (!isPending()) return nullptr;
-    if (!isTaking_) news_ = changed_.exchange(0, std::memory_order_acquire);
-    for (; first_ == count_ && news_; news_ &= news_ - 1)
-        fetch(static_cast<std::uint64_t>(std::countr_zero(news_)));
+    if (!isTaking_) toFetch_ = changed_.exchange(0, std::memory_order_acquire);
+    for (; first_ == count_ && toFetch_; toFetch_ &= toFetch_ - 1)
+        fetch(static_cast<std::uint64_t>(std::countr_zero(toFetch_)));
     isTaking_ = first_ < count_;
     return isTaking_ ? &fetched_[first_] : nullptr;
 }

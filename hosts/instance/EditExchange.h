@@ -70,7 +70,7 @@ class EditExchange {
     // The host's side
     std::array<bool, parameters> open_{};  // gestures whose begin was fetched, and not their end
     std::atomic<bool> isTaking_{false};
-    std::uint32_t news_ = 0;  // bit a: address a is to be fetched
+    std::uint32_t toFetch_ = 0;  // bit a: address a is to be fetched
     std::array<Edit, 3> fetched_{};
     std::size_t first_ = 0, count_ = 0;  // of them
 };

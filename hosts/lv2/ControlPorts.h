@@ -69,14 +69,14 @@ class ControlPorts {
 
     /// In most blocks no port has changed, and no control is held.
     bool isQuiet() const {
-        std::uint64_t news = overruled_;
+        std::uint64_t changes = overruled_;
         for (std::size_t address = 0; address < parameterCount; ++address) {
-            news |= holds_[address].load(std::memory_order_relaxed);
+            changes |= holds_[address].load(std::memory_order_relaxed);
             if (const float* port = ports_[address])
-                news |= seen_[address].load(std::memory_order_relaxed) ^
+                changes |= seen_[address].load(std::memory_order_relaxed) ^
                         std::bit_cast<std::uint32_t>(*port);
         }
-        return news == 0;
+        return changes == 0;
     }
     bool isNew(std::uint64_t address, float value, std::uint32_t frames);
     bool hasChanged(std::uint64_t address, float value);
