@@ -20,8 +20,6 @@ namespace qov {
 
 namespace {
 
-constexpr std::int32_t captureFrames = 2048;
-
 // 0..1 with its centre at 0.5, as -1..+1.
 float bipolar(float value) {
     return std::fma(value, 2.0f, -1.0f);

@@ -29,6 +29,9 @@ struct ChainLoops;
 /// at any time; init() and setBuffers() must not run while a cycle does. Values are not clamped.
 class QOV_Kelvane_PluginDSPKernel final : public DSPKernel {
  public:
+    /// Frames of a capture; a processed frame comes out by so many later.
+    static constexpr std::int32_t captureFrames = 2048;
+
     QOV_Kelvane_PluginDSPKernel();
     QOV_Kelvane_PluginDSPKernel(const QOV_Kelvane_PluginDSPKernel&) = delete;
     QOV_Kelvane_PluginDSPKernel& operator=(const QOV_Kelvane_PluginDSPKernel&) = delete;

@@ -38,7 +38,7 @@ class Instance {
     using Factory = std::shared_ptr<platform::AUAudioUnitFactory>;
 
     /// Frames by which the output is late while the effect is not bypassed.
-    static constexpr std::uint32_t captureFrames = 2048;
+    static constexpr std::uint32_t captureFrames = QOV_Kelvane_PluginDSPKernel::captureFrames;
 
     /// An instance on an audio unit of the factory's. The factory, which must not be null, is asked
     /// with the instance's run loop current; without a loop the instance gets one of its own. Null,
