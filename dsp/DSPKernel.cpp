@@ -20,6 +20,7 @@ std::uint32_t framesUntil(std::int64_t eventTime, std::int64_t now) {
 void DSPKernel::processWithEvents(const platform::AudioTimeStamp& timestamp,
                                   std::uint32_t frameCount, const platform::AURenderEvent* events) {
     if (frameCount == 0) return;
+    if (!events) return process(frameCount, 0);
     auto now = saturate<std::int64_t>(timestamp.mSampleTime);
     std::uint32_t remaining = frameCount;
     const platform::AURenderEvent* event = events;

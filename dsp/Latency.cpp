@@ -79,18 +79,25 @@ void Latency::shift(const float* in, float* out, std::int32_t count, float gain,
                     const ChainLoops& loops) {
     const std::int32_t length = end(), moved = count - length;
     float first[shortestRun], last[shortestRun];
-    std::copy_n(data, length, first);
-    copyScaled(in + moved, last, length, gain, loops);
-    if (in == out) {
-        copyScaled(in, out, moved, gain, loops);
-        std::memmove(out + length, out, sizeof(float) * static_cast<std::size_t>(moved));
+    const bool isOne = length == 1;  // the length without a phase shift
+    const std::int32_t turn = isOne ? 0 : moved % length;
+    if (isOne) {
+        first[0] = data[0];
+        data[0] = gain != 1.0f ? in[moved] * gain : in[moved];
     } else {
-        copyScaled(in, out + length, moved, gain, loops);
+        std::copy_n(data, length, first);
+        copyScaled(in + moved, last, length, gain, loops);
+        std::copy_n(last, length - turn, data + turn);
+        std::copy_n(last + length - turn, turn, data);
     }
-    std::copy_n(first, length, out);
-    const std::int32_t turn = moved % length;
-    for (std::int32_t i = 0; i < length; ++i) data[(turn + i) % length] = last[i];
-    pos = (count - 1) % length + 1;
+    if (gain != 1.0f) loops.scale(in, out, moved, gain);
+    std::memmove(out + length, gain != 1.0f ? out : in,
+                 sizeof(float) * static_cast<std::size_t>(moved));
+    if (isOne)
+        out[0] = first[0];
+    else
+        std::copy_n(first, length, out);
+    pos = turn == 0 ? length : turn;
 }
 
 // Never past the storage, which is public and may have been reallocated.

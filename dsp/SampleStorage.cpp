@@ -8,11 +8,9 @@ namespace qov {
 
 float* allocateSamples(std::int32_t frames) {
     if (frames < 1) return nullptr;
-    constexpr std::size_t boundary = 16;  // bytes
+    // A cache line: a vector never lies across two.
+    constexpr std::size_t boundary = 64;  // bytes
     const auto count = static_cast<std::size_t>(frames);
-    // calloc leaves the pages of a large block untouched, where it aligns far enough.
-    if constexpr (alignof(std::max_align_t) >= boundary)
-        return static_cast<float*>(std::calloc(count, sizeof(float)));
     const std::size_t bytes = (count * sizeof(float) + boundary - 1) / boundary * boundary;
     void* const memory = std::aligned_alloc(boundary, bytes);
     return memory ? static_cast<float*>(std::memset(memory, 0, bytes)) : nullptr;
