@@ -24,11 +24,6 @@ void Interpolator::setTarget(float value) {
     increase = difference * stepOfRamp;
 }
 
-float Interpolator::tick() {
-    if (advance() && event) event(callee, this, 0);
-    return currentValue;
-}
-
 void Interpolator::rest(float value) {
     destinationValue = currentValue = value;
     increase = 0;

@@ -19,7 +19,10 @@ struct InterpolatorEvent {
 struct Interpolator : InterpolatorEvent, Interpolator2 {
     /// Starts a ramp from the current value; a target within 1e-6 is taken at once.
     void setTarget(float value);
-    float tick();
+    float tick() {
+        if (advance() && event) event(callee, this, 0);
+        return currentValue;
+    }
     /// Sets the value without a ramp, as after construction.
     void rest(float value);
 };
