@@ -74,7 +74,7 @@ class ControlPorts {
             changes |= holds_[address].load(std::memory_order_relaxed);
             if (const float* port = ports_[address])
                 changes |= seen_[address].load(std::memory_order_relaxed) ^
-                        std::bit_cast<std::uint32_t>(*port);
+                           std::bit_cast<std::uint32_t>(*port);
         }
         return changes == 0;
     }
