@@ -320,8 +320,8 @@ Phrase playPhrase() {
     for (auto [from, to] :
          {std::pair{&mix.left, &phrase.left}, std::pair{&mix.right, &phrase.right}}) {
         to->resize(length);
-        std::ranges::transform(*from, to->begin(),
-                               [gain](double x) { return static_cast<float>(x * gain); });
+        std::transform(from->begin(), from->end(), to->begin(),
+                       [gain](double x) { return static_cast<float>(x * gain); });
     }
     // The tail ends in silence, not in a click.
     constexpr int fade = beat;

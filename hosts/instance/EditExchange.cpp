@@ -10,7 +10,7 @@ void EditExchange::touch(std::uint64_t address) {
 void EditExchange::change(std::uint64_t address, float value) {
     auto& word = words_[address];
     auto before = word.load(std::memory_order_relaxed);
-    const std::uint64_t bits = std::bit_cast<std::uint32_t>(value);
+    const std::uint64_t bits = __builtin_bit_cast(std::uint32_t, value);
     while (!word.compare_exchange_weak(before, (before & (touched | touching)) | changed | bits,
                                        std::memory_order_acq_rel)) {
     }
@@ -33,7 +33,7 @@ const EditExchange::Edit* EditExchange::front() {
 
 void EditExchange::fetch(std::uint64_t address) {
     const auto word = words_[address].fetch_and(~(changed | touched), std::memory_order_acq_rel);
-    const auto value = std::bit_cast<float>(static_cast<std::uint32_t>(word));
+    const auto value = __builtin_bit_cast(float, static_cast<std::uint32_t>(word));
     auto& isOpen = open_[address];
     first_ = count_ = 0;
     const auto add = [&](Edit::Kind kind) { fetched_[count_++] = {kind, address, value}; };

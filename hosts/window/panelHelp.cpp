@@ -34,7 +34,8 @@ constexpr std::array parts{
 };
 
 const Part* partOf(std::string_view mode) {
-    const auto part = std::ranges::find(parts, mode, &Part::mode);
+    const auto part = std::find_if(parts.begin(), parts.end(),
+                                   [&](const Part& each) { return each.mode == mode; });
     return part == parts.end() ? nullptr : &*part;
 }
 

@@ -61,12 +61,15 @@ std::shared_ptr<AUParameterTree> AUParameterTree::createTreeWithChildren(
 
 std::shared_ptr<AUParameter> AUParameterTree::parameterWithAddress(
     AUParameterAddress address) const {
-    const auto found = std::ranges::find(children_, address, &AUParameter::address);
+    const auto found = std::find_if(children_.begin(), children_.end(),
+                                    [&](const auto& each) { return each->address() == address; });
     return found == children_.end() ? nullptr : *found;
 }
 
 std::shared_ptr<AUParameter> AUParameterTree::valueForKey(std::string_view identifier) const {
-    const auto found = std::ranges::find(children_, identifier, &AUParameter::identifier);
+    const auto found = std::find_if(children_.begin(), children_.end(), [&](const auto& each) {
+        return each->identifier() == identifier;
+    });
     return found == children_.end() ? nullptr : *found;
 }
 

@@ -12,8 +12,8 @@ namespace {
 using State = UIGestureRecognizerState;
 
 bool shareTouch(const UIGestureRecognizer& a, const UIGestureRecognizer& b) {
-    return std::ranges::any_of(a.touches(), [&](const auto& touch) {
-        return std::ranges::find(b.touches(), touch) != b.touches().end();
+    return std::any_of(a.touches().begin(), a.touches().end(), [&](const auto& touch) {
+        return std::find(b.touches().begin(), b.touches().end(), touch) != b.touches().end();
     });
 }
 
@@ -24,7 +24,7 @@ void GestureCenter::deliver(const std::shared_ptr<UITouch>& touch) {
         ++touchesDown_;
         for (auto view = touch->view().get(); view; view = view->superview())
             for (const auto& recognizer : view->gestureRecognizers())
-                if (std::ranges::find(players_, recognizer) == players_.end())
+                if (std::find(players_.begin(), players_.end(), recognizer) == players_.end())
                     players_.push_back(recognizer);
     }
     // A target may take views and recognisers away, so the list is walked as a copy.
@@ -62,7 +62,7 @@ void GestureCenter::deliverPinch(const std::shared_ptr<UIView>& hit, UITouchPhas
                     recognizer->isEnabled())
                     pinch_ = recognizer;
         const auto pinch = pinch_.lock();
-        if (pinch && std::ranges::find(players_, pinch) == players_.end())
+        if (pinch && std::find(players_.begin(), players_.end(), pinch) == players_.end())
             players_.push_back(pinch);
     }
     if (const auto pinch = std::dynamic_pointer_cast<UIPinchGestureRecognizer>(pinch_.lock()))

@@ -57,12 +57,12 @@ void UIGestureRecognizer::takeTouch(const std::shared_ptr<UITouch>& touch, Gestu
 }
 
 void UIGestureRecognizer::moveTouch(const std::shared_ptr<UITouch>& touch) {
-    if (std::ranges::find(touches_, touch) == touches_.end()) return;
+    if (std::find(touches_.begin(), touches_.end(), touch) == touches_.end()) return;
     if (state_ == State::possible || isActive()) touchMoved(*touch, touch->timestamp());
 }
 
 void UIGestureRecognizer::dropTouch(const std::shared_ptr<UITouch>& touch, bool cancelled) {
-    const auto place = std::ranges::find(touches_, touch);
+    const auto place = std::find(touches_.begin(), touches_.end(), touch);
     if (place == touches_.end()) return;
     if (cancelled && isActive())
         cancel();

@@ -9,6 +9,16 @@
 #include "platform/uikit/ViewLayer.h"
 
 namespace platform {
+namespace {
+
+/// Where a list of shared objects has this one.
+template <class Object, class List>
+auto placeOf(const Object* object, List& list) {
+    return std::find_if(list.begin(), list.end(),
+                        [&](const auto& each) { return each.get() == object; });
+}
+
+}  // namespace
 
 UIView::UIView(CGRect frame) : frame_(frame), layer_(std::make_unique<ViewLayer>()) {}
 
@@ -71,7 +81,7 @@ void UIView::removeFromSuperview() {
     if (!superview_) return;
     damage();
     auto& from = *std::exchange(superview_, nullptr);
-    const auto place = std::ranges::find(from.subviews_, this, &std::shared_ptr<UIView>::get);
+    const auto place = placeOf(this, from.subviews_);
     const auto keep = *place;
     from.subviews_.erase(place);
     std::erase_if(from.constraints_, [&](const auto& constraint) {
@@ -81,7 +91,7 @@ void UIView::removeFromSuperview() {
 }
 
 void UIView::bringSubviewToFront(UIView& view) {
-    const auto place = std::ranges::find(subviews_, &view, &std::shared_ptr<UIView>::get);
+    const auto place = placeOf(&view, subviews_);
     if (place == subviews_.end()) return;
     std::rotate(place, place + 1, subviews_.end());
     view.damage();
@@ -204,8 +214,7 @@ void UIView::addGestureRecognizer(std::shared_ptr<UIGestureRecognizer> recognize
 }
 
 void UIView::removeGestureRecognizer(UIGestureRecognizer& recognizer) {
-    const auto place =
-        std::ranges::find(recognizers_, &recognizer, &std::shared_ptr<UIGestureRecognizer>::get);
+    const auto place = placeOf(&recognizer, recognizers_);
     if (place == recognizers_.end()) return;
     recognizer.view_ = nullptr;
     recognizers_.erase(place);

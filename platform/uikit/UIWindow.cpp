@@ -207,8 +207,8 @@ void UIWindow::sendToView(const std::shared_ptr<UITouch>& touch) {
     const auto view = touch->view();
     if (!view) return;
     if (touch->phase() == UITouchPhase::began) {
-        const bool taken =
-            std::ranges::any_of(sent_, [&](const auto& other) { return other->view() == view; });
+        const bool taken = std::any_of(sent_.begin(), sent_.end(),
+                                       [&](const auto& other) { return other->view() == view; });
         if (taken) return;
         sent_.insert(touch);
     } else if (!sent_.contains(touch)) {
