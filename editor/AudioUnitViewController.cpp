@@ -1,6 +1,5 @@
 #include "editor/AudioUnitViewController.h"
 
-#include <charconv>
 #include <cmath>
 #include <string>
 #include <utility>
@@ -17,6 +16,7 @@
 #include "platform/foundation/OperationQueue.h"
 #include "platform/foundation/Timer.h"
 #include "platform/foundation/fatalError.h"
+#include "platform/foundation/numberText.h"
 #include "platform/uikit/UIButton.h"
 #include "platform/uikit/UILongPressGestureRecognizer.h"
 #include "platform/uikit/UIPanGestureRecognizer.h"
@@ -49,14 +49,11 @@ T& connected(const std::shared_ptr<T>& outlet, const char* name) {
 
 /// The shortest text that reads back as the same number, always with a point or an exponent.
 std::string text(float value) {
-    char buffer[64];
     constexpr float kLastPlain = 16777216;  // beyond it not every integer is a float
     const float size = std::abs(value);
     const bool plain = value == 0 || (size >= 1e-4F && size <= kLastPlain);
-    const auto end =
-        std::to_chars(std::begin(buffer), std::end(buffer), value,
-                      plain ? std::chars_format::fixed : std::chars_format::scientific);
-    std::string result(buffer, end.ptr);
+    using Form = platform::NumberForm;
+    auto result = platform::numberText(value, plain ? Form::plain : Form::scientific);
     if (plain && result.find('.') == std::string::npos) result += ".0";
     return result;
 }

@@ -1,7 +1,6 @@
 #include "hosts/instance/SavedState.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -11,6 +10,7 @@
 
 #include "audiounit/componentDescription.h"
 #include "audiounit/parameters.h"
+#include "platform/foundation/numberText.h"
 
 namespace qov::hosts {
 namespace {
@@ -23,12 +23,6 @@ constexpr std::string_view valueKey = "value.";
 constexpr std::string_view presetKey = "preset";
 constexpr std::string_view nameKey = "name";
 constexpr std::size_t longestName = 1024;  // bytes
-
-template <class Number>
-std::string numberText(Number number) {
-    std::array<char, 32> text{};
-    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), number).ptr};
-}
 
 /// The whole text as a number; null for any other text.
 template <class Number>
@@ -43,8 +37,8 @@ std::optional<Number> number(std::string_view text) {
 /// A line feed in a name must not end its line.
 std::string oneLine(std::string_view name) {
     std::string result(name.substr(0, longestName));
-    std::ranges::replace_if(
-        result, [](char c) { return c == '\n' || c == '\r'; }, ' ');
+    std::replace_if(
+        result.begin(), result.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
     return result;
 }
 
@@ -62,7 +56,7 @@ std::optional<std::string_view> cutLine(std::string_view& text) {
 std::optional<double> realNumber(std::string_view text) {
     double result = 0;
     const auto* const end = text.data() + text.size();
-    const auto read = std::from_chars(text.data(), end, result);
+    const auto read = platform::readNumber(text.data(), end, result);
     if (read.ec == std::errc::invalid_argument || read.ptr != end) return std::nullopt;
     if (read.ec == std::errc{}) return result;
     const bool isSmall = text.find_first_of("123456789") > text.find('.') ||
@@ -92,12 +86,12 @@ std::string encodeState(const platform::AUState& state) {
         text.append(key).append("=").append(value).append("\n");
     };
     if (const auto entry = state.find("preset-number"); entry != state.end())
-        line(presetKey, numberText(std::get<std::int64_t>(entry->second)));
+        line(presetKey, std::to_string(std::get<std::int64_t>(entry->second)));
     if (const auto entry = state.find("name"); entry != state.end())
         line(nameKey, oneLine(std::get<std::string>(entry->second)));
     if (const auto entry = state.find("data"); entry != state.end())
         for (const auto& [address, value] : std::get<Values>(entry->second))
-            line(std::string(valueKey) + numberText(address), numberText(value));
+            line(std::string(valueKey) + std::to_string(address), platform::numberText(value));
     return text.append(lastLine).append("\n");
 }
 

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <cmath>
 
 #include <fmt/core.h>
 
 #include "audiounit/parameters.h"
 #include "dsp/longestDelay.h"
+#include "platform/foundation/numberText.h"
 
 namespace qov::hosts {
 namespace {
@@ -41,7 +41,7 @@ struct Number {
 std::optional<Number> leadingNumber(std::string_view text) {
     if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
     double number = 0;
-    const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
+    const auto read = platform::readNumber(text.data(), text.data() + text.size(), number);
     if (read.ec != std::errc{} || !std::isfinite(number)) return std::nullopt;
     return Number{number, text.substr(static_cast<std::size_t>(read.ptr - text.data()))};
 }

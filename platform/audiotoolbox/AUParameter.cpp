@@ -1,9 +1,7 @@
 #include "platform/audiotoolbox/AUParameter.h"
 
-#include <array>
-#include <charconv>
-
 #include "platform/audiotoolbox/AUParameterTree.h"
+#include "platform/foundation/numberText.h"
 
 namespace platform {
 
@@ -32,10 +30,7 @@ void AUParameter::didChangeValue(AUParameterObserverToken originator) {
 std::string AUParameter::stringFromValue(const AUValue* value) const {
     const auto tree = tree_.lock();
     if (tree && tree->stringFromValue_) return tree->stringFromValue_(*this, value);
-    std::array<char, 32> text{};
-    const auto end = std::to_chars(text.data(), text.data() + text.size(),
-                                   value ? *value : this->value(), std::chars_format::general);
-    return {text.data(), end.ptr};
+    return numberText(value ? *value : this->value(), NumberForm::general);
 }
 
 }  // namespace platform
