@@ -9,7 +9,11 @@ set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
-set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+if(EMSCRIPTEN)
+    add_compile_options(-msimd128)
+else()
+    set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+endif()
 set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
@@ -21,7 +25,7 @@ set(QOV_SANITIZE "" CACHE STRING "Sanitizers for the whole build, as -fsanitize 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow $<$<BOOL:${KELVANE_WERROR}>:-Werror>)
 if(CMAKE_UNITY_BUILD)
     # In a group the compiler takes sources for headers, and later sources see the names of earlier ones.
-    add_compile_options(-Wno-subobject-linkage -Wno-shadow)
+    add_compile_options(-Wno-shadow $<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)
 endif()
 # The same input gives the same bits everywhere: no contraction, no fast-math; std::fma where it is meant.
 add_compile_options(-ffp-contract=off)
@@ -76,9 +80,12 @@ function(qov_library name)
     endif()
 endfunction()
 
-# A back end of the library of this folder: a source in a folder of the back end's name, with the pkg-config names of what
+# A back end for this machine of the library of this folder: a source in a folder of the back end's name, with the pkg-config names of what
 # it needs. -DKELVANE_<NAME>=OFF leaves it out; a program then brings a source of its own with the same factory.
 function(qov_backend library source)
+    if(EMSCRIPTEN)
+        return()
+    endif()
     get_filename_component(name ${source} DIRECTORY)
     string(TOUPPER KELVANE_${name} option)
     option(${option} "Build the back end ${source} of ${library}" ON)
@@ -89,6 +96,13 @@ function(qov_backend library source)
     if(ARGN)
         qov_find(${name} ${ARGN})
         target_link_libraries(${library} PRIVATE PkgConfig::${name})
+    endif()
+endfunction()
+
+# A back end for a browser, which brings all that it needs.
+function(qov_browser_backend library source)
+    if(EMSCRIPTEN)
+        target_sources(${library} PRIVATE ${source})
     endif()
 endfunction()
 
