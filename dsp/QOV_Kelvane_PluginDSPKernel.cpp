@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <cstring>
 #include <utility>
 
@@ -20,9 +19,9 @@ namespace qov {
 
 namespace {
 
-// 0..1 with its centre at 0.5, as -1..+1.
+// 0..1 with its centre at 0.5, as -1..+1; to the bit a fused multiply-add, as doubling is exact.
 float bipolar(float value) {
-    return std::fma(value, 2.0f, -1.0f);
+    return value * 2.0f - 1.0f;
 }
 
 std::int32_t delayFrames(float sampleRate, float value) {
