@@ -12,30 +12,8 @@ constexpr double farthest = 2;        // |L| = |R| = 1 lies at the square root o
 constexpr double nearlyAll = 0.9999;  // of the frames lie within reach()
 constexpr double stepInCells = 1.5;   // of the traced path
 constexpr int mostSteps = 32;         // between two frames
-constexpr double silence = 1e-12;     // mean square, -120 dB
 
 }  // namespace
-
-double StereoField::Slice::width() const {
-    const double mid = std::sqrt(std::max(0.0, ll + rr + 2 * lr));
-    const double side = std::sqrt(std::max(0.0, ll + rr - 2 * lr));
-    return mid + side > 0 ? side / (mid + side) : 0;
-}
-
-double StereoField::Slice::correlation() const {
-    const double power = std::sqrt(ll * rr);
-    return power > 0 ? std::clamp(lr / power, -1.0, 1.0) : ll + rr > 0 ? 0 : 1;
-}
-
-double StereoField::Slice::balance() const {
-    const double left = std::sqrt(ll);
-    const double right = std::sqrt(rr);
-    return left + right > 0 ? (right - left) / (left + right) : 0;
-}
-
-bool StereoField::Slice::isSilent() const {
-    return ll + rr < silence;
-}
 
 StereoField::StereoField(std::int64_t frames, std::size_t slices, std::size_t side)
     : frames_(frames),
@@ -52,9 +30,7 @@ void StereoField::measure(const float* left, const float* right, std::size_t fra
             static_cast<std::size_t>(static_cast<double>(measured_) / static_cast<double>(frames_) *
                                      static_cast<double>(slices_.size()));
         auto& slice = slices_[std::min(at, slices_.size() - 1)];
-        slice.ll += l * l;
-        slice.rr += r * r;
-        slice.lr += l * r;
+        slice.add(l, r);
         const double distance = std::min(std::sqrt(l * l + r * r) / farthest, 1.0);
         ++distances_[std::min(static_cast<std::size_t>(distance * distanceBins), distanceBins - 1)];
         ++measured_;

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "hosts/measure/StereoSums.h"
+
 namespace qov::cli {
 
 /// What there is to see of two channels: how they move together, and width, correlation and balance
@@ -12,17 +14,7 @@ namespace qov::cli {
 class StereoField {
  public:
     /// One slice of time.
-    struct Slice {
-        double ll = 0, rr = 0, lr = 0;  ///< sums of L*L, R*R, L*R
-
-        /// Side against mid and side, in RMS: 0 mono, 0.5 unrelated channels, 1 nothing but side.
-        double width() const;
-        /// Of L and R (Pearson, without the mean): -1..1; 1 for silence.
-        double correlation() const;
-        /// -1 all left .. 1 all right, in RMS; 0 for silence.
-        double balance() const;
-        bool isSilent() const;
-    };
+    using Slice = measure::StereoSums;
 
     /// frames: of the whole input. Slices divide them evenly; the plot is a square of `side` cells.
     StereoField(std::int64_t frames, std::size_t slices, std::size_t side);
