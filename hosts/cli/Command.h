@@ -20,6 +20,8 @@ int runApp(const Arguments& arguments);
 int runDemo(const Arguments& arguments);
 /// kelvane field.
 int runField(const Arguments& arguments);
+/// kelvane measure.
+int runMeasure(const Arguments& arguments);
 /// kelvane params.
 int runParams(const Arguments& arguments);
 /// kelvane render.

@@ -274,12 +274,25 @@ void drawTimeMarks(CGContext& context, double seconds, double width) {
     }
 }
 
+void drawFigures(CGContext& context, const std::array<std::vector<std::string>, 2>& corners) {
+    constexpr double lineHeight = 15;
+    for (const bool isRight : {false, true}) {
+        double baseline = plotSide;
+        for (auto line = corners[isRight].rbegin(); line != corners[isRight].rend(); ++line) {
+            drawText(context, isRight ? plotSide : 0, baseline, *line, 11, faintText,
+                     isRight ? Align::right : Align::left);
+            baseline -= lineHeight;
+        }
+    }
+}
+
 void drawPanel(CGContext& context, const FieldPanel& panel) {
     drawText(context, 0, 30, panel.title, 30, text, Align::left, true);
     drawText(context, plotSide, 30, panel.subtitle, 14, faintText, Align::right);
     context.saveGState();
     context.translateBy(0, headHeight);
     drawPlot(context, *panel.field);
+    drawFigures(context, panel.figures);
     context.restoreGState();
     const double width = plotSide - labelWidth;
     context.translateBy(labelWidth, stripsTop);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -10,8 +11,9 @@ namespace qov::cli {
 
 /// One half of the picture.
 struct FieldPanel {
-    std::string title;     ///< large, above the plot
-    std::string subtitle;  ///< small, beside it
+    std::string title;                                ///< large, above the plot
+    std::string subtitle;                             ///< small, beside it
+    std::array<std::vector<std::string>, 2> figures;  ///< lines in the plot's lower corners
     const StereoField* field = nullptr;
     int rate = 0;  ///< frames per second
 };

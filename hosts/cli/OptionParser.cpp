@@ -86,13 +86,18 @@ void OptionParser::addOptionalArgument(const std::string& name, std::string& tex
 }
 
 void OptionParser::addArguments(const std::string& name, std::vector<std::string>& texts,
-                                const std::string& help) {
-    app_->add_option(name, texts, help)->required()->expected(1, 2);
+                                const std::string& help, int most) {
+    app_->add_option(name, texts, help)->required()->expected(1, most);
 }
 
 void OptionParser::addOption(const std::string& name, std::string& text, const std::string& help,
                              const std::string& type) {
     app_->add_option(name, text, help)->type_name(type)->take_last();
+}
+
+void OptionParser::addRepeatedOption(const std::string& name, std::vector<std::string>& texts,
+                                     const std::string& help, const std::string& type) {
+    app_->add_option(name, texts, help)->type_name(type)->allow_extra_args(false);
 }
 
 void OptionParser::addSwitch(const std::string& names, bool& isOn, const std::string& help) {

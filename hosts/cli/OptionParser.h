@@ -30,12 +30,15 @@ class OptionParser {
 
     void addArgument(const std::string& name, std::string& text, const std::string& help);
     void addOptionalArgument(const std::string& name, std::string& text, const std::string& help);
-    /// One or two of them.
+    /// One at least, and `most` at most.
     void addArguments(const std::string& name, std::vector<std::string>& texts,
-                      const std::string& help);
+                      const std::string& help, int most = 1 << 29);
     /// type: what it takes, for --help. Given twice, the last one counts.
     void addOption(const std::string& name, std::string& text, const std::string& help,
                    const std::string& type);
+    /// The same, where each one that is given counts.
+    void addRepeatedOption(const std::string& name, std::vector<std::string>& texts,
+                           const std::string& help, const std::string& type);
     /// names: one, or a short and a long one, as in "-q,--quiet".
     void addSwitch(const std::string& names, bool& isOn, const std::string& help);
     /// The option of every parameter, or of those only that hosts see. Its text goes to its place

@@ -9,6 +9,8 @@ std::span<const Command> commands() {
         Command{"render", "renders a sound file through the effect into another", runRender},
         Command{"demo", "plays a phrase, takes it on a tour of the effect and draws both", runDemo},
         Command{"field", "draws the stereo field of one or two sound files", runField},
+        Command{"measure", "prints correlation, levels, loudness and delay of sound files",
+                runMeasure},
 #ifdef KELVANE_APP
         Command{"app", "opens the effect with its editor in a window, as a JACK client", runApp},
 #endif

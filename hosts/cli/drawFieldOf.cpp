@@ -1,6 +1,7 @@
 #include "hosts/cli/drawFieldOf.h"
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <functional>
 #include <list>
@@ -10,6 +11,7 @@
 #include "hosts/cli/Command.h"
 #include "hosts/cli/FieldPicture.h"
 #include "hosts/cli/SoundReader.h"
+#include "hosts/measure/StereoMeter.h"
 #include "hosts/output/OutputPlace.h"
 
 namespace qov::cli {
@@ -38,6 +40,23 @@ PictureKind kindOf(const std::string& path) {
     throw Failure(fmt::format("{}: a picture ends in .png or .svg", path), 2);
 }
 
+/// What the plot does not show by itself, for its lower corners: the stereo image, and the levels.
+std::array<std::vector<std::string>, 2> figureLines(const measure::Figures& figures) {
+    using measure::Figures;
+    std::array<std::vector<std::string>, 2> lines;
+    for (const auto& row : measure::allFigures) {
+        const bool isImage = row.value == &Figures::correlation ||
+                             row.value == &Figures::sideToMid || row.value == &Figures::balance ||
+                             row.value == &Figures::delay;
+        if (!isImage && row.unit.empty()) continue;
+        std::string name(row.name);
+        std::ranges::replace(name, '-', ' ');
+        lines[isImage ? 0 : 1].push_back(
+            fmt::format("{}  {} {}", name, figureText(row, figures.*row.value), row.unit));
+    }
+    return lines;
+}
+
 std::string titleOf(const std::string& path) {
     const auto file = path.substr(path.rfind('/') + 1);
     return file.substr(0, file.rfind('.'));
@@ -62,12 +81,16 @@ void drawFieldOf(const std::vector<std::string>& inputs, const std::string& outp
         const SoundReader reader(path, {.rawRate = {}, .upmix = true});
         const auto frames = reader.frames().value_or(0);
         auto& field = fields.emplace_back(frames, fieldSlices, fieldSide);
-        readAll(path, [&](auto... chunk) { field.measure(chunk...); });
+        measure::StereoMeter meter(reader.rate());
+        readAll(path, [&](auto... chunk) {
+            field.measure(chunk...);
+            meter.add(chunk...);
+        });
         scale = std::max(scale, field.reach() * airAround);
         panels.push_back({titleOf(path),
                           fmt::format("{:.1f} s, {} Hz",
                                       static_cast<double>(frames) / reader.rate(), reader.rate()),
-                          &field, reader.rate()});
+                          figureLines(meter.finish()), &field, reader.rate()});
     }
     auto field = fields.begin();
     for (const auto& path : inputs) {

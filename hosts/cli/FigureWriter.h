@@ -1,0 +1,40 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "hosts/cli/measureFile.h"
+
+namespace qov::cli {
+
+/// The texts in which `kelvane measure` prints figures: a head, a row for each part of a file, and
+/// an end.
+class FigureWriter {
+ public:
+    enum class Form { table, csv, json };
+
+    /// isCurve: a file has several parts; each row says where its part starts.
+    FigureWriter(Form form, bool isCurve) : form_(form), isCurve_(isCurve) {}
+
+    std::string head() const;
+    /// In JSON a comma stands before each row; the one before the first is not to be printed.
+    std::string row(std::string_view file, const MeasuredPart& part) const;
+    /// remarks: a line each, of which a table prints those of whole files.
+    std::string end(const std::vector<std::string>& remarks) const;
+
+    Form form() const { return form_; }
+    bool isCurve() const { return isCurve_; }
+
+ private:
+    std::string tableRow(std::string_view file, const MeasuredPart& part) const;
+    std::string jsonRow(std::string_view file, const MeasuredPart& part) const;
+
+    const Form form_;
+    const bool isCurve_;
+};
+
+/// A text between quotation marks, as JSON has it. Bytes that are not UTF-8 become U+FFFD.
+std::string jsonText(std::string_view text);
+
+}  // namespace qov::cli
