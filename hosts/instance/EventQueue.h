@@ -25,7 +25,7 @@ class EventQueue {
  private:
     const platform::AURenderEvent* takeSome(std::int64_t time);
 
-    static constexpr std::size_t capacity = 1024;
+    static constexpr std::size_t capacity = 512;
 
     std::vector<platform::AURenderEvent> events_{capacity};
     std::size_t begin_ = 0, end_ = 0;  // of the events that are in the queue

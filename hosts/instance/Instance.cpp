@@ -156,7 +156,6 @@ bool Instance::activate(double sampleRate, std::uint32_t longestBlock, platform:
     const auto cycles = (std::clamp(longestBlock, cycle, longestCopy) - 1) / cycle + 1;
     for (auto& copy : copies_) copy.assign(std::size_t{cycles} * cycle, 0);
     silence_.assign(cycle, 0);
-    for (auto& ignored : ignored_) ignored.assign(cycle, 0);
     clock_ = 0;
     render_ = unit_->internalRenderBlock();
     if (hasRendered_) reset();
@@ -279,9 +278,7 @@ void Instance::renderCycle(std::uint32_t count) {
         const auto* const input = input_[channel];
         pullFrom_[channel] = isCopied_ ? copy : input ? input + done_ : silence_.data();
         auto* const written = output_[channel];
-        output[channel] = outputsOverlap_ ? copy
-                          : written       ? written + done_
-                                          : ignored_[channel].data();
+        output[channel] = outputsOverlap_ || !written ? copy : written + done_;
     }
     platform::StereoBufferList list(output[0], output[1], count);
     const platform::AudioTimeStamp time{static_cast<double>(clock_), 0,

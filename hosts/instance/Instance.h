@@ -72,7 +72,7 @@ class Instance {
     /// A parameter's new value at a frame of the block. Events may come in any order and number;
     /// those of one frame take effect in the order in which they come. One past the block's end
     /// counts as at its last frame; in a block of no frames events take effect at once. Values are
-    /// clamped to 0..1; NaN and unknown addresses are dropped. Past 1024 events in a block, one
+    /// clamped to 0..1; NaN and unknown addresses are dropped. Past 512 events in a block, one
     /// that is older than an event before it may take effect late, but in the same block.
     void set(std::uint32_t frame, std::uint64_t address, float value);
     /// A MIDI 1.0 message of 1 to 3 bytes; others are dropped, and so is a control change that was
@@ -168,9 +168,9 @@ class Instance {
     std::uint32_t longestCycle_ = 0;  // frames; copies_ holds a multiple of it
     std::int64_t clock_ = 0;          // frames rendered since activation
     bool hasRendered_ = false;
-    std::vector<float> copies_[2];   // of an input that the output would overwrite
-    std::vector<float> silence_;     // for an input that is not there
-    std::vector<float> ignored_[2];  // for an output that is not there
+    // Of an input that the output would overwrite; an output that is not there goes here, too.
+    std::vector<float> copies_[2];
+    std::vector<float> silence_;  // for an input that is not there
 
     // The present block
     const float* input_[2] = {};
