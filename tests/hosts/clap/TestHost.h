@@ -105,7 +105,7 @@ class ClapTestHost {
 
     // Of the present block. Output events are received while there is room for them.
     std::vector<ClapEvent> sent, received;
-    std::size_t room = 1000;
+    std::size_t room = 64;
     const clap_input_events_t in{
         this,
         [](const clap_input_events_t* list) {

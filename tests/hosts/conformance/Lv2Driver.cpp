@@ -46,19 +46,20 @@ float portOf(std::uint64_t address, float value) {
 
 class Lv2Plugin : public Plugin {
  public:
-    Lv2Plugin() { instantiate(48000); }
+    Lv2Plugin() { instantiate(48000, 0); }
     ~Lv2Plugin() override {
         closeEditor();
         if (isActive_) host_->deactivate();
     }
 
-    /// A plug-in keeps its rate, so another rate makes a new plug-in with the old one's state.
-    bool activate(double sampleRate, std::uint32_t) override {
-        if (sampleRate != rate_) {
+    /// A plug-in keeps its rate and longest block, so others make a new plug-in with the old one's
+    /// state.
+    bool activate(double sampleRate, std::uint32_t longestBlock) override {
+        if (sampleRate != rate_ || longestBlock != longestBlock_) {
             const auto bytes = saveState();
             const bool hasEditor = editor_ != nullptr;
             closeEditor();
-            if (!instantiate(sampleRate) || !restoreState(bytes)) return false;
+            if (!instantiate(sampleRate, longestBlock) || !restoreState(bytes)) return false;
             if (hasEditor) openEditor(parent_);
         }
         host_->activate();
@@ -170,11 +171,15 @@ class Lv2Plugin : public Plugin {
  private:
     using Kind = EditExchange::Edit::Kind;
 
-    bool instantiate(double rate) {
-        auto host = std::make_unique<Lv2Host>(*binary_.descriptor, Lv2Host::Options{.rate = rate});
+    bool instantiate(double rate, std::uint32_t longestBlock) {
+        auto host = std::make_unique<Lv2Host>(
+            *binary_.descriptor,
+            Lv2Host::Options{.rate = rate,
+                             .longestBlock = static_cast<std::int32_t>(longestBlock)});
         if (!host->handle) return false;
         host_ = std::move(host);
         rate_ = rate;
+        longestBlock_ = longestBlock;
         return true;
     }
 
@@ -232,6 +237,7 @@ class Lv2Plugin : public Plugin {
     Binary<LV2_Descriptor> binary_{"kelvane.so", "lv2_descriptor"};
     std::optional<Binary<LV2UI_Descriptor>> editorBinary_;
     double rate_ = 0;
+    std::uint32_t longestBlock_ = 0;
     std::unique_ptr<Lv2Host> host_;
     LV2UI_Handle editor_ = nullptr;
     std::uint64_t parent_ = 0;

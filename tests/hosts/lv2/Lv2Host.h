@@ -2,12 +2,15 @@
 
 #include <lv2/atom/forge.h>
 #include <lv2/atom/util.h>
+#include <lv2/buf-size/buf-size.h>
 #include <lv2/core/lv2.h>
 #include <lv2/midi/midi.h>
+#include <lv2/options/options.h>
 #include <lv2/patch/patch.h>
 #include <lv2/state/state.h>
 #include <lv2/urid/urid.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -61,19 +64,25 @@ class Lv2Host {
     struct Options {
         double rate = 48000;
         bool hasMap = true;
+        std::int32_t longestBlock = 0;  // told to the plug-in unless 0
     };
     /// Instantiates; the handle is null where the plug-in refuses. The descriptor outlives the
     /// host.
     Lv2Host(const LV2_Descriptor& descriptor, const Options& options) : descriptor_(descriptor) {
         lv2_atom_forge_init(&forge_, &urids.feature);
         const LV2_Feature map{LV2_URID__map, &urids.feature};
-        const LV2_Feature* const features[] = {options.hasMap ? &map : nullptr, nullptr};
+        LV2_Options_Option known[] = {
+            {LV2_OPTIONS_INSTANCE, 0, urids[LV2_BUF_SIZE__maxBlockLength],
+             sizeof options.longestBlock, urids[LV2_ATOM__Int], &options.longestBlock},
+            {}};
+        const LV2_Feature optional{LV2_OPTIONS__options, known};
+        const LV2_Feature* const features[] = {options.hasMap ? &map : nullptr,
+                                               options.longestBlock ? &optional : nullptr, nullptr};
         handle = descriptor.instantiate(&descriptor, options.rate, "", features);
         if (!handle) return;
         for (std::uint32_t i = 0; i < controls.size(); ++i)
             connect(hosts::lv2::firstControl + i, &controls[i]);
         connect(hosts::lv2::latencyPort, &latency);
-        connect(hosts::lv2::eventsPort, messages_.data());
         connect(hosts::lv2::notifyPort, notify_.data());
         send({});
         takeAnswers();
@@ -98,6 +107,9 @@ class Lv2Host {
 
     /// Messages of the next run(), in this order; parameters go as patch:Set.
     void send(std::span<const platform::AURenderEvent> events) {
+        constexpr std::size_t ofAnEvent = 16, spare = 128;  // words
+        messages_.resize(std::max(messages_.size(), ofAnEvent * events.size() + spare));
+        connect(hosts::lv2::eventsPort, messages_.data());
         lv2_atom_forge_set_buffer(&forge_, reinterpret_cast<std::uint8_t*>(messages_.data()),
                                   8 * static_cast<std::uint32_t>(messages_.size()));
         lv2_atom_forge_sequence_head(&forge_, &sequence_, 0);
@@ -225,7 +237,7 @@ class Lv2Host {
     const LV2_Descriptor& descriptor_;
     LV2_Atom_Forge forge_{};
     LV2_Atom_Forge_Frame sequence_{};
-    std::vector<std::uint64_t> messages_ = std::vector<std::uint64_t>(1 << 17);
+    std::vector<std::uint64_t> messages_;
     std::vector<std::uint64_t> notify_ =
         std::vector<std::uint64_t>((sizeof(LV2_Atom) + hosts::lv2::notifyBytes) / 8);
 };
