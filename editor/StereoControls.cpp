@@ -72,9 +72,13 @@ constexpr StereoControls::Control StereoControls::Control::table[] = {
 };
 
 const StereoControls::Control* StereoControls::Control::of(std::string_view mode) {
-    static_assert(std::ranges::count_if(table, &Control::showsParameter) + 1 == parameterCount,
+    static_assert(std::count_if(std::begin(table), std::end(table),
+                                [](const Control& each) { return each.showsParameter(); }) +
+                          1 ==
+                      parameterCount,
                   "the panel has a row for each parameter but the bypass");
-    const auto* row = std::ranges::find(table, mode, &Control::mode);
+    const auto* row = std::find_if(std::begin(table), std::end(table),
+                                   [&](const Control& each) { return each.mode == mode; });
     return row == std::end(table) ? nullptr : row;
 }
 
@@ -153,9 +157,10 @@ void StereoControls::beginEditing(StereoControlsDelegate& to) {
 }
 
 bool StereoControlsBase::*StereoControls::switchOf(StereoControlsOption option) {
-    const auto* row = std::ranges::find_if(Control::table, [&](const Control& control) {
-        return control.kind == Control::Kind::option && control.target == option;
-    });
+    const auto* row = std::find_if(
+        std::begin(Control::table), std::end(Control::table), [&](const Control& control) {
+            return control.kind == Control::Kind::option && control.target == option;
+        });
     return row->isOn;
 }
 
