@@ -1,0 +1,316 @@
+// @ts-check
+// The page: panel, sliders, sound and what is kept.
+
+import { moduleBytes, Panel } from "./kelvane.js";
+import { parameters, presets as factoryPresets } from "./parameters.js";
+import { Player, readSound } from "./sound.js";
+
+/**
+ * @template {HTMLElement} T
+ * @param {string} id
+ */
+const element = (id) => /** @type {T} */ (document.getElementById(id));
+const canvas = /** @type {HTMLCanvasElement} */ (element("panel"));
+const play = element("play");
+const seek = /** @type {HTMLInputElement} */ (element("seek"));
+const source = /** @type {HTMLSelectElement} */ (element("source"));
+const file = /** @type {HTMLInputElement} */ (element("file"));
+const presets = /** @type {HTMLSelectElement} */ (element("preset"));
+const message = element("message");
+const keptKey = "kelvane settings";
+const stillMotion = matchMedia("(prefers-reduced-motion: reduce)");
+const startTimeout = 3000; // milliseconds
+const stillInterval = 1000; // milliseconds between two pictures of the sound where motion is unwanted
+
+const bytes = await moduleBytes();
+const panel = new Panel(canvas, bytes);
+/** @type {Map<number, HTMLInputElement>} */
+const inputs = new Map();
+const player = new Player((address) => panel.value(address));
+const phrase = { rate: 44100, channels: /** @type {[Float32Array, Float32Array]} */ ([phraseSide(0), phraseSide(1)]) };
+let name = "phrase";
+
+/** @param {number} side */
+function phraseSide(side) {
+    const { call } = panel.module;
+    const frames = call.phraseFrames();
+    return panel.module.floats(call.phraseChannel(side), frames).slice();
+}
+
+/** @param {unknown} what */
+function say(what) {
+    message.textContent = what instanceof Error ? what.message : String(what);
+}
+
+// The settings
+
+/** @param {typeof parameters[number]} parameter */
+function addControl({ address, name: title, isSwitch, initial, help }) {
+    const label = document.createElement("label");
+    const input = document.createElement("input");
+    const text = document.createElement("span");
+    const output = document.createElement("output");
+    text.textContent = title;
+    label.title = help;
+    input.id = `parameter-${address}`;
+    if (isSwitch) {
+        input.type = "checkbox";
+        input.setAttribute("role", "switch");
+        label.append(input, text);
+    } else {
+        Object.assign(input, { type: "range", min: "0", max: "1", step: "0.005", value: String(initial) });
+        input.addEventListener("dblclick", () => change(address, initial));
+        label.className = "slider";
+        label.append(text, output, input);
+    }
+    input.addEventListener("input", () => change(address, isSwitch ? Number(input.checked) : input.valueAsNumber));
+    inputs.set(address, input);
+    element("controls").append(label);
+}
+
+/**
+ * Shows a value on the page but for the panel.
+ * @param {number} address
+ * @param {number} value
+ */
+function show(address, value) {
+    const input = inputs.get(address);
+    if (!input) return;
+    const text = panel.valueText(address, value);
+    if (input.type === "checkbox") input.checked = value > 0.5;
+    else {
+        input.value = String(value);
+        input.setAttribute("aria-valuetext", text);
+        const output = input.parentElement?.querySelector("output");
+        if (output) output.textContent = text;
+    }
+    scheduleAddress();
+}
+
+/**
+ * Sets a value from the page.
+ * @param {number} address
+ * @param {number} value
+ */
+function change(address, value) {
+    panel.setValue(address, value);
+    player.node.then((node) => node.set(address, value));
+    show(address, value);
+}
+
+/** The settings that are not as at first, as in an address. */
+function settings() {
+    const parts = parameters
+        .filter(({ address, initial }) => panel.value(address) !== initial)
+        .map(({ address, option }) => `${option}=${Number(panel.value(address).toPrecision(6))}`);
+    return parts.join("&");
+}
+
+/** @param {string} text */
+function applySettings(text) {
+    const given = new URLSearchParams(text);
+    for (const { address, option, initial } of parameters) {
+        const value = Number(given.get(option) ?? initial);
+        change(address, value >= 0 && value <= 1 ? value : initial);
+    }
+}
+
+let isAddressDue = false;
+function scheduleAddress() {
+    if (isAddressDue) return;
+    isAddressDue = true;
+    // Browsers refuse more than a hundred changes in ten seconds.
+    setTimeout(() => {
+        isAddressDue = false;
+        const text = settings();
+        if (location.hash.slice(1) !== text) history.replaceState(null, "", text ? `#${text}` : location.pathname);
+    }, 300);
+}
+
+/** @returns {Record<string, string>} */
+function keptSettings() {
+    try {
+        return JSON.parse(localStorage.getItem(keptKey) ?? "{}");
+    } catch {
+        return {};
+    }
+}
+
+function listPresets() {
+    presets.replaceChildren(
+        new Option("Settings…", ""),
+        ...factoryPresets.map((title, number) => new Option(title, `factory ${number}`)),
+        ...Object.keys(keptSettings()).map((title) => new Option(title, `kept ${title}`)),
+    );
+}
+
+presets.addEventListener("change", () => {
+    const [kind, ...rest] = presets.value.split(" ");
+    if (kind === "factory") {
+        panel.module.call.selectPreset(Number(rest[0]));
+        for (const { address } of parameters) change(address, panel.value(address));
+    } else if (kind === "kept") applySettings(keptSettings()[rest.join(" ")] ?? "");
+    presets.value = "";
+});
+
+element("keep").addEventListener("click", () => {
+    const title = prompt("Name of the setting")?.trim();
+    if (!title) return;
+    try {
+        localStorage.setItem(keptKey, JSON.stringify({ ...keptSettings(), [title]: settings() }));
+        listPresets();
+        say(`“${title}” is kept in this browser.`);
+    } catch {
+        say("The browser keeps nothing for this page; the address holds the setting.");
+    }
+});
+
+panel.onEdit = (/** @type {number} */ address, /** @type {number} */ value) => {
+    player.node.then((node) => node.set(address, value));
+    show(address, value);
+};
+parameters.forEach(addControl);
+parameters.forEach(({ address, initial }) => show(address, initial));
+listPresets();
+applySettings(location.hash.slice(1));
+addEventListener("hashchange", () => applySettings(location.hash.slice(1)));
+
+// The sound
+
+player.use(phrase);
+player.node.then(
+    (node) => {
+        panel.setRate(player.context.sampleRate);
+        parameters.forEach(({ address }) => show(address, panel.value(address)));
+        node.onHeard = (address, value) => {
+            panel.setValue(address, value);
+            show(address, value);
+        };
+        let last = -Infinity;
+        node.onRing = (ring) => {
+            if (stillMotion.matches && performance.now() - last < stillInterval) return;
+            last = performance.now();
+            panel.show(ring);
+        };
+        showPlaying();
+    },
+    (error) => say(`The browser cannot run the effect: ${error.message}`),
+);
+
+/** @type {ReturnType<typeof setInterval> | undefined} */
+let positionTimer;
+function showPlaying() {
+    const isPlaying = player.isPlaying;
+    play.textContent = isPlaying ? "Pause" : "Play";
+    play.setAttribute("aria-pressed", String(isPlaying));
+    player.node.then((node) => node.watch(isPlaying && !document.hidden));
+    clearInterval(positionTimer);
+    if (isPlaying && !document.hidden) positionTimer = setInterval(showPosition, 250);
+    showPosition();
+}
+
+function showPosition() {
+    const { duration, position } = player;
+    seek.disabled = !duration;
+    if (!duration) return;
+    const seconds = (/** @type {number} */ s) => `${Math.floor(s / 60)}:${String(Math.floor(s % 60)).padStart(2, "0")}`;
+    seek.max = String(duration);
+    seek.value = String(position);
+    seek.setAttribute("aria-valuetext", `${seconds(position)} of ${seconds(duration)}`);
+}
+
+player.onChange = showPlaying;
+player.onLost = () => say("The input is gone; choose another source.");
+document.addEventListener("visibilitychange", showPlaying);
+play.addEventListener("click", () => {
+    if (player.isPlaying) return player.pause();
+    if (message.textContent?.startsWith("Press")) say("");
+    player.play().catch(say);
+    setTimeout(() => {
+        if (player.context.state !== "running" && player.isWanted) say("The browser starts no sound; is there an output?");
+    }, startTimeout);
+});
+seek.addEventListener("input", () => player.seek(seek.valueAsNumber));
+element("loop").addEventListener("change", (event) =>
+    player.setLoop(/** @type {HTMLInputElement} */ (event.target).checked),
+);
+
+/** @param {Blob & {name?: string}} chosen */
+async function open(chosen) {
+    try {
+        const sound = await readSound(chosen, player.context);
+        name = (chosen.name ?? "sound").replace(/\.[^.]*$/, "");
+        const wasPlaying = player.isPlaying;
+        player.use(sound);
+        if (wasPlaying) await player.play();
+        source.value = "file";
+        say(`${chosen.name ?? "The file"}: ${sound.rate} Hz, ${player.duration.toFixed(1)} s.`);
+    } catch (error) {
+        say(error instanceof Error ? `${chosen.name ?? "The file"}: ${error.message}` : error);
+    }
+}
+
+source.addEventListener("change", async () => {
+    if (source.value === "file") return file.click();
+    if (source.value === "phrase") {
+        name = "phrase";
+        return player.use(phrase);
+    }
+    try {
+        await player.useInput();
+        await player.play();
+        say("Use headphones: the input is heard.");
+    } catch (error) {
+        source.value = "phrase";
+        say(`The browser gives no input: ${error instanceof Error ? error.message : error}`);
+    }
+});
+// The same file may be chosen again.
+file.addEventListener("click", () => (file.value = ""));
+file.addEventListener("change", () => file.files?.[0] && open(file.files[0]));
+for (const type of ["dragover", "dragleave", "drop"])
+    document.addEventListener(type, (event) => {
+        event.preventDefault();
+        document.body.classList.toggle("dropping", type === "dragover");
+        const dropped = type === "drop" && /** @type {DragEvent} */ (event).dataTransfer?.files[0];
+        if (dropped) open(dropped);
+    });
+
+element("export").addEventListener("click", () => {
+    if (!player.sound || player.stream) return say("An input cannot be saved; choose a file.");
+    say("Rendering…");
+    const worker = new Worker(new URL("./job.js", import.meta.url), { type: "module" });
+    worker.onmessage = ({ data }) => {
+        worker.terminate();
+        if (data.error) return say(data.error);
+        const link = document.createElement("a");
+        link.href = URL.createObjectURL(new Blob([data.file], { type: "audio/wav" }));
+        link.download = `${name}-kelvane.wav`;
+        link.click();
+        setTimeout(() => URL.revokeObjectURL(link.href), 60000);
+        say(`${link.download}: 32-bit float, as \`kelvane render --subtype float\` writes it.`);
+    };
+    worker.onerror = () => say("The sound could not be rendered.");
+    worker.postMessage({ bytes, values: parameters.map(({ address }) => panel.value(address)), sound: player.sound });
+});
+
+// MIDI
+
+const midi = element("midi");
+midi.hidden = !("requestMIDIAccess" in navigator);
+midi.addEventListener("click", async () => {
+    try {
+        const access = await navigator.requestMIDIAccess();
+        const listen = () =>
+            access.inputs.forEach((input) => {
+                input.onmidimessage = ({ data }) => data && player.node.then((node) => node.midi([...data]));
+            });
+        access.onstatechange = listen;
+        listen();
+        say("MIDI: controllers 7, 10 and 11 set volume, panorama and width.");
+    } catch {
+        say("The browser gives no MIDI.");
+    }
+});
+
+navigator.serviceWorker?.register("offline.js").catch(() => {}); // without it the page needs the network

@@ -1,0 +1,171 @@
+// @ts-check
+// What is heard: the phrase, a file or an input, through the effect.
+
+import { createKelvane } from "./kelvane.js";
+import { parameters } from "./parameters.js";
+import { readWav, requireStereo } from "./wav.js";
+
+/** @typedef {import("./wav.js").Sound} Sound */
+
+const largestFile = 1 << 29; // bytes; decoded it is several times as large
+
+/**
+ * A file as sound: WAV to the very samples, others as the browser decodes them. Throws an Error with one line.
+ * @param {Blob} file
+ * @param {BaseAudioContext} context
+ * @returns {Promise<Sound>}
+ */
+export async function readSound(file, context) {
+    if (file.size === 0) throw new Error("the file is empty");
+    if (file.size > largestFile) throw new Error("the file is too large for a page; `kelvane render` takes it");
+    const bytes = await file.arrayBuffer();
+    const sound = readWav(bytes);
+    if (sound) return sound;
+    const decoded = await context.decodeAudioData(bytes).catch(() => {
+        throw new Error("the browser cannot read this file as sound");
+    });
+    requireStereo(decoded.numberOfChannels);
+    return {
+        rate: decoded.sampleRate,
+        channels: [decoded.getChannelData(0), decoded.getChannelData(decoded.numberOfChannels - 1)],
+    };
+}
+
+export class Player {
+    /** @param {(address: number) => number} valueOf the present settings */
+    constructor(valueOf) {
+        this.context = new AudioContext({ latencyHint: "interactive" });
+        this.node = createKelvane(this.context, { values: parameters.map(({ address }) => valueOf(address)) });
+        /** @type {Sound | undefined} */
+        this.sound = undefined;
+        /** @type {AudioBufferSourceNode | undefined} */
+        this.playing = undefined;
+        /** @type {MediaStream | undefined} */
+        this.stream = undefined;
+        /** @type {MediaStreamAudioSourceNode | undefined} */
+        this.input = undefined;
+        this.isLoop = true;
+        this.offset = 0; // seconds into the sound, at startedAt on the context's clock
+        this.startedAt = 0;
+        /** Called when it starts or stops by itself. */
+        this.onChange = () => {};
+        /** The input has gone. */
+        this.onLost = () => {};
+        this.context.onstatechange = () => this.onChange();
+        this.node.then((node) => node.connect(this.context.destination));
+    }
+
+    get isPlaying() {
+        return this.isWanted && this.context.state === "running";
+    }
+
+    /** Whether it plays or is about to. */
+    get isWanted() {
+        return Boolean(this.playing || this.input);
+    }
+
+    get duration() {
+        return this.sound && !this.stream ? this.sound.channels[0].length / this.sound.rate : 0;
+    }
+
+    get position() {
+        if (!this.playing) return this.offset;
+        const at = this.offset + this.context.currentTime - this.startedAt;
+        return this.isLoop ? at % this.duration : Math.min(at, this.duration);
+    }
+
+    /** @param {Sound} sound */
+    use(sound) {
+        this.closeInput();
+        this.pause();
+        this.sound = sound;
+        this.offset = 0;
+    }
+
+    /** Asks for a microphone or interface. */
+    async useInput() {
+        const stream = await navigator.mediaDevices.getUserMedia({
+            audio: { channelCount: 2, echoCancellation: false, noiseSuppression: false, autoGainControl: false },
+        });
+        this.pause();
+        this.closeInput();
+        this.stream = stream;
+        stream.getTracks().forEach((track) => {
+            track.onended = () => {
+                this.closeInput();
+                this.onLost();
+            };
+        });
+    }
+
+    closeInput() {
+        this.input?.disconnect();
+        this.stream?.getTracks().forEach((track) => track.stop());
+        this.input = this.stream = undefined;
+    }
+
+    /** From a touch or key, as browsers demand. */
+    async play() {
+        const resumed = this.context.resume();
+        const node = await this.node;
+        if (this.stream) {
+            this.input ??= this.context.createMediaStreamSource(this.stream);
+            this.input.connect(node);
+        } else if (this.sound) {
+            this.offset = this.position;
+            this.stop();
+            const { rate, channels } = this.sound;
+            const buffer = this.context.createBuffer(2, channels[0].length, rate);
+            channels.forEach((frames, side) => buffer.copyToChannel(/** @type {Float32Array<ArrayBuffer>} */ (frames), side));
+            const source = new AudioBufferSourceNode(this.context, { buffer, loop: this.isLoop });
+            source.connect(node);
+            source.onended = () => {
+                if (this.playing !== source) return;
+                this.stop();
+                this.pause();
+                this.offset = 0;
+                this.onChange();
+            };
+            this.startedAt = this.context.currentTime;
+            source.start(0, this.offset);
+            this.playing = source;
+        }
+        await resumed;
+        this.onChange();
+    }
+
+    stop() {
+        const source = this.playing;
+        this.playing = undefined;
+        source?.stop();
+        source?.disconnect();
+    }
+
+    pause() {
+        const at = this.position;
+        this.stop();
+        this.offset = at;
+        this.input?.disconnect();
+        this.input = undefined;
+        this.context.suspend();
+        this.onChange();
+    }
+
+    /** @param {number} seconds */
+    seek(seconds) {
+        const isPlaying = this.playing;
+        this.stop();
+        this.offset = seconds;
+        if (isPlaying) this.play();
+    }
+
+    /** @param {boolean} isLoop */
+    setLoop(isLoop) {
+        const at = this.position;
+        this.isLoop = isLoop;
+        if (!this.playing) return;
+        this.offset = at;
+        this.startedAt = this.context.currentTime;
+        this.playing.loop = isLoop;
+    }
+}

@@ -1,0 +1,138 @@
+// The page's side: the effect's editor on a canvas. It renders nothing; its ring gets what the
+// worklet's has captured.
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <fmt/format.h>
+
+#include "audiounit/parameters.h"
+#include "hosts/web/exchange.h"
+#include "hosts/window/EditorWindow.h"
+#include "platform/dispatch/RunLoop.h"
+#include "platform/uikit/UITouch.h"
+#include "platform/uikit/canvas/CanvasWindow.h"
+
+using namespace qov;
+using namespace qov::hosts;
+using namespace qov::hosts::web;
+using platform::CanvasWindow;
+using platform::RunLoop;
+
+namespace {
+
+std::unique_ptr<EditorWindow> editor;
+
+CanvasWindow& window() {
+    return static_cast<CanvasWindow&>(editor->native());
+}
+
+/// Bit 0 of the page's number for them is Shift, bit 1 Ctrl.
+platform::KeyModifiers modifiers(int held) {
+    return {.shift = (held & 1) != 0, .control = (held & 2) != 0};
+}
+
+}  // namespace
+
+/// Opens the editor on the canvas, which is so many CSS pixels large and has `scale` pixels for
+/// each.
+KELVANE_EXPORT(openPanel) bool openPanel(double width, double height, double scale) {
+    std::string error;
+    editor = EditorWindow::open(effect(), {.scale = scale, .size = {width, height}}, &error);
+    if (editor) editor->native().show();
+    return editor != nullptr;
+}
+
+KELVANE_EXPORT(resizePanel) void resizePanel(double width, double height, double scale) {
+    const RunLoop::MakeCurrent current(effect().runLoop());
+    window().resize({width, height}, scale);
+}
+
+/// phase: as platform::UITouchPhase counts.
+KELVANE_EXPORT(touchPanel)
+void touchPanel(int identifier, int phase, double x, double y, int held) {
+    const RunLoop::MakeCurrent current(effect().runLoop());
+    window().touch(identifier, static_cast<platform::UITouchPhase>(phase), {x, y}, modifiers(held));
+}
+
+KELVANE_EXPORT(hoverPanel) void hoverPanel(double x, double y) {
+    const RunLoop::MakeCurrent current(effect().runLoop());
+    window().hover(platform::CGPoint{x, y});
+}
+
+KELVANE_EXPORT(leavePanel) void leavePanel() {
+    const RunLoop::MakeCurrent current(effect().runLoop());
+    window().hover({});
+}
+
+KELVANE_EXPORT(wheelPanel) void wheelPanel(double x, double y, int steps, int held) {
+    const RunLoop::MakeCurrent current(effect().runLoop());
+    window().wheel({x, y}, steps, modifiers(held));
+}
+
+KELVANE_EXPORT(zoomPanel) void zoomPanel(double x, double y, double factor) {
+    const RunLoop::MakeCurrent current(effect().runLoop());
+    window().zoom({x, y}, factor);
+}
+
+/// key: as platform::Key counts; character: what it types, or 0. True if the panel used it.
+KELVANE_EXPORT(keyPanel) bool keyPanel(int key, int character, int held) {
+    return editor->key(
+        {static_cast<platform::Key>(key), modifiers(held), static_cast<char>(character)});
+}
+
+/// Runs what is due and has the canvas drawn. Seconds until it is to be called again; infinite for
+/// not before the next event.
+KELVANE_EXPORT(pump) double pump() {
+    effect().pump();
+    const auto next = effect().runLoop()->nextDeadline();
+    return next ? std::max(0.0, *next - effect().runLoop()->now())
+                : std::numeric_limits<double>::infinity();
+}
+
+/// A value from outside the panel, which follows.
+KELVANE_EXPORT(setValue) void setValue(int address, float value) {
+    if (editor)
+        editor->setValue(static_cast<std::uint64_t>(address), value);
+    else
+        effect().setValue(static_cast<std::uint64_t>(address), value);
+}
+
+KELVANE_EXPORT(valueText) int valueText(int address, float value) {
+    return giveText(effect().valueText(static_cast<std::uint64_t>(address), value));
+}
+
+/// The next edit of the panel as three numbers: 0, 1 or 2 for begin, value and end; address; value.
+/// Null where there is none.
+KELVANE_EXPORT(takeEdit) const double* takeEdit() {
+    static std::array<double, 3> taken;
+    const auto* edit = effect().edits().front();
+    if (!edit) return nullptr;
+    taken = {static_cast<double>(edit->kind), static_cast<double>(edit->address), edit->value};
+    effect().edits().pop();
+    return taken.data();
+}
+
+/// The parameters and the presets as JSON, from which the page's table is written.
+KELVANE_EXPORT(describe) int describe() {
+    std::string parameters, presets;
+    const auto add = [](std::string& list, const std::string& item) {
+        list += (list.empty() ? "" : ",") + item;
+    };
+    for (const auto& row : hostParameters)
+        add(parameters,
+            fmt::format(
+                R"({{"address":{},"name":"{}","option":"{}","isSwitch":{},"initial":{},"help":"{}"}})",
+                row.address, row.name, row.option, row.isSwitch(), row.initial, row.help));
+    for (const auto& name : effect().factoryPresetNames()) add(presets, '"' + name + '"');
+    return giveText(fmt::format(R"({{"parameters":[{}],"presets":[{}]}})", parameters, presets));
+}
+
+KELVANE_EXPORT(selectPreset) bool selectPreset(int number) {
+    return effect().selectFactoryPreset(static_cast<std::size_t>(number));
+}
