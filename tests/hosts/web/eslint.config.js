@@ -1,0 +1,7 @@
+import js from "@eslint/js";
+import globals from "globals";
+
+export default [
+    js.configs.recommended,
+    { languageOptions: { globals: { ...globals.browser, ...globals.serviceworker, ...globals.audioWorklet, ...globals.node } } },
+];

@@ -1,0 +1,303 @@
+// The page in one browser. usage: node run.js chromium|firefox SITE PACKAGES KELVANE [TESTS]   (a regular expression)
+import assert from "node:assert";
+import { execFileSync } from "node:child_process";
+import { createReadStream, existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { createServer } from "node:http";
+import { createRequire } from "node:module";
+import { tmpdir } from "node:os";
+import path from "node:path";
+import { gzipSync } from "node:zlib";
+
+const [browserName, site, packages, kelvane, chosen = ""] = process.argv.slice(2);
+const require = createRequire(path.join(packages, "package.json"));
+const { default: puppeteer } = await import(require.resolve("puppeteer-core"));
+const scratch = mkdtempSync(path.join(tmpdir(), "kelvane-web-"));
+const { writeWav } = await import(`data:text/javascript,${encodeURIComponent(readFileSync(path.join(site, "wav.js"), "utf8"))}`);
+
+// A static server of the site and of the scratch folder, which counts what it sends.
+const types = { html: "text/html", js: "text/javascript", css: "text/css", wasm: "application/wasm", svg: "image/svg+xml" };
+let sent = 0;
+const server = createServer((request, answer) => {
+    const [, name] = /^\/([\w./-]*)/.exec(request.url) ?? [];
+    const file = name.startsWith("scratch/") ? path.join(scratch, name.slice(8)) : path.join(site, name || "index.html");
+    if (!existsSync(file)) return answer.writeHead(404).end();
+    sent += gzipSync(readFileSync(file)).length;
+    answer.writeHead(200, { "content-type": types[file.split(".").pop()] ?? "application/octet-stream" });
+    createReadStream(file).pipe(answer);
+});
+await new Promise((done) => server.listen(0, "127.0.0.1", done));
+const address = `http://127.0.0.1:${server.address().port}/`;
+
+const launch = () =>
+    puppeteer.launch(
+        browserName === "chromium"
+            ? {
+                  executablePath: "/usr/bin/chromium",
+                  args: ["--no-sandbox", "--use-fake-device-for-media-stream", "--use-fake-ui-for-media-stream"],
+              }
+            : { browser: "firefox", executablePath: "/usr/bin/firefox-esr" },
+    );
+const browser = await launch();
+
+/** A page at the address, whose faults fail the test. */
+async function open({ width = 800, height = 700, scale = 1, touch = false, at = "" } = {}) {
+    const page = await browser.newPage();
+    page.faults = [];
+    page.on("pageerror", (error) => page.faults.push(String(error)));
+    await page.setViewport(
+        browserName === "chromium" ? { width, height, deviceScaleFactor: scale, hasTouch: touch } : { width, height },
+    );
+    await page.goto(address + at);
+    await page.waitForSelector("#parameter-7");
+    return page;
+}
+const valueOf = (page, parameter) => page.$eval(`#parameter-${parameter}`, (input) => (input.type === "checkbox" ? Number(input.checked) : input.valueAsNumber));
+const messageOf = (page) => page.$eval("#message", (message) => message.textContent);
+const until = (page, condition, ...values) => page.waitForFunction(condition, { timeout: 20000, polling: 50 }, ...values);
+
+/** Where a point of the panel's canvas of 680 x 440 is in the page. */
+async function panelPoint(page, x, y) {
+    const box = await (await page.$("#panel")).boundingBox();
+    return [box.x + (x * box.width) / 680, box.y + (y * box.height) / 440];
+}
+
+let seed = 1;
+const random = () => (seed = (seed * 48271) % 2147483647) / 2147483647;
+const noise = (frames) => Float32Array.from({ length: frames }, () => random() * 2 - 1);
+
+function run(command, ...options) {
+    execFileSync(kelvane, [command, ...options], { cwd: scratch, stdio: ["ignore", "ignore", "inherit"] });
+}
+
+/** What an automation file says, as the node's events. */
+function eventsOf(text, rate) {
+    const lines = text.split("\n").map((line) => line.replace(/#.*/, "").trim().split(/\s+/));
+    const rows = JSON.parse(execFileSync(kelvane, ["params", "--json"], { encoding: "utf8" }));
+    return lines
+        .filter(([time]) => time)
+        .map(([time, kind, ...data]) => {
+            const frame = time.endsWith("s") ? Math.round(parseFloat(time) * rate) : Number(time);
+            if (kind === "midi") return [frame, -1, ...data.map((byte) => parseInt(byte, 16))];
+            const row = rows.find(({ option }) => option === data[0]);
+            return [frame, row.address, data[1] === "on" ? 1 : data[1] === "off" ? 0 : Number(data[1])];
+        });
+}
+
+/** Renders a file in an OfflineAudioContext; how many samples differ from another file. */
+const differences = (page, input, expected, rate, events) =>
+    page.evaluate(
+        async (input, expected, rate, events) => {
+            const { createKelvane } = await import("/kelvane.js");
+            const { readWav } = await import("/wav.js");
+            const read = async (name) => readWav(await (await fetch(`/scratch/${name}`)).arrayBuffer());
+            const [{ channels }, wanted] = [await read(input), await read(expected)];
+            const context = new OfflineAudioContext(2, channels[0].length, rate);
+            const buffer = context.createBuffer(2, channels[0].length, rate);
+            channels.forEach((frames, side) => buffer.copyToChannel(frames, side));
+            const source = new AudioBufferSourceNode(context, { buffer });
+            source.connect(await createKelvane(context, { events })).connect(context.destination);
+            source.start();
+            const got = await context.startRendering();
+            const words = (frames) => new Int32Array(frames.buffer, frames.byteOffset, frames.length);
+            return [0, 1].map((side) => {
+                const [is, ought] = [words(got.getChannelData(side)), words(wanted.channels[side])];
+                return is.length === ought.length ? is.reduce((count, word, i) => count + (word !== ought[i]), 0) : "length";
+            });
+        },
+        input,
+        expected,
+        rate,
+        events,
+    );
+
+run("demo", "demo");
+
+const tests = {
+    async "renders the bits of kelvane render"() {
+        const page = await open();
+        const tour = readFileSync(path.join(scratch, "demo/tour.automation"), "utf8");
+        const cases = [{ rate: 44100, input: "demo/phrase.wav", automation: tour }];
+        for (const rate of [8000, 48000, 192000]) {
+            writeFileSync(path.join(scratch, `${rate}.wav`), Buffer.from(writeWav({ rate, channels: [noise(20000), noise(20000)] })));
+            const options = ["stereo-width", "panorama", "phase-shift", "swap-channels", "invert-channel", "recover-mono", "test-mono", "bypass"];
+            const frames = Array.from({ length: 200 }, () => Math.floor(random() * 20000)).sort((a, b) => a - b);
+            const line = (frame) => {
+                const which = Math.floor(random() * 7.3);
+                return `${frame} set ${options[which]} ${which < 3 ? random().toFixed(4) : random() > 0.5 ? "on" : "off"}`;
+            };
+            cases.push({ rate, input: `${rate}.wav`, automation: frames.map(line).join("\n") });
+        }
+        for (const { rate, input, automation } of cases) {
+            writeFileSync(path.join(scratch, "moves.txt"), automation + "\n");
+            run("render", input, "expected.wav", "--raw-timing", "--block", "128", "--subtype", "float", "--automation", "moves.txt");
+            assert.deepEqual(await differences(page, input, "expected.wav", rate, eventsOf(automation, rate)), [0, 0], input);
+        }
+    },
+
+    async "saves the file of kelvane render"() {
+        const page = await open();
+        writeFileSync(path.join(scratch, "odd.wav"), Buffer.from(writeWav({ rate: 48000, channels: [noise(8192), noise(8192)] })));
+        run("render", "odd.wav", "short.wav", "--subtype", "pcm16", "--bypass", "on");
+        run("render", "odd.wav", "middle.wav", "--subtype", "pcm24", "--bypass", "on");
+        for (const [input, values, ...options] of [
+            ["middle.wav", [0.8, 0.4, 0.3, 0, 1, 0, 0, 0], "--stereo-width", "0.8", "--panorama", "0.4", "--phase-shift", "0.3", "--invert-channel", "on"],
+            ["short.wav", [0.5, 0.5, 0, 0, 0, 0, 0, 1], "--bypass", "on"],
+            ["odd.wav", [0.5, 0.5, 0, 1, 0, 0, 0, 0], "--swap-channels", "on"],
+        ]) {
+            run("render", input, "expected.wav", "--subtype", "float", ...options);
+            const isSame = await page.evaluate(
+                async (input, values) => {
+                    const { render } = await import("/job.js");
+                    const { readWav, writeWav } = await import("/wav.js");
+                    const { moduleBytes } = await import("/kelvane.js");
+                    const fetched = async (name) => (await fetch(`/scratch/${name}`)).arrayBuffer();
+                    const made = new Uint8Array(writeWav(render(await moduleBytes(), values, readWav(await fetched(input)))));
+                    const wanted = new Uint8Array(await fetched("expected.wav"));
+                    return made.length === wanted.length && made.every((byte, i) => byte === wanted[i]);
+                },
+                input,
+                values,
+            );
+            assert.ok(isSame, `${input} ${options}`);
+        }
+    },
+
+    async "runs the documentation's example"() {
+        const page = await open();
+        const [, code] = /```js\n(.*?)```/s.exec(readFileSync(new URL("../../../docs/web.md", import.meta.url), "utf8"));
+        const [, ought] = /\/\/ (\d+)/.exec(code);
+        const logged = new Promise((done) => page.on("console", (line) => done(line.text())));
+        await page.addScriptTag({ type: "module", content: code });
+        assert.equal(await logged, ought);
+    },
+
+    // Anti-aliasing differs: on average by less than 1 of 255, and by more than 40 in less than 1 % of the pixels.
+    async "draws the panel as Cairo does"() {
+        const page = await open();
+        for (const [values, ...options] of [
+            [[]],
+            [[0.8, 0.3, 0.5, 0, 1, 0, 1, 0], "--stereo-width", "0.8", "--panorama", "0.3", "--phase-shift", "0.5", "--invert-channel", "on", "--test-mono", "on"],
+        ]) {
+            run("snapshot", "panel.png", ...options);
+            const { mean, far } = await page.evaluate(async (values) => {
+                const { moduleBytes, Panel } = await import("/kelvane.js");
+                const canvas = document.createElement("canvas");
+                canvas.style = "position: fixed; left: 0; top: 0; width: 680px; height: 440px";
+                document.body.append(canvas);
+                const panel = new Panel(canvas, await moduleBytes());
+                values.forEach((value, address) => panel.setValue(address, value));
+                await new Promise((done) => setTimeout(done, 300));
+                const golden = new Image();
+                golden.src = `/scratch/panel.png?${Math.random()}`;
+                await golden.decode();
+                const other = new OffscreenCanvas(680, 440).getContext("2d");
+                other.drawImage(golden, 0, 0);
+                const [is, ought] = [canvas.getContext("2d"), other].map((context) => context.getImageData(0, 0, 680, 440).data);
+                const apart = ought.map((byte, i) => Math.abs(byte - is[i]));
+                return { mean: apart.reduce((sum, d) => sum + d, 0) / apart.length, far: apart.filter((d) => d > 40).length / apart.length };
+            }, values);
+            assert.ok(mean < 1 && far < 0.01, `${options}: mean ${mean}, far ${far}`);
+        }
+    },
+
+    async "is turned by fingers, wheel and keys, in step with its sliders"() {
+        const page = await open({ touch: true });
+        const [x, y] = await panelPoint(page, 340, 64);
+        await page.touchscreen.touchStart(x, y);
+        await page.touchscreen.touchMove(x + 60, y);
+        await page.touchscreen.touchEnd();
+        await until(page, () => document.getElementById("parameter-1").valueAsNumber !== 0.5);
+        const dragged = await valueOf(page, 1);
+        await page.mouse.move(x, y);
+        await page.mouse.wheel({ deltaY: -100 });
+        await until(page, (before) => document.getElementById("parameter-1").valueAsNumber !== before, dragged);
+        const wheeled = await valueOf(page, 1);
+        await page.focus("#panel");
+        await page.keyboard.press("ArrowUp");
+        await until(page, (before) => document.getElementById("parameter-1").valueAsNumber !== before, wheeled);
+        await page.focus("#parameter-0");
+        await page.keyboard.press("End");
+        await page.focus("#parameter-3");
+        await page.keyboard.press(" ");
+        await until(page, () => /stereo-width=1.*swap-channels=1/.test(location.hash));
+        assert.equal(await page.$eval("#parameter-0", (input) => input.getAttribute("aria-valuetext")), "+100 %");
+        const again = await open({ at: await page.evaluate(() => location.hash) });
+        assert.deepEqual([await valueOf(again, 0), await valueOf(again, 3)], [1, 1]);
+    },
+
+    async "says in one line what it cannot play"() {
+        const page = await open();
+        const shape = (channels, frames) => {
+            const bytes = Buffer.from(writeWav({ rate: 48000, channels: [new Float32Array(frames), new Float32Array(frames)] }));
+            bytes.writeUInt16LE(channels, 22);
+            return [...bytes];
+        };
+        for (const [what, bytes, answer] of [
+            ["broken", [..."RIFF....WAVEjunk"].map((c) => c.charCodeAt(0)), /cannot read/],
+            ["empty", [], /is empty/],
+            ["surround", shape(6, 48), /6 channels/],
+            ["silent", shape(2, 0), /no sound/],
+            ["mono", shape(1, 4800), /48000 Hz, 0.2 s/],
+        ]) {
+            await page.evaluate(
+                (what, bytes) => {
+                    const dataTransfer = new DataTransfer();
+                    dataTransfer.items.add(new File([new Uint8Array(bytes)], `${what}.wav`));
+                    document.body.dispatchEvent(new DragEvent("drop", { bubbles: true, cancelable: true, dataTransfer }));
+                },
+                what,
+                bytes,
+            );
+            await until(page, (name) => document.getElementById("message").textContent.startsWith(name), what);
+            assert.match(await messageOf(page), answer);
+        }
+        assert.deepEqual(page.faults, []);
+    },
+
+    async "plays, pauses and then rests"() {
+        const page = await open();
+        await page.click("#play");
+        // Without a sound device only Chromium runs a context.
+        if (browserName !== "chromium") return void (await until(page, () => /is there an output/.test(document.getElementById("message").textContent)));
+        await until(page, () => document.getElementById("play").textContent === "Pause");
+        await until(page, () => document.getElementById("seek").valueAsNumber > 0.1);
+        await page.click("#play");
+        await until(page, () => document.getElementById("play").textContent === "Play");
+        await new Promise((done) => setTimeout(done, 2500));
+        const before = (await page.metrics()).ScriptDuration;
+        await new Promise((done) => setTimeout(done, 1000));
+        assert.equal((await page.metrics()).ScriptDuration, before);
+    },
+
+    async "is small, has no serious fault for assistive technology and works offline"() {
+        sent = 0;
+        const page = await open({ width: 360, height: 640 });
+        assert.ok(sent < 450e3, `${sent} bytes`);
+        await page.evaluate(readFileSync(require.resolve("axe-core/axe.min.js"), "utf8"));
+        const faults = await page.evaluate(async () => (await globalThis.axe.run()).violations.map(({ id, impact }) => `${impact} ${id}`));
+        assert.deepEqual(faults.filter((fault) => /^(serious|critical)/.test(fault)), []);
+        await page.evaluate(async () => void (await navigator.serviceWorker.ready));
+        await until(page, () => navigator.serviceWorker.controller);
+        server.close();
+        server.closeAllConnections();
+        await page.reload();
+        await page.waitForSelector("#parameter-7");
+    },
+};
+
+let failed = 0;
+for (const [name, test] of Object.entries(tests)) {
+    if (!new RegExp(chosen).test(name)) continue;
+    const start = Date.now();
+    try {
+        await test();
+        console.log(`ok ${name} (${Date.now() - start} ms)`);
+    } catch (error) {
+        failed++;
+        console.log(`FAILED ${name}:`, error);
+    }
+}
+await browser.close();
+server.close();
+rmSync(scratch, { recursive: true });
+process.exit(failed ? 1 : 0);
