@@ -168,8 +168,8 @@ void App::openWindow() {
 void App::restoreSettings(double rate) {
     if (saved_.brightness) window_->setBrightness(*saved_.brightness);
     window_->setPicture(saved_.picture);
-    if (options_.preset)
-        instance_->selectFactoryPreset(*options_.preset);
+    if (options_.selectPreset)
+        options_.selectPreset(*instance_, rate);
     else
         instance_->restoreState(saved_.state);
     if (options_.values)

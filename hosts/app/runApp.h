@@ -11,6 +11,10 @@
 #include "hosts/app/SoundLoop.h"
 #include "platform/coregraphics/CGGeometry.h"
 
+namespace qov::hosts {
+class Instance;
+}
+
 namespace qov::app {
 
 /// The program's options.
@@ -24,8 +28,9 @@ struct Options {
     bool useJack = true;
     /// The JACK server's name; empty for the default one.
     std::string jackServer;
-    /// Number of the factory preset to start with; by default the values of the last run.
-    std::optional<std::size_t> preset;
+    /// Sets the preset to start with, at a rate in frames per second; by default the values of the
+    /// last run.
+    std::function<void(hosts::Instance& instance, double rate)> selectPreset;
     /// Address and value of the parameters to set after that, at a rate in frames per second; empty
     /// for none.
     std::function<std::vector<std::pair<std::uint64_t, float>>(double rate)> values;

@@ -275,16 +275,26 @@ bool ClapPlugin::load(const clap_istream_t* stream) {
     return true;
 }
 
-bool ClapPlugin::loadPreset(std::uint32_t kind, const char* location, const char* key) {
+/// Returns what is wrong; empty if nothing is.
+std::string ClapPlugin::selectPreset(std::uint32_t kind, const char* location, const char* key) {
+    std::string error;
+    if (kind == abi::inFile && location) {
+        if (const auto preset = Preset::read(location, sampleRate_, &error))
+            instance_->selectPreset(*preset);
+        return error;
+    }
     std::size_t number = 0;
     const char* const end = key ? key + std::strlen(key) : nullptr;
     const bool isOurs = kind == abi::inPlugin && key && *key &&
                         std::from_chars(key, end, number).ptr == end &&
-                        instance_->selectFactoryPreset(number);
-    if (!isOurs) {
+                        instance_->selectPreset(number);
+    return isOurs ? "" : "the plug-in has no such preset";
+}
+
+bool ClapPlugin::loadPreset(std::uint32_t kind, const char* location, const char* key) {
+    if (const auto error = selectPreset(kind, location, key); !error.empty()) {
         if (host_.presets)
-            host_.presets->on_error(host_.host, kind, location, key, 0,
-                                    "the plug-in has no such preset");
+            host_.presets->on_error(host_.host, kind, location, key, 0, error.c_str());
         return false;
     }
     reportNewValues();

@@ -64,12 +64,13 @@ class ClapPlugin {
 
     bool save(const clap_ostream_t* stream);
     bool load(const clap_istream_t* stream);
-    /// key: the number of a factory preset.
+    /// In the plug-in, key is a number in presetBank; a file has one preset, of the user's.
     bool loadPreset(std::uint32_t kind, const char* location, const char* key);
 
  private:
     void pushEvents(const clap_input_events_t* events, std::uint32_t frames,
                     const clap_output_events_t* out);
+    std::string selectPreset(std::uint32_t kind, const char* location, const char* key);
     void reportNewValues();
     void noticeLatency();
     void announceLatency();

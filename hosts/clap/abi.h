@@ -56,6 +56,11 @@ struct HostPresetLoad {
 constexpr const char* presetDiscovery = "clap.preset-discovery-factory/2";
 constexpr const char* presetDiscoveryDraft = "clap.preset-discovery-factory/draft-2";
 constexpr std::uint32_t isFactoryContent = 1;
+constexpr std::uint32_t isUserContent = 2;
+struct PresetFileType {
+    const char *name, *description;
+    const char* ending;  // without the dot
+};
 struct UniversalPluginId {
     const char* abi;  // "clap"
     const char* id;
@@ -96,7 +101,7 @@ struct PresetIndexer {
     clap_version_t version;
     const char *name, *vendor, *url, *hostVersion;
     void* data;
-    bool (*declare_filetype)(const PresetIndexer*, const void* type);
+    bool (*declare_filetype)(const PresetIndexer*, const PresetFileType* type);
     bool (*declare_location)(const PresetIndexer*, const PresetPlace* place);
     bool (*declare_soundpack)(const PresetIndexer*, const void* pack);
     const void* (*get_extension)(const PresetIndexer*, const char* id);

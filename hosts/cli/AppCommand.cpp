@@ -10,6 +10,7 @@
 #include "hosts/cli/Command.h"
 #include "hosts/cli/OptionParser.h"
 #include "hosts/cli/Parameters.h"
+#include "hosts/cli/PresetChoice.h"
 #include "hosts/cli/SoundReader.h"
 #include "platform/foundation/Console.h"
 
@@ -56,8 +57,9 @@ int run(const Arguments& arguments) {
     parser.addSwitch("--diagnostics", diagnostics, "print the effect's own console lines");
     std::array<std::string, allParameters.size()> values;
     parser.addParameters(values, true);
-    parser.addOption("--preset", preset, "factory preset, in place of the saved parameters",
-                     "0..2");
+    parser.addOption("--preset", preset,
+                     "preset in place of the saved parameters; kelvane presets lists them",
+                     "NAME|FILE");
     if (const auto code = parser.parse(arguments)) return *code;
     static_cast<void>(parseSettings(values, highestRate));  // what is wrong at every rate
     options.values = [&values](double rate) { return parseSettings(values, rate); };
@@ -65,7 +67,11 @@ int run(const Arguments& arguments) {
     options.useJack = !noJack;
     if (!size.empty()) options.size = parseSize(size, largestWindow);
     if (!scale.empty()) options.scale = parseNumber("--scale", scale, 0.5, 8.0);
-    if (!preset.empty()) options.preset = parsePreset(preset);
+    if (!preset.empty())
+        options.selectPreset = [choice = PresetChoice::parse(preset)](hosts::Instance& effect,
+                                                                      double rate) {
+            choice.select(effect, rate);
+        };
     if (!file.empty()) options.sound = readSound(file);
     const char* asked = std::getenv("KELVANE_DIAGNOSTICS");
     if (diagnostics || (asked && std::string(asked) == "1"))

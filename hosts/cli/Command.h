@@ -24,6 +24,8 @@ int runField(const Arguments& arguments);
 int runMeasure(const Arguments& arguments);
 /// kelvane params.
 int runParams(const Arguments& arguments);
+/// kelvane presets.
+int runPresets(const Arguments& arguments);
 /// kelvane render.
 int runRender(const Arguments& arguments);
 /// kelvane snapshot.

@@ -9,7 +9,6 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
-#include "audiounit/presets.h"
 #include "hosts/cli/Parameters.h"
 #include "hosts/cli/nearestName.h"
 #include "hosts/cli/parseWhole.h"
@@ -155,11 +154,6 @@ std::int64_t parseNumber(const std::string& option, const std::string& text, std
 double parseNumber(const std::string& option, const std::string& text, double minimum,
                    double maximum) {
     return parseWithin(option, text, minimum, maximum);
-}
-
-std::size_t parsePreset(const std::string& text) {
-    return static_cast<std::size_t>(
-        parseNumber("--preset", text, std::int64_t{0}, std::int64_t{factoryPresetCount - 1}));
 }
 
 platform::CGSize parseSize(const std::string& text, int largest) {

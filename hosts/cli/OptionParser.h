@@ -61,8 +61,6 @@ std::int64_t parseNumber(const std::string& option, const std::string& text, std
 double parseNumber(const std::string& option, const std::string& text, double minimum,
                    double maximum);
 
-/// The text of --preset, a number of a factory preset. Throws Failure (2) for another text.
-std::size_t parsePreset(const std::string& text);
 
 /// The text of --size, "680x440", in points. Throws Failure (2) for another text and for a side
 /// that is not 1..largest points long.

@@ -65,8 +65,8 @@ void declare(OptionParser& parser, Options& options) {
     parser.addArgument("IN", job.input, "sound file, stereo; - for standard input");
     parser.addArgument("OUT", job.output, "sound file to write; - for standard output");
     parser.addParameters(job.values, false);
-    parser.addOption("--preset", options.preset, "factory preset, before the options above",
-                     "0..2");
+    parser.addOption("--preset", options.preset,
+                     "preset, before the options above; kelvane presets lists them", "NAME|FILE");
     parser.addOption("--automation", job.automation, "file of timed events", "FILE");
     parser.addOption("--midi", job.midi, "MIDI file whose controllers 7, 10 and 11 are played",
                      "FILE");
@@ -109,7 +109,7 @@ bool isExistingFile(const std::string& path) {
 /// Turns the texts into values. Throws Failure (2) for a wrong one.
 void complete(Options& options) {
     auto& job = options.job;
-    if (!options.preset.empty()) job.preset = parsePreset(options.preset);
+    if (!options.preset.empty()) job.preset = PresetChoice::parse(options.preset);
     // Reports a wrong value before any file is opened; the rate of the input is not known yet, so
     // makeEffect() reads them again.
     static_cast<void>(parseSettings(job.values, highestRate));

@@ -17,6 +17,7 @@ std::span<const Command> commands() {
         Command{"snapshot", "draws the editor, or one of its views, as it plays a file",
                 runSnapshot},
         Command{"params", "lists the parameters with address, range, default and unit", runParams},
+        Command{"presets", "lists the presets, or saves one of your own", runPresets},
     };
     return table;
 }

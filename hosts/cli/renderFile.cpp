@@ -115,7 +115,7 @@ std::unique_ptr<hosts::Instance> makeEffect(const RenderJob& job, double rate) {
     if (!effect->activate(rate, job.block, &reason))
         throw Failure(fmt::format("the effect does not run at {} Hz: {}", rate,
                                   reason.localizedDescription()));
-    if (job.preset) effect->selectFactoryPreset(*job.preset);
+    if (job.preset) job.preset->select(*effect, rate);
     effect->begin({}, {}, 0);
     for (const auto& [address, value] : parseSettings(job.values, rate))
         effect->set(0, address, value);

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "audiounit/parameters.h"
+#include "hosts/cli/PresetChoice.h"
 #include "hosts/cli/Renderer.h"
 
 namespace qov::cli {
@@ -21,7 +22,7 @@ struct RenderJob {
     std::string format;    ///< by name; empty: by the output's ending
     std::string subtype;   ///< by name; empty: the input's, or the best that fits
 
-    std::optional<std::size_t> preset;                     ///< number of a factory preset
+    std::optional<PresetChoice> preset;
     std::array<std::string, allParameters.size()> values;  ///< set after it; see parseSettings()
     std::string automation;                                ///< path; empty for none
     std::string midi;  ///< path of a standard MIDI file; empty for none

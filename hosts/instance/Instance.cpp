@@ -9,10 +9,10 @@
 
 #include "audiounit/componentDescription.h"
 #include "audiounit/parameters.h"
-#include "audiounit/presets.h"
 #include "dsp/longestDelay.h"
 #include "hosts/instance/FloatEnvironment.h"
 #include "hosts/instance/SavedState.h"
+#include "hosts/instance/presetBank.h"
 #include "hosts/instance/valueText.h"
 #include "platform/audiotoolbox/AUAudioUnitFactory.h"
 #include "platform/avfoundation/AVAudioFormat.h"
@@ -374,18 +374,52 @@ void Instance::touchEnded() {
 
 // Presets and state
 
-std::vector<std::string> Instance::factoryPresetNames() const {
-    return {presetNames.begin(), presetNames.end()};
+namespace {
+
+/// The starting points are custom presets to the audio unit, which have negative numbers; a user's
+/// is the one below them.
+constexpr auto usersPreset = -1 - static_cast<std::int64_t>(startingPoints.size());
+
+constexpr std::int64_t unitsNumberOf(std::size_t number) {
+    const auto signedNumber = static_cast<std::int64_t>(number);
+    constexpr auto factory = static_cast<std::int64_t>(factoryPresetCount);
+    return signedNumber < factory ? signedNumber : factory - 1 - signedNumber;
 }
 
-bool Instance::selectFactoryPreset(std::size_t number) {
-    const auto presets = unit_->factoryPresets();
-    if (number >= presets.size()) return false;
-    const RunLoop::MakeCurrent current(loop_);
-    const HostActs host(this);
-    adopt(presetParameters[number]);
-    unit_->setCurrentPreset(presets[number]);
+/// A state with a preset in it.
+platform::AUState stateWith(platform::AUState state, std::int64_t number, std::string_view name,
+                            const std::array<float, parameterCount>& values) {
+    state["preset-number"] = number;
+    state["name"] = std::string(name);
+    std::map<platform::AUParameterAddress, platform::AUValue> data;
+    for (std::size_t address = 0; address < values.size(); ++address)
+        data[address] = values[address];
+    state["data"] = std::move(data);
+    return state;
+}
+
+}  // namespace
+
+bool Instance::selectPreset(std::size_t number) {
+    if (number >= presetBank.size()) return false;
+    const auto& preset = presetBank[number];
+    restore(stateWith(unit_->fullState(), unitsNumberOf(number), preset.name, preset.values));
     return true;
+}
+
+void Instance::selectPreset(const Preset& preset) {
+    restore(stateWith(unit_->fullState(), usersPreset, preset.name, preset.values));
+}
+
+std::optional<std::size_t> Instance::presetNumber() const {
+    const auto state = unit_->fullState();
+    const auto number = state.find("preset-number");
+    if (number == state.end()) return std::nullopt;
+    for (std::size_t each = 0; each < presetBank.size(); ++each)
+        if (unitsNumberOf(each) == std::get<std::int64_t>(number->second) &&
+            presetBank[each].name == std::get<std::string>(state.at("name")))
+            return each;
+    return std::nullopt;
 }
 
 std::string Instance::saveState() const {
@@ -394,22 +428,25 @@ std::string Instance::saveState() const {
 
 bool Instance::restoreState(std::string_view text) {
     const auto state = decodeState(text);
-    if (!state) return false;
+    if (state) restore(*state);
+    return state.has_value();
+}
+
+void Instance::restore(const platform::AUState& state) {
     const RunLoop::MakeCurrent current(loop_);
     const HostActs host(this);
     {
         // Without a tree the audio unit takes the preset's number and name only: the values of a
         // factory preset must not reach the sound or observers on the way.
         const WithoutTree withoutTree(*unit_, tree_);
-        unit_->setFullState(*state);
+        unit_->setFullState(state);
     }
     Values values;
     for (const auto& [address, value] :
-         std::get<std::map<platform::AUParameterAddress, platform::AUValue>>(state->at("data")))
+         std::get<std::map<platform::AUParameterAddress, platform::AUValue>>(state.at("data")))
         values.at(address) = value;
     adopt(values);
     for (const auto& parameter : tree_->allParameters()) parameter->didChangeValue(token_);
-    return true;
 }
 
 /// Sets all parameters in one step: no cycle is rendered with some of the values. Blocks until the

@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
-#include "audiounit/presets.h"
 #include "dsp/ParameterSetting.h"
 #include "hosts/instance/AsymmetricFence.h"
 #include "hosts/instance/EditExchange.h"
 #include "hosts/instance/EventQueue.h"
+#include "hosts/instance/Preset.h"
 
 namespace platform {
 class AUAudioUnitFactory;
@@ -120,9 +120,14 @@ class Instance {
 
     // Presets and state
 
-    std::vector<std::string> factoryPresetNames() const;
-    /// Sets a preset's values as a host does. False for an unknown number.
-    bool selectFactoryPreset(std::size_t number);
+    /// Sets the values of a preset of presetBank, in one step, and keeps its name in the state.
+    /// False for an unknown number.
+    bool selectPreset(std::size_t number);
+    /// The same for a user's preset.
+    void selectPreset(const Preset& preset);
+    /// The number in presetBank of the preset that was selected last or came with a state; none
+    /// for a user's.
+    std::optional<std::size_t> presetNumber() const;
     /// Bytes; a host's state beyond that is refused unread. A state has a few hundred.
     static constexpr std::size_t largestState = 1 << 20;
     std::string saveState() const;
@@ -149,6 +154,7 @@ class Instance {
     void push(std::uint32_t frame, platform::AURenderEvent event);
     void apply(const platform::AURenderEvent& event);
     using Values = std::array<float, parameterCount>;  // by address
+    void restore(const platform::AUState& state);
     void adopt(const Values& values);
     void takeAdopted();
     void writeAdopted(std::uint64_t address, float value);

@@ -11,9 +11,9 @@
 #include <variant>
 
 #include "audiounit/parameters.h"
-#include "audiounit/presets.h"
 #include "hosts/instance/SavedState.h"
 #include "hosts/instance/made.h"
+#include "hosts/instance/presetBank.h"
 #include "hosts/vst3/View.h"
 #include "hosts/vst3/createPlugin.h"
 #include "hosts/vst3/description.h"
@@ -117,11 +117,7 @@ v3_result Plugin::setState(v3_bstream** stream) {
     const auto text = readAll(stream);
     tickNow();  // pending edits are older than the state
     if (!text || !instance_->restoreState(*text)) return V3_FALSE;
-    const auto state = *decodeState(*text);
-    if (const auto preset = state.find("preset-number"); preset != state.end()) {
-        const auto number = static_cast<std::size_t>(std::get<std::int64_t>(preset->second));
-        if (number < factoryPresetCount) program_ = number;
-    }
+    program_ = instance_->presetNumber().value_or(program_);
     takeValues();
     tickNow();
     return V3_OK;
@@ -150,7 +146,7 @@ v3_result Plugin::textOfValue(v3_param_id id, double value, std::int16_t* text) 
     if (!text || !stepsOf(id) || std::isnan(value)) return V3_INVALID_ARG;
     value = std::clamp(value, 0.0, 1.0);
     if (id == programId)
-        writeText(presetNames[programOf(value)], text, textSize);
+        writeText(presetBank[programOf(value)].name, text, textSize);
     else
         writeText(instance_->valueText(id, static_cast<float>(value)), text, textSize);
     return V3_OK;
@@ -160,9 +156,9 @@ v3_result Plugin::valueOfText(v3_param_id id, std::int16_t* text, double* value)
     if (!text || !value) return V3_INVALID_ARG;
     const auto words = readText(text, textSize);
     if (id == programId) {
-        const auto found = std::ranges::find(presetNames, words);
-        if (found == presetNames.end()) return V3_FALSE;
-        *value = valueOfProgram(static_cast<double>(found - presetNames.begin()));
+        const auto found = std::ranges::find(presetBank, words, &BankPreset::name);
+        if (found == presetBank.end()) return V3_FALSE;
+        *value = valueOfProgram(static_cast<double>(found - presetBank.begin()));
         return V3_OK;
     }
     const auto parsed = instance_->parseValue(id, words);
@@ -192,7 +188,7 @@ v3_result Plugin::setValue(v3_param_id id, double value) {
 
 v3_result Plugin::selectProgram(double value) {
     program_ = programOf(value);
-    instance_->selectFactoryPreset(program_);
+    instance_->selectPreset(program_);
     takeValues();
     if (const auto host = handler_)
         host(&v3_component_handler::restart_component, V3_RESTART_PARAM_VALUES_CHANGED);

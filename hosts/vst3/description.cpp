@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "audiounit/parameters.h"
-#include "audiounit/presets.h"
+#include "hosts/instance/presetBank.h"
 #include "hosts/instance/product.h"
 #include "hosts/vst3/Interface.h"
 #include "hosts/vst3/identity.h"
@@ -16,7 +16,7 @@ namespace qov::hosts::vst3 {
 // Parameters
 
 std::optional<std::int32_t> stepsOf(v3_param_id id) {
-    if (id == programId) return static_cast<std::int32_t>(factoryPresetCount) - 1;
+    if (id == programId) return static_cast<std::int32_t>(presetBank.size()) - 1;
     const auto* const parameter = parameterAt(id);
     if (!parameter) return std::nullopt;
     return parameter->isSwitch() ? 1 : 0;
@@ -24,7 +24,7 @@ std::optional<std::int32_t> stepsOf(v3_param_id id) {
 
 std::size_t programOf(double value) {
     if (std::isnan(value)) return 0;
-    constexpr auto count = static_cast<double>(factoryPresetCount);
+    constexpr auto count = static_cast<double>(presetBank.size());
     return static_cast<std::size_t>(std::clamp(value * count, 0.0, count - 1));
 }
 
@@ -80,15 +80,15 @@ v3_result getUnitInfo(std::int32_t index, v3_unit_info* info) {
 
 v3_result getProgramListInfo(std::int32_t index, v3_program_list_info* info) {
     if (!info || index != 0) return V3_INVALID_ARG;
-    *info = {.id = presetList, .name = {}, .programCount = std::int32_t{factoryPresetCount}};
+    *info = {.id = presetList, .name = {}, .programCount = std::int32_t{presetBank.size()}};
     writeText("Factory presets", info->name);
     return V3_OK;
 }
 
 v3_result getProgramName(std::int32_t list, std::int32_t program, std::int16_t* name) {
     const auto index = static_cast<std::size_t>(program);
-    if (!name || list != presetList || index >= factoryPresetCount) return V3_INVALID_ARG;
-    writeText(presetNames[index], name, textSize);
+    if (!name || list != presetList || index >= presetBank.size()) return V3_INVALID_ARG;
+    writeText(presetBank[index].name, name, textSize);
     return V3_OK;
 }
 

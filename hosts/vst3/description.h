@@ -16,7 +16,7 @@ inline constexpr std::size_t textSize = 128;
 
 /// Steps between the ends; 0 for a continuous parameter, null for an unknown id.
 std::optional<std::int32_t> stepsOf(v3_param_id id);
-/// The factory preset at a value of the program parameter; NaN counts as 0.
+/// The number in presetBank at a value of the program parameter; NaN counts as 0.
 std::size_t programOf(double value);
 /// The inverse.
 double valueOfProgram(double program);
@@ -28,7 +28,7 @@ double plainOfNormalised(v3_param_id id, double value);
 /// The inverse.
 double normalisedOfPlain(v3_param_id id, double plain);
 
-/// The factory presets: one unit, with one list of programs.
+/// The presets of presetBank: one unit, with one list of programs.
 extern const v3_unit_information_cpp unitTable;
 /// MIDI controllers come as parameter changes. Three of them mean the same as for the audio unit.
 extern const v3_midi_mapping_cpp midiMappingTable;

@@ -12,6 +12,7 @@
 #include <fmt/format.h>
 
 #include "audiounit/parameters.h"
+#include "hosts/instance/presetBank.h"
 #include "hosts/web/exchange.h"
 #include "hosts/window/EditorWindow.h"
 #include "platform/dispatch/RunLoop.h"
@@ -129,10 +130,10 @@ KELVANE_EXPORT(describe) int describe() {
             fmt::format(
                 R"({{"address":{},"name":"{}","option":"{}","isSwitch":{},"initial":{},"help":"{}"}})",
                 row.address, row.name, row.option, row.isSwitch(), row.initial, row.help));
-    for (const auto& name : effect().factoryPresetNames()) add(presets, '"' + name + '"');
+    for (const auto& preset : presetBank) add(presets, fmt::format("\"{}\"", preset.name));
     return giveText(fmt::format(R"({{"parameters":[{}],"presets":[{}]}})", parameters, presets));
 }
 
 KELVANE_EXPORT(selectPreset) bool selectPreset(int number) {
-    return effect().selectFactoryPreset(static_cast<std::size_t>(number));
+    return effect().selectPreset(static_cast<std::size_t>(number));
 }

@@ -1,15 +1,20 @@
 #include "hosts/clap/entry/presetDiscovery.h"
 
+#include <unistd.h>
+
+#include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <new>
 
-#include "audiounit/presets.h"
+#include "hosts/instance/presetBank.h"
+#include "hosts/instance/presetFolder.h"
 #include "hosts/instance/product.h"
 
 namespace qov::hosts::clap {
 
-// Only the names of the presets' table are used here: an entry may hold constants only.
+// Only the table of the presets is used here: an entry may hold constants only.
 
 namespace {
 
@@ -17,7 +22,7 @@ using abi::PresetProvider;
 using abi::PresetReceiver;
 
 const abi::PresetProviderDescriptor descriptor{CLAP_VERSION, "org.qov.kelvane.presets",
-                                               "QOV Kelvane factory presets", product::maker};
+                                               "QOV Kelvane presets", product::maker};
 
 const abi::PresetIndexer* indexerOf(const PresetProvider* provider) {
     return static_cast<const abi::PresetIndexer*>(provider->data);
@@ -26,20 +31,43 @@ const abi::PresetIndexer* indexerOf(const PresetProvider* provider) {
 bool init(const PresetProvider* provider) {
     const abi::PresetPlace place{abi::isFactoryContent, product::name, abi::inPlugin, nullptr};
     const auto* indexer = indexerOf(provider);
-    return indexer->declare_location(indexer, &place);
+    if (!indexer->declare_location(indexer, &place)) return false;
+    char folder[PATH_MAX];
+    if (!findPresetFolder(folder, sizeof folder) || access(folder, R_OK) != 0) return true;
+    const abi::PresetFileType type{"QOV Kelvane preset", "", presetEnding + 1};
+    const abi::PresetPlace users{abi::isUserContent, "User", abi::inFile, folder};
+    return indexer->declare_filetype(indexer, &type) && indexer->declare_location(indexer, &users);
 }
 
-bool getMetadata(const PresetProvider*, std::uint32_t kind, const char*,
+bool describePreset(const PresetReceiver* receiver, const char* name, const char* key,
+                    std::uint32_t flags) {
+    if (!receiver->begin_preset(receiver, name, key)) return false;
+    const abi::UniversalPluginId plugin{"clap", product::identifier};
+    receiver->add_plugin_id(receiver, &plugin);
+    receiver->set_flags(receiver, flags);
+    return true;
+}
+
+/// A user's preset: its name is the file's.
+bool describeFile(const PresetReceiver* receiver, const char* path) {
+    const char* const slash = std::strrchr(path, '/');
+    char name[NAME_MAX + 1];
+    std::snprintf(name, sizeof name, "%s", slash ? slash + 1 : path);
+    if (char* const dot = std::strrchr(name, '.')) *dot = 0;
+    return describePreset(receiver, name, nullptr, abi::isUserContent);
+}
+
+bool getMetadata(const PresetProvider*, std::uint32_t kind, const char* location,
                  const PresetReceiver* receiver) {
+    if (kind == abi::inFile) return location && describeFile(receiver, location);
     if (kind != abi::inPlugin) return false;
-    static_assert(factoryPresetCount <= 10, "a key is one digit");
-    for (std::size_t number = 0; number < factoryPresetCount; ++number) {
-        const char key[2] = {static_cast<char>('0' + number), 0};
-        if (!receiver->begin_preset(receiver, presetNames[number].data(), key)) return false;
-        const abi::UniversalPluginId plugin{"clap", product::identifier};
-        receiver->add_plugin_id(receiver, &plugin);
-        receiver->set_flags(receiver, abi::isFactoryContent);
+    char key[4];
+    for (std::size_t number = 0; number < presetBank.size(); ++number) {
+        const auto& preset = presetBank[number];
+        std::snprintf(key, sizeof key, "%zu", number);
+        if (!describePreset(receiver, preset.name.data(), key, abi::isFactoryContent)) return false;
         receiver->add_creator(receiver, product::maker);
+        receiver->set_description(receiver, preset.summary.data());
     }
     return true;
 }

@@ -4,8 +4,8 @@
 
 namespace qov::hosts::clap {
 
-/// Lists the factory presets for hosts that index presets, without an instance. A preset's key is
-/// its number.
+/// Lists the presets of presetBank, and names the folder and the files of the user's, for hosts
+/// that index presets, without an instance. The key of one of the bank is its number.
 extern const abi::PresetFactory presetFactory;
 
 }  // namespace qov::hosts::clap

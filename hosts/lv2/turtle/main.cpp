@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "audiounit/parameters.h"
-#include "audiounit/presets.h"
 #include "hosts/instance/Instance.h"
+#include "hosts/instance/presetBank.h"
 #include "hosts/instance/product.h"
 #include "hosts/instance/valueText.h"
 #include "hosts/lv2/Ports.h"
@@ -77,9 +77,10 @@ Values valuesOfPreset(std::size_t index) {
     for (const auto& parameter : hostParameters)
         values.push_back(fmt::format(
             "[ lv2:symbol \"{}\" ; pset:value {:.2f} ]", portSymbol(parameter),
-            portOfParameter(parameter.address, presetParameters[index][parameter.address])));
+            portOfParameter(parameter.address, presetBank[index].values[parameter.address])));
     return {{"number", std::to_string(index)},
-            {"label", std::string(presetNames[index])},
+            {"label", std::string(presetBank[index].name)},
+            {"about", std::string(presetBank[index].summary)},
             {"values", fmt::format("{}", fmt::join(values, " ,\n        "))}};
 }
 
@@ -112,7 +113,7 @@ std::string expanded(std::istream& lines) {
     const auto common = productValues();
     std::vector<Values> parameters, presets;
     for (const auto& parameter : hostParameters) parameters.push_back(valuesOf(parameter));
-    for (std::size_t i = 0; i < factoryPresetCount; ++i) presets.push_back(valuesOfPreset(i));
+    for (std::size_t i = 0; i < presetBank.size(); ++i) presets.push_back(valuesOfPreset(i));
 
     const std::vector<Values> once(1);
     const auto* items = &once;

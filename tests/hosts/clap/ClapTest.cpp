@@ -2,6 +2,7 @@
 
 #include <array>
 #include <chrono>
+#include <fstream>
 #include <functional>
 #include <thread>
 #include <tuple>
@@ -12,6 +13,7 @@
 #include "dsp/ParameterAddress.h"
 #include "tests/hosts/clap/TestHost.h"
 #include "tests/hosts/window/Screen.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace qov::test {
 namespace {
@@ -121,16 +123,30 @@ TEST(ClapPlugin, RefusesCallsThatLackAnArgument) {
 TEST(ClapPlugin, LoadsItsPresetsAndRefusesOthers) {
     namespace abi = hosts::clap::abi;
     const Host host;
+    const auto* presets = host.extension<abi::PluginPresetLoad>(abi::presetLoad);
     const auto load = [&](const char* key) {
-        return host.extension<abi::PluginPresetLoad>(abi::presetLoad)
-            ->from_location(host.plugin, abi::inPlugin, nullptr, key);
+        return presets->from_location(host.plugin, abi::inPlugin, nullptr, key);
     };
-    EXPECT_TRUE(load("2"));
-    EXPECT_EQ(host.loadedPreset, "2");
+    EXPECT_TRUE(load("12"));
+    EXPECT_EQ(host.loadedPreset, "12");
     EXPECT_EQ(std::pair(host.rescans, host.dirt), std::pair(1, 1));
-    for (const char* wrong : {"3", "-1", "", "2x", static_cast<const char*>(nullptr)})
+    for (const char* wrong : {"15", "-1", "", "2x", static_cast<const char*>(nullptr)})
         EXPECT_FALSE(load(wrong));
     EXPECT_NE(host.presetError, "");
+    // A user's file.
+    const TemporaryFolder folder;
+    const auto loadFile = [&](const char* text) {
+        std::ofstream(folder / "mine.kelvane") << text;
+        return presets->from_location(host.plugin, abi::inFile, (folder / "mine.kelvane").c_str(),
+                                      "");
+    };
+    EXPECT_TRUE(loadFile("# mine\npanorama L30\n"));
+    double panorama = 0;
+    host.extension<clap_plugin_params_t>(CLAP_EXT_PARAMS)
+        ->get_value(host.plugin, kPanorama, &panorama);
+    EXPECT_EQ(panorama, 0.35F);
+    EXPECT_FALSE(loadFile("panorama L300\n"));
+    EXPECT_EQ(host.presetError, "line 1: panorama does not take 'L300'");
 }
 
 TEST(ClapEditor, FloatsAndIsClosedInHostsWithATimerAlone) {

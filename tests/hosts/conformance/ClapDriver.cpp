@@ -193,8 +193,11 @@ std::vector<std::string> indexedPresets() {
     namespace abi = hosts::clap::abi;
     std::vector<std::string> names;
     abi::PresetIndexer indexer{};
+    indexer.declare_filetype = [](const abi::PresetIndexer*, const abi::PresetFileType*) {
+        return true;
+    };
     indexer.declare_location = [](const abi::PresetIndexer*, const abi::PresetPlace* place) {
-        return place->kind == abi::inPlugin;
+        return place->kind == abi::inPlugin || place->location[0] == '/';
     };
     abi::PresetReceiver receiver{};
     receiver.data = &names;
@@ -207,6 +210,7 @@ std::vector<std::string> indexedPresets() {
     };
     receiver.set_flags = [](const abi::PresetReceiver*, std::uint32_t) {};
     receiver.add_creator = [](const abi::PresetReceiver*, const char*) {};
+    receiver.set_description = [](const abi::PresetReceiver*, const char*) {};
     const auto& presets = clapFactory<abi::PresetFactory>(abi::presetDiscovery);
     const auto* provider =
         presets.create(&presets, &indexer, presets.get_descriptor(&presets, 0)->id);

@@ -297,7 +297,6 @@ PluginDescription describe() {
         lilv_world_load_resource(world, node);
         description.presets.push_back(object(node, LILV_NS_RDFS "label"));
     }
-    std::ranges::sort(description.presets);
     lilv_nodes_free(presets);
 
     std::vector<float> minimum(lilv_plugin_get_num_ports(plugin)), maximum = minimum,

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include "hosts/instance/Instance.h"
+#include "hosts/instance/presetBank.h"
 #include "hosts/vst3/Interface.h"
 #include "hosts/vst3/createPlugin.h"
 #include "hosts/vst3/identity.h"
@@ -80,7 +81,7 @@ TEST(Vst3, ReportsTheHostsValuesBeforeABlockHasThem) {
     EXPECT_EQ(effect.latency(), 0U);
     // A program sets all values.
     effect.set(programId, 1);
-    EXPECT_EQ(effect.value(kPanorama), 0.5);
+    EXPECT_EQ(effect.value(kPanorama), double{presetBank.back().values[kPanorama]});
     EXPECT_EQ(effect.value(programId), 1);
     EXPECT_EQ(effect.latency(), 2048U);
     effect.setActive(false);

@@ -1,4 +1,6 @@
-#include "audiounit/presets.h"
+#include <gmock/gmock.h>
+
+#include "hosts/instance/presetBank.h"
 #include "hosts/instance/product.h"
 #include "tests/hosts/conformance/FormatTest.h"
 
@@ -39,8 +41,9 @@ TEST_P(Description, HasTheNamesRangesAndDefaultsOfTheParameters) {
             EXPECT_EQ(parameter.isBypass, address == 7);
             EXPECT_TRUE(parameter.isAutomatable);
         }
-        for (std::size_t preset = 0; preset < description.presets.size(); ++preset)
-            EXPECT_EQ(description.presets[preset], presetNames[preset]);
+        std::vector<std::string> presets;
+        for (const auto& preset : hosts::presetBank) presets.emplace_back(preset.name);
+        EXPECT_THAT(description.presets, testing::UnorderedElementsAreArray(presets));
     }
 }
 

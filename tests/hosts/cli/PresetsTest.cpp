@@ -1,0 +1,51 @@
+#include <tuple>
+#include <utility>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/hosts/cli/Program.h"
+#include "tests/hosts/cli/Sound.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+TEST(Presets, SoundAsTheirParametersDoWhereverTheyAreNamed) {
+    const TemporaryFolder folder;
+    const auto kelvane = [&](const std::string& arguments) {
+        return shell("cd " + folder.path() + " && XDG_DATA_HOME=$PWD/data $K " + arguments);
+    };
+    save(folder / "in.wav", {.samples = noise(20000)});
+    ASSERT_EQ(kelvane("presets --save Mine --summary 'for me' --preset 'early right 2 ms' "
+                      "--panorama L30")
+                  .code,
+              0);
+    for (const auto& [preset, parameters] :
+         {std::pair{"'wider PAD'", "--stereo-width 0.75"},
+          {"7", "--test-mono"},
+          {"Mine", "--phase-shift 2ms --panorama L30"},
+          {"data/kelvane/presets/Mine.kelvane --panorama C", "--phase-shift 2ms"}}) {
+        EXPECT_EQ(kelvane(std::string("render in.wav a.wav --preset ") + preset).code, 0) << preset;
+        EXPECT_EQ(kelvane(std::string("render in.wav b.wav ") + parameters).code, 0);
+        EXPECT_EQ(load(folder / "a.wav").samples, load(folder / "b.wav").samples) << preset;
+    }
+    EXPECT_THAT(kelvane("presets").out, HasSubstr("\nMine                         panorama L 30 %, "
+                                                  "phase-shift 2.0 ms  for me\n"));
+
+    write(folder / "wrong.kelvane", "# no\nstereo-width 2\n");
+    for (const auto& [arguments, code, line] :
+         {std::tuple{"render in.wav a.wav --preset 'wider pat'", 2, "did you mean 'Wider pad'?\n"},
+          {"render in.wav a.wav --preset wrong.kelvane", 1,
+           "wrong.kelvane: line 2: stereo-width does not take '2'\n"},
+          {"render in.wav a.wav --preset in.wav/none", 1, "in.wav/none: Not a directory\n"},
+          {"presets --save Mine --bypass", 1, "exists; -y (--overwrite) replaces it\n"},
+          {"presets --save Other", 2, "--save: needs parameters or --preset"},
+          {"presets --save ../Other --bypass", 2, "is a name, without slashes\n"}}) {
+        const auto run = kelvane(arguments);
+        EXPECT_EQ(run.code, code) << arguments;
+        EXPECT_THAT(run.err, HasSubstr(line));
+    }
+}
+
+}  // namespace
