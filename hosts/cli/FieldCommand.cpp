@@ -22,7 +22,7 @@ int runField(const Arguments& arguments) {
     std::string output;
     std::vector<std::string> inputs;
     parser.addArgument("OUT", output, "picture to write, .png or .svg");
-    parser.addArguments("FILE", inputs, "one or two sound files", 2);
+    parser.addArguments("FILE", inputs, "one or two sound files", 1, 2);
     if (const auto code = parser.parse(arguments)) return *code;
     drawFieldOf(inputs, output);
     return 0;

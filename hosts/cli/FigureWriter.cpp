@@ -101,10 +101,10 @@ std::string FigureWriter::row(std::string_view file, const MeasuredPart& part) c
     return text + '\n';
 }
 
-std::string FigureWriter::end(const std::vector<std::string>& remarks) const {
+std::string FigureWriter::end(const std::string& remarks) const {
     if (form_ == Form::json) return "\n]\n";
-    if (form_ == Form::csv || isCurve_ || remarks.empty()) return {};
-    return fmt::format("\n{}\n", fmt::join(remarks, "\n"));
+    if (remarks.empty()) return {};
+    return '\n' + remarks;
 }
 
 std::string FigureWriter::tableRow(std::string_view file, const MeasuredPart& part) const {

@@ -2,7 +2,6 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "hosts/cli/measureFile.h"
 
@@ -20,10 +19,11 @@ class FigureWriter {
     std::string head() const;
     /// In JSON a comma stands before each row; the one before the first is not to be printed.
     std::string row(std::string_view file, const MeasuredPart& part) const;
-    /// remarks: a line each, of which a table prints those of whole files.
-    std::string end(const std::vector<std::string>& remarks) const;
+    /// remarks: lines, where there are any.
+    std::string end(const std::string& remarks) const;
 
-    Form form() const { return form_; }
+    /// Whether remarks stand at the end: in a table of whole files. In JSON they stand in each row.
+    bool hasRemarks() const { return form_ == Form::table && !isCurve_; }
     bool isCurve() const { return isCurve_; }
 
  private:

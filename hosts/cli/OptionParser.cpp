@@ -85,8 +85,8 @@ void OptionParser::addOptionalArgument(const std::string& name, std::string& tex
 }
 
 void OptionParser::addArguments(const std::string& name, std::vector<std::string>& texts,
-                                const std::string& help, int most) {
-    app_->add_option(name, texts, help)->required()->expected(1, most);
+                                const std::string& help, int least, int most) {
+    app_->add_option(name, texts, help)->required(least > 0)->expected(least, most);
 }
 
 void OptionParser::addOption(const std::string& name, std::string& text, const std::string& help,
@@ -113,6 +113,10 @@ void OptionParser::addParameters(std::span<std::string> texts, bool onlyInTree) 
         else
             addOption(name, texts[i], std::string(parameter.help), "0..1");
     }
+}
+
+Failure OptionParser::missing(const std::string& argument) const {
+    return Failure(fmt::format("{} is required; see {} --help", argument, app_->get_name()), 2);
 }
 
 std::optional<int> OptionParser::parse(const Arguments& arguments) {

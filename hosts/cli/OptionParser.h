@@ -30,9 +30,9 @@ class OptionParser {
 
     void addArgument(const std::string& name, std::string& text, const std::string& help);
     void addOptionalArgument(const std::string& name, std::string& text, const std::string& help);
-    /// One at least, and `most` at most.
+    /// From `least` to `most`.
     void addArguments(const std::string& name, std::vector<std::string>& texts,
-                      const std::string& help, int most = 1 << 29);
+                      const std::string& help, int least = 0, int most = 1 << 29);
     /// type: what it takes, for --help. Given twice, the last one counts.
     void addOption(const std::string& name, std::string& text, const std::string& help,
                    const std::string& type);
@@ -44,6 +44,9 @@ class OptionParser {
     /// The option of every parameter, or of those only that hosts see. Its text goes to its place
     /// in `texts`, which has one for each parameter: see parseSettings().
     void addParameters(std::span<std::string> texts, bool onlyInTree);
+
+    /// What parse() throws where an argument is missing.
+    Failure missing(const std::string& argument) const;
 
     /// Returns the exit code if the command ends here (0 after --help), nothing if it goes on.
     /// Throws Failure (2) for wrong arguments, with the nearest option for an unknown one.
@@ -60,7 +63,6 @@ std::int64_t parseNumber(const std::string& option, const std::string& text, std
 /// The same, with a fraction.
 double parseNumber(const std::string& option, const std::string& text, double minimum,
                    double maximum);
-
 
 /// The text of --size, "680x440", in points. Throws Failure (2) for another text and for a side
 /// that is not 1..largest points long.

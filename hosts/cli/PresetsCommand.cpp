@@ -80,7 +80,8 @@ std::string fileText(const PresetsOptions& options) {
     bool isEmpty = true;
     for (const auto& parameter : hostParameters) {
         const auto& typed = options.values[parameter.address];
-        if (typed.empty() && options.preset.empty()) continue;
+        const bool isKept = !options.preset.empty() && base[parameter.address] != parameter.initial;
+        if (typed.empty() && !isKept) continue;
         text += typed.empty() ? fmt::format("{} {}\n", parameter.option, base[parameter.address])
                               : fmt::format("{} {}\n", parameter.option, typed);
         isEmpty = false;

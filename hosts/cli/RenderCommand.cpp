@@ -5,12 +5,15 @@
 #include <array>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include <fmt/format.h>
 
+#include "hosts/cli/BatchOptions.h"
 #include "hosts/cli/Command.h"
 #include "hosts/cli/OptionParser.h"
 #include "hosts/cli/Parameters.h"
+#include "hosts/cli/renderBatch.h"
 #include "hosts/cli/renderFile.h"
 #include "platform/foundation/Console.h"
 
@@ -22,6 +25,10 @@ OUT's format follows its ending: wav, flac, aiff, w64, rf64, caf, au, ogg, opus,
 the input's subtype where the format has it, else float, pcm24, pcm16 or the format's own codec. A WAV
 that grows beyond 4 GiB becomes RF64. Integers are rounded without dither and clamped to full
 scale; a line on standard error says how many samples that clipped, and -q leaves it out.
+
+Several INs, a folder, a list (--files-from) and a share of them (--shard) go to the folder OUT, where they
+keep the tree below the folder, or the list's paths. Each output appears whole. A file that fails is named
+and the others go on; the exit code is then 1. Ctrl-C ends it, and --skip-done goes on from there.
 
 A pipe carries WAV, AIFF, AU, Ogg, MP3 or raw floats in, and WAV or raw floats out.
 
@@ -52,7 +59,10 @@ jumps by 2048 frames. --raw-timing writes that: what the render calls return, fr
 /// The command line, before it is checked.
 struct Options {
     RenderJob job;
+    std::vector<std::string> paths;  // the last is OUT
+    BatchOptions batch;
     std::string preset, block, rawRate;
+    bool skipDone = false;
     bool isRawTiming = false;
     bool overwrites = false;
     bool progress = false;
@@ -62,8 +72,9 @@ struct Options {
 
 void declare(OptionParser& parser, Options& options) {
     auto& job = options.job;
-    parser.addArgument("IN", job.input, "sound file, stereo; - for standard input");
-    parser.addArgument("OUT", job.output, "sound file to write; - for standard output");
+    parser.addArguments("IN... OUT", options.paths,
+                        "sound files, stereo, or folders; then the file or the folder to write; - "
+                        "for standard input and output");
     parser.addParameters(job.values, false);
     parser.addOption("--preset", options.preset,
                      "preset, before the options above; kelvane presets lists them", "NAME|FILE");
@@ -75,6 +86,8 @@ void declare(OptionParser& parser, Options& options) {
     parser.addOption("--raw", options.rawRate, "- is raw stereo float, little-endian, at this rate",
                      "RATE");
     parser.addOption("--block", options.block, "frames of a render call (512)", "1..1024");
+    options.batch.declare(parser);
+    parser.addSwitch("--skip-done", options.skipDone, "leave out files whose output exists");
     parser.addSwitch("--raw-timing", options.isRawTiming,
                      "write what the render calls return, 2048 frames late");
     parser.addSwitch("--upmix", job.upmix, "take a mono input, too");
@@ -122,7 +135,8 @@ void complete(Options& options) {
         if (job.input != "-" && job.output != "-")
             throw Failure("--raw: is for standard input and output; neither IN nor OUT is -", 2);
     }
-    if (!options.overwrites && isTypedAtTerminal() && isExistingFile(job.output))
+    options.overwrites = options.overwrites || !isTypedAtTerminal();
+    if (!options.overwrites && isExistingFile(job.output) && !options.skipDone)
         throw Failure(fmt::format("{}: exists; -y (--overwrite) replaces it", job.output));
     job.timing = options.isRawTiming ? Timing::raw : Timing::aligned;
     job.showProgress = !options.noProgress && (options.progress || isatty(STDERR_FILENO) != 0);
@@ -143,9 +157,19 @@ int runRender(const Arguments& arguments) {
     Options options;
     declare(parser, options);
     if (const auto code = parser.parse(arguments)) return *code;
+    auto& job = options.job;
+    if (options.paths.empty()) throw parser.missing("IN");
+    if (options.paths.size() == 1 && options.batch.filesFrom.empty()) throw parser.missing("OUT");
+    job.output = options.paths.back();
+    options.paths.pop_back();
+    const bool isBatch = options.batch.areMany(options.paths) || isFolder(job.output);
+    if (!isBatch) job.input = options.paths[0];
     complete(options);
-    if (options.diagnostics) showDiagnostics(options.job.output == "-");
-    renderFile(options.job);
+    if (options.diagnostics) showDiagnostics(job.output == "-");
+    if (isBatch)
+        return renderBatch({job, options.batch.inputsFor(options.paths, job.output), job.output,
+                            options.batch.workers(), options.skipDone, options.overwrites});
+    if (!options.skipDone || !isExistingFile(job.output)) renderFile(job);
     return 0;
 }
 

@@ -7,7 +7,7 @@ namespace {
 
 // What is worth a word.
 constexpr double smallestDelay = 0.5;    // frames
-constexpr double smallestMatch = 0.5;    // for a delay
+constexpr double smallestMatch = 0.7;    // for a delay
 constexpr double smallestOffset = 2e-3;  // -54 dBFS
 constexpr int longestShift = 100;        // the effect's phase shift, in shares of a second
 

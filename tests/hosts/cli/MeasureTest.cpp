@@ -64,7 +64,7 @@ TEST_F(Measure, LimitsAndFilesThatFailHaveTheirExitCodeAndLine) {
           {"gone.wav mono.wav --fail-if 'peak>-90'", 1,
            "kelvane: gone.wav: there is no such file\n"},
           {"5.1.wav", 1, "kelvane: 5.1.wav: has 6 channels; kelvane takes stereo\n"},
-          {"mono.wav --every 10", 1, "--every 10: is shorter than 0.1 s at 44100 Hz\n"},
+          {"mono.wav --every 10", 2, "--every 10: is shorter than 0.1 s at 44100 Hz\n"},
           {"mono.wav --every soon", 2, "--every: 'soon' is not a time"},
           {"mono.wav --fail-if 'corelation<0'", 2, "did you mean 'correlation'?\n"},
           {"mono.wav --fail-if 'peak=0'", 2, "'peak=0' is not a figure"},

@@ -367,7 +367,7 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
     const auto files = folder.files();
     for (const auto& [arguments, code, message] : {
              std::tuple{"gone.wav out.wav", 1, "gone.wav: there is no such file"},
-             {"sub out.wav", 1, "sub: is a folder"},
+             {"sub out.wav", 2, "out.wav: is not a folder, to which several files go"},
              {"text.wav out.wav", 1, "text.wav: not a sound file that can be read"},
              {"header.wav out.wav --salvage", 1, "header.wav: has no samples behind its header"},
              {"begun.wav out.wav --salvage", 1, "begun.wav: is truncated before its first whole"},
@@ -398,7 +398,7 @@ TEST_F(Render, BadInputEndsWithOneLineAndLeavesTheOutputAlone) {
              {"in.wav out.wav --block 0", 2, "--block 0: takes a whole number from 1 to 1024"},
              {"in.wav out.wav --block", 2, "--block needs a value"},
              {"in.wav", 2, "OUT is required"},
-             {"in.wav out.wav more.wav", 2, "'more.wav' is one argument too many"},
+             {"in.wav out.wav more.wav", 2, "more.wav: is not a folder"},
              {"in.wav out.wav --automation none.txt", 1,
               "none.txt: cannot read the automation: No such file"},
              {"in.wav out.wav --automation ''", 2, "--automation: needs a value"},
