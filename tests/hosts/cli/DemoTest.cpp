@@ -15,11 +15,11 @@ namespace {
 using qov::cli::StereoField;
 using testing::HasSubstr;
 
-TEST(Demo, WritesThePhraseItsTourAndThePictureFromAnyFolder) {
+using Demo = ProgramTest;
+TEST_F(Demo, WritesThePhraseItsTourAndThePictureFromAnyFolder) {
     // A change of this number is a change of the sound that people hear.
     constexpr std::uint64_t tourChecksum = 0x6F8E51CC223DD9D5;
-    const TemporaryFolder folder;
-    const auto run = shell("cd " + (folder / "") + " && $K demo sub/folder");
+    const auto run = kelvane("demo sub/folder");
     ASSERT_EQ(run.code, 0) << run.err;
     SampleChecksum checksum;
     for (const double sample : load(folder / "sub/folder/tour.wav").samples)
@@ -66,14 +66,13 @@ TEST(StereoField, MeasuresWidthCorrelationAndBalanceAndTracesMidUpright) {
     }
 }
 
-TEST(Field, DrawsOneOrTwoFilesAsPngAndSvgAndNamesWhatIsWrong) {
-    const TemporaryFolder folder;
+using Field = ProgramTest;
+TEST_F(Field, DrawsOneOrTwoFilesAsPngAndSvgAndNamesWhatIsWrong) {
     save(folder / "a.wav", {.samples = noise(20000)});
     save(folder / "silent.wav", {.samples = {0, 0}});
     save(folder / "empty.wav", {});
-    const auto at = "cd " + (folder / "") + " && $K field ";
-    EXPECT_EQ(shell(at + "one.png a.wav").code, 0);
-    EXPECT_EQ(shell(at + "two.svg a.wav silent.wav").code, 0);
+    EXPECT_EQ(kelvane("field one.png a.wav").code, 0);
+    EXPECT_EQ(kelvane("field two.svg a.wav silent.wav").code, 0);
     EXPECT_THAT(contents(folder / "two.svg"),
                 testing::AllOf(HasSubstr("<svg"), HasSubstr("</svg>")));
     EXPECT_EQ(contents(folder / "one.png").substr(12, 4), "IHDR");
@@ -84,7 +83,7 @@ TEST(Field, DrawsOneOrTwoFilesAsPngAndSvgAndNamesWhatIsWrong) {
           {"one.png empty.wav", 1, "empty.wav: has no samples"},
           {"one.png a.wav a.wav a.wav", 2, "FILE has too many values"},
           {"/dev/full a.wav", 2, "/dev/full: a picture ends in"}}) {
-        const auto run = shell(at + arguments);
+        const auto run = kelvane(std::string("field ") + arguments);
         EXPECT_EQ(run.code, code) << arguments;
         EXPECT_THAT(run.err, HasSubstr(message));
     }

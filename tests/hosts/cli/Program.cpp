@@ -1,9 +1,7 @@
 #include "tests/hosts/cli/Program.h"
 
-#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <fstream>
@@ -11,19 +9,11 @@
 
 Run shell(const std::string& command) {
     const TemporaryFolder folder;
-    const auto out = folder / "out";
-    const auto err = folder / "err";
-    const pid_t pid = fork();
-    if (pid == 0) {
-        dup2(open(out.c_str(), O_CREAT | O_WRONLY, 0600), STDOUT_FILENO);
-        dup2(open(err.c_str(), O_CREAT | O_WRONLY, 0600), STDERR_FILENO);
-        setenv("K", KELVANE_PROGRAM, 1);
-        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
-        _exit(127);
-    }
-    int status = 0;
+    const auto out = folder / "out", err = folder / "err";
+    setenv("K", KELVANE_PROGRAM, 1);
+    const int status = std::system(("exec >" + out + " 2>" + err + "\n" + command).c_str());
     rusage usage{};
-    wait4(pid, &status, 0, &usage);
+    getrusage(RUSAGE_CHILDREN, &usage);
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, contents(out), contents(err),
             usage.ru_maxrss};
 }
@@ -33,6 +23,12 @@ std::string contents(const std::string& path) {
     std::ostringstream text;
     text << file.rdbuf();
     return text.str();
+}
+
+std::string bigEndian(std::size_t value, int bytes, int bits) {
+    std::string text;
+    while (bytes-- > 0) text += static_cast<char>(value >> (bits * bytes) & ((1U << bits) - 1));
+    return text;
 }
 
 void write(const std::string& path, const std::string& bytes) {

@@ -12,6 +12,7 @@ void save(const std::string& path, const Sound& sound) {
     SNDFILE* const file = sf_open(path.c_str(), SFM_WRITE, &info);
     ASSERT_NE(file, nullptr) << path << ": " << sf_strerror(nullptr);
     for (const auto& [key, text] : sound.strings) sf_set_string(file, key, text.c_str());
+    if (sound.silence > 0) sf_seek(file, sound.silence, SEEK_SET);
     sf_write_double(file, sound.samples.data(), std::ssize(sound.samples));
     sf_close(file);
 }
@@ -21,7 +22,7 @@ Sound load(const std::string& path) {
     SNDFILE* const file = sf_open(path.c_str(), SFM_READ, &info);
     EXPECT_NE(file, nullptr) << path << ": " << sf_strerror(nullptr);
     if (!file) return {};
-    Sound sound{info.format, info.samplerate, info.channels, {}, {}};
+    Sound sound{info.format, info.samplerate, info.channels};
     sound.samples.resize(static_cast<std::size_t>(info.frames * info.channels));
     sf_read_double(file, sound.samples.data(), std::ssize(sound.samples));
     for (int key = SF_STR_FIRST; key <= SF_STR_LAST; ++key)

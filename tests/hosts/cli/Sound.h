@@ -11,7 +11,8 @@ struct Sound {
     int format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
     int rate = 44100;
     int channels = 2;
-    std::vector<double> samples = {};                       ///< interleaved
+    std::int64_t silence = 0;          ///< frames before the samples; saved as a hole on the disk
+    std::vector<double> samples = {};  ///< interleaved
     std::vector<std::pair<int, std::string>> strings = {};  ///< by SF_STR_TITLE and the like
 };
 
