@@ -95,9 +95,10 @@ TEST_F(Batch, SaysInOneLineWhatCannotBe) {
 }
 
 TEST_F(Batch, LeavesFinishedFilesAndNoOthersWhereItIsEnded) {
-    save(folder / "in/long.wav", {.samples = noise(10'000'000)});
+    const int format = SF_FORMAT_W64 | SF_FORMAT_FLOAT;
+    save(folder / "in/long.w64", {.format = format, .silence = 500'000'000, .samples = {0, 0}});
     const auto run = shell("cd " + folder.path() +
-                           " && { $K render in/sub in/long.wav out/ -j 1 & "
+                           " && { $K render in/sub in/long.w64 out/ -j 1 & "
                            "until ls -A out 2>&1 | grep -q [.]long; do :; done; kill $!; wait $!; "
                            "echo $?; }");
     EXPECT_EQ(run.out, "143\n") << run.err;
