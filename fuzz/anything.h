@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 #include <iterator>
+#include <vector>
 
 /// White noise in -1..1 (a linear congruential generator), the same for the same seed.
 class Noise {
@@ -14,6 +15,7 @@ class Noise {
     }
     /// What the last sample was made of: any bits.
     std::uint32_t bits() const { return state_; }
+    std::uint8_t byte() { return next(), static_cast<std::uint8_t>(state_ >> 24); }
 
  private:
     std::uint32_t state_;
@@ -24,4 +26,18 @@ inline float anyValue(std::uint8_t choice) {
     if (choice < 200) return static_cast<float>(choice) / 199;
     constexpr float wrong[] = {NAN, INFINITY, -INFINITY, -1, 2, 1e-42F};
     return wrong[choice % std::size(wrong)];
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+/// The target's property as a test: on random inputs with this first byte.
+inline void giveRandomInputs(std::uint8_t first, int rounds, std::size_t size,
+                             std::uint8_t seed = 0) {
+    Noise noise(seed);
+    for (; rounds > 0; --rounds) {
+        std::vector<std::uint8_t> bytes(size);
+        for (auto& byte : bytes) byte = noise.byte();
+        bytes[0] = first;
+        LLVMFuzzerTestOneInput(bytes.data(), size);
+    }
 }

@@ -1,7 +1,7 @@
-// Any list of cycles, events and parameter changes: the kernel in its fastest form gives the bits
+// Any list of cycles, events and parameter changes: the kernel in each of its forms gives the bits
 // of the plain frame-by-frame code.
 //
-// Input: a byte for the sample rate, then cycles. A cycle is its length (two bytes, to 2500
+// Input: a byte for form and sample rate, then cycles. A cycle is its length (two bytes, to 2500
 // frames), a byte for how buffers alias and how many events it has, a seed byte for the signal, and
 // the events: time, kind, address and value.
 
@@ -57,20 +57,21 @@ std::vector<platform::AURenderEvent> takeEvents(Bytes& bytes, std::int64_t now,
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static const char* const fastest = ChainLoops::select("v4")   ? "v4"
-                                       : ChainLoops::select("v3") ? "v3"
-                                                                  : "baseline";
-    Bytes bytes(data, size);
     constexpr double rates[] = {44100, 96000, 192000, 384000, 8000};
+    Bytes bytes(data, size);
     const auto choice = bytes.take<std::uint8_t>();
-    FormPair pair(choice >= 128 ? "baseline" : fastest, rates[choice % 5]);
+    const auto* const form = forms[choice / 5 % 3];
+    if (!ChainLoops::select(form)) return -1;
+    FormPair pair(form, rates[choice % 5]);
     for (int cycles = 0; cycles < 24 && !bytes.empty(); ++cycles) {
         const auto frames = bytes.take<std::uint16_t>() % 2501u;
         const auto shape = bytes.take<std::uint8_t>();
-        Noise noise(bytes.take<std::uint8_t>());
+        const auto seed = bytes.take<std::uint8_t>();
+        Noise noise(seed);
         Samples memory(4 * frames);
         for (float& frame : memory) {
             frame = noise.next();
+            if (seed % 4 == 0) frame *= 0x1p-130F;  // subnormal
             if (noise.bits() % 97 == 0) frame = std::bit_cast<float>(noise.bits());
         }
         auto events = takeEvents(bytes, pair.now(), frames, shape / 6 % 16);

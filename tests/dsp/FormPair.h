@@ -2,11 +2,13 @@
 
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "tests/dsp/KernelRig.h"
 
 namespace qov::test {
+
+/// Of the chain's loops, by name.
+inline constexpr const char* forms[] = {"baseline", "v3", "v4"};
 
 /// How the four blocks of a cycle lie in memory.
 enum class Buffers { apart, inPlace, crossed, oneInput, overlapping, oneOutput, count };
