@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
+#include <utility>
 
 /// A fuzzer's input, read from its beginning; behind its end there are zeros.
 class Bytes {
@@ -18,6 +20,7 @@ class Bytes {
         at_ += length;
         return value;
     }
+    std::string rest() { return {std::exchange(at_, end_), end_}; }
 
  private:
     const std::uint8_t *at_, *end_;

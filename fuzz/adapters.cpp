@@ -1,7 +1,8 @@
 // Any calls of a host at a built plug-in, through its format's C interface: what comes out is, to
-// the bit, what the bare instance gives for the same calls in buffers apart from each other, and so
-// are latency and values. Damaged states are refused or repaired. The instance itself is one of the
-// formats: it takes channels anywhere in memory or null, and any events and values.
+// the bit, what the bare instance gives for valid calls in buffers apart from each other and in
+// blocks of the longest cycle, and so are latency, values and their texts. A state is taken up in
+// the next run, a damaged one refused with nothing changed, or repaired. The instance itself is one
+// of the formats: it takes channels anywhere in memory or null, and any events and values.
 //
 // Input: the format and the sample rate (a byte each), then calls, a byte each for its kind and
 // what that needs. A block takes its length (two bytes), how its buffers lie and a seed for the
@@ -11,7 +12,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <map>
@@ -35,6 +35,7 @@ using test::Format;
 using test::Plugin;
 
 constexpr std::uint32_t longest = 1500;
+constexpr std::uint32_t longestCycle = 1024;
 constexpr double rates[] = {44100, 8000, 384000};
 // A host automates a parameter or lets its user set it, at a time.
 constexpr std::uint64_t automated[] = {kPanorama,    kPhaseShift, kSwapChannels,
@@ -45,10 +46,8 @@ constexpr std::uint64_t settings[] = {kStereoWidth, kInvertChannel};
 class Pair {
  public:
     Pair(const Format& format, const Format& instance, double rate)
-        : isInstance_(&format == &instance),
-          rate_(rate),
-          plugins_{format.create(), instance.create()} {
-        activate();
+        : formats_{&format, &instance}, rate_(rate), plugins_{format.create(), instance.create()} {
+        for (const auto& one : plugins_) activate(*one);
     }
     ~Pair() {
         for (const auto& one : plugins_) one->deactivate();
@@ -57,20 +56,12 @@ class Pair {
     void call(Bytes& bytes) {
         const auto kind = bytes.take<std::uint8_t>() % 12;
         if (kind > 4) return process(bytes);
-        if (kind == 2) {
-            const auto choice = bytes.take<std::uint8_t>(), data = bytes.take<std::uint8_t>();
-            const auto address = isInstance_ ? choice % 12 : settings[choice % 2];
-            const auto value = isInstance_ ? anyValue(data) : static_cast<float>(data) / 255;
-            for (const auto& one : plugins_) one->setValue(address, value);
-        } else if (kind == 3) {
-            restoreDamaged(bytes);
-        } else {
-            for (const auto& one : plugins_) {
-                if (kind == 0) one->deactivate();
-                if (kind == 1) one->reset();
-                if (kind == 4) one->idle(), one->takeEdits();
-            }
-            if (kind == 0) activate();
+        if (kind == 0) restart(bytes.take<std::uint8_t>());
+        if (kind == 2) setValue(bytes);
+        if (kind == 3) restoreDamaged(bytes);
+        for (const auto& one : plugins_) {
+            if (kind == 1) one->reset();
+            if (kind == 4) one->idle();
         }
         // What a host has set takes effect with the next block at the latest.
         Bytes nothing(nullptr, 0);
@@ -78,25 +69,68 @@ class Pair {
     }
 
  private:
-    /// Always at one rate: a format that can't change it has to make a new plug-in then.
-    void activate() {
-        for (const auto& one : plugins_)
-            require(one->activate(rate_, longest), "the plug-in does not become active");
+    void activate(Plugin& plugin) const {
+        require(plugin.activate(rate_, longest), "the plug-in does not become active");
     }
 
-    /// A saved state with a few bytes of it changed, or cut short; then the one that was saved.
+    /// Another activation, of the same plug-ins, or of new ones with the state of the old ones.
+    void restart(std::uint8_t choice) {
+        const bool changesRate = choice & 1, isRestoredFirst = choice & 2;
+        const bool isNew = choice & 4 || (changesRate && !formats_[0]->can.changesRate);
+        if (changesRate) rate_ = rates[choice / 8 % std::size(rates)];
+        for (std::size_t i : {0, 1}) {
+            auto& plugin = plugins_[i];
+            const auto state = plugin->saveState();
+            plugin->deactivate();
+            if (isNew) plugin = formats_[i]->create();
+            if (isNew && isRestoredFirst) plugin->restoreState(state);
+            activate(*plugin);
+            if (isNew && !isRestoredFirst) plugin->restoreState(state);
+            if (isNew || changesRate) plugin->reset();
+            require(plugin->saveState() == state, "the state is not restored");
+            require(plugin->takeEdits().empty(), "restoring is an edit");
+        }
+    }
+
+    void setValue(Bytes& bytes) {
+        const auto choice = bytes.take<std::uint8_t>(), data = bytes.take<std::uint8_t>();
+        const auto address = isInstance() ? choice % 12 : settings[choice % 2];
+        const auto value = isInstance() ? anyValue(data) : static_cast<float>(data) / 255;
+        plugins_[0]->setValue(address, value);
+        if (address < 8 && !std::isnan(value))
+            plugins_[1]->setValue(address, std::clamp(value, 0.0F, 1.0F));
+        if (!formats_[0]->can.texts) return;
+        const auto text = plugins_[1]->valueText(choice % 8, value);
+        require(plugins_[0]->valueText(choice % 8, value) == text, "a text is not the instance's");
+        require(plugins_[0]->parseValue(data % 8, text) == plugins_[1]->parseValue(data % 8, text),
+                "a text is read differently");
+    }
+
+    /// A saved state with a few bytes of it changed, or cut short, or any text in its place; then
+    /// the one that was saved.
     void restoreDamaged(Bytes& bytes) {
-        const std::string saved[] = {plugins_[0]->saveState(), plugins_[1]->saveState()};
-        auto damaged = saved[0];
-        for (int left = bytes.take<std::uint8_t>() % 8; left > 0; --left)
+        constexpr int any = 248;
+        auto& plugin = *plugins_[0];
+        const std::string saved[] = {plugin.saveState(), plugins_[1]->saveState()};
+        const auto before = values(plugin);
+        const auto damage = bytes.take<std::uint8_t>();
+        auto damaged = damage == any ? bytes.rest() : saved[0];
+        for (int left = damage % 8; left > 0; --left)
             damaged[bytes.take<std::uint16_t>() % damaged.size()] =
                 static_cast<char>(bytes.take<std::uint8_t>());
         damaged.resize(damaged.size() -
                        std::min<std::size_t>(bytes.take<std::uint8_t>(), damaged.size()));
-        plugins_[0]->restoreState(damaged);
-        checkRange();
+        const bool isTaken = plugin.restoreState(damaged);
+        const auto after = values(plugin);
+        const auto again = plugin.saveState();
+        require(isTaken || (after == before && again == saved[0]),
+                "a refused state has changed something");
         for (int i : {0, 1})
             require(plugins_[i]->restoreState(saved[i]), "a plug-in refuses its own state");
+        require(
+            plugin.restoreState(again) && values(plugin) == after && plugin.saveState() == again,
+            "what was saved comes back changed");
+        plugin.restoreState(saved[0]);
     }
 
     static std::uint8_t byte(int value) { return static_cast<std::uint8_t>(value); }
@@ -108,11 +142,12 @@ class Pair {
         for (int left = bytes.take<std::uint8_t>() % 16; left > 0; --left) {
             const auto frame = bytes.take<std::uint16_t>() % (longest + 10);
             const auto kind = bytes.take<std::uint8_t>(), data = bytes.take<std::uint8_t>();
-            if (isInstance_) {
-                events.push_back(kind < 128 ? test::parameterEvent(frame, kind % 12, anyValue(data))
+            if (isInstance()) {
+                const auto address = kind % 12 == 11 ? ~std::uint64_t{0} : kind % 12u;
+                events.push_back(kind < 128 ? test::parameterEvent(frame, address, anyValue(data))
                                             : test::midiEvent(frame, byte(0xB0 + kind % 32),
                                                               byte(7 + kind % 5), data,
-                                                              kind == 255 ? data % 4 : 3));
+                                                              data % 8 == 7 ? kind % 4 : 3));
                 continue;
             }
             const bool isMidi = kind >= 192;
@@ -132,6 +167,27 @@ class Pair {
         return events;
     }
 
+    /// Those that an instance does not drop, as it takes them.
+    static std::vector<AURenderEvent> valid(std::vector<AURenderEvent> events,
+                                            std::uint32_t frames) {
+        std::erase_if(events, [](const AURenderEvent& event) {
+            const auto length = event.MIDI.length;
+            const auto address = event.parameter.parameterAddress;
+            if (test::isMidi(event))
+                return length == 0 || (length < 3 && event.MIDI.data[0] < 0xC0);
+            return (address > kBypass && address != kVolume) || std::isnan(event.parameter.value);
+        });
+        for (auto& event : events) {
+            auto& time = event.head.eventSampleTime;
+            time = std::min(time, std::max<std::int64_t>(frames, 1) - 1);
+            if (test::isMidi(event))
+                event.MIDI.data[2] &= 0x7F;
+            else
+                event.parameter.value = std::clamp(event.parameter.value, 0.0F, 1.0F);
+        }
+        return events;
+    }
+
     void process(Bytes& bytes) {
         const auto frames = bytes.take<std::uint16_t>() % (longest + 1);
         constexpr std::size_t layouts[][2] = {{2, 3}, {0, 1}, {1, 0}};
@@ -140,45 +196,41 @@ class Pair {
         std::vector<float> memory(4 * std::size_t{longest});
         for (auto& sample : memory) sample = noise.next();
         const auto place = [&](std::size_t quarter) -> float* {
-            if (!isInstance_) return memory.data() + quarter * longest;
+            if (!isInstance()) return memory.data() + quarter * longest;
             const auto choice = bytes.take<std::uint8_t>();
-            return choice == 255 ? nullptr : memory.data() + choice * std::size_t{12};
+            return choice > 239 ? nullptr : memory.data() + choice * std::size_t{12};
         };
         float* const input[] = {place(0), place(1)};
-        float* output[] = {place(left), place(right)};
-        // Two outputs in one place have no right answer.
-        if (output[0] && output[1] && std::abs(output[0] - output[1]) < std::ptrdiff_t{frames})
-            output[1] = nullptr;
+        float* const output[] = {place(left), place(right)};
         const auto events = takeEvents(bytes, frames);
 
-        std::vector<float> apart(memory.size()), expected = memory;
-        const auto channel = [&](std::size_t c) { return apart.data() + c * longest; };
-        for (std::size_t c : {0, 1})
-            if (input[c]) std::copy_n(input[c], frames, channel(c));
-        plugins_[1]->process({input[0] ? channel(0) : nullptr, input[1] ? channel(1) : nullptr},
-                             {channel(2), channel(3)}, frames, events);
-        for (std::size_t c : {0, 1})
-            if (output[c])
-                std::copy_n(channel(2 + c), frames, expected.data() + (output[c] - memory.data()));
+        Stereo apart{std::vector<float>(frames), std::vector<float>(frames)};
+        if (input[0]) apart.left.assign(input[0], input[0] + frames);
+        if (input[1]) apart.right.assign(input[1], input[1] + frames);
+        apart = processAll(*plugins_[1], apart, longestCycle, valid(events, frames));
+        auto expected = memory;
+        const auto put = [&](const std::vector<float>& channel, const float* where) {
+            if (where) std::ranges::copy(channel, expected.begin() + (where - memory.data()));
+        };
+        put(apart.left, output[0]);
+        put(apart.right, output[1]);  // stays where they overlap
         plugins_[0]->process({input[0], input[1]}, {output[0], output[1]}, frames, events);
         require(std::memcmp(memory.data(), expected.data(), memory.size() * sizeof(float)) == 0,
                 "the sound is not that of the instance");
         plugins_[0]->idle();
         require(plugins_[0]->latency() == plugins_[1]->latency(), "the latency is another");
-        for (std::uint64_t address = 0; address < 8; ++address)
-            require(plugins_[0]->value(address) == plugins_[1]->value(address),
-                    "a value is not the instance's");
-        checkRange();
+        require(values(*plugins_[0]) == values(*plugins_[1]), "a value is not the instance's");
     }
 
-    void checkRange() const {
-        for (std::uint64_t address = 0; address < 8; ++address) {
-            const float value = plugins_[0]->value(address);
-            require(value >= 0 && value <= 1, "a value is out of range");
-        }
+    static std::vector<float> values(Plugin& plugin) {
+        const auto all = plugin.values();
+        require(std::ranges::all_of(all, [](float value) { return value >= 0 && value <= 1; }),
+                "a value is out of range");
+        return all;
     }
+    bool isInstance() const { return formats_[0] == formats_[1]; }
 
-    bool isInstance_;
+    std::array<const Format*, 2> formats_;
     double rate_;
     std::array<std::unique_ptr<Plugin>, 2> plugins_;
 };

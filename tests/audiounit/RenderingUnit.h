@@ -1,9 +1,7 @@
 #pragma once
 
 #include <algorithm>
-#include <cstddef>
 #include <memory>
-#include <random>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -12,36 +10,10 @@
 #include "audiounit/componentDescription.h"
 #include "platform/audiotoolbox/AudioBufferList.h"
 #include "tests/support/ConsoleLines.h"
+#include "tests/support/Stereo.h"
 #include "tests/support/renderEvents.h"
 
 namespace qov {
-
-/// A stereo signal, or what came out for one.
-struct Stereo {
-    std::vector<float> left;
-    std::vector<float> right;
-    bool operator==(const Stereo&) const = default;
-};
-
-/// Frames 1, 2, 3, … on the left and their negatives on the right: each frame shows its place.
-inline Stereo ramp(std::size_t frames) {
-    Stereo signal;
-    for (std::size_t i = 1; i <= frames; ++i) {
-        signal.left.push_back(static_cast<float>(i));
-        signal.right.push_back(-static_cast<float>(i));
-    }
-    return signal;
-}
-
-/// White noise in -1..1, the same for the same length.
-inline Stereo noise(std::size_t frames) {
-    std::minstd_rand random(7);
-    std::uniform_real_distribution<float> level(-1, 1);
-    Stereo signal{std::vector<float>(frames), std::vector<float>(frames)};
-    for (auto* channel : {&signal.left, &signal.right})
-        for (auto& sample : *channel) sample = level(random);
-    return signal;
-}
 
 /// An initialised audio unit and a host that renders whole signals through it.
 class RenderingUnit {
@@ -82,14 +54,11 @@ class RenderingUnit {
     platform::AUInternalRenderBlock block;
     platform::AudioTimeStamp time{0, 0, platform::kAudioTimeStampSampleTimeValid};
     platform::StereoBufferList pulled;  // what the pull block copies from
-    platform::AURenderPullInputBlock pull =
-        [this](platform::AudioUnitRenderActionFlags*, const platform::AudioTimeStamp*,
-               platform::AUAudioFrameCount frames, std::int64_t,
-               platform::AudioBufferList* data) -> platform::AUAudioUnitStatus {
+    platform::AURenderPullInputBlock pull = [this](auto*, auto*, auto frames, auto, auto* data) {
         for (std::uint32_t i = 0; i < data->mNumberBuffers && i < 2; ++i)
             std::copy_n(static_cast<const float*>(pulled.mBuffers[i].mData), frames,
                         static_cast<float*>(data->mBuffers[i].mData));
-        return 0;
+        return platform::AUAudioUnitStatus{0};
     };
 };
 

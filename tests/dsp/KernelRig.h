@@ -1,7 +1,5 @@
 #pragma once
 
-#include <bit>
-#include <cmath>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -10,22 +8,12 @@
 #include "dsp/QOV_Kelvane_PluginDSPKernel.h"
 #include "platform/audiotoolbox/AudioBufferList.h"
 #include "platform/audiotoolbox/AudioTimeStamp.h"
+#include "tests/support/Stereo.h"
 #include "tests/support/renderEvents.h"
 
 namespace qov::test {
 
 using Samples = std::vector<float>;
-
-/// Where two runs of frames differ in a bit, in words; empty where they do not. Any NaN is as good
-/// as any other.
-inline std::string difference(const char* what, const float* a, const float* b, std::size_t count) {
-    for (std::size_t i = 0; i < count; ++i)
-        if (std::bit_cast<int>(a[i]) != std::bit_cast<int>(b[i]) &&
-            !(std::isnan(a[i]) && std::isnan(b[i])))
-            return std::string(what) + "[" + std::to_string(i) + "]: " + std::to_string(a[i]) +
-                   " and " + std::to_string(b[i]);
-    return {};
-}
 
 /// A kernel that is ready to render at a rate, on a clock that starts at 0.
 class KernelRig {

@@ -27,19 +27,6 @@ inline bool isMidi(const platform::AURenderEvent& event) {
     return event.head.eventType == platform::AURenderEventMIDI;
 }
 
-/// The events of [begin, end), whose times count from begin then.
-inline std::vector<platform::AURenderEvent> eventsWithin(
-    const std::vector<platform::AURenderEvent>& events, std::int64_t begin, std::int64_t end) {
-    std::vector<platform::AURenderEvent> inside;
-    for (auto event : events) {
-        auto& time = event.head.eventSampleTime;
-        if (time < begin || time >= end) continue;
-        time -= begin;
-        inside.push_back(event);
-    }
-    return inside;
-}
-
 /// Links events in their order; the head, or null for none.
 inline platform::AURenderEvent* linked(std::vector<platform::AURenderEvent>& events) {
     for (std::size_t i = 0; i < events.size(); ++i)

@@ -4,12 +4,9 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
-#include <mutex>
-#include <utility>
+#include <iterator>
 
 #include "audiounit/parameters.h"
-#include "hosts/vst3/Gate.h"
 #include "tests/hosts/clap/TestHost.h"
 #include "tests/hosts/conformance/Plugin.h"
 
@@ -27,31 +24,7 @@ class ClapPlugin : public Plugin {
 
     // Sound
 
-    bool activate(double sampleRate, std::uint32_t longestBlock) override {
-        rate_ = sampleRate;
-        longest_ = longestBlock;
-        isActive_ = plugin_->activate(plugin_, sampleRate, 1, longestBlock) &&
-                    plugin_->start_processing(plugin_);
-        return isActive_;
-    }
-    void deactivate() override {
-        plugin_->stop_processing(plugin_);
-        plugin_->deactivate(plugin_);
-        isActive_ = false;
-    }
     void reset() override { plugin_->reset(plugin_); }
-
-    void prepare(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
-                 std::span<const AURenderEvent> events) override {
-        const std::lock_guard alone(busy_);
-        for (std::size_t channel = 0; channel < 2; ++channel) {
-            input_[channel] = const_cast<float*>(input[channel]);
-            output_[channel] = output[channel];
-        }
-        host_.sent = std::exchange(set_, {});
-        for (const auto& event : events) host_.sent.push_back(clapEvent(event));
-        block_.frames_count = frames;
-    }
     void run() override { repeat(1); }
     void repeat(int times) override {
         const std::lock_guard alone(busy_);
@@ -69,12 +42,6 @@ class ClapPlugin : public Plugin {
         double value = -1;
         params_->get_value(plugin_, static_cast<clap_id>(address), &value);
         return static_cast<float>(value);
-    }
-    void setValue(std::uint64_t address, float value) override {
-        const auto event = clapEvent(parameterEvent(0, address, value));
-        const std::lock_guard alone(busy_);
-        set_.push_back(event);
-        if (!isActive_) flush();
     }
     std::string valueText(std::uint64_t address, float value) override {
         std::array<char, 64> text{};
@@ -99,15 +66,14 @@ class ClapPlugin : public Plugin {
         }
         std::vector<Edit> edits;
         for (const auto& event : received) {
-            const auto type = event.header.type;
             if (event.header.flags & CLAP_EVENT_DONT_RECORD) continue;
-            const bool isValue = type == CLAP_EVENT_PARAM_VALUE;
-            const auto id = isValue ? event.value.param_id : event.gesture.param_id;
-            if (isValue) latest_.at(id) = static_cast<float>(event.value.value);
-            edits.push_back({isValue                                  ? Kind::value
-                             : type == CLAP_EVENT_PARAM_GESTURE_BEGIN ? Kind::begin
-                                                                      : Kind::end,
-                             id, latest_.at(id)});
+            if (event.header.type == CLAP_EVENT_PARAM_VALUE) {
+                const auto value = static_cast<float>(event.value.value);
+                edits.push_back({Kind::value, event.value.param_id, value});
+                continue;
+            }
+            const bool begins = event.header.type == CLAP_EVENT_PARAM_GESTURE_BEGIN;
+            edits.push_back({begins ? Kind::begin : Kind::end, event.gesture.param_id, 0});
         }
         return edits;
     }
@@ -164,10 +130,24 @@ class ClapPlugin : public Plugin {
     }
 
  private:
-    void flush() {
-        host_.sent = std::exchange(set_, {});
-        params_->flush(plugin_, &host_.in, &host_.out);
+    bool start(double sampleRate, std::uint32_t longestBlock) override {
+        rate_ = sampleRate;
+        longest_ = longestBlock;
+        return plugin_->activate(plugin_, sampleRate, 1, longestBlock) &&
+               plugin_->start_processing(plugin_);
     }
+    void stop() override {
+        plugin_->stop_processing(plugin_);
+        plugin_->deactivate(plugin_);
+    }
+    void setUp(const std::vector<AURenderEvent>& pending,
+               std::span<const AURenderEvent> events) override {
+        host_.sent.clear();
+        std::ranges::transform(pending, std::back_inserter(host_.sent), clapEvent);
+        std::ranges::transform(events, std::back_inserter(host_.sent), clapEvent);
+        block_.frames_count = frames_;
+    }
+    void runInactive() override { params_->flush(plugin_, &host_.in, &host_.out); }
 
     ClapTestHost host_;
     const clap_plugin_t* plugin_ = host_.plugin;
@@ -176,15 +156,8 @@ class ClapPlugin : public Plugin {
     const clap_plugin_gui_t* gui_ = host_.gui();
     double rate_ = 0;
     std::uint32_t longest_ = 0;
-    std::atomic<bool> isActive_{false};
-
-    hosts::vst3::Gate busy_;      // keeps two threads of the host apart without a system call
-    std::vector<ClapEvent> set_;  // by the main thread, for the next block
-    std::array<float, parameterCount> latest_{};  // reported values
-
-    std::array<float*, 2> input_{}, output_{};
-    clap_audio_buffer_t inputs_{input_.data(), nullptr, 2, 0, 0};
-    clap_audio_buffer_t outputs_{output_.data(), nullptr, 2, 0, 0};
+    clap_audio_buffer_t inputs_{input_, nullptr, 2, 0, 0};
+    clap_audio_buffer_t outputs_{output_, nullptr, 2, 0, 0};
     clap_process_t block_{-1, 0, nullptr, &inputs_, &outputs_, 1, 1, &host_.in, &host_.out};
 };
 

@@ -16,19 +16,7 @@ using platform::AURenderEvent;
 
 class InstancePlugin : public Plugin {
  public:
-    bool activate(double sampleRate, std::uint32_t longestBlock) override {
-        return instance_->activate(sampleRate, longestBlock, nullptr);
-    }
-    void deactivate() override { instance_->deactivate(); }
     void reset() override { instance_->reset(); }
-
-    void prepare(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
-                 std::span<const AURenderEvent> events) override {
-        std::ranges::copy(input, input_);
-        std::ranges::copy(output, output_);
-        frames_ = frames;
-        events_.assign(events.begin(), events.end());
-    }
     void run() override {
         playBlock(*instance_, {input_[0], input_[1]}, {output_[0], output_[1]}, frames_, events_);
     }
@@ -76,12 +64,17 @@ class InstancePlugin : public Plugin {
     void idle() override { instance_->pump(); }
 
  private:
+    bool start(double sampleRate, std::uint32_t longestBlock) override {
+        return instance_->activate(sampleRate, longestBlock, nullptr);
+    }
+    void stop() override { instance_->deactivate(); }
+    void setUp(const std::vector<AURenderEvent>&, std::span<const AURenderEvent> events) override {
+        events_.assign(events.begin(), events.end());
+    }
+
     std::unique_ptr<Instance> instance_ =
         Instance::create(nullptr, {}, std::make_shared<AudioUnitViewController>());
     std::unique_ptr<EditorWindow> editor_;  // ends before the instance
-    const float* input_[2] = {};
-    float* output_[2] = {};
-    std::uint32_t frames_ = 0;
     std::vector<AURenderEvent> events_;
 };
 

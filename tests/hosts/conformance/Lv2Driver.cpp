@@ -10,7 +10,6 @@
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
-#include <mutex>
 #include <stdexcept>
 #include <utility>
 
@@ -49,49 +48,20 @@ class Lv2Plugin : public Plugin {
     Lv2Plugin() { instantiate(48000, 0); }
     ~Lv2Plugin() override {
         closeEditor();
-        if (isActive_) host_->deactivate();
+        if (isActive_) deactivate();
     }
 
-    /// A plug-in keeps its rate and longest block, so others make a new plug-in with the old one's
-    /// state.
-    bool activate(double sampleRate, std::uint32_t longestBlock) override {
-        if (sampleRate != rate_ || longestBlock != longestBlock_) {
-            const auto bytes = saveState();
-            const bool hasEditor = editor_ != nullptr;
-            closeEditor();
-            if (!instantiate(sampleRate, longestBlock) || !restoreState(bytes)) return false;
-            if (hasEditor) openEditor(parent_);
-        }
-        host_->activate();
-        isActive_ = true;
-        runEmpty();
-        return true;
-    }
-    void deactivate() override {
-        host_->deactivate();
-        isActive_ = false;
-    }
     void reset() override {
         host_->deactivate();
         host_->activate();
     }
 
-    void prepare(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
-                 std::span<const AURenderEvent> events) override {
-        host_->connectAudio(input, output);
-        frames_ = frames;
-        auto all = takeSettings();
-        all.insert(all.end(), events.begin(), events.end());
-        host_->takeAnswers();
-        host_->send(all);
-    }
     void run() override {
         host_->run(frames_);
         latency_.store(static_cast<std::uint32_t>(host_->latency), std::memory_order_relaxed);
     }
 
     std::uint32_t latency() override { return latency_; }
-    bool takeLatencyAnnouncement() override { return false; }
 
     /// The value in a saved state: a host has no other way to read it from any thread.
     float value(std::uint64_t address) override {
@@ -102,20 +72,14 @@ class Lv2Plugin : public Plugin {
         return std::strtof(text.c_str() + at + key.size(), nullptr);
     }
     void setValue(std::uint64_t address, float value) override {
-        pushSetting(address, portOf(address, value));
-        if (isActive_) return;
-        host_->activate();
-        runEmpty();
-        host_->deactivate();
+        Plugin::setValue(address, portOf(address, value));
     }
-    std::string valueText(std::uint64_t, float) override { return {}; }
-    std::optional<float> parseValue(std::uint64_t, const std::string&) override { return {}; }
     std::vector<EditExchange::Edit> takeEdits() override { return std::exchange(edits_, {}); }
 
     // A host saves the values of the ports beside the properties.
     std::string saveState() override {
         auto saved = host_->save();
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard alone(busy_);
         std::string bytes(reinterpret_cast<const char*>(host_->controls.data()),
                           sizeof host_->controls);
         return bytes + saved[seenPorts].c_str() + '\n' + saved[state].c_str();
@@ -183,21 +147,34 @@ class Lv2Plugin : public Plugin {
         return true;
     }
 
-    void runEmpty() {
+    /// A plug-in keeps its rate and longest block, so others make a new plug-in with the old one's
+    /// state.
+    bool start(double sampleRate, std::uint32_t longestBlock) override {
+        if (sampleRate != rate_ || longestBlock != longestBlock_) {
+            const auto bytes = saveState();
+            const bool hasEditor = editor_ != nullptr;
+            closeEditor();
+            if (!instantiate(sampleRate, longestBlock) || !restoreState(bytes)) return false;
+            if (hasEditor) openEditor(parent_);
+        }
+        host_->activate();
         prepare({nullptr, nullptr}, {nullptr, nullptr}, 0, {});
         run();
+        return true;
     }
-
-    void pushSetting(std::uint64_t address, float port) {
-        const std::lock_guard lock(mutex_);
-        settings_.push_back(parameterEvent(0, address, port));
+    void stop() override { host_->deactivate(); }
+    void runInactive() override {
+        host_->activate();
+        run();
+        host_->deactivate();
     }
     /// The host's own changes go to the ports. One that a port does not show, as it had that value
     /// already, goes as a message.
-    std::vector<AURenderEvent> takeSettings() {
-        const std::lock_guard lock(mutex_);
+    void setUp(const std::vector<AURenderEvent>& pending,
+               std::span<const AURenderEvent> events) override {
+        host_->connectAudio(input_, output_);
         std::vector<AURenderEvent> messages;
-        for (const auto& setting : std::exchange(settings_, {})) {
+        for (const auto& setting : pending) {
             const auto address = setting.parameter.parameterAddress;
             const float value = setting.parameter.value;
             auto& port = host_->controls[address];
@@ -206,7 +183,9 @@ class Lv2Plugin : public Plugin {
                     parameterEvent(0, address, address == kBypass ? 1 - value : value));
             port = value;
         }
-        return messages;
+        messages.insert(messages.end(), events.begin(), events.end());
+        host_->takeAnswers();
+        host_->send(messages);
     }
 
     // The editor's calls
@@ -216,15 +195,12 @@ class Lv2Plugin : public Plugin {
         return *static_cast<const Interface*>(editorBinary_->descriptor->extension_data(uri));
     }
     void write(std::uint64_t address, float port) {
-        written_[address] = address == kBypass ? 1 - port : port;
-        edits_.push_back({Kind::value, address, written_[address]});
-        pushSetting(address, port);
+        edits_.push_back({Kind::value, address, address == kBypass ? 1 - port : port});
+        Plugin::setValue(address, port);
     }
     LV2UI_Touch touch_{this, [](LV2UI_Feature_Handle handle, std::uint32_t port, bool isDown) {
-                           auto& self = *static_cast<Lv2Plugin*>(handle);
-                           const auto address = port - firstControl;
-                           self.edits_.push_back(
-                               {isDown ? Kind::begin : Kind::end, address, self.written_[address]});
+                           static_cast<Lv2Plugin*>(handle)->edits_.push_back(
+                               {isDown ? Kind::begin : Kind::end, port - firstControl, 0});
                        }};
     LV2UI_Resize resize_{this, [](LV2UI_Feature_Handle self, int width, int height) {
                              static_cast<Lv2Plugin*>(self)->size_ = {width, height};
@@ -243,12 +219,7 @@ class Lv2Plugin : public Plugin {
     std::uint64_t parent_ = 0;
     std::pair<int, int> size_;
     std::vector<EditExchange::Edit> edits_;
-    std::array<float, parameterCount> written_{};  // by the editor
-    bool isActive_ = false;
-    std::uint32_t frames_ = 0;
     std::atomic<std::uint32_t> latency_{0};
-    std::mutex mutex_;
-    std::vector<AURenderEvent> settings_;  // ports' values on their way to the audio thread
 };
 
 /// A node of lilv's, freed with this.
@@ -323,8 +294,7 @@ PluginDescription describe() {
     return description;
 }
 
-const bool registered = Format::add<Lv2Plugin>(
-    "LV2", {.texts = false, .announcesLatency = false, .restoresWhileRunning = false}, describe);
+const bool registered = Format::add<Lv2Plugin>("LV2", {false, false, false, false}, describe);
 
 }  // namespace
 }  // namespace qov::test

@@ -5,7 +5,6 @@
 #include <travesty/component.h>
 #include <travesty/unit.h>
 
-#include <mutex>
 #include <stdexcept>
 
 #include "hosts/vst3/Interface.h"
@@ -13,7 +12,6 @@
 #include "tests/hosts/conformance/Plugin.h"
 #include "tests/hosts/conformance/SharedObject.h"
 #include "tests/hosts/vst3/Host.h"
-#include "tests/support/renderEvents.h"
 
 namespace qov::test {
 namespace {
@@ -78,47 +76,11 @@ class Vst3Plugin : public Plugin {
         controller_(&v3_edit_controller::set_component_handler, nullptr);
     }
 
-    bool activate(double sampleRate, std::uint32_t longestBlock) override {
-        v3_process_setup setup{.process_mode = V3_REALTIME,
-                               .symbolic_sample_size = V3_SAMPLE_32,
-                               .max_block_size = static_cast<std::int32_t>(longestBlock),
-                               .sample_rate = sampleRate};
-        if (processor_(&v3_audio_processor::setup_processing, &setup) != V3_OK) return false;
-        isActive_ = setActive(true);
-        return isActive_;
-    }
-    void deactivate() override {
-        setActive(false);
-        isActive_ = false;
-    }
     void reset() override {
         processor_(&v3_audio_processor::set_processing, v3_bool{false});
         processor_(&v3_audio_processor::set_processing, v3_bool{true});
     }
 
-    void prepare(const float* const (&input)[2], float* const (&output)[2], std::uint32_t frames,
-                 std::span<const AURenderEvent> events) override {
-        for (int channel = 0; channel < 2; ++channel) {
-            input_[channel] = const_cast<float*>(input[channel]);
-            output_[channel] = output[channel];
-        }
-        in_ = {.num_channels = 2, .channel_silence_bitset = 0, .channel_buffers_32 = input_};
-        out_ = {.num_channels = 2, .channel_silence_bitset = 3, .channel_buffers_32 = output_};
-        changes_.clear();
-        {
-            const std::lock_guard lock(pendingMutex_);
-            for (const auto& [id, value] : pending_) changes_.add(id, 0, value);
-            pending_.clear();
-        }
-        for (const auto& event : events) addEvent(event);
-        data_ = {};
-        data_.symbolic_sample_size = V3_SAMPLE_32;
-        data_.nframes = static_cast<std::int32_t>(frames);
-        data_.num_input_buses = data_.num_output_buses = 1;
-        data_.inputs = &in_;
-        data_.outputs = &out_;
-        data_.input_params = changes_.face();
-    }
     void run() override {
         if (processor_(&v3_audio_processor::process, &data_) != V3_OK)
             throw std::runtime_error("process");
@@ -141,8 +103,7 @@ class Vst3Plugin : public Plugin {
     void setValue(std::uint64_t address, float value) override {
         const auto id = static_cast<v3_param_id>(address);
         controller_(&v3_edit_controller::set_parameter_normalised, id, double{value});
-        const std::lock_guard lock(pendingMutex_);
-        if (isActive_) pending_.emplace_back(id, value);
+        if (isActive_) Plugin::setValue(address, value);
     }
     std::string valueText(std::uint64_t address, float value) override {
         std::int16_t text[textSize] = {};
@@ -206,11 +167,35 @@ class Vst3Plugin : public Plugin {
     void describe(PluginDescription& description) const;
 
  private:
+    bool start(double sampleRate, std::uint32_t longestBlock) override {
+        v3_process_setup setup{.process_mode = V3_REALTIME,
+                               .symbolic_sample_size = V3_SAMPLE_32,
+                               .max_block_size = static_cast<std::int32_t>(longestBlock),
+                               .sample_rate = sampleRate};
+        return processor_(&v3_audio_processor::setup_processing, &setup) == V3_OK &&
+               setActive(true);
+    }
+    void stop() override { setActive(false); }
     bool setActive(bool isActive) {
         if (!isActive) processor_(&v3_audio_processor::set_processing, v3_bool{false});
         const auto result = component_(&v3_component::set_active, v3_bool{isActive});
         if (isActive) processor_(&v3_audio_processor::set_processing, v3_bool{true});
         return result == V3_OK;
+    }
+    void setUp(const std::vector<AURenderEvent>& pending,
+               std::span<const AURenderEvent> events) override {
+        in_ = {.num_channels = 2, .channel_silence_bitset = 0, .channel_buffers_32 = input_};
+        out_ = {.num_channels = 2, .channel_silence_bitset = 3, .channel_buffers_32 = output_};
+        changes_.clear();
+        for (const auto& event : pending) addEvent(event);
+        for (const auto& event : events) addEvent(event);
+        data_ = {};
+        data_.symbolic_sample_size = V3_SAMPLE_32;
+        data_.nframes = static_cast<std::int32_t>(frames_);
+        data_.num_input_buses = data_.num_output_buses = 1;
+        data_.inputs = &in_;
+        data_.outputs = &out_;
+        data_.input_params = changes_.face();
     }
     /// Controllers come as the parameters that the plug-in assigns to them; other messages don't.
     void addEvent(const AURenderEvent& event) {
@@ -233,12 +218,7 @@ class Vst3Plugin : public Plugin {
     Held<v3_audio_processor> processor_;
     Held<v3_edit_controller> controller_;
     Held<v3_midi_mapping> mapping_;
-    bool isActive_ = false;
-    std::mutex pendingMutex_;
-    std::vector<std::pair<v3_param_id, double>> pending_;  // from the main to the audio thread
     Changes changes_;
-    float* input_[2] = {};
-    float* output_[2] = {};
     v3_audio_bus_buffers in_{}, out_{};
     v3_process_data data_{};
 };

@@ -4,8 +4,6 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <limits>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -16,7 +14,6 @@
 
 #include <fmt/core.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "editor/AudioUnitViewController.h"
 #include "platform/dispatch/RunLoop.h"
@@ -32,22 +29,11 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 
 constexpr double rate = 48000;
-constexpr std::uint32_t longestBlock = 8192;
+constexpr std::uint32_t longestBlock = 2048;
 constexpr std::uint32_t late = 2048;
-
-/// Events all over a signal, in order.
-std::vector<AURenderEvent> automation(std::uint32_t frames) {
-    return {
-        parameterEvent(0, kStereoWidth, 0.9f),        parameterEvent(100, kPhaseShift, 0.3f),
-        parameterEvent(frames / 4, kSwapChannels, 1), parameterEvent(frames / 3, kPanorama, 0.2f),
-        midiEvent(frames / 2, 0xb3, 11, 40),          midiEvent(frames / 2, 0xb0, 7, 90),
-        parameterEvent(frames - 1, kTestMono, 1)};
-}
 
 class InstanceTest : public testing::Test {
  protected:
-    InstanceTest() { EXPECT_TRUE(instance_->activate(rate, longestBlock, nullptr)); }
-
     static std::unique_ptr<Instance> fresh() {
         auto instance = Instance::create(nullptr, platform::RunLoop::createForTest(),
                                          std::make_shared<AudioUnitViewController>());
@@ -55,18 +41,11 @@ class InstanceTest : public testing::Test {
         return instance;
     }
 
-    /// All of it in blocks of one length, with separate buffers.
     static Stereo render(Instance& instance, const Stereo& input, std::uint32_t block,
                          const std::vector<AURenderEvent>& events = {}) {
-        const auto frames = static_cast<std::uint32_t>(input.left.size());
-        Stereo output{std::vector<float>(frames, -9), std::vector<float>(frames, -9)};
-        for (std::uint32_t at = 0; at < frames; at += block) {
-            const auto count = std::min(block, frames - at);
-            test::playBlock(instance, {input.left.data() + at, input.right.data() + at},
-                            {output.left.data() + at, output.right.data() + at}, count,
-                            test::eventsWithin(events, at, at + count));
-        }
-        return output;
+        return test::inBlocks(input, block, events, [&](const auto&... arguments) {
+            test::playBlock(instance, arguments...);
+        });
     }
 
     std::vector<std::string> edits() {
@@ -83,91 +62,8 @@ class InstanceTest : public testing::Test {
     }
 
     ConsoleLines quiet_;
-    std::unique_ptr<Instance> instance_ = Instance::create(
-        nullptr, platform::RunLoop::createForTest(), std::make_shared<AudioUnitViewController>());
+    std::unique_ptr<Instance> instance_ = fresh();
 };
-
-TEST_F(InstanceTest, LongBlocksAreThoseOfTheLongestCycle) {
-    const auto input = noise(3 * longestBlock + 77);
-    const auto events = automation(static_cast<std::uint32_t>(input.left.size()));
-    EXPECT_EQ(render(*instance_, input, longestBlock, events),
-              render(*fresh(), input, 1024, events));
-    EXPECT_EQ(render(*fresh(), input, 1'000'000, events), render(*fresh(), input, 1024, events));
-}
-
-TEST_F(InstanceTest, OverlappingBuffersSoundAsSeparateOnes) {
-    // Where inputs and outputs lie in one piece of memory, in thirds of the block.
-    struct Layout {
-        const char* name;
-        int places[4];
-    };
-    const auto input = noise(8 * 1500);
-    for (const std::uint32_t block : {1u, 300u, 1500u}) {
-        const auto expected = render(*fresh(), input, block);
-        for (const auto& [name, places] : {Layout{"crossed", {0, 3, 3, 0}},
-                                           {"half crossed", {0, 3, 3, 6}},
-                                           {"ahead", {1, 5, 0, 4}},
-                                           {"straddling", {0, 3, 1, 6}},
-                                           {"outputs overlap", {0, 3, 6, 7}},
-                                           {"outputs in one place", {0, 3, 6, 6}}}) {
-            const auto instance = fresh();
-            for (std::size_t at = 0; at < input.left.size(); at += block) {
-                std::vector<float> memory(4 * std::size_t{block});
-                const auto place = [&, &spots = places](int i) {
-                    return &memory[spots[i] * block / 3];
-                };
-                std::copy_n(&input.left[at], block, place(0));
-                std::copy_n(&input.right[at], block, place(1));
-                const auto left = place(2), right = place(3);
-                // The left channel's state goes on where its output was overwritten.
-                const bool isApart = at >= 6000;
-                std::vector<float> separate(block);
-                instance->process({place(0), place(1)}, {isApart ? separate.data() : left, right},
-                                  block);
-                const auto* const whole = isApart ? separate.data() : left;
-                // Where outputs overlap the right one stays.
-                const auto length = !isApart && left <= right
-                                        ? std::min<std::ptrdiff_t>(right - left, block)
-                                        : block;
-                ASSERT_TRUE(std::equal(whole, whole + length, &expected.left[at]) &&
-                            std::equal(right, right + block, &expected.right[at]))
-                    << name << ", block " << block << " at " << at;
-            }
-        }
-    }
-}
-
-TEST_F(InstanceTest, UnconnectedPortsAreSilentOrIgnored) {
-    auto input = noise(4 * late);
-    auto left = input.left;
-    instance_->process({left.data(), nullptr}, {left.data(), nullptr}, 4 * late);
-    input.right.assign(input.left.size(), 0);
-    EXPECT_EQ(left, render(*fresh(), input, 4 * late).left);
-}
-
-TEST_F(InstanceTest, WrongEventsAreClampedOrDropped) {
-    const auto input = noise(3000);
-    const auto last = static_cast<std::uint32_t>(input.left.size()) - 1;
-    constexpr auto infinity = std::numeric_limits<float>::infinity();
-    const std::vector<AURenderEvent> wrong{parameterEvent(90, kPanorama, infinity),
-                                           parameterEvent(4000000000, kTestMono, 7),
-                                           parameterEvent(50, kStereoWidth, -3),
-                                           parameterEvent(60, kPhaseShift, NAN),
-                                           parameterEvent(70, 8, 1),
-                                           parameterEvent(70, ~std::uint64_t{0}, 1),
-                                           midiEvent(75, 0xb0, 10, 0, 2),
-                                           midiEvent(80, 0x90, 60, 100),
-                                           midiEvent(80, 0xf8, 0, 0),
-                                           midiEvent(95, 0xb0, 11, 0xff)};
-    const std::vector<AURenderEvent> right{
-        parameterEvent(50, kStereoWidth, 0), midiEvent(80, 0x90, 60, 100),
-        midiEvent(80, 0xf8, 0, 0),           parameterEvent(90, kPanorama, 1),
-        midiEvent(95, 0xb0, 11, 127),        parameterEvent(last, kTestMono, 1)};
-    Stereo output = input;
-    test::playBlock(*instance_, {output.left.data(), output.right.data()},
-                    {output.left.data(), output.right.data()}, last + 1, wrong);
-    EXPECT_EQ(output, render(*fresh(), input, last + 1, right));
-}
 
 TEST_F(InstanceTest, MoreEventsThanTheQueueHoldsSoundAsInTheAudioUnit) {
     std::vector<AURenderEvent> storm{parameterEvent(10, kSwapChannels, 1),
@@ -202,17 +98,18 @@ TEST_F(InstanceTest, EmptyBlockAppliesItsEvents) {
     EXPECT_EQ(render(*instance_, input, 500), expected);
 }
 
+// Nor a block that is longer than the longest of the activation.
 TEST_F(InstanceTest, FlushToZeroOfTheHostChangesNoBit) {
 #if defined(__SSE__)
     Stereo tiny = noise(3 * late);
     for (auto* channel : {&tiny.left, &tiny.right})
         for (auto& sample : *channel) sample *= 1e-38f;
     const std::vector<AURenderEvent> wide{parameterEvent(0, kStereoWidth, 0.9f)};
-    const auto expected = render(*fresh(), tiny, 256, wide);
+    const auto expected = render(*fresh(), tiny, 1024, wide);
     const unsigned host = _mm_getcsr() | 0x8040;  // flush results and operands to zero
     const unsigned before = _mm_getcsr();
     _mm_setcsr(host);
-    const auto output = render(*instance_, tiny, 256, wide);
+    const auto output = render(*instance_, tiny, 1'000'000, wide);
     const unsigned after = _mm_getcsr();
     _mm_setcsr(before);
     EXPECT_EQ(after & 0x8040, 0x8040u);
@@ -240,7 +137,10 @@ TEST_F(InstanceTest, AResetNeverChangesTheBypass) {
     EXPECT_EQ(wrong, 0);
 }
 
-TEST_F(InstanceTest, InactiveInstanceIsSilent) {
+TEST_F(InstanceTest, IsSilentAfterAResetAndWhileInactive) {
+    render(*instance_, noise(late), late);
+    instance_->reset();
+    EXPECT_EQ(render(*instance_, noise(late), late).left, std::vector<float>(late));
     instance_->deactivate();
     EXPECT_EQ(render(*instance_, ramp(3), 3), (Stereo{{0, 0, 0}, {0, 0, 0}}));
     platform::NSError error;
@@ -312,19 +212,21 @@ TEST_F(InstanceTest, StateKeepsThePresetAndRepairsInvalidValues) {
     instance_->setValue(kPanorama, 0.9f);
     instance_->audioUnit().setCurrentPreset(std::make_shared<platform::AUAudioUnitPreset>(
         platform::AUAudioUnitPreset{-3, "Mine\nend=1"}));
+    const auto saved = instance_->saveState();
     const auto other = fresh();
-    ASSERT_TRUE(other->restoreState(instance_->saveState()));
+    for (std::size_t length = 0; length < saved.size(); ++length)
+        EXPECT_FALSE(other->restoreState(saved.substr(0, length))) << length;
+    ASSERT_TRUE(other->restoreState(saved));
     EXPECT_EQ(other->value(kPanorama), 0.9f);
     EXPECT_EQ(other->audioUnit().currentPreset()->number, -3);
     EXPECT_EQ(other->audioUnit().currentPreset()->name, "Mine end=1");
 
-    other->setValue(kStereoWidth, 0.1f);
+    other->setValue(kStereoWidth, 0.1f);  // becomes the default
     EXPECT_FALSE(other->restoreState("QOV Kelvane state 2\nvalue.0=1\nend\n"));
-    EXPECT_EQ(other->value(kStereoWidth), 0.1f) << "a refused state changed something";
     EXPECT_TRUE(other->restoreState(
         "QOV Kelvane state 1\n=\nvalue.0=nan\nvalue.1=1e-400\nvalue.3=7\nvalue.4=1e999\nvalue.2=x\n"
         "value.99=1\nvalue.=1\npreset=many\nlater=1\nend\nvalue.2=1\n"));
-    EXPECT_EQ(other->value(kStereoWidth), 0.5f) << "the default";
+    EXPECT_EQ(other->value(kStereoWidth), 0.5f);
     EXPECT_EQ(other->value(kPanorama), 0) << "a subnormal value";
     EXPECT_EQ(other->value(kPhaseShift), 0);
     EXPECT_EQ(other->value(kSwapChannels) + other->value(kInvertChannel), 2);

@@ -180,33 +180,33 @@ class Lv2Host {
     /// Properties by their URIs.
     using State = std::map<std::string, std::string>;
     State save() {
-        std::pair<UridMap*, State> saved{&urids, {}};
+        saved_.clear();
         state().save(
             handle,
             [](LV2_State_Handle to, std::uint32_t key, const void* value, std::size_t size,
                std::uint32_t, std::uint32_t) {
-                auto& [map, properties] = *static_cast<std::pair<UridMap*, State>*>(to);
-                properties[map->uri(key)] = std::string(static_cast<const char*>(value), size);
+                auto& host = *static_cast<Lv2Host*>(to);
+                host.saved_[host.urids.uri(key)] = {static_cast<const char*>(value), size};
                 return LV2_STATE_SUCCESS;
             },
-            &saved, LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE, nullptr);
-        return std::move(saved.second);
+            this, LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE, nullptr);
+        return std::move(saved_);
     }
     bool restore(const State& properties) {
-        std::pair<UridMap*, const State*> from{&urids, &properties};
+        restored_ = &properties;
         return state().restore(
                    handle,
-                   [](LV2_State_Handle source, std::uint32_t key, std::size_t* size,
+                   [](LV2_State_Handle from, std::uint32_t key, std::size_t* size,
                       std::uint32_t* type, std::uint32_t* flags) -> const void* {
-                       auto& [map, known] = *static_cast<decltype(from)*>(source);
-                       const auto found = known->find(map->uri(key));
-                       if (found == known->end()) return nullptr;
+                       auto& host = *static_cast<Lv2Host*>(from);
+                       const auto found = host.restored_->find(host.urids.uri(key));
+                       if (found == host.restored_->end()) return nullptr;
                        *size = found->second.size();
-                       *type = (*map)[LV2_ATOM__String];
+                       *type = host.urids[LV2_ATOM__String];
                        *flags = LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE;
                        return found->second.data();
                    },
-                   &from, 0, nullptr) == LV2_STATE_SUCCESS;
+                   this, 0, nullptr) == LV2_STATE_SUCCESS;
     }
 
     UridMap urids;
@@ -235,6 +235,8 @@ class Lv2Host {
     }
 
     const LV2_Descriptor& descriptor_;
+    State saved_;
+    const State* restored_ = nullptr;
     LV2_Atom_Forge forge_{};
     LV2_Atom_Forge_Frame sequence_{};
     std::vector<std::uint64_t> messages_;

@@ -153,14 +153,15 @@ class Host final : public Owned {
         return v3_tuid_match(id, v3_run_loop_iid) ? &loop_ : nullptr;
     }
 
-    v3_result beginEdit(v3_param_id id) { return note(EditExchange::Edit::Kind::begin, id); }
+    using Kind = EditExchange::Edit::Kind;
+
+    v3_result beginEdit(v3_param_id id) { return note({Kind::begin, id, 0}); }
     v3_result performEdit(v3_param_id id, double value) {
-        performed_[id] = static_cast<float>(value);
-        return note(EditExchange::Edit::Kind::value, id);
+        return note({Kind::value, id, static_cast<float>(value)});
     }
-    v3_result endEdit(v3_param_id id) { return note(EditExchange::Edit::Kind::end, id); }
-    v3_result note(EditExchange::Edit::Kind kind, v3_param_id id) {
-        edits.push_back({kind, id, performed_[id]});
+    v3_result endEdit(v3_param_id id) { return note({Kind::end, id, 0}); }
+    v3_result note(const EditExchange::Edit& edit) {
+        edits.push_back(edit);
         return V3_OK;
     }
     v3_result restartComponent(std::int32_t flags) {
@@ -203,7 +204,6 @@ class Host final : public Owned {
     Face handler_{&handlerTable, this, this};
     Face loop_{&loopTable, this, this};
     Face frame_{&frameTable, this, this};
-    std::map<v3_param_id, float> performed_;  // the latest
     std::vector<v3_timer_handler**> timers_;
     std::vector<std::pair<v3_event_handler**, int>> descriptors_;
 };

@@ -1,1 +1,0 @@
-qov_fuzz(state LINKS hosts_instance editor)
