@@ -7,19 +7,11 @@
 
 #include <cmath>
 #include <cstdint>
-#include <memory>
 
-#include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
-#include "audiounit/componentDescription.h"
-#include "editor/AudioUnitViewController.h"
-#include "editor/StereoControls.h"
-#include "fuzz/quiet.h"
 #include "fuzz/require.h"
-#include "platform/dispatch/RunLoop.h"
 #include "platform/uikit/UIButton.h"
 #include "platform/uikit/UIGestureRecognizer.h"
-#include "platform/uikit/UITouch.h"
-#include "platform/uikit/UIWindow.h"
+#include "tests/editor/EditorRig.h"
 
 namespace {
 
@@ -29,20 +21,17 @@ using platform::UITouchPhase;
 /// Few, for speed: the picture is not checked.
 constexpr double pixelsPerPoint = 0.125;
 
-class Editor {
+class Editor : qov::test::EditorRig {
  public:
     explicit Editor(CGSize size) : size_(size) {
-        controller_->createAudioUnit(qov::componentDescription, nullptr);
-        loop_->pump();
-        window_ = std::make_shared<platform::UIWindow>(size, pixelsPerPoint);
-        window_->setRootViewController(controller_);
-        window_->willDeliverTouch = [this](platform::UIView& touched, UITouchPhase phase) {
-            const bool isPanel = &touched == controller_->stereoControls.get();
-            if (isPanel && phase == UITouchPhase::began) window_->display(touched);
+        createAudioUnit();
+        loop->pump();
+        show(size, pixelsPerPoint);
+        window->willDeliverTouch = [this](platform::UIView& touched, UITouchPhase phase) {
+            const bool isPanel = &touched == controller->stereoControls.get();
+            if (isPanel && phase == UITouchPhase::began) window->display(touched);
         };
-        window_->update();
     }
-    ~Editor() { loop_->end(); }
 
     void act(const std::uint8_t* bytes) {
         const int finger = bytes[0] & 3, action = bytes[0] >> 2 & 15, amount = bytes[3];
@@ -53,34 +42,33 @@ class Editor {
                                : action < 7 ? UITouchPhase::moved
                                : action < 9 ? UITouchPhase::ended
                                             : UITouchPhase::cancelled;
-            window_->deliverTouch(finger, phase, place, loop_->now());
+            window->deliverTouch(finger, phase, place, loop->now());
         } else if (action == 10) {
-            window_->deliverZoomStep(place, std::exp2((amount - 128) / 16.0), loop_->now());
+            window->deliverZoomStep(place, std::exp2((amount - 128) / 16.0), loop->now());
         } else if (action == 11) {
-            const auto tree = controller_->audioUnit()->parameterTree();
+            const auto tree = controller->audioUnit()->parameterTree();
             tree->parameterWithAddress(amount % 8u)->setValue(bytes[1] / 255.0F);
         } else if (action == 12) {
             size_ = {1.0 + bytes[1] * 2, 1.0 + bytes[2]};
-            window_->setSize(size_);
+            window->setSize(size_);
         } else if (action == 13) {
-            window_->cancelTouches();
+            window->cancelTouches();
         } else if (action == 15) {
-            window_->deliverPinch(static_cast<UITouchPhase>(finger), place, amount / 64.0,
-                                  loop_->now());
+            window->deliverPinch(static_cast<UITouchPhase>(finger), place, amount / 64.0,
+                                 loop->now());
         } else if (amount < 16) {
-            window_->update();
+            window->update();
         }
-        loop_->advance(bytes[4] / 64.0);
+        loop->advance(bytes[4] / 64.0);
         check();
     }
     void liftAll() {
-        window_->cancelTouches();
-        loop_->advance(2);
-        window_->update();
+        window->cancelTouches();
+        settle(2);
         check();
-        require(!controller_->touchesLocked || !controller_->contrastButton->isHidden(),
+        require(!controller->touchesLocked || !controller->contrastButton->isHidden(),
                 "a control holds a touch that is up");
-        for (const auto& gesture : controller_->view()->gestureRecognizers())
+        for (const auto& gesture : controller->view()->gestureRecognizers())
             require(gesture->touches().empty() && !gesture->isActive() && !gesture->isWaiting(),
                     "a gesture goes on without a touch");
     }
@@ -88,10 +76,9 @@ class Editor {
  private:
     void check() const {
         for (int address = 0; address < 8; ++address) {
-            const float value = controller_->audioUnit()->getParameter(address);
-            require(value >= 0 && value <= 1, "a value is out of range");
+            require(parameter(address) >= 0 && parameter(address) <= 1, "a value is out of range");
         }
-        for (const auto& view : controller_->view()->subviews()) {
+        for (const auto& view : controller->view()->subviews()) {
             const auto [origin, size] = view->frame();
             require(!std::isnan(origin.x + origin.y + size.width + size.height),
                     "a view's frame is NaN");
@@ -99,11 +86,6 @@ class Editor {
     }
 
     CGSize size_;
-    std::shared_ptr<platform::RunLoop> loop_ = platform::RunLoop::createForTest();
-    platform::RunLoop::MakeCurrent current_{loop_};
-    std::shared_ptr<qov::AudioUnitViewController> controller_ =
-        std::make_shared<qov::AudioUnitViewController>();
-    std::shared_ptr<platform::UIWindow> window_;
 };
 
 }  // namespace

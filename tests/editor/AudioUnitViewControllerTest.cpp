@@ -2,11 +2,13 @@
 
 #include <map>
 
+#include <gtest/gtest.h>
+
 #include "platform/foundation/NSError.h"
 #include "platform/uikit/UIButton.h"
 #include "platform/uikit/UISlider.h"
 #include "platform/uikit/ViewLayer.h"
-#include "tests/editor/EditorFixture.h"
+#include "tests/editor/EditorRig.h"
 
 namespace qov {
 namespace {
@@ -14,7 +16,7 @@ namespace {
 using platform::CGPoint;
 using platform::CGRect;
 
-class Controller : public test::EditorFixture {
+class Controller : public testing::Test, protected test::EditorRig {
  protected:
     /// The editor's own lines since the last call, without their prefix.
     std::string takeLog() {

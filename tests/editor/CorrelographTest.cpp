@@ -1,8 +1,9 @@
-#include <cmath>
 #include <limits>
 #include <numbers>
 
-#include "tests/editor/EditorFixture.h"
+#include <gtest/gtest.h>
+
+#include "tests/editor/EditorRig.h"
 
 namespace qov {
 namespace {
@@ -29,7 +30,7 @@ TEST(CorrelographPoints, TurnTheSignalAndLetTheGainFollowIt) {
         }
 }
 
-using CorrelographView = test::EditorFixture;
+struct CorrelographView : testing::Test, test::EditorRig {};
 
 TEST_F(CorrelographView, IsEmptyWhenHiddenOrWithoutAudioUnit) {
     open();

@@ -3,9 +3,11 @@
 #include <span>
 #include <sstream>
 
+#include <gtest/gtest.h>
+
 #include "platform/coregraphics/CGImage.h"
 #include "platform/uikit/UISlider.h"
-#include "tests/editor/EditorFixture.h"
+#include "tests/editor/EditorRig.h"
 
 namespace qov {
 namespace {
@@ -57,7 +59,7 @@ struct Reports : StereoControlsDelegate {
     std::ostringstream log;
 };
 
-class Panel : public test::EditorFixture {
+class Panel : public testing::Test, protected test::EditorRig {
  protected:
     Panel() {
         open();

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include "audiounit/QOV_Kelvane_PluginAudioUnit.h"
 #include "audiounit/componentDescription.h"
 #include "editor/AudioUnitViewController.h"
@@ -18,16 +16,18 @@
 namespace qov::test {
 
 /// A controller on a run loop whose clock only advances by hand, and a window to show it in.
-class EditorFixture : public testing::Test {
- protected:
-    ~EditorFixture() override { loop->end(); }
+struct EditorRig {
+    EditorRig() = default;
+    ~EditorRig() { loop->end(); }
+    EditorRig(const EditorRig&) = delete;
+    EditorRig& operator=(const EditorRig&) = delete;
 
     std::shared_ptr<platform::AUAudioUnit> createAudioUnit() {
         return controller->createAudioUnit(componentDescription, nullptr);
     }
     /// 680 x 440 points are one panel at scale 1.
-    void show(platform::CGSize size = {680, 440}) {
-        window = std::make_shared<platform::UIWindow>(size);
+    void show(platform::CGSize size = {680, 440}, double pixelsPerPoint = 1) {
+        window = std::make_shared<platform::UIWindow>(size, pixelsPerPoint);
         window->setRootViewController(controller);
         window->update();
     }
