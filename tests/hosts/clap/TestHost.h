@@ -15,7 +15,6 @@
 #include <cstring>
 #include <map>
 #include <set>
-#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>

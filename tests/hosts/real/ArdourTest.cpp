@@ -2,7 +2,6 @@
 #include <cstddef>
 #include <iostream>
 #include <string>
-#include <vector>
 
 #include <gtest/gtest.h>
 #include <sndfile.h>

@@ -2,7 +2,7 @@
 #include <regex>
 #include <string>
 
-#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "tests/hosts/app/Jack.h"
 #include "tests/hosts/cli/Program.h"
