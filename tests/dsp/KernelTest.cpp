@@ -100,17 +100,6 @@ TEST(Events, MidiMessagesOfOneToThreeBytesSetTheirControllersParameter) {
     }
 }
 
-TEST(Kernel, HasDefaultsBeforeItsFormatIsKnown) {
-    const Kernel kernel;
-    for (std::uint64_t address = 0; address < 12; ++address)
-        EXPECT_EQ(kernel.getParameter(address), address == kVolume ? 1.0f : 0.0f);
-    EXPECT_EQ(std::bit_cast<std::uint32_t>(kernel.inverseNyquist), 0x383E37C6u);
-    EXPECT_EQ(tuple(kernel.sampleRate, kernel.nyquist, kernel.channels, kernel.collectorSize,
-                    kernel.circular.size, kernel.buffer.size, kernel.latency.lNewSize,
-                    kernel.volumeInterpolator.time, kernel.panpot.interp.time),
-              tuple(44100, 22050, 2, 1024, 1024, 0, 1024, 512, 1024));
-}
-
 TEST(Kernel, StoresValuesAsGivenAndSwitchesAboveOneHalf) {
     Kernel kernel;
     for (std::uint64_t address = 0; address < 12; ++address) {
@@ -141,33 +130,19 @@ TEST(Kernel, TakesTheDelayLengthFromTheSampleRate) {
     }
 }
 
-TEST(Kernel, InitAdoptsTheFormatAndResetStartsOver) {
+TEST(Kernel, InitAdoptsTheFormatAndForgetsTheSound) {
     KernelRig rig(96000);
     Kernel& kernel = rig.kernel;
     EXPECT_EQ(tuple(kernel.nyquist, kernel.inverseNyquist, kernel.buffer.size, kernel.latency.pos,
                     kernel.volumeInterpolator.currentValue),
               tuple(48000, 1.0f / 48000, 2048, 1024, 1));
-    for (const auto address : {kStereoWidth, kPanorama}) kernel.setParameter(address, 1);
-    kernel.setParameter(kVolume, 0.5f);
-    Samples left(2048, 1), right(2048, 1), more(952, 1), others = more;
+    Samples left(3000, 1), right(3000, 1);
     rig.render(left, right);
-    EXPECT_FALSE(kernel.isNewBufferAvailable) << "until the frame after the ring's last";
-    rig.render(more, others);
-    EXPECT_TRUE(kernel.isNewBufferAvailable);
-    EXPECT_NE(kernel.buffer.data[1][2047] * kernel.stereo.fAdjust * kernel.panpot.fPan, 0.0f);
-    EXPECT_EQ(kernel.stereowidthInterpolator.time, 16);
-    const float captured = kernel.circular.data[1][5];
-    kernel.setParameter(kBypass, 1);
-    EXPECT_EQ(tuple(kernel.stereo.fAdjust, kernel.panpot.fPan, kernel.panpot.interp.currentValue,
-                    kernel.stereowidthInterpolator.time, kernel.volumeInterpolator.currentValue,
-                    kernel.buffer.data[1][2047]),
-              tuple(0, 0, 0, 512, 1, 0));
-    EXPECT_EQ(tuple(kernel.circular.data[1][5], kernel.circular.pos), tuple(captured, 952))
-        << "the ring stays";
+    EXPECT_NE(kernel.buffer.data[1][2047], 0) << "the ring's capture";
     kernel.init(2, 96000);
     EXPECT_EQ(kernel.volumeInterpolator.currentValue, 0.0f) << "until the reset that is due";
     kernel.reset();
-    kernel.setParameter(kBypass, 0);
+    EXPECT_EQ(kernel.buffer.data[1][2047], 0);
     kernel.setParameter(kPhaseShift, 1);
     Samples one{1}, none{0};
     rig.render(one, none);

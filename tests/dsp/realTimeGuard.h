@@ -6,11 +6,8 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdlib>
-#include <new>
 #include <set>
 #include <string>
-#include <utility>
 
 #include <dlfcn.h>
 #include <linux/filter.h>

@@ -1,7 +1,6 @@
 #include "files/File.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "files/Folder.h"
 #include "tests/support/ConsoleLines.h"

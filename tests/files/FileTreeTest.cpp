@@ -3,7 +3,6 @@
 #include <random>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "files/FileEnumerator.h"
 #include "files/Folder.h"
@@ -210,33 +209,6 @@ TEST_F(Enumerating, RemovesLitterWithEverythingInItAndNotWhatALinkPointsTo) {
                   end);
     EXPECT_THAT(folder.files(), testing::ElementsAre("kept", "locked", "safe"));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder / "kept"), {}), 1);
-}
-
-/// Walks one level too deep.
-struct DeepManager : platform::FileManager {
-    struct Walk : platform::DirectoryEnumerator {
-        explicit Walk(const std::string& path) : walk(open(path)) {}
-        std::optional<std::string> nextObject() override { return walk->nextObject(); }
-        long level() const override { return walk->level() + 1; }
-        const std::optional<platform::FileAttributes>& directoryAttributes() const override {
-            return walk->directoryAttributes();
-        }
-        std::unique_ptr<DirectoryEnumerator> walk;
-    };
-    std::unique_ptr<platform::DirectoryEnumerator> enumerator(
-        const std::string& path) const override {
-        return std::make_unique<Walk>(path);
-    }
-};
-
-TEST_F(Enumerating, CorrectsADepthThatDisagreesWithTheWalk) {
-    folder.file("a");
-    enumerator.fileManager = std::make_shared<DeepManager>();
-    enumerator.enumerate(folder.path());
-    EXPECT_EQ(
-        console.taken(),
-        "WARNUNG: Die Verschachtelungstiefe unterscheidet sich! ( indent: 0 / level: 1 )|" + end);
-    EXPECT_EQ(tree.filelist().at(0)->_indent, 1);
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "hosts/app/showError.h"
 #include "tests/hosts/app/Jack.h"

@@ -4,10 +4,9 @@
 #include <cstring>
 #include <limits>
 #include <random>
-#include <utility>
+#include <sstream>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "dsp/ParameterAddress.h"
 #include "hosts/lv2/Plugin.h"
@@ -192,53 +191,34 @@ TEST_F(Lv2Plugin, RunsWithoutUridMapAndRefusesAnInvalidRate) {
     EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("sample rate"));
 }
 
-/// A person's hold on a control, and a host that sends its values back block by block, or does not.
+// Steps, each with a value: b (a block with the port at it), w (the editor writes it), t (turns the
+// control to it: holds, writes, releases), h (holds), r (releases).
 TEST(ControlPorts, AHeldParameterKeepsItsValueUntilTheHostHasEchoedTheLastOne) {
     hosts::lv2::ControlPorts ports(1000);
-    float port = 0.5F;
+    float port = 0;
     ports.connect(0, &port);
-    std::vector<float> reported;
-    const auto block = [&](float value, int times = 1) {
-        for (port = value; times > 0; --times)
-            ports.take(100, [&](std::uint64_t, float now) { reported.push_back(now); });
-    };
-    const auto turn = [&](std::vector<float> values) {
-        ports.hold(0);
-        for (const float value : values) ports.wrote(0, value);
-        ports.release(0);
-    };
-    const auto take = [&] { return std::exchange(reported, {}); };
-    block(0.5F);
-    EXPECT_THAT(take(), ElementsAre(0.5F));
-    ports.hold(0);
-    ports.wrote(0, 0.6F);
-    block(0.6F);
-    turn({0.7F, 0.8F});
-    block(0.7F);
-    block(0.8F);
-    EXPECT_THAT(take(), ElementsAre()) << "late echoes";
-    block(0.7F);
-    EXPECT_THAT(take(), ElementsAre(0.7F)) << "a change of the host's own";
-
-    for (const float turned : {0.1F, 0.2F, 0.3F, 0.4F}) {  // a wheel, held within no block
-        const float before = port;
-        turn({turned});
-        block(before);
-        block(turned);
+    for (const auto& [what, steps, expected] : std::vector<std::array<std::string, 3>>{
+             {"the first block", "b.5", "0.5 "},
+             {"late echoes", "h0 w.6 b.6 h0 w.7 w.8 r0 b.7 b.8", ""},
+             {"a change of the host's own", "b.7", "0.7 "},
+             {"a wheel's turns within no block: each echo has its own time limit",
+              "t.1 b.7 b.1 t.2 b.1 b.2 t.3 b.2 b.3 t.4 b.3 b.4", ""},
+             {"no echo for a quarter of a second", "t.9 b.1 b.1 b.1 b.1", "0.1 "},
+             {"undone by the host before anything was processed", "t.6 b.1 b.1 b.1 b.1", "0.1 "},
+             {"held, but not moved", "h0 b.2 r0 b.2", "0.2 "}}) {
+        std::istringstream in(steps);
+        std::ostringstream reported;
+        float value = 0;
+        for (char step = 0; in >> step >> value;) {
+            if (step == 'h' || step == 't') ports.hold(0);
+            if (step == 'w' || step == 't') ports.wrote(0, value);
+            if (step == 'r' || step == 't') ports.release(0);
+            if (step != 'b') continue;
+            port = value;
+            ports.take(100, [&](std::uint64_t, float now) { reported << now << ' '; });
+        }
+        EXPECT_EQ(reported.str(), expected) << what;
     }
-    EXPECT_THAT(take(), ElementsAre()) << "each echo has its own time limit";
-
-    turn({0.9F});
-    block(0.1F, 4);
-    EXPECT_THAT(take(), ElementsAre(0.1F)) << "no echo for a quarter of a second";
-    turn({0.6F});
-    block(0.1F, 4);
-    EXPECT_THAT(take(), ElementsAre(0.1F)) << "undone by the host before anything was processed";
-    ports.hold(0);
-    block(0.2F);
-    ports.release(0);
-    block(0.2F);
-    EXPECT_THAT(take(), ElementsAre(0.2F)) << "held, but not moved";
 }
 
 }  // namespace

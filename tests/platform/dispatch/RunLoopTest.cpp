@@ -10,7 +10,6 @@
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "platform/dispatch/DispatchQueue.h"
 

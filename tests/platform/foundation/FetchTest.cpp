@@ -2,7 +2,6 @@
 #include <unistd.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "platform/foundation/Data.h"
 #include "platform/foundation/NSError.h"

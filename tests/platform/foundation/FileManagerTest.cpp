@@ -2,11 +2,9 @@
 
 #include <sys/stat.h>
 
-#include <cstdio>
 #include <cstdlib>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "platform/foundation/Bundle.h"
 #include "platform/foundation/FileManagerDelegate.h"

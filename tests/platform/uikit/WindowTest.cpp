@@ -5,7 +5,6 @@
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "platform/coregraphics/CGBitmapContext.h"
 #include "platform/coregraphics/CGFont.h"
