@@ -120,6 +120,9 @@ class Pair {
                 static_cast<char>(bytes.take<std::uint8_t>());
         damaged.resize(damaged.size() -
                        std::min<std::size_t>(bytes.take<std::uint8_t>(), damaged.size()));
+        auto later = saved[0];
+        later.at(later.find("state 1") + 6) = '9';
+        require(!plugin.restoreState(later), "a state of a later version is taken");
         const bool isTaken = plugin.restoreState(damaged);
         const auto after = values(plugin);
         const auto again = plugin.saveState();
