@@ -18,8 +18,9 @@ struct BatchInput {
 
 /// The options of commands that take many files.
 struct BatchOptions {
-    std::string jobs, filesFrom, shard;
+    std::string jobs, filesFrom, shard;  ///< as they were typed
 
+    /// Declares the options, whose texts go to the fields.
     void declare(OptionParser& parser);
     /// How many files are worked on at a time: all cores by default. Throws Failure (2) for a wrong
     /// number.

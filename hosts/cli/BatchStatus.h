@@ -12,6 +12,7 @@ namespace qov::cli {
 /// summary.
 class BatchStatus {
  public:
+    /// isShown: whether the line is.
     BatchStatus(std::size_t files, bool isShown) : files_(files), line_(isShown) {}
 
     /// Prints what a job wrote to standard error, and a line where its worker was ended.
@@ -24,6 +25,7 @@ class BatchStatus {
     /// files:". done: "rendered". more: behind it.
     void summarize(const std::string& done, const std::string& more);
 
+    /// How many jobs failed so far.
     std::size_t failed() const { return failed_; }
 
  private:

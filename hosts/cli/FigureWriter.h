@@ -16,6 +16,7 @@ class FigureWriter {
     /// isCurve: a file has several parts; each row says where its part starts.
     FigureWriter(Form form, bool isCurve) : form_(form), isCurve_(isCurve) {}
 
+    /// The names of the columns, where the form has them.
     std::string head() const;
     /// In JSON a comma stands before each row; the one before the first is not to be printed.
     std::string row(std::string_view file, const MeasuredPart& part) const;
@@ -24,6 +25,7 @@ class FigureWriter {
 
     /// Whether remarks stand at the end: in a table of whole files. In JSON they stand in each row.
     bool hasRemarks() const { return form_ == Form::table && !isCurve_; }
+    /// Whether a file has several parts.
     bool isCurve() const { return isCurve_; }
 
  private:

@@ -11,6 +11,7 @@ class StatusLine {
  public:
     using Clock = std::chrono::steady_clock;
 
+    /// isShown: false for none at all.
     explicit StatusLine(bool isShown);
     ~StatusLine() { clear(); }
     StatusLine(const StatusLine&) = delete;
@@ -18,9 +19,11 @@ class StatusLine {
 
     /// Whether it is time for another text: every 0.1 s.
     bool isDue();
+    /// Writes a text in place of the one before.
     void show(const std::string& text);
     /// Removes the line, so that others can be printed.
     void clear();
+    /// Since it was made.
     std::chrono::duration<double> elapsed() const { return Clock::now() - start_; }
 
  private:

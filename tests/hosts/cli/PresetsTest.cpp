@@ -48,4 +48,18 @@ TEST(Presets, SoundAsTheirParametersDoWhereverTheyAreNamed) {
     }
 }
 
+TEST(Completion, OfBashListsWhatTheProgramLists) {
+    for (const auto& [words, completed] : {std::pair{"me", "measure"},
+                                           {"render --st", "--stereo-width"},
+                                           {"measure --fa", "--fail-if"},
+                                           {"render --preset Wid", "Wider\\ pad"},
+                                           {"render in.wav", ""}}) {
+        const auto run = shell(std::string("bash -c 'kelvane() { \"$K\" \"$@\"; }; . ") +
+                               KELVANE_COMPLETION + "; COMP_WORDS=(kelvane " + words +
+                               "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _kelvane; "
+                               "echo \"${COMPREPLY[*]}\"'");
+        EXPECT_EQ(run.out, std::string(completed) + "\n") << words << run.err;
+    }
+}
+
 }  // namespace
