@@ -27,6 +27,9 @@ namespace {
 constexpr std::uint32_t bufferFrames = 8192;
 /// Files may be larger only with sizes of 64 bits in the header.
 constexpr std::int64_t largestWav = 0xFFF00000;
+/// Added to a double below 2^51 and taken away again, it rounds to the nearest integer, half to
+/// even, as std::nearbyint does, which is a call where the processor is not known to have SSE4.1.
+constexpr double roundingShift = 0x1.8p52;
 
 /// A descriptor that cannot seek, as a virtual file of libsndfile.
 struct Stream {
@@ -171,8 +174,8 @@ struct SoundWriter::State {
             clipping.peak = std::max(clipping.peak, magnitude);
         }
         const double value = std::isnan(sample) ? 0 : static_cast<double>(sample) * fullScale;
-        const double held = std::clamp(std::nearbyint(value), -fullScale, fullScale - 1);
-        return static_cast<std::int32_t>(held * step);
+        const double held = std::clamp(value, -fullScale, fullScale - 1);
+        return static_cast<std::int32_t>((held + roundingShift - roundingShift) * step);
     }
 
     void flush() {
