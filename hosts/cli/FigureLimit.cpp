@@ -26,6 +26,7 @@ const FigureRow& figureNamed(std::string_view name, const std::string& limit) {
     const auto* const row = std::ranges::find(allFigures, name, &FigureRow::name);
     if (row != allFigures.end()) return *row;
     std::vector<std::string_view> names;
+    names.reserve(allFigures.size());
     for (const auto& each : allFigures) names.push_back(each.name);
     const auto nearest = nearestName(name, names);
     throw Failure(
