@@ -118,6 +118,21 @@ export class Canvases {
     }
 
     /**
+     * Shows a part of the window's picture, which from then on is drawn on the window itself.
+     * @param {number} canvas
+     * @param {Float64Array} part
+     */
+    show(canvas, [x, y, width, height]) {
+        const picture = this.of(canvas);
+        if (picture === this.window) return;
+        this.window.drawImage(picture.canvas, x, y, width, height, x, y, width, height);
+        const isWhole = [picture, this.window].every(
+            (context) => context.canvas.width === x + width && context.canvas.height === y + height,
+        );
+        if (isWhole) this.contexts.set(canvas, this.window);
+    }
+
+    /**
      * In the order of CanvasCommand. Each gets the words and where its arguments begin, and returns where they end.
      * @returns {((w: Float64Array, a: number) => number)[]}
      */
@@ -163,11 +178,7 @@ export class Canvases {
                 this.context.drawImage(this.of(w[a]).canvas, w[a + 1], w[a + 2], w[a + 3], w[a + 4]);
                 return a + 5;
             },
-            (w, a) => {
-                const [, canvas, x, y, width, height] = w.subarray(a, a + 6);
-                this.window.drawImage(this.of(canvas).canvas, x, y, width, height, x, y, width, height);
-                return a + 6;
-            },
+            (w, a) => (this.show(w[a + 1], w.subarray(a + 2, a + 6)), a + 6),
         ];
     }
 }

@@ -2,9 +2,12 @@
 // The effect for Web Audio: a node, and a panel for it.
 
 import { Panel } from "./panel.js";
+import { parameters, presets } from "./parameters.js";
 
-export { parameters, presets } from "./parameters.js";
-export { Panel };
+export { Panel, parameters, presets };
+
+const captureFrames = 2048;
+const bypass = parameters.findIndex(({ option }) => option === "bypass");
 
 /** @type {WeakMap<BaseAudioContext, Promise<void>>} */
 const prepared = new WeakMap();
@@ -44,14 +47,19 @@ export class KelvaneNode extends AudioWorkletNode {
             channelCountMode: "clamped-max",
             processorOptions: { bytes, values, events },
         });
-        /** Called with values that the effect got by MIDI. @type {(address: number, value: number) => void} */
+        /** Called with values that the effect got by automation or MIDI. @type {(address: number, value: number) => void} */
         this.onHeard = () => {};
         /** Called with the last frames of the output while they are watched. @type {(ring: Float32Array) => void} */
         this.onRing = () => {};
         /** @type {(count: {lost: number, frame: number}) => void} */
         this.onCount = () => {};
+        /** What was last set here, on the panel or by MIDI, by address. */
+        this.values = parameters.map(({ address, initial }) => values[address] ?? initial);
         this.port.onmessage = ({ data }) => {
-            if (data.heard) this.onHeard(data.heard[0], data.heard[1]);
+            for (const [address, value] of data.heard ?? []) {
+                this.values[address] = value;
+                this.onHeard(address, value);
+            }
             if (data.lost !== undefined) this.onCount(data);
             if (!data.ring) return;
             this.onRing(data.ring);
@@ -66,6 +74,7 @@ export class KelvaneNode extends AudioWorkletNode {
      */
     show(panel) {
         panel.setRate(this.context.sampleRate);
+        this.values.forEach((value, address) => panel.setValue(address, value));
         panel.onEdit = (address, value) => this.set(address, value);
         this.onHeard = (address, value) => panel.setValue(address, value);
         this.onRing = (ring) => panel.show(ring);
@@ -78,7 +87,27 @@ export class KelvaneNode extends AudioWorkletNode {
      * @param {number} value 0 to 1
      */
     set(address, value) {
+        this.values[address] = value;
         this.port.postMessage({ set: [address, value] });
+    }
+
+    /** Frames by which the output is late. */
+    get latency() {
+        return this.values[bypass] > 0.5 ? 0 : captureFrames;
+    }
+
+    /**
+     * Does something at a frame of the context.
+     * @param {number} frame
+     * @param {number[]} event an address and a value, or -1 and the bytes of a MIDI message
+     */
+    schedule(frame, ...event) {
+        this.port.postMessage({ event: [frame, ...event] });
+    }
+
+    /** Drops what is scheduled. */
+    clearSchedule() {
+        this.port.postMessage({ clear: true });
     }
 
     /** @param {number[]} bytes one MIDI message */
@@ -119,19 +148,29 @@ export class KelvanePanel extends HTMLElement {
         super();
         this.canvas = document.createElement("canvas");
         this.canvas.tabIndex = 0;
-        this.canvas.style.cssText = "display: block; width: 100%; height: 100%; touch-action: none";
+        this.canvas.style.cssText = "position: absolute; inset: 0; width: 100%; height: 100%; touch-action: none";
         this.attachShadow({ mode: "open" }).append(this.canvas);
     }
 
     connectedCallback() {
         if (!this.style.aspectRatio) this.style.aspectRatio = "680 / 440";
         if (!this.style.display) this.style.display = "block";
+        if (!this.style.position) this.style.position = "relative";
     }
 
-    /** @param {KelvaneNode} node made without a canvas */
+    /**
+     * Shows a node that was made without a canvas.
+     * @param {KelvaneNode} node
+     */
+    async use(node) {
+        return node.show(new Panel(this.canvas, await moduleBytes()));
+    }
+
+    /** @param {KelvaneNode} node as for use() */
     set node(node) {
-        moduleBytes().then((bytes) => node.show(new Panel(this.canvas, bytes)));
+        this.use(node);
     }
 }
 
-globalThis.customElements?.define("kelvane-panel", KelvanePanel);
+// Another copy of this module may have defined it.
+if (!customElements.get("kelvane-panel")) customElements.define("kelvane-panel", KelvanePanel);

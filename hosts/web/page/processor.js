@@ -13,7 +13,7 @@ const ringFrames = 2048;
  * @property {[frame: number, ...event: number[]][]} [events] sorted: an address and a value, or "MIDI" as -1 and three bytes
  */
 
-/** @typedef {{set?: [number, number], midi?: number[], state?: string, watch?: boolean, spare?: Float32Array<ArrayBuffer>}} ToSound */
+/** @typedef {{set?: [number, number], event?: [number, ...number[]], clear?: boolean, midi?: number[], state?: string, watch?: boolean, spare?: Float32Array<ArrayBuffer>}} ToSound */
 
 class KelvaneProcessor extends AudioWorkletProcessor {
     static get parameterDescriptors() {
@@ -41,7 +41,12 @@ class KelvaneProcessor extends AudioWorkletProcessor {
         this.pending = [];
         /** @type {number[][]} */
         this.messages = [];
+        /** @type {Float32Array[]} */
+        this.blocks = [];
         this.isWatched = false;
+        /** Addresses whose values the page does not know. @type {Set<number>} */
+        this.heard = new Set();
+        this.reported = -ringFrames;
         this.isAlive = true;
         /** @type {Float32Array<ArrayBuffer>[]} */
         this.spare = [];
@@ -56,6 +61,12 @@ class KelvaneProcessor extends AudioWorkletProcessor {
     /** @param {ToSound & {end?: boolean, count?: boolean}} data */
     take(data) {
         if (data.set) this.pending.push(data.set);
+        if (data.event) {
+            const [frame] = data.event;
+            const after = this.events.findIndex(([time], i) => i >= this.nextEvent && time > frame);
+            this.events.splice(after < 0 ? this.events.length : after, 0, data.event);
+        }
+        if (data.clear) this.events.length = this.nextEvent;
         if (data.midi) this.messages.push(data.midi);
         if (data.state !== undefined) this.module.call.restoreState(this.module.giveText(data.state));
         if (data.watch !== undefined) this.isWatched = data.watch;
@@ -78,19 +89,29 @@ class KelvaneProcessor extends AudioWorkletProcessor {
         if (!this.isRunning) return this.isAlive;
 
         const input = inputs[0];
-        for (const channel of [0, 1]) {
-            const to = this.module.floats(call.channel(channel), frames);
+        const blocks = this.blocksOf(frames);
+        for (let side = 0; side < 2; side++) {
             // One channel is heard on both sides, and none is silence.
-            const from = input[Math.min(channel, input.length - 1)];
-            if (from) to.set(from);
-            else to.fill(0);
+            const from = input[Math.min(side, input.length - 1)];
+            if (from) blocks[side].set(from);
+            else blocks[side].fill(0);
         }
         call.beginBlock(frames);
         this.sendEvents(frames, parameters);
         call.endBlock();
-        output.forEach((to, channel) => to.set(this.module.floats(call.channel(2 + channel), frames)));
+        for (let side = 0; side < output.length; side++) output[side].set(this.blocksOf(frames)[2 + side]);
         this.report();
         return this.isAlive;
+    }
+
+    /**
+     * The module's blocks of input and output, kept until its memory grows.
+     * @param {number} frames
+     */
+    blocksOf(frames) {
+        if (this.blocks[0]?.buffer !== this.module.memory.buffer || this.blocks[0].length !== frames)
+            this.blocks = [0, 1, 2, 3].map((channel) => this.module.floats(this.module.call.channel(channel), frames));
+        return this.blocks;
     }
 
     /**
@@ -104,7 +125,7 @@ class KelvaneProcessor extends AudioWorkletProcessor {
             // A value that the page has set stands until the automation moves.
             for (let frame = 0; frame < values.length; frame++) {
                 if (values[frame] === this.automated[address]) continue;
-                if (this.automated[address] !== undefined) call.setAt(frame, address, values[frame]);
+                if (this.automated[address] !== undefined) this.set(frame, address, values[frame]);
                 this.automated[address] = values[frame];
             }
         }
@@ -114,9 +135,21 @@ class KelvaneProcessor extends AudioWorkletProcessor {
         for (; this.nextEvent < this.events.length; this.nextEvent++) {
             const [time, address, ...data] = this.events[this.nextEvent];
             if (time >= currentFrame + frames) break;
-            if (address < 0) this.sendMidi(time - currentFrame, data);
-            else call.setAt(time - currentFrame, address, data[0]);
+            const frame = Math.max(time - currentFrame, 0);
+            if (address < 0) this.sendMidi(frame, data);
+            else this.set(frame, address, data[0]);
         }
+    }
+
+    /**
+     * A value that did not come from the page, which hears of it.
+     * @param {number} frame
+     * @param {number} address
+     * @param {number} value
+     */
+    set(frame, address, value) {
+        this.module.call.setAt(frame, address, value);
+        this.heard.add(address);
     }
 
     /**
@@ -125,12 +158,17 @@ class KelvaneProcessor extends AudioWorkletProcessor {
      */
     sendMidi(frame, [status, data1 = 0, data2 = 0]) {
         const address = this.module.call.midiAt(frame, 3, status, data1, data2);
-        if (address >= 0 && address < table.length) this.port.postMessage({ heard: [address, data2 / 127] });
+        if (address >= 0 && address < table.length) this.heard.add(address);
     }
 
-    /** Passes a full ring on to a page that shows it. */
+    /** Tells the page what it does not know, and passes a full ring on to one that shows it. */
     report() {
         const { call } = this.module;
+        if (this.heard.size && currentFrame - this.reported >= ringFrames) {
+            this.port.postMessage({ heard: [...this.heard].map((address) => [address, call.value(address)]) });
+            this.heard.clear();
+            this.reported = currentFrame;
+        }
         if (!this.isWatched || !call.ringIsNew()) return;
         const ring = this.spare.pop() ?? new Float32Array(2 * ringFrames);
         for (const channel of [0, 1])
