@@ -38,11 +38,15 @@ const launch = () =>
             : { browser: "firefox", executablePath: "/usr/bin/firefox-esr" },
     );
 const browser = await launch();
+const patience = 120000; // milliseconds, for a machine that does much else
+const pages = [];
 
 /** A page at the address, whose faults fail the test. */
 async function open({ width = 800, height = 700, scale = 1, touch = false, at = "" } = {}) {
     const page = await browser.newPage();
     page.faults = [];
+    page.setDefaultTimeout(patience);
+    pages.push(page);
     page.on("pageerror", (error) => page.faults.push(String(error)));
     await page.setViewport(
         browserName === "chromium" ? { width, height, deviceScaleFactor: scale, hasTouch: touch } : { width, height },
@@ -53,7 +57,7 @@ async function open({ width = 800, height = 700, scale = 1, touch = false, at = 
 }
 const valueOf = (page, parameter) => page.$eval(`#parameter-${parameter}`, (input) => (input.type === "checkbox" ? Number(input.checked) : input.valueAsNumber));
 const messageOf = (page) => page.$eval("#message", (message) => message.textContent);
-const until = (page, condition, ...values) => page.waitForFunction(condition, { timeout: 20000, polling: 50 }, ...values);
+const until = (page, condition, ...values) => page.waitForFunction(condition, { timeout: patience, polling: 50 }, ...values);
 
 /** Where a point of the panel's canvas of 680 x 440 is in the page. */
 async function panelPoint(page, x, y) {
@@ -381,12 +385,13 @@ for (const [name, test] of Object.entries(tests)) {
     if (!new RegExp(chosen).test(name)) continue;
     const start = Date.now();
     try {
-        await Promise.race([test(), new Promise((_, fail) => setTimeout(() => fail(new Error("takes too long")), 180000))]);
+        await Promise.race([test(), new Promise((_, fail) => setTimeout(() => fail(new Error("takes too long")), 2 * patience))]);
         console.log(`ok ${name} (${Date.now() - start} ms)`);
     } catch (error) {
         failed++;
         console.log(`FAILED ${name}:`, error);
     }
+    for (const page of pages.splice(0)) await page.close();
 }
 await browser.close();
 server.close();
