@@ -1,13 +1,8 @@
 // What each plug-in format adds to the kernel: its process call against the kernel alone on the
 // same blocks, and the time and memory of an instance and of a scan of the bundle.
 #include <malloc.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <functional>
 #include <limits>
 #include <memory>
 #include <random>
@@ -17,6 +12,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "benchmarks/inAChild.h"
 #include "dsp/QOV_Kelvane_PluginDSPKernel.h"
 #include "platform/audiotoolbox/AudioBufferList.h"
 #include "platform/audiotoolbox/AudioTimeStamp.h"
@@ -38,33 +34,6 @@ const Settings neutral = {{kStereoWidth, 0.5F}, {kPanorama, 0.5F}};
 const Settings full = {{kPhaseShift, 1},  {kInvertChannel, 1}, {kSwapChannels, 1},
                        {kRecoverMono, 1}, {kTestMono, 1},      {kStereoWidth, 0.8F},
                        {kPanorama, 0.3F}};
-
-double secondsOf(const std::function<void()>& work) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-/// What `measure` finds in a process of its own, which has loaded nothing yet.
-double inAChild(const std::function<double()>& measure) {
-    int ends[2];
-    if (pipe(ends) != 0) std::abort();
-    const pid_t child = fork();
-    if (child == 0) {
-        const double found = measure();
-        _exit(write(ends[1], &found, sizeof found) == sizeof found ? 0 : 1);
-    }
-    close(ends[1]);
-    double found = 0;
-    const bool isWhole = read(ends[0], &found, sizeof found) == sizeof found;
-    close(ends[0]);
-    waitpid(child, nullptr, 0);
-    if (!isWhole) {
-        std::fprintf(stderr, "a plug-in that is measured has failed\n");
-        std::abort();
-    }
-    return found;
-}
 
 void process(benchmark::State& state, const test::Format& format, const Settings& settings,
              std::uint32_t block) {
@@ -111,14 +80,14 @@ void process(benchmark::State& state, const test::Format& format, const Settings
         auto& kernel = *kernels[pair];
         auto& plugin = *plugins[pair];
         pair = (pair + 1) % pairs;
-        leastOfKernel = std::min(leastOfKernel, secondsOf([&] {
+        leastOfKernel = std::min(leastOfKernel, bench::secondsOf([&] {
                                      for (int i = 0; i < blocks; ++i) {
                                          kernel.setBuffers(in.list(), out.list());
                                          kernel.processWithEvents({}, block, nullptr);
                                          benchmark::ClobberMemory();
                                      }
                                  }));
-        const double seconds = secondsOf([&] { plugin.repeat(blocks); });
+        const double seconds = bench::secondsOf([&] { plugin.repeat(blocks); });
         least = std::min(least, seconds);
         state.SetIterationTime(seconds / blocks);
     }
@@ -141,13 +110,14 @@ void create(benchmark::State& state, const test::Format& format) {
         plugins.push_back(format.create());
         plugins.back()->activate(rate, 512);
     }
-    state.counters["kB_an_instance"] = (used() - before) / count / 1000;
+    state.counters["KiB_an_instance"] = (used() - before) / count / 1024;
 }
 
 void scan(benchmark::State& state, const test::Format& format) {
     double least = never;
     for ([[maybe_unused]] auto pass : state) {
-        const double seconds = inAChild([&] { return secondsOf([&] { format.describe(); }); });
+        const double seconds =
+            bench::inAChild([&] { return bench::secondsOf([&] { format.describe(); }); });
         least = std::min(least, seconds);
         state.SetIterationTime(seconds);
     }

@@ -20,6 +20,7 @@ class Child {
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
+    pid_t pid() const { return pid_; }
     void signal(int number) const { kill(pid_, number); }
     /// Waits for its end. The exit code, or 128 + the signal that ended it.
     int wait();
