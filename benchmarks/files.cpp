@@ -94,7 +94,7 @@ void enumerate(benchmark::State& state) {
     state.counters["B/entry"] = bytes / total;
     state.counters["ours/find"] = ours / theirs;
 }
-BENCHMARK(enumerate)->Arg(10'000)->Arg(50'000)->Arg(200'000)->UseManualTime()->Iterations(3)->Unit(
+BENCHMARK(enumerate)->Arg(10'000)->Arg(200'000)->UseManualTime()->Iterations(3)->Unit(
     benchmark::kMillisecond);
 
 }  // namespace

@@ -1,11 +1,13 @@
 // kelvane render of a ten-minute float WAV against a program that only copies it through the sound
-// file library with buffers of the same size: CPU time of the process, user and system.
+// file library with buffers of the same size: CPU time of the process, user and system. And the
+// time from the program's start to its first frames in a pipe.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -23,27 +25,38 @@ namespace {
 constexpr int rate = 44100;
 constexpr sf_count_t bufferFrames = 8192;  // as kelvane render reads and writes
 
+void writeNoise(const std::string& path, int seconds) {
+    SF_INFO info{};
+    info.samplerate = rate;
+    info.channels = 2;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
+    SNDFILE* const file = sf_open(path.c_str(), SFM_WRITE, &info);
+    std::vector<float> samples(2 * rate);
+    std::uint32_t noise = 1;
+    for (int second = 0; second < seconds; ++second) {
+        for (float& sample : samples) {
+            noise = noise * 1664525U + 1013904223U;
+            sample = static_cast<float>(static_cast<std::int32_t>(noise)) / 4294967296.0F;
+        }
+        sf_writef_float(file, samples.data(), rate);
+    }
+    sf_close(file);
+}
+
+/// A long file, and a folder of short ones with the folders for their copies.
 struct Files {
     Files() {
         std::string path = std::filesystem::temp_directory_path() / "kelvane-bench-XXXXXX";
         folder = mkdtemp(path.data());
         in = folder + "/in.wav";
         out = folder + "/out.wav";
-        SF_INFO info{};
-        info.samplerate = rate;
-        info.channels = 2;
-        info.format = SF_FORMAT_WAV | SF_FORMAT_FLOAT;
-        SNDFILE* const file = sf_open(in.c_str(), SFM_WRITE, &info);
-        std::vector<float> samples(2 * rate);
-        std::uint32_t noise = 1;
-        for (int second = 0; second < 600; ++second) {
-            for (float& sample : samples) {
-                noise = noise * 1664525U + 1013904223U;
-                sample = static_cast<float>(static_cast<std::int32_t>(noise)) / 4294967296.0F;
-            }
-            sf_writef_float(file, samples.data(), rate);
-        }
-        sf_close(file);
+        writeNoise(in, 600);
+        for (const char* name : {"/many", "/copies"})
+            std::filesystem::create_directory(folder + name);
+        writeNoise(folder + "/many/0.wav", 1);
+        for (int i = 1; i < 1000; ++i)
+            std::filesystem::copy(folder + "/many/0.wav",
+                                  folder + "/many/" + std::to_string(i) + ".wav");
     }
     ~Files() { std::filesystem::remove_all(folder); }
     std::string folder, in, out;
@@ -96,10 +109,8 @@ double cpuOfCopy() {
     });
 }
 
-double cpuOfRender(const std::vector<std::string>& options) {
-    std::vector<std::string> arguments{KELVANE_PROGRAM, "render", files().in, files().out,
-                                       "--no-progress"};
-    arguments.insert(arguments.end(), options.begin(), options.end());
+double cpuOfProgram(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), {KELVANE_PROGRAM, "render"});
     return cpuOf([&] {
         std::vector<char*> argv;
         for (auto& argument : arguments) argv.push_back(argument.data());
@@ -115,7 +126,9 @@ void render(benchmark::State& state, const std::vector<std::string>& options) {
         // In turn, so that a change of the machine's pace meets both; the least of each is what it
         // takes without other use of the disk.
         copyCpu = std::min(copyCpu, cpuOfCopy());
-        const double cpu = cpuOfRender(options);
+        std::vector<std::string> arguments{files().in, files().out, "--no-progress"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        const double cpu = cpuOfProgram(arguments);
         renderCpu = std::min(renderCpu, cpu);
         state.SetIterationTime(cpu);
     }
@@ -123,6 +136,59 @@ void render(benchmark::State& state, const std::vector<std::string>& options) {
     state.counters["times_real_time"] = 600.0 / renderCpu;
 }
 
+void manyFiles(benchmark::State& state) {
+    const std::string from = files().folder + "/many", to = files().folder + "/rendered";
+    const std::filesystem::path copies = files().folder + "/copies";
+    double renderCpu = std::numeric_limits<double>::max();
+    double copyCpu = renderCpu;
+    for ([[maybe_unused]] auto pass : state) {
+        copyCpu =
+            std::min(copyCpu, cpuOf([&] {
+                         for (const auto& file : std::filesystem::directory_iterator(from))
+                             copy(file.path().c_str(), (copies / file.path().filename()).c_str());
+                         _exit(0);
+                     }));
+        std::filesystem::remove_all(to);
+        const double cpu = cpuOfProgram({from, to + "/", "-q", "--stereo-width=0.8"});
+        renderCpu = std::min(renderCpu, cpu);
+        state.SetIterationTime(cpu);
+    }
+    state.counters["ratio_to_copy"] = renderCpu / copyCpu;
+}
+BENCHMARK(manyFiles)->UseManualTime()->Iterations(7)->Unit(benchmark::kMillisecond);
+
+/// The program's head and first frames are read, then the pipe is closed.
+void start(benchmark::State& state) {
+    const std::string in = files().in;
+    double least = std::numeric_limits<double>::max();
+    for ([[maybe_unused]] auto pass : state) {
+        int ends[2];
+        if (pipe(ends) != 0) std::abort();
+        const auto begin = std::chrono::steady_clock::now();
+        const pid_t pid = fork();
+        if (pid == 0) {
+            dup2(ends[1], STDOUT_FILENO);
+            close(ends[0]);
+            execl(KELVANE_PROGRAM, KELVANE_PROGRAM, "render", in.c_str(), "-", "-q", nullptr);
+            _exit(1);
+        }
+        close(ends[1]);
+        constexpr std::size_t wanted = 1024;
+        char bytes[wanted];
+        std::size_t count = 0;
+        for (ssize_t more = 1; count < wanted && more > 0; count += static_cast<std::size_t>(more))
+            more = std::max<ssize_t>(read(ends[0], bytes, wanted - count), 0);
+        const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - begin;
+        close(ends[0]);
+        waitpid(pid, nullptr, 0);
+        if (count < wanted) return state.SkipWithError("no frames");
+        least = std::min(least, seconds.count());
+        state.SetIterationTime(seconds.count());
+    }
+    state.counters["least_ms"] = least * 1000;
+}
+
+BENCHMARK(start)->UseManualTime()->Iterations(30)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(render, neutral, {})
     ->UseManualTime()
     ->Iterations(7)
