@@ -54,7 +54,7 @@ TEST(AThousandInstances, NeedLittleMemoryAndFreeIt) {
     const auto left = static_cast<std::ptrdiff_t>(bytesInUse() - before);
     std::cout << each / 1024 << " KiB for each, " << left << " bytes left behind\n";
     platform::console::setSink(sink);
-    EXPECT_LT(each, 256 * 1024U);
+    EXPECT_LT(each, 128 * 1024U);
     EXPECT_LT(left, 64 * 1024) << "64 bytes for each";
 }
 
