@@ -1,8 +1,7 @@
-// What the engine costs, as ratios against a floor measured in the same run: the memory traffic of
-// a cycle without its arithmetic. Each figure is the best of several interleaved repetitions.
+// What the engine costs beside a floor: the memory traffic of a cycle without its arithmetic. The
+// repetitions of all of them are interleaved, so that a change of the machine's pace meets each.
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <map>
 #include <memory>
@@ -159,117 +158,48 @@ void instances(benchmark::State& state, int count) {
     countFrames(state, std::int64_t{usualBlock} * count);
 }
 
-// Keeps the best time per frame of each benchmark for the table at the end.
-class Reporter : public benchmark::ConsoleReporter {
- public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.run_type != Run::RT_Iteration || run.error_occurred) continue;
-            const double perFrame = 1e9 / run.counters.at("items_per_second");
-            const std::string name = run.run_name.function_name;
-            auto& best = best_.try_emplace(name, perFrame).first->second;
-            best = std::min(best, perFrame);
-        }
-    }
-
-    void print(const char* title, const char* name, const char* against, double target = 0) const {
-        const auto measured = best_.find(name), base = best_.find(against);
-        if (measured == best_.end() || base == best_.end()) return;
-        const double ratio = measured->second / base->second;
-        std::printf("%-44s %8.4f ns/frame %7.2f x", title, measured->second, ratio);
-        if (target > 0)
-            std::printf("   target %.1f x: %s", target, ratio <= target ? "met" : "missed");
-        std::printf("\n");
-    }
-
- private:
-    std::map<std::string, double> best_;
-};
-
-std::string numbered(const char* text, int number) {
-    return std::string(text).append(std::to_string(number));
+void add(const std::string& name, auto run) {
+    benchmark::RegisterBenchmark(name.c_str(), run);
 }
 
-struct Row {
-    std::string title, name, against;
-    double target;
-};
-
-/// What is measured, in the order of the table.
-class Rows {
- public:
-    Rows() {
-        addBlocks();
-        addStages();
-        addSituations();
+void addAll() {
+    for (const int block : {32, 64, 512, 1024}) {
+        const auto with = [block](const char* name) {
+            return std::string(name).append(std::to_string(block));
+        };
+        add(with("floor/"), [=](auto& state) { floorOf(state, block); });
+        add(with("neutral/"), [=](auto& state) { chain(state, neutral, block); });
+        add(with("full/"), [=](auto& state) { chain(state, full, block); });
     }
-
-    void print(const Reporter& reporter) const {
-        for (const Row& row : rows_)
-            reporter.print(row.title.c_str(), row.name.c_str(), row.against.c_str(), row.target);
+    const struct {
+        const char* name;
+        std::uint64_t address;
+        float value;
+    } stages[] = {{"volume", kVolume, 0.8f},         {"phase shift", kPhaseShift, 1},
+                  {"invert", kInvertChannel, 1},     {"swap", kSwapChannels, 1},
+                  {"recover mono", kRecoverMono, 1}, {"wider", kStereoWidth, 0.8f},
+                  {"narrower", kStereoWidth, 0.2f},  {"pan left", kPanorama, 0.3f},
+                  {"pan right", kPanorama, 0.7f},    {"test mono", kTestMono, 1}};
+    for (const auto& stage : stages) {
+        Settings settings = neutral;
+        settings[stage.address] = stage.value;
+        add(std::string("stage/") + stage.name,
+            [=](auto& state) { chain(state, settings, usualBlock); });
     }
+    for (const char* form : {"scalar", "baseline", "v3", "v4"})
+        add(std::string("form/") + form, [=](auto& state) { chainInForm(state, form); });
+    for (const int number : {1, 16})
+        add("events/" + std::to_string(number), [=](auto& state) { events(state, number); });
+    for (const int number : {1, 8, 64, 1000})
+        add("instances/" + std::to_string(number), [=](auto& state) { instances(state, number); });
+    // What the memory alone costs there: rings and lines of a thousand, without a snapshot each.
+    add("floors/1000", [](auto& state) { floorOf(state, usualBlock, 1000); });
+}
 
- private:
-    void add(const std::string& title, const std::string& name, const std::string& against,
-             double target, auto run) {
-        rows_.push_back({title, name, against, target});
-        benchmark::RegisterBenchmark(name.c_str(), run);
-    }
+}  // namespace
 
-    void addBlocks() {
-        for (const int block : {32, 64, 512, 1024}) {
-            const std::string floor = numbered("floor/", block),
-                              words = numbered(", block ", block);
-            const bool judged = block == usualBlock;
-            add(std::string("floor").append(words), floor, floor, 0,
-                [=](auto& state) { floorOf(state, block); });
-            add(std::string("neutral chain").append(words), numbered("neutral/", block), floor,
-                judged ? 1.2 : 0, [=](auto& state) { chain(state, neutral, block); });
-            add(std::string("full chain").append(words), numbered("full/", block), floor,
-                judged ? 2.0 : 0, [=](auto& state) { chain(state, full, block); });
-        }
-    }
-
-    void addStages() {
-        const struct {
-            const char* name;
-            std::uint64_t address;
-            float value;
-        } stages[] = {{"volume", kVolume, 0.8f},         {"phase shift", kPhaseShift, 1},
-                      {"invert", kInvertChannel, 1},     {"swap", kSwapChannels, 1},
-                      {"recover mono", kRecoverMono, 1}, {"wider", kStereoWidth, 0.8f},
-                      {"narrower", kStereoWidth, 0.2f},  {"pan left", kPanorama, 0.3f},
-                      {"pan right", kPanorama, 0.7f},    {"test mono", kTestMono, 1}};
-        for (const auto& stage : stages) {
-            Settings settings = neutral;
-            settings[stage.address] = stage.value;
-            add(std::string("only ") + stage.name, std::string("stage/") + stage.name, "floor/512",
-                0, [=](auto& state) { chain(state, settings, usualBlock); });
-        }
-    }
-
-    void addSituations() {
-        for (const char* form : {"scalar", "baseline", "v3", "v4"})
-            add(std::string("full chain in form ") + form, std::string("form/") + form, "floor/512",
-                0, [=](auto& state) { chainInForm(state, form); });
-        for (const int number : {0, 1, 16})
-            add(numbered("full chain, events a block: ", number), numbered("events/", number),
-                "floor/512", 0, [=](auto& state) { events(state, number); });
-        for (const int number : {1, 8, 64, 1000})
-            add(numbered("instances in turn (against one): ", number),
-                numbered("instances/", number), "instances/1", number == 1000 ? 1.5 : 0,
-                [=](auto& state) { instances(state, number); });
-        // What the memory alone costs there: rings and lines of a thousand, without a snapshot
-        // each.
-        add("floors in turn (against one): 1000", "floors/1000", "floor/512", 0,
-            [](auto& state) { floorOf(state, usualBlock, 1000); });
-    }
-
-    std::vector<Row> rows_;
-};
-
-/// False, with a line on standard error, where an argument is unknown.
-bool initialize(int argc, char** argv) {
+int main(int argc, char** argv) {
+    platform::console::setSink({});
     std::vector<std::string> arguments(argv, argv + argc);
     arguments.insert(arguments.begin() + 1,
                      {"--benchmark_repetitions=9", "--benchmark_min_time=0.02",
@@ -278,19 +208,8 @@ bool initialize(int argc, char** argv) {
     for (auto& argument : arguments) pointers.push_back(argument.data());
     int count = static_cast<int>(pointers.size());
     benchmark::Initialize(&count, pointers.data());
-    return !benchmark::ReportUnrecognizedArguments(count, pointers.data());
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    platform::console::setSink({});
-    if (!initialize(argc, argv)) return 1;
-    const Rows rows;
-    Reporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    std::printf(
-        "Best of the repetitions, against the floor at the same block (512 where none is named)\n");
-    rows.print(reporter);
+    if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) return 1;
+    addAll();
+    benchmark::RunSpecifiedBenchmarks();
     return 0;
 }
