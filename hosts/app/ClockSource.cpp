@@ -22,6 +22,7 @@ class ClockSource final : public SoundSource {
     std::uint32_t longestBlock() const override { return kBlock; }
 
     bool start(hosts::Instance& instance, SoundLoop& loop) override {
+        if (loop.isEmpty()) return true;  // nothing will ever sound
         thread_ = std::jthread(
             [this, &instance, &loop](const std::stop_token& stop) { run(stop, instance, loop); });
         return true;

@@ -34,7 +34,7 @@ class SoundSource {
 /// answers.
 std::unique_ptr<SoundSource> openJack(const std::string& server);
 
-/// A thread that processes blocks of silence in real time and discards the output.
+/// A thread that processes blocks in real time and discards the output; none for an empty loop.
 std::unique_ptr<SoundSource> makeClock(double rate);
 
 }  // namespace qov::app

@@ -1,11 +1,13 @@
 #include "hosts/app/runApp.h"
 
 #include <fmt/format.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <cctype>
+#include <cmath>
 #include <csignal>
 #include <cstdio>
 #include <memory>
@@ -36,6 +38,7 @@ constexpr double kUsualRate = 44100;        // frames a second
 constexpr double kExchangeInterval = 0.05;  // seconds: with each of the editor's ticks
 constexpr double kSecondEsc = 3;            // seconds within which it has to follow the first
 constexpr double kNoticeTime = 6;           // seconds that a message stays in the window
+constexpr double kQuietTime = 8;            // seconds after which no timer is due but periodic ones
 constexpr double kJackInterval = 2;         // seconds between two looks for a JACK server
 
 /// Signals that ask for the end, as a descriptor. Made before any other thread is.
@@ -83,6 +86,7 @@ class App {
     int run();
 
  private:
+    void turnUntilTheEnd();
     void openWindow();
     void restoreSettings(double rate);
     void saveSettings();
@@ -114,6 +118,7 @@ class App {
     std::unique_ptr<SoundSource> source_;
     bool isOnJack_ = false;
     bool isRestored_ = false;  // what was kept, before the first sound
+    bool isEnding_ = false;
     int exitCode_ = 0;
 };
 
@@ -134,14 +139,30 @@ int App::run() {
         if (instance_->takeLatencyChange()) source_->reportLatency();
     });
     window_->native().show();
-    loop_->run();
+    turnUntilTheEnd();
     saveSettings();
     return exitCode_;
 }
 
+/// Where no sound comes, the periodic timers show nothing new: without input for some seconds, the
+/// loop sleeps until there is some, or until it is time to look for a JACK server.
+void App::turnUntilTheEnd() {
+    pollfd input{loop_->fileDescriptor(), POLLIN, 0};
+    double last = loop_->now();
+    while (!isEnding_) {
+        const double now = loop_->now();
+        const bool isQuiet =
+            !isOnJack_ && sound_->isEmpty() && input.fd >= 0 && now - last > kQuietTime;
+        double wait = loop_->nextDeadline().value_or(now) - now;
+        if (isQuiet) wait = options_.useJack ? kJackInterval : -1;
+        if (poll(&input, 1, static_cast<int>(std::ceil(wait * 1000))) > 0) last = loop_->now();
+        loop_->pump();
+    }
+}
+
 void App::end(int exitCode) {
     exitCode_ = exitCode;
-    loop_->stop();
+    isEnding_ = true;
 }
 
 void App::openWindow() {
