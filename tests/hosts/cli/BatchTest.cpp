@@ -13,7 +13,7 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 
-class Batch : public testing::Test {
+class Batch : public ProgramTest {
  protected:
     Batch() {
         std::filesystem::create_directories(folder / "in/sub/__MACOSX");
@@ -28,15 +28,10 @@ class Batch : public testing::Test {
         write(folder / "in/broken.wav", "no sound");
         write(folder / "list", "in/a.wav\n\nin/sub/a.wav\n");
     }
-    ::Run kelvane(const std::string& arguments) const {
-        return shell("cd " + folder.path() + " && $K " + arguments);
-    }
     /// The files below a folder, with their sums.
     std::string sums(const std::string& path) const {
         return shell("cd " + (folder / path) + " && find . -type f | sort | xargs sha256sum").out;
     }
-
-    const TemporaryFolder folder;
 };
 
 TEST_F(Batch, RendersAFolderAsEachFileAloneWhateverTheNumberOfWorkers) {

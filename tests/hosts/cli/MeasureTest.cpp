@@ -13,7 +13,7 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 
-class Measure : public testing::Test {
+class Measure : public ProgramTest {
  protected:
     Measure() {
         const auto one = noise(44200);
@@ -28,11 +28,6 @@ class Measure : public testing::Test {
         save(folder / "silent.wav", {.samples = std::vector<double>(88200)});
         save(folder / "5.1.wav", {.channels = 6, .samples = noise(6000)});
     }
-    ::Run kelvane(const std::string& arguments) const {
-        return shell("cd " + folder.path() + " && $K " + arguments);
-    }
-
-    const TemporaryFolder folder;
 };
 
 TEST_F(Measure, TheSettingsThatItNamesMendTheDelay) {
