@@ -5,6 +5,35 @@
 
 namespace platform {
 
+void CGContext::addRect(const CGRect& r) {
+    moveTo({r.minX(), r.minY()});
+    addLineTo({r.maxX(), r.minY()});
+    addLineTo({r.maxX(), r.maxY()});
+    addLineTo({r.minX(), r.maxY()});
+    closePath();
+}
+
+void CGContext::addPath(const CGPath& path) {
+    const CGPoint* p = path.points().data();
+    for (const auto element : path.elements()) {
+        switch (element) {
+            case CGPath::Element::moveTo:
+                moveTo(*p++);
+                break;
+            case CGPath::Element::lineTo:
+                addLineTo(*p++);
+                break;
+            case CGPath::Element::curveTo:
+                addCurveTo(p[0], p[1], p[2]);
+                p += 3;
+                break;
+            case CGPath::Element::close:
+                closePath();
+                break;
+        }
+    }
+}
+
 void CGContext::clipTo(const CGRect& rect) {
     beginPath();
     addRect(rect);

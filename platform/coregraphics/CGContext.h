@@ -58,8 +58,8 @@ class CGContext {
     virtual void addLineTo(CGPoint p) = 0;
     virtual void addCurveTo(CGPoint control1, CGPoint control2, CGPoint p) = 0;
     virtual void closePath() = 0;
-    virtual void addRect(const CGRect& rect) = 0;
-    virtual void addPath(const CGPath& path) = 0;
+    virtual void addRect(const CGRect& rect);
+    virtual void addPath(const CGPath& path);
     void addEllipse(const CGRect& rect) { addPath(CGPath::ellipse(rect)); }
 
     // These three clear the path. Inside is where the winding number is not zero.

@@ -96,33 +96,6 @@ class CairoContext : public Base {
             cairo_curve_to(cairo_, c1.x, c1.y, c2.x, c2.y, p.x, p.y);
     }
     void closePath() override { cairo_close_path(cairo_); }
-    void addRect(const CGRect& r) override {
-        moveTo({r.minX(), r.minY()});
-        addLineTo({r.maxX(), r.minY()});
-        addLineTo({r.maxX(), r.maxY()});
-        addLineTo({r.minX(), r.maxY()});
-        closePath();
-    }
-    void addPath(const CGPath& path) override {
-        const CGPoint* p = path.points().data();
-        for (const auto element : path.elements()) {
-            switch (element) {
-                case CGPath::Element::moveTo:
-                    moveTo(*p++);
-                    break;
-                case CGPath::Element::lineTo:
-                    addLineTo(*p++);
-                    break;
-                case CGPath::Element::curveTo:
-                    addCurveTo(p[0], p[1], p[2]);
-                    p += 3;
-                    break;
-                case CGPath::Element::close:
-                    closePath();
-                    break;
-            }
-        }
-    }
 
     void strokePath() override {
         useColor(state_.stroke);
@@ -165,7 +138,7 @@ class CairoContext : public Base {
         cairo_save(cairo_);
         cairo_set_operator(cairo_, CAIRO_OPERATOR_CLEAR);
         cairo_new_path(cairo_);
-        addRect(rect);
+        this->addRect(rect);
         cairo_fill(cairo_);
         cairo_restore(cairo_);
     }

@@ -123,27 +123,6 @@ class CanvasBitmap final : public CGBitmapContext {
         put(Command::curveTo, {c1.x, c1.y, c2.x, c2.y, p.x, p.y});
     }
     void closePath() override { put(Command::closePath); }
-    void addRect(const CGRect& rect) override { addPath(CGPath::rect(rect)); }
-    void addPath(const CGPath& path) override {
-        const auto* p = path.points().data();
-        for (const auto element : path.elements()) {
-            switch (element) {
-                case CGPath::Element::moveTo:
-                    moveTo(*p++);
-                    break;
-                case CGPath::Element::lineTo:
-                    addLineTo(*p++);
-                    break;
-                case CGPath::Element::curveTo:
-                    addCurveTo(p[0], p[1], p[2]);
-                    p += 3;
-                    break;
-                case CGPath::Element::close:
-                    closePath();
-                    break;
-            }
-        }
-    }
 
     void strokePath() override {
         path_ = CGRect::null();
