@@ -6,7 +6,6 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <csignal>
@@ -154,7 +153,7 @@ void App::turnUntilTheEnd() {
         const double now = loop_->now();
         const bool isQuiet =
             !isOnJack_ && sound_->isEmpty() && input.fd >= 0 && now - last > kQuietTime;
-        double wait = std::max(0.0, loop_->nextDeadline().value_or(now) - now);
+        double wait = loop_->nextDeadline().value_or(now) - now;
         if (isQuiet) wait = options_.useJack ? kJackInterval : -1;
         if (poll(&input, 1, static_cast<int>(std::ceil(wait * 1000))) > 0) last = loop_->now();
         loop_->pump();
