@@ -43,17 +43,11 @@ struct StandardInput {
     static sf_count_t write(const void*, sf_count_t, void*) { return 0; }
     static sf_count_t read(void* to, sf_count_t count, void* self) {
         auto& input = *static_cast<StandardInput*>(self);
-        sf_count_t done = 0;
-        while (done < count) {
-            const auto got = ::read(STDIN_FILENO, static_cast<char*>(to) + done,
-                                    static_cast<std::size_t>(count - done));
-            if (got < 0 && errno == EINTR) continue;
-            if (got < 0) input.error = errno;
-            if (got <= 0) break;
-            done += got;
-        }
-        input.bytes += done;
-        return done;
+        const auto wanted = static_cast<std::size_t>(std::max<sf_count_t>(count, 0));
+        const auto done = readFully(STDIN_FILENO, to, wanted);
+        if (done < wanted && errno != 0) input.error = errno;
+        input.bytes += static_cast<std::int64_t>(done);
+        return static_cast<sf_count_t>(done);
     }
 };
 

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 
 namespace qov::cli {
 
@@ -29,6 +30,18 @@ std::string readAt(int descriptor, std::int64_t at, std::int64_t count) {
     const auto got = pread(descriptor, bytes.data(), bytes.size(), at);
     bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(got, 0)));
     return bytes;
+}
+
+std::size_t readFully(int descriptor, void* bytes, std::size_t count) {
+    std::size_t done = 0;
+    while (done < count) {
+        const auto got = read(descriptor, static_cast<char*>(bytes) + done, count - done);
+        if (got < 0 && errno == EINTR) continue;
+        if (got == 0) errno = 0;
+        if (got <= 0) break;
+        done += static_cast<std::size_t>(got);
+    }
+    return done;
 }
 
 std::int64_t fileLength(int descriptor) {

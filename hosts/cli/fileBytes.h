@@ -20,6 +20,10 @@ std::uint64_t numberAt(std::string_view text, std::size_t at, int count, std::en
 /// change.
 std::string readAt(int descriptor, std::int64_t at, std::int64_t count);
 
+/// Reads `count` bytes, also when signals interrupt. Returns how many came before the end or an
+/// error; errno is that of the error, 0 at the end.
+std::size_t readFully(int descriptor, void* bytes, std::size_t count);
+
 /// Length of a regular file in bytes; -1 of anything else.
 std::int64_t fileLength(int descriptor);
 

@@ -25,6 +25,7 @@
 #include <fmt/format.h>
 
 #include "hosts/cli/Command.h"
+#include "hosts/cli/fileBytes.h"
 #include "hosts/output/OutputPlace.h"
 
 namespace qov::cli {
@@ -36,16 +37,9 @@ constexpr timespec pollPeriod{.tv_sec = 0, .tv_nsec = 100'000'000};
 
 volatile std::sig_atomic_t endingSignal = 0;
 
-bool readFully(int descriptor, void* bytes, std::size_t count) {
-    auto* to = static_cast<char*>(bytes);
-    while (count > 0) {
-        const auto got = read(descriptor, to, count);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return false;
-        to += got;
-        count -= static_cast<std::size_t>(got);
-    }
-    return true;
+/// All of the bytes; false at the end and on an error.
+bool readWhole(int descriptor, void* bytes, std::size_t count) {
+    return readFully(descriptor, bytes, count) == count;
 }
 
 /// Catches in memory what is written to a standard stream.
@@ -59,7 +53,7 @@ class CaughtStream {
         std::string text(static_cast<std::size_t>(std::max<off_t>(lseek(memory_, 0, SEEK_CUR), 0)),
                          '\0');
         lseek(memory_, 0, SEEK_SET);
-        if (!readFully(memory_, text.data(), text.size())) text.clear();
+        if (!readWhole(memory_, text.data(), text.size())) text.clear();
         lseek(memory_, 0, SEEK_SET);
         if (ftruncate(memory_, 0) != 0) std::_Exit(1);
         return text;
@@ -91,7 +85,7 @@ int codeOf(const Jobs& jobs, std::size_t job, std::string& more) {
 void work(const Jobs& jobs, int socket) {
     const CaughtStream out(STDOUT_FILENO), err(STDERR_FILENO);
     std::size_t job = 0;
-    while (readFully(socket, &job, sizeof job)) {
+    while (readWhole(socket, &job, sizeof job)) {
         std::string more;
         const int code = codeOf(jobs, job, more);
         std::fflush(nullptr);
@@ -147,12 +141,12 @@ class Worker {
     bool takeResult(JobResult& result) {
         job_.reset();
         ResultHead head{};
-        bool isWhole = readFully(socket_, &head, sizeof head);
+        bool isWhole = readWhole(socket_, &head, sizeof head);
         result.code = head.code;
         for (std::size_t i = 0; i < head.sizes.size() && isWhole; ++i) {
             auto& text = *std::array{&result.out, &result.err, &result.more}[i];
             text.resize(head.sizes[i]);
-            isWhole = readFully(socket_, text.data(), text.size());
+            isWhole = readWhole(socket_, text.data(), text.size());
         }
         if (isWhole) return true;
         int status = 0;
