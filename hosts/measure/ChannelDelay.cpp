@@ -6,11 +6,10 @@
 #include <cmath>
 #include <complex>
 #include <cstdint>
-#include <mutex>
 #include <numbers>
 #include <vector>
 
-#include <fftw3.h>
+#include "hosts/measure/FourierTransform.h"
 
 namespace qov::measure {
 namespace {
@@ -21,37 +20,6 @@ constexpr int lagsPerSecond = 50;  // 20 ms
 /// Of two peaks that differ by less, the one at the shorter delay or of the same polarity counts.
 constexpr double asStrong = 0.98;
 constexpr int refinements = 6;
-
-/// FFTW's planner is not reentrant.
-std::mutex& planner() {
-    static std::mutex mutex;
-    return mutex;
-}
-
-/// A real signal of a length, its half spectrum, and the transforms between them.
-struct Transform {
-    explicit Transform(std::size_t length)
-        : samples(fftwf_alloc_real(length)), spectrum(fftwf_alloc_complex(length / 2 + 1)) {
-        const std::lock_guard lock(planner());
-        const int size = static_cast<int>(length);
-        forward = fftwf_plan_dft_r2c_1d(size, samples, spectrum, FFTW_ESTIMATE);
-        backward = fftwf_plan_dft_c2r_1d(size, spectrum, samples, FFTW_ESTIMATE);
-        std::fill_n(samples, length, 0.0F);
-    }
-    ~Transform() {
-        const std::lock_guard lock(planner());
-        fftwf_destroy_plan(forward);
-        fftwf_destroy_plan(backward);
-        fftwf_free(samples);
-        fftwf_free(spectrum);
-    }
-    Transform(const Transform&) = delete;
-    Transform& operator=(const Transform&) = delete;
-
-    float* samples;
-    fftwf_complex* spectrum;
-    fftwf_plan forward, backward;
-};
 
 /// The vertex of the parabola through three neighbours: its place beside the middle one, and its
 /// height.
@@ -71,7 +39,7 @@ struct ChannelDelay::State {
     /// One channel.
     struct Side {
         Side(std::size_t reach, std::size_t length)
-            : window(length), transform(length), head(reach + 1) {}
+            : window(2 * (length - reach)), transform(length), head(reach + 1) {}
 
         void add(const float* samples, std::size_t count, std::size_t at, std::size_t before) {
             std::copy_n(samples, count, &window[at]);
@@ -79,8 +47,20 @@ struct ChannelDelay::State {
                 head[n + 1] = head[n] + samples[n - before];
         }
 
-        std::vector<float> window;  ///< `reach` frames of before, then new ones
-        Transform transform;
+        /// The spectrum of the window's two blocks as the parts of one complex signal; of each
+        /// only the frames `from` to `to`.
+        void transformBlocks(std::size_t from, std::size_t to) {
+            const float* block = window.data();
+            for (auto* const part : {&transform.real, &transform.imaginary}) {
+                std::fill(part->begin(), part->end(), 0.0F);
+                std::copy(block + from, block + to, part->data() + from);
+                block += window.size() - part->size();
+            }
+            transform.run();
+        }
+
+        std::vector<float> window;  ///< `reach` frames of before, then those of two blocks
+        FourierTransform transform;
         double sum = 0;            ///< of all samples, at the end
         std::vector<double> head;  ///< sums of the first n samples
         std::vector<double> tail;  ///< sums of the last n samples, at the end
@@ -92,35 +72,34 @@ struct ChannelDelay::State {
           left(reach, length),
           right(reach, length),
           filled(reach),
-          cross(length / 2 + 1) {}
+          cross(length) {}
 
     void add(const float* l, const float* r, std::size_t count) {
         while (count > 0) {
-            const auto taken = std::min(count, length - filled);
+            const auto taken = std::min(count, left.window.size() - filled);
             left.add(l, taken, filled, frames);
             right.add(r, taken, filled, frames);
             frames += taken;
             filled += taken;
-            if (filled == length) endBlock();
+            if (filled == left.window.size()) endBlocks();
             l += taken;
             r += taken;
             count -= taken;
         }
     }
 
-    /// All of the left window but `reach` frames at both ends meets all of the right one, so that
-    /// no lag within reach wraps round.
-    void endBlock() {
-        const auto inner = length - 2 * reach;
-        std::copy_n(&left.window[reach], inner, left.transform.samples + reach);
-        std::copy_n(right.window.data(), length, right.transform.samples);
-        for (auto* const side : {&left, &right}) {
-            fftwf_execute(side->transform.forward);
-            std::copy_n(&side->window[inner], 2 * reach, side->window.begin());
-        }
-        for (std::size_t k = 0; k < cross.size(); ++k) {
-            const Complex l{left.transform.spectrum[k][0], left.transform.spectrum[k][1]};
-            const Complex r{right.transform.spectrum[k][0], right.transform.spectrum[k][1]};
+    /// All of a left block but `reach` frames at both ends meets all of the right one, so that no
+    /// lag within reach wraps round. The real part of the complex signals' correlation is the sum
+    /// of both blocks' correlations.
+    void endBlocks() {
+        left.transformBlocks(reach, length - reach);
+        right.transformBlocks(0, length);
+        for (auto* const side : {&left, &right})
+            std::copy(side->window.end() - static_cast<std::ptrdiff_t>(2 * reach),
+                      side->window.end(), side->window.begin());
+        for (std::size_t k = 0; k < length; ++k) {
+            const Complex l{left.transform.real[k], left.transform.imaginary[k]};
+            const Complex r{right.transform.real[k], right.transform.imaginary[k]};
             cross[k] += Complex{l.real() * r.real() + l.imag() * r.imag(),
                                 l.real() * r.imag() - l.imag() * r.real()};
         }
@@ -135,9 +114,14 @@ struct ChannelDelay::State {
                 side->tail[n] = side->tail[n - 1] + side->window[filled - n];
         }
         const auto whole = frames;
-        const std::vector<float> silence(length);
-        add(silence.data(), silence.data(), length);
+        const std::vector<float> silence(left.window.size());
+        add(silence.data(), silence.data(), silence.size());
         frames = whole;
+        // The spectrum of the correlation's real part, of which one half tells all.
+        cross[0].imag(0);
+        for (std::size_t k = 1; k <= length / 2; ++k)
+            cross[k] = (cross[k] + std::conj(cross[length - k])) / 2.0;
+        cross.resize(length / 2 + 1);
     }
 
     /// What the means add to c at a lag: c is then that of the signals less their means.
@@ -159,31 +143,35 @@ struct ChannelDelay::State {
         const double after = shareOfMeans(edge);
         const double slope =
             (shareOfMeans(-edge) - after) / static_cast<double>(length - 2 * reach);
-        float* const values = left.transform.samples;
+        auto& transform = left.transform;
+        std::fill(transform.imaginary.begin(), transform.imaginary.end(), 0.0F);
         for (std::size_t i = 0; i < length; ++i) {
             const auto lag = static_cast<std::int64_t>(i);
             const auto wrapped = lag - static_cast<std::int64_t>(length);
-            values[i] = static_cast<float>(lag <= edge ? shareOfMeans(lag)
-                                           : wrapped >= -edge
-                                               ? shareOfMeans(wrapped)
-                                               : after + slope * static_cast<double>(lag - edge));
+            transform.real[i] = static_cast<float>(
+                lag <= edge        ? shareOfMeans(lag)
+                : wrapped >= -edge ? shareOfMeans(wrapped)
+                                   : after + slope * static_cast<double>(lag - edge));
         }
-        fftwf_execute(left.transform.forward);
+        transform.run();
         for (std::size_t k = 0; k < cross.size(); ++k)
-            cross[k] -= Complex{left.transform.spectrum[k][0], left.transform.spectrum[k][1]};
+            cross[k] -= Complex{transform.real[k], transform.imaginary[k]};
     }
 
     /// c at the lags -reach..reach, divided by `scale`.
     std::vector<double> lags(double scale) {
         auto& transform = left.transform;
-        for (std::size_t k = 0; k < cross.size(); ++k) {
-            transform.spectrum[k][0] = static_cast<float>(cross[k].real() / scale);
-            transform.spectrum[k][1] = static_cast<float>(cross[k].imag() / scale);
+        // The transform of the conjugate is the conjugate of the way back.
+        for (std::size_t k = 0; k < length; ++k) {
+            const bool isUpper = k >= cross.size();
+            const auto& bin = cross[isUpper ? length - k : k];
+            transform.real[k] = static_cast<float>(bin.real() / scale);
+            transform.imaginary[k] = static_cast<float>((isUpper ? 1 : -1) * bin.imag() / scale);
         }
-        fftwf_execute(transform.backward);
+        transform.run();
         std::vector<double> values(2 * reach + 1);
         for (std::size_t i = 0; i < values.size(); ++i)
-            values[i] = transform.samples[(i + length - reach) % length];
+            values[i] = transform.real[(i + length - reach) % length];
         return values;
     }
 
@@ -213,7 +201,7 @@ struct ChannelDelay::State {
     Side left, right;
     std::size_t filled;          ///< frames of the windows
     std::int64_t frames = 0;     ///< of the signal
-    std::vector<Complex> cross;  ///< sum of conj(spectrum of L) * spectrum of R
+    std::vector<Complex> cross;  ///< sum of conj(spectrum of L) * spectrum of R; at the end half
 };
 
 namespace {
