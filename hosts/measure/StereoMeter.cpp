@@ -23,7 +23,11 @@ double variation(double squares, double sum, double frames) {
 
 }  // namespace
 
-StereoMeter::StereoMeter(int rate) : stereo_(rate, 2), mono_(rate, 1), delay_(rate) {
+StereoMeter::StereoMeter(int rate)
+    : weighting_(rate),
+      stepFrames_(static_cast<std::size_t>(std::max(rate / Loudness::stepsPerSecond, 1))),
+      framesToStep_(stepFrames_),
+      delay_(rate) {
     figures_.rate = rate;
 }
 
@@ -47,16 +51,32 @@ void StereoMeter::addBlock(const float* left, const float* right, std::size_t fr
         leftSum_ += l;
         rightSum_ += r;
         peak_ = std::max({peak_, std::abs(l), std::abs(r)});
-        left_[i] = interleaved_[2 * i] = l;
-        right_[i] = interleaved_[2 * i + 1] = r;
-        mid_[i] = 0.5F * l + 0.5F * r;
+        left_[i] = l;
+        right_[i] = r;
     }
     figures_.frames += static_cast<std::int64_t>(frames);
     truePeaks_[0].add(left_.data(), frames);
     truePeaks_[1].add(right_.data(), frames);
-    stereo_.add(interleaved_.data(), frames);
-    mono_.add(mid_.data(), frames);
+    if (figures_.rate >= KWeighting::lowestRate) addLoudness(left_.data(), right_.data(), frames);
     delay_.add(left_.data(), right_.data(), frames);
+}
+
+void StereoMeter::addLoudness(const float* left, const float* right, std::size_t frames) {
+    while (frames > 0) {
+        const auto taken = std::min(frames, framesToStep_);
+        weighting_.add(left, right, taken, step_);
+        left += taken;
+        right += taken;
+        frames -= taken;
+        framesToStep_ -= taken;
+        if (framesToStep_ > 0) continue;
+        const auto count = static_cast<double>(stepFrames_);
+        stereo_.add((step_.ll + step_.rr) / count);
+        // (L + R) / 2 on both sides; the filter is linear.
+        mono_.add((step_.ll + step_.rr + 2 * step_.lr) / 2 / count);
+        step_ = {};
+        framesToStep_ = stepFrames_;
+    }
 }
 
 Figures StereoMeter::finish() {

@@ -6,6 +6,7 @@
 
 #include "hosts/measure/ChannelDelay.h"
 #include "hosts/measure/Figures.h"
+#include "hosts/measure/KWeighting.h"
 #include "hosts/measure/Loudness.h"
 #include "hosts/measure/StereoSums.h"
 #include "hosts/measure/TruePeak.h"
@@ -27,6 +28,8 @@ class StereoMeter {
  private:
     static constexpr std::size_t blockFrames = 2048;
 
+    /// Frames of a block, in steps of loudness.
+    void addLoudness(const float* left, const float* right, std::size_t frames);
     void addBlock(const float* left, const float* right, std::size_t frames);
     /// The sample, or 0 for one that is not finite.
     float checked(float sample, std::size_t offset);
@@ -36,10 +39,13 @@ class StereoMeter {
     double leftSum_ = 0, rightSum_ = 0;
     float peak_ = 0;
     std::array<TruePeak, 2> truePeaks_;
+    KWeighting weighting_;
+    const std::size_t stepFrames_;  ///< of the loudness
+    std::size_t framesToStep_;      ///< until the next step ends
+    StereoSums step_;               ///< K-weighted
     Loudness stereo_, mono_;
     ChannelDelay delay_;
-    std::array<float, blockFrames> left_{}, right_{}, mid_{};
-    std::array<float, 2 * blockFrames> interleaved_{};
+    std::array<float, blockFrames> left_{}, right_{};
 };
 
 }  // namespace qov::measure
