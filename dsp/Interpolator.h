@@ -23,6 +23,12 @@ struct Interpolator : InterpolatorEvent, Interpolator2 {
         if (advance() && event) event(callee, this, 0);
         return currentValue;
     }
+    /// setTarget() and tick(), at once where the value stands there already.
+    float follow(float value) {
+        if (destinationValue == value && increase == 0 && delay < 1) return currentValue;
+        setTarget(value);
+        return tick();
+    }
     /// Sets the value without a ramp, as after construction.
     void rest(float value);
 };

@@ -34,10 +34,12 @@ float* samples(const platform::AudioBufferList* list, std::int32_t channel, std:
     return static_cast<float*>(list->mBuffers[channel].mData) + offset;
 }
 
+// Their distance, in one comparison: what is less apart to either side wraps into 0..2 bytes - 2.
 bool areApart(const float* one, const float* other, std::int32_t frames) {
     const auto a = reinterpret_cast<std::uintptr_t>(one);
     const auto b = reinterpret_cast<std::uintptr_t>(other);
-    return (a < b ? b - a : a - b) >= sizeof(float) * static_cast<std::uint32_t>(frames);
+    const std::uintptr_t bytes = sizeof(float) * static_cast<std::uint32_t>(frames);
+    return a - b + (bytes - 1) > 2 * bytes - 2;
 }
 
 // Half of it is exact: then a product with it in float is rounded once, just as in double.
@@ -158,7 +160,9 @@ struct QOV_Kelvane_PluginDSPKernel::Segment {
     float amount, width, pan;  // of recover mono, -1..+1 and -1..+1
 };
 
-void QOV_Kelvane_PluginDSPKernel::process(std::uint32_t frameCount, std::uint32_t bufferOffset) {
+// Flat: what the calls themselves would cost shows in short segments.
+[[gnu::flatten]] void QOV_Kelvane_PluginDSPKernel::process(std::uint32_t frameCount,
+                                                           std::uint32_t bufferOffset) {
     if (channels < 1) return;
     const auto reset = [this] { resetState(); };
     if (loadRelaxed(fBypass) == 1.0f || channels != 2) {
@@ -207,15 +211,12 @@ bool QOV_Kelvane_PluginDSPKernel::canFuse(const Segment& segment, const Block& b
 // Reads each parameter once and moves the smoothed ones on by a step. The stages' objects hold what
 // they apply.
 QOV_Kelvane_PluginDSPKernel::Segment QOV_Kelvane_PluginDSPKernel::nextSegment() {
-    volumeInterpolator.setTarget(loadRelaxed(fVolume));
-    const float gain = volumeInterpolator.tick();
+    const float gain = volumeInterpolator.follow(loadRelaxed(fVolume));
     const bool recovered = loadRelaxed(fRecoverMono) > 0;
     const float width = loadRelaxed(fStereoWidth);
     if (recovered) kelvane.fAmount = -width;
-    stereowidthInterpolator.setTarget(bipolar(width));
-    stereo.fAdjust = std::clamp(stereowidthInterpolator.tick(), -1.0f, 1.0f);
-    panpotInterpolator.setTarget(bipolar(loadRelaxed(fPanpot)));
-    const float pan = panpotInterpolator.tick();
+    stereo.fAdjust = std::clamp(stereowidthInterpolator.follow(bipolar(width)), -1.0f, 1.0f);
+    const float pan = panpotInterpolator.follow(bipolar(loadRelaxed(fPanpot)));
     panpot.lSmoothed = 0;
     if (pan >= -1.0f && pan <= 1.0f)
         panpot.fPan = panpot.interp.destinationValue = panpot.interp.currentValue = pan;

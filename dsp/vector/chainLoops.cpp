@@ -4,19 +4,21 @@
 
 #include <utility>
 
-#if defined(__SSE2__) && !defined(__FMA__)
-#define QOV_FOUR_FRAMES
+#if defined(__FMA__)
+#include <immintrin.h>
+#elif defined(__SSE2__)
 #include <emmintrin.h>
+#elif defined(__aarch64__)
+#include <arm_neon.h>
 #endif
 
 #include "dsp/ChainLoops.h"
 #include "dsp/stageFormulas.h"
 
-// Frames of one index may share memory; frames of different indices never do.
 #ifdef __clang__
-#define QOV_INDEPENDENT_FRAMES _Pragma("clang loop vectorize(assume_safety)")
+#define QOV_ONE_BY_ONE _Pragma("clang loop vectorize(disable) unroll(disable)")
 #else
-#define QOV_INDEPENDENT_FRAMES _Pragma("GCC ivdep")
+#define QOV_ONE_BY_ONE _Pragma("GCC unroll 1")
 #endif
 
 namespace qov::QOV_VARIANT {
@@ -50,7 +52,41 @@ inline float flipped(float value, std::uint32_t sign) {
     return __builtin_bit_cast(float, __builtin_bit_cast(std::uint32_t, value) ^ sign);
 }
 
-#ifdef QOV_FOUR_FRAMES
+// Frames: as many as this form computes at once.
+#if defined(__AVX512F__)
+#define QOV_VECTORS
+using Frames = __m512;
+
+inline Frames fusedMultiplyAdd(Frames x, float y, Frames z) {
+    return _mm512_fmadd_ps(x, _mm512_set1_ps(y), z);
+}
+inline Frames flipped(Frames value, std::uint32_t sign) {
+    return _mm512_xor_ps(value, _mm512_castsi512_ps(_mm512_set1_epi32(static_cast<int>(sign))));
+}
+#elif defined(__FMA__)
+#define QOV_VECTORS
+using Frames = __m256;
+
+inline Frames fusedMultiplyAdd(Frames x, float y, Frames z) {
+    return _mm256_fmadd_ps(x, _mm256_set1_ps(y), z);
+}
+inline Frames flipped(Frames value, std::uint32_t sign) {
+    return _mm256_xor_ps(value, _mm256_castsi256_ps(_mm256_set1_epi32(static_cast<int>(sign))));
+}
+#elif defined(__aarch64__)
+#define QOV_VECTORS
+using Frames = float32x4_t;
+
+inline Frames fusedMultiplyAdd(Frames x, float y, Frames z) {
+    return vfmaq_n_f32(z, x, y);
+}
+inline Frames flipped(Frames value, std::uint32_t sign) {
+    return vreinterpretq_f32_u32(veorq_u32(vreinterpretq_u32_f32(value), vdupq_n_u32(sign)));
+}
+#elif defined(__SSE2__)
+#define QOV_VECTORS
+using Frames = __m128;
+
 // The same rounding to odd, of two sums.
 inline __m128d sumRoundedToOdd(__m128d product, __m128d addend) {
     const __m128d sum = _mm_add_pd(product, addend);
@@ -71,10 +107,10 @@ inline __m128 narrowed(__m128d low, __m128d high) {
     return _mm_movelh_ps(_mm_cvtpd_ps(low), _mm_cvtpd_ps(high));
 }
 
-// Four at a time. A sum rounded to double rounds to the right float unless it lies midway between
+// A sum rounded to double rounds to the right float unless it lies midway between
 // two floats. Only such a sum, or one near the subnormal floats, whose spacing differs, is rounded
 // to odd.
-inline __m128 fusedMultiplyAdd(__m128 x, float y, __m128 z) {
+inline Frames fusedMultiplyAdd(Frames x, float y, Frames z) {
     const __m128d factor = _mm_set1_pd(static_cast<double>(y));
     const __m128d lowProduct = _mm_mul_pd(_mm_cvtps_pd(x), factor);
     const __m128d highProduct = _mm_mul_pd(_mm_cvtps_pd(_mm_movehl_ps(x, x)), factor);
@@ -93,7 +129,7 @@ inline __m128 fusedMultiplyAdd(__m128 x, float y, __m128 z) {
                     sumRoundedToOdd(highProduct, highAddend));
 }
 
-inline __m128 flipped(__m128 value, std::uint32_t sign) {
+inline Frames flipped(Frames value, std::uint32_t sign) {
     return _mm_xor_ps(value, _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(sign))));
 }
 #endif
@@ -106,27 +142,90 @@ struct Arithmetic {
 };
 using Formulas = StageFormulas<Arithmetic>;
 
-void scale(const float* in, float* out, std::int32_t count, float gain) {
-    QOV_INDEPENDENT_FRAMES
-    for (std::int32_t i = 0; i < count; ++i) out[i] = in[i] * gain;
+template <class Number>
+inline Number numberAt(const float* frames) {
+    Number number;
+    __builtin_memcpy(&number, frames, sizeof number);
+    return number;
 }
 
-void delay(const float* in, float* out, float* line, std::int32_t count, float gain) {
-    if (gain == 1.0f) {
-        QOV_INDEPENDENT_FRAMES
-        for (std::int32_t i = 0; i < count; ++i) {
-            const float late = line[i];
-            line[i] = in[i];
-            out[i] = late;
+template <class Number>
+inline void put(float* frames, Number number) {
+    __builtin_memcpy(frames, &number, sizeof number);
+}
+
+// A pass over a block: step.template read<Number>(i) computes the frames from i on, step.write(i,
+// result) stores them. Memory of one index may be shared, that of different indices not.
+template <class Step>
+inline void pass(std::int32_t count, const Step& step) {
+    std::int32_t i = 0;
+#ifdef QOV_VECTORS
+    constexpr std::int32_t lanes = sizeof(Frames) / sizeof(float);
+    if (count >= lanes) {
+        for (; i <= count - 2 * lanes; i += lanes) step.write(i, step.template read<Frames>(i));
+        // What is left fills one vector, or two that overlap: both are computed before one is
+        // stored.
+        const std::int32_t last = count - lanes;
+        const auto one = step.template read<Frames>(i);
+        if (last > i) {
+            const auto other = step.template read<Frames>(last);
+            step.write(last, other);
         }
+        step.write(i, one);
         return;
     }
-    QOV_INDEPENDENT_FRAMES
-    for (std::int32_t i = 0; i < count; ++i) {
-        const float late = line[i];
-        line[i] = in[i] * gain;
-        out[i] = late;
+#endif
+    QOV_ONE_BY_ONE
+    for (; i < count; ++i) step.write(i, step.template read<float>(i));
+}
+
+struct ScaleStep {
+    const float* in;
+    float* out;
+    float gain;
+
+    template <class Number>
+    Number read(std::int32_t i) const {
+        return numberAt<Number>(in + i) * gain;
     }
+    template <class Number>
+    void write(std::int32_t i, Number scaled) const {
+        put(out + i, scaled);
+    }
+};
+
+void scale(const float* in, float* out, std::int32_t count, float gain) {
+    pass(count, ScaleStep{in, out, gain});
+}
+
+template <bool isScaled>
+struct DelayStep {
+    const float* in;
+    float *out, *line;
+    float gain;
+
+    template <class Number>
+    struct Result {
+        Number early, late;
+    };
+    template <class Number>
+    Result<Number> read(std::int32_t i) const {
+        const auto early = numberAt<Number>(in + i);
+        if constexpr (isScaled) return {early * gain, numberAt<Number>(line + i)};
+        return {early, numberAt<Number>(line + i)};
+    }
+    template <class Number>
+    void write(std::int32_t i, const Result<Number>& result) const {
+        put(line + i, result.early);
+        put(out + i, result.late);
+    }
+};
+
+void delay(const float* in, float* out, float* line, std::int32_t count, float gain) {
+    if (gain == 1.0f)
+        pass(count, DelayStep<false>{in, out, line, gain});
+    else
+        pass(count, DelayStep<true>{in, out, line, gain});
 }
 
 template <int index, class Number>
@@ -144,31 +243,34 @@ inline void shapeFrames(const Shape& shape, Number& l, Number& r) {
 }
 
 template <int index>
-void shape(const Shape& given, const float* left, const float* right, float* outLeft,
+struct ShapeStep {
+    const Shape shape;  // a copy: apart from the blocks, as far as the compiler is concerned
+    const float *left, *right;
+    float *outLeft, *outRight, *ringLeft, *ringRight;
+
+    template <class Number>
+    struct Result {
+        Number left, right, lateLeft, lateRight;
+    };
+    template <class Number>
+    Result<Number> read(std::int32_t i) const {
+        auto l = numberAt<Number>(left + i), r = numberAt<Number>(right + i);
+        shapeFrames<index>(shape, l, r);
+        return {l, r, numberAt<Number>(ringLeft + i), numberAt<Number>(ringRight + i)};
+    }
+    template <class Number>
+    void write(std::int32_t i, const Result<Number>& result) const {
+        put(ringLeft + i, result.left);
+        put(ringRight + i, result.right);
+        put(outLeft + i, result.lateLeft);
+        put(outRight + i, result.lateRight);
+    }
+};
+
+template <int index>
+void shape(const Shape& shape, const float* left, const float* right, float* outLeft,
            float* outRight, float* ringLeft, float* ringRight, std::int32_t count) {
-    const Shape shape = given;  // apart from the blocks, as far as the compiler is concerned
-    std::int32_t i = 0;
-#ifdef QOV_FOUR_FRAMES
-    for (; count - i >= 4; i += 4) {
-        __m128 l = _mm_loadu_ps(left + i), r = _mm_loadu_ps(right + i);
-        shapeFrames<index>(shape, l, r);
-        const __m128 lateLeft = _mm_loadu_ps(ringLeft + i), lateRight = _mm_loadu_ps(ringRight + i);
-        _mm_storeu_ps(ringLeft + i, l);
-        _mm_storeu_ps(ringRight + i, r);
-        _mm_storeu_ps(outLeft + i, lateLeft);
-        _mm_storeu_ps(outRight + i, lateRight);
-    }
-#endif
-    QOV_INDEPENDENT_FRAMES
-    for (; i < count; ++i) {
-        float l = left[i], r = right[i];
-        shapeFrames<index>(shape, l, r);
-        const float lateLeft = ringLeft[i], lateRight = ringRight[i];
-        ringLeft[i] = l;
-        ringRight[i] = r;
-        outLeft[i] = lateLeft;
-        outRight[i] = lateRight;
-    }
+    pass(count, ShapeStep<index>{shape, left, right, outLeft, outRight, ringLeft, ringRight});
 }
 
 template <int... index>
