@@ -31,7 +31,6 @@
 namespace {
 
 using namespace qov;
-using platform::CGFloat;
 using Points = CorrelographBaseAU::Points;
 
 const char* const modes[]{"points", "ovals", "bezier"};
