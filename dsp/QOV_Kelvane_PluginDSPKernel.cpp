@@ -7,6 +7,7 @@
 
 #include "dsp/ChainLoops.h"
 #include "dsp/ParameterSetting.h"
+#include "dsp/areApart.h"
 #include "dsp/longestDelay.h"
 #include "dsp/plainFormulas.h"
 #include "dsp/relaxed.h"
@@ -32,14 +33,6 @@ constexpr std::uint32_t signBit = 0x80000000;
 
 float* samples(const platform::AudioBufferList* list, std::int32_t channel, std::uint32_t offset) {
     return static_cast<float*>(list->mBuffers[channel].mData) + offset;
-}
-
-// Their distance, in one comparison: what is less apart to either side wraps into 0..2 bytes - 2.
-bool areApart(const float* one, const float* other, std::int32_t frames) {
-    const auto a = reinterpret_cast<std::uintptr_t>(one);
-    const auto b = reinterpret_cast<std::uintptr_t>(other);
-    const std::uintptr_t bytes = sizeof(float) * static_cast<std::uint32_t>(frames);
-    return a - b + (bytes - 1) > 2 * bytes - 2;
 }
 
 // Half of it is exact: then a product with it in float is rounded once, just as in double.
@@ -141,14 +134,16 @@ struct QOV_Kelvane_PluginDSPKernel::Block {
 
     // What the fast form can process: channels in place or apart, and not crossed.
     bool isOrdinary() const {
-        return areApart(left, right, count) && isSameOrApart(inLeft, left) &&
-               isSameOrApart(inRight, right) && areApart(inLeft, right, count) &&
-               areApart(inRight, left, count);
+        return isApart(left, right) && isSameOrApart(inLeft, left) &&
+               isSameOrApart(inRight, right) && isApart(inLeft, right) && isApart(inRight, left);
     }
 
  private:
+    bool isApart(const float* one, const float* other) const {
+        return areApart(one, other, static_cast<std::uint32_t>(count));
+    }
     bool isSameOrApart(const float* in, const float* out) const {
-        return in == out || areApart(in, out, count);
+        return in == out || isApart(in, out);
     }
 };
 

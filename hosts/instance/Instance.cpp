@@ -9,6 +9,7 @@
 
 #include "audiounit/componentDescription.h"
 #include "audiounit/parameters.h"
+#include "dsp/areApart.h"
 #include "dsp/longestDelay.h"
 #include "hosts/instance/FloatEnvironment.h"
 #include "hosts/instance/SavedState.h"
@@ -44,9 +45,7 @@ class HostActs {
 
 /// Null overlaps with nothing.
 bool overlap(const float* a, const float* b, std::uint32_t frames) {
-    const auto distance = reinterpret_cast<std::uintptr_t>(a) - reinterpret_cast<std::uintptr_t>(b);
-    const auto bytes = sizeof(float) * std::uintptr_t{frames};
-    return a && b && std::min(distance, 0 - distance) < bytes;
+    return a && b && !areApart(a, b, frames);
 }
 
 /// Whether the output may be written while the input is still read: each channel on its own or
