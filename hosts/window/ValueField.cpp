@@ -46,11 +46,9 @@ void ValueField::refuse() {
 }
 
 void ValueField::erase(std::size_t from, std::size_t count) {
-    if (isAllSelected_)
-        text_.clear();
-    else if (from < text_.size())
-        text_.erase(from, count);
-    caret_ = isAllSelected_ ? 0 : std::min(from, text_.size());
+    if (isAllSelected_) from = 0, count = text_.size();
+    text_.erase(from, count);
+    caret_ = from;
 }
 
 void ValueField::key(const platform::KeyStroke& stroke) {

@@ -44,7 +44,7 @@ TEST_F(Controller, BindsAsSoonAsViewAndAudioUnitExist) {
     const std::string bound =
         "Getting parameters from the audio unit.\n"
         "0, name: Stereo Width, value: 0.5\n1, name: Panorama, value: 0.5\n"
-        "2, name: Phase Shift, value: 0.0\n3, name: Swap Channels, value: 0.0\n"
+        "2, name: Phase Shift, value: 1e-05\n3, name: Swap Channels, value: 0.0\n"
         "4, name: Invert Channel, value: 0.0\n5, name: Recover Mono, value: 0.0\n"
         "6, name: Test Mono, value: 0.0\n7, name: Bypass, value: 0.0\n"
         "Connected parameters to the plugins interface.\n";
@@ -59,7 +59,10 @@ TEST_F(Controller, BindsAsSoonAsViewAndAudioUnitExist) {
         controller = std::make_shared<AudioUnitViewController>();
         for (const char step : steps) {
             if (step == 'v') controller->view();
-            if (step == 'a') createAudioUnit();
+            if (step == 'a') {
+                createAudioUnit();
+                controller->audioUnit()->parameterTree()->parameterWithAddress(2)->setValue(1e-5F);
+            }
             if (step == 'p') loop->pump();
         }
         EXPECT_EQ(takeLog(), log) << steps;

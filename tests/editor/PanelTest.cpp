@@ -208,7 +208,7 @@ TEST_F(Panel, LooksAsApproved) {
     panel->setBrightness(0);
     check("panel-black", *panel, 340);
     panel->setBrightness(0.5f);
-    for (const int address : {kStereoWidth, kPhaseShift}) panel->updateParameter(address, 0.9f);
+    for (int address = 0; address < 3; ++address) panel->updateParameter(address, 0.9f);
     check("panel-grey", *panel, 340);
     const float values[]{0.2f, 0.3f, 0.5f, 1, 1, 1, 1};
     for (int address = 0; address < 7; ++address) panel->updateParameter(address, values[address]);
