@@ -1,12 +1,18 @@
-// A sound rendered as the command `kelvane render` does, on the page; and the built-in phrase.
+// A sound rendered as the command `kelvane render` does, and measured as `kelvane measure` does, on
+// the page; and the built-in phrase.
 
+#include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
+
 #include "hosts/cli/Phrase.h"
 #include "hosts/cli/Renderer.h"
+#include "hosts/measure/StereoMeter.h"
 #include "hosts/web/exchange.h"
 #include "hosts/window/makeInstance.h"
 
@@ -25,6 +31,7 @@ struct Job {
     std::vector<float> input[2] = {std::vector<float>(chunk), std::vector<float>(chunk)};
     std::vector<float> output[2];
     std::unique_ptr<cli::Renderer> renderer;
+    std::optional<measure::StereoMeter> meters[2];  ///< of the input and the output, where wanted
 };
 std::unique_ptr<Job> job;
 
@@ -36,7 +43,7 @@ const cli::Phrase& phrase() {
 }  // namespace
 
 /// Begins a rendering with the present values. False for a rate that the effect does not run at.
-KELVANE_EXPORT(beginJob) bool beginJob(double rate) {
+KELVANE_EXPORT(beginJob) bool beginJob(double rate, bool isMeasured) {
     std::string error;
     job = std::make_unique<Job>();
     job->instance = makeInstance({}, &error);
@@ -51,6 +58,8 @@ KELVANE_EXPORT(beginJob) bool beginJob(double rate) {
             made->output[0].insert(made->output[0].end(), left, left + frames);
             made->output[1].insert(made->output[1].end(), right, right + frames);
         });
+    if (isMeasured)
+        for (auto& meter : job->meters) meter.emplace(static_cast<int>(rate));
     return true;
 }
 
@@ -64,14 +73,33 @@ KELVANE_EXPORT(jobOutput) const float* jobOutput(int channel) {
 /// Renders frames of the input: 8192, or fewer with its last ones. Returns how many came out.
 KELVANE_EXPORT(runJob) int runJob(int frames) {
     for (auto& channel : job->output) channel.clear();
-    job->renderer->process(job->input[0].data(), job->input[1].data(),
-                           static_cast<std::uint32_t>(frames));
+    auto& [left, right] = job->input;
+    // Before they are rendered, in place.
+    if (job->meters[0])
+        job->meters[0]->add(left.data(), right.data(), static_cast<std::size_t>(frames));
+    job->renderer->process(left.data(), right.data(), static_cast<std::uint32_t>(frames));
     if (static_cast<std::uint32_t>(frames) < chunk) job->renderer->finish();
-    return static_cast<int>(job->output[0].size());
+    const auto made = job->output[0].size();
+    if (job->meters[1]) job->meters[1]->add(job->output[0].data(), job->output[1].data(), made);
+    return static_cast<int>(made);
 }
 
-KELVANE_EXPORT(endJob) void endJob() {
-    job.reset();
+/// After the last frames of a rendering that is measured: its figures, as `kelvane measure` prints
+/// them before and after, and what deserves a sentence before and after, as JSON.
+KELVANE_EXPORT(jobFigures) int jobFigures() {
+    const std::array figures{job->meters[0]->finish(), job->meters[1]->finish()};
+    std::string rows, remarks;
+    for (const auto& row : measure::allFigures)
+        rows += fmt::format(R"({}["{}","{}","{}","{}"])", rows.empty() ? "" : ",", row.name,
+                            row.unit, figureText(row, figures[0].*row.value),
+                            figureText(row, figures[1].*row.value));
+    for (const auto& measured : figures) {
+        std::string list;
+        for (const auto& remark : remarksOn(measured))
+            list += fmt::format(R"({}"{}")", list.empty() ? "" : ",", remark);
+        remarks += fmt::format("{}[{}]", remarks.empty() ? "" : ",", list);
+    }
+    return giveText(fmt::format(R"({{"rows":[{}],"remarks":[{}]}})", rows, remarks));
 }
 
 KELVANE_EXPORT(phraseFrames) int phraseFrames() {

@@ -3,16 +3,21 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
+#include <utility>
 
 #include <fmt/format.h>
 
 #include "audiounit/parameters.h"
 #include "hosts/instance/presetBank.h"
+#include "hosts/measure/Figures.h"
+#include "hosts/measure/StereoSums.h"
 #include "hosts/web/exchange.h"
 #include "hosts/window/EditorWindow.h"
 #include "platform/dispatch/RunLoop.h"
@@ -27,7 +32,12 @@ using platform::RunLoop;
 
 namespace {
 
+constexpr std::size_t ringFrames = 2048;
+constexpr double keptShare = 0.8;  // of the sums, from one ring to the next: a memory of 0.2 s
+
 std::unique_ptr<EditorWindow> editor;
+measure::StereoSums heard;
+std::array<float, 2> peaks;  // of both channels since they were last written
 
 CanvasWindow& window() {
     return static_cast<CanvasWindow&>(editor->native());
@@ -136,4 +146,32 @@ KELVANE_EXPORT(describe) int describe() {
 
 KELVANE_EXPORT(selectPreset) bool selectPreset(int number) {
     return effect().selectPreset(static_cast<std::size_t>(number));
+}
+
+/// Adds the ring to the figures of what is heard.
+KELVANE_EXPORT(hearRing) void hearRing() {
+    auto& unit = effect().audioUnit();
+    const float* const left = unit.getBufferLeft();
+    const float* const right = unit.getBufferRight();
+    for (auto* const sum : {&heard.ll, &heard.rr, &heard.lr}) *sum *= keptShare;
+    for (std::size_t i = 0; i < ringFrames; ++i) {
+        heard.add(left[i], right[i]);
+        peaks = {std::max(peaks[0], std::abs(left[i])), std::max(peaks[1], std::abs(right[i]))};
+    }
+}
+
+/// Correlation, side to mid, balance and both channels' peaks, as `kelvane measure` prints them; of
+/// a JSON array.
+KELVANE_EXPORT(heardFigures) int heardFigures() {
+    measure::Figures figures;
+    figures.correlation = heard.correlation();
+    figures.sideToMid = heard.sideToMid();
+    figures.balance = heard.rightToLeft();
+    std::string texts;
+    for (const auto& row : std::span(measure::allFigures).first(3))
+        texts += fmt::format("\"{}\",", figureText(row, figures.*row.value));
+    for (float& peak : peaks)
+        texts += fmt::format("\"{:.1f}\",", 20 * std::log10(std::exchange(peak, 0.0F)));
+    texts.pop_back();
+    return giveText("[" + texts + "]");
 }

@@ -1,9 +1,11 @@
 // @ts-check
 // The page: panel, sliders, sound and what is kept.
 
+import { Figures } from "./figures.js";
 import { moduleBytes, Panel } from "./kelvane.js";
 import { parameters, presets as factoryPresets } from "./parameters.js";
-import { Player, readSound } from "./sound.js";
+import { Offline, Player, readSound } from "./sound.js";
+import { UndoHistory } from "./undo.js";
 
 /**
  * @template {HTMLElement} T
@@ -29,12 +31,42 @@ const inputs = new Map();
 const player = new Player((address) => panel.value(address));
 const phrase = { rate: 44100, channels: /** @type {[Float32Array, Float32Array]} */ ([phraseSide(0), phraseSide(1)]) };
 let name = "phrase";
+/** @type {Offline | undefined} */
+let offline;
+const figures = new Figures(element("figures"), panel, () => ask(true));
+const steps = new UndoHistory(presentValues());
 
 /** @param {number} side */
 function phraseSide(side) {
     const { call } = panel.module;
     const frames = call.phraseFrames();
     return panel.module.floats(call.phraseChannel(side), frames).slice();
+}
+
+function presentValues() {
+    return parameters.map(({ address }) => panel.value(address));
+}
+
+/**
+ * The sound as a file, or its figures. Undefined for an input.
+ * @param {boolean} isMeasured
+ */
+function ask(isMeasured) {
+    if (!player.sound || player.stream) return;
+    offline ??= new Offline(bytes, player.sound);
+    return offline.ask(presentValues(), isMeasured);
+}
+
+/** @param {import("./sound.js").Sound} sound */
+function use(sound) {
+    player.use(sound);
+    soundChanged();
+}
+
+function soundChanged() {
+    offline?.worker.terminate();
+    offline = undefined;
+    figures.changed();
 }
 
 /** @param {unknown} what */
@@ -59,11 +91,12 @@ function addControl({ address, name: title, isSwitch, initial, help }) {
         label.append(input, text);
     } else {
         Object.assign(input, { type: "range", min: "0", max: "1", step: "0.005", value: String(initial) });
-        input.addEventListener("dblclick", () => change(address, initial));
+        input.addEventListener("dblclick", () => apply((at) => (at === address ? initial : panel.value(at))));
         label.className = "slider";
         label.append(text, output, input);
     }
     input.addEventListener("input", () => change(address, isSwitch ? Number(input.checked) : input.valueAsNumber));
+    input.addEventListener("change", record);
     inputs.set(address, input);
     element("controls").append(label);
 }
@@ -85,6 +118,7 @@ function show(address, value) {
         if (output) output.textContent = text;
     }
     scheduleAddress();
+    figures.changed();
 }
 
 /**
@@ -106,14 +140,50 @@ function settings() {
     return parts.join("&");
 }
 
+/**
+ * Sets all values in one step.
+ * @param {(address: number) => number} valueOf
+ */
+function apply(valueOf) {
+    for (const { address } of parameters) change(address, valueOf(address));
+    record();
+}
+
 /** @param {string} text */
 function applySettings(text) {
     const given = new URLSearchParams(text);
-    for (const { address, option, initial } of parameters) {
+    apply((address) => {
+        const { option, initial } = parameters[address];
         const value = Number(given.get(option) ?? initial);
-        change(address, value >= 0 && value <= 1 ? value : initial);
-    }
+        return value >= 0 && value <= 1 ? value : initial;
+    });
 }
+
+// Undo, redo and the comparison of two settings
+
+const undo = /** @type {HTMLButtonElement} */ (element("undo"));
+const redo = /** @type {HTMLButtonElement} */ (element("redo"));
+const compare = element("compare");
+
+/** After a gesture. */
+function record() {
+    steps.record(presentValues());
+    undo.disabled = !steps.past.length;
+    redo.disabled = !steps.future.length;
+    compare.setAttribute("aria-pressed", String(steps.isOther));
+}
+
+/** @param {number[] | undefined} values */
+const goTo = (values) => values && apply((address) => values[address]);
+undo.addEventListener("click", () => goTo(steps.undo()));
+redo.addEventListener("click", () => goTo(steps.redo()));
+compare.addEventListener("click", () => goTo(steps.swap()));
+document.addEventListener("keydown", (event) => {
+    if (event.defaultPrevented || !(event.ctrlKey || event.metaKey) || event.key.toLowerCase() !== "z") return;
+    event.preventDefault();
+    goTo(event.shiftKey ? steps.redo() : steps.undo());
+});
+panel.onGesture = record;
 
 let isAddressDue = false;
 function scheduleAddress() {
@@ -148,7 +218,7 @@ presets.addEventListener("change", () => {
     const [kind, ...rest] = presets.value.split(" ");
     if (kind === "factory") {
         panel.module.call.selectPreset(Number(rest[0]));
-        for (const { address } of parameters) change(address, panel.value(address));
+        apply((address) => panel.value(address));
     } else if (kind === "kept") applySettings(keptSettings()[rest.join(" ")] ?? "");
     presets.value = "";
 });
@@ -173,11 +243,13 @@ parameters.forEach(addControl);
 parameters.forEach(({ address, initial }) => show(address, initial));
 listPresets();
 applySettings(location.hash.slice(1));
+steps.past = [];
+record();
 addEventListener("hashchange", () => applySettings(location.hash.slice(1)));
 
 // The sound
 
-player.use(phrase);
+use(phrase);
 player.node.then(
     (node) => {
         panel.setRate(player.context.sampleRate);
@@ -191,6 +263,7 @@ player.node.then(
             if (stillMotion.matches && performance.now() - last < stillInterval) return;
             last = performance.now();
             panel.show(ring);
+            figures.hear();
         };
         showPlaying();
     },
@@ -206,6 +279,7 @@ function showPlaying() {
     player.node.then((node) => node.watch(isPlaying && !document.hidden));
     clearInterval(positionTimer);
     if (isPlaying && !document.hidden) positionTimer = setInterval(showPosition, 250);
+    if (!isPlaying) figures.rest();
     showPosition();
 }
 
@@ -241,7 +315,7 @@ async function open(chosen) {
         const sound = await readSound(chosen, player.context);
         name = (chosen.name ?? "sound").replace(/\.[^.]*$/, "");
         const wasPlaying = player.isPlaying;
-        player.use(sound);
+        use(sound);
         if (wasPlaying) await player.play();
         source.value = "file";
         say(`${chosen.name ?? "The file"}: ${sound.rate} Hz, ${player.duration.toFixed(1)} s.`);
@@ -254,10 +328,11 @@ source.addEventListener("change", async () => {
     if (source.value === "file") return file.click();
     if (source.value === "phrase") {
         name = "phrase";
-        return player.use(phrase);
+        return use(phrase);
     }
     try {
         await player.useInput();
+        soundChanged();
         await player.play();
         say("Use headphones: the input is heard.");
     } catch (error) {
@@ -276,22 +351,28 @@ for (const type of ["dragover", "dragleave", "drop"])
         if (dropped) open(dropped);
     });
 
-element("export").addEventListener("click", () => {
-    if (!player.sound || player.stream) return say("An input cannot be saved; choose a file.");
+element("export").addEventListener("click", async () => {
+    const rendering = ask(false);
+    if (!rendering) return say("An input cannot be saved; choose a file.");
     say("Rendering…");
-    const worker = new Worker(new URL("./job.js", import.meta.url), { type: "module" });
-    worker.onmessage = ({ data }) => {
-        worker.terminate();
-        if (data.error) return say(data.error);
+    try {
         const link = document.createElement("a");
-        link.href = URL.createObjectURL(new Blob([data.file], { type: "audio/wav" }));
         link.download = `${name}-kelvane.wav`;
+        link.href = URL.createObjectURL(new Blob([await rendering], { type: "audio/wav" }));
         link.click();
         setTimeout(() => URL.revokeObjectURL(link.href), 60000);
         say(`${link.download}: 32-bit float, as \`kelvane render --subtype float\` writes it.`);
-    };
-    worker.onerror = () => say("The sound could not be rendered.");
-    worker.postMessage({ bytes, values: parameters.map(({ address }) => panel.value(address)), sound: player.sound });
+    } catch (error) {
+        say(error);
+    }
+});
+
+const measured = element("measure");
+measured.addEventListener("click", () => {
+    const isShown = element("figures").hidden;
+    measured.setAttribute("aria-expanded", String(isShown));
+    figures.show(isShown);
+    if (isShown) element("figures").scrollIntoView({ block: "nearest" });
 });
 
 // MIDI

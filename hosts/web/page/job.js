@@ -1,5 +1,6 @@
 // @ts-check
-// A worker that renders a whole sound as the command `kelvane render --subtype float` does.
+// A worker that renders a whole sound as the command `kelvane render --subtype float` does, and measures it before and
+// after as `kelvane measure` does.
 
 import { Module } from "./module.js";
 import { writeWav } from "./wav.js";
@@ -7,19 +8,25 @@ import { writeWav } from "./wav.js";
 const chunk = 8192;
 
 /**
- * @param {ArrayBuffer} bytes of kelvane.wasm
+ * @typedef {object} FigureTable
+ * @property {[name: string, unit: string, before: string, after: string][]} rows
+ * @property {[before: string[], after: string[]]} remarks
+ */
+
+/**
+ * @param {Module} module
  * @param {number[]} values of the parameters
  * @param {import("./wav.js").Sound} sound
- * @returns {import("./wav.js").Sound}
+ * @param {boolean} [isMeasured] whether its figures are wanted
+ * @returns {import("./wav.js").Sound & {figures?: FigureTable}}
  */
-export function render(bytes, values, { rate, channels }) {
-    const module = new Module(bytes, () => performance.now());
+export function render(module, values, { rate, channels }, isMeasured = false) {
     const { call } = module;
     if (!call.start(rate, chunk)) throw new Error(`the effect does not run at ${rate} Hz`);
     call.beginBlock(0);
     values.forEach((value, address) => call.setAt(0, address, value));
     call.endBlock();
-    call.beginJob(rate);
+    call.beginJob(rate, Number(isMeasured));
     const frames = channels[0].length;
     /** @type {[Float32Array, Float32Array]} */
     const rendered = [new Float32Array(frames), new Float32Array(frames)];
@@ -33,14 +40,19 @@ export function render(bytes, values, { rate, channels }) {
         for (const side of [0, 1]) rendered[side].set(module.floats(call.jobOutput(side), made), done);
         done += made;
     }
-    return { rate, channels: rendered };
+    return { rate, channels: rendered, figures: isMeasured ? JSON.parse(module.takeText(call.jobFigures())) : undefined };
 }
 
-self.onmessage = ({ data: { bytes, values, sound } }) => {
+/** @type {{module: Module, sound: import("./wav.js").Sound}} */
+let held;
+self.onmessage = ({ data: { bytes, sound, values, isMeasured } }) => {
     try {
-        const file = writeWav(render(bytes, values, sound));
-        self.postMessage({ file }, { transfer: [file] });
+        if (sound) held = { module: new Module(bytes, () => performance.now()), sound };
+        else {
+            const { figures, ...rendered } = render(held.module, values, held.sound, isMeasured);
+            self.postMessage(figures ?? writeWav(rendered));
+        }
     } catch (error) {
-        self.postMessage({ error: error instanceof Error ? error.message : String(error) });
+        self.postMessage(error instanceof Error ? error : new Error(String(error)));
     }
 };

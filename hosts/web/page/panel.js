@@ -24,8 +24,8 @@ export class Panel {
         this.module = new Module(bytes, () => performance.now(), new Canvases(canvas));
         /** Called with each value that the panel sets. @type {(address: number, value: number) => void} */
         this.onEdit = () => {};
-        /** Called when it is drawn or at rest. @type {(isAwake: boolean) => void} */
-        this.onAwake = () => {};
+        /** Called after each gesture. */
+        this.onGesture = () => {};
         this.pumps = 0;
         this.lastEvent = -Infinity;
         this.wheel = 0;
@@ -146,6 +146,7 @@ export class Panel {
         for (let edit = this.module.call.takeEdit(); edit; edit = this.module.call.takeEdit()) {
             const [kind, address, value] = new Float64Array(this.module.memory.buffer, edit, 3);
             if (kind === 1) this.onEdit(address, value);
+            if (kind === 2) this.onGesture();
         }
         const isQuiet = document.hidden || performance.now() - this.lastEvent > quietAfter;
         if (!isQuiet && Number.isFinite(next)) this.timer = setTimeout(() => this.pump(), next);

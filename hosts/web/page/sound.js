@@ -31,6 +31,35 @@ export async function readSound(file, context) {
     };
 }
 
+/** Renders and measures a sound in a worker, one job after the other. */
+export class Offline {
+    /**
+     * @param {ArrayBuffer} bytes of kelvane.wasm
+     * @param {Sound} sound
+     */
+    constructor(bytes, sound) {
+        this.worker = new Worker(new URL("./job.js", import.meta.url), { type: "module" });
+        this.worker.postMessage({ bytes, sound });
+        /** @type {Promise<any>} */
+        this.last = Promise.resolve();
+    }
+
+    /**
+     * A WAV file of the sound with these values, or its figures.
+     * @param {number[]} values of the parameters
+     * @param {boolean} isMeasured
+     */
+    ask(values, isMeasured) {
+        const job = () =>
+            new Promise((done, fail) => {
+                this.worker.onmessage = ({ data }) => (data instanceof Error ? fail(data) : done(data));
+                this.worker.onerror = () => fail(new Error("The sound could not be rendered."));
+                this.worker.postMessage({ values, isMeasured });
+            });
+        return (this.last = this.last.then(job, job));
+    }
+}
+
 export class Player {
     /** @param {(address: number) => number} valueOf the present settings */
     constructor(valueOf) {

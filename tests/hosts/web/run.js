@@ -14,14 +14,14 @@ const { default: puppeteer } = await import(require.resolve("puppeteer-core"));
 const scratch = mkdtempSync(path.join(tmpdir(), "kelvane-web-"));
 const { writeWav } = await import(`data:text/javascript,${encodeURIComponent(readFileSync(path.join(site, "wav.js"), "utf8"))}`);
 
-// A static server of the site and of the scratch folder, which counts what it sends.
+// A static server of the site and of the scratch folder, which knows how much of each file it sends.
 const types = { html: "text/html", js: "text/javascript", css: "text/css", wasm: "application/wasm", svg: "image/svg+xml" };
-let sent = 0;
+const sent = new Map();
 const server = createServer((request, answer) => {
     const [, name] = /^\/([\w./-]*)/.exec(request.url) ?? [];
     const file = name.startsWith("scratch/") ? path.join(scratch, name.slice(8)) : path.join(site, name || "index.html");
     if (!existsSync(file)) return answer.writeHead(404).end();
-    sent += gzipSync(readFileSync(file)).length;
+    sent.set(file, gzipSync(readFileSync(file)).length);
     answer.writeHead(200, { "content-type": types[file.split(".").pop()] ?? "application/octet-stream" });
     createReadStream(file).pipe(answer);
 });
@@ -139,31 +139,43 @@ const tests = {
         }
     },
 
-    async "saves the file of kelvane render"() {
+    async "saves the file of kelvane render and shows the figures of kelvane measure"() {
         const page = await open();
         writeFileSync(path.join(scratch, "odd.wav"), Buffer.from(writeWav({ rate: 48000, channels: [noise(8192), noise(8192)] })));
+        const left = noise(200000).map((sample, i) => sample * Math.exp(-i / 60000));
+        const right = left.map((_, i) => 0.5 * (left[i - 37] ?? 0));
+        writeFileSync(path.join(scratch, "late.wav"), Buffer.from(writeWav({ rate: 44100, channels: [left, right] })));
         run("render", "odd.wav", "short.wav", "--subtype", "pcm16", "--bypass", "on");
         run("render", "odd.wav", "middle.wav", "--subtype", "pcm24", "--bypass", "on");
         for (const [input, values, ...options] of [
+            ["late.wav", [0.8, 0.5, 0.3, 0, 0, 0, 0, 0], "--stereo-width", "0.8", "--phase-shift", "0.3"],
             ["middle.wav", [0.8, 0.4, 0.3, 0, 1, 0, 0, 0], "--stereo-width", "0.8", "--panorama", "0.4", "--phase-shift", "0.3", "--invert-channel", "on"],
             ["short.wav", [0.5, 0.5, 0, 0, 0, 0, 0, 1], "--bypass", "on"],
-            ["odd.wav", [0.5, 0.5, 0, 1, 0, 0, 0, 0], "--swap-channels", "on"],
+            ["odd.wav", [0.5, 0.5, 0, 1, 0, 0, 1, 0], "--swap-channels", "on", "--test-mono", "on"],
         ]) {
             run("render", input, "expected.wav", "--subtype", "float", ...options);
-            const isSame = await page.evaluate(
+            const { isSame, rows } = await page.evaluate(
                 async (input, values) => {
                     const { render } = await import("/job.js");
+                    const { Module } = await import("/module.js");
                     const { readWav, writeWav } = await import("/wav.js");
                     const { moduleBytes } = await import("/kelvane.js");
                     const fetched = async (name) => (await fetch(`/scratch/${name}`)).arrayBuffer();
-                    const made = new Uint8Array(writeWav(render(await moduleBytes(), values, readWav(await fetched(input)))));
-                    const wanted = new Uint8Array(await fetched("expected.wav"));
-                    return made.length === wanted.length && made.every((byte, i) => byte === wanted[i]);
+                    const { figures, ...sound } = render(new Module(await moduleBytes(), () => 0), values, readWav(await fetched(input)), true);
+                    const [made, wanted] = [new Uint8Array(writeWav(sound)), new Uint8Array(await fetched("expected.wav"))];
+                    return { isSame: made.length === wanted.length && made.every((byte, i) => byte === wanted[i]), rows: figures.rows };
                 },
                 input,
                 values,
             );
             assert.ok(isSame, `${input} ${options}`);
+            const measured = JSON.parse(execFileSync(kelvane, ["measure", "--json", input, "expected.wav"], { cwd: scratch, encoding: "utf8" }));
+            for (const [name, , ...texts] of rows)
+                for (const [i, text] of texts.entries()) {
+                    const value = measured[i][name];
+                    const decimals = text.split(".")[1]?.length ?? 0;
+                    assert.equal(text, value === null ? "-" : typeof value === "number" ? value.toFixed(decimals).replace(/^-(?=[0.]*$)/, "") : value, `${input} ${name}`);
+                }
         }
     },
 
@@ -303,6 +315,10 @@ const tests = {
         await until(page, (before) => document.getElementById("parameter-1").valueAsNumber !== before, wheeled);
         await page.focus("#parameter-0");
         await page.keyboard.press("End");
+        for (const [button, width] of [["undo", 0.5], ["redo", 1], ["compare", 0.5], ["compare", 1]]) {
+            await page.click(`#${button}`);
+            assert.equal(await valueOf(page, 0), width, button);
+        }
         await page.focus("#parameter-3");
         await page.keyboard.press(" ");
         await until(page, () => /stereo-width=1.*swap-channels=1/.test(location.hash));
@@ -355,6 +371,8 @@ const tests = {
         if (browserName !== "chromium") return void (await until(page, () => /is there an output/.test(document.getElementById("message").textContent)));
         await until(page, () => document.getElementById("play").textContent === "Pause");
         await until(page, () => document.getElementById("seek").valueAsNumber > 0.1);
+        await page.click("#measure");
+        await until(page, () => document.querySelectorAll("#figures td").length > 30 && Number(document.querySelector("[role=meter]").textContent) > 0);
         await page.click("#play");
         await until(page, () => document.getElementById("play").textContent === "Play");
         await new Promise((done) => setTimeout(done, 3500));
@@ -365,9 +383,11 @@ const tests = {
     },
 
     async "is small, has no serious fault for assistive technology and works offline"() {
-        sent = 0;
+        sent.clear();
         const page = await open({ width: 360, height: 640 });
-        assert.ok(sent < 450e3, `${sent} bytes`);
+        const bytes = [...sent.values()].reduce((sum, size) => sum + size);
+        assert.ok(bytes < 300e3, `${bytes} bytes`);
+        await page.click("#measure");
         await page.evaluate(readFileSync(require.resolve("axe-core/axe.min.js"), "utf8"));
         const faults = await page.evaluate(async () => (await globalThis.axe.run()).violations.map(({ id, impact }) => `${impact} ${id}`));
         assert.deepEqual(faults.filter((fault) => /^(serious|critical)/.test(fault)), []);

@@ -1,0 +1,56 @@
+// @ts-check
+// What Undo and Redo lead to, and the two settings that are compared.
+
+/** @typedef {number[]} Values of the parameters, by address */
+
+export class UndoHistory {
+    /** @param {Values} values */
+    constructor(values) {
+        this.now = this.other = values;
+        this.isOther = false; // the second one of A and B
+        /** @type {Values[]} */
+        this.past = [];
+        /** @type {Values[]} */
+        this.future = [];
+    }
+
+    /**
+     * After a gesture.
+     * @param {Values} values
+     */
+    record(values) {
+        if (values.every((value, address) => value === this.now[address])) return;
+        this.past.push(this.now);
+        this.future = [];
+        this.now = values;
+    }
+
+    /** The values of before, if there are any. */
+    undo() {
+        return this.move(this.past, this.future);
+    }
+
+    redo() {
+        return this.move(this.future, this.past);
+    }
+
+    /**
+     * @param {Values[]} from
+     * @param {Values[]} to
+     */
+    move(from, to) {
+        const values = from.pop();
+        if (!values) return;
+        to.push(this.now);
+        return (this.now = values);
+    }
+
+    /** The other ones of A and B, which at first are the same. */
+    swap() {
+        const values = this.other;
+        this.other = this.now;
+        this.isOther = !this.isOther;
+        this.record(values);
+        return values;
+    }
+}
