@@ -15,10 +15,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
 #include <exception>
 #include <map>
 #include <memory>
-#include <optional>
 #include <utility>
 #include <vector>
 
@@ -33,6 +33,7 @@ namespace {
 
 /// Results that wait for an earlier job's; beyond, workers wait, too.
 constexpr std::size_t mostAhead = 1024;
+constexpr std::size_t jobsPerWorkerAtTheEnd = 16;
 constexpr timespec pollPeriod{.tv_sec = 0, .tv_nsec = 100'000'000};
 
 volatile std::sig_atomic_t endingSignal = 0;
@@ -50,8 +51,9 @@ class CaughtStream {
     }
     /// What was written since the last call.
     std::string take() const {
-        std::string text(static_cast<std::size_t>(std::max<off_t>(lseek(memory_, 0, SEEK_CUR), 0)),
-                         '\0');
+        const auto size = lseek(memory_, 0, SEEK_CUR);
+        if (size <= 0) return {};
+        std::string text(static_cast<std::size_t>(size), '\0');
         lseek(memory_, 0, SEEK_SET);
         if (!readWhole(memory_, text.data(), text.size())) text.clear();
         lseek(memory_, 0, SEEK_SET);
@@ -92,9 +94,9 @@ void work(const Jobs& jobs, int socket) {
         const std::array texts{out.take(), err.take(), more};
         ResultHead head{code, {}};
         std::ranges::transform(texts, head.sizes.begin(), &std::string::size);
-        if (!hosts::writeFully(socket, &head, sizeof head)) return;
-        for (const auto& text : texts)
-            if (!hosts::writeFully(socket, text.data(), text.size())) return;
+        std::string result(reinterpret_cast<const char*>(&head), sizeof head);
+        for (const auto& text : texts) result += text;
+        if (!hosts::writeFully(socket, result.data(), result.size())) return;
     }
 }
 
@@ -132,14 +134,15 @@ class Worker {
     Worker& operator=(const Worker&) = delete;
 
     int socket() const { return socket_; }
-    const std::optional<std::size_t>& job() const { return job_; }
+    /// Those that it has not ended; the first is the one that it does.
+    const std::deque<std::size_t>& jobs() const { return jobs_; }
     void give(std::size_t job) {
-        job_ = job;
+        jobs_.push_back(job);
         hosts::writeFully(socket_, &job, sizeof job);  // a failure shows when the result is read
     }
-    /// The result of its job; false where the worker has ended.
+    /// The result of its first job; false where the worker has ended.
     bool takeResult(JobResult& result) {
-        job_.reset();
+        jobs_.pop_front();
         ResultHead head{};
         bool isWhole = readWhole(socket_, &head, sizeof head);
         result.code = head.code;
@@ -159,7 +162,7 @@ class Worker {
  private:
     pid_t process_ = -1;
     int socket_ = -1;
-    std::optional<std::size_t> job_;
+    std::deque<std::size_t> jobs_;
 };
 
 /// Holds back the signals that end the program, except while it waits, and notes them.
@@ -211,19 +214,23 @@ int runInWorkers(const Jobs& jobs, unsigned count) {
     while (taken < jobs.count) {
         std::vector<pollfd> polled;
         for (const auto& worker : workers) {
-            if (!worker->job() && given < jobs.count && given < taken + mostAhead)
+            // One in advance, so that it need not wait for this process; none near the end, where
+            // that one could wait behind a long one while other workers have nothing to do.
+            const std::size_t most = jobs.count - given > jobsPerWorkerAtTheEnd * count ? 2 : 1;
+            while (worker->jobs().size() < most && given < std::min(jobs.count, taken + mostAhead))
                 worker->give(given++);
             // A negative descriptor is passed over.
-            polled.push_back({worker->job() ? worker->socket() : -1, POLLIN, 0});
+            polled.push_back({worker->jobs().empty() ? -1 : worker->socket(), POLLIN, 0});
         }
         const int ready = ppoll(polled.data(), polled.size(), &pollPeriod, &signals.unblocked());
         if (endingSignal != 0) return endingSignal;
         for (std::size_t i = 0; i < polled.size() && ready > 0; ++i) {
             if (polled[i].revents == 0) continue;
             auto& worker = workers[i];
-            auto& result = waiting[*worker->job()];
-            if (!worker->takeResult(result))
-                worker = std::make_unique<Worker>(jobs, signals.unblocked());
+            if (worker->takeResult(waiting[worker->jobs().front()])) continue;
+            const auto left = worker->jobs();
+            worker = std::make_unique<Worker>(jobs, signals.unblocked());
+            for (const auto job : left) worker->give(job);
         }
         // The terminal's Ctrl-C ends the workers, too: no failures of their jobs.
         if (signals.isPending()) continue;
