@@ -66,26 +66,25 @@ void endBySignal(int signal) {
 
 /// The file that a path leads to through links; the path itself where there is none.
 std::string resolveLinks(const std::string& path) {
+    struct stat status {};
+    if (lstat(path.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return path;
     const std::unique_ptr<char, decltype(&std::free)> real(realpath(path.c_str(), nullptr),
                                                            std::free);
     return real ? std::string(real.get()) : path;
 }
 
-/// ".<file>.XXXXXX" in the file's own folder, so that the rename stays on one disk.
-std::string besideTemplate(const std::string& target) {
-    const auto slash = target.rfind('/');
-    const auto folder = slash == std::string::npos ? std::string() : target.substr(0, slash + 1);
-    const auto file = slash == std::string::npos ? target : target.substr(slash + 1);
-    return fmt::format("{}.{}.XXXXXX", folder, file);
-}
-
-/// The mode of the finished file: that of the file it replaces, or the user's default.
-mode_t modeFor(const std::string& target) {
-    struct stat status {};
-    if (stat(target.c_str(), &status) == 0) return status.st_mode & 07777;
-    const mode_t mask = umask(0);
-    umask(mask);
-    return 0666 & ~mask;
+/// A new file beside the target, ".<file>.<process>-<number>", so that the rename stays on one
+/// disk; -1 with errno where there can be none.
+int openBeside(const std::string& target, mode_t mode, std::string& path) {
+    const auto file = target.rfind('/') + 1;  // 0 without a folder
+    int descriptor = -1;
+    errno = EEXIST;
+    for (unsigned number = 0; descriptor < 0 && errno == EEXIST; ++number) {
+        path = fmt::format("{}.{}.{:x}-{:x}", target.substr(0, file), target.substr(file), getpid(),
+                           number);
+        descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    }
+    return descriptor;
 }
 
 }  // namespace
@@ -97,19 +96,17 @@ OutputPlace::OutputPlace(const std::string& path) : name_(path) {
         return;
     }
     struct stat status {};
-    if (stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode))
+    const bool exists = stat(path.c_str(), &status) == 0;
+    if (exists && S_ISDIR(status.st_mode))
         throw Failure(fmt::format("{}: is a folder; name a file in it", path));
-    if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+    if (exists && !S_ISREG(status.st_mode)) {
         descriptor_ = open(path.c_str(), O_WRONLY | O_CLOEXEC);
         if (descriptor_ < 0) failToWrite(errno);
         return;
     }
     target_ = resolveLinks(path);
-    temporary_ = besideTemplate(target_);
-    if (temporary_.size() >= unfinished.path.size()) failToWrite(ENAMETOOLONG);
-    const mode_t mode = modeFor(target_);
     const SignalsBlocked untilSet;
-    descriptor_ = mkostemp(temporary_.data(), O_CLOEXEC);
+    descriptor_ = openBeside(target_, exists ? 0600 : 0666, temporary_);
     if (descriptor_ < 0) {
         const int error = errno;
         temporary_.clear();
@@ -117,7 +114,7 @@ OutputPlace::OutputPlace(const std::string& path) : name_(path) {
     }
     std::memcpy(unfinished.path.data(), temporary_.c_str(), temporary_.size() + 1);
     unfinished.isSet = true;
-    fchmod(descriptor_, mode);
+    if (exists) fchmod(descriptor_, status.st_mode & 07777);
 }
 
 OutputPlace::~OutputPlace() {
