@@ -237,10 +237,12 @@ void useOgg(int descriptor, int format, Use use) {
 
 }  // namespace
 
-Metadata::Metadata(int descriptor, SNDFILE* file, int format) : format_(format) {
+Metadata::Metadata(int descriptor, const std::optional<SoundChunks>& chunks, SNDFILE* file,
+                   int format)
+    : format_(format) {
     if (fileLength(descriptor) >= 0) {
         const auto position = lseek(descriptor, 0, SEEK_CUR);
-        readChunks(descriptor);
+        if (chunks && placeOf(format_).family != 0) readChunks(descriptor, *chunks);
         readTags(descriptor);
         lseek(descriptor, position, SEEK_SET);  // TagLib moves it
     }
@@ -253,11 +255,9 @@ Metadata::Metadata(int descriptor, SNDFILE* file, int format) : format_(format) 
     }
 }
 
-void Metadata::readChunks(int descriptor) {
-    const auto chunks = readSoundChunks(descriptor);
-    if (!chunks || placeOf(format_).family == 0) return;
+void Metadata::readChunks(int descriptor, const SoundChunks& chunks) {
     const bool isRifx = readAt(descriptor, 0, 4) == "RIFX";
-    for (const auto& chunk : chunks->others) {
+    for (const auto& chunk : chunks.others) {
         auto identifier = chunk.identifier;
         if (identifier == w64List)
             identifier = "LIST";

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "hosts/cli/soundChunks.h"
 #include "hosts/cli/soundMarkers.h"
 
 struct sf_private_tag;
@@ -32,7 +34,8 @@ class Metadata {
     /// Nothing but texts, by the keys of Vorbis comments (TITLE, ARTIST, ...).
     explicit Metadata(Texts texts) : texts_(std::move(texts)) {}
     /// Reads it from an open file of this format; the texts alone where the descriptor cannot seek.
-    Metadata(int descriptor, sf_private_tag* file, int format);
+    Metadata(int descriptor, const std::optional<SoundChunks>& chunks, sf_private_tag* file,
+             int format);
 
     /// Sets the texts of a file that has no samples yet and is open for writing.
     void setStrings(sf_private_tag* file, int format) const;
@@ -45,7 +48,7 @@ class Metadata {
     std::vector<std::string> lostIn(int format) const;
 
  private:
-    void readChunks(int descriptor);
+    void readChunks(int descriptor, const SoundChunks& chunks);
     void readTags(int descriptor);
     void readInfo(const std::string& list);
     void takeComments(std::string_view comments);

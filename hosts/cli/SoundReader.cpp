@@ -18,6 +18,7 @@
 
 #include "hosts/cli/Command.h"
 #include "hosts/cli/SoundFormat.h"
+#include "hosts/cli/VirtualFile.h"
 #include "hosts/cli/fileBytes.h"
 #include "hosts/cli/soundChunks.h"
 
@@ -25,6 +26,7 @@ namespace qov::cli {
 namespace {
 
 constexpr int maximumChannels = 2;
+constexpr std::uint32_t refillFrames = 8192;
 /// Containers whose samples and end libsndfile finds without seeking.
 constexpr std::array pipeContainers{SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_AIFF,
                                     SF_FORMAT_AU,  SF_FORMAT_OGG,   SF_FORMAT_MPEG};
@@ -78,6 +80,14 @@ SF_INFO describeCaf(int descriptor) {
     return info;
 }
 
+float valueOf(float sample) {
+    return sample;
+}
+
+float valueOf(std::int16_t sample) {
+    return static_cast<float>(sample) * 0x1p-15F;
+}
+
 /// The byte order of a file's samples.
 int orderOf(int format) {
     if ((format & SF_FORMAT_ENDMASK) != 0) return format & SF_FORMAT_ENDMASK;
@@ -94,6 +104,8 @@ struct SoundReader::State {
     SF_INFO info{};
     SNDFILE* file = nullptr;
     StandardInput standardInput;
+    std::optional<VirtualFile> regular;  ///< for a regular file
+    std::optional<SoundChunks> header;
     int descriptor = -1;
     bool isPipe = false;
     bool isRaw = false;
@@ -101,7 +113,10 @@ struct SoundReader::State {
     bool isDamaged = false;
     std::optional<std::int64_t> frames;
     std::int64_t framesRead = 0;
-    std::vector<float> interleaved;  ///< for read()
+    /// For read(): 16-bit samples of the file, or others as floats, and the place in them.
+    std::vector<std::int16_t> shorts;
+    std::vector<float> floats;
+    std::uint32_t taken = 0, held = 0;  ///< frames
 
     ~State() {
         if (file) sf_close(file);
@@ -132,11 +147,15 @@ struct SoundReader::State {
         struct stat status {};
         if (fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode))
             throw Failure(fmt::format("{}: is a folder; name a sound file", path));
-        isPipe = lseek(descriptor, 0, SEEK_CUR) < 0;
-        const auto chunks = readSoundChunks(descriptor);
-        file = sf_open_fd(dup(descriptor), SFM_READ, &info, SF_TRUE);
-        if (chunks)
-            checkLength(*chunks);
+        const auto position = lseek(descriptor, 0, SEEK_CUR);
+        isPipe = position < 0;
+        header = readSoundChunks(descriptor);
+        if (position == 0 && S_ISREG(status.st_mode))
+            file = regular.emplace(descriptor).open(SFM_READ, &info);
+        else
+            file = sf_open_fd(dup(descriptor), SFM_READ, &info, SF_TRUE);
+        if (header)
+            checkLength(*header);
         else
             isDamaged = file && lacksOggEnd(descriptor);
         if (isDamaged && !isSalvaging)
@@ -235,11 +254,33 @@ struct SoundReader::State {
         return got;
     }
 
+    /// Reads the next frames for read(). False at the end.
+    bool refill() {
+        const bool isShort = (info.format & SF_FORMAT_SUBMASK) == SF_FORMAT_PCM_16;
+        isShort ? shorts.resize(2 * refillFrames) : floats.resize(2 * refillFrames);
+        held = isShort ? readWith(sf_readf_short, shorts.data(), refillFrames)
+                       : readWith(sf_readf_float, floats.data(), refillFrames);
+        taken = 0;
+        return held > 0;
+    }
+
+    /// Gives the next of those frames, each channel by itself.
+    void take(float* left, float* right, std::uint32_t count) {
+        const auto split = [&](const auto* samples) {
+            for (std::size_t i = 0; i < count; ++i) {
+                left[i] = valueOf(samples[2 * i]);
+                right[i] = valueOf(samples[2 * i + 1]);
+            }
+        };
+        const auto begin = std::size_t{2} * taken;
+        shorts.empty() ? split(&floats[begin]) : split(&shorts[begin]);
+        taken += count;
+    }
+
     /// Throws Failure at the end of an input that is not whole.
     void checkEnd() {
-        if (standardInput.error != 0)
-            throw Failure(
-                fmt::format("{}: cannot read: {}", name, std::strerror(standardInput.error)));
+        if (const int error = regular ? regular->error() : standardInput.error; error != 0)
+            throw Failure(fmt::format("{}: cannot read: {}", name, std::strerror(error)));
         if (isRaw) {
             const auto rest = standardInput.bytes % static_cast<std::int64_t>(2 * sizeof(float));
             if (rest != 0)
@@ -308,7 +349,7 @@ std::optional<std::int64_t> SoundReader::frames() const {
 }
 
 Metadata SoundReader::metadata() const {
-    return {state_->descriptor, state_->file, state_->info.format};
+    return {state_->descriptor, state_->header, state_->file, state_->info.format};
 }
 
 bool SoundReader::isFileOf(int format) const {
@@ -331,14 +372,15 @@ void SoundReader::copyBytes(const std::function<void(std::string_view)>& write) 
 }
 
 std::uint32_t SoundReader::read(float* left, float* right, std::uint32_t frames) {
-    auto& samples = state_->interleaved;
-    samples.resize(std::size_t{2} * frames);
-    const auto got = readFrames(samples.data(), frames);
-    for (std::size_t i = 0; i < got; ++i) {
-        left[i] = samples[2 * i];
-        right[i] = samples[2 * i + 1];
+    auto& state = *state_;
+    std::uint32_t done = 0;
+    while (done < frames) {
+        if (state.taken == state.held && !state.refill()) break;
+        const auto count = std::min(frames - done, state.held - state.taken);
+        state.take(left + done, right + done, count);
+        done += count;
     }
-    return got;
+    return done;
 }
 
 std::uint32_t SoundReader::readFrames(std::int32_t* samples, std::uint32_t frames) {

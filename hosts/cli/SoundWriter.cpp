@@ -17,6 +17,7 @@
 
 #include "hosts/cli/Command.h"
 #include "hosts/cli/SoundFormat.h"
+#include "hosts/cli/VirtualFile.h"
 #include "hosts/cli/fileBytes.h"
 #include "hosts/cli/soundChunks.h"
 #include "hosts/output/OutputPlace.h"
@@ -27,11 +28,8 @@ namespace {
 constexpr std::uint32_t bufferFrames = 8192;
 /// Files may be larger only with sizes of 64 bits in the header.
 constexpr std::int64_t largestWav = 0xFFF00000;
-/// Added to a double below 2^51 and taken away again, it rounds to the nearest integer, half to
-/// even, as std::nearbyint does, which is a call where the processor is not known to have SSE4.1.
-constexpr double roundingShift = 0x1.8p52;
-
-/// A descriptor that cannot seek, as a virtual file of libsndfile.
+/// A descriptor that cannot seek, as a virtual file of libsndfile; written at once, as its reader
+/// may be waiting.
 struct Stream {
     int descriptor;
     std::int64_t bytes = 0;
@@ -141,7 +139,7 @@ struct SoundWriter::State {
                              shape.frames.value_or(largestWav) * 16 >= largestWav;
         if (mayGrow) info.format = SF_FORMAT_RF64 | shape.subtype;
         isRf64 = (info.format & SF_FORMAT_TYPEMASK) == SF_FORMAT_RF64;
-        file = sf_open_fd(place.descriptor(), SFM_WRITE, &info, SF_FALSE);
+        file = regular.emplace(place.descriptor()).open(SFM_WRITE, &info);
         if (!file) return;
         if (mayGrow) sf_command(file, SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
         // The peak chunk holds the time of day: the same input would give another file every
@@ -167,28 +165,69 @@ struct SoundWriter::State {
         if (writef(file, samples, frames) < frames) fail();
     }
 
-    /// In the upper bits of 32, where libsndfile takes it.
-    std::int32_t quantised(float sample) {
-        if (const float magnitude = std::abs(sample); magnitude > 1.0F) {
-            ++clipping.samples;
-            clipping.peak = std::max(clipping.peak, magnitude);
+    /// For libsndfile, which takes an integer in the upper bits of its type. Real: has a bit for
+    /// each of the integers and one more.
+    template <typename Real, typename Integer>
+    void quantise(const float* left, const float* right, std::uint32_t count, Integer* to) const {
+        const auto scale = static_cast<Real>(std::ldexp(1.0, bits - 1));
+        const auto step = static_cast<Real>(std::ldexp(1.0, 8 * int{sizeof(Integer)} - bits));
+        // Added to a smaller number and taken away again, it rounds to the nearest integer, half to
+        // even, as std::nearbyint does, which is a call where the processor is not known to have
+        // SSE4.1.
+        const Real shift = 3 / std::numeric_limits<Real>::epsilon() / 2;
+        const auto integerOf = [&](float sample) {
+            const Real value = static_cast<Real>(sample) * scale;
+            const Real number = std::isnan(value) ? 0 : value;
+            const Real held = number > scale - 1 ? scale - 1 : number < -scale ? -scale : number;
+            return static_cast<Integer>(static_cast<std::int32_t>((held + shift - shift) * step));
+        };
+        for (std::size_t i = 0; i < count; ++i) {
+            to[2 * i] = integerOf(left[i]);
+            to[2 * i + 1] = integerOf(right[i]);
         }
-        const double value = std::isnan(sample) ? 0 : static_cast<double>(sample) * fullScale;
-        const double held = std::clamp(value, -fullScale, fullScale - 1);
-        return static_cast<std::int32_t>((held + roundingShift - roundingShift) * step);
+    }
+
+    void noteClipping(const float* samples, std::uint32_t count) {
+        unsigned isAny = 0;  // without a branch, as it is rare
+        for (std::uint32_t i = 0; i < count; ++i) isAny |= std::abs(samples[i]) > 1.0F ? 1U : 0U;
+        for (std::uint32_t i = 0; i < count && isAny != 0; ++i)
+            if (const float magnitude = std::abs(samples[i]); magnitude > 1.0F) {
+                ++clipping.samples;
+                clipping.peak = std::max(clipping.peak, magnitude);
+            }
+    }
+
+    /// Puts frames behind those that are pending.
+    void append(const float* left, const float* right, std::uint32_t count) {
+        const auto begin = std::size_t{2} * pending;
+        pending += count;
+        if (floats.empty()) {
+            noteClipping(left, count);
+            noteClipping(right, count);
+        }
+        if (!shorts.empty()) return quantise<float>(left, right, count, &shorts[begin]);
+        if (!integers.empty()) return quantise<double>(left, right, count, &integers[begin]);
+        for (std::size_t i = 0; i < count; ++i) {
+            floats[begin + 2 * i] = left[i];
+            floats[begin + 2 * i + 1] = right[i];
+        }
     }
 
     void flush() {
         if (pending == 0) return;
-        if (bits > 0)
+        if (!shorts.empty())
+            writeWith(sf_writef_short, shorts.data(), pending);
+        else if (!integers.empty())
             writeWith(sf_writef_int, integers.data(), pending);
         else
             writeWith(sf_writef_float, floats.data(), pending);
         pending = 0;
     }
 
+    int error() const { return regular ? regular->error() : stream.error; }
+
     [[noreturn]] void fail() const {
-        const int error = stream.error != 0 ? stream.error : errno;
+        const int error = this->error() != 0 ? this->error() : errno;
         if (error != 0) place.failToWrite(error);
         throw Failure(fmt::format("{}: cannot write: {}", place.name(), sf_strerror(file)));
     }
@@ -197,15 +236,15 @@ struct SoundWriter::State {
     const Metadata metadata;
     const int format;
     Stream stream;
+    std::optional<VirtualFile> regular;  ///< of a file
     SNDFILE* file = nullptr;
     bool isRf64 = false;
     std::int64_t mostFrames = std::numeric_limits<std::int64_t>::max();
     std::int64_t written = 0;  ///< frames
     const int bits;            ///< 0: written as floats
-    const double fullScale = std::ldexp(1.0, bits - 1);
-    const double step = std::ldexp(1.0, 32 - bits);
     Clipping clipping;
     std::uint32_t pending = 0;
+    std::vector<std::int16_t> shorts;  ///< one of these holds the pending frames
     std::vector<std::int32_t> integers;
     std::vector<float> floats;
 };
@@ -221,7 +260,9 @@ SoundWriter::SoundWriter(const OutputPlace& place, const Shape& shape, const Met
         throw Failure(fmt::format("{}: cannot write {} with {}: {}", place.name(),
                                   soundFormat::nameOf(shape.container),
                                   soundFormat::nameOf(shape.subtype), sf_strerror(nullptr)));
-    if (state.bits > 0)
+    if (shape.subtype == SF_FORMAT_PCM_16)
+        state.shorts.resize(2 * bufferFrames);
+    else if (state.bits > 0)
         state.integers.resize(2 * bufferFrames);
     else
         state.floats.resize(2 * bufferFrames);
@@ -233,21 +274,7 @@ void SoundWriter::write(const float* left, const float* right, std::uint32_t fra
     auto& state = *state_;
     while (frames > 0) {
         const auto count = std::min(frames, bufferFrames - state.pending);
-        const auto begin = std::size_t{2} * state.pending;
-        if (state.bits > 0) {
-            std::int32_t* const to = &state.integers[begin];
-            for (std::size_t i = 0; i < count; ++i) {
-                to[2 * i] = state.quantised(left[i]);
-                to[2 * i + 1] = state.quantised(right[i]);
-            }
-        } else {
-            float* const to = &state.floats[begin];
-            for (std::size_t i = 0; i < count; ++i) {
-                to[2 * i] = left[i];
-                to[2 * i + 1] = right[i];
-            }
-        }
-        state.pending += count;
+        state.append(left, right, count);
         left += count;
         right += count;
         frames -= count;
@@ -277,7 +304,9 @@ void SoundWriter::close() {
     errno = 0;
     const bool hasFailed = sf_error(state.file) != SF_ERR_NO_ERROR;
     SNDFILE* const file = std::exchange(state.file, nullptr);
-    if (sf_close(file) != 0 || hasFailed || state.stream.error != 0) state.fail();
+    const bool isClosed = sf_close(file) == 0;
+    if (state.regular) state.regular->flush();
+    if (!isClosed || hasFailed || state.error() != 0) state.fail();
     if (state.isRf64) clearPeakTime(state.place.descriptor());
     if (!state.place.isStream()) state.metadata.addTo(state.place, state.format);
 }

@@ -27,7 +27,7 @@ using platform::AURenderEvent;
 
 namespace {
 
-/// Frames that are read at a time; a rendering reads the nearest lower multiple of its block.
+/// Frames that are copied at a time.
 constexpr std::uint32_t chunkFrames = 8192;
 
 SoundWriter::Shape shapeOf(const RenderJob& job, const OutputPlace& place,
@@ -140,15 +140,14 @@ void process(const RenderJob& job, hosts::Instance& effect, std::vector<AURender
                       [&](const float* left, const float* right, std::uint32_t frames) {
                           writer.write(left, right, frames);
                       });
-    const std::uint32_t chunk = chunkFrames / job.block * job.block;
-    std::vector<float> left(chunk);
-    std::vector<float> right(chunk);
+    std::vector<float> left(job.block);
+    std::vector<float> right(job.block);
     std::uint32_t frames = 0;
     do {
-        frames = reader.read(left.data(), right.data(), chunk);
+        frames = reader.read(left.data(), right.data(), job.block);
         renderer.process(left.data(), right.data(), frames);
         progress.advance(frames);
-    } while (frames == chunk);
+    } while (frames == job.block);
     renderer.finish();
 }
 
@@ -181,7 +180,7 @@ void renderFile(const RenderJob& job) {
         throw Failure(fmt::format("{}: is the input, too; write to another file", job.output), 2);
     for (const auto& [path, role] :
          {std::pair{job.automation, "automation"}, {job.midi, "MIDI file"}})
-        if (hosts::isSameFile(path, job.output))
+        if (!path.empty() && hosts::isSameFile(path, job.output))
             throw Failure(
                 fmt::format("{}: is the {}, too; write to another file", job.output, role), 2);
     SoundReader reader(job.input,
