@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "audiounit/parameters.h"
 #include "audiounit/presets.h"
 
 namespace qov::hosts {
@@ -54,6 +55,18 @@ inline constexpr std::array startingPoints{
                "Moves the whole image 30 % to the right and loses neither side",
                {0.5f, 0.65f, 0, 0, 0, 0, 0, 0}},
 };
+
+static_assert(
+    [] {
+        for (const BankPreset& preset : startingPoints) {
+            std::size_t changed = 0;
+            for (std::size_t i = 0; i < parameterCount; ++i)
+                changed += preset.values[i] != hostParameters[i].initial;
+            if (changed != 1) return false;
+        }
+        return true;
+    }(),
+    "each moves one parameter, so that a sentence says what it does");
 
 /// The factory presets, then the starting points.
 inline constexpr auto presetBank = [] {

@@ -17,7 +17,8 @@ class DoubleClick {
 
     // now: seconds
     void press(int control, platform::CGPoint at, double now) {
-        isSecond_ = control_ == control && now - pressed_ < longest && isNear(at);
+        const bool isSecond = control_ == control && now - pressed_ < longest && isNear(at);
+        second_ = isSecond ? control_ : std::nullopt;
         control_ = control;
         pressed_ = now;
         place_ = at;
@@ -27,14 +28,13 @@ class DoubleClick {
     }
     /// The control that has been double-clicked with this release.
     std::optional<int> release() {
-        if (!isSecond_) return std::nullopt;
-        const auto control = control_;
-        forget();
-        return control;
+        const auto second = second_;
+        if (second) forget();
+        return second;
     }
     void forget() {
         control_.reset();
-        isSecond_ = false;
+        second_.reset();
     }
 
  private:
@@ -42,10 +42,10 @@ class DoubleClick {
         return std::hypot(at.x - place_.x, at.y - place_.y) <= reach;
     }
 
-    std::optional<int> control_;
+    std::optional<int> control_;  // of the last press
     double pressed_ = 0;
     platform::CGPoint place_;
-    bool isSecond_ = false;
+    std::optional<int> second_;  // of a press that was the second one
 };
 
 }  // namespace qov::hosts

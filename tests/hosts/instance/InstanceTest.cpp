@@ -98,7 +98,7 @@ TEST_F(InstanceTest, EmptyBlockAppliesItsEvents) {
     EXPECT_EQ(render(*instance_, input, 500), expected);
 }
 
-// Nor a block that is longer than the longest of the activation.
+// Nor a block with crossed channels that is longer than the longest of the activation.
 TEST_F(InstanceTest, FlushToZeroOfTheHostChangesNoBit) {
 #if defined(__SSE__)
     Stereo tiny = noise(3 * late);
@@ -109,7 +109,11 @@ TEST_F(InstanceTest, FlushToZeroOfTheHostChangesNoBit) {
     const unsigned host = _mm_getcsr() | 0x8040;  // flush results and operands to zero
     const unsigned before = _mm_getcsr();
     _mm_setcsr(host);
-    const auto output = render(*instance_, tiny, 1'000'000, wide);
+    Stereo output{tiny.right, tiny.left};
+    instance_->begin({output.right.data(), output.left.data()},
+                     {output.left.data(), output.right.data()}, 3 * late);
+    instance_->set(0, kStereoWidth, 0.9f);
+    instance_->end();
     const unsigned after = _mm_getcsr();
     _mm_setcsr(before);
     EXPECT_EQ(after & 0x8040, 0x8040u);

@@ -106,6 +106,10 @@ TEST_F(OnScreen, MouseWheelAndKeysEditTheControlUnderThePointer) {
             shown.act(hands);
             shown.expect(static_cast<std::uint64_t>(address), value, hands);
         }
+        // Of a long text the caret's end is shown, near the field's right edge.
+        shown.act("key Return; type " + std::string(30, '1'));
+        EXPECT_EQ(Screen::pixel(422, 379), 0xFFC837U);
+        shown.act("key Escape");
         others = 0;
         shown.act("mousemove 600 220; key Return; type 7; mousemove 660 20 click 1; type 7; key z");
         EXPECT_EQ(others, isInside ? 0 : 2)
