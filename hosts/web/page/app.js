@@ -223,6 +223,7 @@ presets.addEventListener("change", () => {
     presets.value = "";
 });
 
+addEventListener("storage", listPresets); // another tab has kept a setting
 element("keep").addEventListener("click", () => {
     const title = prompt("Name of the setting")?.trim();
     if (!title) return;

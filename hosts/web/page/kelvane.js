@@ -51,7 +51,7 @@ export class KelvaneNode extends AudioWorkletNode {
         this.onHeard = () => {};
         /** Called with the last frames of the output while they are watched. @type {(ring: Float32Array) => void} */
         this.onRing = () => {};
-        /** @type {(count: {lost: number, frame: number}) => void} */
+        /** Called with frames that were skipped, the present one, and the time. @type {(count: {lost: number, frame: number, time: number}) => void} */
         this.onCount = () => {};
         /** What was last set here, on the panel or by MIDI, by address. */
         this.values = parameters.map(({ address, initial }) => values[address] ?? initial);

@@ -71,7 +71,7 @@ class KelvaneProcessor extends AudioWorkletProcessor {
         if (data.state !== undefined) this.module.call.restoreState(this.module.giveText(data.state));
         if (data.watch !== undefined) this.isWatched = data.watch;
         if (data.spare) this.spare.push(data.spare);
-        if (data.count) this.port.postMessage({ lost: this.lost, frame: currentFrame });
+        if (data.count) this.port.postMessage({ lost: this.lost, frame: currentFrame, time: Date.now() });
         if (data.end) this.isAlive = false;
     }
 

@@ -18,7 +18,9 @@ const largestFile = 1 << 29; // bytes; decoded it is several times as large
 export async function readSound(file, context) {
     if (file.size === 0) throw new Error("the file is empty");
     if (file.size > largestFile) throw new Error("the file is too large for a page; `kelvane render` takes it");
-    const bytes = await file.arrayBuffer();
+    const bytes = await file.arrayBuffer().catch((error) => {
+        throw new Error(`the browser cannot load it, which may be for want of memory: ${error.message}`);
+    });
     const sound = readWav(bytes);
     if (sound) return sound;
     const decoded = await context.decodeAudioData(bytes).catch(() => {
@@ -109,6 +111,7 @@ export class Player {
         this.pause();
         this.sound = sound;
         this.offset = 0;
+        this.onChange();
     }
 
     /** Asks for a microphone or interface. */
@@ -121,6 +124,7 @@ export class Player {
         this.stream = stream;
         stream.getTracks().forEach((track) => {
             track.onended = () => {
+                this.pause();
                 this.closeInput();
                 this.onLost();
             };
