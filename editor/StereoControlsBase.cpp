@@ -10,6 +10,7 @@
 #include "editor/AudioUnitViewController.h"
 #include "editor/PanelStyle.h"
 #include "editor/panelCanvas.h"
+#include "editor/panelDrawing.h"
 #include "editor/valueBoxes.h"
 #include "platform/coregraphics/CGContext.h"
 #include "platform/coregraphics/CGFont.h"
@@ -24,7 +25,6 @@ using platform::CGColor;
 using platform::CGContext;
 using platform::CGFloat;
 using platform::CGLineCap;
-using platform::CGLineJoin;
 using platform::CGPath;
 using platform::CGPoint;
 using platform::CGRect;
@@ -32,28 +32,6 @@ using platform::NSTextAlignment;
 
 CGFloat drawScaleX = 1;
 CGFloat drawScaleY = 1;
-
-/// One line of text on the panel.
-struct PanelText {
-    std::string words;
-    const char* face;
-    CGFloat size;
-    CGRect box;  ///< in which it is centred vertically, by its capitals
-    NSTextAlignment alignment = NSTextAlignment::left;
-    CGFloat tracking = 0;
-
-    std::shared_ptr<const platform::CGFont> font() const { return platform::CGFont::named(face); }
-    CGFloat width() const { return (font()->width(words, tracking) - tracking) * size; }
-    CGPoint origin() const {
-        const bool isRight = alignment == NSTextAlignment::right;
-        return {isRight ? box.maxX() - width() : box.minX(),
-                box.midY() + font()->capHeight() * size / 2};
-    }
-    void draw(CGContext& context, const CGColor& color) const {
-        context.setFillColor(color);
-        context.showText(words, *font(), size, origin(), tracking);
-    }
-};
 
 /// Knob, readout and reset button of the width or the panorama.
 struct StereoControlsBase::Dial {
@@ -78,10 +56,6 @@ constexpr CGFloat levelReach = 254;        // units of a full meter
 constexpr CGFloat widthReach = 256;        // units from the centre to a bracket at full width
 constexpr CGColor suspendRed{1, 0.16, 0.12, 1};
 
-CGFloat radians(CGFloat degrees) {
-    return degrees * std::numbers::pi / 180;
-}
-
 /// -1..1 from 0..1.
 CGFloat bipolar(CGFloat normalized) {
     return 2 * normalized - 1;
@@ -96,74 +70,10 @@ std::string percentText(const char* name, CGFloat normalized) {
     return name + wholeNumber(bipolar(normalized) * 100) + "%";
 }
 
-void fill(CGContext& context, const CGPath& path, const CGColor& color) {
-    context.setFillColor(color);
-    context.beginPath();
-    context.addPath(path);
-    context.fillPath();
-}
-
-void stroke(CGContext& context, const CGPath& path, const CGColor& color, CGFloat width,
-            CGLineCap cap = CGLineCap::round) {
-    context.setStrokeColor(color);
-    context.setLineWidth(width);
-    context.setLineCap(cap);
-    context.setLineJoin(CGLineJoin::round);
-    context.beginPath();
-    context.addPath(path);
-    context.strokePath();
-}
-
-CGPath line(CGPoint from, CGPoint to) {
-    CGPath path;
-    path.moveTo(from);
-    path.addLineTo(to);
-    return path;
-}
-
-/// From above (0 degrees), clockwise.
-CGPath arc(CGPoint middle, CGFloat radius, CGFloat fromDegrees, CGFloat toDegrees) {
-    CGPath path;
-    path.addArc(middle, radius, radians(fromDegrees - 90), radians(toDegrees - 90),
-                toDegrees > fromDegrees);
-    return path;
-}
-
-CGPoint around(CGPoint middle, CGFloat radius, CGFloat degrees) {
-    return {middle.x + radius * std::sin(radians(degrees)),
-            middle.y - radius * std::cos(radians(degrees))};
-}
-
-void fillVertically(CGContext& context, const CGPath& path, const CGColor& top,
-                    const CGColor& bottom) {
-    const CGRect box = path.boundingBox();
-    context.saveGState();
-    context.beginPath();
-    context.addPath(path);
-    context.clip();
-    context.drawLinearGradient(
-        std::array{platform::CGGradientStop{0, top}, platform::CGGradientStop{1, bottom}},
-        {0, box.minY()}, {0, box.maxY()});
-    context.restoreGState();
-}
-
-constexpr const char* labelFace = "HelveticaNeue";
-constexpr const char* boldFace = "HelveticaNeue-CondensedBold";
-
 void drawPlate(CGContext& context, const PanelStyle& style) {
     const CGPath plate = CGPath::roundedRect(plateBox, 9);
     fillVertically(context, plate, style.plate(0), style.plate(1));
     stroke(context, plate, style.plateEdge, 1);
-}
-
-/// A dark field set into the plate.
-void drawSlot(CGContext& context, const PanelStyle& style, const CGRect& box, CGFloat radius,
-              const CGColor& edge) {
-    const CGPath path = CGPath::roundedRect(box, radius);
-    fill(context, path, style.ground);
-    // A light line along the lower edge makes it look recessed.
-    stroke(context, CGPath::roundedRect(box.offsetBy(0, 1), radius), style.plateEdge, 1);
-    stroke(context, path, edge, 1);
 }
 
 void drawKnob(CGContext& context, const PanelStyle& style, CGPoint middle, CGFloat value,
@@ -214,11 +124,8 @@ void drawReadout(CGContext& context, const PanelStyle& style, const CGRect& box,
 /// A button that sets its control back to the middle: a circular arrow.
 void drawReset(CGContext& context, const PanelStyle& style, const CGRect& box, bool isActive,
                const CGColor& emphasis) {
-    const CGPath shape = CGPath::roundedRect(box, 4);
-    fill(context, CGPath::roundedRect(box.offsetBy(0, 1), 4), CGColor::gray(0, 0.3));
-    fillVertically(context, shape, isActive ? style.ground : style.knobTop, style.knobBottom);
+    drawButton(context, style, box, isActive, isActive ? emphasis : style.edge);
     const CGColor color = isActive ? emphasis : style.light;
-    stroke(context, shape, isActive ? emphasis : style.edge, 1);
     const CGPoint middle = box.center();
     stroke(context, arc(middle, 6, 50, 320), color, 1.75);
     const CGPoint tip = around(middle, 6, 318);

@@ -1,13 +1,10 @@
-#include <fstream>
-#include <numeric>
-#include <span>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
-#include "platform/coregraphics/CGImage.h"
 #include "platform/uikit/UISlider.h"
 #include "tests/editor/EditorRig.h"
+#include "tests/support/golden.h"
 
 namespace qov {
 namespace {
@@ -178,31 +175,11 @@ TEST_F(Panel, TextsCountNaNAsZeroAndNeedAnAudioUnitWithAViewController) {
     EXPECT_DEATH(draw(*panel, 68, 44), "audio unit is missing");
 }
 
-/// Whether two colours differ by more than 3 of 255: more than another compiler's rounding.
-bool differ(std::uint32_t one, std::uint32_t other) {
-    for (const int shift : {0, 8, 16, 24})
-        if (std::abs(int(one >> shift & 255) - int(other >> shift & 255)) > 3) return true;
-    return false;
-}
-
-// Looked at by eye when they were taken; KELVANE_TAKE_GOLDEN=1 takes them anew.
 TEST_F(Panel, LooksAsApproved) {
-    const bool isTaken = std::getenv("KELVANE_TAKE_GOLDEN");
     const auto check = [&](const std::string& name, platform::UIView& view, double width,
                            double scale = 1) {
         const double height = std::round(width * view.bounds().height() / view.bounds().width());
-        const auto image = draw(view, width, height, scale)->makeImage();
-        std::ifstream file(GOLDEN_FOLDER "/" + name + ".png", std::ios::binary);
-        const std::string bytes{std::istreambuf_iterator<char>(file), {}};
-        const auto approved = platform::CGImage::decode(std::as_bytes(std::span(bytes)));
-        const auto now = image->pixels(), before = approved ? approved->pixels() : now.first(0);
-        if (!isTaken && now.size() == before.size() &&
-            std::inner_product(now.begin(), now.end(), before.begin(), 0, std::plus(), differ) < 5)
-            return;
-        const std::string path = (isTaken ? GOLDEN_FOLDER "/" : DIFFERENCE_FOLDER "/") + name;
-        std::ofstream(path + ".png", std::ios::binary)
-            .write(reinterpret_cast<const char*>(image->png().data()), std::ssize(image->png()));
-        EXPECT_TRUE(isTaken) << "see " << path << ".png";
+        test::expectGolden(name, *draw(view, width, height, scale)->makeImage());
     };
     check("panel", *panel, 680);
     panel->setBrightness(0);
