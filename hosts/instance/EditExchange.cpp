@@ -4,22 +4,32 @@ namespace qov::hosts {
 
 void EditExchange::touch(std::uint64_t address) {
     words_[address].fetch_or(touched | touching, std::memory_order_acq_rel);
-    markChanged(address);
+    markChanged(1u << address);
 }
 
-void EditExchange::change(std::uint64_t address, float value) {
+void EditExchange::write(std::uint64_t address, float value) {
     auto& word = words_[address];
     auto before = word.load(std::memory_order_relaxed);
     const std::uint64_t bits = __builtin_bit_cast(std::uint32_t, value);
     while (!word.compare_exchange_weak(before, (before & (touched | touching)) | changed | bits,
                                        std::memory_order_acq_rel)) {
     }
-    markChanged(address);
+}
+
+void EditExchange::change(std::uint64_t address, float value) {
+    write(address, value);
+    markChanged(1u << address);
+}
+
+void EditExchange::change(const std::array<float, parameters>& values, std::uint32_t which) {
+    for (std::uint64_t address = 0; address < parameters; ++address)
+        if (which & 1u << address) write(address, values[address]);
+    markChanged(which);
 }
 
 void EditExchange::release(std::uint64_t address) {
     words_[address].fetch_and(~std::uint64_t{touching}, std::memory_order_acq_rel);
-    markChanged(address);
+    markChanged(1u << address);
 }
 
 const EditExchange::Edit* EditExchange::front() {

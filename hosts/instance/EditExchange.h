@@ -28,6 +28,8 @@ class EditExchange {
     void touch(std::uint64_t address);
     void change(std::uint64_t address, float value);
     void release(std::uint64_t address);
+    /// A gesture of each address whose bit is set in `which`; they are fetched together.
+    void change(const std::array<float, parameters>& values, std::uint32_t which);
 
     /// Whether edits are pending. Any thread.
     bool isPending() const { return isTaking_ || changed_.load(std::memory_order_relaxed) != 0; }
@@ -59,10 +61,9 @@ class EditExchange {
     };
 
     void fetch(std::uint64_t address);
-    /// After the word is written, so that a reader of the bit finds it.
-    void markChanged(std::uint64_t address) {
-        changed_.fetch_or(1u << address, std::memory_order_release);
-    }
+    void write(std::uint64_t address, float value);
+    /// After the words are written, so that a reader of a bit finds its word.
+    void markChanged(std::uint32_t which) { changed_.fetch_or(which, std::memory_order_release); }
 
     std::array<std::atomic<std::uint64_t>, parameters> words_{};
     std::atomic<std::uint32_t> changed_{0};  // bit a: the word of address a was written

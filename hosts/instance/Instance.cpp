@@ -251,6 +251,7 @@ void Instance::apply(const platform::AURenderEvent& event) {
 void Instance::end() {
     if (isActive()) {
         renderUpTo(frames_);
+        if (meter_.isWatched()) meter_.handOver();
         use_.store(Use::idle, std::memory_order_release);
     }
     if (addresses_) setByAudio_.fetch_or(addresses_, std::memory_order_release);
@@ -283,7 +284,10 @@ void Instance::renderCycle(std::uint32_t count) {
     const platform::AudioTimeStamp time{static_cast<double>(clock_), 0,
                                         platform::kAudioTimeStampSampleTimeValid};
     platform::AudioUnitRenderActionFlags flags = 0;
+    const bool isMetered = meter_.isWatched();
+    if (isMetered) meter_.addInput(pullFrom_[0], pullFrom_[1], count);
     render_(&flags, &time, count, 0, list.list(), queue_.take(clock_ + count), pull_);
+    if (isMetered) meter_.addOutput(output[0], output[1], count);
     clock_ += count;
     done_ += count;
     if (isCopied_) copyDone_ += count;
@@ -334,12 +338,26 @@ float Instance::value(std::uint64_t address) const {
     return unit_->getParameter(static_cast<std::int32_t>(address));
 }
 
+Instance::Values Instance::values() const {
+    Values values;
+    for (std::uint64_t address = 0; address < values.size(); ++address)
+        values[address] = value(address);
+    return values;
+}
+
 void Instance::setValue(std::uint64_t address, float value) {
     const auto parameter = tree_->parameterWithAddress(address);
     const auto clamped = clampedValue(address, value);
     if (!parameter || !clamped) return;
     const RunLoop::MakeCurrent current(loop_);
     parameter->setValue(*clamped, token_);
+}
+
+void Instance::setValues(const Values& values) {
+    const RunLoop::MakeCurrent current(loop_);
+    const HostActs host(this);
+    adopt(values);
+    for (const auto& parameter : tree_->allParameters()) parameter->didChangeValue(token_);
 }
 
 std::string Instance::valueText(std::uint64_t address, float value) const {
@@ -369,6 +387,14 @@ void Instance::touchEnded() {
     const auto held = held_.exchange(0);
     for (std::uint64_t address = 0; address < EditExchange::parameters; ++address)
         if (held & 1u << address) edits_.release(address);
+}
+
+void Instance::reportEdits(const Values& before) {
+    const auto now = values();
+    std::uint32_t changed = 0;
+    for (std::uint64_t address = 0; address < now.size(); ++address)
+        if (now[address] != before[address]) changed |= 1u << address;
+    if (changed) edits_.change(now, changed);
 }
 
 // Presets and state
@@ -433,8 +459,8 @@ bool Instance::restoreState(std::string_view text) {
 
 void Instance::restore(const platform::AUState& state) {
     const RunLoop::MakeCurrent current(loop_);
-    const HostActs host(this);
     {
+        const HostActs host(this);
         // Without a tree the audio unit takes the preset's number and name only: the values of a
         // factory preset must not reach the sound or observers on the way.
         const WithoutTree withoutTree(*unit_, tree_);
@@ -444,8 +470,7 @@ void Instance::restore(const platform::AUState& state) {
     for (const auto& [address, value] :
          std::get<std::map<platform::AUParameterAddress, platform::AUValue>>(state.at("data")))
         values.at(address) = value;
-    adopt(values);
-    for (const auto& parameter : tree_->allParameters()) parameter->didChangeValue(token_);
+    setValues(values);
 }
 
 /// Sets all parameters in one step: no cycle is rendered with some of the values. Blocks until the

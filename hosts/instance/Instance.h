@@ -16,6 +16,7 @@
 #include "hosts/instance/EditExchange.h"
 #include "hosts/instance/EventQueue.h"
 #include "hosts/instance/Preset.h"
+#include "hosts/instance/SignalMeter.h"
 
 namespace platform {
 class AUAudioUnitFactory;
@@ -98,12 +99,21 @@ class Instance {
     /// True once after every change of latency(), and for the first call when it is not 0.
     bool takeLatencyChange();
 
+    /// Sums and peaks of the sound; the editor watches.
+    SignalMeter& meter() { return meter_; }
+
     // Parameters, by the hosts' addresses; all but setValue() also take kVolume
 
+    /// Of each parameter that hosts list, by address.
+    using Values = std::array<float, parameterCount>;
+
     float value(std::uint64_t address) const;
+    Values values() const;
     /// A value from the host; the editor follows, no edit is reported. Wrong ones are dropped or
     /// clamped as in set().
     void setValue(std::uint64_t address, float value);
+    /// The same for all parameters, in one step for the sound; blocks as restoreState() does.
+    void setValues(const Values& values);
     std::string valueText(std::uint64_t address, float value) const;
     /// A host's text for a value; values out of range are clamped. Empty where it cannot be read.
     std::optional<float> parseValue(std::uint64_t address, std::string_view text) const;
@@ -117,6 +127,13 @@ class Instance {
     /// parameter.
     void touchBegan();
     void touchEnded();
+    /// Calls act(), which sets values as a host does, and reports what it changes as an edit.
+    template <class Act>
+    void edit(const Act& act) {
+        const auto before = values();
+        act();
+        reportEdits(before);
+    }
 
     // Presets and state
 
@@ -153,7 +170,7 @@ class Instance {
     void note(const ParameterSetting& setting);
     void push(std::uint32_t frame, platform::AURenderEvent event);
     void apply(const platform::AURenderEvent& event);
-    using Values = std::array<float, parameterCount>;  // by address
+    void reportEdits(const Values& before);
     void restore(const platform::AUState& state);
     void adopt(const Values& values);
     void takeAdopted();
@@ -206,6 +223,7 @@ class Instance {
     std::atomic<std::uint32_t> setByAudio_{0};  // bit a: address a was set on the audio thread
     std::atomic<std::uint32_t> reportedLatency_{0};
     EditExchange edits_;
+    SignalMeter meter_;
     std::atomic<bool> touching_{false};
     std::atomic<std::uint32_t> held_{0};  // bit a: address a changed since the touch began
 };
