@@ -4,7 +4,6 @@
 #include <cctype>
 #include <filesystem>
 #include <string_view>
-#include <system_error>
 
 #include <fmt/format.h>
 
@@ -34,15 +33,6 @@ std::string nameOf(const std::string& path) {
 
 }  // namespace
 
-std::vector<std::string> userPresets() {
-    std::vector<std::string> paths;
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(Preset::folder(), error))
-        if (entry.path().extension() == hosts::presetEnding) paths.push_back(entry.path().string());
-    std::ranges::sort(paths);
-    return paths;
-}
-
 PresetChoice PresetChoice::parse(const std::string& text) {
     PresetChoice choice;
     std::size_t number = 0;
@@ -53,7 +43,7 @@ PresetChoice PresetChoice::parse(const std::string& text) {
             choice.number_ = each;
     }
     if (choice.number_) return choice;
-    for (const auto& path : userPresets()) {
+    for (const auto& path : Preset::paths()) {
         names.push_back(nameOf(path));
         if (text == names.back()) choice.path_ = path;
     }

@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "hosts/instance/Preset.h"
 
@@ -31,8 +30,5 @@ class PresetChoice {
     std::optional<std::size_t> number_;  ///< in presetBank
     std::string path_;                   ///< of a file, where there is no number
 };
-
-/// The paths of the user's presets, by name.
-std::vector<std::string> userPresets();
 
 }  // namespace qov::cli

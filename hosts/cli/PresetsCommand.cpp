@@ -11,7 +11,6 @@
 #include "hosts/cli/Parameters.h"
 #include "hosts/cli/PresetChoice.h"
 #include "hosts/instance/presetBank.h"
-#include "hosts/instance/presetFolder.h"
 #include "hosts/instance/valueText.h"
 #include "hosts/output/OutputPlace.h"
 
@@ -55,7 +54,7 @@ void listPresets() {
     fmt::print(row, "NAME", "SETS", "FOR");
     for (const auto& preset : hosts::presetBank)
         fmt::print(row, preset.name, settingsOf(preset.values), preset.summary);
-    for (const auto& path : userPresets()) {
+    for (const auto& path : Preset::paths()) {
         std::string error;
         const auto preset = Preset::read(path, anyRate, &error);
         if (preset)
@@ -91,16 +90,16 @@ std::string fileText(const PresetsOptions& options) {
 }
 
 void savePreset(const PresetsOptions& options) {
-    if (options.save.find_first_of("/\n") != options.save.npos || options.save.starts_with('.'))
+    const auto path = Preset::pathOf(options.save);
+    if (path.empty() && Preset::folder().empty())
+        throw Failure("--save: there is no HOME to save in");
+    if (path.empty())
         throw Failure(fmt::format("--save {}: is a name, without slashes", options.save), 2);
-    const std::filesystem::path folder = Preset::folder();
-    if (folder.empty()) throw Failure("--save: there is no HOME to save in");
-    const auto path = (folder / (options.save + hosts::presetEnding)).string();
     const auto text = fileText(options);
     std::error_code error;
     if (!options.overwrites && std::filesystem::exists(path, error))
         throw Failure(fmt::format("{}: exists; -y (--overwrite) replaces it", path));
-    std::filesystem::create_directories(folder, error);
+    std::filesystem::create_directories(Preset::folder(), error);
     hosts::writeOutput(path, text);
     fmt::print("{}\n", path);
 }

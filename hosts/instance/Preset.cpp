@@ -4,8 +4,10 @@
 #include <cerrno>
 #include <climits>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <system_error>
 
 #include <fmt/format.h>
 
@@ -43,6 +45,28 @@ std::string takeLine(std::string_view line, double sampleRate, Preset& preset) {
 std::string Preset::folder() {
     std::array<char, PATH_MAX> path{};
     return findPresetFolder(path.data(), path.size()) ? path.data() : "";
+}
+
+std::vector<std::string> Preset::paths() {
+    std::vector<std::string> paths;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(folder(), error))
+        if (entry.path().extension() == presetEnding) paths.push_back(entry.path().string());
+    std::ranges::sort(paths);
+    return paths;
+}
+
+std::string Preset::pathOf(const std::string& name) {
+    const auto in = folder();
+    const bool isName = !name.empty() && name.find_first_of("/\n") == name.npos && name[0] != '.';
+    return isName && !in.empty() ? fmt::format("{}/{}{}", in, name, presetEnding) : "";
+}
+
+std::string Preset::text() const {
+    std::string text = summary.empty() ? "" : fmt::format("# {}\n", summary);
+    for (const auto& parameter : hostParameters)
+        text += fmt::format("{} {}\n", parameter.option, values[parameter.address]);
+    return text;
 }
 
 std::optional<Preset> Preset::parse(std::string_view text, double sampleRate, std::string* error) {

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "audiounit/parameters.h"
 
@@ -24,6 +25,14 @@ struct Preset {
 
     /// Where the user's presets lie (presetFolder.h); empty without a home.
     static std::string folder();
+    /// The paths of the user's presets, by name.
+    static std::vector<std::string> paths();
+    /// Where the user's preset of that name lies or is to lie; empty for a name that no file can
+    /// have, or without a home.
+    static std::string pathOf(const std::string& name);
+    /// The text of a file with all values.
+    std::string text() const;
+
     /// The preset of a text; sampleRate, in frames per second, is what samples count by. Null for
     /// another text, with what is wrong in which line in *error.
     static std::optional<Preset> parse(std::string_view text, double sampleRate,
