@@ -26,7 +26,8 @@ enum class Key {
     backspace,
     forwardDelete,
     home,
-    end
+    end,
+    tab
 };
 
 /// The modifier keys that are held.
@@ -42,9 +43,9 @@ struct KeyStroke {
     char character = 0;  ///< what it types, with Ctrl too: printable ASCII; 0 for anything else
 };
 
-/// The keys that a window inside another one takes from it: none, the arrows and Return (while the
-/// mouse is in it or it has the focus), or all of them, with the input focus.
-enum class KeyDemand { none, steps, all };
+/// The keys that a window inside another one takes from it: none, the arrows and Return or Tab
+/// (while the mouse is in it or it has the focus), or all of them, with the input focus.
+enum class KeyDemand { none, steps, tab, all };
 
 /// A window on the screen that shows a UIWindow and delivers touches to it. It runs on the run loop
 /// that was current when it was opened, and draws what has changed at the end of each turn.
@@ -91,6 +92,8 @@ class NativeWindow {
     /// Points of the screen, as the size of `content` is at the time of open().
     virtual void setSize(CGSize size) = 0;
     virtual CGSize size() const = 0;
+    /// As Options::aspect, from now on.
+    virtual void setAspect(CGSize aspect) = 0;
     /// Pixels a point of the screen.
     virtual CGFloat scale() const = 0;
     /// The size in points stays.

@@ -38,6 +38,7 @@ class CanvasWindow final : public NativeWindow {
     /// Always 1: a module has one window.
     std::uint64_t handle() const override { return 1; }
     /// The canvas gets keys while it has the page's focus.
+    void setAspect(CGSize) override {}
     void demandKeys(KeyDemand) override {}
     std::optional<CGPoint> pointer() const override { return pointer_; }
     bool isAlive() const override { return true; }

@@ -112,7 +112,9 @@ Key keyOf(KeySym symbol) {
                                                {XK_Home, Key::home},
                                                {XK_KP_Home, Key::home},
                                                {XK_End, Key::end},
-                                               {XK_KP_End, Key::end}};
+                                               {XK_KP_End, Key::end},
+                                               {XK_Tab, Key::tab},
+                                               {XK_ISO_Left_Tab, Key::tab}};
     const auto* found = std::ranges::find(keys, symbol, &std::pair<KeySym, Key>::first);
     return found == std::end(keys) ? Key::other : found->second;
 }
@@ -164,6 +166,9 @@ class X11Window final : public NativeWindow {
         XResizeWindow(display_, window_, pixels(size.width), pixels(size.height));
     }
     CGSize size() const override { return size_; }
+    void setAspect(CGSize aspect) override {
+        if (isAlive()) limitSize(minimumSize_, aspect);
+    }
     CGFloat scale() const override { return scale_; }
     void setScale(CGFloat scale) override {
         scale_ = scale;
@@ -193,6 +198,7 @@ class X11Window final : public NativeWindow {
     bool chooseVisual();
     void makeWindow(const Options& options);
     void describeWindow(const Options& options);
+    void limitSize(CGSize minimum, CGSize aspect);
     void selectTouches();
     void attach();
     void detach();
@@ -205,7 +211,7 @@ class X11Window final : public NativeWindow {
     void deliverTouch(std::int64_t identifier, UITouchPhase phase, CGPoint at, unsigned state);
     void takeFocus();
     void giveFocusBack();
-    void grabSteps();
+    void grab(std::initializer_list<KeySym> symbols);
     void handleSize(int width, int height);
     void hover(std::optional<CGPoint> at) const {
         if (onHover) onHover(at);
@@ -217,6 +223,7 @@ class X11Window final : public NativeWindow {
     std::shared_ptr<UIWindow> content_;
     CGFloat scale_ = 1;  // pixels a point of the screen
     CGSize size_;        // points of the screen
+    CGSize minimumSize_;
     std::function<CGFloat(CGSize)> contentScale_;
     std::shared_ptr<RunLoop> loop_;
     ::Window window_ = 0;
@@ -304,16 +311,7 @@ void X11Window::describeWindow(const Options& options) {
     const long process = getpid();
     XChangeProperty(display_, window_, atom("_NET_WM_PID"), XA_CARDINAL, 32, PropModeReplace,
                     reinterpret_cast<const unsigned char*>(&process), 1);
-    XSizeHints hints{};
-    hints.flags = PMinSize;
-    hints.min_width = static_cast<int>(pixels(options.minimumSize.width));
-    hints.min_height = static_cast<int>(pixels(options.minimumSize.height));
-    if (options.aspect.width > 0 && options.aspect.height > 0) {
-        hints.flags |= PAspect;
-        hints.min_aspect = hints.max_aspect = {static_cast<int>(options.aspect.width),
-                                               static_cast<int>(options.aspect.height)};
-    }
-    XSetWMNormalHints(display_, window_, &hints);
+    limitSize(options.minimumSize, options.aspect);
     if (!options.application.empty()) {
         std::string name = options.application;
         XClassHint application{name.data(), name.data()};
@@ -327,6 +325,20 @@ void X11Window::describeWindow(const Options& options) {
                         PropModeReplace, reinterpret_cast<const unsigned char*>(embedding.data()),
                         static_cast<int>(embedding.size()));
     }
+}
+
+void X11Window::limitSize(CGSize minimum, CGSize aspect) {
+    minimumSize_ = minimum;
+    XSizeHints hints{};
+    hints.flags = PMinSize;
+    hints.min_width = static_cast<int>(pixels(minimum.width));
+    hints.min_height = static_cast<int>(pixels(minimum.height));
+    if (aspect.width > 0 && aspect.height > 0) {
+        hints.flags |= PAspect;
+        hints.min_aspect =
+            hints.max_aspect = {static_cast<int>(aspect.width), static_cast<int>(aspect.height)};
+    }
+    XSetWMNormalHints(display_, window_, &hints);
 }
 
 void X11Window::selectTouches() {
@@ -490,10 +502,12 @@ void X11Window::deliverTouch(std::int64_t identifier, UITouchPhase phase, CGPoin
 void X11Window::demandKeys(KeyDemand demand) {
     if (!isEmbedded_ || !isAlive() || demand == demand_) return;
     if (demand_ == KeyDemand::all) giveFocusBack();
-    if (demand_ == KeyDemand::steps) XUngrabKey(display_, AnyKey, AnyModifier, window_);
+    XUngrabKey(display_, AnyKey, AnyModifier, window_);
     demand_ = demand;
     if (demand == KeyDemand::all) takeFocus();
-    if (demand == KeyDemand::steps) grabSteps();
+    if (demand == KeyDemand::steps)
+        grab({XK_Left, XK_Right, XK_Up, XK_Down, XK_Return, XK_KP_Enter});
+    if (demand == KeyDemand::tab) grab({XK_Tab});
     XFlush(display_);
 }
 
@@ -513,8 +527,8 @@ void X11Window::giveFocusBack() {
 
 /// Takes only these keys, and only with the mouse in the window or the focus on it; the host keeps
 /// all others.
-void X11Window::grabSteps() {
-    for (const KeySym symbol : {XK_Left, XK_Right, XK_Up, XK_Down, XK_Return, XK_KP_Enter}) {
+void X11Window::grab(std::initializer_list<KeySym> symbols) {
+    for (const KeySym symbol : symbols) {
         const int code = XKeysymToKeycode(display_, symbol);
         if (code == 0) continue;
         for (const unsigned fine : {0U, static_cast<unsigned>(ShiftMask)})
