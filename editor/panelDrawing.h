@@ -14,6 +14,9 @@ namespace qov {
 inline constexpr const char* labelFace = "HelveticaNeue";
 inline constexpr const char* boldFace = "HelveticaNeue-CondensedBold";
 
+/// What has a value, is on or has the keys.
+inline constexpr platform::CGColor emphasisColor{1, 0.785, 0.215, 1};
+
 /// One line of text on the panel.
 struct PanelText {
     std::string words;

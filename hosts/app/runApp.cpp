@@ -14,14 +14,14 @@
 #include <stdexcept>
 #include <utility>
 
-#include "hosts/app/EditHistory.h"
-#include "hosts/app/SavedSettings.h"
 #include "hosts/app/SoundSource.h"
 #include "hosts/app/showError.h"
 #include "hosts/instance/Instance.h"
 #include "hosts/window/CaptionView.h"
-#include "hosts/window/EditGesture.h"
 #include "hosts/window/EditorWindow.h"
+#include "hosts/window/SavedSettings.h"
+#include "hosts/window/Strip.h"
+#include "hosts/window/fitPanel.h"
 #include "hosts/window/makeInstance.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/foundation/Timer.h"
@@ -77,6 +77,7 @@ class App {
     ~App() {
         // Sound first, then the window, then the instance, which ends the loop.
         source_.reset();
+        strip_.reset();
         window_.reset();
         loop_->removeFileDescriptor(signals_.descriptor());
     }
@@ -97,8 +98,6 @@ class App {
     void startInSilence(double rate);
     bool handleKey(const platform::KeyStroke& stroke);
     void handleEscape();
-    EditHistory::Values values() const;
-    void show(const EditHistory::Values& from, const EditHistory::Values& to);
     void notify(const std::string& line, double seconds);
     void report(const std::string& line);
     void end(int exitCode);
@@ -108,12 +107,11 @@ class App {
     std::shared_ptr<RunLoop> loop_ = RunLoop::create();
     std::unique_ptr<hosts::Instance> instance_;
     std::unique_ptr<hosts::EditorWindow> window_;
+    std::shared_ptr<hosts::Strip> strip_;  // the window's
     std::shared_ptr<hosts::CaptionView> notice_ = std::make_shared<hosts::CaptionView>();
     std::optional<RunLoop::TimerID> noticeTimer_;
-    EditHistory history_;
-    EditHistory::Values before_{};  // the gesture under way
     std::optional<double> escape_;  // when Esc was pressed first
-    const SavedSettings saved_ = SavedSettings::read(options_.settingsPath);
+    const hosts::SavedSettings saved_ = hosts::SavedSettings::read(options_.settingsPath);
     std::unique_ptr<SoundLoop> sound_;
     std::unique_ptr<SoundSource> source_;
     bool isOnJack_ = false;
@@ -168,7 +166,16 @@ void App::end(int exitCode) {
 void App::openWindow() {
     hosts::EditorWindow::Options options;
     options.scale = options_.scale;
-    options.size = options_.size.value_or(saved_.size.value_or(options.size));
+    options.size = hosts::withFooter(options_.size.value_or(saved_.size.value_or(options.size)),
+                                     hosts::Strip::heightIf(saved_.isStripShown));
+    options.makeFooter = [this](hosts::EditorWindow& window) {
+        strip_ = std::make_shared<hosts::Strip>(
+            window, *instance_,
+            hosts::Strip::Options{.isShown = saved_.isStripShown, .onFold = [&window](bool) {
+                                      window.setSize(window.wantedSize());
+                                  }});
+        return strip_;
+    };
     std::string error;
     window_ = hosts::EditorWindow::open(*instance_, options, &error);
     if (!window_) throw std::runtime_error(error);
@@ -179,8 +186,6 @@ void App::openWindow() {
         end(1);
     };
     window_->onKey = [this](const platform::KeyStroke& stroke) { return handleKey(stroke); };
-    window_->gesture().onBegin = [this] { before_ = values(); };
-    window_->gesture().onEnd = [this] { history_.add({before_, values()}); };
     window_->content().addSubview(notice_);
 }
 
@@ -201,27 +206,15 @@ void App::restoreSettings(double rate) {
 
 void App::saveSettings() {
     if (options_.settingsPath.empty()) return;
-    const SavedSettings settings{.size = window_->native().size(),
-                                 .brightness = window_->brightness(),
-                                 .picture = window_->picture(),
-                                 .state = instance_->saveState()};
+    const hosts::SavedSettings settings{.size = window_->panelPlace(),
+                                        .brightness = window_->brightness(),
+                                        .picture = window_->picture(),
+                                        .isStripShown = strip_->isShown(),
+                                        .state = instance_->saveState()};
     if (const auto error = settings.write(options_.settingsPath); !error.empty()) report(error);
 }
 
 // Keys and messages
-
-EditHistory::Values App::values() const {
-    EditHistory::Values values;
-    for (std::uint64_t address = 0; address < values.size(); ++address)
-        values[address] = instance_->value(address);
-    return values;
-}
-
-/// Sets only what differs: MIDI may have changed other values since.
-void App::show(const EditHistory::Values& from, const EditHistory::Values& to) {
-    for (std::uint64_t address = 0; address < to.size(); ++address)
-        if (from[address] != to[address]) window_->setValue(address, to[address]);
-}
 
 void App::notify(const std::string& line, double seconds) {
     if (!window_) return;
@@ -256,17 +249,8 @@ bool App::handleKey(const platform::KeyStroke& stroke) {
             handleEscape();
             return true;
         default:
-            break;
+            return false;
     }
-    if (!stroke.held.control || (stroke.character != 'z' && stroke.character != 'Z')) return false;
-    if (window_->gesture().isHeld()) return true;  // a drag is not over yet
-    const auto* step = stroke.held.shift ? history_.redo() : history_.undo();
-    if (!step) return true;
-    if (stroke.held.shift)
-        show(step->before, step->after);
-    else
-        show(step->after, step->before);
-    return true;
 }
 
 // Sound

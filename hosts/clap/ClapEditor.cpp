@@ -55,6 +55,12 @@ bool ClapEditor::create(const char* api, bool isFloating) {
     const auto desktop = platform::NativeWindow::desktopScale(&error);
     if (!desktop) return failed(error);
     editor_.emplace(instance_, *desktop);
+    editor_->requestSize = [this](EmbeddedEditor::Size size) {
+        std::uint32_t width, height;
+        give(size, width, height);
+        if (host_.gui) host_.gui->resize_hints_changed(host_.host);
+        return host_.gui && host_.gui->request_resize(host_.host, width, height);
+    };
     place_ = {};
     isFloating_ = isFloating;
     return true;
@@ -89,6 +95,17 @@ bool ClapEditor::open() {
 bool ClapEditor::getSize(std::uint32_t* width, std::uint32_t* height) {
     if (!editor_ || !width || !height) return false;
     give(editor_->size(), *width, *height);
+    return true;
+}
+
+bool ClapEditor::getResizeHints(clap_gui_resize_hints_t* hints) {
+    if (!editor_ || !hints) return false;
+    const auto own = editor_->ownSize();
+    *hints = {.can_resize_horizontally = true,
+              .can_resize_vertically = true,
+              .preserve_aspect_ratio = true,
+              .aspect_ratio_width = static_cast<std::uint32_t>(own.width),
+              .aspect_ratio_height = static_cast<std::uint32_t>(own.height)};
     return true;
 }
 

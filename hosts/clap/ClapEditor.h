@@ -38,6 +38,7 @@ class ClapEditor {
 
     bool setScale(double scale) { return editor_ && editor_->setScale(scale); }
     bool getSize(std::uint32_t* width, std::uint32_t* height);
+    bool getResizeHints(clap_gui_resize_hints_t* hints);
     bool adjustSize(std::uint32_t* width, std::uint32_t* height);
     bool setSize(std::uint32_t width, std::uint32_t height);
     bool setParent(const clap_window_t* window);

@@ -13,7 +13,6 @@
 #include <utility>
 
 #include "audiounit/parameters.h"
-#include "editor/panelCanvas.h"
 #include "hosts/clap/ClapPlugin.h"
 #include "hosts/clap/abi.h"
 
@@ -105,16 +104,7 @@ const clap_plugin_gui_t gui{
     .set_scale = entry<&ClapEditor::setScale>,
     .get_size = entry<&ClapEditor::getSize>,
     .can_resize = [](const clap_plugin_t*) { return true; },
-    .get_resize_hints =
-        [](const clap_plugin_t*, clap_gui_resize_hints_t* hints) {
-            if (!hints) return false;
-            *hints = {.can_resize_horizontally = true,
-                      .can_resize_vertically = true,
-                      .preserve_aspect_ratio = true,
-                      .aspect_ratio_width = std::uint32_t(panelCanvas.width),
-                      .aspect_ratio_height = std::uint32_t(panelCanvas.height)};
-            return true;
-        },
+    .get_resize_hints = entry<&ClapEditor::getResizeHints>,
     .adjust_size = entry<&ClapEditor::adjustSize>,
     .set_size = entry<&ClapEditor::setSize>,
     .set_parent = entry<&ClapEditor::setParent>,

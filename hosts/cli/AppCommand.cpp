@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <string>
 
-#include "hosts/app/SavedSettings.h"
 #include "hosts/app/runApp.h"
 #include "hosts/app/showError.h"
 #include "hosts/cli/Command.h"
@@ -12,6 +11,7 @@
 #include "hosts/cli/Parameters.h"
 #include "hosts/cli/PresetChoice.h"
 #include "hosts/cli/SoundReader.h"
+#include "hosts/window/SavedSettings.h"
 #include "platform/foundation/Console.h"
 
 namespace qov::cli {
@@ -43,14 +43,15 @@ int run(const Arguments& arguments) {
         "Opens the effect with its editor in a window, as a JACK client; while no JACK server "
         "runs, in silence.\n"
         "Wheel and arrows turn the control under the mouse, with Shift ten times finer; a double "
-        "click sets its default, Return types a value. Space plays and pauses FILE, Ctrl+Z undoes, "
+        "click sets its default, Return types a value. Tab goes through the strip below, whose "
+        "arrow folds it away. Space plays and pauses FILE, Ctrl+Z undoes, "
         "Ctrl+Shift+Z redoes, Esc ends (twice while connected to JACK). The settings are saved for "
         "the next run; the options below override them.");
     std::string file, size, scale, preset;
     app::Options options;
     bool noJack = false, diagnostics = false;
     parser.addOptionalArgument("FILE", file, "a sound that plays into the effect, round and round");
-    parser.addOption("--size", size, "the window's size in points (that of the last run)", "WxH");
+    parser.addOption("--size", size, "the panel's size in points (that of the last run)", "WxH");
     parser.addOption("--scale", scale, "pixels a point (the desktop's own)", "0.5..8");
     parser.addOption("--jack-server", options.jackServer, "the JACK server's name", "NAME");
     parser.addSwitch("--no-jack", noJack, "run in silence, without JACK");
@@ -63,7 +64,7 @@ int run(const Arguments& arguments) {
     if (const auto code = parser.parse(arguments)) return *code;
     static_cast<void>(parseSettings(values, highestRate));  // what is wrong at every rate
     options.values = [&values](double rate) { return parseSettings(values, rate); };
-    options.settingsPath = app::SavedSettings::defaultPath();
+    options.settingsPath = hosts::SavedSettings::pathOf("settings");
     options.useJack = !noJack;
     if (!size.empty()) options.size = parseSize(size, largestWindow);
     if (!scale.empty()) options.scale = parseNumber("--scale", scale, 0.5, 8.0);

@@ -58,8 +58,11 @@ class Editor {
     /// Shows it where it has a parent. False, with a line about why in *error.
     bool open(std::string* error) {
         if (!window_->open({.parent = host_.parent, .title = host_.title}, error)) return false;
-        const auto size = window_->size();
-        if (host_.resize) host_.resize->ui_resize(host_.resize->handle, size.width, size.height);
+        window_->requestSize = [this](EmbeddedEditor::Size size) {
+            return host_.resize &&
+                   host_.resize->ui_resize(host_.resize->handle, size.width, size.height) == 0;
+        };
+        window_->requestSize(window_->size());
         if (host_.parent) window_->show();
         return true;
     }

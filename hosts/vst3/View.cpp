@@ -36,7 +36,8 @@ EmbeddedEditor::Size sizeOf(const v3_view_rect& rect) {
 }
 
 /// The format's codes of keys that have a meaning in the editor.
-constexpr std::array<std::pair<int, Key>, 12> keys{{{1, Key::backspace},
+constexpr std::array<std::pair<int, Key>, 13> keys{{{1, Key::backspace},
+                                                    {2, Key::tab},
                                                     {4, Key::enter},
                                                     {6, Key::escape},
                                                     {7, Key::space},
@@ -81,6 +82,10 @@ View::View(Plugin& plugin)
     : plugin_(plugin),
       editor_(plugin.instance(), platform::NativeWindow::desktopScale(nullptr).value_or(1)) {
     plugin_.ref();
+    editor_.requestSize = [this](EmbeddedEditor::Size size) {
+        requestSize(size);
+        return false;
+    };
 }
 
 View::~View() {
@@ -158,7 +163,7 @@ v3_result View::onSize(v3_view_rect* rect) {
     return editor_.setSize(sizeOf(*rect)) ? V3_OK : V3_INVALID_ARG;
 }
 
-/// The panel's own proportions; the side that differs more from the present size leads.
+/// The editor's own proportions; the side that differs more from the present size leads.
 v3_result View::checkSizeConstraint(v3_view_rect* rect) {
     if (!rect) return V3_INVALID_ARG;
     constexpr auto largest = EditorWindow::largestSide;
@@ -166,8 +171,9 @@ v3_result View::checkSizeConstraint(v3_view_rect* rect) {
     if (rect->left > last || rect->top > last) return V3_INVALID_ARG;
     const auto now = editor_.size();
     auto asked = sizeOf(*rect);
-    const bool widthLeads = std::abs(asked.width - now.width) * EditorWindow::panelSize.height >=
-                            std::abs(asked.height - now.height) * EditorWindow::panelSize.width;
+    const auto own = editor_.ownSize();
+    const bool widthLeads = std::abs(asked.width - now.width) * own.height >=
+                            std::abs(asked.height - now.height) * own.width;
     (widthLeads ? asked.height : asked.width) = largest;
     const auto size = editor_.fitting(asked);
     rect->right = rect->left + size.width;
@@ -175,13 +181,17 @@ v3_result View::checkSizeConstraint(v3_view_rect* rect) {
     return V3_OK;
 }
 
+/// The host resizes the view in this call, or does not.
+void View::requestSize(EmbeddedEditor::Size size) {
+    if (!frame_) return;
+    v3_view_rect rect{0, 0, size.width, size.height};
+    frame_(&v3_plugin_frame::resize_view, face(), &rect);
+}
+
 /// The size in points stays, so the host is requested to resize the view.
 v3_result View::setContentScaleFactor(float factor) {
     if (!editor_.setScale(double{factor})) return V3_INVALID_ARG;
-    if (!editor_.isOpen() || !frame_) return V3_OK;
-    v3_view_rect rect;
-    getSize(&rect);
-    frame_(&v3_plugin_frame::resize_view, face(), &rect);
+    if (editor_.isOpen()) requestSize(editor_.size());
     return V3_OK;
 }
 

@@ -32,6 +32,7 @@ class View final : public Unknown {
     v3_result setFrame(v3_plugin_frame** frame);
     v3_result checkSizeConstraint(v3_view_rect* rect);
     v3_result setContentScaleFactor(float factor);
+    void requestSize(EmbeddedEditor::Size size);
     v3_result findParameter(std::int32_t x, std::int32_t y, v3_param_id* id);
 
     static const v3_plugin_view_cpp viewTable;

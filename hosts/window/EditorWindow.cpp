@@ -11,6 +11,7 @@
 #include "editor/panelCanvas.h"
 #include "hosts/instance/Instance.h"
 #include "hosts/window/HoverView.h"
+#include "hosts/window/PanelFooter.h"
 #include "hosts/window/PanelInput.h"
 #include "hosts/window/fitPanel.h"
 #include "hosts/window/panelHelp.h"
@@ -22,6 +23,7 @@
 
 namespace qov::hosts {
 
+using platform::KeyDemand;
 using platform::RunLoop;
 using platform::UITouchPhase;
 
@@ -38,6 +40,7 @@ EditorWindow::EditorWindow(Instance& instance, std::shared_ptr<AudioUnitViewCont
         if (phase == UITouchPhase::began) gesture_.hold();
     };
     content_->didDeliverTouch = [this](platform::UIView& touched, UITouchPhase phase) {
+        if (footer_) footer_->setBrightness(controller_->pluginFrame->contrast);
         if (&touched != controller_->stereoControls.get()) return;
         if (phase != UITouchPhase::ended && phase != UITouchPhase::cancelled) return;
         if (input_ && phase == UITouchPhase::ended) input_->touchEnded();
@@ -58,6 +61,12 @@ std::unique_ptr<EditorWindow> EditorWindow::open(Instance& instance, const Optio
     content->setRootViewController(controller);
     std::unique_ptr<EditorWindow> window(
         new EditorWindow(instance, std::move(controller), content));
+    if (options.makeFooter) {
+        window->footer_ = options.makeFooter(*window);
+        window->footer_->setBrightness(window->controller().pluginFrame->contrast);
+        window->controller().view()->setAutoresizingMask(platform::UIViewAutoresizingNone);
+        content->addSubview(window->footer_);
+    }
     window->native_ = platform::NativeWindow::open(
         content,
         {.title = options.title,
@@ -65,38 +74,69 @@ std::unique_ptr<EditorWindow> EditorWindow::open(Instance& instance, const Optio
          .transientFor = options.transientFor,
          .scale = options.scale,
          .minimumSize = smallestSize,
-         .aspect = panelSize,
+         .aspect = window->aspect(),
          .application = product::identifier,
-         .contentScale =
-             [&controller = window->controller()](platform::CGSize size) {
-                 const auto fit = fitPanel(size);
-                 controller.fitToHeight = fit.fitToHeight;
-                 return fit.scale;
-             }},
+         .contentScale = [&made = *window](platform::CGSize size) { return made.layOut(size); }},
         error);
     if (!window->native_) return nullptr;
     window->takeInput();
     return window;
 }
 
+/// Returns the content's scale.
+platform::CGFloat EditorWindow::layOut(platform::CGSize size) {
+    footerHeight_ = footer_ ? footer_->canvasHeight() : 0;
+    const auto fit = fitPanel(size, footerHeight_);
+    controller_->fitToHeight = fit.fitToHeight;
+    if (footer_) {
+        const auto width = size.width / fit.scale, height = size.height / fit.scale - fit.footer;
+        controller_->view()->setFrame({0, 0, width, height});
+        footer_->setFrame({0, height, width, fit.footer});
+    }
+    return fit.scale;
+}
+
+platform::CGSize EditorWindow::aspect() const {
+    return withFooter(panelSize, footer_ ? footer_->canvasHeight() : 0);
+}
+
+platform::CGSize EditorWindow::panelPlace() const {
+    return withoutFooter(native_->size(), footerHeight_);
+}
+
+platform::CGSize EditorWindow::wantedSize() const {
+    return withFooter(panelPlace(), footer_ ? footer_->canvasHeight() : 0);
+}
+
+void EditorWindow::setSize(platform::CGSize size) {
+    native_->setAspect(aspect());
+    native_->setSize(size);
+}
+
 void EditorWindow::takeInput() {
     input_ = std::make_unique<PanelInput>(*this, instance_, gesture_);
     native_->routeTouch = [this](auto identifier, UITouchPhase phase, platform::CGPoint at,
-                                 auto held) {
+                                 auto held) -> std::optional<platform::CGPoint> {
+        if (phase == UITouchPhase::began && footer_ && !footer_->willTouch(at)) return {};
         return input_->routeTouch(identifier, phase, at, held);
     };
     native_->onWheel = [this](platform::CGPoint at, int steps, auto held) {
-        return input_->wheel(at, steps, held);
+        return (footer_ && footer_->wheel(at, steps)) || input_->wheel(at, steps, held);
     };
     native_->onHover = [this](auto at) { hover(at); };
     native_->onKey = [this](const platform::KeyStroke& stroke) { key(stroke); };
-    native_->onFocusLost = [this] { input_->closeField(); };
+    native_->onFocusLost = [this] {
+        input_->closeField();
+        if (footer_) footer_->loseKeys();
+    };
 }
 
 EditorWindow::~EditorWindow() {
     const RunLoop::MakeCurrent current(instance_.runLoop());
     native_.reset();
     input_.reset();
+    if (footer_) footer_->removeFromSuperview();
+    footer_.reset();
     hover_->removeFromSuperview();
     content_->setRootViewController(nullptr);
     controller_->fitToHeight = false;
@@ -114,6 +154,7 @@ std::optional<platform::CGPoint> EditorWindow::canvasPoint(platform::CGPoint poi
 }
 
 void EditorWindow::hover(std::optional<platform::CGPoint> at) {
+    isOverFooter_ = footer_ && footer_->hover(at);
     const auto place = at ? canvasPoint(*at) : std::nullopt;
     auto area = place ? controller_->stereoControls->baseClass.hotAreaAt(*place) : std::nullopt;
     const bool takesKeys = at && controlAt(*at);
@@ -135,14 +176,28 @@ std::optional<int> EditorWindow::controlAt(platform::CGPoint point) const {
 
 bool EditorWindow::key(const platform::KeyStroke& stroke) {
     const RunLoop::MakeCurrent current(instance_.runLoop());
-    return input_->key(stroke) || (onKey && onKey(stroke));
+    if (!(footer_ && footer_->takesKeys()) && input_->key(stroke)) return true;
+    return (footer_ && footer_->key(stroke)) || (onKey && onKey(stroke));
+}
+
+void EditorWindow::endTurn() {
+    input_->endTurn();
+}
+
+void EditorWindow::demandKeys(KeyDemand demand) {
+    if (isOverFooter_) demand = KeyDemand::tab;
+    if (footer_ && footer_->takesKeys()) demand = KeyDemand::all;
+    native_->demandKeys(demand);
 }
 
 void EditorWindow::setValue(std::uint64_t address, float value) {
     const RunLoop::MakeCurrent current(instance_.runLoop());
     instance_.setValue(address, value);
-    if (address == kBypass)
-        controller_->stereoControls->switchOption(kOptionSuspended, value > 0.5F);
+    showBypass();
+}
+
+void EditorWindow::showBypass() {
+    controller_->stereoControls->switchOption(kOptionSuspended, instance_.value(kBypass) > 0.5F);
 }
 
 EditorWindow::Picture EditorWindow::picture() const {
@@ -168,6 +223,7 @@ void EditorWindow::setBrightness(float brightness) {
     slider.setValue(brightness);
     controller_->onBrightnessSlider(slider);
     controller_->touchesLocked = false;  // the slider is not touched
+    if (footer_) footer_->setBrightness(controller_->pluginFrame->contrast);
 }
 
 std::string EditorWindow::modeAt(platform::CGPoint point) const {

@@ -15,6 +15,7 @@ namespace platform {
 class NativeWindow;
 class UIView;
 class UIWindow;
+enum class KeyDemand;
 struct KeyStroke;
 }  // namespace platform
 
@@ -26,6 +27,7 @@ namespace qov::hosts {
 
 class HoverView;
 class Instance;
+class PanelFooter;
 class PanelInput;
 
 /// The editor of an instance in a window of its own or inside a host's; fitPanel() scales it to the
@@ -43,7 +45,9 @@ class EditorWindow {
         std::uint64_t parent = 0;           ///< the host's window to open it in; 0 for none
         std::uint64_t transientFor = 0;     ///< or the one to stay above; 0 for none
         platform::CGFloat scale = 0;        ///< pixels a point; 0 for the desktop's own
-        platform::CGSize size = panelSize;  ///< points
+        platform::CGSize size = panelSize;  ///< points, with the footer
+        /// Makes what is shown below the panel; empty for nothing.
+        std::function<std::shared_ptr<PanelFooter>(EditorWindow& window)> makeFooter = {};
     };
     /// The panel's own size, in points.
     static constexpr platform::CGSize panelSize = panelCanvas;
@@ -75,9 +79,10 @@ class EditorWindow {
     std::optional<platform::CGRect> hotAreaAt(platform::CGPoint point) const;
     /// An area of the panel's canvas, in points of the window.
     platform::CGRect windowArea(const platform::CGRect& canvasArea) const;
-    /// Sets a parameter, 0..1, without a gesture, and with the bypass the panel's suspend switch,
-    /// which follows touches only.
+    /// Sets a parameter, 0..1, without a gesture, and shows the bypass.
     void setValue(std::uint64_t address, float value);
+    /// Sets the panel's suspend switch, which follows touches only, as the bypass is.
+    void showBypass();
 
     /// How the picture of the signal is drawn.
     struct Picture {
@@ -94,6 +99,20 @@ class EditorWindow {
     std::function<bool(const platform::KeyStroke&)> onKey;
     /// The user's gestures, whose beginning and end can be observed here.
     EditGesture& gesture() { return gesture_; }
+    /// Ends the gesture of a wheel or a key that may still go on.
+    void endTurn();
+    /// Inside a host: the keys that the panel needs. The footer's need comes first.
+    void demandKeys(platform::KeyDemand demand);
+
+    /// What is shown below the panel; null for nothing.
+    PanelFooter* footer() const { return footer_.get(); }
+    /// The window's size in which the footer has its present height and the panel the place that it
+    /// has now.
+    platform::CGSize wantedSize() const;
+    /// Also lays the window out anew, as after a change of the footer's height.
+    void setSize(platform::CGSize size);
+    /// The place for the panel, in points.
+    platform::CGSize panelPlace() const;
 
  private:
     EditorWindow(Instance& instance, std::shared_ptr<AudioUnitViewController> controller,
@@ -101,6 +120,8 @@ class EditorWindow {
     /// A point of the window on the panel's canvas, where the panel is the frontmost there.
     std::optional<platform::CGPoint> canvasPoint(platform::CGPoint point) const;
     platform::CGFloat canvasScale() const;
+    platform::CGFloat layOut(platform::CGSize size);
+    platform::CGSize aspect() const;
     void takeInput();
     void hover(std::optional<platform::CGPoint> at);
 
@@ -111,6 +132,9 @@ class EditorWindow {
     std::shared_ptr<HoverView> hover_;
     EditGesture gesture_;
     std::unique_ptr<PanelInput> input_;
+    std::shared_ptr<PanelFooter> footer_;
+    platform::CGFloat footerHeight_ = 0;  // that is laid out, on the panel's canvas
+    bool isOverFooter_ = false;           // the mouse
 };
 
 }  // namespace qov::hosts

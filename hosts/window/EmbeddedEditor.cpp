@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 #include "hosts/instance/Instance.h"
+#include "hosts/window/SavedSettings.h"
+#include "hosts/window/Strip.h"
+#include "hosts/window/fitPanel.h"
 #include "platform/dispatch/RunLoop.h"
 #include "platform/uikit/NativeWindow.h"
 #include "platform/uikit/UIWindow.h"
@@ -14,24 +18,36 @@ using platform::RunLoop;
 
 namespace {
 
-constexpr auto panel = EditorWindow::panelSize;
+constexpr const char* settingsName = "plugin-window";  // the file of every format's windows
 
 }  // namespace
 
 EmbeddedEditor::EmbeddedEditor(Instance& instance, double scale)
     : instance_(instance),
-      scale_(std::clamp(scale, EditorWindow::smallestScale, EditorWindow::largestScale)) {}
+      scale_(std::clamp(scale, EditorWindow::smallestScale, EditorWindow::largestScale)),
+      isStripShown_(SavedSettings::read(SavedSettings::pathOf(settingsName)).isStripShown) {}
 
 EmbeddedEditor::~EmbeddedEditor() = default;
 
 bool EmbeddedEditor::open(const Place& place, std::string* error) {
     if (window_) return true;
     EditorWindow::Options options{
-        .parent = place.parent, .transientFor = place.transientFor, .scale = scale_, .size = size_};
+        .parent = place.parent,
+        .transientFor = place.transientFor,
+        .scale = scale_,
+        .size = size_,
+        .makeFooter = [this](EditorWindow& window) {
+            return std::make_shared<Strip>(
+                window, instance_,
+                Strip::Options{.isShown = isStripShown_,
+                               .ownsKeys = false,
+                               .onFold = [this](bool isShown) { stripFolded(isShown); }});
+        }};
     if (!place.title.empty()) options.title = place.title;
     window_ = EditorWindow::open(instance_, options, error);
     if (!window_) return false;
     end_ = End::none;
+    isFloating_ = place.parent == 0;
     window_->native().onClose = [this] { end_ = End::closed; };
     window_->native().onLost = [this] { end_ = End::lost; };
     return true;
@@ -39,6 +55,19 @@ bool EmbeddedEditor::open(const Place& place, std::string* error) {
 
 void EmbeddedEditor::close() {
     window_.reset();
+}
+
+void EmbeddedEditor::stripFolded(bool isShown) {
+    isStripShown_ = isShown;
+    SavedSettings settings;
+    settings.isStripShown = isShown;
+    const auto error = settings.write(SavedSettings::pathOf(settingsName));
+    if (!error.empty()) std::fprintf(stderr, "kelvane: %s\n", error.c_str());
+    size_ = window_->wantedSize();
+    const bool isGiven =
+        isFloating_ || (requestSize && requestSize({pixels(size_.width), pixels(size_.height)}));
+    if (!isGiven) size_ = window_->native().size();
+    window_->setSize(size_);
 }
 
 bool EmbeddedEditor::show() {
@@ -81,15 +110,19 @@ int EmbeddedEditor::pixels(double points) const {
     return static_cast<int>(std::clamp<long>(side, 1, EditorWindow::largestSide));
 }
 
+platform::CGSize EmbeddedEditor::ownSize() const {
+    return withFooter(EditorWindow::panelSize, Strip::heightIf(isStripShown_));
+}
+
 EmbeddedEditor::Size EmbeddedEditor::size() const {
     const auto points = window_ ? window_->native().size() : size_;
     return {pixels(points.width), pixels(points.height)};
 }
 
 EmbeddedEditor::Size EmbeddedEditor::fitting(Size size) const {
-    constexpr double aspect = panel.width / panel.height;
-    constexpr double tallest = EditorWindow::largestSide / aspect;
-    const double least = EditorWindow::smallestSize.height * scale_;
+    const double aspect = ownSize().width / ownSize().height;
+    const double tallest = EditorWindow::largestSide / aspect;
+    const double least = EditorWindow::smallestSize.width / aspect * scale_;
     const double wanted = std::min(size.width / aspect, static_cast<double>(size.height));
     // From whole pixels of height, so that the result's own fit is the result.
     const double height = std::floor(std::clamp(wanted, least, tallest) + 0.5);

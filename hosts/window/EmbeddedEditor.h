@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,7 +13,8 @@
 namespace qov::hosts {
 
 /// The editor of a plug-in with the operations that plug-in formats have: scale and size, open
-/// inside a window of the host's or above one, show, resize, close. Sizes are pixels. It is drawn
+/// inside a window of the host's or above one, show, resize, close. The strip is below the panel,
+/// unless the user has folded it away in a plug-in window before. Sizes are pixels. It is drawn
 /// in Instance::pump(), which the host calls every `tick` and when the run loop's descriptor is
 /// readable. Editor's thread; destroyed before the instance.
 class EmbeddedEditor {
@@ -24,7 +26,7 @@ class EmbeddedEditor {
     /// Shorter than the 50 ms of the editor's own redraw, so that a drag follows the mouse.
     static constexpr std::chrono::milliseconds tick{20};
 
-    /// Closed, of the panel's own size. scale: pixels a point.
+    /// Closed, of its own size. scale: pixels a point.
     EmbeddedEditor(Instance& instance, double scale);
     ~EmbeddedEditor();
     EmbeddedEditor(const EmbeddedEditor&) = delete;
@@ -52,8 +54,13 @@ class EmbeddedEditor {
     /// At most EditorWindow::largestSide; false if empty.
     bool setSize(Size size);
     Size size() const;
-    /// The largest size of the panel's aspect that fits, at least the smallest one. Idempotent.
+    /// The largest size of its aspect that fits, at least the smallest one. Idempotent.
     Size fitting(Size size) const;
+    /// Panel and strip in points, at the panel's own size.
+    platform::CGSize ownSize() const;
+    /// Asks the host for another size of its window around this one, true if it agrees. Called when
+    /// the user folds the strip; panel and strip are scaled to fit where the host refuses.
+    std::function<bool(Size size)> requestSize;
 
     /// Handles a key from the host; false if the editor does not use it or is not open.
     bool key(const platform::KeyStroke& stroke) { return window_ && window_->key(stroke); }
@@ -70,10 +77,13 @@ class EmbeddedEditor {
 
  private:
     int pixels(double points) const;
+    void stripFolded(bool isShown);
 
     Instance& instance_;
     double scale_;
-    platform::CGSize size_ = EditorWindow::panelSize;  // points, before it is open
+    bool isStripShown_;
+    platform::CGSize size_ = ownSize();  // points, before it is open
+    bool isFloating_ = false;
     std::unique_ptr<EditorWindow> window_;
     End end_ = End::none;
 };

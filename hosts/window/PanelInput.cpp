@@ -176,7 +176,7 @@ void PanelInput::endTurn() {
 void PanelInput::hover(std::optional<CGPoint> at) {
     if (field_->isOpen()) return;
     const auto area = at ? window_.hotAreaAt(*at) : std::nullopt;
-    window_.native().demandKeys(at && window_.controlAt(*at) ? KeyDemand::steps : KeyDemand::none);
+    window_.demandKeys(at && window_.controlAt(*at) ? KeyDemand::steps : KeyDemand::none);
     if (area != tipArea_) hideTip();
     tipArea_ = area;
     if (!area || !caption_->isHidden()) return;
@@ -212,7 +212,7 @@ void PanelInput::openField(int address) {
                  window_.windowArea(valueBoxes[static_cast<std::size_t>(address)]));
     caption_->show({{"For example " + valueExamples(address)}, {"Return: set    Esc: leave"}},
                    field_->frame());
-    window_.native().demandKeys(KeyDemand::all);
+    window_.demandKeys(KeyDemand::all);
 }
 
 void PanelInput::enterField() {
@@ -234,7 +234,7 @@ void PanelInput::closeField() {
     if (!field_->isOpen()) return;
     field_->close();
     caption_->hide();
-    window_.native().demandKeys(pointedControl() ? KeyDemand::steps : KeyDemand::none);
+    window_.demandKeys(pointedControl() ? KeyDemand::steps : KeyDemand::none);
 }
 
 }  // namespace qov::hosts

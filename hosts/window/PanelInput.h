@@ -55,6 +55,8 @@ class PanelInput {
     void hover(std::optional<platform::CGPoint> at);
     /// Adds to a control's value; calls within Scroll::pause belong to one gesture.
     void turn(int address, float by);
+    /// Ends the gesture of turn() now.
+    void endTurn();
     /// Closes an open value field without setting the value.
     void closeField();
 
@@ -64,7 +66,6 @@ class PanelInput {
     void hideTip();
     void openField(int address);
     void enterField();
-    void endTurn();
 
     EditorWindow& window_;
     Instance& instance_;

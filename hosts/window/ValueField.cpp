@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "editor/panelDrawing.h"
 #include "hosts/window/layOver.h"
 #include "platform/coregraphics/CGContext.h"
 #include "platform/coregraphics/CGFont.h"
@@ -20,7 +21,6 @@ using platform::Key;
 namespace {
 
 constexpr std::size_t longest = 32;  // characters
-constexpr CGColor amber{1, 0.785, 0.215, 1};
 constexpr CGColor red{1, 0.35, 0.28, 1};
 
 }  // namespace
@@ -97,7 +97,7 @@ void ValueField::draw(CGRect rect) {
     context->setFillColor(CGColor::gray(0.05));
     context->addPath(ground);
     context->fillPath();
-    context->setStrokeColor(isRefused_ ? red : amber);
+    context->setStrokeColor(isRefused_ ? red : emphasisColor);
     context->setLineWidth(2);
     context->addPath(ground);
     context->strokePath();
@@ -108,13 +108,13 @@ void ValueField::draw(CGRect rect) {
     context->translateBy(left - std::max(0.0, caret - (rect.width() - 2 * left)), 0);
     const CGRect line(0, base - size, widthOf(text_), size * 1.28);
     if (isAllSelected_) {
-        context->setFillColor(amber.withAlpha(0.38));
+        context->setFillColor(emphasisColor.withAlpha(0.38));
         context->fillRect(line.insetBy(-2, 0));
     }
     context->setFillColor(CGColor::gray(0.96));
     context->showText(text_, *font, size, {0, base});
     if (isAllSelected_) return;
-    context->setFillColor(amber);
+    context->setFillColor(emphasisColor);
     context->fillRect({caret + 0.5, line.minY(), 1.5, line.height()});
 }
 

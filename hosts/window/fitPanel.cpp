@@ -6,16 +6,35 @@
 
 namespace qov::hosts {
 
+using platform::CGFloat;
+using platform::CGSize;
+
 namespace {
 
-constexpr platform::CGFloat aspect = panelCanvas.height / panelCanvas.width;
-constexpr platform::CGFloat narrowest = 560;  // points
+constexpr CGFloat aspect = panelCanvas.height / panelCanvas.width;
+constexpr CGFloat narrowest = 560;  // points
+
+/// Points a point of a canvas as wide as the panel's and that high.
+CGFloat canvasScale(CGSize window, CGFloat canvasHeight) {
+    return std::min(window.width / panelCanvas.width, window.height / canvasHeight);
+}
 
 }  // namespace
 
-PanelFit fitPanel(platform::CGSize window) {
-    const auto panelWidth = std::min(window.width, window.height / aspect);
-    return {std::min(panelWidth / narrowest, 1.0), window.height < window.width * aspect};
+CGSize withFooter(CGSize panel, CGFloat footer) {
+    return {panel.width, panel.height + footer * canvasScale(panel, panelCanvas.height)};
+}
+
+CGSize withoutFooter(CGSize window, CGFloat footer) {
+    const auto scale = canvasScale(window, panelCanvas.height + footer);
+    return {window.width, window.height - footer * scale};
+}
+
+PanelFit fitPanel(CGSize window, CGFloat footer) {
+    const auto place = withoutFooter(window, footer);
+    const auto panelWidth = std::min(place.width, place.height / aspect);
+    const auto scale = std::min(panelWidth / narrowest, 1.0);
+    return {scale, place.height < place.width * aspect, (window.height - place.height) / scale};
 }
 
 }  // namespace qov::hosts

@@ -194,14 +194,14 @@ TEST(ClapEditor, HasItsSizeInPixelsAndKeepsItsProportions) {
     ASSERT_TRUE(gui->set_scale(plugin, 2));
     EXPECT_FALSE(gui->set_scale(plugin, -1));
     EXPECT_TRUE(gui->get_size(plugin, &width, &height));
-    EXPECT_EQ(std::pair(width, height), std::pair(1360U, 880U));
+    EXPECT_EQ(std::pair(width, height), std::pair(1360U, 1072U));
     height = 5000;
     ASSERT_TRUE(gui->adjust_size(plugin, &width, &height));
-    EXPECT_EQ(std::pair(width, height), std::pair(1360U, 880U));
+    EXPECT_EQ(std::pair(width, height), std::pair(1360U, 1072U));
     clap_gui_resize_hints_t hints{};
     ASSERT_TRUE(gui->get_resize_hints(plugin, &hints));
     EXPECT_TRUE(gui->can_resize(plugin) && hints.preserve_aspect_ratio);
-    EXPECT_EQ(hints.aspect_ratio_width * 11, hints.aspect_ratio_height * 17);
+    EXPECT_EQ(hints.aspect_ratio_width * 67, hints.aspect_ratio_height * 85);
     EXPECT_FALSE(gui->show(plugin)) << "it has no parent yet";
 }
 

@@ -164,14 +164,16 @@ class ClapTestHost {
             .mark_dirty = [](const clap_host_t* host) { ++of(host).dirt; }};
         static const clap_host_latency_t latency{
             .changed = [](const clap_host_t* host) { ++of(host).latencyChanges; }};
-        static const clap_host_gui_t gui{.resize_hints_changed = nullptr,
-                                         .request_resize = nullptr,
-                                         .request_show = nullptr,
-                                         .request_hide = nullptr,
-                                         .closed = [](const clap_host_t* host, bool destroyed) {
-                                             of(host).closed = true;
-                                             of(host).wasDestroyed = destroyed;
-                                         }};
+        static const clap_host_gui_t gui{
+            .resize_hints_changed = [](const clap_host_t*) {},
+            .request_resize = [](const clap_host_t*, uint32_t, uint32_t) { return true; },
+            .request_show = nullptr,
+            .request_hide = nullptr,
+            .closed =
+                [](const clap_host_t* host, bool destroyed) {
+                    of(host).closed = true;
+                    of(host).wasDestroyed = destroyed;
+                }};
         static const clap_host_timer_support_t timerSupport{
             .register_timer =
                 [](const clap_host_t* host, uint32_t, clap_id* timer) {

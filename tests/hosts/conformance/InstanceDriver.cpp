@@ -2,15 +2,13 @@
 
 #include "editor/AudioUnitViewController.h"
 #include "hosts/instance/Instance.h"
-#include "hosts/window/EditorWindow.h"
-#include "platform/uikit/NativeWindow.h"
+#include "hosts/window/EmbeddedEditor.h"
 #include "tests/hosts/conformance/Plugin.h"
 #include "tests/hosts/instance/playBlock.h"
 
 namespace qov::test {
 namespace {
 
-using hosts::EditorWindow;
 using hosts::Instance;
 using platform::AURenderEvent;
 
@@ -44,22 +42,18 @@ class InstancePlugin : public Plugin {
     bool restoreState(std::string_view bytes) override { return instance_->restoreState(bytes); }
 
     bool openEditor(std::uint64_t parent) override {
-        std::string error;
-        editor_ = EditorWindow::open(*instance_, {.parent = parent, .scale = 1}, &error);
-        if (editor_) editor_->native().show();
-        return editor_ != nullptr;
+        editor_.emplace(*instance_, 1);
+        editor_->requestSize = [](auto) { return true; };
+        return editor_->open({.parent = parent}, nullptr) && editor_->show();
     }
     void closeEditor() override { editor_.reset(); }
     std::pair<int, int> editorSize() override {
         if (!editor_) return {};
-        const auto size = editor_->native().size();
-        return {static_cast<int>(size.width), static_cast<int>(size.height)};
+        const auto size = editor_->size();
+        return {size.width, size.height};
     }
     bool resizeEditor(int width, int height) override {
-        if (editor_)
-            editor_->native().setSize(
-                {static_cast<platform::CGFloat>(width), static_cast<platform::CGFloat>(height)});
-        return editor_ != nullptr;
+        return editor_ && editor_->setSize({width, height});
     }
     void idle() override { instance_->pump(); }
 
@@ -74,7 +68,7 @@ class InstancePlugin : public Plugin {
 
     std::unique_ptr<Instance> instance_ =
         Instance::create(nullptr, {}, std::make_shared<AudioUnitViewController>());
-    std::unique_ptr<EditorWindow> editor_;  // ends before the instance
+    std::optional<hosts::EmbeddedEditor> editor_;  // ends before the instance
     std::vector<AURenderEvent> events_;
 };
 

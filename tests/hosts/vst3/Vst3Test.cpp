@@ -165,7 +165,7 @@ class Vst3View : public testing::Test {
     }
 
     test::Screen screen_;
-    std::uint64_t parent_ = test::Screen::makeWindow(680, 440);
+    std::uint64_t parent_ = test::Screen::makeWindow(680, 536);
 };
 
 TEST_F(Vst3View, NeedsARunLoopAndOutlivesThePlugin) {
@@ -227,9 +227,9 @@ TEST_F(Vst3View, KeepsThePanelsProportionsAndTheHostsScale) {
         view(&v3_plugin_view::check_size_constraint, &rect);
         return std::pair(rect.right, rect.bottom);
     };
-    EXPECT_EQ(fitting(1360, 450), std::pair(1360, 880));
-    EXPECT_EQ(fitting(690, 880), std::pair(1360, 880));
-    EXPECT_EQ(fitting(1, 1), std::pair(170, 110));
+    EXPECT_EQ(fitting(1360, 550), std::pair(1360, 1072));
+    EXPECT_EQ(fitting(690, 1072), std::pair(1360, 1072));
+    EXPECT_EQ(fitting(1, 1), std::pair(170, 134));
     for (std::int32_t side = 300; side < 1300; ++side) {
         const auto size = fitting(side, 900 - side / 2);
         ASSERT_EQ(fitting(size.first, size.second), size);
@@ -240,7 +240,7 @@ TEST_F(Vst3View, KeepsThePanelsProportionsAndTheHostsScale) {
         Held<v3_plugin_view_content_scale>::of(view.get(), v3_plugin_view_content_scale_iid);
     scale(&v3_plugin_view_content_scale::set_content_scale_factor, 1.5F);
     view(&v3_plugin_view::get_size, &size);
-    EXPECT_EQ(std::pair(size.right, size.bottom), std::pair(1020, 660));
+    EXPECT_EQ(std::pair(size.right, size.bottom), std::pair(1020, 804));
     EXPECT_NE(scale(&v3_plugin_view_content_scale::set_content_scale_factor, 0.0F), V3_OK);
 }
 

@@ -6,6 +6,7 @@
 #include "tests/hosts/conformance/guardBodies.h"
 #include "tests/hosts/window/Child.h"
 #include "tests/hosts/window/Screen.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace qov::test {
 namespace {
@@ -14,7 +15,7 @@ using platform::AURenderEvent;
 using Edit = hosts::EditExchange::Edit;
 
 constexpr int width = 680;
-constexpr int height = 440;
+constexpr int height = 536, foldedHeight = 460;  // with the strip
 
 class Editor : public FormatTest {
  protected:
@@ -62,6 +63,9 @@ class Editor : public FormatTest {
         return count;
     }
 
+    Editor() { setenv("XDG_CONFIG_HOME", settings_.path().c_str(), 1); }
+
+    TemporaryFolder settings_;
     Screen screen_;
     std::uint64_t parent_ = Screen::makeWindow(width, height);
 };
@@ -171,9 +175,9 @@ TEST_P(Editor, TakesAnySizeAndClosesDuringADrag) {
         const auto plugin = createWithEditor(parent);
         EXPECT_EQ(plugin->editorSize(), std::pair(width, height));
         const auto usual = look(0, 0);
-        ASSERT_TRUE(plugin->resizeEditor(1020, 660));
+        ASSERT_TRUE(plugin->resizeEditor(1020, 804));
         EXPECT_TRUE(
-            until({plugin.get()}, [&] { return plugin->editorSize() == std::pair(1020, 660); }));
+            until({plugin.get()}, [&] { return plugin->editorSize() == std::pair(1020, 804); }));
         EXPECT_TRUE(until({plugin.get()}, [] { return Screen::pixel(1000, 600) != 0; }));
         plugin->resizeEditor(1, 1);
         turn(*plugin);
@@ -199,6 +203,35 @@ TEST_P(Editor, TakesAnySizeAndClosesDuringADrag) {
             EXPECT_EQ(gestures(edits), 1);
         }
         Screen::xdo("mouseup 1");
+    }
+}
+
+TEST_P(Editor, TheStripEditsInGesturesAndStaysFolded) {
+    const auto plugin = createWithEditor(parent_);
+    plugin->takeEdits();
+    for (const auto& [hands, value] :
+         {std::pair{"mousemove 400 510 click 1 mousemove 300 156 click 1", 0.75F},  // "Wider pad"
+          {"mousemove 181 510 click 1", 0.5F},                                      // undo
+          {"mousemove 219 510 click 1", 0.75F},                                     // redo
+          // B gets a value of its own, then A is heard again
+          {"mousemove 66 510 click 1 mousemove 350 375 click 4", 0.76F},
+          {"mousemove 30 510 click 1", 0.75F}}) {
+        Screen::xdo(hands);
+        std::vector<Edit> edits;
+        EXPECT_TRUE(until({plugin.get()}, [&, value = value] {
+            for (const auto& edit : plugin->takeEdits()) edits.push_back(edit);
+            return plugin->value(kStereoWidth) == value && !edits.empty() &&
+                   edits.back().kind == Edit::Kind::end;
+        })) << hands;
+        EXPECT_EQ(gestures(edits), 1) << hands;
+    }
+    for (const int folded : {foldedHeight, height}) {
+        Screen::xdo(folded == height ? "mousemove 300 450 click 1" : "mousemove 650 466 click 1");
+        const auto isFolded = [&] { return plugin->editorSize() == std::pair(width, folded); };
+        EXPECT_TRUE(until({plugin.get()}, isFolded));
+        plugin->closeEditor();
+        ASSERT_TRUE(plugin->openEditor(parent_));
+        EXPECT_TRUE(until({plugin.get()}, [&] { return isFolded() && isDrawn(); }));
     }
 }
 

@@ -1,4 +1,4 @@
-#include "hosts/app/SavedSettings.h"
+#include "hosts/window/SavedSettings.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -12,7 +12,7 @@
 #include "hosts/output/Failure.h"
 #include "hosts/output/OutputPlace.h"
 
-namespace qov::app {
+namespace qov::hosts {
 
 namespace {
 
@@ -24,9 +24,9 @@ bool isSide(double side) {
 
 }  // namespace
 
-std::string SavedSettings::defaultPath() {
-    const auto value = [](const char* name) {
-        const char* text = std::getenv(name);
+std::string SavedSettings::pathOf(const std::string& name) {
+    const auto value = [](const char* variable) {
+        const char* text = std::getenv(variable);
         return std::string(text ? text : "");
     };
     // A relative path there is invalid by the desktop's own rules.
@@ -36,7 +36,7 @@ std::string SavedSettings::defaultPath() {
         if (home.empty()) return {};
         folder = home + "/.config";
     }
-    return folder + "/kelvane/settings";
+    return folder + "/kelvane/" + name;
 }
 
 SavedSettings SavedSettings::read(const std::string& path) {
@@ -56,9 +56,11 @@ SavedSettings SavedSettings::read(const std::string& path) {
             if (words >> brightness && brightness >= 0 && brightness <= 1)
                 settings.brightness = brightness;
         } else if (key == "picture") {
-            hosts::EditorWindow::Picture picture;
+            EditorWindow::Picture picture;
             if (words >> picture.isShown >> picture.isNormalized >> picture.isLines)
                 settings.picture = picture;
+        } else if (key == "strip") {
+            words >> settings.isStripShown;
         } else {
             settings.state += line + '\n';
         }
@@ -70,16 +72,16 @@ std::string SavedSettings::write(const std::string& path) const {
     std::string text;
     if (size) text += fmt::format("size {} {}\n", size->width, size->height);
     if (brightness) text += fmt::format("brightness {}\n", *brightness);
-    text += fmt::format("picture {:d} {:d} {:d}\n{}", picture.isShown, picture.isNormalized,
-                        picture.isLines, state);
+    text += fmt::format("picture {:d} {:d} {:d}\nstrip {:d}\n{}", picture.isShown,
+                        picture.isNormalized, picture.isLines, isStripShown, state);
     std::error_code error;
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), error);
     try {
-        hosts::writeOutput(path, text);
+        writeOutput(path, text);
         return {};
-    } catch (const hosts::Failure& failure) {
+    } catch (const Failure& failure) {
         return fmt::format("the settings cannot be saved: {}", failure.what());
     }
 }
 
-}  // namespace qov::app
+}  // namespace qov::hosts

@@ -6,16 +6,17 @@
 
 #include "audiounit/parameters.h"
 
-namespace qov::app {
+namespace qov::hosts {
 
 /// The undo history: a step for each gesture that changed a value. Main thread.
 class EditHistory {
  public:
     /// Of each parameter, by address.
     using Values = std::array<float, parameterCount>;
-    /// A gesture.
+    /// A gesture, or a switch between two sets of values.
     struct Step {
         Values before, after;
+        bool isSwitch = false;
     };
     static constexpr std::size_t longest = 1000;  // steps; the oldest are dropped
 
@@ -27,13 +28,15 @@ class EditHistory {
         steps_.push_back(step);
         done_ = steps_.size();
     }
+    bool canUndo() const { return done_ > 0; }
+    bool canRedo() const { return done_ < steps_.size(); }
     /// The step to undo or to redo; null if there is none.
-    const Step* undo() { return done_ > 0 ? &steps_[--done_] : nullptr; }
-    const Step* redo() { return done_ < steps_.size() ? &steps_[done_++] : nullptr; }
+    const Step* undo() { return canUndo() ? &steps_[--done_] : nullptr; }
+    const Step* redo() { return canRedo() ? &steps_[done_++] : nullptr; }
 
  private:
     std::vector<Step> steps_;
     std::size_t done_ = 0;  // steps in force
 };
 
-}  // namespace qov::app
+}  // namespace qov::hosts

@@ -1,0 +1,123 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "editor/PanelStyle.h"
+#include "hosts/instance/Instance.h"
+#include "hosts/window/EditSession.h"
+#include "hosts/window/PanelFooter.h"
+#include "hosts/window/SignalFigures.h"
+
+namespace qov::hosts {
+
+class CaptionView;
+class EditorWindow;
+class PresetList;
+class StripBar;
+class StripButton;
+class StripItem;
+class StripText;
+class ValueField;
+
+/// The strip below the panel: figures of the sound, two sets to compare, undo and redo, presets.
+/// Folded away it is one button, and nothing is measured.
+///
+/// Tab reaches each part, Return and Space press it, Esc leaves. Main thread, with the instance's
+/// run loop current.
+class Strip : public PanelFooter {
+ public:
+    /// What its window is.
+    struct Options {
+        bool isShown = true;   ///< not folded away
+        bool ownsKeys = true;  ///< Tab, Ctrl+Z and Ctrl+Shift+Z are its own also from elsewhere
+        /// After it was folded or unfolded: the window is to be laid out.
+        std::function<void(bool isShown)> onFold = {};
+    };
+    /// Heights on the panel's canvas.
+    static constexpr platform::CGFloat shownHeight = 96, foldedHeight = 20;
+    static constexpr platform::CGFloat heightIf(bool isShown) {
+        return isShown ? shownHeight : foldedHeight;
+    }
+
+    /// Both outlive it.
+    Strip(EditorWindow& window, Instance& instance, Options options);
+    ~Strip() override;
+
+    bool isShown() const { return options_.isShown; }
+    /// Shows the figures and values of now, which a timer does while it is shown.
+    void refresh();
+
+    platform::CGFloat canvasHeight() const override { return heightIf(isShown()); }
+    bool takesKeys() const override;
+    bool key(const platform::KeyStroke& stroke) override;
+    void loseKeys() override;
+    bool willTouch(platform::CGPoint at) override;
+    bool wheel(platform::CGPoint at, int steps) override;
+    bool hover(std::optional<platform::CGPoint> at) override;
+    void setBrightness(platform::CGFloat brightness) override;
+    void layoutSubviews() override;
+    void draw(platform::CGRect rect) override;
+
+ private:
+    struct Meter {
+        std::shared_ptr<StripText> text;
+        std::shared_ptr<StripBar> bar;
+    };
+    std::shared_ptr<StripButton> addButton(std::shared_ptr<StripButton> button);
+    void addMeters();
+    void addButtons();
+    std::vector<StripItem*> items() const;
+    platform::CGFloat scale() const;
+    platform::CGRect windowArea(const platform::CGRect& place) const;
+
+    void fold();
+    void setMeasuring(bool isMeasuring);
+    void showFigures(bool withTexts);
+    void showValues();
+    void showButton(StripButton& button, bool isEnabled, bool isOn, const std::string& text = {});
+    std::string presetName();
+
+    void togglePresets();
+    void choosePreset(std::size_t row);
+    void openName();
+    void enterName();
+    void closeName();
+
+    void setFocus(std::optional<std::size_t> button);
+    void moveFocus(int by);
+    void updateKeys();
+
+    EditorWindow& window_;
+    Instance& instance_;
+    Options options_;
+    EditSession session_;
+    SignalFigures figures_;
+    std::optional<std::uint64_t> timer_;
+    unsigned ticks_ = 0;
+    PanelStyle style_;
+    platform::CGFloat brightness_;
+
+    std::array<Meter, 5> meters_;  // correlation, side to mid, balance, in, out
+    std::vector<std::shared_ptr<StripButton>> buttons_;  // in the order of Tab
+    // Of them
+    std::array<std::shared_ptr<StripButton>, 2> sets_;
+    std::shared_ptr<StripButton> copy_, undo_, redo_, presets_, save_, fold_;
+    std::optional<std::size_t> focus_;  // in buttons_
+    bool isMouseOver_ = false;
+
+    std::shared_ptr<PresetList> list_;
+    std::shared_ptr<ValueField> name_;
+    std::shared_ptr<CaptionView> caption_;
+    std::vector<Preset> users_;                     // as the list was opened, or saved since
+    std::string chosen_;                            // the preset whose values were the last
+    std::optional<Instance::Values> chosenValues_;  // and they
+    std::optional<std::string> replaced_;           // the name of a file that Return replaces
+};
+
+}  // namespace qov::hosts
