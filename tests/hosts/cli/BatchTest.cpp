@@ -102,4 +102,23 @@ TEST_F(Batch, LeavesFinishedFilesAndNoOthersWhereItIsEnded) {
     EXPECT_EQ(shell("ls -A " + (folder / "out")).out, "a.wav\nb.flac\n");
 }
 
+TEST_F(Batch, ThePagesCommandsRenderWhatAKilledWorkerLeft) {
+    const auto page = contents(KELVANE_SCALE_PAGE);
+    const auto begin = page.find("```sh\n") + 6;
+    write(folder / "commands", page.substr(begin, page.find("```", begin) - begin));
+    std::filesystem::create_directories(folder / "recordings");
+    for (int i = 0; i < 30; ++i)
+        save(folder / ("recordings/" + std::to_string(i) + ".wav"), {.samples = noise(1000)});
+    save(folder / "recordings/long.wav", {.silence = 20'000'000, .samples = {0, 0}});
+    write(folder / "kill",
+          "until f=$(ls -A mended/recordings | grep '^[.]long'); do :; done 2>/dev/null\n"
+          "process=${f%-*}; kill -9 $((0x${process##*.}))\n");
+    const auto run = shell(
+        "cd " + folder.path() +
+        "; export PATH=${K%/*}:$PATH MACHINES=:; sh kill & sh commands && "
+        "wait $! && rm mended/recordings/.long* && kelvane render recordings once/recordings/ "
+        "--invert-channel && diff -r once mended && echo same");
+    EXPECT_EQ(run.out, "same\n") << run.err;
+}
+
 }  // namespace
