@@ -15,7 +15,7 @@ const scratch = mkdtempSync(path.join(tmpdir(), "kelvane-web-"));
 const { writeWav } = await import(`data:text/javascript,${encodeURIComponent(readFileSync(path.join(site, "wav.js"), "utf8"))}`);
 
 // A static server of the site and of the scratch folder, which knows how much of each file it sends.
-const types = { html: "text/html", js: "text/javascript", css: "text/css", wasm: "application/wasm", svg: "image/svg+xml" };
+const types = { html: "text/html", js: "text/javascript", css: "text/css", wasm: "application/wasm", svg: "image/svg+xml", png: "image/png" };
 const sent = new Map();
 const server = createServer((request, answer) => {
     const [, name] = /^\/([\w./-]*)/.exec(request.url) ?? [];
@@ -525,6 +525,11 @@ const tests = {
         assert.deepEqual(faults.filter((fault) => /^(serious|critical)/.test(fault)), []);
         await page.evaluate(async () => void (await navigator.serviceWorker.ready));
         await until(page, () => navigator.serviceWorker.controller);
+        if (browserName === "chromium") {
+            const cdp = await page.createCDPSession();
+            const { installabilityErrors } = await cdp.send("Page.getInstallabilityErrors");
+            assert.deepEqual(installabilityErrors, []);
+        }
         server.close();
         server.closeAllConnections();
         await page.reload();
