@@ -103,25 +103,13 @@ void CorrelographBaseAU::drawPoints(platform::CGContext& context) const {
     context.setStrokeColor(amber);
     context.setFillColor(amber);
     if (drawMode == "points") {
-        drawMarks(context, tick);
+        context.fillMarks(tick, points_);
     } else if (drawMode == "ovals") {
         static const auto circle = makeCircle();
-        drawMarks(context, circle);
+        context.fillMarks(circle, points_);
     } else {
         context.setLineWidth(0.5);
         context.strokePolygon(std::span(points_).first(pointCount - 1));  // the last is the first
-    }
-}
-
-void CorrelographBaseAU::drawMarks(platform::CGContext& context,
-                                   std::span<const platform::CGPoint> outline) const {
-    const auto visible = context.clipBoundingBox().insetBy(-1, -1);
-    // Each a path of its own, since overlapping marks add up.
-    for (const auto& p : points_) {
-        if (!visible.contains(p)) continue;
-        for (const auto& corner : outline) context.addLineTo({p.x + corner.x, p.y + corner.y});
-        context.closePath();
-        context.fillPath();
     }
 }
 

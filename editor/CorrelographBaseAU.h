@@ -45,9 +45,6 @@ class CorrelographBaseAU {
     std::string drawMode = "points";  ///< "points", "ovals"; any other text draws one line
 
  private:
-    /// Fills a polygon at each point, its corners relative to the point.
-    void drawMarks(platform::CGContext& context, std::span<const platform::CGPoint> outline) const;
-
     inline static platform::CGSize drawScale_{1, 1};
     Points points_{};
 };

@@ -66,6 +66,16 @@ void CGContext::strokePolygon(std::span<const CGPoint> corners) {
     strokePath();
 }
 
+void CGContext::fillMarks(std::span<const CGPoint> outline, std::span<const CGPoint> places) {
+    const auto visible = clipBoundingBox().insetBy(-1, -1);
+    for (const auto& p : places) {
+        if (!visible.contains(p)) continue;
+        for (const auto& corner : outline) addLineTo({p.x + corner.x, p.y + corner.y});
+        closePath();
+        fillPath();
+    }
+}
+
 void CGContext::showText(std::string_view text, const CGFont& font, CGFloat size, CGPoint origin,
                          CGFloat tracking) {
     beginPath();

@@ -77,6 +77,9 @@ class CGContext {
     /// Strokes the closed line through the corners like strokePath(). A back end may have a faster
     /// way for a thin line that often crosses itself.
     virtual void strokePolygon(std::span<const CGPoint> corners);
+    /// Fills the small polygon about each of the places that the clip shows, one after the other,
+    /// so that they add up where they overlap. A back end may have a faster way for many.
+    virtual void fillMarks(std::span<const CGPoint> outline, std::span<const CGPoint> places);
     /// Makes the rectangle transparent.
     virtual void clearRect(const CGRect& rect) = 0;
 

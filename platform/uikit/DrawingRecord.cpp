@@ -329,6 +329,12 @@ void DrawingRecord::strokePolygon(std::span<const CGPoint> corners) {
     record<&CGContext::strokePolygon>(corners);
 }
 
+void DrawingRecord::fillMarks(std::span<const CGPoint> outline, std::span<const CGPoint> places) {
+    paints_ = true;
+    path_ = CGRect::null();
+    record<&CGContext::fillMarks>(outline, places);
+}
+
 void DrawingRecord::clearRect(const CGRect& rect) {
     record<&CGContext::clearRect>(rect);
 }

@@ -51,6 +51,7 @@ class DrawingRecord final : public CGContext {
     void clip() override;
     CGRect clipBoundingBox() const override;
     void strokePolygon(std::span<const CGPoint> corners) override;
+    void fillMarks(std::span<const CGPoint> outline, std::span<const CGPoint> places) override;
     void clearRect(const CGRect& rect) override;
 
     void beginTransparencyLayer() override;

@@ -39,6 +39,7 @@ export class Canvases {
         this.context = this.window;
         /** @type {ArrayBuffer} */
         this.memory = new ArrayBuffer(0);
+        this.pixels = makeContext(1, 1); // for drawPixels()
         this.commands = this.makeCommands();
     }
 
@@ -99,22 +100,17 @@ export class Canvases {
     }
 
     /**
-     * Pixels of the module's memory, 0xAARRGGBB and premultiplied.
+     * Pixels of the module's memory, as ImageData has them.
      * @param {Float64Array} w
      * @param {number} a
      */
     drawPixels(w, a) {
         const [address, width, height, x, y, toWidth, toHeight] = w.subarray(a, a + 7);
-        const pixels = new Uint32Array(this.memory, address, width * height);
-        const image = new ImageData(width, height);
-        pixels.forEach((pixel, i) => {
-            const alpha = pixel >>> 24;
-            const straight = (/** @type {number} */ shift) => (alpha ? (((pixel >>> shift) & 255) * 255) / alpha : 0);
-            image.data.set([straight(16), straight(8), straight(0), alpha], 4 * i);
-        });
-        const source = makeContext(width, height);
-        source.putImageData(image, 0, 0);
-        this.context.drawImage(source.canvas, x, y, toWidth, toHeight);
+        const { canvas } = this.pixels;
+        if (canvas.width !== width || canvas.height !== height) Object.assign(canvas, { width, height });
+        const bytes = new Uint8ClampedArray(this.memory, address, 4 * width * height);
+        this.pixels.putImageData(new ImageData(bytes, width, height), 0, 0);
+        this.context.drawImage(canvas, x, y, toWidth, toHeight);
     }
 
     /**

@@ -148,6 +148,7 @@ export class Panel {
             if (kind === 1) this.onEdit(address, value);
             if (kind === 2) this.onGesture();
         }
+        this.timer = undefined;
         const isQuiet = document.hidden || performance.now() - this.lastEvent > quietAfter;
         if (!isQuiet && Number.isFinite(next)) this.timer = setTimeout(() => this.pump(), next);
     }
@@ -196,6 +197,8 @@ export class Panel {
             this.module
                 .floats(this.module.call.ring(channel), frames)
                 .set(ring.subarray(channel * frames, (channel + 1) * frames));
-        this.wake();
+        // The editor's timer draws it; a frame of the browser's own for each ring would be one too many.
+        if (this.timer === undefined) this.wake();
+        else this.lastEvent = performance.now();
     }
 }

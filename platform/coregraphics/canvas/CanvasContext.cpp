@@ -6,11 +6,14 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <utility>
 #include <vector>
 
 #include "platform/coregraphics/CGBitmapContext.h"
+#include "platform/coregraphics/CGImage.h"
 #include "platform/coregraphics/canvas/CommandBuffer.h"
+#include "platform/coregraphics/canvas/MarkMask.h"
 
 extern "C" {
 __attribute__((import_module("canvas"), import_name("replay"))) void kelvane_canvas_replay(
@@ -88,6 +91,7 @@ class CanvasBitmap final : public CGBitmapContext {
     CGAffineTransform ctm() const override { return state_.ctm; }
 
     void setFillColor(const CGColor& c) override {
+        state_.fill = c;
         put(Command::fillColor, {c.red, c.green, c.blue, c.alpha});
     }
     void setStrokeColor(const CGColor& c) override {
@@ -132,6 +136,7 @@ class CanvasBitmap final : public CGBitmapContext {
         path_ = CGRect::null();
         put(Command::fill);
     }
+    void fillMarks(std::span<const CGPoint> outline, std::span<const CGPoint> places) override;
     void clip() override {
         state_.clip = state_.clip.intersection(std::exchange(path_, CGRect::null()));
         put(Command::clip);
@@ -165,11 +170,17 @@ class CanvasBitmap final : public CGBitmapContext {
     }
 
     void drawImage(const CGImage& image, const CGRect& r) override {
-        put(Command::image,
-            {static_cast<double>(reinterpret_cast<std::uintptr_t>(image.pixels().data())),
-             double(image.width()), double(image.height()), r.minX(), r.minY(), r.width(),
-             r.height()});
-        commands_.flush();  // while the pixels are there
+        std::vector<std::uint32_t> straight(image.pixels().begin(), image.pixels().end());
+        for (auto& pixel : straight) {
+            const std::uint32_t alpha = pixel >> 24;
+            const auto component = [&](int shift) {
+                return alpha == 0
+                           ? 0
+                           : std::min(255U, ((pixel >> shift & 255) * 255 + alpha / 2) / alpha);
+            };
+            pixel = alpha << 24 | component(0) << 16 | component(8) << 8 | component(16);
+        }
+        putImage(straight, image.width(), image.height(), r);
     }
     void drawBitmap(const CGBitmapContext& bitmap, const CGRect& r) override {
         // There is one back end in a page.
@@ -182,10 +193,19 @@ class CanvasBitmap final : public CGBitmapContext {
     struct State {
         CGAffineTransform ctm;
         CGRect clip;  // in pixels
+        CGColor fill;
     };
 
     void put(Command command, std::initializer_list<double> arguments = {}) {
         commands_.putFor(canvas_, command, arguments);
+    }
+    /// Pixels as the page has them: red, green, blue and alpha, a byte each, not premultiplied.
+    void putImage(const std::vector<std::uint32_t>& pixels, int width, int height,
+                  const CGRect& r) {
+        put(Command::image,
+            {static_cast<double>(reinterpret_cast<std::uintptr_t>(pixels.data())), double(width),
+             double(height), r.minX(), r.minY(), r.width(), r.height()});
+        commands_.flush();  // while the pixels are there
     }
     void putStops(std::span<const CGGradientStop> stops) {
         commands_.put(std::array{static_cast<double>(stops.size())});
@@ -202,6 +222,55 @@ class CanvasBitmap final : public CGBitmapContext {
     CGRect path_ = CGRect::null();  // bounds of the current path, in pixels
     mutable std::vector<std::uint32_t> pixels_;
 };
+
+void CanvasBitmap::fillMarks(std::span<const CGPoint> outline, std::span<const CGPoint> places) {
+    const auto& map = state_.ctm;
+    std::vector<CGPoint> corners;
+    CGRect bounds = CGRect::null();
+    for (const auto& corner : outline) {
+        corners.push_back(
+            {map.a * corner.x + map.c * corner.y, map.b * corner.x + map.d * corner.y});
+        bounds = bounds.unionWith({corners.back(), CGSize{}});
+    }
+    const auto clip = state_.clip.intersection({0, 0, double(width_), double(height_)});
+    if (bounds.isNull() || clip.isNull()) return;
+    if (bounds.width() > MarkMask::largest || bounds.height() > MarkMask::largest)
+        return CGBitmapContext::fillMarks(outline, places);
+    // The marks' pixels, and the part of the canvas that they lie on.
+    std::vector<CGPoint> visible;
+    CGRect area = CGRect::null();
+    const auto reached = clip.insetBy(-MarkMask::largest, -MarkMask::largest);
+    for (const auto& place : places) {
+        const auto p = map.apply(place);
+        if (!reached.contains(p)) continue;
+        visible.push_back(p);
+        area = area.unionWith({p, CGSize{}});
+    }
+    if (visible.empty()) return;
+    area = area.insetBy(-MarkMask::largest, -MarkMask::largest).intersection(clip);
+    const CGFloat left = std::floor(area.minX()), top = std::floor(area.minY());
+    area = {left, top, std::ceil(area.maxX()) - left, std::ceil(area.maxY()) - top};
+
+    static std::optional<MarkMask> mask;
+    if (!mask || !mask->isOf(corners)) mask.emplace(corners);
+    mask->begin(area);
+    for (const auto& p : visible) mask->add(p);
+    const auto byte = [](double part) {
+        return static_cast<std::uint32_t>(std::lround(255 * part));
+    };
+    const auto& fill = state_.fill;
+    const std::uint32_t color = byte(fill.blue) << 16 | byte(fill.green) << 8 | byte(fill.red);
+    const auto opacity = static_cast<float>(255 * fill.alpha);
+    static std::vector<std::uint32_t> painted;
+    const auto coverage = mask->coverage();
+    painted.resize(coverage.size());
+    for (std::size_t i = 0; i < coverage.size(); ++i)
+        painted[i] = static_cast<std::uint32_t>(coverage[i] * opacity + 0.5F) << 24 | color;
+    saveGState();
+    concatenate(map.inverted());
+    putImage(painted, mask->columns(), mask->rows(), area);
+    restoreGState();
+}
 
 std::span<const std::uint32_t> CanvasBitmap::pixels() const {
     commands_.flush();

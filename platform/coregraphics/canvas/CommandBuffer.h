@@ -35,7 +35,7 @@ enum class CanvasCommand {
     endLayer,        ///<
     linearGradient,  ///< x y x y, count, stops of location red green blue alpha
     radialGradient,  ///< x y radius x y radius, count, stops
-    image,           ///< address of the pixels, width, height, x y width height
+    image,           ///< address of pixels as ImageData has them, width, height, x y width height
     bitmap,          ///< canvas, x y width height
     show,            ///< window (a NativeWindow handle), canvas, x y width height in pixels
 };

@@ -215,6 +215,8 @@ void drawAll(CGContext& context, CGFloat shift) {
     context.drawImage(CGImage(2, 1, {0xff00ff00, 0xff0000ff}), {40, 40, 10, 10});
     context.showText("Ag", *CGFont::named("HelveticaNeue"), 14, {5, 60}, 0.5);
     context.strokePolygon(std::array<CGPoint, 3>{{{5 + shift, 5}, {20, 30}, {50, 8}}});
+    context.fillMarks(std::array<CGPoint, 3>{{{0, 0}, {4, 1}, {1, 4}}},
+                      std::array<CGPoint, 3>{{{shift, 9}, {9, 50}, {-99, 9}}});
     context.restoreGState();
     context.scaleBy(shift, 3);
     context.clipTo({1, 1, 8, 6});
