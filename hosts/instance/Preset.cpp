@@ -52,7 +52,7 @@ std::vector<std::string> Preset::paths() {
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator(folder(), error))
         if (entry.path().extension() == presetEnding) paths.push_back(entry.path().string());
-    std::ranges::sort(paths);
+    std::sort(paths.begin(), paths.end());
     return paths;
 }
 

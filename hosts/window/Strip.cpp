@@ -363,7 +363,8 @@ void Strip::togglePresets() {
             wrong.push_back({std::filesystem::path(path).stem().string(), error, false, true});
         }
     }
-    const auto found = std::ranges::find(rows, chosen_, &PresetList::Row::name);
+    const auto found = std::find_if(rows.begin(), rows.end(),
+                                    [&](const auto& row) { return row.name == chosen_; });
     const auto marked =
         found == rows.end() ? std::nullopt : std::optional(std::size_t(found - rows.begin()));
     rows.insert(rows.end(), wrong.begin(), wrong.end());
@@ -388,7 +389,8 @@ void Strip::choosePreset(std::size_t row) {
 
 void Strip::openName() {
     replaced_.reset();
-    const bool isUsers = std::ranges::find(users_, chosen_, &Preset::name) != users_.end();
+    const bool isUsers = std::any_of(users_.begin(), users_.end(),
+                                     [&](const auto& preset) { return preset.name == chosen_; });
     name_->open(isUsers ? chosen_ : "", windowArea(presets_->place()));
     caption_->show({{"The name of a preset of your own"}, {"Return: save    Esc: leave"}},
                    name_->frame());
