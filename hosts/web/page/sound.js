@@ -69,6 +69,8 @@ export class Player {
         this.node = createKelvane(this.context, { values: parameters.map(({ address }) => valueOf(address)) });
         /** @type {Sound | undefined} */
         this.sound = undefined;
+        /** The same as the context plays it; a long one takes a while to copy. @type {AudioBuffer | undefined} */
+        this.buffer = undefined;
         /** @type {AudioBufferSourceNode | undefined} */
         this.playing = undefined;
         /** @type {MediaStream | undefined} */
@@ -96,7 +98,7 @@ export class Player {
     }
 
     get duration() {
-        return this.sound && !this.stream ? this.sound.channels[0].length / this.sound.rate : 0;
+        return this.buffer && !this.stream ? this.buffer.duration : 0;
     }
 
     get position() {
@@ -107,9 +109,12 @@ export class Player {
 
     /** @param {Sound} sound */
     use(sound) {
+        const buffer = this.context.createBuffer(2, sound.channels[0].length, sound.rate);
+        sound.channels.forEach((frames, side) => buffer.copyToChannel(/** @type {Float32Array<ArrayBuffer>} */ (frames), side));
         this.closeInput();
         this.pause();
         this.sound = sound;
+        this.buffer = buffer;
         this.offset = 0;
         this.onChange();
     }
@@ -144,13 +149,10 @@ export class Player {
         if (this.stream) {
             this.input ??= this.context.createMediaStreamSource(this.stream);
             this.input.connect(node);
-        } else if (this.sound) {
+        } else if (this.buffer) {
             this.offset = this.position;
             this.stop();
-            const { rate, channels } = this.sound;
-            const buffer = this.context.createBuffer(2, channels[0].length, rate);
-            channels.forEach((frames, side) => buffer.copyToChannel(/** @type {Float32Array<ArrayBuffer>} */ (frames), side));
-            const source = new AudioBufferSourceNode(this.context, { buffer, loop: this.isLoop });
+            const source = new AudioBufferSourceNode(this.context, { buffer: this.buffer, loop: this.isLoop });
             source.connect(node);
             source.onended = () => {
                 if (this.playing !== source) return;
