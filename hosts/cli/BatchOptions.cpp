@@ -72,8 +72,10 @@ std::vector<std::string> listed(const std::string& path) {
         if (!file) throw Failure(fmt::format("{}: {}", path, std::strerror(errno)));
     }
     std::vector<std::string> paths;
-    for (std::string line; std::getline(path == "-" ? std::cin : file, line);)
+    for (std::string line; std::getline(path == "-" ? std::cin : file, line);) {
+        if (line.ends_with('\r')) line.pop_back();
         if (!line.empty()) paths.push_back(line);
+    }
     return paths;
 }
 
@@ -154,6 +156,8 @@ std::vector<BatchInput> BatchOptions::inputsFor(const std::vector<std::string>& 
                       2);
     std::error_code error;
     const auto place = std::filesystem::weakly_canonical(folder, error);
+    if (std::filesystem::is_regular_file((place / "").parent_path(), error))
+        throw Failure(fmt::format("{}: is a file, and several files go to a folder", folder), 2);
     for (const auto& path : paths) {
         if (!isFolder(path)) continue;
         const auto inside = place.lexically_relative(std::filesystem::canonical(path, error));

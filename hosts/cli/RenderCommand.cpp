@@ -13,6 +13,7 @@
 #include "hosts/cli/Command.h"
 #include "hosts/cli/OptionParser.h"
 #include "hosts/cli/Parameters.h"
+#include "hosts/cli/SoundFormat.h"
 #include "hosts/cli/renderBatch.h"
 #include "hosts/cli/renderFile.h"
 #include "platform/foundation/Console.h"
@@ -126,6 +127,13 @@ void complete(Options& options) {
     // Reports a wrong value before any file is opened; the rate of the input is not known yet, so
     // makeEffect() reads them again.
     static_cast<void>(parseSettings(job.values, highestRate));
+    if (!job.format.empty() && soundFormat::containerNamed(job.format) == 0)
+        throw Failure(
+            fmt::format("--format {}: not a format; take wav, flac, aiff, w64, rf64, caf, "
+                        "au, ogg, opus or mp3",
+                        job.format),
+            2);
+    if (!job.subtype.empty()) static_cast<void>(soundFormat::subtypeNamed(job.subtype));
     if (!options.block.empty())
         job.block = static_cast<std::uint32_t>(
             parseNumber("--block", options.block, std::int64_t{1}, Renderer::maximumBlock));

@@ -42,16 +42,10 @@ SoundWriter::Shape shapeOf(const RenderJob& job, const OutputPlace& place,
         return {SF_FORMAT_RAW, SF_FORMAT_FLOAT, rate, frames, true};
     }
     int format = SF_FORMAT_WAV;
-    if (!job.format.empty()) {
+    if (!job.format.empty())
         format = soundFormat::containerNamed(job.format);
-        if (format == 0)
-            throw Failure(fmt::format("--format {}: not a format; take wav, flac, aiff, w64, rf64, "
-                                      "caf, au, ogg, opus or mp3",
-                                      job.format),
-                          2);
-    } else if (!place.isStream()) {
+    else if (!place.isStream())
         format = soundFormat::containerOf(job.output);
-    }
     const int container = format & SF_FORMAT_TYPEMASK;
     if (place.isStream() && container != SF_FORMAT_WAV)
         throw Failure(fmt::format("{}: takes wav, or raw floats with --raw; {} needs a file",

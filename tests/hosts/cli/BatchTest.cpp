@@ -26,7 +26,7 @@ class Batch : public ProgramTest {
                   .samples = noise(10000)});
         write(folder / "in/notes.txt", "no sound");
         write(folder / "in/broken.wav", "no sound");
-        write(folder / "list", "in/a.wav\n\nin/sub/a.wav\n");
+        write(folder / "list", "in/a.wav\r\n\nin/sub/a.wav\n");
     }
     /// The files below a folder, with their sums.
     std::string sums(const std::string& path) const {
@@ -73,6 +73,8 @@ TEST_F(Batch, SaysInOneLineWhatCannotBe) {
                      "in/a.wav and in/sub/a.wav: both would become out/a.wav\n"},
           {"render in in/out/", 2, "in/out/: lies in in; another run would take its files"},
           {"render in/a.wav in/", 2, "in/a.wav: is an input, too; take another folder\n"},
+          {"render in other.wav/", 2, "other.wav/: is a file, and several files go to a folder\n"},
+          {"render in out/ --subtype pcm99", 2, "kelvane: --subtype pcm99: not a subtype; "},
           {"render empty out/", 1, "kelvane: empty: has no sound files below it\n"},
           {"render gone.wav other.wav out/", 1, "kelvane: gone.wav: there is no such file\n"},
           {"render out/ --files-from gone", 1, "kelvane: gone: No such file or directory\n"},

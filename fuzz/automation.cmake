@@ -1,1 +1,0 @@
-qov_fuzz(automation LINKS cli)

@@ -1,1 +1,0 @@
-qov_fuzz(midi_file LINKS cli)
