@@ -1,0 +1,1 @@
+qov_fuzz(texts LINKS cli)
