@@ -36,7 +36,7 @@ using platform::Key;
 namespace {
 
 constexpr double interval = 0.05;    // seconds between two looks at the meter
-constexpr unsigned ticksAText = 4;   // of them between two changes of a text
+constexpr unsigned ticksAText = 5;   // of them between two changes of a text
 constexpr double endless = 60;       // dB of a ratio from which one side counts as silent
 constexpr double lowestLevel = -90;  // dBFS that is written as a figure
 constexpr CGFloat firstRow = 8, secondRow = 52;
@@ -47,19 +47,24 @@ CGRect place(CGFloat x, CGFloat y, CGFloat width) {
 }
 
 struct MeterPlace {
+    const char* caption;
     CGRect box;
     StripBar::Scale scale;
     bool hasLamp;
+
+    PanelText captionText() const {
+        return {caption, boldFace, 12, {box.minX() + 10, box.minY() + 4, 0, 14}};
+    }
 };
 
 constexpr CGFloat left = 12, right = 668;
 
 const std::array<MeterPlace, 5> meterPlaces{{
-    {place(left, firstRow, 166), {-1, 1, 0, 0.2}, false},
-    {place(184, firstRow, 124), {-36, 12, -36, 6}, false},
-    {place(314, firstRow, 124), {-12, 12, 0, 3}, false},
-    {place(444, firstRow, 92), {-48, 0, -48, 6}, true},
-    {place(542, firstRow, 92), {-48, 0, -48, 6}, true},
+    {"correlation:", place(left, firstRow, 166), {-1, 1, 0, 0.2}, false},
+    {"side/mid:", place(184, firstRow, 124), {-36, 12, -36, 6}, false},
+    {"balance:", place(314, firstRow, 124), {-12, 12, 0, 3}, false},
+    {"in:", place(444, firstRow, 92), {-48, 0, -48, 6}, true},
+    {"out:", place(542, firstRow, 92), {-48, 0, -48, 6}, true},
 }};
 
 // Texts
@@ -155,11 +160,14 @@ Strip::~Strip() {
 
 void Strip::addMeters() {
     for (std::size_t each = 0; each < meters_.size(); ++each) {
-        const auto& [box, barScale, hasLamp] = meterPlaces[each];
+        const auto& meter = meterPlaces[each];
+        const auto caption = meter.captionText();
+        const CGFloat from = caption.box.minX() + caption.width() + 4;
         meters_[each].text = std::make_shared<StripText>(
-            CGRect(box.minX() + 10, box.minY() + 4, box.width() - 16, 14), hasLamp);
+            CGRect(from, caption.box.minY(), meter.box.maxX() - 6 - from, 14), meter.hasLamp);
         meters_[each].bar = std::make_shared<StripBar>(
-            CGRect(box.minX() + 8, box.maxY() - 16, box.width() - 16, 12), barScale);
+            CGRect(meter.box.minX() + 8, meter.box.maxY() - 13, meter.box.width() - 16, 8),
+            meter.scale);
     }
 }
 
@@ -262,8 +270,11 @@ void Strip::draw(CGRect rect) {
     fill(*context, CGPath::roundedRect(canvas.insetBy(1, 1), 8), CGColor::gray(brightness_));
     context->translateBy((canvas.width() - panelCanvas.width) / 2, 0);
     if (isShown())
-        for (const auto& meter : meterPlaces)
-            drawSlot(*context, style_, meter.box.insetBy(1.5, 1.5), 4, style_.edge);
+        for (std::size_t each = 0; each < meters_.size(); ++each) {
+            drawSlot(*context, style_, meterPlaces[each].box.insetBy(1.5, 1.5), 4, style_.edge);
+            meterPlaces[each].captionText().draw(*context, style_.light);
+            meters_[each].bar->drawScale(*context, style_.lightFaint);
+        }
     context->restoreGState();
 }
 
@@ -292,11 +303,11 @@ void Strip::showFigures(bool withTexts) {
     const auto correlation = std::isnan(f.correlation)
                                  ? std::string("-")
                                  : fmt::format("{:+.2f}", rounded(f.correlation, 100));
-    meters_[0].text->show("correlation: " + correlation, false);
-    meters_[1].text->show("side/mid: " + ratioText(f.sideToMid, "mono", "no mid"), false);
-    meters_[2].text->show("balance: " + balanceText(f.balance), false);
-    meters_[3].text->show("in: " + levelText(f.input.level), f.input.hasClipped);
-    meters_[4].text->show("out: " + levelText(f.output.level), f.output.hasClipped);
+    meters_[0].text->show(correlation, false);
+    meters_[1].text->show(ratioText(f.sideToMid, "mono", "no mid"), false);
+    meters_[2].text->show(balanceText(f.balance), false);
+    meters_[3].text->show(levelText(f.input.level), f.input.hasClipped);
+    meters_[4].text->show(levelText(f.output.level), f.output.hasClipped);
 }
 
 void Strip::showButton(StripButton& button, bool isEnabled, bool isOn, const std::string& text) {

@@ -147,19 +147,31 @@ void StripBar::show(double value, double mark) {
     setNeedsDisplay();
 }
 
-void StripBar::paint(CGContext& context, const CGRect& bounds) {
-    const CGFloat y = bounds.maxY() - 4, zero = *placeOf(scale_.zero);
+void StripBar::drawScale(CGContext& context, const CGColor& color) const {
     const auto marks = std::lround((scale_.last - scale_.first) / scale_.step);
+    const CGFloat y = place().minY();
     for (long mark = 0; mark <= marks; ++mark) {
         const double value = scale_.first + static_cast<double>(mark) * scale_.step;
-        const auto x = *placeOf(value);
-        stroke(context, line({x, y - (value == scale_.zero ? 5.5 : 4)}, {x, y - 2.5}),
-               style().lightFaint, 1, platform::CGLineCap::butt);
+        const auto x = place().minX() + *placeOf(value);
+        stroke(context, line({x, y - (value == scale_.zero ? 1 : -0.5)}, {x, y + 2}), color, 1,
+               platform::CGLineCap::butt);
     }
-    stroke(context, line({2, y}, {bounds.maxX() - 2, y}), CGColor::gray(0.86, 0.14), 3);
-    if (value_ && std::abs(*value_ - zero) > 0.1)
-        stroke(context, line({zero, y}, {*value_, y}), emphasisColor, 3);
-    if (mark_) stroke(context, line({*mark_, y - 5}, {*mark_, y + 2}), style().light, 2);
+}
+
+/// Of rectangles alone, as it is drawn with every look at the meter.
+void StripBar::paint(CGContext& context, const CGRect& bounds) {
+    constexpr CGFloat top = 3, thickness = 3;
+    context.setFillColor(CGColor::gray(0.86, 0.14));
+    context.fillRect({0.5, top, bounds.width() - 1, thickness});
+    const CGFloat zero = *placeOf(scale_.zero);
+    if (value_) {
+        context.setFillColor(emphasisColor);
+        context.fillRect(CGRect(zero, top, *value_ - zero, thickness).standardized());
+    }
+    if (mark_) {
+        context.setFillColor(style().light);
+        context.fillRect({*mark_ - 1, 0, 2, bounds.height()});
+    }
 }
 
 }  // namespace qov::hosts

@@ -73,7 +73,7 @@ class StripButton : public StripItem {
     State state_;
 };
 
-/// The text of a figure, and a lamp at its right end. Touches pass through it.
+/// A figure's text, and a lamp at its right end. Touches pass through it.
 class StripText : public StripItem {
  public:
     /// hasLamp: there is a lamp.
@@ -87,7 +87,8 @@ class StripText : public StripItem {
     std::string text_;
 };
 
-/// A figure as a bar over a scale. Touches pass through it.
+/// A figure as a bar below a scale, which it draws itself where nothing moves. Touches pass through
+/// it.
 class StripBar : public StripItem {
  public:
     /// Values at the left and right ends, where the bar starts, and the distance of the marks.
@@ -95,6 +96,8 @@ class StripBar : public StripItem {
         double first, last, zero, step;
     };
     StripBar(const platform::CGRect& place, const Scale& scale);
+    /// Draws the marks above the bar; the context is that of the strip's canvas.
+    void drawScale(platform::CGContext& context, const platform::CGColor& color) const;
     /// NaN for no bar and for no mark.
     void show(double value, double mark);
 
