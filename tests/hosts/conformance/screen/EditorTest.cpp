@@ -225,6 +225,12 @@ TEST_P(Editor, TheStripEditsInGesturesAndStaysFolded) {
         })) << hands;
         EXPECT_EQ(gestures(edits), 1) << hands;
     }
+    // Over the strip, Tab is the editor's; from then on it has all keys, until Esc.
+    for (const auto* hands : {"mousemove 250 500", "key Tab", "key Tab", "key Return"}) {
+        Screen::xdo(hands);
+        for (int turns = 0; turns < 20; ++turns) usleep(5000), turn(*plugin);
+    }
+    EXPECT_EQ(plugin->value(kStereoWidth), 0.76F) << "B again";
     for (const int folded : {foldedHeight, height}) {
         Screen::xdo(folded == height ? "mousemove 300 450 click 1" : "mousemove 650 466 click 1");
         const auto isFolded = [&] { return plugin->editorSize() == std::pair(width, folded); };
