@@ -34,6 +34,9 @@ class EditExchange {
     /// Whether edits are pending. Any thread.
     bool isPending() const { return isTaking_ || changed_.load(std::memory_order_relaxed) != 0; }
 
+    /// Whether edits of several parameters are pending, as after a preset. Any thread.
+    bool isSeveral() const { return std::popcount(changed_.load(std::memory_order_relaxed)) > 1; }
+
     // The host's side: one thread at a time, the audio thread too; never blocks. Values come inside
     // a gesture; one without a touch is a gesture of its own.
 

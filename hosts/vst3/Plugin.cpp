@@ -218,8 +218,16 @@ void Plugin::tick() {
 void Plugin::reportToHost() {
     const std::unique_lock turn(reporting_, std::try_to_lock);
     if (!turn) return;
-    while (instance_->edits().isPending())
-        instance_->edits().take([this](const EditExchange::Edit& edit) { report(edit); });
+    auto& edits = instance_->edits();
+    while (edits.isPending()) {
+        // One step for the host's undo, where it knows groups.
+        const auto group = edits.isSeveral() ? Held<v3_component_handler2>::of(
+                                                   handler_.get(), v3_component_handler2_iid)
+                                             : Held<v3_component_handler2>();
+        if (group) group(&v3_component_handler2::start_group_edit);
+        edits.take([this](const EditExchange::Edit& edit) { report(edit); });
+        if (group) group(&v3_component_handler2::finish_group_edit);
+    }
     const auto host = handler_;
     // The host reads the latency of an inactive plug-in when it activates it.
     const auto now = latency();

@@ -145,11 +145,13 @@ class Host final : public Owned {
     }
 
     std::vector<EditExchange::Edit> edits;
+    int groups = 0;  // of edits, that have ended
     bool latencyChanged = false;
     std::size_t timers() const { return timers_.size(); }
 
  private:
     void* find(const std::uint8_t* id) noexcept override {
+        if (v3_tuid_match(id, v3_component_handler2_iid)) return &groups_;
         return v3_tuid_match(id, v3_run_loop_iid) ? &loop_ : nullptr;
     }
 
@@ -160,6 +162,10 @@ class Host final : public Owned {
         return note({Kind::value, id, static_cast<float>(value)});
     }
     v3_result endEdit(v3_param_id id) { return note({Kind::end, id, 0}); }
+    v3_result finishGroup() {
+        ++groups;
+        return V3_OK;
+    }
     v3_result note(const EditExchange::Edit& edit) {
         edits.push_back(edit);
         return V3_OK;
@@ -195,6 +201,10 @@ class Host final : public Owned {
     } handlerTable{unknownEntries,
                    {entry<&Host::beginEdit>, entry<&Host::performEdit>, entry<&Host::endEdit>,
                     entry<&Host::restartComponent>}};
+    static constexpr struct : v3_funknown {
+        v3_component_handler2 handler;
+    } groupTable{unknownEntries,
+                 {returns<V3_OK>, returns<V3_OK>, returns<V3_OK>, entry<&Host::finishGroup>}};
     static constexpr v3_run_loop_cpp loopTable{
         unknownEntries,
         {entry<&Host::registerEventHandler>, entry<&Host::unregisterEventHandler>,
@@ -203,6 +213,7 @@ class Host final : public Owned {
 
     Face handler_{&handlerTable, this, this};
     Face loop_{&loopTable, this, this};
+    Face groups_{&groupTable, this, this};
     Face frame_{&frameTable, this, this};
     std::vector<v3_timer_handler**> timers_;
     std::vector<std::pair<v3_event_handler**, int>> descriptors_;

@@ -219,6 +219,24 @@ TEST_F(Vst3View, TakesTheKeysOfTheControlUnderTheMouse) {
     EXPECT_FLOAT_EQ(width(), 0.475F);
 }
 
+TEST_F(Vst3View, ReportsWhatTheStripChangesTogetherAsAGroup) {
+    host::Host offered;
+    const Loaded effect(offered.face());
+    effect.controller(&v3_edit_controller::set_component_handler, offered.handler());
+    const auto view = makeView(effect);
+    ASSERT_EQ(attach(view, parent_), V3_OK);
+    // B with a width and a panorama of its own, then A.
+    for (const auto* hands :
+         {"mousemove 20 20", "mousemove 66 510 click 1 mousemove 350 375 click 4",
+          "mousemove 300 60 click 4", "mousemove 30 510 click 1"}) {
+        EXPECT_EQ(offered.groups, 0);
+        test::Screen::xdo(hands);
+        for (int turn = 0; turn < 30; ++turn) poll(nullptr, 0, 20), offered.turn();
+    }
+    EXPECT_EQ(offered.groups, 1);
+    EXPECT_EQ(effect.value(kStereoWidth) + effect.value(kPanorama), 1);
+}
+
 TEST_F(Vst3View, KeepsThePanelsProportionsAndTheHostsScale) {
     const Loaded effect;
     const auto view = makeView(effect);
