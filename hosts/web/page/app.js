@@ -279,9 +279,14 @@ function showPlaying() {
     play.setAttribute("aria-pressed", String(isPlaying));
     player.node.then((node) => node.watch(isPlaying && !document.hidden));
     clearInterval(positionTimer);
-    if (isPlaying && !document.hidden) positionTimer = setInterval(showPosition, 250);
+    if (isPlaying && !document.hidden) positionTimer = setInterval(tick, 250);
     if (!isPlaying) figures.rest();
     showPosition();
+}
+
+function tick() {
+    showPosition();
+    figures.tick();
 }
 
 function showPosition() {

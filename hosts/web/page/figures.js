@@ -4,15 +4,14 @@
 /** @typedef {import("./job.js").FigureTable} FigureTable */
 
 const measureDelay = 400; // milliseconds from the last change of a setting
-const heardInterval = 250; // milliseconds between two texts of what is heard
 const none = "\u2013";
 /** Name, unit, and the range that a meter has to have. @type {[string, string, number, number][]} */
 const heardRows = [
     ["Correlation", "", -1, 1],
     ["Side to mid", "dB", -60, 60],
     ["Balance", "dB", -60, 60],
-    ["Peak left", "dBFS", -120, 20],
-    ["Peak right", "dBFS", -120, 20],
+    ["Peak L", "dBFS", -120, 20],
+    ["Peak R", "dBFS", -120, 20],
 ];
 
 /**
@@ -38,7 +37,6 @@ export class Figures {
         this.isMeasuring = this.isDue = false;
         /** @type {ReturnType<typeof setTimeout> | undefined} */
         this.timer = undefined;
-        this.lastHeard = 0;
         this.meters = heardRows.map(([name, unit, least, most]) => {
             const meter = make("b", none);
             for (const [key, value] of Object.entries({ label: name, valuemin: least, valuemax: most, valuenow: least }))
@@ -98,12 +96,13 @@ export class Figures {
 
     /** The panel shows new frames. */
     hear() {
+        if (!this.box.hidden) this.panel.module.call.hearRing();
+    }
+
+    /** Writes what was heard. With the page's other texts, so that it costs no layout of its own. */
+    tick() {
         if (this.box.hidden) return;
-        const { call } = this.panel.module;
-        call.hearRing();
-        if (performance.now() - this.lastHeard < heardInterval) return;
-        this.lastHeard = performance.now();
-        this.writeHeard(JSON.parse(this.panel.module.takeText(call.heardFigures())));
+        this.writeHeard(JSON.parse(this.panel.module.takeText(this.panel.module.call.heardFigures())));
     }
 
     /** Nothing is heard any more. */
