@@ -14,6 +14,7 @@
 
 #include "hosts/cli/BatchStatus.h"
 #include "hosts/cli/workers.h"
+#include "hosts/output/OutputPlace.h"
 
 namespace qov::cli {
 namespace {
@@ -95,6 +96,7 @@ int renderBatch(const RenderBatch& batch) {
         .take =
             [&](std::size_t job, const JobResult& result) {
                 status.take(batch.inputs[job].path, result, result.more == skipped);
+                if (result.signal != 0) hosts::removeUnfinished(outputs[job], result.process);
                 std::fputs(result.out.c_str(), stdout);  // --diagnostics
             },
         .progress = [&](std::size_t ended) { status.show(ended); },

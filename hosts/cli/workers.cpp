@@ -154,8 +154,8 @@ class Worker {
         if (isWhole) return true;
         int status = 0;
         waitpid(process_, &status, 0);
+        result = {1, WIFSIGNALED(status) ? WTERMSIG(status) : SIGKILL, process_, {}, {}, {}};
         process_ = -1;
-        result = {1, WIFSIGNALED(status) ? WTERMSIG(status) : SIGKILL, {}, {}, {}};
         return false;
     }
 

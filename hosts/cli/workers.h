@@ -10,6 +10,7 @@ namespace qov::cli {
 struct JobResult {
     int code = 0;          ///< its exit code; 1 where its worker ended
     int signal = 0;        ///< that ended its worker; 0 for none
+    int process = 0;       ///< of a worker that a signal ended
     std::string out, err;  ///< what it wrote to the standard streams
     std::string more;      ///< what its call returned besides
 };

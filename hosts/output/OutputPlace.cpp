@@ -73,15 +73,19 @@ std::string resolveLinks(const std::string& path) {
     return real ? std::string(real.get()) : path;
 }
 
-/// A new file beside the target, ".<file>.<process>-<number>", so that the rename stays on one
-/// disk; -1 with errno where there can be none.
-int openBeside(const std::string& target, mode_t mode, std::string& path) {
+/// Of a process's file for an output, beside it, so that the rename stays on one disk.
+std::string nameBeside(const std::string& target, int process, unsigned number) {
     const auto file = target.rfind('/') + 1;  // 0 without a folder
+    return fmt::format("{}.{}.{:x}-{:x}", target.substr(0, file), target.substr(file), process,
+                       number);
+}
+
+/// A new file of this process for an output; -1 with errno where there can be none.
+int openBeside(const std::string& target, mode_t mode, std::string& path) {
     int descriptor = -1;
     errno = EEXIST;
     for (unsigned number = 0; descriptor < 0 && errno == EEXIST; ++number) {
-        path = fmt::format("{}.{}.{:x}-{:x}", target.substr(0, file), target.substr(file), getpid(),
-                           number);
+        path = nameBeside(target, getpid(), number);
         descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode);
     }
     return descriptor;
@@ -150,6 +154,11 @@ void writeOutput(const std::string& path, std::string_view bytes) {
     OutputPlace place(path);
     place.write(bytes);
     place.commit();
+}
+
+void removeUnfinished(const std::string& path, int process) {
+    const auto target = resolveLinks(path);
+    for (unsigned number = 0; unlink(nameBeside(target, process, number).c_str()) == 0;) ++number;
 }
 
 bool writeFully(int descriptor, const void* bytes, std::size_t count) {

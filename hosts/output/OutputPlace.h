@@ -49,6 +49,9 @@ inline void writeOutput(const std::string& path, std::span<const std::byte> byte
     writeOutput(path, {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
+/// Removes what a process that was killed has left of an output.
+void removeUnfinished(const std::string& path, int process);
+
 /// Writes all of the bytes, also when signals interrupt. False: failed, with errno set.
 bool writeFully(int descriptor, const void* bytes, std::size_t count);
 
