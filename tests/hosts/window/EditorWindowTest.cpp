@@ -5,6 +5,7 @@
 #include "editor/AudioUnitViewController.h"
 #include "editor/StereoControls.h"
 #include "hosts/instance/Instance.h"
+#include "hosts/window/EmbeddedEditor.h"
 #include "hosts/window/fitPanel.h"
 #include "hosts/window/panelHelp.h"
 #include "platform/dispatch/RunLoop.h"
@@ -14,6 +15,7 @@
 #include "platform/uikit/ViewLayer.h"
 #include "tests/hosts/window/Child.h"
 #include "tests/hosts/window/TouchScreen.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -218,6 +220,25 @@ TEST_F(OnScreen, FollowsItsSizeInPixelsAndNeedsItsParent) {
     EXPECT_EQ(error, "the parent window does not exist");
 }
 
+TEST_F(OnScreen, PanelAndStripShareAWindowThatDoesNotGrow) {
+    const TemporaryFolder settings;
+    setenv("XDG_CONFIG_HOME", settings.path().c_str(), 1);
+    const auto instance = hosts::Instance::create(nullptr, platform::RunLoop::create(),
+                                                  std::make_shared<AudioUnitViewController>());
+    hosts::EmbeddedEditor editor(*instance, 1);
+    editor.requestSize = [](auto) { return false; };
+    ASSERT_TRUE(editor.open({.parent = Screen::makeWindow(680, 460)}, nullptr) && editor.show());
+    ASSERT_TRUE(editor.setSize({680, 460}));
+    const auto isWidthAt = [&](int x, int y) {
+        return test::until([&] { return editor.controlAt(x, y) == 0; },
+                           [&] { instance->runLoop()->runOnce(0.02); });
+    };
+    EXPECT_TRUE(isWidthAt(349, 322)) << "all at 460 of 536 points";
+    Screen::xdo("mousemove 606 400 click 1");
+    EXPECT_TRUE(isWidthAt(350, 379)) << "folded, at its own size";
+    EXPECT_EQ(editor.size().height, 460);
+}
+
 /// Else the panel is cut off, or narrower than its correlograph has room in.
 TEST(Fit, ThePanelIsWholeInWindowsOfAnySizeAndShape) {
     for (const auto& [width, height] : {std::pair{680.0, 440.0},
@@ -231,6 +252,10 @@ TEST(Fit, ThePanelIsWholeInWindowsOfAnySizeAndShape) {
         const double panel = fit.fitToHeight ? height / 440 * 680 : width;
         EXPECT_NEAR(panel, std::min(width, height / 440 * 680), 1e-9) << height;
         EXPECT_NEAR(fit.scale, std::min(1.0, panel / 560), 1e-9) << width;
+        const auto window = hosts::withFooter({width, height}, 96);
+        const auto both = hosts::fitPanel(window, 96);
+        EXPECT_NEAR(window.height - both.footer * both.scale, height, 1e-9) << "the same panel";
+        EXPECT_NEAR(both.scale, fit.scale, 1e-9);
     }
 }
 
