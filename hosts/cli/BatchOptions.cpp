@@ -1,5 +1,7 @@
 #include "hosts/cli/BatchOptions.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
@@ -41,14 +43,14 @@ bool hasSoundEnding(const std::string& path) {
     return !ending.empty() && soundFormat::containerNamed(std::string_view(ending).substr(1)) != 0;
 }
 
-/// The sound files below a folder.
+/// The sound files below a folder, and the folders there that cannot be read.
 std::vector<BatchInput> soundsBelow(const std::string& folder) {
     // The enumerator ends the program where a folder may be entered and not read.
     std::error_code error;
     const auto whole = std::filesystem::canonical(folder, error);
     if (!error) const std::filesystem::directory_iterator readable(whole, error);
     const auto before = std::filesystem::current_path();
-    if (error) throw Failure(fmt::format("{}: {}", folder, error.message()));
+    if (error) return {{folder, "", fmt::format("{}: {}", folder, error.message())}};
     Keeper keeper;
     FileEnumerator enumerator;
     enumerator.defaultFileManager = std::make_shared<platform::FileManager>();
@@ -56,11 +58,15 @@ std::vector<BatchInput> soundsBelow(const std::string& folder) {
     enumerator.enumerate(whole.string());
     std::filesystem::current_path(before);  // the enumerator went into the folder
     std::vector<BatchInput> inputs;
-    for (const auto& file : enumerator.fileTree->filelist())
+    for (const auto& file : enumerator.fileTree->filelist()) {
+        const auto path = (std::filesystem::path(folder) / file->subpath()).string();
         if (!file->isDirectory && hasSoundEnding(file->subpath()))
-            inputs.push_back(
-                {(std::filesystem::path(folder) / file->subpath()).string(), file->subpath()});
-    if (inputs.empty()) throw Failure(fmt::format("{}: has no sound files below it", folder));
+            inputs.push_back({path, file->subpath()});
+        if (file->isDirectory && access(path.c_str(), R_OK | X_OK) != 0)
+            inputs.push_back({path, "", fmt::format("{}: {}", path, std::strerror(errno))});
+    }
+    if (inputs.empty())
+        return {{folder, "", fmt::format("{}: has no sound files below it", folder)}};
     return inputs;
 }
 
@@ -68,6 +74,8 @@ std::vector<BatchInput> soundsBelow(const std::string& folder) {
 std::vector<std::string> listed(const std::string& path) {
     std::ifstream file;
     if (path != "-") {
+        if (isFolder(path))
+            throw Failure(fmt::format("{}: is a folder; --files-from takes a list of files", path));
         file.open(path);
         if (!file) throw Failure(fmt::format("{}: {}", path, std::strerror(errno)));
     }
@@ -76,6 +84,7 @@ std::vector<std::string> listed(const std::string& path) {
         if (line.ends_with('\r')) line.pop_back();
         if (!line.empty()) paths.push_back(line);
     }
+    if (paths.empty()) throw Failure(fmt::format("{}: names no files", path));
     return paths;
 }
 
@@ -141,9 +150,8 @@ std::vector<BatchInput> BatchOptions::inputs(const std::vector<std::string>& pat
         for (const auto& path : listed(filesFrom)) inputs.push_back({path, insideOf(path)});
     if (shard.empty()) return inputs;
     const auto [number, count] = parseShard(shard);
-    std::erase_if(inputs, [number = number, count = count](const BatchInput& input) {
-        return hashOf(input.below) % count != number - 1;
-    });
+    for (auto& input : inputs)
+        input.isOurs = hashOf(input.fault.empty() ? input.below : input.path) % count == number - 1;
     return inputs;
 }
 

@@ -144,9 +144,10 @@ int measureOne(const Measurement& measurement, const std::string& file, const Pr
     }
 }
 
-/// Measures many files in worker processes. Returns the exit code.
+/// Measures many files in worker processes. Returns the exit code; *signal: what is to end the
+/// program, 0 for nothing.
 int measureAll(const Measurement& measurement, const std::vector<BatchInput>& inputs,
-               unsigned workers, const Print& print, std::string& remarks) {
+               unsigned workers, const Print& print, std::string& remarks, int* signal) {
     BatchStatus status(inputs.size(), isatty(STDERR_FILENO) != 0);
     bool isBeyond = false;
     const Jobs jobs{
@@ -156,6 +157,7 @@ int measureAll(const Measurement& measurement, const std::vector<BatchInput>& in
                 const auto printRow = [](std::string_view row) {
                     std::fwrite(row.data(), 1, row.size(), stdout);
                 };
+                if (!inputs[job].fault.empty()) throw Failure(inputs[job].fault);
                 return measurement.run(inputs[job].path, false, printRow, more);
             },
         .take =
@@ -169,9 +171,8 @@ int measureAll(const Measurement& measurement, const std::vector<BatchInput>& in
             },
         .progress = [&](std::size_t ended) { status.show(ended); },
     };
-    const int signal = runInWorkers(jobs, workers);
-    if (status.failed() > 0 || signal != 0) status.summarize("measured", "");
-    endBy(signal);
+    *signal = runInWorkers(jobs, workers);
+    if (status.failed() > 0 || *signal != 0) status.summarize("measured", "");
     return status.failed() > 0 ? 1 : isBeyond ? beyondLimit : 0;
 }
 
@@ -192,6 +193,7 @@ int runMeasure(const Arguments& arguments) {
     const bool isBatch = batch.areMany(options.files);
     std::vector<BatchInput> inputs;
     if (isBatch) inputs = batch.inputs(options.files);
+    std::erase_if(inputs, [](const BatchInput& input) { return !input.isOurs; });
     const unsigned workers = batch.workers();
 
     const hosts::OutputPlace place("-");
@@ -204,9 +206,11 @@ int runMeasure(const Arguments& arguments) {
         place.write(rows);
     };
     std::string remarks;
-    const int code = isBatch ? measureAll(measurement, inputs, workers, print, remarks)
+    int signal = 0;
+    const int code = isBatch ? measureAll(measurement, inputs, workers, print, remarks, &signal)
                              : measureOne(measurement, options.files[0], print, remarks);
     place.write(measurement.writer().end(remarks));
+    endBy(signal);
     if (!options.picture.empty() && code != 1) drawFieldOf(options.files, options.picture);
     return code;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
+#include <fstream>
 #include <string_view>
 
 #include <fmt/format.h>
@@ -76,8 +77,22 @@ void PresetChoice::select(hosts::Instance& instance, double rate) const {
         instance.selectPreset(readFile(rate));
 }
 
-std::array<float, parameterCount> PresetChoice::values(double rate) const {
-    return number_ ? presetBank[*number_].values : readFile(rate).values;
+std::vector<std::string> PresetChoice::lines() const {
+    std::vector<std::string> lines;
+    if (number_) {
+        for (const auto& parameter : hostParameters)
+            if (const float value = presetBank[*number_].values[parameter.address];
+                value != parameter.initial)
+                lines.push_back(fmt::format("{} {}", parameter.option, value));
+        return lines;
+    }
+    std::ifstream file(path_);
+    for (std::string line; std::getline(file, line);) {
+        line.resize(std::min(line.find('#'), line.size()));
+        if (const auto first = line.find_first_not_of(" \t\r"); first != line.npos)
+            lines.push_back(line.substr(first, line.find_last_not_of(" \t\r") + 1 - first));
+    }
+    return lines;
 }
 
 }  // namespace qov::cli

@@ -21,8 +21,8 @@ class PresetChoice {
     /// Sets the preset's values; samples count by the rate, in frames per second. Throws Failure
     /// where its file has changed and is no preset any more.
     void select(hosts::Instance& instance, double rate) const;
-    /// Its values, by address.
-    std::array<float, parameterCount> values(double rate) const;
+    /// What a preset file of the same values has, a parameter and its value in a line.
+    std::vector<std::string> lines() const;
 
  private:
     hosts::Preset readFile(double rate) const;

@@ -72,21 +72,23 @@ struct PresetsOptions {
 
 /// The lines of a preset file: those of --preset, and of the parameters as they were typed.
 std::string fileText(const PresetsOptions& options) {
-    std::string text = options.summary.empty() ? "" : fmt::format("# {}\n", options.summary);
     static_cast<void>(parseSettings(options.values, highestRate));
-    Values base{};
-    if (!options.preset.empty()) base = PresetChoice::parse(options.preset).values(highestRate);
-    bool isEmpty = true;
+    if (options.summary.find('\n') != options.summary.npos)
+        throw Failure("--summary: takes one line", 2);
+    std::vector<std::string> lines;
+    if (!options.preset.empty()) lines = PresetChoice::parse(options.preset).lines();
     for (const auto& parameter : hostParameters) {
         const auto& typed = options.values[parameter.address];
-        const bool isKept = !options.preset.empty() && base[parameter.address] != parameter.initial;
-        if (typed.empty() && !isKept) continue;
-        text += typed.empty() ? fmt::format("{} {}\n", parameter.option, base[parameter.address])
-                              : fmt::format("{} {}\n", parameter.option, typed);
-        isEmpty = false;
+        if (typed.empty()) continue;
+        std::erase_if(lines, [&](const std::string& line) {
+            return line.substr(0, line.find_first_of(" \t")) == parameter.option;
+        });
+        lines.push_back(fmt::format("{} {}", parameter.option, typed));
     }
-    if (isEmpty) throw Failure("--save: needs parameters or --preset, as in --panorama L30", 2);
-    return text;
+    if (lines.empty())
+        throw Failure("--save: needs parameters or --preset, as in --panorama L30", 2);
+    if (!options.summary.empty()) lines.insert(lines.begin(), "# " + options.summary);
+    return fmt::format("{}\n", fmt::join(lines, "\n"));
 }
 
 void savePreset(const PresetsOptions& options) {

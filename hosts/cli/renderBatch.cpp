@@ -32,25 +32,30 @@ bool findId(const std::string& path, FileId& id) {
     return true;
 }
 
-std::vector<std::string> outputsOf(const RenderBatch& batch) {
+/// The outputs of the inputs that are ours, in their order; the others are dropped.
+std::vector<std::string> outputsOf(RenderBatch& batch) {
     std::vector<std::string> outputs;
-    std::map<std::string_view, std::string_view> inputOf;
+    std::map<std::string, std::string_view> inputOf;
     std::set<FileId> inputs;
     FileId id;
-    outputs.reserve(batch.inputs.size());
     for (const auto& input : batch.inputs) {
         auto output = std::filesystem::path(batch.folder) / input.below;
         if (!batch.job.format.empty()) output.replace_extension(batch.job.format);
-        outputs.push_back(output.string());
-        const auto [first, isNew] = inputOf.emplace(outputs.back(), input.path);
+        if (input.isOurs) outputs.push_back(output.string());
+        if (!input.fault.empty()) continue;
+        const auto [first, isNew] = inputOf.emplace(output.string(), input.path);
         if (!isNew)
             throw Failure(fmt::format("{} and {}: both would become {}", first->second, input.path,
-                                      outputs.back()),
+                                      output.string()),
                           2);
-        if (findId(input.path, id)) inputs.insert(id);
+        if (input.isOurs && findId(input.path, id)) inputs.insert(id);
     }
+    inputOf.clear();
+    std::erase_if(batch.inputs, [](const BatchInput& input) { return !input.isOurs; });
     std::size_t existing = 0;
-    for (const auto& output : outputs) {
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        if (!batch.inputs[i].fault.empty()) continue;
+        const auto& output = outputs[i];
         if (!findId(output, id)) continue;
         if (inputs.contains(id))
             throw Failure(fmt::format("{}: is an input, too; take another folder", output), 2);
@@ -64,8 +69,9 @@ std::vector<std::string> outputsOf(const RenderBatch& batch) {
     return outputs;
 }
 
-int renderOne(const RenderBatch& batch, const std::string& input, const std::string& output,
+int renderOne(const RenderBatch& batch, const BatchInput& input, const std::string& output,
               std::string& more) {
+    if (!input.fault.empty()) throw Failure(input.fault);
     std::error_code error;
     if (batch.skipDone && std::filesystem::exists(output, error)) {
         more = skipped;
@@ -75,7 +81,7 @@ int renderOne(const RenderBatch& batch, const std::string& input, const std::str
     std::filesystem::create_directories(folder, error);
     if (error) throw Failure(fmt::format("{}: {}", folder.string(), error.message()));
     auto job = batch.job;
-    job.input = input;
+    job.input = input.path;
     job.output = output;
     job.showProgress = false;
     renderFile(job);
@@ -84,14 +90,14 @@ int renderOne(const RenderBatch& batch, const std::string& input, const std::str
 
 }  // namespace
 
-int renderBatch(const RenderBatch& batch) {
+int renderBatch(RenderBatch batch) {
     const auto outputs = outputsOf(batch);
     BatchStatus status(batch.inputs.size(), batch.job.showProgress);
     const Jobs jobs{
         .count = outputs.size(),
         .run =
             [&](std::size_t job, std::string& more) {
-                return renderOne(batch, batch.inputs[job].path, outputs[job], more);
+                return renderOne(batch, batch.inputs[job], outputs[job], more);
             },
         .take =
             [&](std::size_t job, const JobResult& result) {

@@ -22,6 +22,6 @@ struct RenderBatch {
 /// code: 1 where one failed. Throws Failure, before anything is rendered, where an output would be
 /// another's, too, or an input, or exists and is not to be replaced. Does not return where a signal
 /// ends it.
-int renderBatch(const RenderBatch& batch);
+int renderBatch(RenderBatch batch);
 
 }  // namespace qov::cli

@@ -223,7 +223,12 @@ int runInWorkers(const Jobs& jobs, unsigned count) {
             polled.push_back({worker->jobs().empty() ? -1 : worker->socket(), POLLIN, 0});
         }
         const int ready = ppoll(polled.data(), polled.size(), &pollPeriod, &signals.unblocked());
-        if (endingSignal != 0) return endingSignal;
+        if (endingSignal != 0) {
+            // What has ended behind a job that has not.
+            for (const auto& [job, result] : waiting)
+                if (result.signal == 0) jobs.take(job, result);
+            return endingSignal;
+        }
         for (std::size_t i = 0; i < polled.size() && ready > 0; ++i) {
             if (polled[i].revents == 0) continue;
             auto& worker = workers[i];

@@ -28,8 +28,8 @@ struct Jobs {
 
 /// Does the jobs in worker processes, so that none shares anything with another. A job whose worker
 /// is ended by a signal has failed; the others go on. Where SIGINT, SIGTERM or SIGHUP end this
-/// process, the workers are ended, and the signal is returned; otherwise 0. No other thread may
-/// run.
+/// process, the workers are ended, what is done is taken, and the signal is returned; otherwise 0.
+/// No other thread may run.
 int runInWorkers(const Jobs& jobs, unsigned workers);
 
 }  // namespace qov::cli

@@ -18,6 +18,7 @@ namespace qov::hosts {
 namespace {
 
 constexpr std::size_t largestFile = 1 << 16;  // bytes; a preset has a few hundred
+constexpr std::size_t longestQuote = 40;      // bytes of a wrong line that are repeated
 
 std::string_view trimmed(std::string_view text) {
     constexpr std::string_view space = " \t\r";
@@ -32,10 +33,10 @@ std::string takeLine(std::string_view line, double sampleRate, Preset& preset) {
     const auto parameter = std::find_if(hostParameters.begin(), hostParameters.end(),
                                         [&](const Parameter& each) { return each.option == name; });
     if (parameter == hostParameters.end())
-        return fmt::format("'{}' is not a parameter of presets", name);
+        return fmt::format("'{}' is not a parameter of presets", name.substr(0, longestQuote));
     const auto value = parseValue(parameter->address, text, sampleRate, BareNumber::normalized);
     if (!value || !(*value >= 0 && *value <= 1))
-        return fmt::format("{} does not take '{}'", name, text);
+        return fmt::format("{} does not take '{}'", name, text.substr(0, longestQuote));
     preset.values[parameter->address] = static_cast<float>(*value);
     return {};
 }
@@ -50,8 +51,9 @@ std::string Preset::folder() {
 std::vector<std::string> Preset::paths() {
     std::vector<std::string> paths;
     std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator(folder(), error))
-        if (entry.path().extension() == presetEnding) paths.push_back(entry.path().string());
+    std::filesystem::directory_iterator entry(folder(), error);
+    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error))
+        if (entry->path().extension() == presetEnding) paths.push_back(entry->path().string());
     std::sort(paths.begin(), paths.end());
     return paths;
 }
@@ -73,6 +75,7 @@ std::optional<Preset> Preset::parse(std::string_view text, double sampleRate, st
     Preset preset{};
     for (const auto& parameter : hostParameters)
         preset.values[parameter.address] = parameter.initial;
+    if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);  // an editor's byte order mark
     bool hasValue = false;
     for (int number = 1; !text.empty(); ++number) {
         const auto line = text.substr(0, text.find('\n'));
@@ -95,6 +98,11 @@ std::optional<Preset> Preset::parse(std::string_view text, double sampleRate, st
 }
 
 std::optional<Preset> Preset::read(const std::string& path, double sampleRate, std::string* error) {
+    std::error_code missing;
+    if (!std::filesystem::is_regular_file(path, missing)) {
+        *error = missing ? missing.message() : "is not a preset file";
+        return std::nullopt;
+    }
     std::ifstream input(path, std::ios::binary);
     std::string text(largestFile, '\0');
     input.read(text.data(), largestFile);

@@ -69,7 +69,7 @@ TEST_F(Batch, SharesOfAListCoverItOnceAndSkipWhatIsDone) {
 
 TEST_F(Batch, SaysInOneLineWhatCannotBe) {
     for (const auto& [arguments, code, line] :
-         {std::tuple{"render in/a.wav in/sub/a.wav out/", 2,
+         {std::tuple{"render in/a.wav in/sub/a.wav out/ --shard 1/9", 2,
                      "in/a.wav and in/sub/a.wav: both would become out/a.wav\n"},
           {"render in in/out/", 2, "in/out/: lies in in; another run would take its files"},
           {"render in/a.wav in/", 2, "in/a.wav: is an input, too; take another folder\n"},
@@ -82,6 +82,8 @@ TEST_F(Batch, SaysInOneLineWhatCannotBe) {
           {"measure in other.wav -j 0", 2, "--jobs 0: takes a whole number from 1"},
           {"measure in/sub other.wav --fail-if 'correlation<1'", 3,
            "in/sub/b.flac: correlation is"},
+          {"measure empty other.wav --fail-if 'correlation<1'", 1, "\nkelvane: other.wav: corr"},
+          {"measure --files-from /dev/null", 1, "kelvane: /dev/null: names no files\n"},
           {"measure - other.wav", 2, "-: standard input is a file by itself\n"}}) {
         const auto run = kelvane(arguments);
         EXPECT_EQ(run.code, code) << arguments << run.err;
