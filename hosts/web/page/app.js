@@ -4,7 +4,7 @@
 import { Figures } from "./figures.js";
 import { moduleBytes, Panel } from "./kelvane.js";
 import { parameters, presets as factoryPresets } from "./parameters.js";
-import { Offline, Player, readSound } from "./sound.js";
+import { Offline, Player, playPhrase, readSound } from "./sound.js";
 import { UndoHistory } from "./undo.js";
 
 /**
@@ -29,19 +29,12 @@ const panel = new Panel(canvas, bytes);
 /** @type {Map<number, HTMLInputElement>} */
 const inputs = new Map();
 const player = new Player((address) => panel.value(address));
-const phrase = { rate: 44100, channels: /** @type {[Float32Array, Float32Array]} */ ([phraseSide(0), phraseSide(1)]) };
+const phrase = playPhrase(bytes);
 let name = "phrase";
 /** @type {Offline | undefined} */
 let offline;
 const figures = new Figures(element("figures"), panel, () => ask(true));
 const steps = new UndoHistory(presentValues());
-
-/** @param {number} side */
-function phraseSide(side) {
-    const { call } = panel.module;
-    const frames = call.phraseFrames();
-    return panel.module.floats(call.phraseChannel(side), frames).slice();
-}
 
 function presentValues() {
     return parameters.map(({ address }) => panel.value(address));
@@ -250,7 +243,7 @@ addEventListener("hashchange", () => applySettings(location.hash.slice(1)));
 
 // The sound
 
-use(phrase);
+player.ready = phrase.then((sound) => player.sound ?? use(sound)).catch(say);
 player.node.then(
     (node) => {
         panel.setRate(player.context.sampleRate);
@@ -334,7 +327,7 @@ source.addEventListener("change", async () => {
     if (source.value === "file") return file.click();
     if (source.value === "phrase") {
         name = "phrase";
-        return use(phrase);
+        return use(await phrase);
     }
     try {
         await player.useInput();

@@ -1,6 +1,6 @@
 // @ts-check
 // A worker that renders a whole sound as the command `kelvane render --subtype float` does, and measures it before and
-// after as `kelvane measure` does.
+// after as `kelvane measure` does. Without a sound it plays the phrase.
 
 import { Module } from "./module.js";
 import { writeWav } from "./wav.js";
@@ -47,7 +47,13 @@ export function render(module, values, { rate, channels }, isMeasured = false) {
 let held;
 self.onmessage = ({ data: { bytes, sound, values, isMeasured } }) => {
     try {
-        if (sound) held = { module: new Module(bytes, () => performance.now()), sound };
+        if (!sound && bytes) {
+            const module = new Module(bytes, () => performance.now());
+            const { call } = module;
+            const frames = call.phraseFrames();
+            const channels = [0, 1].map((side) => module.floats(call.phraseChannel(side), frames).slice());
+            self.postMessage({ rate: 44100, channels });
+        } else if (sound) held = { module: new Module(bytes, () => performance.now()), sound };
         else {
             const { figures, ...rendered } = render(held.module, values, held.sound, isMeasured);
             self.postMessage(figures ?? writeWav(rendered));

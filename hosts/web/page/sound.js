@@ -33,6 +33,22 @@ export async function readSound(file, context) {
     };
 }
 
+/**
+ * The built-in phrase, which takes the better part of a second to play, and so a worker.
+ * @param {ArrayBuffer} bytes of kelvane.wasm
+ * @returns {Promise<Sound>}
+ */
+export async function playPhrase(bytes) {
+    const worker = new Worker(new URL("./job.js", import.meta.url), { type: "module" });
+    worker.postMessage({ bytes });
+    const sound = await new Promise((done, fail) => {
+        worker.onmessage = ({ data }) => (data instanceof Error ? fail(data) : done(data));
+        worker.onerror = () => fail(new Error("The phrase could not be played."));
+    });
+    worker.terminate();
+    return sound;
+}
+
 /** Renders and measures a sound in a worker, one job after the other. */
 export class Offline {
     /**
@@ -67,6 +83,8 @@ export class Player {
     constructor(valueOf) {
         this.context = new AudioContext({ latencyHint: "interactive" });
         this.node = createKelvane(this.context, { values: parameters.map(({ address }) => valueOf(address)) });
+        /** When the first sound is there. @type {Promise<unknown>} */
+        this.ready = Promise.resolve();
         /** @type {Sound | undefined} */
         this.sound = undefined;
         /** The same as the context plays it; a long one takes a while to copy. @type {AudioBuffer | undefined} */
@@ -111,8 +129,9 @@ export class Player {
     use(sound) {
         const buffer = this.context.createBuffer(2, sound.channels[0].length, sound.rate);
         sound.channels.forEach((frames, side) => buffer.copyToChannel(/** @type {Float32Array<ArrayBuffer>} */ (frames), side));
+        const isWanted = this.isWanted;
         this.closeInput();
-        this.pause();
+        if (isWanted) this.pause(); // Play may have been touched before the first sound
         this.sound = sound;
         this.buffer = buffer;
         this.offset = 0;
@@ -145,7 +164,7 @@ export class Player {
     /** From a touch or key, as browsers demand. */
     async play() {
         const resumed = this.context.resume();
-        const node = await this.node;
+        const [node] = await Promise.all([this.node, this.ready]);
         if (this.stream) {
             this.input ??= this.context.createMediaStreamSource(this.stream);
             this.input.connect(node);
