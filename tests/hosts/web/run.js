@@ -505,9 +505,14 @@ const tests = {
         if (!soakMinutes) return;
         const page = await open();
         const system = await browser.target().createCDPSession();
-        const own = await page.createCDPSession();
+        // The worklet's garbage, too: it makes so little that Chromium collects it every ten minutes or so.
+        const threads = [await page.createCDPSession()];
+        threads[0].on("Target.attachedToTarget", ({ sessionId, targetInfo }) => {
+            if (targetInfo.type === "worklet") threads.push(threads[0].connection().session(sessionId));
+        });
+        await threads[0].send("Target.setAutoAttach", { autoAttach: true, waitForDebuggerOnStart: false, flatten: true });
         const resident = async () => {
-            await own.send("HeapProfiler.collectGarbage");
+            for (const thread of threads) await thread.send("HeapProfiler.collectGarbage");
             const { processInfo } = await system.send("SystemInfo.getProcessInfo");
             const pages = processInfo.filter(({ type }) => type === "renderer");
             const sizes = pages.map(({ id }) => /RssAnon:\s*(\d+)/.exec(readFileSync(`/proc/${id}/status`, "utf8"))[1]);
