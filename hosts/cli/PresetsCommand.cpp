@@ -96,7 +96,8 @@ void savePreset(const PresetsOptions& options) {
     if (path.empty() && Preset::folder().empty())
         throw Failure("--save: there is no HOME to save in");
     if (path.empty())
-        throw Failure(fmt::format("--save {}: is a name, without slashes", options.save), 2);
+        throw Failure(
+            fmt::format("--save {}: is a name of your own, without slashes", options.save), 2);
     const auto text = fileText(options);
     std::error_code error;
     if (!options.overwrites && std::filesystem::exists(path, error))

@@ -382,11 +382,12 @@ void Instance::touchBegan() {
     touching_ = true;
 }
 
-void Instance::touchEnded() {
+std::uint32_t Instance::touchEnded() {
     touching_ = false;
     const auto held = held_.exchange(0);
     for (std::uint64_t address = 0; address < EditExchange::parameters; ++address)
         if (held & 1u << address) edits_.release(address);
+    return held;
 }
 
 void Instance::reportEdits(const Values& before) {

@@ -124,9 +124,9 @@ class Instance {
     /// Changes that the editor made, for the host's automation; may be fetched on the audio thread.
     EditExchange& edits() { return edits_; }
     /// A person touches the editor, or releases it: the changes in between are one gesture of each
-    /// parameter.
+    /// parameter. Returns which have changed; bit a: address a.
     void touchBegan();
-    void touchEnded();
+    std::uint32_t touchEnded();
     /// Calls act(), which sets values as a host does, and reports what it changes as an edit.
     template <class Act>
     void edit(const Act& act) {

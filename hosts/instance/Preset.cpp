@@ -1,5 +1,7 @@
 #include "hosts/instance/Preset.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <climits>
@@ -11,6 +13,7 @@
 
 #include <fmt/format.h>
 
+#include "hosts/instance/presetBank.h"
 #include "hosts/instance/presetFolder.h"
 #include "hosts/instance/valueText.h"
 
@@ -61,7 +64,13 @@ std::vector<std::string> Preset::paths() {
 std::string Preset::pathOf(const std::string& name) {
     const auto in = folder();
     const bool isName = !name.empty() && name.find_first_of("/\n") == name.npos && name[0] != '.';
-    return isName && !in.empty() ? fmt::format("{}/{}{}", in, name, presetEnding) : "";
+    const bool isNumber = name.find_first_not_of("0123456789") == name.npos;
+    const bool isBanks = std::any_of(presetBank.begin(), presetBank.end(), [&](const auto& preset) {
+        return strcasecmp(preset.name.data(), name.c_str()) == 0;
+    });
+    return isName && !isNumber && !isBanks && !in.empty()
+               ? fmt::format("{}/{}{}", in, name, presetEnding)
+               : "";
 }
 
 std::string Preset::text() const {

@@ -28,7 +28,7 @@ struct Preset {
     /// The paths of the user's presets, by name.
     static std::vector<std::string> paths();
     /// Where the user's preset of that name lies or is to lie; empty for a name that no file can
-    /// have, or without a home.
+    /// have, one that means a preset of the program's own, or without a home.
     static std::string pathOf(const std::string& name);
     /// The text of a file with all values.
     std::string text() const;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 
 #include "hosts/instance/Instance.h"
@@ -20,13 +21,14 @@ class EditGesture {
     /// One call for each hold().
     void release() {
         if (--holds_ > 0) return;
-        instance_.touchEnded();
-        if (onEnd) onEnd();
+        const auto changed = instance_.touchEnded();
+        if (onEnd) onEnd(changed);
     }
 
     bool isHeld() const { return holds_ > 0; }
 
-    std::function<void()> onBegin, onEnd;
+    std::function<void()> onBegin;
+    std::function<void(std::uint32_t changed)> onEnd;  ///< bit a: it changed address a
 
  private:
     Instance& instance_;

@@ -13,16 +13,17 @@ class EditHistory {
  public:
     /// Of each parameter, by address.
     using Values = std::array<float, parameterCount>;
-    /// A gesture, or a switch between two sets of values.
+    /// A gesture, a switch between two sets of values, or a change of the set that is not heard.
+    enum class Kind { gesture, switchSets, copy };
     struct Step {
         Values before, after;
-        bool isSwitch = false;
+        Kind kind = Kind::gesture;
     };
     static constexpr std::size_t longest = 1000;  // steps; the oldest are dropped
 
-    /// Adds a step and drops those that could have been redone. No-op if before equals after.
+    /// Adds a step and drops those that could have been redone. No-op for one that changes nothing.
     void add(const Step& step) {
-        if (step.before == step.after) return;
+        if (step.before == step.after && step.kind != Kind::switchSets) return;
         steps_.resize(done_);
         if (steps_.size() == longest) steps_.erase(steps_.begin());
         steps_.push_back(step);

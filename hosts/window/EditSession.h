@@ -33,10 +33,11 @@ class EditSession {
     /// Hears the other set; the first time, it equals this one.
     void switchSets();
     /// Copies the heard set to the other one.
-    void copyToOther() { other_ = instance_.values(); }
+    void copyToOther();
 
-    /// Sets values by select(), which acts as a host does, as a step of the history.
-    void apply(const std::function<void()>& select);
+    /// Sets values by select(), which acts as a host does, as a step of the history. False, with
+    /// nothing done, during a gesture.
+    bool apply(const std::function<void()>& select);
 
  private:
     bool edit(const std::function<void()>& act);

@@ -9,7 +9,8 @@ constexpr double memory = 0.4;         // seconds in which a sum falls to 1/e
 constexpr double holdTime = 1;         // seconds
 constexpr double peakFall = 20;        // dB a second
 constexpr double correlationRise = 1;  // a second
-constexpr double silenceAfter = 1;     // seconds without a block
+constexpr double silenceAfter = 1;     // seconds without a block, or without sound
+constexpr double quietest = 1e-6;      // sum of squares between two looks, about -94 dBFS
 
 }  // namespace
 
@@ -43,11 +44,12 @@ void SignalFigures::add(const std::optional<SignalMeter::Reading>& reading, doub
     follow(output, outputHeld_, reading->outputPeak, now, passed);
     const auto& more = reading->output;
     if (!std::isfinite(more.ll + more.rr)) return clear();
+    if (more.ll + more.rr > quietest) lastSound_ = now;
     sums_ = {.ll = kept * sums_.ll + more.ll,
              .rr = kept * sums_.rr + more.rr,
              .lr = kept * sums_.lr + more.lr};
     const auto& sums = sums_;
-    const bool isSilent = sums.isSilent();
+    const bool isSilent = sums.isSilent() || now - lastSound_ > silenceAfter;
     correlation = isSilent ? NAN : sums.correlation();
     sideToMid = isSilent ? NAN : sums.sideToMid();
     balance = isSilent ? NAN : sums.rightToLeft();

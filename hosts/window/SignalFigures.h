@@ -18,7 +18,7 @@ class SignalFigures {
     };
 
     /// What has come since the last call; null for no block. After a second without one all
-    /// figures are NaN.
+    /// figures are NaN, after one of silence those of two channels.
     void add(const std::optional<SignalMeter::Reading>& reading, double now);
 
     double correlation = NAN;        ///< -1..1
@@ -34,6 +34,7 @@ class SignalFigures {
     measure::StereoSums sums_;
     double last_ = 0;       // call
     double lastBlock_ = 0;  // call that brought one
+    double lastSound_ = 0;  // call that brought one with sound
     double inputHeld_ = 0, outputHeld_ = 0, lowestHeld_ = 0;
 };
 

@@ -144,6 +144,7 @@ Strip::Strip(EditorWindow& window, Instance& instance, Options options)
          std::initializer_list<std::shared_ptr<UIView>>{list_, name_, caption_})
         window_.content().addSubview(view);
     list_->onChoose = [this](std::size_t row) { choosePreset(row); };
+    static_cast<void>(readUsers());  // for the name of the one that is in force
     showFigures(true);
     showValues();
     setMeasuring(isShown());
@@ -243,6 +244,11 @@ CGRect Strip::windowArea(const CGRect& at) const {
 }
 
 void Strip::layoutSubviews() {
+    // The list has the size of the window that it was opened in.
+    if (list_->isOpen() && !(windowArea({}).origin == listCorner_)) {
+        list_->close();
+        updateKeys();
+    }
     const CGFloat width = panelCanvas.width;
     fold_->setPlace(isShown() ? place(right - 32, firstRow, 36)
                               : CGRect(0, 0, width, foldedHeight));
@@ -347,33 +353,40 @@ std::string Strip::presetName() {
 // Folding
 
 void Strip::fold() {
+    const auto focus = focus_;
     loseKeys();
     options_.isShown = !options_.isShown;
     setMeasuring(isShown());
     setNeedsLayout();
     setNeedsDisplay();
     if (options_.onFold) options_.onFold(isShown());
+    setFocus(focus);
 }
 
 // Presets
+
+/// Reads the user's presets. Returns a row for each that is none.
+std::vector<PresetList::Row> Strip::readUsers() {
+    users_.clear();
+    std::vector<PresetList::Row> wrong;
+    const double rate = double{instance_.audioUnit().getSamplerate()};
+    for (const auto& path : Preset::paths()) {
+        std::string error;
+        if (auto preset = Preset::read(path, rate, &error))
+            users_.push_back(std::move(*preset));
+        else
+            wrong.push_back({std::filesystem::path(path).stem().string(), error, false, true});
+    }
+    return wrong;
+}
 
 void Strip::togglePresets() {
     if (list_->isOpen()) return list_->close();
     std::vector<PresetList::Row> rows;
     for (const auto& preset : presetBank)
         rows.push_back({std::string(preset.name), std::string(preset.summary)});
-    users_.clear();
-    std::vector<PresetList::Row> wrong;
-    const double rate = double{instance_.audioUnit().getSamplerate()};
-    for (const auto& path : Preset::paths()) {
-        std::string error;
-        if (auto preset = Preset::read(path, rate, &error)) {
-            rows.push_back({preset->name, preset->summary, true, true});
-            users_.push_back(std::move(*preset));
-        } else {
-            wrong.push_back({std::filesystem::path(path).stem().string(), error, false, true});
-        }
-    }
+    const auto wrong = readUsers();
+    for (const auto& preset : users_) rows.push_back({preset.name, preset.summary, true, true});
     const auto found = std::find_if(rows.begin(), rows.end(),
                                     [&](const auto& row) { return row.name == chosen_; });
     const auto marked =
@@ -381,20 +394,22 @@ void Strip::togglePresets() {
     rows.insert(rows.end(), wrong.begin(), wrong.end());
     list_->open(std::move(rows), marked, windowArea({left, secondRow - 4, right - left, 0}),
                 scale());
+    listCorner_ = windowArea({}).origin;
     updateKeys();
 }
 
 void Strip::choosePreset(std::size_t row) {
     const bool isUsers = row >= presetBank.size();
-    session_.apply([&] {
+    const bool isDone = session_.apply([&] {
         if (isUsers)
             instance_.selectPreset(users_[row - presetBank.size()]);
         else
             instance_.selectPreset(row);
     });
+    updateKeys();
+    if (!isDone) return;
     chosen_ = isUsers ? users_[row - presetBank.size()].name : presetBank[row].name;
     chosenValues_ = instance_.values();
-    updateKeys();
     showValues();
 }
 
@@ -429,7 +444,9 @@ void Strip::enterName() {
     if (preset.name.empty()) return refuse("A preset needs a name");
     if (path.empty())
         return refuse(Preset::folder().empty() ? "There is no HOME to save in"
-                                               : "A name has no slash and begins with no point");
+                                               : "A new name, please, and without a slash");
+    for (const auto& each : users_)
+        if (each.name == preset.name) preset.summary = each.summary;
     std::error_code error;
     if (std::filesystem::exists(path, error) && replaced_ != preset.name) {
         replaced_ = preset.name;

@@ -12,13 +12,13 @@
 #include "hosts/instance/Instance.h"
 #include "hosts/window/EditSession.h"
 #include "hosts/window/PanelFooter.h"
+#include "hosts/window/PresetList.h"
 #include "hosts/window/SignalFigures.h"
 
 namespace qov::hosts {
 
 class CaptionView;
 class EditorWindow;
-class PresetList;
 class StripBar;
 class StripButton;
 class StripItem;
@@ -83,6 +83,7 @@ class Strip : public PanelFooter {
     void showButton(StripButton& button, bool isEnabled, bool isOn, const std::string& text = {});
     std::string presetName();
 
+    std::vector<PresetList::Row> readUsers();
     void togglePresets();
     void choosePreset(std::size_t row);
     void openName();
@@ -112,6 +113,7 @@ class Strip : public PanelFooter {
     bool isMouseOver_ = false;
 
     std::shared_ptr<PresetList> list_;
+    platform::CGPoint listCorner_;  // of the strip when it was opened
     std::shared_ptr<ValueField> name_;
     std::shared_ptr<CaptionView> caption_;
     std::vector<Preset> users_;                     // as the list was opened, or saved since

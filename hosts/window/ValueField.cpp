@@ -45,26 +45,36 @@ void ValueField::refuse() {
     setNeedsDisplay();
 }
 
-void ValueField::erase(std::size_t from, std::size_t count) {
-    if (isAllSelected_) from = 0, count = text_.size();
-    text_.erase(from, count);
+void ValueField::erase(std::size_t from, std::size_t to) {
+    if (isAllSelected_) from = 0, to = text_.size();
+    text_.erase(from, to - from);
     caret_ = from;
 }
 
+std::size_t ValueField::before(std::size_t place) const {
+    while (place > 0 && (text_[--place] & 0xC0) == 0x80) continue;
+    return place;
+}
+
+std::size_t ValueField::behind(std::size_t place) const {
+    while (place < text_.size() && (text_[++place] & 0xC0) == 0x80) continue;
+    return place;
+}
+
 void ValueField::key(const platform::KeyStroke& stroke) {
-    const auto before = text_;
+    const auto old = text_;
     switch (stroke.key) {
         case Key::backspace:
-            if (isAllSelected_ || caret_ > 0) erase(caret_ - 1, 1);
+            erase(before(caret_), caret_);
             break;
         case Key::forwardDelete:
-            erase(caret_, 1);
+            erase(caret_, behind(caret_));
             break;
         case Key::left:
-            caret_ = isAllSelected_ || caret_ == 0 ? 0 : caret_ - 1;
+            caret_ = isAllSelected_ ? 0 : before(caret_);
             break;
         case Key::right:
-            caret_ = isAllSelected_ ? text_.size() : std::min(caret_ + 1, text_.size());
+            caret_ = isAllSelected_ ? text_.size() : behind(caret_);
             break;
         case Key::home:
             caret_ = 0;
@@ -81,7 +91,7 @@ void ValueField::key(const platform::KeyStroke& stroke) {
             break;
     }
     isAllSelected_ = false;
-    if (text_ != before) isRefused_ = false;
+    if (text_ != old) isRefused_ = false;
     setNeedsDisplay();
 }
 

@@ -28,9 +28,12 @@ class ValueField : public platform::UIView {
     void draw(platform::CGRect rect) override;
 
  private:
-    void erase(std::size_t from, std::size_t count);
+    void erase(std::size_t from, std::size_t to);
+    /// Where the character before or behind a place begins.
+    std::size_t before(std::size_t place) const;
+    std::size_t behind(std::size_t place) const;
 
-    std::string text_;  // ASCII
+    std::string text_;  // UTF-8; only ASCII can be typed
     std::size_t caret_ = 0;
     bool isAllSelected_ = false;
     bool isRefused_ = false;

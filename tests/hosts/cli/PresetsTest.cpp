@@ -41,7 +41,8 @@ TEST(Presets, SoundAsTheirParametersDoWhereverTheyAreNamed) {
           {"render in.wav a.wav --preset in.wav/none", 1, "in.wav/none: Not a directory\n"},
           {"presets --save Mine --bypass", 1, "exists; -y (--overwrite) replaces it\n"},
           {"presets --save Other", 2, "--save: needs parameters or --preset"},
-          {"presets --save ../Other --bypass", 2, "is a name, without slashes\n"}}) {
+          {"presets --save ../Other --bypass", 2, "is a name of your own, without slashes\n"},
+          {"presets --save 'wider pad' --bypass", 2, "is a name of your own, without"}}) {
         const auto run = kelvane(arguments);
         EXPECT_EQ(run.code, code) << arguments;
         EXPECT_THAT(run.err, HasSubstr(line));

@@ -80,9 +80,8 @@ TEST_F(StripWindow, KeysReachEveryPartAndPresetsAreSavedAndChosen) {
              {"key ctrl+shift+z", 0.51F, false},
              {"key Tab Tab Return; key Escape", 0.51F, false},                               // B
              {"mousemove 300 380 click 4; mousemove 600 220; key Tab space", 0.51F, false},  // A
-             {"key Tab Tab Return Tab Return", 0.51F,
-              false},  // copied to B, which is heard by undo
-             {"key Right Return", 0.51F, false},
+             {"key Tab Tab Return Tab Return Return", 0.52F, false},  // copied to B, all undone
+             {"key Right Return Return", 0.51F, false},
              {"key Tab Tab Return; type a/b; key Return", 0.51F, false},  // refused
              {"key BackSpace BackSpace BackSpace Return; type Mine; key Return", 0.51F, true},
              {"key shift+Tab space; key Home Down Down Down Return", 0.6F, true},
@@ -143,7 +142,9 @@ TEST(SignalFigures, SmoothHoldAndFallAndEndWithTheSound) {
     figures.add(reading, 11.5);
     EXPECT_GT(figures.lowestCorrelation, -0.9) << "released";
     EXPECT_NEAR(figures.input.level, -6.0206 - 12, 1e-4) << "falling";
-    figures.add({}, 13);
+    figures.add(hosts::SignalMeter::Reading{}, 12.6);
+    EXPECT_TRUE(std::isnan(figures.balance)) << "a second of silence";
+    figures.add({}, 14);
     EXPECT_TRUE(std::isnan(figures.correlation) && std::isnan(figures.input.level));
     EXPECT_TRUE(figures.output.hasClipped) << "until it is clicked";
 }
