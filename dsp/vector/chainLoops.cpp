@@ -229,7 +229,7 @@ void delay(const float* in, float* out, float* line, std::int32_t count, float g
 }
 
 template <int index, class Number>
-inline void shapeFrames(const Shape& shape, Number& l, Number& r) {
+[[gnu::always_inline]] inline void shapeFrames(const Shape& shape, Number& l, Number& r) {
     constexpr ShapeStages stages = ShapeStages::at(index);
     static_assert(stages.index() == index);
     l = flipped(l, shape.leftSign);
@@ -253,7 +253,7 @@ struct ShapeStep {
         Number left, right, lateLeft, lateRight;
     };
     template <class Number>
-    Result<Number> read(std::int32_t i) const {
+    [[gnu::always_inline]] Result<Number> read(std::int32_t i) const {
         auto l = numberAt<Number>(left + i), r = numberAt<Number>(right + i);
         shapeFrames<index>(shape, l, r);
         return {l, r, numberAt<Number>(ringLeft + i), numberAt<Number>(ringRight + i)};
