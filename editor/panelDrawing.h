@@ -32,6 +32,7 @@ struct PanelText {
     void draw(platform::CGContext& context, const platform::CGColor& color) const;
 };
 
+/// Of an angle.
 platform::CGFloat radians(platform::CGFloat degrees);
 
 /// A straight line.
@@ -43,6 +44,7 @@ platform::CGPath arc(platform::CGPoint middle, platform::CGFloat radius,
 platform::CGPoint around(platform::CGPoint middle, platform::CGFloat radius,
                          platform::CGFloat degrees);
 
+/// Fills a path.
 void fill(platform::CGContext& context, const platform::CGPath& path,
           const platform::CGColor& color);
 /// With round joins.

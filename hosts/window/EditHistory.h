@@ -15,6 +15,7 @@ class EditHistory {
     using Values = std::array<float, parameterCount>;
     /// A gesture, a switch between two sets of values, or a change of the set that is not heard.
     enum class Kind { gesture, switchSets, copy };
+    /// What it changed.
     struct Step {
         Values before, after;
         Kind kind = Kind::gesture;

@@ -382,10 +382,11 @@ std::vector<PresetList::Row> Strip::readUsers() {
 
 void Strip::togglePresets() {
     if (list_->isOpen()) return list_->close();
+    const auto wrong = readUsers();
     std::vector<PresetList::Row> rows;
+    rows.reserve(presetBank.size() + users_.size() + wrong.size());
     for (const auto& preset : presetBank)
         rows.push_back({std::string(preset.name), std::string(preset.summary)});
-    const auto wrong = readUsers();
     for (const auto& preset : users_) rows.push_back({preset.name, preset.summary, true, true});
     const auto found = std::find_if(rows.begin(), rows.end(),
                                     [&](const auto& row) { return row.name == chosen_; });

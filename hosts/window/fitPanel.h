@@ -19,8 +19,9 @@ struct PanelFit {
 /// panel's canvas. Any thread.
 PanelFit fitPanel(platform::CGSize window, platform::CGFloat footer = 0);
 
-/// The window in which the panel has that place, with a footer below it, and the reverse. Points.
+/// The window in which the panel has that place, with a footer below it, in points.
 platform::CGSize withFooter(platform::CGSize panel, platform::CGFloat footer);
+/// The panel's place in such a window.
 platform::CGSize withoutFooter(platform::CGSize window, platform::CGFloat footer);
 
 }  // namespace qov::hosts
