@@ -77,7 +77,6 @@ class App {
     ~App() {
         // Sound first, then the window, then the instance, which ends the loop.
         source_.reset();
-        strip_.reset();
         window_.reset();
         loop_->removeFileDescriptor(signals_.descriptor());
     }
@@ -107,7 +106,7 @@ class App {
     std::shared_ptr<RunLoop> loop_ = RunLoop::create();
     std::unique_ptr<hosts::Instance> instance_;
     std::unique_ptr<hosts::EditorWindow> window_;
-    std::shared_ptr<hosts::Strip> strip_;  // the window's
+    const hosts::Strip* strip_ = nullptr;  // the window's
     std::shared_ptr<hosts::CaptionView> notice_ = std::make_shared<hosts::CaptionView>();
     std::optional<RunLoop::TimerID> noticeTimer_;
     std::optional<double> escape_;  // when Esc was pressed first
@@ -169,12 +168,13 @@ void App::openWindow() {
     options.size = hosts::withFooter(options_.size.value_or(saved_.size.value_or(options.size)),
                                      hosts::Strip::heightIf(saved_.isStripShown));
     options.makeFooter = [this](hosts::EditorWindow& window) {
-        strip_ = std::make_shared<hosts::Strip>(
+        const auto strip = std::make_shared<hosts::Strip>(
             window, *instance_,
             hosts::Strip::Options{.isShown = saved_.isStripShown, .onFold = [&window](bool) {
                                       window.setSize(window.wantedSize());
                                   }});
-        return strip_;
+        strip_ = strip.get();
+        return strip;
     };
     std::string error;
     window_ = hosts::EditorWindow::open(*instance_, options, &error);
