@@ -168,7 +168,7 @@ void App::openWindow() {
     options.size = hosts::withFooter(options_.size.value_or(saved_.size.value_or(options.size)),
                                      hosts::Strip::heightIf(saved_.isStripShown));
     options.makeFooter = [this](hosts::EditorWindow& window) {
-        const auto strip = std::make_shared<hosts::Strip>(
+        auto strip = std::make_shared<hosts::Strip>(
             window, *instance_,
             hosts::Strip::Options{.isShown = saved_.isStripShown, .onFold = [&window](bool) {
                                       window.setSize(window.wantedSize());
