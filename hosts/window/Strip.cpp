@@ -144,7 +144,6 @@ Strip::Strip(EditorWindow& window, Instance& instance, Options options)
          std::initializer_list<std::shared_ptr<UIView>>{list_, name_, caption_})
         window_.content().addSubview(view);
     list_->onChoose = [this](std::size_t row) { choosePreset(row); };
-    static_cast<void>(readUsers());  // for the name of the one that is in force
     showFigures(true);
     showValues();
     setMeasuring(isShown());
@@ -345,6 +344,7 @@ std::string Strip::presetName() {
     };
     for (const auto& preset : presetBank)
         if (preset.values == now) return choose(std::string(preset.name));
+    if (!hasReadUsers_) static_cast<void>(readUsers());
     for (const auto& preset : users_)
         if (preset.values == now) return choose(preset.name);
     return chosen_.empty() ? "edited" : chosen_ + " *";
@@ -367,6 +367,7 @@ void Strip::fold() {
 
 /// Reads the user's presets. Returns a row for each that is none.
 std::vector<PresetList::Row> Strip::readUsers() {
+    hasReadUsers_ = true;
     users_.clear();
     std::vector<PresetList::Row> wrong;
     const double rate = double{instance_.audioUnit().getSamplerate()};
@@ -416,6 +417,7 @@ void Strip::choosePreset(std::size_t row) {
 
 void Strip::openName() {
     replaced_.reset();
+    if (!hasReadUsers_) static_cast<void>(readUsers());
     const bool isUsers = std::any_of(users_.begin(), users_.end(),
                                      [&](const auto& preset) { return preset.name == chosen_; });
     name_->open(isUsers ? chosen_ : "", windowArea(presets_->place()));

@@ -116,8 +116,9 @@ class Strip : public PanelFooter {
     platform::CGPoint listCorner_;  // of the strip when it was opened
     std::shared_ptr<ValueField> name_;
     std::shared_ptr<CaptionView> caption_;
-    std::vector<Preset> users_;                     // as the list was opened, or saved since
-    std::string chosen_;                            // the preset whose values were the last
+    bool hasReadUsers_ = false;  // not before no preset of the program's own has the values
+    std::vector<Preset> users_;  // as the list was opened, or saved since
+    std::string chosen_;         // the preset whose values were the last
     std::optional<Instance::Values> chosenValues_;  // and they
     std::optional<std::string> replaced_;           // the name of a file that Return replaces
 };
