@@ -87,11 +87,9 @@ std::vector<std::string> PresetChoice::lines() const {
         return lines;
     }
     std::ifstream file(path_);
-    for (std::string line; std::getline(file, line);) {
-        line.resize(std::min(line.find('#'), line.size()));
-        if (const auto first = line.find_first_not_of(" \t\r"); first != line.npos)
-            lines.push_back(line.substr(first, line.find_last_not_of(" \t\r") + 1 - first));
-    }
+    for (std::string line; std::getline(file, line);)
+        if (const auto setting = Preset::settingIn(line); !setting.empty())
+            lines.emplace_back(setting);
     return lines;
 }
 

@@ -73,6 +73,10 @@ std::string Preset::pathOf(const std::string& name) {
                : "";
 }
 
+std::string_view Preset::settingIn(std::string_view line) {
+    return trimmed(line.substr(0, line.find('#')));
+}
+
 std::string Preset::text() const {
     std::string text = summary.empty() ? "" : fmt::format("# {}\n", summary);
     for (const auto& parameter : hostParameters)
@@ -89,7 +93,7 @@ std::optional<Preset> Preset::parse(std::string_view text, double sampleRate, st
     for (int number = 1; !text.empty(); ++number) {
         const auto line = text.substr(0, text.find('\n'));
         text.remove_prefix(std::min(line.size() + 1, text.size()));
-        const auto value = trimmed(line.substr(0, line.find('#')));
+        const auto value = settingIn(line);
         if (value.empty()) {
             if (!hasValue && preset.summary.empty() && line.find('#') != line.npos)
                 preset.summary = trimmed(line.substr(line.find('#') + 1));

@@ -30,6 +30,9 @@ struct Preset {
     /// Where the user's preset of that name lies or is to lie; empty for a name that no file can
     /// have, one that means a preset of the program's own, or without a home.
     static std::string pathOf(const std::string& name);
+    /// A line of a file without its comment and the space around it: empty, or a parameter and its
+    /// value.
+    static std::string_view settingIn(std::string_view line);
     /// The text of a file with all values.
     std::string text() const;
 
