@@ -13,20 +13,22 @@ worker.addEventListener("install", (event) => {
     event.waitUntil(
         caches
             .open(store)
-            .then((cache) => cache.addAll(files))
-            .then(() => worker.skipWaiting()),
+            // Asks the server whether files of the browser's own cache are still right.
+            .then((cache) => cache.addAll(files.map((file) => new Request(file, { cache: "no-cache" })))),
     );
 });
 
+// After the last page of an older build was closed, so that no page gets files of two builds.
 worker.addEventListener("activate", (event) => {
     event.waitUntil(
         caches
             .keys()
-            .then((names) => Promise.all(names.filter((name) => name !== store).map((name) => caches.delete(name))))
+            .then((names) => Promise.all(names.filter((name) => name.startsWith("kelvane-") && name !== store).map((name) => caches.delete(name))))
             .then(() => worker.clients.claim()),
     );
 });
 
 worker.addEventListener("fetch", (event) => {
-    event.respondWith(caches.match(event.request, { ignoreSearch: true }).then((kept) => kept ?? fetch(event.request)));
+    const kept = caches.open(store).then((cache) => cache.match(event.request, { ignoreSearch: true }));
+    event.respondWith(kept.then((answer) => answer ?? fetch(event.request)));
 });
