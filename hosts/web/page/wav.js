@@ -30,7 +30,7 @@ const readers = {
 
 /**
  * Null for what is no WAV file, or of a kind that is left to the browser. Throws an Error with one line for a file
- * that cannot be played: no frames, or more than two channels.
+ * that cannot be played: no frames, or neither one nor two channels.
  * @param {ArrayBuffer} file
  * @returns {Sound | null}
  */
@@ -68,7 +68,7 @@ export function readWav(file) {
 
 /** @param {number} channels */
 export function requireStereo(channels) {
-    if (channels > 2) throw new Error(`the file has ${channels} channels; the effect takes one or two`);
+    if (channels < 1 || channels > 2) throw new Error(`the file has ${channels} channels; the effect takes one or two`);
 }
 
 /**
