@@ -4,7 +4,7 @@
 import { Figures } from "./figures.js";
 import { moduleBytes, Panel } from "./kelvane.js";
 import { parameters, presets as factoryPresets } from "./parameters.js";
-import { Offline, Player, playPhrase, readSound } from "./sound.js";
+import { Offline, Player, playPhrase, readSound, stopTracks } from "./sound.js";
 import { UndoHistory } from "./undo.js";
 
 /**
@@ -21,16 +21,23 @@ const presets = /** @type {HTMLSelectElement} */ (element("preset"));
 const message = element("message");
 const keptKey = "kelvane settings";
 const stillMotion = matchMedia("(prefers-reduced-motion: reduce)");
+const invitation = "Press Play to hear it.";
+/** Seconds. @type {Record<string, number>} */
+const seekKeys = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -10, PageUp: 10 };
 const startTimeout = 3000; // milliseconds
 const stillInterval = 1000; // milliseconds between two pictures of the sound where motion is unwanted
 
-const bytes = await moduleBytes();
+const bytes = await moduleBytes().catch((error) => {
+    say(`The page could not be loaded: ${error.message}. Reload it.`);
+    throw error;
+});
 const panel = new Panel(canvas, bytes);
 /** @type {Map<number, HTMLInputElement>} */
 const inputs = new Map();
 const player = new Player((address) => panel.value(address));
 const phrase = playPhrase(bytes);
-let name = "phrase";
+/** The file that was opened last. @type {{name: string, sound: import("./sound.js").Sound} | undefined} */
+let opened;
 /** @type {Offline | undefined} */
 let offline;
 const figures = new Figures(element("figures"), panel, () => ask(true));
@@ -50,14 +57,9 @@ function ask(isMeasured) {
     return offline.ask(presentValues(), isMeasured);
 }
 
-/** @param {import("./sound.js").Sound} sound */
-function use(sound) {
-    player.use(sound);
-    soundChanged();
-}
-
 function soundChanged() {
-    offline?.worker.terminate();
+    showSource();
+    offline?.end();
     offline = undefined;
     figures.changed();
 }
@@ -121,7 +123,7 @@ function show(address, value) {
  */
 function change(address, value) {
     panel.setValue(address, value);
-    player.node.then((node) => node.set(address, value));
+    player.withNode((node) => node.set(address, value));
     show(address, value);
 }
 
@@ -230,7 +232,7 @@ element("keep").addEventListener("click", () => {
 });
 
 panel.onEdit = (/** @type {number} */ address, /** @type {number} */ value) => {
-    player.node.then((node) => node.set(address, value));
+    player.withNode((node) => node.set(address, value));
     show(address, value);
 };
 parameters.forEach(addControl);
@@ -243,7 +245,13 @@ addEventListener("hashchange", () => applySettings(location.hash.slice(1)));
 
 // The sound
 
-player.ready = phrase.then((sound) => player.sound ?? use(sound)).catch(say);
+player.ready = phrase
+    .then((sound) => {
+        if (player.sound || player.stream) return; // a file was faster
+        player.use(sound);
+        soundChanged();
+    })
+    .catch(say);
 player.node.then(
     (node) => {
         panel.setRate(player.context.sampleRate);
@@ -261,7 +269,7 @@ player.node.then(
         };
         showPlaying();
     },
-    (error) => say(`The browser cannot run the effect: ${error.message}`),
+    say,
 );
 
 /** @type {ReturnType<typeof setInterval> | undefined} */
@@ -269,12 +277,22 @@ let positionTimer;
 function showPlaying() {
     const isPlaying = player.isPlaying;
     play.textContent = isPlaying ? "Pause" : "Play";
-    play.setAttribute("aria-pressed", String(isPlaying));
-    player.node.then((node) => node.watch(isPlaying && !document.hidden));
+    player.withNode((node) => node.watch(isPlaying && !document.hidden));
     clearInterval(positionTimer);
     if (isPlaying && !document.hidden) positionTimer = setInterval(tick, 250);
     if (!isPlaying) figures.rest();
     showPosition();
+    showSource();
+}
+
+/** What plays, whatever was tried. */
+function showSource() {
+    source.value = player.stream ? "input" : isOpened() ? "opened" : "phrase";
+}
+
+/** Whether the sound is the opened file, not the phrase. */
+function isOpened() {
+    return opened !== undefined && player.sound === opened.sound;
 }
 
 function tick() {
@@ -289,55 +307,94 @@ function showPosition() {
     const seconds = (/** @type {number} */ s) => `${Math.floor(s / 60)}:${String(Math.floor(s % 60)).padStart(2, "0")}`;
     seek.max = String(duration);
     seek.value = String(position);
-    seek.setAttribute("aria-valuetext", `${seconds(position)} of ${seconds(duration)}`);
+    const text = `${seconds(position)} of ${seconds(duration)}`;
+    if (seek.getAttribute("aria-valuetext") !== text) seek.setAttribute("aria-valuetext", text);
 }
 
 player.onChange = showPlaying;
-player.onLost = () => say("The input is gone; choose another source.");
+player.onLost = () => {
+    soundChanged();
+    say("The input is gone; choose another source.");
+};
 document.addEventListener("visibilitychange", showPlaying);
 play.addEventListener("click", () => {
     if (player.isPlaying) return player.pause();
-    if (message.textContent?.startsWith("Press")) say("");
-    player.play().catch(say);
-    setTimeout(() => {
-        if (player.context.state !== "running" && player.isWanted) say("The browser starts no sound; is there an output?");
-    }, startTimeout);
+    if (message.textContent === invitation) say("");
+    start().catch(say);
 });
 seek.addEventListener("input", () => player.seek(seek.valueAsNumber));
+seek.addEventListener("keydown", (event) => {
+    const seconds = seekKeys[event.key];
+    if (!seconds) return;
+    event.preventDefault();
+    player.seek(Math.min(Math.max(player.position + seconds, 0), player.duration));
+    showPosition();
+});
 element("loop").addEventListener("change", (event) =>
     player.setLoop(/** @type {HTMLInputElement} */ (event.target).checked),
 );
 
-/** @param {Blob & {name?: string}} chosen */
+function start() {
+    setTimeout(() => {
+        if (player.context.state !== "running" && player.isWanted) say("The browser starts no sound; is there an output?");
+    }, startTimeout);
+    return player.play();
+}
+
+let choices = 0;
+/**
+ * Changes to another source, and plays on. False if another one was chosen meanwhile.
+ * @template T
+ * @param {Promise<T>} found
+ * @param {(found: T) => void} use
+ */
+async function choose(found, use) {
+    const choice = ++choices;
+    const what = await found;
+    if (choice !== choices) {
+        if (what instanceof MediaStream) stopTracks(what);
+        return false;
+    }
+    const wasWanted = player.isWanted;
+    use(what);
+    soundChanged();
+    if (wasWanted && !player.stream) start().catch(say); // an input is started by who asked for it
+    return true;
+}
+
+/** @param {File} chosen */
 async function open(chosen) {
     try {
-        const sound = await readSound(chosen, player.context);
-        name = (chosen.name ?? "sound").replace(/\.[^.]*$/, "");
-        const wasPlaying = player.isPlaying;
-        use(sound);
-        if (wasPlaying) await player.play();
-        source.value = "file";
-        say(`${chosen.name ?? "The file"}: ${sound.rate} Hz, ${player.duration.toFixed(1)} s.`);
+        const isUsed = await choose(readSound(chosen, player.context), (sound) => {
+            player.use(sound);
+            opened = { name: chosen.name.replace(/\.[^.]*$/, ""), sound };
+            source.querySelector("[value=opened]")?.remove();
+            source.options[0].after(new Option(chosen.name, "opened"));
+        });
+        if (isUsed) say(`${chosen.name}: ${player.sound?.rate} Hz, ${player.duration.toFixed(1)} s.`);
     } catch (error) {
-        say(error instanceof Error ? `${chosen.name ?? "The file"}: ${error.message}` : error);
+        say(error instanceof Error ? `${chosen.name}: ${error.message}` : error);
     }
 }
 
-source.addEventListener("change", async () => {
-    if (source.value === "file") return file.click();
-    if (source.value === "phrase") {
-        name = "phrase";
-        return use(await phrase);
-    }
+async function listen() {
     try {
-        await player.useInput();
-        soundChanged();
-        await player.play();
+        if (!(await choose(player.askInput(), (stream) => player.useInput(stream)))) return;
+        await start();
         say("Use headphones: the input is heard.");
     } catch (error) {
-        source.value = "phrase";
+        player.closeInput();
+        showPlaying();
         say(`The browser gives no input: ${error instanceof Error ? error.message : error}`);
     }
+}
+
+source.addEventListener("change", () => {
+    const chosen = source.value;
+    showSource();
+    if (chosen === "file") file.click();
+    else if (chosen === "input") listen();
+    else choose(chosen === "opened" && opened ? Promise.resolve(opened.sound) : phrase, (sound) => player.use(sound)).catch(say);
 });
 // The same file may be chosen again.
 file.addEventListener("click", () => (file.value = ""));
@@ -346,8 +403,10 @@ for (const type of ["dragover", "dragleave", "drop"])
     document.addEventListener(type, (event) => {
         event.preventDefault();
         document.body.classList.toggle("dropping", type === "dragover");
-        const dropped = type === "drop" && /** @type {DragEvent} */ (event).dataTransfer?.files[0];
-        if (dropped) open(dropped);
+        const dropped = type === "drop" && /** @type {DragEvent} */ (event).dataTransfer;
+        if (!dropped || !dropped.files.length) return;
+        if (dropped.files.length > 1 || dropped.items[0].webkitGetAsEntry()?.isDirectory) say("Drop one sound file.");
+        else open(dropped.files[0]);
     });
 
 element("export").addEventListener("click", async () => {
@@ -356,7 +415,7 @@ element("export").addEventListener("click", async () => {
     say("Rendering…");
     try {
         const link = document.createElement("a");
-        link.download = `${name}-kelvane.wav`;
+        link.download = `${(isOpened() && opened?.name) || "phrase"}-kelvane.wav`;
         link.href = URL.createObjectURL(new Blob([await rendering], { type: "audio/wav" }));
         link.click();
         setTimeout(() => URL.revokeObjectURL(link.href), 60000);
@@ -383,7 +442,7 @@ midi.addEventListener("click", async () => {
         const access = await navigator.requestMIDIAccess();
         const listen = () =>
             access.inputs.forEach((input) => {
-                input.onmidimessage = ({ data }) => data && player.node.then((node) => node.midi([...data]));
+                input.onmidimessage = ({ data }) => data && player.withNode((node) => node.midi([...data]));
             });
         access.onstatechange = listen;
         listen();
@@ -393,4 +452,5 @@ midi.addEventListener("click", async () => {
     }
 });
 
+if (message.textContent === "Loading…") say(invitation);
 navigator.serviceWorker?.register("offline.js").catch(() => {}); // without it the page needs the network

@@ -58,8 +58,17 @@ export class Offline {
     constructor(bytes, sound) {
         this.worker = new Worker(new URL("./job.js", import.meta.url), { type: "module" });
         this.worker.postMessage({ bytes, sound });
+        /** Rejected by end(). @type {Promise<never>} */
+        this.ended = new Promise((_, fail) => (this.fail = fail));
         /** @type {Promise<any>} */
         this.last = Promise.resolve();
+    }
+
+    /** Stops the worker; what it was asked for and has not answered is rejected. */
+    end() {
+        this.worker.terminate();
+        this.ended.catch(() => {}); // nobody may be waiting
+        this.fail?.(new Error("The sound was changed while it was rendered."));
     }
 
     /**
@@ -74,15 +83,24 @@ export class Offline {
                 this.worker.onerror = () => fail(new Error("The sound could not be rendered."));
                 this.worker.postMessage({ values, isMeasured });
             });
-        return (this.last = this.last.then(job, job));
+        this.last = this.last.then(job, job);
+        return Promise.race([this.last, this.ended]);
     }
+}
+
+/** @param {MediaStream} stream */
+export function stopTracks(stream) {
+    stream.getTracks().forEach((track) => track.stop());
 }
 
 export class Player {
     /** @param {(address: number) => number} valueOf the present settings */
     constructor(valueOf) {
         this.context = new AudioContext({ latencyHint: "interactive" });
-        this.node = createKelvane(this.context, { values: parameters.map(({ address }) => valueOf(address)) });
+        this.node = createKelvane(this.context, { values: parameters.map(({ address }) => valueOf(address)) }).catch((error) => {
+            // Elsewhere browsers have no audio worklets.
+            throw new Error(isSecureContext ? `The browser cannot run the effect: ${error.message}` : "Sound needs an address with https.");
+        });
         /** When the first sound is there. @type {Promise<unknown>} */
         this.ready = Promise.resolve();
         /** @type {Sound | undefined} */
@@ -100,10 +118,18 @@ export class Player {
         this.startedAt = 0;
         /** Called when it starts or stops by itself. */
         this.onChange = () => {};
-        /** The input has gone. */
+        /** The input has gone; the sound of before is there, and rests. */
         this.onLost = () => {};
         this.context.onstatechange = () => this.onChange();
-        this.node.then((node) => node.connect(this.context.destination));
+        this.withNode((node) => node.connect(this.context.destination));
+    }
+
+    /**
+     * Once the effect is there. Where it cannot be, `node` is rejected, and this is nothing.
+     * @param {(node: import("./kelvane.js").KelvaneNode) => void} act
+     */
+    withNode(act) {
+        this.node.then(act, () => {});
     }
 
     get isPlaying() {
@@ -127,8 +153,14 @@ export class Player {
 
     /** @param {Sound} sound */
     use(sound) {
-        const buffer = this.context.createBuffer(2, sound.channels[0].length, sound.rate);
-        sound.channels.forEach((frames, side) => buffer.copyToChannel(/** @type {Float32Array<ArrayBuffer>} */ (frames), side));
+        const frames = sound.channels[0].length;
+        let buffer;
+        try {
+            buffer = this.context.createBuffer(2, frames, sound.rate);
+        } catch {
+            throw new Error(`the browser cannot play ${frames} frames at ${sound.rate} Hz`);
+        }
+        for (const side of [0, 1]) buffer.copyToChannel(/** @type {Float32Array<ArrayBuffer>} */ (sound.channels[side]), side);
         const isWanted = this.isWanted;
         this.closeInput();
         if (isWanted) this.pause(); // Play may have been touched before the first sound
@@ -139,17 +171,22 @@ export class Player {
     }
 
     /** Asks for a microphone or interface. */
-    async useInput() {
-        const stream = await navigator.mediaDevices.getUserMedia({
+    async askInput() {
+        await this.node; // without it the question would be in vain
+        return navigator.mediaDevices.getUserMedia({
             audio: { channelCount: 2, echoCancellation: false, noiseSuppression: false, autoGainControl: false },
         });
+    }
+
+    /** @param {MediaStream} stream */
+    useInput(stream) {
         this.pause();
         this.closeInput();
         this.stream = stream;
         stream.getTracks().forEach((track) => {
             track.onended = () => {
-                this.pause();
                 this.closeInput();
+                this.pause();
                 this.onLost();
             };
         });
@@ -157,7 +194,7 @@ export class Player {
 
     closeInput() {
         this.input?.disconnect();
-        this.stream?.getTracks().forEach((track) => track.stop());
+        if (this.stream) stopTracks(this.stream);
         this.input = this.stream = undefined;
     }
 
@@ -174,17 +211,22 @@ export class Player {
             const source = new AudioBufferSourceNode(this.context, { buffer: this.buffer, loop: this.isLoop });
             source.connect(node);
             source.onended = () => {
-                if (this.playing !== source) return;
-                this.stop();
-                this.pause();
-                this.offset = 0;
-                this.onChange();
+                // What the effect and the browser still hold is heard before the context rests.
+                const late = node.latency / this.context.sampleRate + (this.context.outputLatency || 0);
+                setTimeout(() => this.playing === source && this.rewind(), 1000 * late);
             };
             this.startedAt = this.context.currentTime;
             source.start(0, this.offset);
             this.playing = source;
-        }
+        } else throw new Error("There is no sound to play; choose a file.");
         await resumed;
+        this.onChange();
+    }
+
+    /** After the end. */
+    rewind() {
+        this.pause();
+        this.offset = 0;
         this.onChange();
     }
 
