@@ -25,13 +25,16 @@ const invitation = "Press Play to hear it.";
 /** Seconds. @type {Record<string, number>} */
 const seekKeys = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -10, PageUp: 10 };
 const startTimeout = 3000; // milliseconds
-const stillInterval = 1000; // milliseconds between two pictures of the sound where motion is unwanted
+const tickInterval = 250; // milliseconds
+const stillInterval = 1000; // milliseconds between two pictures of the sound, or figures, where motion is unwanted
+const heardDelay = 250; // milliseconds, more than from the sound to the page
 
 const bytes = await moduleBytes().catch((error) => {
     say(`The page could not be loaded: ${error.message}. Reload it.`);
     throw error;
 });
 const panel = new Panel(canvas, bytes);
+valuesOf(location.hash.slice(1)).forEach((value, address) => panel.setValue(address, value));
 /** @type {Map<number, HTMLInputElement>} */
 const inputs = new Map();
 const player = new Player((address) => panel.value(address));
@@ -41,7 +44,11 @@ let opened;
 /** @type {Offline | undefined} */
 let offline;
 const figures = new Figures(element("figures"), panel, () => ask(true));
-const steps = new UndoHistory(presentValues());
+/** A and B, which at first are the same. */
+const sets = [new UndoHistory(presentValues()), new UndoHistory(presentValues())];
+let heardSet = 0;
+/** When each value was last set here. */
+const setTimes = parameters.map(() => -Infinity);
 
 function presentValues() {
     return parameters.map(({ address }) => panel.value(address));
@@ -76,7 +83,7 @@ function addControl({ address, name: title, isSwitch, initial, help }) {
     const label = document.createElement("label");
     const input = document.createElement("input");
     const text = document.createElement("span");
-    const output = document.createElement("output");
+    const shown = document.createElement("span");
     text.textContent = title;
     label.title = help;
     input.id = `parameter-${address}`;
@@ -88,7 +95,9 @@ function addControl({ address, name: title, isSwitch, initial, help }) {
         Object.assign(input, { type: "range", min: "0", max: "1", step: "0.005", value: String(initial) });
         input.addEventListener("dblclick", () => apply((at) => (at === address ? initial : panel.value(at))));
         label.className = "slider";
-        label.append(text, output, input);
+        shown.className = "value";
+        shown.setAttribute("aria-hidden", "true"); // the slider's own value text is read
+        label.append(text, shown, input);
     }
     input.addEventListener("input", () => change(address, isSwitch ? Number(input.checked) : input.valueAsNumber));
     input.addEventListener("change", record);
@@ -109,8 +118,8 @@ function show(address, value) {
     else {
         input.value = String(value);
         input.setAttribute("aria-valuetext", text);
-        const output = input.parentElement?.querySelector("output");
-        if (output) output.textContent = text;
+        const shown = input.parentElement?.querySelector(".value");
+        if (shown) shown.textContent = text;
     }
     scheduleAddress();
     figures.changed();
@@ -123,6 +132,16 @@ function show(address, value) {
  */
 function change(address, value) {
     panel.setValue(address, value);
+    send(address, value);
+}
+
+/**
+ * Passes on a value that the panel has.
+ * @param {number} address
+ * @param {number} value
+ */
+function send(address, value) {
+    setTimes[address] = performance.now();
     player.withNode((node) => node.set(address, value));
     show(address, value);
 }
@@ -131,8 +150,29 @@ function change(address, value) {
 function settings() {
     const parts = parameters
         .filter(({ address, initial }) => panel.value(address) !== initial)
-        .map(({ address, option }) => `${option}=${Number(panel.value(address).toPrecision(6))}`);
+        .map(({ address, option }) => `${option}=${shortest(panel.value(address))}`);
     return parts.join("&");
+}
+
+/**
+ * The shortest number that is read back as the same 32-bit float.
+ * @param {number} value
+ */
+function shortest(value) {
+    const numbers = [1, 2, 3, 4, 5, 6, 7, 8, 9].map((digits) => Number(value.toPrecision(digits)));
+    return numbers.find((number) => Math.fround(number) === value);
+}
+
+/**
+ * The values of an address's settings.
+ * @param {string} text
+ */
+function valuesOf(text) {
+    const given = new URLSearchParams(text);
+    return parameters.map(({ option, initial }) => {
+        const value = Number(given.get(option)?.trim() || NaN);
+        return value >= 0 && value <= 1 ? Math.fround(value) : initial;
+    });
 }
 
 /**
@@ -144,16 +184,6 @@ function apply(valueOf) {
     record();
 }
 
-/** @param {string} text */
-function applySettings(text) {
-    const given = new URLSearchParams(text);
-    apply((address) => {
-        const { option, initial } = parameters[address];
-        const value = Number(given.get(option) ?? initial);
-        return value >= 0 && value <= 1 ? value : initial;
-    });
-}
-
 // Undo, redo and the comparison of two settings
 
 const undo = /** @type {HTMLButtonElement} */ (element("undo"));
@@ -162,21 +192,26 @@ const compare = element("compare");
 
 /** After a gesture. */
 function record() {
-    steps.record(presentValues());
-    undo.disabled = !steps.past.length;
-    redo.disabled = !steps.future.length;
-    compare.setAttribute("aria-pressed", String(steps.isOther));
+    sets[heardSet].record(presentValues());
+    undo.disabled = !sets[heardSet].past.length;
+    redo.disabled = !sets[heardSet].future.length;
+    compare.setAttribute("aria-pressed", String(heardSet === 1));
+    showPreset();
 }
 
 /** @param {number[] | undefined} values */
 const goTo = (values) => values && apply((address) => values[address]);
-undo.addEventListener("click", () => goTo(steps.undo()));
-redo.addEventListener("click", () => goTo(steps.redo()));
-compare.addEventListener("click", () => goTo(steps.swap()));
+undo.addEventListener("click", () => goTo(sets[heardSet].undo()));
+redo.addEventListener("click", () => goTo(sets[heardSet].redo()));
+compare.addEventListener("click", () => {
+    record(); // what MIDI has changed
+    heardSet = 1 - heardSet;
+    goTo(sets[heardSet].now);
+});
 document.addEventListener("keydown", (event) => {
     if (event.defaultPrevented || !(event.ctrlKey || event.metaKey) || event.key.toLowerCase() !== "z") return;
     event.preventDefault();
-    goTo(event.shiftKey ? steps.redo() : steps.undo());
+    goTo(event.shiftKey ? sets[heardSet].redo() : sets[heardSet].undo());
 });
 panel.onGesture = record;
 
@@ -187,6 +222,7 @@ function scheduleAddress() {
     // Browsers refuse more than a hundred changes in ten seconds.
     setTimeout(() => {
         isAddressDue = false;
+        showPreset();
         const text = settings();
         if (location.hash.slice(1) !== text) history.replaceState(null, "", text ? `#${text}` : location.pathname);
     }, 300);
@@ -195,53 +231,83 @@ function scheduleAddress() {
 /** @returns {Record<string, string>} */
 function keptSettings() {
     try {
-        return JSON.parse(localStorage.getItem(keptKey) ?? "{}");
+        return Object(JSON.parse(localStorage.getItem(keptKey) ?? "{}"));
     } catch {
         return {};
     }
 }
 
-function listPresets() {
+const forget = element("forget");
+/** The values of each entry of the list that is kept or was chosen. @type {Map<string, number[]>} */
+const listed = new Map();
+
+/** @param {string} chosen */
+function listPresets(chosen) {
+    const kept = Object.entries(keptSettings());
     presets.replaceChildren(
         new Option("Settings…", ""),
         ...factoryPresets.map((title, number) => new Option(title, `factory ${number}`)),
-        ...Object.keys(keptSettings()).map((title) => new Option(title, `kept ${title}`)),
+        ...kept.map(([title]) => new Option(title, `kept ${title}`)),
     );
+    for (const entry of listed.keys()) if (entry.startsWith("kept ")) listed.delete(entry);
+    for (const [title, text] of kept) listed.set(`kept ${title}`, valuesOf(text));
+    presets.value = chosen;
+    showPreset();
+}
+
+/** Shows the preset that has the present values; of several the chosen one. */
+function showPreset() {
+    const now = presentValues();
+    const isPresent = (/** @type {string} */ entry) => listed.get(entry)?.every((value, address) => value === now[address]);
+    if (!isPresent(presets.value)) presets.value = [...listed.keys()].find(isPresent) ?? "";
+    forget.hidden = !presets.value.startsWith("kept ");
 }
 
 presets.addEventListener("change", () => {
-    const [kind, ...rest] = presets.value.split(" ");
+    const [kind, number] = presets.value.split(" ");
     if (kind === "factory") {
-        panel.module.call.selectPreset(Number(rest[0]));
-        apply((address) => panel.value(address));
-    } else if (kind === "kept") applySettings(keptSettings()[rest.join(" ")] ?? "");
-    presets.value = "";
+        panel.module.call.selectPreset(Number(number));
+        listed.set(presets.value, presentValues());
+    }
+    goTo(listed.get(presets.value));
+    showPreset();
 });
 
-addEventListener("storage", listPresets); // another tab has kept a setting
-element("keep").addEventListener("click", () => {
-    const title = prompt("Name of the setting")?.trim();
-    if (!title) return;
+/**
+ * Keeps settings, and shows one of them.
+ * @param {Record<string, string>} kept
+ * @param {string} chosen
+ * @param {string} done
+ */
+function keep(kept, chosen, done) {
     try {
-        localStorage.setItem(keptKey, JSON.stringify({ ...keptSettings(), [title]: settings() }));
-        listPresets();
-        say(`“${title}” is kept in this browser.`);
+        localStorage.setItem(keptKey, JSON.stringify(kept));
+        listPresets(chosen);
+        say(done);
     } catch {
         say("The browser keeps nothing for this page; the address holds the setting.");
     }
+}
+
+addEventListener("storage", () => listPresets(presets.value)); // another tab has kept a setting
+element("keep").addEventListener("click", () => {
+    const title = prompt("Name of the setting")?.trim();
+    if (title) keep({ ...keptSettings(), [title]: settings() }, `kept ${title}`, `“${title}” is kept in this browser.`);
+});
+forget.addEventListener("click", () => {
+    const kept = keptSettings();
+    const title = presets.value.slice("kept ".length);
+    if (!confirm(`Delete “${title}”?`)) return;
+    delete kept[title];
+    presets.focus();
+    keep(kept, "", `“${title}” is deleted.`);
 });
 
-panel.onEdit = (/** @type {number} */ address, /** @type {number} */ value) => {
-    player.withNode((node) => node.set(address, value));
-    show(address, value);
-};
+panel.onEdit = send;
 parameters.forEach(addControl);
-parameters.forEach(({ address, initial }) => show(address, initial));
-listPresets();
-applySettings(location.hash.slice(1));
-steps.past = [];
-record();
-addEventListener("hashchange", () => applySettings(location.hash.slice(1)));
+parameters.forEach(({ address }) => show(address, panel.value(address)));
+listPresets("");
+addEventListener("hashchange", () => goTo(valuesOf(location.hash.slice(1))));
 
 // The sound
 
@@ -257,15 +323,17 @@ player.node.then(
         panel.setRate(player.context.sampleRate);
         parameters.forEach(({ address }) => show(address, panel.value(address)));
         node.onHeard = (address, value) => {
+            // It may be older than what was set here since, which stands.
+            if (performance.now() - setTimes[address] < heardDelay) return node.set(address, panel.value(address));
             panel.setValue(address, value);
             show(address, value);
         };
         let last = -Infinity;
         node.onRing = (ring) => {
+            figures.hear(ring);
             if (stillMotion.matches && performance.now() - last < stillInterval) return;
             last = performance.now();
             panel.show(ring);
-            figures.hear();
         };
         showPlaying();
     },
@@ -279,7 +347,7 @@ function showPlaying() {
     play.textContent = isPlaying ? "Pause" : "Play";
     player.withNode((node) => node.watch(isPlaying && !document.hidden));
     clearInterval(positionTimer);
-    if (isPlaying && !document.hidden) positionTimer = setInterval(tick, 250);
+    if (isPlaying && !document.hidden) positionTimer = setInterval(tick, stillMotion.matches ? stillInterval : tickInterval);
     if (!isPlaying) figures.rest();
     showPosition();
     showSource();

@@ -1,13 +1,12 @@
 // @ts-check
-// What Undo and Redo lead to, and the two settings that are compared.
+// What Undo and Redo lead to, of one of the two settings that are compared.
 
 /** @typedef {number[]} Values of the parameters, by address */
 
 export class UndoHistory {
     /** @param {Values} values */
     constructor(values) {
-        this.now = this.other = values;
-        this.isOther = false; // the second one of A and B
+        this.now = values;
         /** @type {Values[]} */
         this.past = [];
         /** @type {Values[]} */
@@ -43,14 +42,5 @@ export class UndoHistory {
         if (!values) return;
         to.push(this.now);
         return (this.now = values);
-    }
-
-    /** The other ones of A and B, which at first are the same. */
-    swap() {
-        const values = this.other;
-        this.other = this.now;
-        this.isOther = !this.isOther;
-        this.record(values);
-        return values;
     }
 }
