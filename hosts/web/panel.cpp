@@ -97,6 +97,12 @@ KELVANE_EXPORT(keyPanel) bool keyPanel(int key, int character, int held) {
         {static_cast<platform::Key>(key), modifiers(held), static_cast<char>(character)});
 }
 
+/// The canvas no longer gets keys.
+KELVANE_EXPORT(blurPanel) void blurPanel() {
+    const RunLoop::MakeCurrent current(effect().runLoop());
+    if (window().onFocusLost) window().onFocusLost();
+}
+
 /// Runs what is due and has the canvas drawn. Seconds until it is to be called again; infinite for
 /// not before the next event.
 KELVANE_EXPORT(pump) double pump() {
@@ -154,9 +160,11 @@ KELVANE_EXPORT(hearRing) void hearRing() {
     const float* const left = unit.getBufferLeft();
     const float* const right = unit.getBufferRight();
     for (auto* const sum : {&heard.ll, &heard.rr, &heard.lr}) *sum *= keptShare;
+    const auto checked = [](float sample) { return std::isfinite(sample) ? sample : 0; };
     for (std::size_t i = 0; i < ringFrames; ++i) {
-        heard.add(left[i], right[i]);
-        peaks = {std::max(peaks[0], std::abs(left[i])), std::max(peaks[1], std::abs(right[i]))};
+        const float l = checked(left[i]), r = checked(right[i]);
+        heard.add(l, r);
+        peaks = {std::max(peaks[0], std::abs(l)), std::max(peaks[1], std::abs(r))};
     }
 }
 

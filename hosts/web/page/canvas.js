@@ -31,6 +31,7 @@ export class Canvases {
     /** @param {HTMLCanvasElement} window */
     constructor(window) {
         this.window = /** @type {CanvasRenderingContext2D} */ (window.getContext("2d", { alpha: false }));
+        window.width = 1; // forgets the state of a panel before this one
         /** @type {Map<number, Context>} */
         this.contexts = new Map();
         /** The contexts below the layers that are open. @type {Context[]} */
@@ -50,6 +51,11 @@ export class Canvases {
     replay(words, memory) {
         this.memory = memory;
         for (let at = 0; at < words.length; ) at = this.commands[words[at]](words, at + 1);
+    }
+
+    /** After a loss of what canvases hold. */
+    restore() {
+        this.pixels = makeContext(1, 1);
     }
 
     /** @param {number} canvas */

@@ -6,6 +6,9 @@ import { Module } from "./module.js";
 
 const keys = ["ArrowLeft", "ArrowRight", "ArrowUp", "ArrowDown", " ", "Escape", "Enter", "Backspace", "Delete", "Home", "End"];
 const phases = { pointerdown: 0, pointermove: 1, pointerup: 2, pointercancel: 3 };
+// The buttons that touch, a mouse's first or a pen's tip and a pen's eraser: among those that are down, and by number.
+const pressing = 1 | 32;
+const pressers = [0, 5];
 const wheelNotch = 100; // CSS pixels
 const quietAfter = 1500; // milliseconds without an event, after which nothing on the panel moves
 
@@ -21,17 +24,26 @@ export class Panel {
      */
     constructor(canvas, bytes) {
         this.canvas = canvas;
-        this.module = new Module(bytes, () => performance.now(), new Canvases(canvas));
+        this.canvases = new Canvases(canvas);
+        this.module = new Module(bytes, () => performance.now(), this.canvases);
         /** Called with each value that the panel sets. @type {(address: number, value: number) => void} */
         this.onEdit = () => {};
         /** Called after each gesture. */
         this.onGesture = () => {};
+        /** Called when the panel appears or disappears: scrolled away, behind another tab, closed. @type {(isSeen: boolean) => void} */
+        this.onSeen = () => {};
+        this.isSeen = !document.hidden;
+        this.isInView = true;
         this.pumps = 0;
         this.lastEvent = -Infinity;
         this.wheel = 0;
+        /** The pointers that are down. @type {Set<number>} */
+        this.down = new Set();
         /** @type {ReturnType<typeof setTimeout> | undefined} */
         this.timer = undefined;
-        this.isFrameAsked = false;
+        /** @type {number | undefined} */
+        this.frame = undefined;
+        this.ended = new AbortController();
         this.setRate(44100);
         const { width, height, scale } = this.size();
         this.resizeCanvas(width, height, scale);
@@ -64,29 +76,105 @@ export class Panel {
     listen() {
         const { canvas } = this;
         const { call } = this.module;
+        const { signal } = this.ended;
+        /**
+         * @template {keyof HTMLElementEventMap} T
+         * @param {T} type
+         * @param {(event: HTMLElementEventMap[T]) => void} act
+         */
+        const on = (type, act) => canvas.addEventListener(type, act, { signal, passive: false });
         for (const type of /** @type {const} */ (["pointerdown", "pointermove", "pointerup", "pointercancel"]))
-            canvas.addEventListener(type, (event) => this.point(type, event));
-        canvas.addEventListener("pointerleave", (event) => {
-            if (event.pointerType !== "mouse" || event.buttons) return;
+            on(type, (event) => this.point(type, event));
+        on("pointerleave", ({ pointerType, pointerId }) => {
+            if (pointerType === "touch" || this.down.has(pointerId)) return;
             call.leavePanel();
             this.wake();
         });
-        canvas.addEventListener("wheel", (event) => this.turnWheel(event), { passive: false });
-        canvas.addEventListener("keydown", (event) => {
-            const key = keys.indexOf(event.key) + 1; // 0 is any other
-            const character = event.key.length === 1 ? event.key.charCodeAt(0) : 0;
-            if (call.keyPanel(key, character < 127 ? character : 0, modifiers(event))) event.preventDefault();
+        on("wheel", (event) => this.turnWheel(event));
+        on("keydown", (event) => this.press(event));
+        on("blur", () => {
+            call.blurPanel();
             this.wake();
         });
-        new ResizeObserver(() => this.fit()).observe(canvas);
-        matchMedia(`(resolution: ${devicePixelRatio}dppx)`).addEventListener("change", () => this.fit(), { once: true });
-        document.addEventListener("visibilitychange", () => this.wake());
+        on("contextrestored", () => {
+            this.canvases.restore();
+            // The pictures of its parts are lost, too; they are made anew for another scale.
+            this.fit(1.01);
+            call.pump();
+            this.fit();
+        });
+        this.listenToPinch();
+        // Neither scrolls nor zooms the page. It gets keys once it was touched; for others there are AudioParams.
+        canvas.style.touchAction = "none";
+        canvas.tabIndex = -1;
+        if (!canvas.hasAttribute("role")) {
+            canvas.setAttribute("role", "img");
+            canvas.setAttribute("aria-label", "The effect's panel");
+        }
+
+        const resized = new ResizeObserver(() => this.fit());
+        resized.observe(canvas);
+        const scrolled = new IntersectionObserver((entries) => {
+            this.isInView = entries[entries.length - 1].isIntersecting;
+            this.look();
+        });
+        scrolled.observe(canvas);
+        signal.addEventListener("abort", () => {
+            resized.disconnect();
+            scrolled.disconnect();
+        });
+        document.addEventListener("visibilitychange", () => this.look(), { signal });
+        const watchScale = () => {
+            const isSame = matchMedia(`(resolution: ${devicePixelRatio}dppx)`);
+            const changed = () => {
+                this.fit();
+                watchScale();
+            };
+            isSame.addEventListener("change", changed, { once: true, signal });
+        };
+        watchScale();
     }
 
-    fit() {
+    /** Safari's own events of a trackpad; with fingers they come beside their pointers. */
+    listenToPinch() {
+        let scale = 1;
+        for (const type of ["gesturestart", "gesturechange", "gestureend"])
+            this.canvas.addEventListener(
+                type,
+                (/** @type {any} */ event) => {
+                    event.preventDefault();
+                    const { left, top } = this.canvas.getBoundingClientRect();
+                    if (type === "gesturechange" && !this.down.size)
+                        this.module.call.zoomPanel(event.clientX - left, event.clientY - top, event.scale / scale);
+                    scale = event.scale;
+                    this.wake();
+                },
+                { signal: this.ended.signal },
+            );
+    }
+
+    /** Whether it is seen now. */
+    look() {
+        const isSeen = this.isInView && !document.hidden && !this.ended.signal.aborted;
+        if (isSeen === this.isSeen) return;
+        this.isSeen = isSeen;
+        this.onSeen(isSeen);
+        this.wake();
+    }
+
+    /** Ends it: the canvas keeps its last picture and may get another panel. */
+    close() {
+        this.ended.abort();
+        clearTimeout(this.timer);
+        if (this.frame !== undefined) cancelAnimationFrame(this.frame);
+        this.look();
+    }
+
+    /** @param {number} [factor] of the scale */
+    fit(factor = 1) {
         const { width, height, scale } = this.size();
         this.resizeCanvas(width, height, scale);
-        this.module.call.resizePanel(width, height, scale);
+        this.module.call.resizePanel(width, height, scale * factor);
         this.wake(true);
     }
 
@@ -96,14 +184,35 @@ export class Panel {
      */
     point(type, event) {
         const { call } = this.module;
-        const isMouse = event.pointerType === "mouse";
-        if (isMouse && type === "pointermove" && !event.buttons) call.hoverPanel(event.offsetX, event.offsetY);
-        else if (!isMouse || event.button <= 0)
-            call.touchPanel(event.pointerId, phases[type], event.offsetX, event.offsetY, modifiers(event));
-        if (type === "pointerdown") {
-            this.canvas.setPointerCapture(event.pointerId);
-            this.canvas.focus({ preventScroll: true });
+        const { pointerId, offsetX, offsetY } = event;
+        const wasDown = this.down.has(pointerId);
+        let phase = phases[type];
+        // Further buttons of a mouse or pen arrive as moves, whichever went down first.
+        if (event.pointerType !== "touch" && type !== "pointercancel") {
+            const isPressed = event.buttons & pressing;
+            if (!wasDown) phase = isPressed && pressers.includes(event.button) ? phases.pointerdown : phases.pointermove;
+            else phase = isPressed ? phases.pointermove : phases.pointerup;
         }
+        if (phase === phases.pointerdown) {
+            this.down.add(pointerId);
+            this.canvas.setPointerCapture(pointerId);
+            this.canvas.focus({ preventScroll: true });
+        } else if (!wasDown) {
+            if (event.pointerType !== "touch" && !event.buttons) call.hoverPanel(offsetX, offsetY);
+            return this.wake();
+        } else if (phase !== phases.pointermove) this.down.delete(pointerId);
+        call.touchPanel(pointerId, phase, offsetX, offsetY, modifiers(event));
+        this.wake();
+    }
+
+    /** @param {KeyboardEvent} event */
+    press(event) {
+        const key = keys.indexOf(event.key) + 1; // 0 is any other
+        const code = event.key.length === 1 ? event.key.charCodeAt(0) : 0;
+        const character = code < 127 ? code : 0;
+        // An open field takes every key; those that it does nothing with are left to the browser.
+        const isUsed = this.module.call.keyPanel(key, character, modifiers(event));
+        if (isUsed && (key || (character && !event.ctrlKey && !event.metaKey))) event.preventDefault();
         this.wake();
     }
 
@@ -111,11 +220,13 @@ export class Panel {
     turnWheel(event) {
         event.preventDefault();
         const { call } = this.module;
-        const isSmooth = event.deltaMode === 0 && Math.abs(event.deltaY) < wheelNotch / 2;
+        // With Shift some browsers turn it sideways.
+        const delta = event.deltaY || (event.shiftKey ? event.deltaX : 0);
+        const isSmooth = event.deltaMode === 0 && Math.abs(delta) < wheelNotch / 2;
         // A trackpad's pinch arrives as a smooth wheel with Ctrl.
-        if (event.ctrlKey && isSmooth) call.zoomPanel(event.offsetX, event.offsetY, Math.exp(-event.deltaY / wheelNotch));
+        if (event.ctrlKey && isSmooth) call.zoomPanel(event.offsetX, event.offsetY, Math.exp(-delta / wheelNotch));
         else {
-            this.wheel -= event.deltaMode === 0 ? event.deltaY / wheelNotch : event.deltaY / 3;
+            this.wheel -= event.deltaMode === 0 ? delta / wheelNotch : delta / 3;
             const steps = Math.trunc(this.wheel);
             this.wheel -= steps;
             if (steps) call.wheelPanel(event.offsetX, event.offsetY, steps, modifiers(event));
@@ -129,12 +240,10 @@ export class Panel {
      */
     wake(now = false) {
         this.lastEvent = performance.now();
-        if (document.hidden) return;
+        if (!this.isSeen) return;
         if (now) return this.pump();
-        if (this.isFrameAsked) return;
-        this.isFrameAsked = true;
-        requestAnimationFrame(() => {
-            this.isFrameAsked = false;
+        this.frame ??= requestAnimationFrame(() => {
+            this.frame = undefined;
             this.pump();
         });
     }
@@ -149,7 +258,7 @@ export class Panel {
             if (kind === 2) this.onGesture();
         }
         this.timer = undefined;
-        const isQuiet = document.hidden || performance.now() - this.lastEvent > quietAfter;
+        const isQuiet = !this.isSeen || performance.now() - this.lastEvent > quietAfter;
         if (!isQuiet && Number.isFinite(next)) this.timer = setTimeout(() => this.pump(), next);
     }
 
@@ -174,17 +283,6 @@ export class Panel {
      */
     valueText(address, value) {
         return this.module.takeText(this.module.call.valueText(address, value));
-    }
-
-    get state() {
-        return this.module.takeText(this.module.call.saveState());
-    }
-
-    /** @param {string} state */
-    restore(state) {
-        const isRead = Boolean(this.module.call.restoreState(this.module.giveText(state)));
-        this.wake();
-        return isRead;
     }
 
     /**
