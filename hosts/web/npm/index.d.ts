@@ -12,7 +12,7 @@ export const parameters: Parameter[];
 export const presets: string[];
 
 export interface Options {
-    /** Of the parameters, 0 to 1, by address. */
+    /** Of the parameters, 0 to 1, by address; also what the AudioParams begin with. */
     values?: number[];
     /** Sorted by frame: an address and a value each, or -1 and the bytes of a MIDI message. */
     events?: [frame: number, ...event: number[]][];
@@ -20,28 +20,75 @@ export interface Options {
     canvas?: HTMLCanvasElement;
 }
 
-/** The effect in the audio thread. Its `parameters` are AudioParams of 0 to 1 by option. */
-export interface KelvaneNode extends AudioWorkletNode {
+/** Makes the effect. */
+export function createKelvane(context: BaseAudioContext, options?: Options): Promise<KelvaneNode>;
+
+/** The bytes of the WebAssembly module, fetched once. */
+export function moduleBytes(): Promise<ArrayBuffer>;
+
+/**
+ * The effect in the audio thread. Its `parameters` are AudioParams of 0 to 1 by option. A fault there is its event
+ * `processorerror`.
+ */
+export class KelvaneNode extends AudioWorkletNode {
+    constructor(context: BaseAudioContext, bytes: ArrayBuffer, options: Options);
     /** What was last set, by address. */
     values: number[];
     /** Frames by which the output is late: 2048, or 0 while it is bypassed. */
     readonly latency: number;
     /** Called with values that the effect got by automation or MIDI. */
     onHeard: (address: number, value: number) => void;
+    /** Called with the last 2048 frames of the left and then the right output while they are watched. */
+    onRing: (ring: Float32Array) => void;
+    /** Sets a parameter, also on the panel. */
     set(address: number, value: number): void;
     /** At a frame of the context: an address and a value, or -1 and the bytes of a MIDI message. */
     schedule(frame: number, ...event: number[]): void;
     clearSchedule(): void;
+    /** One message, now. */
     midi(bytes: number[]): void;
-    /** Ends the effect. */
+    /** Whether onRing() is wanted; a panel that is seen asks for it by itself. */
+    watch(isWatched: boolean): void;
+    /** What is shown. */
+    panel: Panel | undefined;
+    /** Keeps a panel in step with the sound, instead of the one before, which is closed. */
+    show(panel: Panel): void;
+    /** Closes the panel. */
+    hide(): void;
+    /** Ends the effect and closes its panel. */
     end(): void;
+}
+
+/** The panel on a canvas. */
+export class Panel {
+    constructor(canvas: HTMLCanvasElement, bytes: BufferSource);
+    /** Called with each value that the panel sets. */
+    onEdit: (address: number, value: number) => void;
+    /** Called after each gesture. */
+    onGesture: () => void;
+    /** Called when the panel appears or disappears. */
+    onSeen: (isSeen: boolean) => void;
+    readonly isSeen: boolean;
+    setRate(framesPerSecond: number): void;
+    value(address: number): number;
+    /** A value from elsewhere, which the panel shows. */
+    setValue(address: number, value: number): void;
+    valueText(address: number, value: number): string;
+    /** The last frames of the output, left and then right. */
+    show(ring: Float32Array): void;
+    /** Ends it: the canvas keeps its last picture and may get another panel. */
+    close(): void;
 }
 
 /** `<kelvane-panel>` */
 export class KelvanePanel extends HTMLElement {
     /** What it shows: a node that was made without a canvas. */
-    set node(node: KelvaneNode);
+    get node(): KelvaneNode | undefined;
+    set node(node: KelvaneNode | undefined);
 }
 
-/** Makes the effect. */
-export function createKelvane(context: BaseAudioContext, options?: Options): Promise<KelvaneNode>;
+declare global {
+    interface HTMLElementTagNameMap {
+        "kelvane-panel": KelvanePanel;
+    }
+}

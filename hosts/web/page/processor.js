@@ -1,23 +1,29 @@
 // @ts-check
-// The effect in the audio thread: an instance that renders 128 frames at a time.
+// The effect in the audio thread: an instance that renders 128 frames at a time. The build puts module.js and
+// parameters.js in front of it, so that whoever serves or bundles it has one file to bring along.
 
 import { Module } from "./module.js";
-import { parameters as table } from "./parameters.js";
+import { parameters, processorName } from "./parameters.js";
 
 const ringFrames = 2048;
+
+/** @typedef {[frame: number, ...event: number[]]} Scheduled An address and a value, or MIDI as -1 and its bytes. */
+/** @typedef {{type: string, time?: number, data: any}} WamEvent */
+/** @typedef {{addWam: (wam: object) => void, removeWam: (wam: object) => void}} WamHost */
 
 /**
  * @typedef {object} Settings What the node is made with.
  * @property {ArrayBuffer} bytes of kelvane.wasm
- * @property {number[]} values of the parameters
- * @property {[frame: number, ...event: number[]][]} [events] sorted: an address and a value, or "MIDI" as -1 and three bytes
+ * @property {number[]} values of the parameters, as the AudioParams have them, too
+ * @property {Scheduled[]} events sorted
+ * @property {{groupId: string, moduleId: string, instanceId: string}} [wam] as which a WAM host knows it
  */
 
-/** @typedef {{set?: [number, number], event?: [number, ...number[]], clear?: boolean, midi?: number[], state?: string, watch?: boolean, spare?: Float32Array<ArrayBuffer>}} ToSound */
+/** @typedef {{set?: [number, number], event?: Scheduled, wam?: WamEvent[], clear?: boolean, midi?: number[], watch?: boolean}} ToSound */
 
 class KelvaneProcessor extends AudioWorkletProcessor {
     static get parameterDescriptors() {
-        return table.map(({ option, initial }) => ({
+        return parameters.map(({ option, initial }) => ({
             name: option,
             defaultValue: initial,
             minValue: 0,
@@ -29,64 +35,91 @@ class KelvaneProcessor extends AudioWorkletProcessor {
     /** @param {{processorOptions: Settings}} options */
     constructor(options) {
         super();
-        const { bytes, values, events = [] } = options.processorOptions;
+        const { bytes, values, events, wam } = options.processorOptions;
         // In frames: no clock of the machine is near, and nothing here waits for one.
         this.module = new Module(bytes, () => (currentFrame / sampleRate) * 1000);
-        this.isRunning = Boolean(this.module.call.start(sampleRate, 4096));
-        this.events = events;
-        this.nextEvent = 0;
-        /** What each AudioParam was last. @type {(number | undefined)[]} */
-        this.automated = [];
-        /** @type {[number, number][]} */
-        this.pending = [];
-        /** @type {number[][]} */
-        this.messages = [];
-        /** @type {Float32Array[]} */
-        this.blocks = [];
+        if (!this.module.call.start(sampleRate, 4096)) throw new Error(`the effect does not run at ${sampleRate} Hz`);
+        /** The last one first. */
+        this.events = events.reverse();
+        /** What each AudioParam was last. */
+        this.automated = Float32Array.from(values);
+        this.ring = new Float32Array(2 * ringFrames);
         this.isWatched = false;
         /** Addresses whose values the page does not know. @type {Set<number>} */
         this.heard = new Set();
         this.reported = -ringFrames;
         this.isAlive = true;
-        /** @type {Float32Array<ArrayBuffer>[]} */
-        this.spare = [];
         this.expected = -1;
         this.lost = 0;
-        this.module.call.beginBlock(0);
-        values.forEach((value, address) => this.module.call.setAt(0, address, value));
-        this.module.call.endBlock();
+        const { call } = this.module;
+        this.atOnce(() => values.forEach((value, address) => call.setAt(0, address, value)));
+        // The module's blocks of input and output, anew whenever its memory grows.
+        /** @type {Float32Array[]} */
+        this.blocks = [];
+        /** @type {WamHost | undefined} */
+        this.wamHost = wam && /** @type {any} */ (globalThis).webAudioModules;
+        this.wamHost?.addWam(Object.assign(this, wam));
         this.port.onmessage = ({ data }) => this.take(data);
     }
 
     /** @param {ToSound & {end?: boolean, count?: boolean}} data */
-    take(data) {
-        if (data.set) this.pending.push(data.set);
-        if (data.event) {
-            const [frame] = data.event;
-            const after = this.events.findIndex(([time], i) => i >= this.nextEvent && time > frame);
-            this.events.splice(after < 0 ? this.events.length : after, 0, data.event);
+    take({ set, event, wam, clear, midi, watch, count, end }) {
+        if (set) this.atOnce(() => this.module.call.setAt(0, ...set));
+        if (midi) this.atOnce(() => this.sendMidi(0, midi));
+        if (event) this.schedule(event);
+        if (wam) this.scheduleEvents(...wam);
+        if (clear) this.clearEvents();
+        if (watch !== undefined) this.isWatched = watch;
+        if (count) this.port.postMessage({ lost: this.lost, frame: currentFrame, time: Date.now() });
+        if (!end) return;
+        this.isAlive = false;
+        this.wamHost?.removeWam(this);
+    }
+
+    /**
+     * Has what is set take effect before the next block: nothing queues up while the context is suspended.
+     * @param {() => void} act
+     */
+    atOnce(act) {
+        this.module.call.beginBlock(0);
+        act();
+        this.module.call.endBlock();
+    }
+
+    /** @param {Scheduled} event */
+    schedule(event) {
+        const before = this.events.findIndex(([time]) => time <= event[0]);
+        this.events.splice(before < 0 ? this.events.length : before, 0, event);
+    }
+
+    /**
+     * Of the page, or of another Web Audio Module.
+     * @param {WamEvent[]} events
+     */
+    scheduleEvents(...events) {
+        for (const { type, time = 0, data } of events) {
+            const frame = Math.round(time * sampleRate);
+            const row = type === "wam-automation" && parameters.find(({ option }) => option === data.id);
+            if (row) this.schedule([frame, row.address, data.value]);
+            if (type === "wam-midi") this.schedule([frame, -1, ...data.bytes]);
         }
-        if (data.clear) this.events.length = this.nextEvent;
-        if (data.midi) this.messages.push(data.midi);
-        if (data.state !== undefined) this.module.call.restoreState(this.module.giveText(data.state));
-        if (data.watch !== undefined) this.isWatched = data.watch;
-        if (data.spare) this.spare.push(data.spare);
-        if (data.count) this.port.postMessage({ lost: this.lost, frame: currentFrame, time: Date.now() });
-        if (data.end) this.isAlive = false;
+    }
+
+    clearEvents() {
+        this.events.length = 0;
     }
 
     /**
      * @param {Float32Array[][]} inputs
      * @param {Float32Array[][]} outputs
-     * @param {Record<string, Float32Array>} parameters
+     * @param {Record<string, Float32Array>} automation
      */
-    process(inputs, outputs, parameters) {
+    process(inputs, outputs, automation) {
         const output = outputs[0];
         const frames = output[0].length;
         const { call } = this.module;
         if (this.expected >= 0) this.lost += currentFrame - this.expected;
         this.expected = currentFrame + frames;
-        if (!this.isRunning) return this.isAlive;
 
         const input = inputs[0];
         const blocks = this.blocksOf(frames);
@@ -97,17 +130,16 @@ class KelvaneProcessor extends AudioWorkletProcessor {
             else blocks[side].fill(0);
         }
         call.beginBlock(frames);
-        this.sendEvents(frames, parameters);
+        this.automate(automation);
+        if (this.events.length) this.sendEvents(frames);
         call.endBlock();
         for (let side = 0; side < output.length; side++) output[side].set(this.blocksOf(frames)[2 + side]);
-        this.report();
+        if (this.heard.size && currentFrame - this.reported >= ringFrames) this.report();
+        if (this.isWatched && call.ringIsNew()) this.sendRing();
         return this.isAlive;
     }
 
-    /**
-     * The module's blocks of input and output, kept until its memory grows.
-     * @param {number} frames
-     */
+    /** @param {number} frames */
     blocksOf(frames) {
         if (this.blocks[0]?.buffer !== this.module.memory.buffer || this.blocks[0].length !== frames)
             this.blocks = [0, 1, 2, 3].map((channel) => this.module.floats(this.module.call.channel(channel), frames));
@@ -115,29 +147,29 @@ class KelvaneProcessor extends AudioWorkletProcessor {
     }
 
     /**
-     * @param {number} frames
-     * @param {Record<string, Float32Array>} parameters
+     * A value that the page has set stands until the automation moves.
+     * @param {Record<string, Float32Array>} automation
      */
-    sendEvents(frames, parameters) {
-        const { call } = this.module;
-        for (const { address, option } of table) {
-            const values = parameters[option];
-            // A value that the page has set stands until the automation moves.
+    automate(automation) {
+        const { automated } = this;
+        for (let address = 0; address < automated.length; address++) {
+            const values = automation[parameters[address].option];
             for (let frame = 0; frame < values.length; frame++) {
-                if (values[frame] === this.automated[address]) continue;
-                if (this.automated[address] !== undefined) this.set(frame, address, values[frame]);
-                this.automated[address] = values[frame];
+                if (values[frame] === automated[address]) continue;
+                automated[address] = values[frame];
+                this.set(frame, address, values[frame]);
             }
         }
-        for (const [address, value] of this.pending) call.setAt(0, address, value);
-        for (const bytes of this.messages) this.sendMidi(0, bytes);
-        this.pending.length = this.messages.length = 0;
-        for (; this.nextEvent < this.events.length; this.nextEvent++) {
-            const [time, address, ...data] = this.events[this.nextEvent];
-            if (time >= currentFrame + frames) break;
+    }
+
+    /** @param {number} frames */
+    sendEvents(frames) {
+        for (let event = this.events.at(-1); event && event[0] < currentFrame + frames; event = this.events.at(-1)) {
+            const [time, address, ...data] = event;
             const frame = Math.max(time - currentFrame, 0);
             if (address < 0) this.sendMidi(frame, data);
             else this.set(frame, address, data[0]);
+            this.events.pop();
         }
     }
 
@@ -156,25 +188,28 @@ class KelvaneProcessor extends AudioWorkletProcessor {
      * @param {number} frame
      * @param {number[]} bytes
      */
-    sendMidi(frame, [status, data1 = 0, data2 = 0]) {
-        const address = this.module.call.midiAt(frame, 3, status, data1, data2);
-        if (address >= 0 && address < table.length) this.heard.add(address);
+    sendMidi(frame, bytes) {
+        const address = this.module.call.midiAt(frame, bytes.length, ...bytes);
+        if (address >= 0 && address < parameters.length) this.heard.add(address);
     }
 
-    /** Tells the page what it does not know, and passes a full ring on to one that shows it. */
+    /** Sends the page the values that it does not know. */
     report() {
-        const { call } = this.module;
-        if (this.heard.size && currentFrame - this.reported >= ringFrames) {
-            this.port.postMessage({ heard: [...this.heard].map((address) => [address, call.value(address)]) });
-            this.heard.clear();
-            this.reported = currentFrame;
-        }
-        if (!this.isWatched || !call.ringIsNew()) return;
-        const ring = this.spare.pop() ?? new Float32Array(2 * ringFrames);
+        this.port.postMessage({ heard: [...this.heard].map((address) => [address, this.module.call.value(address)]) });
+        this.heard.clear();
+        this.reported = currentFrame;
+    }
+
+    /** Sends the page a copy of a full ring. */
+    sendRing() {
         for (const channel of [0, 1])
-            ring.set(this.module.floats(call.ring(channel), ringFrames), channel * ringFrames);
-        this.port.postMessage({ ring }, [ring.buffer]);
+            this.ring.set(this.module.floats(this.module.call.ring(channel), ringFrames), channel * ringFrames);
+        this.port.postMessage({ ring: this.ring });
     }
 }
 
-registerProcessor("kelvane", KelvaneProcessor);
+try {
+    registerProcessor(processorName, KelvaneProcessor);
+} catch {
+    // The context has it from another copy of this package.
+}

@@ -2,12 +2,11 @@
 // The effect as a Web Audio Module 2: parameters, events, state, latency and a gui, as WAM hosts ask for them.
 
 import { createKelvane } from "./kelvane.js";
-import { parameters } from "./parameters.js";
+import { parameters, processorName, version } from "./parameters.js";
 
 /** @typedef {{id: string, value: number, normalized: boolean}} Value */
-/** @typedef {{type: string, time?: number, data: any}} Event */
+/** @typedef {{type: string, time?: number, data: any}} Event in seconds of the context, and as WAM hosts have it */
 
-let instances = 0;
 const ids = parameters.map(({ option }) => option);
 
 /** @param {string} id */
@@ -22,16 +21,14 @@ function asWamNode(node, module) {
     /** @param {string} id @param {number} value */
     const set = (id, value) => {
         const row = rowOf(id);
-        if (!row) return;
-        node.set(row.address, value);
-        module.panel?.setValue(row.address, value);
+        if (row) node.set(row.address, value);
     };
     return Object.assign(node, {
         module,
         groupId: module.groupId,
         moduleId: module.moduleId,
         instanceId: module.instanceId,
-        processorId: "kelvane",
+        processorId: processorName,
         /** @param {string[]} asked */
         async getParameterInfo(...asked) {
             const given = (asked.length ? asked : ids).map(rowOf).filter((row) => row !== undefined);
@@ -68,12 +65,7 @@ function asWamNode(node, module) {
         },
         /** @param {Event[]} events */
         scheduleEvents(...events) {
-            for (const { type, time = 0, data } of events) {
-                const frame = Math.round(time * node.context.sampleRate);
-                const row = type === "wam-automation" && rowOf(data.id);
-                if (row) node.schedule(frame, row.address, data.value);
-                if (type === "wam-midi") node.schedule(frame, -1, ...data.bytes);
-            }
+            node.port.postMessage({ wam: events });
         },
         async clearEvents() {
             node.clearSchedule();
@@ -93,7 +85,7 @@ export default class KelvaneModule {
         identifier: "org.qov.kelvane",
         name: "QOV Kelvane",
         vendor: "QOV",
-        version: "VERSION",
+        version,
         apiVersion: "2.0.0",
         description: "Stereo width, panorama and phase shift, with a correlograph",
         keywords: ["stereo", "width", "panorama"],
@@ -130,16 +122,17 @@ export default class KelvaneModule {
         this.moduleId = this.descriptor.identifier;
         this.name = this.descriptor.name;
         this.vendor = this.descriptor.vendor;
-        this.instanceId = `${this.moduleId} ${++instances}`;
-        /** @type {import("./kelvane.js").Panel | undefined} */
-        this.panel = undefined;
+        this.instanceId = `${this.moduleId} ${crypto.randomUUID()}`;
         /** @type {ReturnType<typeof asWamNode> | undefined} */
         this.audioNode = undefined;
     }
 
     /** @param {Record<string, number>} [state] */
     async initialize(state) {
-        this.audioNode = asWamNode(await createKelvane(this.audioContext), this);
+        const { groupId, moduleId, instanceId } = this;
+        // The host's part in the audio thread passes other modules' events on to it.
+        const node = await createKelvane(this.audioContext, { wam: { groupId, moduleId, instanceId } });
+        this.audioNode = asWamNode(node, this);
         if (state) await this.audioNode.setState(state);
         this.initialized = true;
         return this;
@@ -148,14 +141,12 @@ export default class KelvaneModule {
     async createGui() {
         const gui = /** @type {import("./kelvane.js").KelvanePanel} */ (document.createElement("kelvane-panel"));
         gui.style.width = "680px";
-        if (this.audioNode) this.panel = await gui.use(this.audioNode);
+        gui.node = this.audioNode;
         return gui;
     }
 
     /** @param {Element} gui */
     destroyGui(gui) {
-        this.panel = undefined;
-        this.audioNode?.watch(false);
         gui.remove();
     }
 }
