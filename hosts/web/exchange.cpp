@@ -36,10 +36,6 @@ int giveText(std::string_view text) {
     return static_cast<int>(size);
 }
 
-std::string_view takeText(int length) {
-    return {exchanged.data(), std::min(static_cast<std::size_t>(length), exchanged.size())};
-}
-
 }  // namespace qov::hosts::web
 
 using namespace qov::hosts::web;
@@ -57,14 +53,6 @@ KELVANE_EXPORT(value) float value(int address) {
     return effect().value(static_cast<std::uint64_t>(address));
 }
 
-KELVANE_EXPORT(saveState) int saveState() {
-    return giveText(effect().saveState());
-}
-
-KELVANE_EXPORT(restoreState) bool restoreState(int length) {
-    return effect().restoreState(takeText(length));
-}
-
 /// A channel of the ring of captured frames; fetching one clears ringIsNew().
 KELVANE_EXPORT(ring) float* ring(int channel) {
     auto& unit = effect().audioUnit();
@@ -73,8 +61,4 @@ KELVANE_EXPORT(ring) float* ring(int channel) {
 
 KELVANE_EXPORT(ringIsNew) bool ringIsNew() {
     return effect().audioUnit().isNewBuffer();
-}
-
-KELVANE_EXPORT(latency) int latency() {
-    return static_cast<int>(effect().latency());
 }

@@ -16,7 +16,5 @@ Instance& effect();
 /// Leaves a text for JavaScript, which finds it at text(); returns its length in bytes. Longer
 /// ones are cut.
 int giveText(std::string_view text);
-/// What JavaScript has written at text().
-std::string_view takeText(int length);
 
 }  // namespace qov::hosts::web

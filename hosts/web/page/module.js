@@ -68,14 +68,4 @@ export class Module {
         const bytes = new Uint8Array(this.memory.buffer, this.call.text(), length);
         return decodeURIComponent(Array.from(bytes, (byte) => `%${byte.toString(16).padStart(2, "0")}`).join(""));
     }
-
-    /**
-     * Leaves a text for a call; returns its length.
-     * @param {string} text
-     */
-    giveText(text) {
-        const bytes = Array.from(unescape(encodeURIComponent(text)), (c) => c.charCodeAt(0)).slice(0, 65536);
-        new Uint8Array(this.memory.buffer, this.call.text(), bytes.length).set(bytes);
-        return bytes.length;
-    }
 }
