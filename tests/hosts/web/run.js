@@ -133,35 +133,38 @@ function eventsOf(text, rate) {
         });
 }
 
-/** Renders a file in an OfflineAudioContext; how many samples differ from another file. */
-const differences = (page, input, expected, rate, events) =>
-    page.evaluate(
-        async (input, expected, rate, events) => {
-            const { createKelvane } = await import("/kelvane.js");
-            const { readWav } = await import("/wav.js");
-            const read = async (name) => readWav(await (await fetch(`/scratch/${name}`)).arrayBuffer());
-            const [{ channels }, wanted] = [await read(input), await read(expected)];
-            const context = new OfflineAudioContext(2, channels[0].length, rate);
-            const buffer = context.createBuffer(2, channels[0].length, rate);
-            channels.forEach((frames, side) => buffer.copyToChannel(frames, side));
-            const source = new AudioBufferSourceNode(context, { buffer });
-            source.connect(await createKelvane(context, { events })).connect(context.destination);
-            source.start();
-            const got = await context.startRendering();
-            const words = (frames) => new Int32Array(frames.buffer, frames.byteOffset, frames.length);
-            return [0, 1].map((side) => {
-                const [is, ought] = [words(got.getChannelData(side)), words(wanted.channels[side])];
-                return is.length === ought.length ? is.reduce((count, word, i) => count + (word !== ought[i]), 0) : "length";
-            });
-        },
-        input,
-        expected,
-        rate,
-        events,
-    );
+/** In a page: renders a file with the effect of make(); how many samples of each channel differ from another file. */
+async function differences(input, expected, make) {
+    const { readWav } = await import("/wav.js");
+    const read = async (name) => readWav(await (await fetch(`/scratch/${name}`)).arrayBuffer());
+    const [{ rate, channels }, wanted] = [await read(input), await read(expected)];
+    const context = new OfflineAudioContext(2, channels[0].length, rate);
+    const buffer = context.createBuffer(2, channels[0].length, rate);
+    channels.forEach((frames, side) => buffer.copyToChannel(frames, side));
+    const source = new AudioBufferSourceNode(context, { buffer });
+    source.connect(await make(context)).connect(context.destination);
+    source.start();
+    const got = await context.startRendering();
+    const words = (frames) => new Int32Array(frames.buffer, frames.byteOffset, frames.length);
+    return [0, 1].map((side) => {
+        const [is, ought] = [words(got.getChannelData(side)), words(wanted.channels[side])];
+        return is.length === ought.length ? is.reduce((count, word, i) => count + (word !== ought[i]), 0) : "length";
+    });
+}
+writeFileSync(path.join(scratch, "differences.js"), `export ${differences}`);
+
+function writeSound(name, rate, left, right) {
+    writeFileSync(path.join(scratch, name), Buffer.from(writeWav({ rate, channels: [left, right] })));
+}
+
+/** Renders in real time what an automation file says. */
+function runRaw(input, output, automation) {
+    writeFileSync(path.join(scratch, "moves.txt"), automation + "\n");
+    run("render", input, output, "--raw-timing", "--block", "128", "--subtype", "float", "--automation", "moves.txt");
+}
 
 run("demo", "demo");
-writeFileSync(path.join(scratch, "noise.wav"), Buffer.from(writeWav({ rate: 48000, channels: [noise(20000), noise(20000)] })));
+writeSound("noise.wav", 48000, noise(20000), noise(20000));
 
 const tests = {
     async "renders the bits of kelvane render"() {
@@ -169,7 +172,7 @@ const tests = {
         const tour = readFileSync(path.join(scratch, "demo/tour.automation"), "utf8");
         const cases = [{ rate: 44100, input: "demo/phrase.wav", automation: tour }];
         for (const rate of [8000, 48000, 192000]) {
-            writeFileSync(path.join(scratch, `${rate}.wav`), Buffer.from(writeWav({ rate, channels: [noise(20000), noise(20000)] })));
+            writeSound(`${rate}.wav`, rate, noise(20000), noise(20000));
             const options = ["stereo-width", "panorama", "phase-shift", "swap-channels", "invert-channel", "recover-mono", "test-mono", "bypass"];
             const frames = Array.from({ length: 200 }, () => Math.floor(random() * 20000)).sort((a, b) => a - b);
             const line = (frame) => {
@@ -179,18 +182,22 @@ const tests = {
             cases.push({ rate, input: `${rate}.wav`, automation: frames.map(line).join("\n") });
         }
         for (const { rate, input, automation } of cases) {
-            writeFileSync(path.join(scratch, "moves.txt"), automation + "\n");
-            run("render", input, "expected.wav", "--raw-timing", "--block", "128", "--subtype", "float", "--automation", "moves.txt");
-            assert.deepEqual(await differences(page, input, "expected.wav", rate, eventsOf(automation, rate)), [0, 0], input);
+            runRaw(input, "expected.wav", automation);
+            const found = await page.evaluate(async (input, events) => {
+                const { createKelvane } = await import("/kelvane.js");
+                const { differences } = await import("/scratch/differences.js");
+                return differences(input, "expected.wav", (context) => createKelvane(context, { events }));
+            }, input, eventsOf(automation, rate));
+            assert.deepEqual(found, [0, 0], input);
         }
     },
 
     async "saves the file of kelvane render and shows the figures of kelvane measure"() {
         const page = await open();
-        writeFileSync(path.join(scratch, "odd.wav"), Buffer.from(writeWav({ rate: 48000, channels: [noise(8192), noise(8192)] })));
+        writeSound("odd.wav", 48000, noise(8192), noise(8192));
         const left = noise(200000).map((sample, i) => sample * Math.exp(-i / 60000));
         const right = left.map((_, i) => 0.5 * (left[i - 37] ?? 0));
-        writeFileSync(path.join(scratch, "late.wav"), Buffer.from(writeWav({ rate: 44100, channels: [left, right] })));
+        writeSound("late.wav", 44100, left, right);
         run("render", "odd.wav", "short.wav", "--subtype", "pcm16", "--bypass", "on");
         run("render", "odd.wav", "middle.wav", "--subtype", "pcm24", "--bypass", "on");
         for (const [input, values, ...options] of [
@@ -240,13 +247,11 @@ const tests = {
         const page = await open();
         const steps = Array.from({ length: 60 }, (_, i) => [i && Math.floor(random() * 20000), Math.floor(random() * 3), random()]).sort(([a], [b]) => a - b);
         const lines = steps.map(([frame, address, value]) => `${frame} set ${["stereo-width", "panorama", "phase-shift"][address]} ${Math.fround(value)}`);
-        writeFileSync(path.join(scratch, "moves.txt"), lines.join("\n") + "\n");
-        run("render", "noise.wav", "expected.wav", "--raw-timing", "--block", "128", "--subtype", "float", "--automation", "moves.txt");
+        runRaw("noise.wav", "expected.wav", lines.join("\n"));
         const messages = Array.from({ length: 20 }, (_, i) => [i * 997, [0xb0, [7, 10, 11][i % 3], Math.floor(random() * 128)]]);
         const hex = (bytes) => bytes.map((byte) => byte.toString(16).padStart(2, "0")).join(" ");
         const all = [...lines, ...messages.map(([frame, bytes]) => `${frame} midi ${hex(bytes)}`)];
-        writeFileSync(path.join(scratch, "midi.txt"), all.sort((a, b) => parseInt(a) - parseInt(b)).join("\n") + "\n");
-        run("render", "noise.wav", "midi.wav", "--raw-timing", "--block", "128", "--subtype", "float", "--automation", "midi.txt");
+        runRaw("noise.wav", "midi.wav", all.sort((a, b) => parseInt(a) - parseInt(b)).join("\n"));
         writeFileSync(path.join(scratch, "sdk.js"), readFileSync(path.join(path.dirname(require.resolve("@webaudiomodules/sdk/package.json")), "dist/index.js")));
         writeFileSync(
             path.join(scratch, "sender.js"),
@@ -262,23 +267,9 @@ const tests = {
         );
         const found = await page.evaluate(async (steps, messages) => {
             const { createKelvane, parameters } = await import("/kelvane.js");
-            const { readWav } = await import("/wav.js");
             const { initializeWamHost } = await import("/scratch/sdk.js");
-            const read = async (name) => readWav(await (await fetch(`/scratch/${name}`)).arrayBuffer()).channels;
-            const input = await read("noise.wav");
-            const words = (frames) => new Int32Array(frames.buffer, frames.byteOffset, frames.length);
-            const differences = async (expected, make) => {
-                const wanted = await read(expected);
-                const context = new OfflineAudioContext(2, input[0].length, 48000);
-                const buffer = context.createBuffer(2, input[0].length, 48000);
-                input.forEach((frames, side) => buffer.copyToChannel(frames, side));
-                const source = new AudioBufferSourceNode(context, { buffer });
-                source.connect(await make(context)).connect(context.destination);
-                source.start();
-                const got = await context.startRendering();
-                return [0, 1].map((side) => words(got.getChannelData(side)).filter((word, i) => word !== words(wanted[side])[i]).length);
-            };
-            const asNode = await differences("expected.wav", async (context) => {
+            const { differences } = await import("/scratch/differences.js");
+            const asNode = await differences("noise.wav", "expected.wav", async (context) => {
                 const node = await createKelvane(context);
                 // A quarter of a frame before: Chromium takes the next frame, Firefox the nearest one.
                 for (const [frame, address, value] of steps) {
@@ -289,7 +280,7 @@ const tests = {
                 return node;
             });
             const about = {};
-            const asModule = await differences("midi.wav", async (context) => {
+            const asModule = await differences("noise.wav", "midi.wav", async (context) => {
                 const [group] = await initializeWamHost(context);
                 const { default: Kelvane } = await import("/npm/kelvane/wam.js");
                 const wam = await Kelvane.createInstance(group, context);
@@ -333,8 +324,7 @@ const tests = {
         // The same in every ring of 2048 frames; the effect delays the left channel by a frame.
         const sine = (turns) => Float32Array.from({ length: 2048 }, (_, i) => 0.5 * Math.sin((2 * Math.PI * turns * i) / 2048));
         const [left, right] = [sine(3), sine(4)];
-        const repeated = [left, right].map((side) => Float32Array.from({ length: 22528 }, (_, i) => side[i % 2048]));
-        writeFileSync(path.join(scratch, "rings.wav"), Buffer.from(writeWav({ rate: 44100, channels: repeated })));
+        writeSound("rings.wav", 44100, ...[left, right].map((side) => Float32Array.from({ length: 22528 }, (_, i) => side[i % 2048])));
         const ring = [...left.map((_, i) => left[(i + 2047) % 2048]), ...right];
         for (const [values, ...options] of [
             [[], "--signal", "rings.wav", "--at", "0.4s"],
@@ -369,10 +359,11 @@ const tests = {
     async "is turned by fingers, wheel and keys, in step with its sliders"() {
         const page = await open({ touch: true });
         const [x, y] = await panelPoint(page, 340, 64);
+        const turned = (before) => until(page, (before) => document.getElementById("parameter-1").valueAsNumber !== before, before);
         await page.touchscreen.touchStart(x, y);
         await page.touchscreen.touchMove(x + 60, y);
         await page.touchscreen.touchEnd();
-        await until(page, () => document.getElementById("parameter-1").valueAsNumber !== 0.5);
+        await turned(0.5);
         // A second finger neither turns what the first one holds nor ends it; a cancelled touch ends.
         const pointer = (type, pointerId, dx) =>
             page.evaluate(
@@ -386,7 +377,7 @@ const tests = {
         await pointer("pointermove", 6, 90);
         const held = await valueOf(page, 1);
         await pointer("pointermove", 5, 30);
-        await until(page, (before) => document.getElementById("parameter-1").valueAsNumber !== before, held);
+        await turned(held);
         await pointer("pointercancel", 5, 30);
         const cancelled = await valueOf(page, 1);
         await pointer("pointermove", 5, 60);
@@ -395,7 +386,7 @@ const tests = {
         const dragged = await valueOf(page, 1);
         await page.mouse.move(x, y);
         await page.mouse.wheel({ deltaY: -100 });
-        await until(page, (before) => document.getElementById("parameter-1").valueAsNumber !== before, dragged);
+        await turned(dragged);
         const wheeled = await valueOf(page, 1);
         await page.focus("#panel");
         await page.keyboard.press("Enter"); // opens a field, which Tab leaves
@@ -403,7 +394,7 @@ const tests = {
         assert.notEqual(await page.evaluate(() => document.activeElement.id), "panel");
         await page.focus("#panel");
         await page.keyboard.press("ArrowUp");
-        await until(page, (before) => document.getElementById("parameter-1").valueAsNumber !== before, wheeled);
+        await turned(wheeled);
         await page.focus("#parameter-0");
         await page.keyboard.press("End");
         for (const [button, width] of [["undo", 0.5], ["redo", 1], ["compare", 0.5], ["compare", 1]]) {
@@ -560,6 +551,16 @@ const tests = {
         assert.equal(await sourceOf(page), "phrase");
         await page.click("#play");
         await moves(page);
+        // What the effect holds at the end is heard, too.
+        const from = await page.evaluate(() => {
+            const seek = document.getElementById("seek");
+            document.getElementById("loop").click();
+            seek.value = Number(seek.max) - 0.1;
+            seek.dispatchEvent(new Event("input"));
+            return globalThis.context.currentTime;
+        });
+        await shows(page, "Play");
+        assert.ok((await page.evaluate(() => globalThis.context.currentTime)) > from + 0.1 + 2048 / 48000);
         assert.deepEqual(page.faults, []);
     },
 
