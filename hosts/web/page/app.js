@@ -328,6 +328,7 @@ player.node.then(
             panel.setValue(address, value);
             show(address, value);
         };
+        node.onprocessorerror = () => say("The effect has ended with a fault. Reload the page.");
         let last = -Infinity;
         node.onRing = (ring) => {
             figures.hear(ring);
