@@ -259,7 +259,7 @@ export class Panel {
         }
         this.timer = undefined;
         const isQuiet = !this.isSeen || performance.now() - this.lastEvent > quietAfter;
-        if (!isQuiet && Number.isFinite(next)) this.timer = setTimeout(() => this.pump(), next);
+        if (!isQuiet && Number.isFinite(next)) this.timer = setTimeout(() => this.pump(), Math.ceil(next)); // browsers cut it
     }
 
     /** @param {number} address */
