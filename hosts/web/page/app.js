@@ -224,7 +224,7 @@ function scheduleAddress() {
         isAddressDue = false;
         showPreset();
         const text = settings();
-        if (location.hash.slice(1) !== text) history.replaceState(null, "", text ? `#${text}` : location.pathname);
+        if (location.hash.slice(1) !== text) history.replaceState(null, "", text ? `#${text}` : location.pathname + location.search);
     }, 300);
 }
 
@@ -411,8 +411,9 @@ function start() {
 }
 
 let choices = 0;
+let lastUsed = 0;
 /**
- * Changes to another source, and plays on. False if another one was chosen meanwhile.
+ * Changes to another source, and plays on. False if one that was chosen later is used already.
  * @template T
  * @param {Promise<T>} found
  * @param {(found: T) => void} use
@@ -420,12 +421,13 @@ let choices = 0;
 async function choose(found, use) {
     const choice = ++choices;
     const what = await found;
-    if (choice !== choices) {
+    if (choice < lastUsed) {
         if (what instanceof MediaStream) stopTracks(what);
         return false;
     }
     const wasWanted = player.isWanted;
     use(what);
+    lastUsed = choice;
     soundChanged();
     if (wasWanted && !player.stream) start().catch(say); // an input is started by who asked for it
     return true;
