@@ -384,9 +384,19 @@ const tests = {
         assert.equal(await valueOf(page, 1), cancelled);
         await pointer("pointerup", 6, 90);
         const dragged = await valueOf(page, 1);
+        // Another button is no touch, and does not keep the first one's.
         await page.mouse.move(x, y);
-        await page.mouse.wheel({ deltaY: -100 });
+        await page.mouse.down({ button: "middle" });
+        await page.mouse.down();
+        await page.mouse.move(x - 40, y);
         await turned(dragged);
+        await page.mouse.up();
+        const released = await valueOf(page, 1);
+        await page.mouse.move(x, y);
+        await page.mouse.up({ button: "middle" });
+        assert.equal(await valueOf(page, 1), released);
+        await page.mouse.wheel({ deltaY: -100 });
+        await turned(released);
         const wheeled = await valueOf(page, 1);
         await page.focus("#panel");
         await page.keyboard.press("Enter"); // opens a field, which Tab leaves
@@ -416,6 +426,34 @@ const tests = {
         const again = await open({ at: await page.evaluate(() => location.hash.replace(/panorama=[^&]*/, "panorama=")) });
         await again.click("#compare"); // at first the same
         assert.deepEqual(await Promise.all([0, 1, 3].map((parameter) => valueOf(again, parameter))), [1, 0.5, 1]);
+    },
+
+    async "is pinched by two fingers, and sharp at each scale"() {
+        const page = await open({
+            touch: true,
+            before: () => {
+                const make = matchMedia;
+                globalThis.matchMedia = (query) => (globalThis.asked = make(query));
+            },
+        });
+        const [x, y] = await panelPoint(page, 340, 220);
+        const fingers = [await page.touchscreen.touchStart(x - 120, y), await page.touchscreen.touchStart(x + 120, y)];
+        for (let distance = 116; distance >= 60; distance -= 4) for (const [i, finger] of fingers.entries()) await finger.move(x + (i ? distance : -distance), y);
+        for (const finger of fingers) await finger.end();
+        // The panel has half its size about its middle, and so its controls.
+        const control = await page.touchscreen.touchStart(...(await panelPoint(page, 340, 142)));
+        await control.move(x + 30, y - 78);
+        await until(page, () => document.getElementById("parameter-1").valueAsNumber !== 0.5);
+        await control.end();
+        for (const scale of [2, 3]) {
+            const sizes = await page.evaluate((scale) => {
+                globalThis.devicePixelRatio = scale;
+                globalThis.asked.dispatchEvent(new Event("change"));
+                const { width, clientWidth } = document.getElementById("panel");
+                return [width, Math.round(clientWidth * scale)];
+            }, scale);
+            assert.equal(...sizes);
+        }
     },
 
     async "says in one line what it cannot play"() {
