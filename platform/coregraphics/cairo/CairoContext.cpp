@@ -5,11 +5,14 @@
 
 #include <array>
 #include <cmath>
+#include <memory>
+#include <optional>
 #include <vector>
 
 #include "platform/coregraphics/CGBitmapContext.h"
 #include "platform/coregraphics/CGSvgContext.h"
 #include "platform/coregraphics/LineMask.h"
+#include "platform/coregraphics/MarkStamp.h"
 
 namespace platform {
 
@@ -17,6 +20,16 @@ namespace {
 
 cairo_matrix_t toCairo(const CGAffineTransform& t) {
     return {t.a, t.b, t.c, t.d, t.tx, t.ty};
+}
+
+/// Each byte of the pixel by a byte, 255 being 1.
+std::uint32_t scaled(std::uint32_t pixel, std::uint32_t by) {
+    constexpr std::uint32_t pair = 0xff00ff, half = 0x800080;
+    const auto both = [&](std::uint32_t bytes) {
+        bytes = (bytes & pair) * by + half;
+        return ((bytes >> 8 & pair) + bytes) >> 8 & pair;
+    };
+    return both(pixel) | both(pixel >> 8) << 8;
 }
 
 struct Surface {
@@ -124,6 +137,29 @@ class CairoContext : public Base {
         const CGFloat width = cairo_get_line_width(cairo_) * std::sqrt(determinant);
         paintMask(LineMask(pixels, width, cairo_get_miter_limit(cairo_)));
     }
+    void fillMarks(std::span<const CGPoint> outline, std::span<const CGPoint> places) override {
+        const CGAffineTransform map = ctm();
+        const auto clip = pixelClip();
+        auto* stamp = clip ? MarkStamp::of(outline, map, stamp_) : nullptr;
+        if (!stamp) return Base::fillMarks(outline, places);
+        cairo_new_path(cairo_);
+        auto* surface = cairo_get_target(cairo_);
+        cairo_surface_flush(surface);
+        auto* pixels = reinterpret_cast<std::uint32_t*>(cairo_image_surface_get_data(surface));
+        const int width = cairo_image_surface_get_width(surface);
+        const auto& [red, green, blue, alpha] = state_.fill;
+        const auto opacity = alpha * state_.alpha;
+        std::uint32_t color = 0;
+        for (const CGFloat part : {1.0, red, green, blue})
+            color = color << 8 | static_cast<std::uint32_t>(std::lround(255 * part * opacity));
+        for (const auto& place : places)
+            stamp->put(map.apply(place), *clip, [&](int x, int y, std::uint32_t coverage) {
+                auto& pixel = pixels[y * width + x];
+                const auto paint = scaled(color, coverage);
+                pixel = paint + scaled(pixel, 255 - (paint >> 24));
+            });
+        cairo_surface_mark_dirty(surface);
+    }
     void fillPath() override {
         useColor(state_.fill);
         cairo_fill(cairo_);
@@ -194,6 +230,22 @@ class CairoContext : public Base {
     }
     bool isBitmap() const {
         return cairo_surface_get_type(cairo_get_group_target(cairo_)) == CAIRO_SURFACE_TYPE_IMAGE;
+    }
+
+    /// The clip in a bitmap, where it is one rectangle of whole pixels and no layer is open.
+    std::optional<CGRect> pixelClip() {
+        if (!isBitmap() || cairo_get_group_target(cairo_) != cairo_get_target(cairo_)) return {};
+        cairo_save(cairo_);
+        cairo_identity_matrix(cairo_);
+        auto* clip = cairo_copy_clip_rectangle_list(cairo_);
+        cairo_restore(cairo_);
+        std::optional<CGRect> area;
+        if (clip->status == CAIRO_STATUS_SUCCESS && clip->num_rectangles == 1) {
+            const auto& [x, y, width, height] = clip->rectangles[0];
+            area.emplace(x, y, width, height);
+        }
+        cairo_rectangle_list_destroy(clip);
+        return area;
     }
 
     /// In the stroke colour, in bands of rows that the processor's cache holds.
@@ -271,6 +323,7 @@ class CairoContext : public Base {
 
     State state_;
     std::vector<State> saved_;
+    std::unique_ptr<MarkStamp> stamp_;
 };
 
 class CairoBitmap final : public CairoContext<CGBitmapContext> {

@@ -6,14 +6,14 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <utility>
 #include <vector>
 
 #include "platform/coregraphics/CGBitmapContext.h"
 #include "platform/coregraphics/CGImage.h"
+#include "platform/coregraphics/MarkStamp.h"
 #include "platform/coregraphics/canvas/CommandBuffer.h"
-#include "platform/coregraphics/canvas/MarkMask.h"
 
 extern "C" {
 __attribute__((import_module("canvas"), import_name("replay"))) void kelvane_canvas_replay(
@@ -220,41 +220,38 @@ class CanvasBitmap final : public CGBitmapContext {
     State state_;
     std::vector<State> saved_;
     CGRect path_ = CGRect::null();  // bounds of the current path, in pixels
+    std::unique_ptr<MarkStamp> stamp_;
     mutable std::vector<std::uint32_t> pixels_;
 };
 
 void CanvasBitmap::fillMarks(std::span<const CGPoint> outline, std::span<const CGPoint> places) {
     const auto& map = state_.ctm;
-    std::vector<CGPoint> corners;
-    CGRect bounds = CGRect::null();
-    for (const auto& corner : outline) {
-        corners.push_back(
-            {map.a * corner.x + map.c * corner.y, map.b * corner.x + map.d * corner.y});
-        bounds = bounds.unionWith({corners.back(), CGSize{}});
-    }
+    auto* stamp = MarkStamp::of(outline, map, stamp_);
+    if (!stamp) return CGBitmapContext::fillMarks(outline, places);
     const auto clip = state_.clip.intersection({0, 0, double(width_), double(height_)});
-    if (bounds.isNull() || clip.isNull()) return;
-    if (bounds.width() > MarkMask::largest || bounds.height() > MarkMask::largest)
-        return CGBitmapContext::fillMarks(outline, places);
     // The marks' pixels, and the part of the canvas that they lie on.
     std::vector<CGPoint> visible;
     CGRect area = CGRect::null();
-    const auto reached = clip.insetBy(-MarkMask::largest, -MarkMask::largest);
     for (const auto& place : places) {
         const auto p = map.apply(place);
-        if (!reached.contains(p)) continue;
+        if (!MarkStamp::reaching(clip).contains(p)) continue;
         visible.push_back(p);
         area = area.unionWith({p, CGSize{}});
     }
-    if (visible.empty()) return;
-    area = area.insetBy(-MarkMask::largest, -MarkMask::largest).intersection(clip);
+    area = MarkStamp::reaching(area).intersection(clip);
+    if (area.isEmpty()) return;
     const CGFloat left = std::floor(area.minX()), top = std::floor(area.minY());
     area = {left, top, std::ceil(area.maxX()) - left, std::ceil(area.maxY()) - top};
 
-    static std::optional<MarkMask> mask;
-    if (!mask || !mask->isOf(corners)) mask.emplace(corners);
-    mask->begin(area);
-    for (const auto& p : visible) mask->add(p);
+    const auto columns = static_cast<std::size_t>(area.width());
+    static std::vector<float> coverage;
+    coverage.assign(columns * static_cast<std::size_t>(area.height()), 0);
+    for (const auto& p : visible)
+        stamp->put(p, area, [&](int x, int y, std::uint8_t part) {
+            auto& covered = coverage[static_cast<std::size_t>(y - top) * columns +
+                                     static_cast<std::size_t>(x - left)];
+            covered += (1 - covered) * (static_cast<float>(part) / 255);
+        });
     const auto byte = [](double part) {
         return static_cast<std::uint32_t>(std::lround(255 * part));
     };
@@ -262,13 +259,12 @@ void CanvasBitmap::fillMarks(std::span<const CGPoint> outline, std::span<const C
     const std::uint32_t color = byte(fill.blue) << 16 | byte(fill.green) << 8 | byte(fill.red);
     const auto opacity = static_cast<float>(255 * fill.alpha);
     static std::vector<std::uint32_t> painted;
-    const auto coverage = mask->coverage();
-    painted.resize(coverage.size());
-    for (std::size_t i = 0; i < coverage.size(); ++i)
-        painted[i] = static_cast<std::uint32_t>(coverage[i] * opacity + 0.5F) << 24 | color;
+    painted.clear();
+    for (const float part : coverage)
+        painted.push_back(static_cast<std::uint32_t>(part * opacity + 0.5F) << 24 | color);
     saveGState();
     concatenate(map.inverted());
-    putImage(painted, mask->columns(), mask->rows(), area);
+    putImage(painted, static_cast<int>(area.width()), static_cast<int>(area.height()), area);
     restoreGState();
 }
 
