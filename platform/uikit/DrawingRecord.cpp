@@ -1,6 +1,7 @@
 #include "platform/uikit/DrawingRecord.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -202,8 +203,8 @@ void DrawingRecord::begin(CGSize size, CGFloat scale) {
     saved_.clear();
     state_.ctm = CGAffineTransform::scale(scale, scale);
     state_.clip = {0, 0, size.width * scale, size.height * scale};
-    path_ = CGRect::null();
-    paints_ = false;
+    state_.lineWidth = 1;
+    path_ = painted_ = CGRect::null();
     // The same calls at another size or scale make a different picture.
     put(size);
     put(scale);
@@ -214,7 +215,7 @@ void DrawingRecord::swap(DrawingRecord& other) noexcept {
     saved_.swap(other.saved_);
     std::swap(state_, other.state_);
     std::swap(path_, other.path_);
-    std::swap(paints_, other.paints_);
+    std::swap(painted_, other.painted_);
 }
 
 void DrawingRecord::saveGState() {
@@ -243,6 +244,7 @@ void DrawingRecord::setStrokeColor(const CGColor& color) {
 }
 
 void DrawingRecord::setLineWidth(CGFloat width) {
+    state_.lineWidth = width;
     record<&CGContext::setLineWidth>(width);
 }
 
@@ -263,7 +265,18 @@ void DrawingRecord::setAlpha(CGFloat alpha) {
 }
 
 void DrawingRecord::extendPath(CGPoint p) {
-    path_ = path_.unionWith({state_.ctm.apply(p), CGSize{}});
+    p = state_.ctm.apply(p);
+    if (std::isfinite(p.x) && std::isfinite(p.y)) path_ = path_.unionWith({p, CGSize{}});
+}
+
+void DrawingRecord::paint(const CGRect& within, CGFloat distance) {
+    painted_ = painted_.unionWith(within.insetBy(-distance, -distance).intersection(state_.clip));
+}
+
+CGFloat DrawingRecord::reachOfStrokes() const {
+    constexpr CGFloat miterLimit = 10;
+    const auto& [a, b, c, d, tx, ty] = state_.ctm;
+    return state_.lineWidth / 2 * miterLimit * std::max(std::hypot(a, b), std::hypot(c, d)) + 1;
 }
 
 void DrawingRecord::beginPath() {
@@ -293,7 +306,10 @@ void DrawingRecord::closePath() {
 }
 
 void DrawingRecord::addRect(const CGRect& rect) {
-    path_ = path_.unionWith(state_.ctm.apply(rect));
+    extendPath({rect.minX(), rect.minY()});
+    extendPath({rect.minX(), rect.maxY()});
+    extendPath({rect.maxX(), rect.minY()});
+    extendPath({rect.maxX(), rect.maxY()});
     record<&CGContext::addRect>(rect);
 }
 
@@ -303,14 +319,12 @@ void DrawingRecord::addPath(const CGPath& path) {
 }
 
 void DrawingRecord::strokePath() {
-    paints_ = true;
-    path_ = CGRect::null();
+    paint(std::exchange(path_, CGRect::null()), reachOfStrokes());
     record<&CGContext::strokePath>();
 }
 
 void DrawingRecord::fillPath() {
-    paints_ = true;
-    path_ = CGRect::null();
+    paint(std::exchange(path_, CGRect::null()), 1);
     record<&CGContext::fillPath>();
 }
 
@@ -324,14 +338,22 @@ CGRect DrawingRecord::clipBoundingBox() const {
 }
 
 void DrawingRecord::strokePolygon(std::span<const CGPoint> corners) {
-    paints_ = true;
     path_ = CGRect::null();
+    for (const auto& p : corners) extendPath(p);
+    paint(std::exchange(path_, CGRect::null()), reachOfStrokes());
     record<&CGContext::strokePolygon>(corners);
 }
 
 void DrawingRecord::fillMarks(std::span<const CGPoint> outline, std::span<const CGPoint> places) {
-    paints_ = true;
+    CGFloat reach = 1;
+    for (const auto& p : outline) {
+        const auto corner = state_.ctm.apply(p);
+        reach = std::max({reach, std::abs(corner.x - state_.ctm.tx) + 1,
+                          std::abs(corner.y - state_.ctm.ty) + 1});
+    }
     path_ = CGRect::null();
+    for (const auto& p : places) extendPath(p);
+    paint(std::exchange(path_, CGRect::null()), reach);
     record<&CGContext::fillMarks>(outline, places);
 }
 
@@ -349,23 +371,23 @@ void DrawingRecord::endTransparencyLayer() {
 
 void DrawingRecord::drawLinearGradient(std::span<const CGGradientStop> stops, CGPoint start,
                                        CGPoint end) {
-    paints_ = true;
+    paint();
     record<&CGContext::drawLinearGradient>(stops, start, end);
 }
 
 void DrawingRecord::drawRadialGradient(std::span<const CGGradientStop> stops, CGPoint startCenter,
                                        CGFloat startRadius, CGPoint endCenter, CGFloat endRadius) {
-    paints_ = true;
+    paint();
     record<&CGContext::drawRadialGradient>(stops, startCenter, startRadius, endCenter, endRadius);
 }
 
 void DrawingRecord::drawImage(const CGImage& image, const CGRect& rect) {
-    paints_ = true;
+    paint();
     record<&CGContext::drawImage>(image, rect);
 }
 
 void DrawingRecord::drawBitmap(const CGBitmapContext& bitmap, const CGRect& rect) {
-    paints_ = true;
+    paint();
     // Recorded as an image of its present pixels.
     put<Replay>(&Reader::replay<&CGContext::drawImage>);
     putImage(bitmap.pixelWidth(), bitmap.pixelHeight(), bitmap.pixels());
@@ -374,7 +396,7 @@ void DrawingRecord::drawBitmap(const CGBitmapContext& bitmap, const CGRect& rect
 
 void DrawingRecord::showText(std::string_view text, const CGFont& font, CGFloat size,
                              CGPoint origin, CGFloat tracking) {
-    paints_ = true;
+    paint();
     record<&CGContext::showText>(text, font, size, origin, tracking);
 }
 

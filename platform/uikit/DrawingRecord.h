@@ -20,8 +20,9 @@ class DrawingRecord final : public CGContext {
     void begin(CGSize size, CGFloat scale);
     /// Makes the recorded calls on another context.
     void play(CGContext& on) const;
-    /// Whether anything would be painted.
-    bool paints() const { return paints_; }
+    /// The pixels that the calls may paint: not much more than those that they do, where these are
+    /// filled paths, lines and marks; null if none.
+    CGRect painted() const { return painted_; }
     bool operator==(const DrawingRecord& other) const { return bytes_ == other.bytes_; }
     void swap(DrawingRecord& other) noexcept;
 
@@ -76,6 +77,7 @@ class DrawingRecord final : public CGContext {
     struct State {
         CGAffineTransform ctm;
         CGRect clip;  // in pixels
+        CGFloat lineWidth = 1;
     };
 
     template <auto Method, class... T>
@@ -93,12 +95,16 @@ class DrawingRecord final : public CGContext {
     void putImage(int width, int height, std::span<const std::uint32_t> pixels);
     void append(std::span<const std::byte> bytes);
     void extendPath(CGPoint p);
+    /// What is painted lies within the clip, and these pixels or the distance from them.
+    void paint(const CGRect& within, CGFloat distance);
+    void paint() { paint(state_.clip, 0); }
+    CGFloat reachOfStrokes() const;
 
     std::vector<std::byte> bytes_;
     std::vector<State> saved_;
     State state_;
     CGRect path_ = CGRect::null();  // bounds of the current path, in pixels
-    bool paints_ = false;
+    CGRect painted_ = CGRect::null();
 };
 
 }  // namespace platform

@@ -10,6 +10,7 @@ struct PixelRect {
     bool operator==(const PixelRect&) const = default;
 
     bool isEmpty() const { return width <= 0 || height <= 0; }
+    PixelRect movedBy(int dx, int dy) const { return {x + dx, y + dy, width, height}; }
     PixelRect intersection(const PixelRect& other) const {
         const int left = std::max(x, other.x), top = std::max(y, other.y);
         return {left, top, std::min(x + width, other.x + other.width) - left,

@@ -126,6 +126,7 @@ class UIView : public UIResponder, public std::enable_shared_from_this<UIView> {
     // For windows and view controllers.
 
     ViewLayer& layer() { return *layer_; }
+    const ViewLayer& layer() const { return *layer_; }
     void setViewController(UIViewController* controller) { controller_ = controller; }
 
  private:

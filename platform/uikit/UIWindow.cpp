@@ -102,13 +102,10 @@ PixelRect UIWindow::pictureFrom(const UIView& view) const {
 }
 
 std::optional<PixelRect> UIWindow::pixelsOf(const UIView& view) const {
-    const auto& layer = const_cast<UIView&>(view).layer();
+    const auto& layer = view.layer();
     const auto picture = pictureFrom(view);
     if (!layer.bitmap() || picture.isEmpty()) return {};
-    auto part = layer.part();
-    part.x -= picture.x;
-    part.y -= picture.y;
-    return part;
+    return layer.part().movedBy(-picture.x, -picture.y);
 }
 
 void UIWindow::addDamage(const UIView& view) {
@@ -120,9 +117,10 @@ void UIWindow::addDamage(const UIView& view) {
 
 void UIWindow::display(UIView& view) {
     const auto before = pixelsOf(view);
-    if (!view.layer().display(view, scale_, pictureFrom(view))) return;
-    if (before) addDamage(*before);
-    if (const auto after = pixelsOf(view)) addDamage(*after);
+    const auto picture = pictureFrom(view);
+    const auto changed = view.layer().display(view, scale_, picture);
+    if (before && before != pixelsOf(view)) addDamage(*before);
+    if (!picture.isEmpty()) addDamage(changed.movedBy(-picture.x, -picture.y));
 }
 
 void UIWindow::displayTree(UIView& view) {
@@ -136,11 +134,15 @@ void UIWindow::composeTree(CGContext& context, const UIView& view, CGFloat alpha
                            const PixelRect& damaged) const {
     if (view.isHidden() || view.alpha() == 0) return;
     alpha *= view.alpha();
-    const auto rect = pixelsOf(view);
-    if (rect && !rect->intersection(damaged).isEmpty()) {
-        context.setAlpha(alpha);
-        context.drawBitmap(*const_cast<UIView&>(view).layer().bitmap(),
-                           CGRect(rect->x, rect->y, rect->width, rect->height));
+    if (const auto rect = pixelsOf(view)) {
+        const auto& layer = view.layer();
+        const auto& part = layer.part();
+        const auto painted = layer.painted().movedBy(rect->x - part.x, rect->y - part.y);
+        if (!painted.intersection(damaged).isEmpty()) {
+            context.setAlpha(alpha);
+            context.drawBitmap(*layer.bitmap(),
+                               CGRect(rect->x, rect->y, rect->width, rect->height));
+        }
     }
     for (const auto& subview : view.subviews()) composeTree(context, *subview, alpha, damaged);
 }

@@ -27,6 +27,16 @@ PixelRect partOf(const UIView& view, CGFloat scale, const PixelRect& picture) {
     return isLarge ? whole.intersection(picture) : whole;
 }
 
+/// The whole pixels of the part that the rectangle touches.
+PixelRect touched(const PixelRect& part, const CGRect& by) {
+    const auto rect = by.intersection(CGRect(part.x, part.y, part.width, part.height));
+    if (part.isEmpty() || rect.isEmpty()) return {};
+    const int left = static_cast<int>(std::floor(rect.minX()));
+    const int top = static_cast<int>(std::floor(rect.minY()));
+    return {left, top, static_cast<int>(std::ceil(rect.maxX())) - left,
+            static_cast<int>(std::ceil(rect.maxY())) - top};
+}
+
 }  // namespace
 
 ViewLayer::ViewLayer() = default;
@@ -36,7 +46,7 @@ bool ViewLayer::needsDisplay(const UIView& view, CGFloat scale, const PixelRect&
     return needsDisplay_ || partOf(view, scale, picture) != part_;
 }
 
-bool ViewLayer::display(UIView& view, CGFloat scale, const PixelRect& picture) {
+PixelRect ViewLayer::display(UIView& view, CGFloat scale, const PixelRect& picture) {
     needsDisplay_ = false;
     const auto bounds = view.bounds();
     next_.begin(bounds.size, scale);
@@ -46,28 +56,30 @@ bool ViewLayer::display(UIView& view, CGFloat scale, const PixelRect& picture) {
     }
     ++draws_;
     const auto before = std::exchange(part_, partOf(view, scale, picture));
-    if (next_ == shown_ && part_ == before) return false;
+    if (next_ == shown_ && part_ == before) return {};
     shown_.swap(next_);
 
-    const bool hadBitmap = bitmap_ != nullptr;
-    if (!shown_.paints() || part_.isEmpty()) {
+    const auto cleared = std::exchange(painted_, touched(part_, shown_.painted()));
+    if (painted_.isEmpty()) {
         bitmap_.reset();
-        return hadBitmap;
+        return cleared;
     }
     ++paints_;
-    if (bitmap_ && bitmap_->pixelWidth() == part_.width && bitmap_->pixelHeight() == part_.height &&
-        bitmap_->scale() == scale) {
-        bitmap_->clearRect(CGRect({}, bitmap_->size()).insetBy(-1, -1));
-    } else {
+    const CGPoint corner{part_.x / scale, part_.y / scale};
+    const bool isKept = bitmap_ && part_ == before && bitmap_->scale() == scale;
+    if (!isKept) {
         bitmap_.reset();
         bitmap_ = makeBitmapContext(part_.width, part_.height, scale);
     }
-    if (!bitmap_) return hadBitmap;
+    if (!bitmap_) return cleared;
     bitmap_->saveGState();
-    bitmap_->translateBy(-part_.x / scale, -part_.y / scale);
+    bitmap_->translateBy(-corner.x, -corner.y);
+    if (isKept && !cleared.isEmpty())
+        bitmap_->clearRect({(cleared.x - 1) / scale, (cleared.y - 1) / scale,
+                            (cleared.width + 2) / scale, (cleared.height + 2) / scale});
     shown_.play(*bitmap_);
     bitmap_->restoreGState();
-    return true;
+    return cleared.isEmpty() ? painted_ : painted_.unionWith(cleared);
 }
 
 }  // namespace platform

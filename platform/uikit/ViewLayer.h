@@ -25,14 +25,16 @@ class ViewLayer {
     bool needsDisplay(const UIView& view, CGFloat scale, const PixelRect& picture) const;
 
     /// Calls draw(), at scale pixels a point. picture: the window's picture in the view's pixels.
-    /// True if the bitmap has changed.
-    bool display(UIView& view, CGFloat scale, const PixelRect& picture);
+    /// What of the bitmap has changed since, in the view's pixels; empty if nothing.
+    PixelRect display(UIView& view, CGFloat scale, const PixelRect& picture);
 
     /// Null if the view draws nothing or its memory could not be allocated.
     const CGBitmapContext* bitmap() const { return bitmap_.get(); }
     /// The part of the view that the bitmap holds: all of it, or of a view that is large (4096
     /// pixels a side) what lies in the picture.
     const PixelRect& part() const { return part_; }
+    /// What of that part is painted at all.
+    const PixelRect& painted() const { return painted_; }
 
     /// Calls of draw() and paintings of the bitmap since construction.
     int draws() const { return draws_; }
@@ -40,7 +42,7 @@ class ViewLayer {
 
  private:
     std::unique_ptr<CGBitmapContext> bitmap_;
-    PixelRect part_;
+    PixelRect part_, painted_;
     DrawingRecord shown_;
     DrawingRecord next_;
     int draws_ = 0;

@@ -246,7 +246,45 @@ TEST(DrawingRecord, PlaysBackTheSamePixelsAndIsEqualOnlyForTheSamePicture) {
     }
     record.begin({64, 64}, 1);
     record.translateBy(1, 1);
-    EXPECT_FALSE(record.paints());
+    EXPECT_TRUE(record.painted().isEmpty());
+}
+
+TEST_F(Window, APicturesChangeIsWhatItsCallsPaintedAndPaint) {
+    struct Turned : UIView {
+        using UIView::UIView;
+        void draw(CGRect) override {
+            auto& context = *UIGraphicsGetCurrentContext();
+            context.scaleBy(0.5, 0.5);
+            context.rotateBy(turn);
+            const std::array<CGPoint, 3> corners{{{40, 12}, {70, 14}, {44, 20}}};
+            if (kind == 0) return context.strokePolygon(corners);
+            if (kind == 1) return context.fillMarks(corners, corners);
+            context.beginPath();
+            for (const auto& p : corners) context.addLineTo(p);
+            kind == 2 ? context.fillPath() : context.strokePath();
+        }
+        CGFloat turn = 0;
+        int kind = 0;
+    };
+    const auto view = std::make_shared<Turned>(CGRect(0, 0, 100, 80));
+    window->addSubview(view);
+    for (view->kind = 0; view->kind < 4; ++view->kind)
+        for (const CGFloat turn : {0.0, 0.7, 0.9, 4.0}) {
+            view->turn = turn;
+            view->setNeedsDisplay();
+            window->update();
+            const auto& changed = view->layer().painted();
+            EXPECT_LE(changed.width * changed.height, 3400);
+            const auto anew = makeBitmapContext(100, 80, 1);
+            anew->setFillColor({0, 0, 0, 1});
+            anew->fillRect({0, 0, 100, 80});
+            {
+                const UIGraphicsContextScope scope(*anew);
+                view->draw({});
+            }
+            EXPECT_TRUE(std::ranges::equal(anew->pixels(), window->picture()->pixels()))
+                << view->kind << " " << turn;
+        }
 }
 
 }  // namespace
