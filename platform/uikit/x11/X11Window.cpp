@@ -1,5 +1,5 @@
 // The X11 back end of NativeWindow: Xlib for the window, XInput 2 for fingers and trackpads. The
-// picture is painted in memory, and what changes of it is sent to the server.
+// picture is painted in memory, and what changes of it goes to the server.
 
 #include <X11/XKBlib.h>
 #include <X11/Xatom.h>
@@ -23,6 +23,7 @@
 #include "platform/uikit/NativeWindow.h"
 #include "platform/uikit/UITouch.h"
 #include "platform/uikit/UIWindow.h"
+#include "platform/uikit/x11/X11Picture.h"
 
 namespace platform {
 namespace {
@@ -34,9 +35,9 @@ constexpr long kUsualEvents = ExposureMask | StructureNotifyMask | ButtonPressMa
                               ButtonReleaseMask | PointerMotionMask | EnterWindowMask |
                               LeaveWindowMask;
 
-// Errors. By default Xlib ends the process, which in a plug-in is the host. Errors on connections
-// of this file are ignored, all others are passed on to the handler that was set before.
-
+/// The connections of our windows. By default Xlib ends the process after an error, which in a
+/// plug-in is the host. Errors on these connections are only counted, all others are passed on to
+/// the handler that was set before. Any thread.
 class Connections {
  public:
     static Connections& shared() {
@@ -46,41 +47,60 @@ class Connections {
 
     void add(Display* display) {
         const std::lock_guard lock(mutex_);
-        if (displays_.empty()) {
+        if (all_.empty()) {
             before_ = XSetErrorHandler(onError);
             beforeIO_ = XSetIOErrorHandler(onIOError);
         }
-        displays_.push_back(display);
+        all_.push_back({display});
     }
 
     /// Restores the handlers with the last window, after which this code may be unloaded.
     void remove(Display* display) {
         const std::lock_guard lock(mutex_);
-        std::erase(displays_, display);
-        if (!displays_.empty()) return;
+        std::erase_if(all_, [&](const auto& one) { return one.display == display; });
+        if (!all_.empty()) return;
         if (const auto now = XSetErrorHandler(before_); now != onError) XSetErrorHandler(now);
         if (const auto now = XSetIOErrorHandler(beforeIO_); now != onIOError)
             XSetIOErrorHandler(now);
     }
 
- private:
-    bool owns(Display* display) {
+    /// The errors of a connection so far. XSync() waits for those of what was asked before.
+    int errors(Display* display) {
         const std::lock_guard lock(mutex_);
-        return std::ranges::find(displays_, display) != displays_.end();
+        const auto* one = find(display);
+        return one ? one->errors : 0;
+    }
+
+ private:
+    struct Connection {
+        Display* display;
+        int errors = 0;
+    };
+
+    Connection* find(Display* display) {
+        const auto one = std::ranges::find(all_, display, &Connection::display);
+        return one == all_.end() ? nullptr : &*one;
+    }
+    /// Counts the error if the connection is one of these.
+    bool count(Display* display) {
+        const std::lock_guard lock(mutex_);
+        auto* one = find(display);
+        if (one) ++one->errors;
+        return one;
     }
 
     static int onError(Display* display, XErrorEvent* event) {
         auto& all = shared();
-        return all.owns(display) || !all.before_ ? 0 : all.before_(display, event);
+        return all.count(display) || !all.before_ ? 0 : all.before_(display, event);
     }
 
     static int onIOError(Display* display) {
         auto& all = shared();
-        return all.owns(display) || !all.beforeIO_ ? 0 : all.beforeIO_(display);
+        return all.count(display) || !all.beforeIO_ ? 0 : all.beforeIO_(display);
     }
 
     std::mutex mutex_;
-    std::vector<Display*> displays_;
+    std::vector<Connection> all_;
     XErrorHandler before_ = nullptr;
     XIOErrorHandler beforeIO_ = nullptr;
 };
@@ -138,7 +158,7 @@ class X11Window final : public NativeWindow {
     ~X11Window() override {
         content_->cancelTouches();
         detach();
-        if (gc_) XFreeGC(display_, gc_);
+        picture_.reset();
         // A window was destroyed with its parent or its server, and must not be destroyed again.
         if (window_ && !lost_) XDestroyWindow(display_, window_);
         XCloseDisplay(display_);
@@ -217,7 +237,6 @@ class X11Window final : public NativeWindow {
         if (onHover) onHover(at);
     }
     void present();
-    void put(const PixelRect& rect);
 
     Display* display_;
     std::shared_ptr<UIWindow> content_;
@@ -229,7 +248,7 @@ class X11Window final : public NativeWindow {
     ::Window window_ = 0;
     Visual* visual_ = nullptr;
     int depth_ = 0;
-    GC gc_ = nullptr;
+    std::unique_ptr<X11Picture> picture_;
     Atom protocols_ = 0, deleteWindow_ = 0;
     int touchOpcode_ = -1;
     std::optional<RunLoop::ObserverID> observer_;
@@ -268,6 +287,8 @@ bool X11Window::create(const Options& options, std::string* error) {
         window_ = 0;
         return false;
     }
+    picture_ = X11Picture::of(display_, window_,
+                              [this] { return Connections::shared().errors(display_); });
     attach();
     return true;
 }
@@ -295,7 +316,6 @@ void X11Window::makeWindow(const Options& options) {
     window_ = XCreateWindow(display_, parent, 0, 0, pixels(size_.width), pixels(size_.height), 0,
                             depth_, InputOutput, visual_,
                             CWColormap | CWBitGravity | CWEventMask | CWBorderPixel, &attributes);
-    gc_ = XCreateGC(display_, window_, 0, nullptr);
 }
 
 /// Sets the properties for the window manager, or for the host around the window.
@@ -580,28 +600,9 @@ void X11Window::present() {
     auto changed = content_->update();
     changed.insert(changed.end(), exposed_.begin(), exposed_.end());
     exposed_.clear();
-    for (const auto& rect : changed) put(rect);
-    if (!changed.empty()) XFlush(display_);
-}
-
-void X11Window::put(const PixelRect& rect) {
-    const auto* picture = content_->picture();
-    if (!picture) return;
-    const int width = std::min(rect.width, picture->pixelWidth() - rect.x);
-    const int height = std::min(rect.height, picture->pixelHeight() - rect.y);
-    if (width <= 0 || height <= 0) return;
-    // Xlib only reads it; the image borrows the picture's memory.
-    auto* data = const_cast<std::uint32_t*>(picture->pixels().data());
-    auto* image =
-        XCreateImage(display_, visual_, static_cast<unsigned>(depth_), ZPixmap, 0,
-                     reinterpret_cast<char*>(data), static_cast<unsigned>(picture->pixelWidth()),
-                     static_cast<unsigned>(picture->pixelHeight()), 32, 0);
-    if (!image) return;
-    image->byte_order = std::endian::native == std::endian::little ? LSBFirst : MSBFirst;
-    XPutImage(display_, window_, gc_, image, rect.x, rect.y, rect.x, rect.y,
-              static_cast<unsigned>(width), static_cast<unsigned>(height));
-    image->data = nullptr;
-    XDestroyImage(image);
+    if (changed.empty() || !content_->picture()) return;
+    picture_->put(*content_->picture(), changed);
+    XFlush(display_);
 }
 
 Display* openDisplay(std::string* error) {

@@ -13,7 +13,8 @@
 namespace qov::test {
 
 /// A screen that also takes touches of five fingers. They come out of the X server's own input
-/// driver for tests and take the same way as those of a touch screen.
+/// driver for tests and take the same way as those of a touch screen. It shares no memory with its
+/// clients, as a server on another machine would not.
 class TouchScreen : public Screen {
  public:
     static constexpr int down = XI_TouchBegin, move = XI_TouchUpdate, up = XI_TouchEnd;
@@ -22,7 +23,7 @@ class TouchScreen : public Screen {
         : Screen((std::filesystem::remove(socketPath),  // a server that was killed leaves it there
                   std::vector<std::string>{"Xorg", "-config", XORG_FOLDER "/xorg.conf", "-logfile",
                                            XORG_FOLDER "/xorg.log", "-novtswitch", "-sharevts",
-                                           "-quiet"})) {
+                                           "-quiet", "-extension", "MIT-SHM"})) {
         sockaddr_un address{.sun_family = AF_UNIX, .sun_path = {}};
         std::string_view(socketPath).copy(address.sun_path, sizeof address.sun_path - 1);
         const xf86ITEventClientVersion hello{{sizeof hello, XF86IT_EVENT_CLIENT_VERSION},
