@@ -78,12 +78,16 @@ class Editor {
         return graph().computePoints(unit.getBufferLeft(), unit.getBufferRight(), 2048);
     }
     CorrelographBaseAU& graph() { return controller_->correlographView->baseClass; }
-    /// The bitmaps of the views that a tick does not redraw, all of the window's size.
-    std::vector<const platform::CGBitmapContext*> otherLayers() const {
-        std::vector<const platform::CGBitmapContext*> layers;
-        for (const auto& view : controller_->view()->subviews())
-            if (view != controller_->correlographView && view->layer().bitmap())
-                layers.push_back(view->layer().bitmap());
+    /// Bitmaps of the views that a tick does not redraw, all of the window's size.
+    std::vector<std::unique_ptr<platform::CGBitmapContext>> otherLayers() const {
+        std::vector<std::unique_ptr<platform::CGBitmapContext>> layers;
+        const auto* picture = window_->picture();
+        for (const auto& view : controller_->view()->subviews()) {
+            if (view == controller_->correlographView || view->isHidden()) continue;
+            layers.push_back(
+                platform::makeBitmapContext(picture->pixelWidth(), picture->pixelHeight(), 1));
+            view->layer().compose(*layers.back(), {});
+        }
         return layers;
     }
 
@@ -103,7 +107,7 @@ class BareCairo {
           scale_(scale),
           window_(surface(680, 440)),
           graph_(surface(280, 260)) {
-        for (const auto* bitmap : editor.otherLayers()) {
+        for (const auto& bitmap : editor.otherLayers()) {
             layers_.push_back(surface(680, 440));
             std::memcpy(cairo_image_surface_get_data(layers_.back()), bitmap->pixels().data(),
                         bitmap->pixels().size_bytes());

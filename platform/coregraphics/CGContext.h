@@ -98,6 +98,10 @@ class CGContext {
     virtual void drawImage(const CGImage& image, const CGRect& rect) = 0;
     /// The same for another context's bitmap, without a copy where both have the same back end.
     virtual void drawBitmap(const CGBitmapContext& bitmap, const CGRect& rect) = 0;
+    /// The same for a bitmap that is opaque all over; a back end may have a faster way.
+    virtual void copyBitmap(const CGBitmapContext& bitmap, const CGRect& rect) {
+        drawBitmap(bitmap, rect);
+    }
 
     /// Draws one line of UTF-8 in the fill colour, its base line starting at origin. Size and
     /// origin in points, tracking in ems.

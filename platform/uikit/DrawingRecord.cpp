@@ -205,6 +205,7 @@ void DrawingRecord::begin(CGSize size, CGFloat scale) {
     state_.clip = {0, 0, size.width * scale, size.height * scale};
     state_.lineWidth = 1;
     path_ = painted_ = CGRect::null();
+    erases_ = false;
     // The same calls at another size or scale make a different picture.
     put(size);
     put(scale);
@@ -216,6 +217,7 @@ void DrawingRecord::swap(DrawingRecord& other) noexcept {
     std::swap(state_, other.state_);
     std::swap(path_, other.path_);
     std::swap(painted_, other.painted_);
+    std::swap(erases_, other.erases_);
 }
 
 void DrawingRecord::saveGState() {
@@ -358,6 +360,7 @@ void DrawingRecord::fillMarks(std::span<const CGPoint> outline, std::span<const 
 }
 
 void DrawingRecord::clearRect(const CGRect& rect) {
+    erases_ = true;
     record<&CGContext::clearRect>(rect);
 }
 

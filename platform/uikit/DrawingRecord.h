@@ -23,6 +23,8 @@ class DrawingRecord final : public CGContext {
     /// The pixels that the calls may paint: not much more than those that they do, where these are
     /// filled paths, lines and marks; null if none.
     CGRect painted() const { return painted_; }
+    /// Whether pixels may lose what was there before.
+    bool erases() const { return erases_; }
     bool operator==(const DrawingRecord& other) const { return bytes_ == other.bytes_; }
     void swap(DrawingRecord& other) noexcept;
 
@@ -105,6 +107,7 @@ class DrawingRecord final : public CGContext {
     State state_;
     CGRect path_ = CGRect::null();  // bounds of the current path, in pixels
     CGRect painted_ = CGRect::null();
+    bool erases_ = false;
 };
 
 }  // namespace platform

@@ -56,6 +56,7 @@ void UIWindow::setScale(CGFloat scale) {
 
 void UIWindow::setBackgroundColor(const CGColor& color) {
     background_ = color.withAlpha(1);
+    forgetGround();
     damageAll();
 }
 
@@ -90,61 +91,60 @@ void UIWindow::addDamage(const PixelRect& rect) {
     damage_ = {added};
 }
 
-PixelRect UIWindow::pictureFrom(const UIView& view) const {
-    // Layers are placed on whole pixels, so that a moving picture stays sharp.
+std::optional<ViewLayer::Place> UIWindow::placeOf(const UIView& view) const {
+    // On whole pixels, so that a moving picture stays sharp.
     const auto corner = view.convertToWindow({});
     const auto x = std::round(corner.x * scale_), y = std::round(corner.y * scale_);
     if (!(std::abs(x) < kFarthest && std::abs(y) < kFarthest)) return {};
-    auto picture = wholePicture();
-    picture.x = static_cast<int>(-x);
-    picture.y = static_cast<int>(-y);
-    return picture;
+    return ViewLayer::Place{static_cast<int>(x), static_cast<int>(y), 1};
 }
 
-std::optional<PixelRect> UIWindow::pixelsOf(const UIView& view) const {
-    const auto& layer = view.layer();
-    const auto picture = pictureFrom(view);
-    if (!layer.bitmap() || picture.isEmpty()) return {};
-    return layer.part().movedBy(-picture.x, -picture.y);
+PixelRect UIWindow::pixelsOf(const UIView& view) const {
+    const auto place = placeOf(view);
+    if (!place) return {};
+    const auto whole = wholePicture();
+    const auto rect = view.layer()
+                          .painted()
+                          .offsetBy(place->x, place->y)
+                          .intersection(CGRect(0, 0, whole.width, whole.height));
+    if (rect.isEmpty()) return {};
+    const int x = static_cast<int>(std::floor(rect.minX()));
+    const int y = static_cast<int>(std::floor(rect.minY()));
+    return {x, y, static_cast<int>(std::ceil(rect.maxX())) - x,
+            static_cast<int>(std::ceil(rect.maxY())) - y};
 }
 
 void UIWindow::addDamage(const UIView& view) {
     needsUpdate_ = true;
     if (view.isHidden()) return;
-    if (const auto rect = pixelsOf(view)) addDamage(*rect);
+    addDamage(pixelsOf(view));
     for (const auto& subview : view.subviews()) addDamage(*subview);
 }
 
 void UIWindow::display(UIView& view) {
     const auto before = pixelsOf(view);
-    const auto picture = pictureFrom(view);
-    const auto changed = view.layer().display(view, scale_, picture);
-    if (before && before != pixelsOf(view)) addDamage(*before);
-    if (!picture.isEmpty()) addDamage(changed.movedBy(-picture.x, -picture.y));
+    if (!view.layer().display(view, scale_)) return;
+    addDamage(before);
+    addDamage(pixelsOf(view));
 }
 
 void UIWindow::displayTree(UIView& view) {
     if (view.isHidden() || view.alpha() == 0) return;
-    if (view.layer().needsDisplay(view, scale_, pictureFrom(view))) display(view);
+    if (view.layer().needsDisplay(view, scale_)) display(view);
     const auto views = view.subviews();
     for (const auto& subview : views) displayTree(*subview);
 }
 
-void UIWindow::composeTree(CGContext& context, const UIView& view, CGFloat alpha,
-                           const PixelRect& damaged) const {
+void UIWindow::collect(UIView& view, CGFloat alpha, std::vector<Shown>& into) const {
     if (view.isHidden() || view.alpha() == 0) return;
     alpha *= view.alpha();
-    if (const auto rect = pixelsOf(view)) {
-        const auto& layer = view.layer();
-        const auto& part = layer.part();
-        const auto painted = layer.painted().movedBy(rect->x - part.x, rect->y - part.y);
-        if (!painted.intersection(damaged).isEmpty()) {
-            context.setAlpha(alpha);
-            context.drawBitmap(*layer.bitmap(),
-                               CGRect(rect->x, rect->y, rect->width, rect->height));
-        }
+    const auto pixels = pixelsOf(view);
+    if (!pixels.isEmpty()) {
+        auto place = *placeOf(view);
+        place.alpha = alpha;
+        into.push_back({&view.layer(), place, pixels});
     }
-    for (const auto& subview : view.subviews()) composeTree(context, *subview, alpha, damaged);
+    for (const auto& subview : view.subviews()) collect(*subview, alpha, into);
 }
 
 std::vector<PixelRect> UIWindow::update() {
@@ -159,20 +159,53 @@ std::vector<PixelRect> UIWindow::update() {
         picture_->pixelHeight() != whole.height) {
         picture_.reset();
         picture_ = makeBitmapContext(whole.width, whole.height, 1);
+        forgetGround();
         damage_ = {whole};
     }
     auto damaged = std::exchange(damage_, {});
     if (!picture_) return {};
-    for (const auto& rect : damaged) {
-        const CGRect area(rect.x, rect.y, rect.width, rect.height);
-        picture_->saveGState();
-        picture_->clipTo(area);
-        picture_->setFillColor(background_);
-        picture_->fillRect(area);
-        composeTree(*picture_, *this, 1, rect);
-        picture_->restoreGState();
+    std::vector<Shown> shown;
+    collect(*this, 1, shown);
+    // What has been quiet for a while, and has nothing restless behind it, is composited once.
+    std::ptrdiff_t quiet = 0;
+    bool isQuiet = true;
+    for (const auto& one : shown) {
+        isQuiet = one.layer->isQuietAt(one.place) && isQuiet;
+        quiet += isQuiet;
     }
+    const auto above = shown.begin() + quiet;
+    if (!std::equal(shown.begin(), above, quiet_.begin(), quiet_.end())) {
+        forgetGround();
+        quiet_.assign(shown.begin(), above);
+        if (quiet) ground_ = makeBitmapContext(whole.width, whole.height, 1);
+        if (ground_) compose(*ground_, whole, nullptr, shown.begin(), above);
+    }
+    for (const auto& rect : damaged)
+        compose(*picture_, rect, ground_.get(), ground_ ? above : shown.begin(), shown.end());
     return damaged;
+}
+
+void UIWindow::forgetGround() {
+    quiet_.clear();
+    ground_.reset();
+}
+
+void UIWindow::compose(CGBitmapContext& picture, const PixelRect& rect,
+                       const CGBitmapContext* ground, ShownAt from, ShownAt end) const {
+    const CGRect area(rect.x, rect.y, rect.width, rect.height);
+    picture.saveGState();
+    picture.clipTo(area);
+    picture.saveGState();
+    if (ground) {
+        picture.copyBitmap(*ground, CGRect({}, ground->size()));
+    } else {
+        picture.setFillColor(background_);
+        picture.fillRect(area);
+    }
+    picture.restoreGState();
+    for (; from != end; ++from)
+        if (!from->pixels.intersection(rect).isEmpty()) from->layer->compose(picture, from->place);
+    picture.restoreGState();
 }
 
 // Touches

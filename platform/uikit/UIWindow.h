@@ -11,6 +11,7 @@
 #include "platform/uikit/GestureCenter.h"
 #include "platform/uikit/PixelRect.h"
 #include "platform/uikit/UIView.h"
+#include "platform/uikit/ViewLayer.h"
 
 namespace platform {
 
@@ -77,18 +78,34 @@ class UIWindow : public UIView {
     void endZoom();
     /// All of the picture.
     PixelRect wholePicture() const;
-    /// Where a view's bitmap lies in the picture; nothing for a view without one.
-    std::optional<PixelRect> pixelsOf(const UIView& view) const;
-    /// The picture as the view's pixels count it; empty for a view that lies too far away.
-    PixelRect pictureFrom(const UIView& view) const;
+    /// The pixel of the view's corner; nothing for a view that lies too far away.
+    std::optional<ViewLayer::Place> placeOf(const UIView& view) const;
+    /// What of the picture the view's drawing may reach.
+    PixelRect pixelsOf(const UIView& view) const;
     void addDamage(const PixelRect& rect);
     void displayTree(UIView& view);
-    void composeTree(CGContext& context, const UIView& view, CGFloat alpha,
-                     const PixelRect& damaged) const;
+
+    /// A drawing in the picture.
+    struct Shown {
+        ViewLayer* layer;
+        ViewLayer::Place place;
+        PixelRect pixels;
+        bool operator==(const Shown&) const = default;
+    };
+    using ShownAt = std::vector<Shown>::const_iterator;
+    /// All that shows, the farthest first.
+    void collect(UIView& view, CGFloat alpha, std::vector<Shown>& into) const;
+    /// Composites a part anew, on the ground or on the background.
+    void compose(CGBitmapContext& picture, const PixelRect& rect, const CGBitmapContext* ground,
+                 ShownAt from, ShownAt end) const;
+    void forgetGround();
 
     std::shared_ptr<UIViewController> root_;
     std::unique_ptr<CGBitmapContext> picture_;
     std::vector<PixelRect> damage_;
+    /// The farthest drawings, which are quiet, and the picture of them alone.
+    std::vector<Shown> quiet_;
+    std::unique_ptr<CGBitmapContext> ground_;
     CGColor background_{0, 0, 0, 1};
     CGFloat scale_;
     bool needsUpdate_ = true;

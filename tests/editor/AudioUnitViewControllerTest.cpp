@@ -105,21 +105,21 @@ TEST_F(Controller, DrawsTwentyTimesASecondAndPaintsOnlyWhatIsNew) {
     open();
     const auto& panelLayer = controller->stereoControls->layer();
     const auto& layer = controller->correlographView->layer();
-    const int draws = layer.draws(), paints = layer.paints(), panelPaints = panelLayer.paints();
+    const int draws = layer.draws(), paints = layer.changes(), panelPaints = panelLayer.changes();
     for (int tick = 0; tick < 20; ++tick) settle(0.05);
-    EXPECT_EQ(std::pair(layer.draws(), layer.paints()), std::pair(draws + 20, paints));
+    EXPECT_EQ(std::pair(layer.draws(), layer.changes()), std::pair(draws + 20, paints));
     controller->audioUnit()->getBufferLeft()[2] = 0.5F;
     settle(0.05);
-    EXPECT_EQ(layer.paints(), paints + 1);
+    EXPECT_EQ(layer.changes(), paints + 1);
     int changes = 0;
     controller->audioUnit()->parameterTree()->tokenByAddingParameterObserver(
         [&](platform::AUParameterAddress, float) { ++changes; });
     controller->onStereoControlsParameter(0, 0.5F);  // an equal value is not written
     controller->onStereoControlsParameter(0, 0.6F);
     window->update();
-    EXPECT_EQ(panelLayer.paints(), panelPaints) << "the main queue has not run yet";
+    EXPECT_EQ(panelLayer.changes(), panelPaints) << "the main queue has not run yet";
     settle();
-    EXPECT_EQ(std::pair(panelLayer.paints(), changes), std::pair(panelPaints + 1, 1));
+    EXPECT_EQ(std::pair(panelLayer.changes(), changes), std::pair(panelPaints + 1, 1));
 }
 
 TEST_F(Controller, OptionsSetTheCorrelograph) {

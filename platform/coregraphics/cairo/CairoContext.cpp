@@ -215,6 +215,11 @@ class CairoContext : public Base {
         paintSurface(source.surface, image.width(), image.height(), rect);
     }
     void drawBitmap(const CGBitmapContext& bitmap, const CGRect& rect) override;
+    void copyBitmap(const CGBitmapContext& bitmap, const CGRect& rect) override {
+        cairo_set_operator(cairo_, CAIRO_OPERATOR_SOURCE);
+        drawBitmap(bitmap, rect);
+        cairo_set_operator(cairo_, CAIRO_OPERATOR_OVER);
+    }
 
  protected:
     cairo_t* cairo_;
