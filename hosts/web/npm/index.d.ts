@@ -28,7 +28,8 @@ export function moduleBytes(): Promise<ArrayBuffer>;
 
 /**
  * The effect in the audio thread. Its `parameters` are AudioParams of 0 to 1 by option. A fault there is its event
- * `processorerror`.
+ * `processorerror`; each change of a value, wherever it came from, is its event `kelvane-value`, a CustomEvent with
+ * `detail: { address, value }`.
  */
 export class KelvaneNode extends AudioWorkletNode {
     constructor(context: BaseAudioContext, bytes: ArrayBuffer, options: Options);
@@ -80,7 +81,7 @@ export class Panel {
     close(): void;
 }
 
-/** `<kelvane-panel>` */
+/** `<kelvane-panel>`, with controls for keyboard and screen reader that appear with the focus. */
 export class KelvanePanel extends HTMLElement {
     /** What it shows: a node that was made without a canvas. */
     get node(): KelvaneNode | undefined;

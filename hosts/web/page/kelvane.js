@@ -71,7 +71,7 @@ export class KelvaneNode extends AudioNodeBase {
         this.panel = undefined;
         this.port.onmessage = ({ data }) => {
             for (const [address, value] of data.heard ?? []) {
-                this.values[address] = value;
+                this.note(address, value);
                 this.panel?.setValue(address, value);
                 this.onHeard(address, value);
             }
@@ -118,8 +118,18 @@ export class KelvaneNode extends AudioNodeBase {
      * @param {number} value
      */
     send(address, value) {
-        this.values[address] = value;
         this.port.postMessage({ set: [address, value] });
+        this.note(address, value);
+    }
+
+    /**
+     * Tells whoever shows it.
+     * @param {number} address
+     * @param {number} value
+     */
+    note(address, value) {
+        this.values[address] = value;
+        this.dispatchEvent(new CustomEvent("kelvane-value", { detail: { address, value } }));
     }
 
     /** Frames by which the output is late. */
@@ -175,6 +185,15 @@ export async function createKelvane(context, options = {}) {
     return new KelvaneNode(context, bytes, options);
 }
 
+/** For keyboard and screen reader: each control appears with its focus. */
+const elementStyle = `
+:host { display: block; position: relative; aspect-ratio: 680 / 440; }
+canvas { position: absolute; inset: 0; width: 100%; height: 100%; }
+label { position: absolute; inset: auto 0 0; display: flex; gap: 1em; padding: 0.5em; opacity: 0; pointer-events: none; color: #fff; background: #222; }
+label:focus-within { opacity: 1; }
+input[type="range"] { flex: 1; }
+`;
+
 /**
  * The panel as an element: `<kelvane-panel>`, whose property `node` is what it shows: a node that was made without a
  * canvas.
@@ -184,16 +203,20 @@ export class KelvanePanel extends ElementBase {
     #node;
     /** @type {Panel | undefined} */
     #panel;
+    #ended = new AbortController();
+    #root;
 
     constructor() {
         super();
-        this.attachShadow({ mode: "open" });
+        this.#root = this.attachShadow({ mode: "open" });
+        const style = new CSSStyleSheet();
+        style.replaceSync(elementStyle);
+        this.#root.adoptedStyleSheets = [style];
     }
 
     connectedCallback() {
-        if (!this.style.aspectRatio) this.style.aspectRatio = "680 / 440";
-        if (!this.style.display) this.style.display = "block";
-        if (!this.style.position) this.style.position = "relative";
+        if (!this.hasAttribute("role")) this.setAttribute("role", "group");
+        if (!this.hasAttribute("aria-label")) this.setAttribute("aria-label", "QOV Kelvane");
         this.#open();
     }
 
@@ -212,19 +235,42 @@ export class KelvanePanel extends ElementBase {
     }
 
     #open() {
-        if (!this.#node) return;
+        const node = this.#node;
+        if (!node) return;
         const canvas = document.createElement("canvas");
-        canvas.style.cssText = "position: absolute; inset: 0; width: 100%; height: 100%";
-        this.shadowRoot?.replaceChildren(canvas);
-        this.#panel = new Panel(canvas, this.#node.bytes);
-        this.#node.show(this.#panel);
+        this.#root.append(canvas);
+        const panel = new Panel(canvas, node.bytes);
+        node.show((this.#panel = panel));
+        const inputs = parameters.map(({ address, name, isSwitch }) => {
+            const input = document.createElement("input");
+            Object.assign(input, isSwitch ? { type: "checkbox" } : { type: "range", min: 0, max: 1, step: 0.005 });
+            if (isSwitch) input.setAttribute("role", "switch");
+            input.addEventListener("input", () => node.set(address, isSwitch ? Number(input.checked) : input.valueAsNumber));
+            const label = document.createElement("label");
+            label.append(name, input);
+            this.#root.append(label);
+            return input;
+        });
+        const show = (/** @type {number} */ address, /** @type {number} */ value) => {
+            const input = inputs[address];
+            if (parameters[address].isSwitch) input.checked = value > 0.5;
+            else {
+                input.value = String(value);
+                input.setAttribute("aria-valuetext", panel.valueText(address, value));
+            }
+        };
+        node.values.forEach((value, address) => show(address, value));
+        this.#ended = new AbortController();
+        const changed = (/** @type {any} */ { detail }) => show(detail.address, detail.value);
+        node.addEventListener("kelvane-value", changed, { signal: this.#ended.signal });
     }
 
     #close() {
         // The node may show another one by now.
         if (this.#panel && this.#node?.panel === this.#panel) this.#node.hide();
         this.#panel = undefined;
-        this.shadowRoot?.replaceChildren();
+        this.#ended.abort();
+        this.#root.replaceChildren();
     }
 }
 

@@ -104,9 +104,9 @@ export class Panel {
             this.fit();
         });
         this.listenToPinch();
-        // Neither scrolls nor zooms the page. It gets keys once it was touched; for others there are AudioParams.
-        canvas.style.touchAction = "none";
+        // It gets keys once it was touched; who has only keys needs controls beside it.
         canvas.tabIndex = -1;
+        Object.assign(canvas.style, { touchAction: "none", outline: "none" });
         if (!canvas.hasAttribute("role")) {
             canvas.setAttribute("role", "img");
             canvas.setAttribute("aria-label", "The effect's panel");

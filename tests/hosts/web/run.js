@@ -270,6 +270,7 @@ const tests = {
             const { initializeWamHost } = await import("/scratch/sdk.js");
             const { differences } = await import("/scratch/differences.js");
             const asNode = await differences("noise.wav", "expected.wav", async (context) => {
+                await (await import("/npm/kelvane/kelvane.js")).createKelvane(context); // another copy of the package
                 const node = await createKelvane(context);
                 // A quarter of a frame before: Chromium takes the next frame, Firefox the nearest one.
                 for (const [frame, address, value] of steps) {
@@ -279,7 +280,7 @@ const tests = {
                 }
                 return node;
             });
-            const about = {};
+            const about = { rings: 0 };
             const asModule = await differences("noise.wav", "midi.wav", async (context) => {
                 const [group] = await initializeWamHost(context);
                 const { default: Kelvane } = await import("/npm/kelvane/wam.js");
@@ -294,8 +295,15 @@ const tests = {
                 gui.remove();
                 document.body.append(gui);
                 about.size = gui.getBoundingClientRect().height;
+                const [, slider] = gui.shadowRoot.querySelectorAll("input");
+                audioNode.set(1, 0.75);
+                about.text = slider.getAttribute("aria-valuetext");
+                slider.value = "0.25";
+                slider.dispatchEvent(new Event("input"));
+                about.slid = audioNode.panel.value(1);
                 globalThis.gone = new WeakRef(audioNode.panel.module);
                 wam.destroyGui(gui);
+                audioNode.onRing = () => about.rings++;
                 await audioNode.setState({ panorama: 0.5 });
                 audioNode.scheduleEvents(
                     ...steps.map(([frame, address, value]) => ({
@@ -312,7 +320,7 @@ const tests = {
             });
             return { asNode, asModule, about };
         }, steps, messages);
-        assert.deepEqual(found, { asNode: [0, 0], asModule: [0, 0], about: { state: 0.25, delay: 2048, count: 8, size: 440 } });
+        assert.deepEqual(found, { asNode: [0, 0], asModule: [0, 0], about: { rings: 0, state: 0.25, delay: 2048, count: 8, size: 440, text: "R 50 %", slid: 0.25 } });
         if (browserName !== "chromium") return;
         await (await page.createCDPSession()).send("HeapProfiler.collectGarbage");
         assert.equal(await page.evaluate(() => typeof globalThis.gone.deref()), "undefined");
@@ -332,14 +340,18 @@ const tests = {
             [[0.8, 0.3, 0.5, 0, 1, 0, 1, 0], "--stereo-width", "0.8", "--panorama", "0.3", "--phase-shift", "0.5", "--invert-channel", "on", "--test-mono", "on"],
         ]) {
             run("snapshot", "panel.png", ...options);
-            const { mean, far } = await page.evaluate(async (values, ring) => {
+            const { heard, mean, far } = await page.evaluate(async (values, ring) => {
                 const { moduleBytes, Panel } = await import("/kelvane.js");
                 const canvas = document.createElement("canvas");
                 canvas.style = "position: fixed; left: 0; top: 0; width: 680px; height: 440px";
                 document.body.append(canvas);
                 const panel = new Panel(canvas, await moduleBytes());
                 values.forEach((value, address) => panel.setValue(address, value));
-                if (ring) panel.show(new Float32Array(ring));
+                for (const shown of ring ? [ring.map(() => NaN), ring] : []) {
+                    panel.show(new Float32Array(shown));
+                    panel.module.call.hearRing();
+                }
+                const heard = panel.module.takeText(panel.module.call.heardFigures());
                 await new Promise((done) => setTimeout(done, 300));
                 canvas.getContext("2d").clearRect(0, 0, 680, 440);
                 canvas.dispatchEvent(new Event("contextrestored"));
@@ -350,8 +362,9 @@ const tests = {
                 other.drawImage(golden, 0, 0);
                 const [is, ought] = [canvas.getContext("2d"), other].map((context) => context.getImageData(0, 0, 680, 440).data);
                 const apart = ought.map((byte, i) => Math.abs(byte - is[i]));
-                return { mean: apart.reduce((sum, d) => sum + d, 0) / apart.length, far: apart.filter((d) => d > 40).length / apart.length };
+                return { heard, mean: apart.reduce((sum, d) => sum + d, 0) / apart.length, far: apart.filter((d) => d > 40).length / apart.length };
             }, values, options[0] === "--signal" ? ring : undefined);
+            if (options[0] === "--signal") assert.match(heard, /^\["0.00",/); // in spite of a ring of NaN
             assert.ok(mean < 1 && far < 0.001, `${options}: mean ${mean}, far ${far}`);
         }
     },
