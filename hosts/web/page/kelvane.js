@@ -123,7 +123,7 @@ export class KelvaneNode extends AudioNodeBase {
     }
 
     /**
-     * Tells whoever shows it.
+     * Keeps a value and notifies listeners.
      * @param {number} address
      * @param {number} value
      */

@@ -104,7 +104,7 @@ export class Panel {
             this.fit();
         });
         this.listenToPinch();
-        // It gets keys once it was touched; who has only keys needs controls beside it.
+        // It gets keys after a touch or click; a user without either needs controls beside it.
         canvas.tabIndex = -1;
         Object.assign(canvas.style, { touchAction: "none", outline: "none" });
         if (!canvas.hasAttribute("role")) {
@@ -135,7 +135,7 @@ export class Panel {
         watchScale();
     }
 
-    /** Safari's own events of a trackpad; with fingers they come beside their pointers. */
+    /** Safari reports a trackpad's pinch by events of its own; on a touch screen they come beside the pointers. */
     listenToPinch() {
         let scale = 1;
         for (const type of ["gesturestart", "gesturechange", "gestureend"])
@@ -207,6 +207,7 @@ export class Panel {
 
     /** @param {KeyboardEvent} event */
     press(event) {
+        if (event.altKey) return; // back, forward, menus
         const key = keys.indexOf(event.key) + 1; // 0 is any other
         const code = event.key.length === 1 ? event.key.charCodeAt(0) : 0;
         const character = code < 127 ? code : 0;

@@ -318,6 +318,7 @@ const tests = {
                 await new Promise((done) => setTimeout(done, 300));
                 return audioNode;
             });
+            await new Promise((done) => setTimeout(done, 100)); // for rings, if there are any
             return { asNode, asModule, about };
         }, steps, messages);
         assert.deepEqual(found, { asNode: [0, 0], asModule: [0, 0], about: { rings: 0, state: 0.25, delay: 2048, count: 8, size: 440, text: "R 50 %", slid: 0.25 } });
