@@ -27,8 +27,8 @@ export function createKelvane(context: BaseAudioContext, options?: Options): Pro
 export function moduleBytes(): Promise<ArrayBuffer>;
 
 /**
- * The effect in the audio thread. Its `parameters` are AudioParams of 0 to 1 by option. A fault there is its event
- * `processorerror`; each change of a value, wherever it came from, is its event `kelvane-value`, a CustomEvent with
+ * The effect in the audio thread. Its `parameters` are AudioParams of 0 to 1 by option. After a fault there
+ * its `onprocessorerror` is called (Chromium names the event "error"); each change of a value, wherever it came from, is its event `kelvane-value`, a CustomEvent with
  * `detail: { address, value }`.
  */
 export class KelvaneNode extends AudioWorkletNode {

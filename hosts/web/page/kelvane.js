@@ -38,8 +38,8 @@ export function moduleBytes() {
  */
 
 /**
- * The effect in the audio thread, with what the panel and the thread send each other. A fault there is the node's event
- * `processorerror`.
+ * The effect in the audio thread, with what the panel and the thread send each other. After a fault there the node's
+ * `onprocessorerror` is called.
  */
 export class KelvaneNode extends AudioNodeBase {
     /**
