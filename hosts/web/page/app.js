@@ -25,7 +25,7 @@ const invitation = "Press Play to hear it.";
 /** Seconds. @type {Record<string, number>} */
 const seekKeys = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -10, PageUp: 10 };
 const startTimeout = 3000; // milliseconds
-const tickInterval = 250; // milliseconds
+const tickInterval = 500; // milliseconds; each costs the browser a picture of its own
 const stillInterval = 1000; // milliseconds between two pictures of the sound, or figures, where motion is unwanted
 const heardDelay = 250; // milliseconds, more than from the sound to the page
 
