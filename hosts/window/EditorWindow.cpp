@@ -66,6 +66,7 @@ std::unique_ptr<EditorWindow> EditorWindow::open(Instance& instance, const Optio
         window->footer_->setBrightness(window->controller().pluginFrame->contrast);
         window->controller().view()->setAutoresizingMask(platform::UIViewAutoresizingNone);
         content->addSubview(window->footer_);
+        content->willUpdate = [footer = window->footer_.get()] { footer->willDraw(); };
     }
     window->native_ = platform::NativeWindow::open(
         content,
@@ -135,6 +136,7 @@ EditorWindow::~EditorWindow() {
     const RunLoop::MakeCurrent current(instance_.runLoop());
     native_.reset();
     input_.reset();
+    content_->willUpdate = {};
     if (footer_) footer_->removeFromSuperview();
     footer_.reset();
     hover_->removeFromSuperview();

@@ -21,6 +21,9 @@ class PanelFooter : public platform::UIView {
     /// Another window has the keys now.
     virtual void loseKeys() = 0;
 
+    /// Before the window is drawn, which happens with each of the panel's 20 redraws a second and
+    /// whenever something else has changed.
+    virtual void willDraw() = 0;
     /// Before a touch begins anywhere in the window. False if nobody is to get it.
     virtual bool willTouch(platform::CGPoint at) = 0;
     /// True if it used the wheel.

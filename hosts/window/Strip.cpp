@@ -35,8 +35,9 @@ using platform::Key;
 
 namespace {
 
-constexpr double interval = 0.05;    // seconds between two looks at the meter
-constexpr unsigned ticksAText = 5;   // of them between two changes of a text
+// Seconds between two looks at the meter, and two changes of a text: a little less than one and
+// five of the panel's redraws.
+constexpr double lookTime = 0.04, textTime = 0.24;
 constexpr double endless = 60;       // dB of a ratio from which one side counts as silent
 constexpr double lowestLevel = -90;  // dBFS that is written as a figure
 constexpr CGFloat firstRow = 8, secondRow = 52;
@@ -144,13 +145,12 @@ Strip::Strip(EditorWindow& window, Instance& instance, Options options)
          std::initializer_list<std::shared_ptr<UIView>>{list_, name_, caption_})
         window_.content().addSubview(view);
     list_->onChoose = [this](std::size_t row) { choosePreset(row); };
-    showFigures(true);
-    showValues();
-    setMeasuring(isShown());
+    refresh();
+    instance_.meter().watch(isShown());
 }
 
 Strip::~Strip() {
-    setMeasuring(false);
+    instance_.meter().watch(false);
     for (const std::shared_ptr<UIView>& view :
          std::initializer_list<std::shared_ptr<UIView>>{list_, name_, caption_})
         view->removeFromSuperview();
@@ -208,7 +208,7 @@ void Strip::addButtons() {
             [this, peak] {
                 auto& clipped = peak == 3 ? figures_.input : figures_.output;
                 clipped = {};
-                showFigures(true);
+                refresh();
             },
             [](auto&&...) {});
     fold_ = add(
@@ -285,34 +285,49 @@ void Strip::draw(CGRect rect) {
 
 // Figures and values
 
-void Strip::setMeasuring(bool isMeasuring) {
-    if (timer_) instance_.runLoop()->cancel(*timer_);
-    timer_.reset();
-    instance_.meter().watch(isMeasuring);
-    if (!isMeasuring) return;
-    timer_ = instance_.runLoop()->schedule(interval, true, [this] { refresh(); });
+void Strip::refresh() {
+    nextText_ = 0;
+    look(instance_.runLoop()->now());
 }
 
-void Strip::refresh() {
-    figures_.add(instance_.meter().take(), instance_.runLoop()->now());
-    showFigures(ticks_++ % ticksAText == 0);
+/// Together with the panel's picture, so that both reach the screen in one go.
+void Strip::willDraw() {
+    const double now = instance_.runLoop()->now();
+    if (isShown() && now >= nextLook_) look(now);
+}
+
+void Strip::look(double now) {
+    nextLook_ = now + lookTime;
+    figures_.add(instance_.meter().take(), now);
+    showFigures();
+    if (now >= nextText_) {
+        nextText_ = now + textTime;
+        showTexts();
+    }
+    const Shown values{instance_.values(), session_.heardSet(), session_.canUndo(),
+                       session_.canRedo()};
+    if (shown_ == values) return;
+    shown_ = values;
     showValues();
 }
 
-void Strip::showFigures(bool withTexts) {
+void Strip::showFigures() {
     const auto& f = figures_;
     const std::array values{f.correlation, f.sideToMid, f.balance, f.input.level, f.output.level};
     for (std::size_t each = 0; each < meters_.size(); ++each)
         meters_[each].bar->show(values[each], each == 0 ? f.lowestCorrelation : NAN);
-    if (!withTexts) return;
-    const auto correlation = std::isnan(f.correlation)
-                                 ? std::string("-")
-                                 : fmt::format("{:+.2f}", rounded(f.correlation, 100));
-    meters_[0].text->show(correlation, false);
-    meters_[1].text->show(ratioText(f.sideToMid, "mono", "no mid"), false);
-    meters_[2].text->show(balanceText(f.balance), false);
-    meters_[3].text->show(levelText(f.input.level), f.input.hasClipped);
-    meters_[4].text->show(levelText(f.output.level), f.output.hasClipped);
+    meters_[3].text->light(f.input.hasClipped);
+    meters_[4].text->light(f.output.hasClipped);
+}
+
+void Strip::showTexts() {
+    const auto& f = figures_;
+    meters_[0].text->show(
+        std::isnan(f.correlation) ? "-" : fmt::format("{:+.2f}", rounded(f.correlation, 100)));
+    meters_[1].text->show(ratioText(f.sideToMid, "mono", "no mid"));
+    meters_[2].text->show(balanceText(f.balance));
+    meters_[3].text->show(levelText(f.input.level));
+    meters_[4].text->show(levelText(f.output.level));
 }
 
 void Strip::showButton(StripButton& button, bool isEnabled, bool isOn, const std::string& text) {
@@ -356,7 +371,7 @@ void Strip::fold() {
     const auto focus = focus_;
     loseKeys();
     options_.isShown = !options_.isShown;
-    setMeasuring(isShown());
+    instance_.meter().watch(isShown());
     setNeedsLayout();
     setNeedsDisplay();
     if (options_.onFold) options_.onFold(isShown());

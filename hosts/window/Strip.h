@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -50,10 +49,11 @@ class Strip : public PanelFooter {
     ~Strip() override;
 
     bool isShown() const { return options_.isShown; }
-    /// Shows the figures and values of now, which a timer does while it is shown.
+    /// Shows the figures and values of now.
     void refresh();
 
     platform::CGFloat canvasHeight() const override { return heightIf(isShown()); }
+    void willDraw() override;
     bool takesKeys() const override;
     bool key(const platform::KeyStroke& stroke) override;
     void loseKeys() override;
@@ -65,6 +65,13 @@ class Strip : public PanelFooter {
     void draw(platform::CGRect rect) override;
 
  private:
+    /// What the buttons show.
+    struct Shown {
+        Instance::Values values;
+        std::size_t heardSet;
+        bool canUndo, canRedo;
+        bool operator==(const Shown&) const = default;
+    };
     struct Meter {
         std::shared_ptr<StripText> text;
         std::shared_ptr<StripBar> bar;
@@ -77,8 +84,9 @@ class Strip : public PanelFooter {
     platform::CGRect windowArea(const platform::CGRect& place) const;
 
     void fold();
-    void setMeasuring(bool isMeasuring);
-    void showFigures(bool withTexts);
+    void look(double now);
+    void showFigures();
+    void showTexts();
     void showValues();
     void showButton(StripButton& button, bool isEnabled, bool isOn, const std::string& text = {});
     std::string presetName();
@@ -99,8 +107,8 @@ class Strip : public PanelFooter {
     Options options_;
     EditSession session_;
     SignalFigures figures_;
-    std::optional<std::uint64_t> timer_;
-    unsigned ticks_ = 0;
+    double nextLook_ = 0, nextText_ = 0;  // when the figures are due
+    std::optional<Shown> shown_;
     PanelStyle style_;
     platform::CGFloat brightness_;
 

@@ -7,6 +7,7 @@
 #include "editor/panelDrawing.h"
 #include "platform/uikit/UIGraphics.h"
 #include "platform/uikit/UITouch.h"
+#include "platform/uikit/UIWindow.h"
 
 namespace qov::hosts {
 
@@ -36,6 +37,12 @@ void StripItem::layOut(CGFloat scale, CGFloat left) {
 void StripItem::setStyle(const PanelStyle& style) {
     style_ = style;
     setNeedsDisplay();
+}
+
+CGFloat StripItem::pixel() const {
+    const auto* const shownIn = window();
+    const CGFloat pixels = bounds().width() * (shownIn ? shownIn->scale() : 1);
+    return pixels > 0 ? place_.width() / pixels : 1;
 }
 
 void StripItem::draw(CGRect rect) {
@@ -112,9 +119,14 @@ StripText::StripText(const CGRect& place, bool hasLamp) : StripItem(place), hasL
     setUserInteractionEnabled(false);
 }
 
-void StripText::show(const std::string& text, bool isLit) {
-    if (text == text_ && isLit == isLit_) return;
+void StripText::show(const std::string& text) {
+    if (text == text_) return;
     text_ = text;
+    setNeedsDisplay();
+}
+
+void StripText::light(bool isLit) {
+    if (isLit == isLit_) return;
     isLit_ = isLit;
     setNeedsDisplay();
 }
@@ -136,7 +148,7 @@ std::optional<CGFloat> StripBar::placeOf(double value) const {
     if (std::isnan(value)) return std::nullopt;
     const double part = (value - scale_.first) / (scale_.last - scale_.first);
     const double reach = place().width() - 4;
-    return 2 + std::round(std::clamp(part, 0.0, 1.0) * reach * 2) / 2;
+    return 2 + std::round(std::clamp(part, 0.0, 1.0) * reach / pixel()) * pixel();
 }
 
 void StripBar::show(double value, double mark) {

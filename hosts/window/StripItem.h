@@ -25,6 +25,8 @@ class StripItem : public platform::UIView {
 
  protected:
     const PanelStyle& style() const { return style_; }
+    /// A pixel's width, on the canvas.
+    platform::CGFloat pixel() const;
 
  private:
     /// bounds: on the canvas, from (0, 0).
@@ -78,7 +80,8 @@ class StripText : public StripItem {
  public:
     /// hasLamp: there is a lamp.
     StripText(const platform::CGRect& place, bool hasLamp);
-    void show(const std::string& text, bool isLit);
+    void show(const std::string& text);
+    void light(bool isLit);
 
  private:
     void paint(platform::CGContext& context, const platform::CGRect& bounds) override;
@@ -106,7 +109,7 @@ class StripBar : public StripItem {
     std::optional<platform::CGFloat> placeOf(double value) const;
 
     Scale scale_;
-    std::optional<platform::CGFloat> value_, mark_;  // on the canvas, in half points
+    std::optional<platform::CGFloat> value_, mark_;  // on the canvas, in whole pixels
 };
 
 }  // namespace qov::hosts

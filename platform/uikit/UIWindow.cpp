@@ -150,6 +150,7 @@ void UIWindow::collect(UIView& view, CGFloat alpha, std::vector<Shown>& into) co
 std::vector<PixelRect> UIWindow::update() {
     if (!needsUpdate_) return {};
     const auto keep = shared_from_this();
+    if (willUpdate) willUpdate();
     layoutIfNeeded();
     displayTree(*this);
     needsUpdate_ = false;

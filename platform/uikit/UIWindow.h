@@ -67,6 +67,9 @@ class UIWindow : public UIView {
     /// after.
     std::function<void(UIView&touched, UITouchPhase phase)> willDeliverTouch, didDeliverTouch;
 
+    /// Called by an update() that is about to lay out and draw.
+    std::function<void()> willUpdate;
+
     // For views.
 
     void setNeedsUpdate() { needsUpdate_ = true; }
