@@ -14,7 +14,9 @@ namespace platform {
 namespace {
 
 constexpr CGFloat kFarthest = 1e6;  // pixels from the window's corner that a view can lie
-constexpr std::size_t kMostRects = 8;
+constexpr std::size_t kMostRects = 16;
+// Pixels that are composited and sent in the time that one more rectangle takes.
+constexpr int kRectCost = 4096;
 constexpr double kZoomRest = 0.25;  // seconds without a wheel step that end a zoom
 
 int pixelSide(CGFloat points, CGFloat scale) {
@@ -75,9 +77,13 @@ void UIWindow::addDamage(const PixelRect& rect) {
     auto added = rect.intersection(wholePicture());
     if (added.isEmpty()) return;
     needsUpdate_ = true;
-    // Those that overlap become one, so that no pixel is composited twice.
+    // Those that overlap become one, so that no pixel is composited twice, and so do neighbours.
+    const auto areJoined = [](const PixelRect& one, const PixelRect& other) {
+        return !one.intersection(other).isEmpty() ||
+               one.unionWith(other).area() - one.area() - other.area() < kRectCost;
+    };
     for (auto old = damage_.begin(); old != damage_.end();) {
-        if (old->intersection(added).isEmpty()) {
+        if (!areJoined(*old, added)) {
             ++old;
             continue;
         }
