@@ -114,8 +114,10 @@ bool Instance::makeUnit(platform::NSError* error) {
     const RunLoop::MakeCurrent current(loop_);
     unit_ = std::dynamic_pointer_cast<QOV_Kelvane_PluginAudioUnit>(
         factory_->createAudioUnit(componentDescription, error));
-    if (unit_) tree_ = unit_->parameterTree();
-    return unit_ != nullptr;
+    if (!unit_) return false;
+    tree_ = unit_->parameterTree();
+    preset_ = unit_->currentPreset();
+    return true;
 }
 
 void Instance::observeEdits() {
@@ -412,38 +414,37 @@ constexpr std::int64_t unitsNumberOf(std::size_t number) {
     return signedNumber < factory ? signedNumber : factory - 1 - signedNumber;
 }
 
-/// A state with a preset in it.
-platform::AUState stateWith(platform::AUState state, std::int64_t number, std::string_view name,
-                            const std::array<float, parameterCount>& values) {
-    state["preset-number"] = number;
-    state["name"] = std::string(name);
-    std::map<platform::AUParameterAddress, platform::AUValue> data;
-    for (std::size_t address = 0; address < values.size(); ++address)
-        data[address] = values[address];
-    state["data"] = std::move(data);
-    return state;
-}
-
 }  // namespace
 
 bool Instance::selectPreset(std::size_t number) {
     if (number >= presetBank.size()) return false;
     const auto& preset = presetBank[number];
-    restore(stateWith(unit_->fullState(), unitsNumberOf(number), preset.name, preset.values));
+    setSettings({preset.values, unitsNumberOf(number), std::string(preset.name)});
     return true;
 }
 
 void Instance::selectPreset(const Preset& preset) {
-    restore(stateWith(unit_->fullState(), usersPreset, preset.name, preset.values));
+    setSettings({preset.values, usersPreset, preset.name});
+}
+
+Settings Instance::settings() const {
+    return {values(), preset_->number, preset_->name.value_or("")};
+}
+
+void Instance::setSettings(const Settings& settings) {
+    auto state = unit_->fullState();
+    state["preset-number"] = settings.presetNumber;
+    state["name"] = settings.presetName;
+    std::map<platform::AUParameterAddress, platform::AUValue> data;
+    for (std::size_t address = 0; address < settings.values.size(); ++address)
+        data[address] = settings.values[address];
+    state["data"] = std::move(data);
+    restore(state);
 }
 
 std::optional<std::size_t> Instance::presetNumber() const {
-    const auto state = unit_->fullState();
-    const auto number = state.find("preset-number");
-    if (number == state.end()) return std::nullopt;
     for (std::size_t each = 0; each < presetBank.size(); ++each)
-        if (unitsNumberOf(each) == std::get<std::int64_t>(number->second) &&
-            presetBank[each].name == std::get<std::string>(state.at("name")))
+        if (unitsNumberOf(each) == preset_->number && presetBank[each].name == preset_->name)
             return each;
     return std::nullopt;
 }
@@ -467,6 +468,7 @@ void Instance::restore(const platform::AUState& state) {
         const WithoutTree withoutTree(*unit_, tree_);
         unit_->setFullState(state);
     }
+    preset_ = unit_->currentPreset();
     Values values;
     for (const auto& [address, value] :
          std::get<std::map<platform::AUParameterAddress, platform::AUValue>>(state.at("data")))

@@ -14,8 +14,10 @@
 #include "dsp/ParameterSetting.h"
 #include "hosts/instance/AsymmetricFence.h"
 #include "hosts/instance/EditExchange.h"
+#include "hosts/instance/EditMemory.h"
 #include "hosts/instance/EventQueue.h"
 #include "hosts/instance/Preset.h"
+#include "hosts/instance/Settings.h"
 #include "hosts/instance/SignalMeter.h"
 
 namespace platform {
@@ -142,8 +144,11 @@ class Instance {
     bool selectPreset(std::size_t number);
     /// The same for a user's preset.
     void selectPreset(const Preset& preset);
-    /// The number in presetBank of the preset that was selected last or came with a state; none
-    /// for a user's.
+    /// The present values, and the preset that was selected last or came with a state.
+    Settings settings() const;
+    /// Sets both, as selectPreset() does.
+    void setSettings(const Settings& settings);
+    /// That preset's number in presetBank; none for a user's.
     std::optional<std::size_t> presetNumber() const;
     /// Bytes; a host's state beyond that is refused unread. A state has a few hundred.
     static constexpr std::size_t largestState = 1 << 20;
@@ -155,6 +160,7 @@ class Instance {
 
     // Editor
 
+    EditMemory& editMemory() { return editMemory_; }
     /// Reports changes of the audio thread to the editor, then runs what is due on the run loop.
     /// Never blocks.
     void pump();
@@ -223,6 +229,8 @@ class Instance {
     std::atomic<std::uint32_t> setByAudio_{0};  // bit a: address a was set on the audio thread
     std::atomic<std::uint32_t> reportedLatency_{0};
     EditExchange edits_;
+    EditMemory editMemory_;
+    platform::AUAudioUnit::PresetPointer preset_;  // the unit's, which reports each query
     SignalMeter meter_;
     std::atomic<bool> touching_{false};
     std::atomic<std::uint32_t> held_{0};  // bit a: address a changed since the touch began

@@ -8,14 +8,15 @@
 namespace qov::hosts {
 
 EditSession::EditSession(EditorWindow& window, Instance& instance)
-    : window_(window), instance_(instance) {
+    : window_(window), instance_(instance), memory_(instance.editMemory()) {
     window_.gesture().onBegin = [this] { before_ = instance_.values(); };
     window_.gesture().onEnd = [this](std::uint32_t changed) {
-        const auto after = instance_.values();
+        const auto after = instance_.settings();
+        auto before = after;
         // What the host has changed meanwhile is no part of the step.
-        for (std::size_t address = 0; address < after.size(); ++address)
-            if (!(changed & 1u << address)) before_[address] = after[address];
-        history_.add({before_, after});
+        for (std::size_t address = 0; address < before_.size(); ++address)
+            if (changed & 1u << address) before.values[address] = before_[address];
+        memory_.history.add({before, after});
     };
 }
 
@@ -32,54 +33,55 @@ bool EditSession::edit(const std::function<void()>& act) {
     return true;
 }
 
-bool EditSession::apply(const std::function<void()>& select) {
-    Instance::Values before{};
+void EditSession::apply(const std::function<void()>& select) {
+    Settings before;
     const bool isDone = edit([&] {
-        before = instance_.values();
+        before = instance_.settings();
         select();
     });
-    if (isDone) history_.add({before, instance_.values()});
-    return isDone;
+    if (isDone) memory_.history.add({before, instance_.settings()});
 }
 
 void EditSession::copyToOther() {
-    const auto heard = instance_.values();
-    history_.add({other_.value_or(heard), heard, EditHistory::Kind::copy});
-    other_ = heard;
+    const auto heard = instance_.settings();
+    memory_.history.add({memory_.otherSet.value_or(heard), heard, EditHistory::Kind::copy});
+    memory_.otherSet = heard;
 }
 
 void EditSession::exchangeSets() {
-    const auto heard = instance_.values();
-    instance_.setValues(other_.value_or(heard));
-    other_ = heard;
-    heard_ = 1 - heard_;
+    const auto heard = instance_.settings();
+    instance_.setSettings(memory_.otherSet.value_or(heard));
+    memory_.otherSet = heard;
+    memory_.heardSet = 1 - memory_.heardSet;
 }
 
 void EditSession::switchSets() {
-    Instance::Values before{};
+    Settings before;
     const bool isDone = edit([&] {
-        before = instance_.values();
+        before = instance_.settings();
         exchangeSets();
     });
-    if (isDone) history_.add({before, instance_.values(), EditHistory::Kind::switchSets});
+    if (isDone) memory_.history.add({before, instance_.settings(), EditHistory::Kind::switchSets});
 }
 
 /// Sets only what differs: MIDI and the host may have changed other values since.
 void EditSession::step(bool isBack) {
     edit([&] {
-        const auto* step = isBack ? history_.undo() : history_.redo();
+        const auto* step = isBack ? memory_.history.undo() : memory_.history.redo();
         if (!step) return;
         if (step->kind == EditHistory::Kind::switchSets) return exchangeSets();
         const auto& from = isBack ? step->after : step->before;
         const auto& to = isBack ? step->before : step->after;
         if (step->kind == EditHistory::Kind::copy) {
-            other_ = to;
+            memory_.otherSet = to;
             return;
         }
-        auto values = instance_.values();
-        for (std::size_t address = 0; address < values.size(); ++address)
-            if (from[address] != to[address]) values[address] = to[address];
-        instance_.setValues(values);
+        auto next = from.isOfSamePreset(to) ? instance_.settings() : to;
+        next.values = instance_.values();
+        for (std::size_t address = 0; address < next.values.size(); ++address)
+            if (from.values[address] != to.values[address])
+                next.values[address] = to.values[address];
+        instance_.setSettings(next);
     });
 }
 

@@ -304,7 +304,7 @@ void Strip::look(double now) {
         nextText_ = now + textTime;
         showTexts();
     }
-    const Shown values{instance_.values(), session_.heardSet(), session_.canUndo(),
+    const Shown values{instance_.settings(), session_.heardSet(), session_.canUndo(),
                        session_.canRedo()};
     if (shown_ == values) return;
     shown_ = values;
@@ -349,20 +349,21 @@ void Strip::showValues() {
     showButton(*save_, true, name_->isOpen(), "save");
 }
 
-/// Of the preset that has the present values, else of the last one, with a star.
+/// Of the preset that the values come from, or of another that has them, else of the first with a
+/// star.
 std::string Strip::presetName() {
-    const auto now = instance_.values();
-    if (chosenValues_ == now) return chosen_;
-    const auto choose = [&](const std::string& name) {
-        chosenValues_ = now;
-        return chosen_ = name;
+    const auto now = instance_.settings();
+    std::optional<std::string> found;
+    const auto lookIn = [&](const auto& presets) {
+        for (const auto& preset : presets)
+            if (preset.values == now.values && (!found || preset.name == now.presetName))
+                found = preset.name;
     };
-    for (const auto& preset : presetBank)
-        if (preset.values == now) return choose(std::string(preset.name));
-    if (!hasReadUsers_) static_cast<void>(readUsers());
-    for (const auto& preset : users_)
-        if (preset.values == now) return choose(preset.name);
-    return chosen_.empty() ? "edited" : chosen_ + " *";
+    lookIn(presetBank);
+    if (!hasReadUsers_ && (!found || !instance_.presetNumber())) static_cast<void>(readUsers());
+    if (found != now.presetName) lookIn(users_);
+    chosen_ = found.value_or(now.presetName);
+    return found ? chosen_ : chosen_ + " *";
 }
 
 // Folding
@@ -417,17 +418,13 @@ void Strip::togglePresets() {
 
 void Strip::choosePreset(std::size_t row) {
     const bool isUsers = row >= presetBank.size();
-    const bool isDone = session_.apply([&] {
+    session_.apply([&] {
         if (isUsers)
             instance_.selectPreset(users_[row - presetBank.size()]);
         else
             instance_.selectPreset(row);
     });
     updateKeys();
-    if (!isDone) return;
-    chosen_ = isUsers ? users_[row - presetBank.size()].name : presetBank[row].name;
-    chosenValues_ = instance_.values();
-    showValues();
 }
 
 void Strip::openName() {
@@ -477,8 +474,6 @@ void Strip::enterName() {
         return refuse(failure.what());
     }
     instance_.selectPreset(preset);  // for its name in the host's project
-    chosen_ = preset.name;
-    chosenValues_ = preset.values;
     std::erase_if(users_, [&](const Preset& each) { return each.name == preset.name; });
     users_.push_back(std::move(preset));
     closeName();

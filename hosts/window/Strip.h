@@ -67,7 +67,7 @@ class Strip : public PanelFooter {
  private:
     /// What the buttons show.
     struct Shown {
-        Instance::Values values;
+        Settings settings;
         std::size_t heardSet;
         bool canUndo, canRedo;
         bool operator==(const Shown&) const = default;
@@ -126,9 +126,8 @@ class Strip : public PanelFooter {
     std::shared_ptr<CaptionView> caption_;
     bool hasReadUsers_ = false;  // not before no preset of the program's own has the values
     std::vector<Preset> users_;  // as the list was opened, or saved since
-    std::string chosen_;         // the preset whose values were the last
-    std::optional<Instance::Values> chosenValues_;  // and they
-    std::optional<std::string> replaced_;           // the name of a file that Return replaces
+    std::string chosen_;         // the preset whose name is shown
+    std::optional<std::string> replaced_;  // the name of a file that Return replaces
 };
 
 }  // namespace qov::hosts

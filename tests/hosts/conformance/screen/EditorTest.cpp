@@ -239,6 +239,9 @@ TEST_P(Editor, TheStripEditsInGesturesAndStaysFolded) {
         ASSERT_TRUE(plugin->openEditor(parent_));
         EXPECT_TRUE(until({plugin.get()}, [&] { return isFolded() && isDrawn(); }));
     }
+    Screen::xdo("mousemove 181 510 click 1");
+    EXPECT_TRUE(until({plugin.get()}, [&] { return plugin->value(kStereoWidth) == 0.75F; }))
+        << "the history outlives the window";
 }
 
 QOV_EVERY_FORMAT(Editor);

@@ -1,23 +1,20 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <vector>
 
-#include "audiounit/parameters.h"
+#include "hosts/instance/Settings.h"
 
 namespace qov::hosts {
 
 /// The undo history: a step for each gesture that changed a value. Main thread.
 class EditHistory {
  public:
-    /// Of each parameter, by address.
-    using Values = std::array<float, parameterCount>;
     /// A gesture, a switch between two sets of values, or a change of the set that is not heard.
     enum class Kind { gesture, switchSets, copy };
     /// What it changed.
     struct Step {
-        Values before, after;
+        Settings before, after;
         Kind kind = Kind::gesture;
     };
     static constexpr std::size_t longest = 1000;  // steps; the oldest are dropped
