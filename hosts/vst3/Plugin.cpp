@@ -229,6 +229,11 @@ void Plugin::reportToHost() {
         if (group) group(&v3_component_handler2::finish_group_edit);
     }
     const auto host = handler_;
+    // The editor chooses presets, too. An edit of the program would be wrong: a host that undoes it
+    // selects the whole earlier preset, over values that were edited since.
+    if (const auto program = instance_->presetNumber().value_or(program_);
+        std::exchange(program_, program) != program && host)
+        host(&v3_component_handler::restart_component, V3_RESTART_PARAM_VALUES_CHANGED);
     // The host reads the latency of an inactive plug-in when it activates it.
     const auto now = latency();
     if (instance_->isActive() && host && announcedLatency_.exchange(now) != now)

@@ -3,10 +3,12 @@
 #include <travesty/edit_controller.h>
 
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <functional>
 #include <limits>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include <gtest/gtest.h>
@@ -225,15 +227,19 @@ TEST_F(Vst3View, ReportsWhatTheStripChangesTogetherAsAGroup) {
     effect.controller(&v3_edit_controller::set_component_handler, offered.handler());
     const auto view = makeView(effect);
     ASSERT_EQ(attach(view, parent_), V3_OK);
-    // B with a width and a panorama of its own, then A.
-    for (const auto* hands :
-         {"mousemove 20 20", "mousemove 66 510 click 1 mousemove 350 375 click 4",
-          "mousemove 300 60 click 4", "mousemove 30 510 click 1"}) {
-        EXPECT_EQ(offered.groups, 0);
+    // B with a width and a panorama of its own, then A, then "Wider pad" and back.
+    for (const auto& [hands, groups, program] :
+         {std::tuple{"mousemove 20 20", 0, 0},
+          {"mousemove 66 510 click 1 mousemove 350 375 click 4", 0, 0},
+          {"mousemove 300 60 click 4", 0, 0},
+          {"mousemove 30 510 click 1", 1, 0},
+          {"mousemove 400 510 click 1 mousemove 300 156 click 1", 1, 4},
+          {"mousemove 181 510 click 1", 1, 0}}) {
         test::Screen::xdo(hands);
         for (int turn = 0; turn < 30; ++turn) poll(nullptr, 0, 20), offered.turn();
+        EXPECT_EQ(offered.groups, groups) << hands;
+        EXPECT_EQ(std::lround(effect.value(programId) * (presetBank.size() - 1)), program);
     }
-    EXPECT_EQ(offered.groups, 1);
     EXPECT_EQ(effect.value(kStereoWidth) + effect.value(kPanorama), 1);
 }
 
