@@ -63,10 +63,14 @@ void EmbeddedEditor::stripFolded(bool isShown) {
     settings.isStripShown = isShown;
     const auto error = settings.write(SavedSettings::pathOf(settingsName));
     if (!error.empty()) std::fprintf(stderr, "kelvane: %s\n", error.c_str());
+    const auto before = window_->native().size();
+    // After a refusal the size is still the one of this state.
+    if (std::exchange(refusedAt_, std::nullopt) == before) return window_->setSize(before);
     size_ = window_->wantedSize();
     const bool isGiven =
         isFloating_ || (requestSize && requestSize({pixels(size_.width), pixels(size_.height)}));
     if (!isGiven) size_ = window_->native().size();
+    if (!isGiven && size_ == before) refusedAt_ = before;
     window_->setSize(size_);
 }
 

@@ -84,6 +84,7 @@ class EmbeddedEditor {
     bool isStripShown_;
     platform::CGSize size_ = ownSize();  // points, before it is open
     bool isFloating_ = false;
+    std::optional<platform::CGSize> refusedAt_;  // the host has refused another size
     std::unique_ptr<EditorWindow> window_;
     End end_ = End::none;
 };

@@ -237,6 +237,13 @@ TEST_F(OnScreen, PanelAndStripShareAWindowThatDoesNotGrow) {
     Screen::xdo("mousemove 606 400 click 1");
     EXPECT_TRUE(isWidthAt(350, 379)) << "folded, at its own size";
     EXPECT_EQ(editor.size().height, 460);
+    editor.requestSize = [&](auto size) { return size.height < editor.size().height; };
+    ASSERT_TRUE(editor.setSize({680, 461}));
+    Screen::xdo("mousemove 300 450 click 1");
+    EXPECT_TRUE(isWidthAt(349, 322)) << "shown, and not given more";
+    Screen::xdo("mousemove 606 400 click 1");
+    EXPECT_TRUE(isWidthAt(350, 379)) << "folded, and nothing taken";
+    EXPECT_EQ(editor.size().height, 461);
 }
 
 /// Else the panel is cut off, or narrower than its correlograph has room in.
