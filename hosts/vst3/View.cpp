@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "hosts/vst3/Plugin.h"
+#include "hosts/vst3/text16.h"
 #include "platform/uikit/NativeWindow.h"
 
 namespace qov::hosts::vst3 {
@@ -54,12 +55,9 @@ platform::KeyStroke strokeOf(std::int16_t character, std::int16_t code, std::int
     constexpr int shift = 1, control = 4;  // bits of modifiers
     const auto* found = std::ranges::find(keys, int{code}, &std::pair<int, Key>::first);
     const auto key = found == keys.end() ? Key::other : found->second;
-    const bool isPrintable = character >= ' ' && character <= '~';
     return {.key = key,
             .held = {.shift = (modifiers & shift) != 0, .control = (modifiers & control) != 0},
-            .character = isPrintable         ? static_cast<char>(character)
-                         : key == Key::space ? ' '
-                                             : '\0'};
+            .text = key == Key::space ? " " : printableText(static_cast<char16_t>(character))};
 }
 
 }  // namespace

@@ -30,4 +30,14 @@ inline std::string readText(const std::int16_t* field, std::size_t size) {
     return text;
 }
 
+/// A unit of UTF-16 as UTF-8; empty for a control character or half of a pair.
+inline std::string printableText(char16_t unit) {
+    if (unit < 0x20 || (unit >= 0x7f && unit < 0xa0) || (unit >= 0xd800 && unit < 0xe000))
+        return {};
+    const auto byte = [](int bits) { return static_cast<char>(bits); };
+    if (unit < 0x80) return {byte(unit)};
+    if (unit < 0x800) return {byte(0xc0 | unit >> 6), byte(0x80 | (unit & 0x3f))};
+    return {byte(0xe0 | unit >> 12), byte(0x80 | (unit >> 6 & 0x3f)), byte(0x80 | (unit & 0x3f))};
+}
+
 }  // namespace qov::hosts::vst3

@@ -556,7 +556,7 @@ bool Strip::key(const platform::KeyStroke& stroke) {
         updateKeys();
         return true;
     }
-    const bool isZ = stroke.character == 'z' || stroke.character == 'Z';
+    const bool isZ = stroke.text == "z" || stroke.text == "Z";
     if (stroke.held.control && isZ && (focus_ || options_.ownsKeys)) {
         stroke.held.shift ? session_.redo() : session_.undo();
         showValues();

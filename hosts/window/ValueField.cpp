@@ -20,8 +20,13 @@ using platform::Key;
 
 namespace {
 
-constexpr std::size_t longest = 32;  // characters
+constexpr std::ptrdiff_t longest = 48;  // characters; a file's name has room for so many
 constexpr CGColor red{1, 0.35, 0.28, 1};
+
+/// Of UTF-8.
+bool beginsCharacter(char byte) {
+    return (byte & 0xC0) != 0x80;
+}
 
 }  // namespace
 
@@ -52,12 +57,12 @@ void ValueField::erase(std::size_t from, std::size_t to) {
 }
 
 std::size_t ValueField::before(std::size_t place) const {
-    while (place > 0 && (text_[--place] & 0xC0) == 0x80) continue;
+    while (place > 0 && !beginsCharacter(text_[--place])) continue;
     return place;
 }
 
 std::size_t ValueField::behind(std::size_t place) const {
-    while (place < text_.size() && (text_[++place] & 0xC0) == 0x80) continue;
+    while (place < text_.size() && !beginsCharacter(text_[++place])) continue;
     return place;
 }
 
@@ -83,11 +88,11 @@ void ValueField::key(const platform::KeyStroke& stroke) {
             caret_ = text_.size();
             break;
         default:
-            if (stroke.character == 0 || stroke.held.control) return;
+            if (stroke.text.empty() || stroke.held.control) return;
             if (isAllSelected_) erase(0, 0);
-            if (text_.size() < longest)
-                text_.insert(text_.begin() + static_cast<std::ptrdiff_t>(caret_++),
-                             stroke.character);
+            if (std::ranges::count_if(text_, beginsCharacter) == longest) return refuse();
+            text_.insert(caret_, stroke.text);
+            caret_ += stroke.text.size();
             break;
     }
     isAllSelected_ = false;

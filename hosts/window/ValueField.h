@@ -22,7 +22,8 @@ class ValueField : public platform::UIView {
     void refuse();
     bool isRefused() const { return isRefused_; }
 
-    /// Types or erases a character or moves the caret; other keys are ignored.
+    /// Types or erases a character or moves the caret; other keys are ignored. A character beyond
+    /// the longest text is refused.
     void key(const platform::KeyStroke& stroke);
 
     void draw(platform::CGRect rect) override;
@@ -33,7 +34,7 @@ class ValueField : public platform::UIView {
     std::size_t before(std::size_t place) const;
     std::size_t behind(std::size_t place) const;
 
-    std::string text_;  // UTF-8; only ASCII can be typed
+    std::string text_;  // UTF-8
     std::size_t caret_ = 0;
     bool isAllSelected_ = false;
     bool isRefused_ = false;

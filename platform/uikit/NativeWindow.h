@@ -40,7 +40,8 @@ struct KeyModifiers {
 struct KeyStroke {
     Key key = Key::other;
     KeyModifiers held;
-    char character = 0;  ///< what it types, with Ctrl too: printable ASCII; 0 for anything else
+    std::string text =
+        {};  ///< what it types, with Ctrl too: printable UTF-8; empty for anything else
 };
 
 /// The keys that a window inside another one takes from it: none, the arrows and Return or Tab

@@ -15,6 +15,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <mutex>
+#include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -143,6 +145,13 @@ KeyModifiers modifiersOf(unsigned state) {
     return {.shift = (state & ShiftMask) != 0, .control = (state & ControlMask) != 0};
 }
 
+/// Whether a text of one key press shows, as UTF-8; control characters do not.
+bool isPrintable(std::string_view text) {
+    const auto byte = [&](std::size_t at) { return static_cast<unsigned char>(text[at]); };
+    if (text.empty() || byte(0) < 0x20 || byte(0) == 0x7f) return false;
+    return !(text.size() == 2 && byte(0) == 0xc2 && byte(1) < 0xa0);
+}
+
 class X11Window final : public NativeWindow {
  public:
     X11Window(Display* display, std::shared_ptr<UIWindow> content)
@@ -159,6 +168,8 @@ class X11Window final : public NativeWindow {
         content_->cancelTouches();
         detach();
         picture_.reset();
+        if (typing_) XDestroyIC(typing_);
+        if (inputMethod_) XCloseIM(inputMethod_);
         // A window was destroyed with its parent or its server, and must not be destroyed again.
         if (window_ && !lost_) XDestroyWindow(display_, window_);
         XCloseDisplay(display_);
@@ -228,6 +239,7 @@ class X11Window final : public NativeWindow {
     void handleCookie(XGenericEventCookie& cookie);
     void handleButton(const XButtonEvent& event);
     void handleKey(XKeyEvent& event);
+    void openInputMethod();
     void deliverTouch(std::int64_t identifier, UITouchPhase phase, CGPoint at, unsigned state);
     void takeFocus();
     void giveFocusBack();
@@ -249,6 +261,8 @@ class X11Window final : public NativeWindow {
     Visual* visual_ = nullptr;
     int depth_ = 0;
     std::unique_ptr<X11Picture> picture_;
+    XIM inputMethod_ = nullptr;  // from the first key on
+    XIC typing_ = nullptr;
     Atom protocols_ = 0, deleteWindow_ = 0;
     int touchOpcode_ = -1;
     std::optional<RunLoop::ObserverID> observer_;
@@ -413,6 +427,8 @@ void X11Window::handleEvents() {
 }
 
 void X11Window::handle(XEvent& event) {
+    if (event.type == KeyPress && !inputMethod_) openInputMethod();
+    if (typing_ && XFilterEvent(&event, None)) return;  // a part of a composed character
     switch (event.type) {
         case Expose: {
             const auto& e = event.xexpose;
@@ -504,11 +520,29 @@ void X11Window::handleKey(XKeyEvent& event) {
     const auto held = modifiersOf(event.state);
     // With Ctrl, XLookupString() returns a control character for a letter.
     event.state &= ~static_cast<unsigned>(ControlMask);
-    char typed = 0;
+    std::array<char, 64> typed;
     KeySym symbol = NoSymbol;
-    if (XLookupString(&event, &typed, 1, &symbol, nullptr) != 1 || typed < ' ' || typed > '~')
-        typed = 0;
-    if (onKey) onKey({keyOf(symbol), held, typed});
+    int status = XLookupBoth;
+    const auto size = static_cast<int>(typed.size());
+    const int count = typing_
+                          ? Xutf8LookupString(typing_, &event, typed.data(), size, &symbol, &status)
+                          : XLookupString(&event, typed.data(), 1, &symbol, nullptr);
+    const bool isKnown = count > 0 && status != XBufferOverflow && (typing_ || typed[0] >= 0);
+    const std::string text(typed.data(), isKnown ? static_cast<std::size_t>(count) : 0);
+    if (onKey) onKey({keyOf(symbol), held, isPrintable(text) ? text : ""});
+}
+
+/// Xlib's own, for accents and composed characters: one of another process could block this one.
+void X11Window::openInputMethod() {
+    const char* now = XSetLocaleModifiers(nullptr);
+    const std::string before = now ? now : "";
+    XSetLocaleModifiers("@im=none");
+    inputMethod_ = XOpenIM(display_, nullptr, nullptr, nullptr);
+    XSetLocaleModifiers(before.c_str());
+    if (!inputMethod_) return;
+    typing_ = XCreateIC(inputMethod_, XNInputStyle, XIMPreeditNothing | XIMStatusNothing,
+                        XNClientWindow, window_, nullptr);
+    if (typing_) XSetICFocus(typing_);
 }
 
 void X11Window::deliverTouch(std::int64_t identifier, UITouchPhase phase, CGPoint at,

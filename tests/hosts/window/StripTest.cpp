@@ -55,7 +55,10 @@ class StripWindow : public testing::Test {
     void act(const std::string& hands) {
         std::istringstream steps(hands);
         for (std::string step; std::getline(steps, step, ';');) {
-            Screen::xdo(step);
+            if (step == "é")  // no key of the screen's
+                window_->key({platform::Key::other, {}, step});
+            else
+                Screen::xdo(step);
             for (int turn = 0; turn < 4; ++turn) instance_->runLoop()->runOnce(0.02);
         }
     }
@@ -74,7 +77,7 @@ class StripWindow : public testing::Test {
 };
 
 TEST_F(StripWindow, KeysReachEveryPartAndPresetsAreSavedAndChosen) {
-    const auto file = folder_ / "kelvane/presets/Mine.kelvane";
+    const auto file = folder_ / "kelvane/presets/Miné.kelvane";
     for (const auto& [hands, width, isSaved] : std::vector<std::tuple<std::string, float, bool>>{
              {"mousemove 300 380 click 4; mousemove 600 220; key ctrl+z", 0.5F, false},
              {"key ctrl+shift+z", 0.51F, false},
@@ -83,7 +86,7 @@ TEST_F(StripWindow, KeysReachEveryPartAndPresetsAreSavedAndChosen) {
              {"key Tab Tab Return Tab Return Return", 0.52F, false},  // copied to B, all undone
              {"key Right Return Return", 0.51F, false},
              {"key Tab Tab Return; type a/b; key Return", 0.51F, false},  // refused
-             {"key BackSpace BackSpace BackSpace Return; type Mine; key Return", 0.51F, true},
+             {"key BackSpace BackSpace BackSpace Return; type Min;é; key Return", 0.51F, true},
              {"key shift+Tab space; key Home Down Down Down Return", 0.6F, true},
              {"key Return; key End Return", 0.51F, true},
              {"key Escape Up Tab Escape", 0.51F, true},
@@ -96,7 +99,22 @@ TEST_F(StripWindow, KeysReachEveryPartAndPresetsAreSavedAndChosen) {
     std::string error;
     const auto saved = hosts::Preset::read(file, 48000, &error);
     ASSERT_TRUE(saved) << error;
-    EXPECT_EQ(saved->name + std::to_string(saved->values[kStereoWidth]), "Mine0.510000");
+    EXPECT_EQ(saved->name + std::to_string(saved->values[kStereoWidth]), "Miné0.510000");
+}
+
+TEST_F(StripWindow, EveryPartHasATooltip) {
+    for (const auto& [at, head] : {std::pair{platform::CGPoint{60, 466}, "Correlation"},
+                                   {{400, 466}, "Balance"},
+                                   {{500, 466}, "Peak in"},
+                                   {{600, 466}, "Peak out"},
+                                   {{650, 466}, "Figures, sets and presets"},
+                                   {{30, 510}, "Set A"},
+                                   {{219, 510}, "Redo"},
+                                   {{640, 510}, "Save"}}) {
+        EXPECT_TRUE(window_->hotAreaAt(at).value_or(platform::CGRect{}).contains(at));
+        EXPECT_EQ(window_->helpAt(at).at(0).text, head);
+    }
+    EXPECT_FALSE(window_->hotAreaAt({5, 445}) || window_->helpAt({5, 445}).size());
 }
 
 TEST_F(StripWindow, MeasuresWhatItShowsAndNothingWhileFolded) {
