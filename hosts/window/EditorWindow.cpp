@@ -233,7 +233,16 @@ std::string EditorWindow::modeAt(platform::CGPoint point) const {
     return place ? controller_->stereoControls->baseClass.modeAt(*place) : "";
 }
 
+std::vector<CaptionView::Line> EditorWindow::helpAt(platform::CGPoint point) const {
+    return isInFooter(point) ? footer_->helpAt(point) : panelHelp(modeAt(point), instance_);
+}
+
+bool EditorWindow::isInFooter(platform::CGPoint point) const {
+    return footer_ && footer_->frame().contains(point);
+}
+
 std::optional<platform::CGRect> EditorWindow::hotAreaAt(platform::CGPoint point) const {
+    if (isInFooter(point)) return footer_->areaAt(point);
     const auto place = canvasPoint(point);
     const auto area =
         place ? controller_->stereoControls->baseClass.hotAreaAt(*place) : std::nullopt;

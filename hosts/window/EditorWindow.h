@@ -5,9 +5,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "editor/panelCanvas.h"
 #include "hosts/instance/product.h"
+#include "hosts/window/CaptionView.h"
 #include "hosts/window/EditGesture.h"
 #include "platform/coregraphics/CGGeometry.h"
 
@@ -75,8 +77,11 @@ class EditorWindow {
     std::optional<int> controlAt(platform::CGPoint point) const;
     /// The editing mode at a point of the window; empty outside the hot areas.
     std::string modeAt(platform::CGPoint point) const;
-    /// The hot area at a point of the window, in points of the window.
+    /// The hot area of the panel, or the part of the footer, at a point of the window, in points of
+    /// the window.
     std::optional<platform::CGRect> hotAreaAt(platform::CGPoint point) const;
+    /// A tooltip for it.
+    std::vector<CaptionView::Line> helpAt(platform::CGPoint point) const;
     /// An area of the panel's canvas, in points of the window.
     platform::CGRect windowArea(const platform::CGRect& canvasArea) const;
     /// Sets a parameter, 0..1, without a gesture, and shows the bypass.
@@ -120,6 +125,7 @@ class EditorWindow {
     /// A point of the window on the panel's canvas, where the panel is the frontmost there.
     std::optional<platform::CGPoint> canvasPoint(platform::CGPoint point) const;
     platform::CGFloat canvasScale() const;
+    bool isInFooter(platform::CGPoint point) const;
     platform::CGFloat layOut(platform::CGSize size);
     platform::CGSize aspect() const;
     void takeInput();

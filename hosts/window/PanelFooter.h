@@ -1,7 +1,9 @@
 #pragma once
 
 #include <optional>
+#include <vector>
 
+#include "hosts/window/CaptionView.h"
 #include "platform/uikit/NativeWindow.h"
 #include "platform/uikit/UIView.h"
 
@@ -30,6 +32,10 @@ class PanelFooter : public platform::UIView {
     virtual bool wheel(platform::CGPoint at, int steps) = 0;
     /// Whether the mouse is over it.
     virtual bool hover(std::optional<platform::CGPoint> at) = 0;
+    /// The part at a place; nothing beside the parts.
+    virtual std::optional<platform::CGRect> areaAt(platform::CGPoint at) const = 0;
+    /// A tooltip for that part.
+    virtual std::vector<CaptionView::Line> helpAt(platform::CGPoint at) const = 0;
     /// The panel's brightness, 0..1, may have changed.
     virtual void setBrightness(platform::CGFloat brightness) = 0;
 };

@@ -190,7 +190,7 @@ void PanelInput::hover(std::optional<CGPoint> at) {
 void PanelInput::showTip() {
     const auto at = window_.native().pointer();
     if (!at || !tipArea_) return;
-    auto lines = panelHelp(window_.modeAt(*at), instance_);
+    auto lines = window_.helpAt(*at);
     if (!lines.empty()) caption_->show(std::move(lines), *tipArea_);
 }
 

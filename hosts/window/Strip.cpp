@@ -14,8 +14,8 @@
 #include "hosts/instance/presetBank.h"
 #include "hosts/output/Failure.h"
 #include "hosts/output/OutputPlace.h"
-#include "hosts/window/CaptionView.h"
 #include "hosts/window/EditorWindow.h"
+#include "hosts/window/HoverView.h"
 #include "hosts/window/PresetList.h"
 #include "hosts/window/StripItem.h"
 #include "hosts/window/ValueField.h"
@@ -66,6 +66,32 @@ const std::array<MeterPlace, 5> meterPlaces{{
     {"balance:", place(314, firstRow, 124), {-12, 12, 0, 3}, false},
     {"in:", place(444, firstRow, 92), {-48, 0, -48, 6}, true},
     {"out:", place(542, firstRow, 92), {-48, 0, -48, 6}, true},
+}};
+
+struct Help {
+    const char *name, *action;
+};
+
+constexpr std::array<Help, 5> meterHelp{{
+    {"Correlation", "+1: mono, 0: unrelated, below 0: lost in mono    White: the lowest of late"},
+    {"Side to mid", "How much differs between left and right, over what is common to both"},
+    {"Balance", "Which side is louder, by its power"},
+    {"Peak in", "Red: it was 0 dBFS or more    Click: put the lamp out"},
+    {"Peak out", "Red: it was 0 dBFS or more    Click: put the lamp out"},
+}};
+
+constexpr std::array<Help, 10> buttonHelp{{
+    // in the order of Strip::buttons_
+    {"Set A", "Click: hear its values"},
+    {"Set B", "Click: hear its values"},
+    {"Copy", "Click: give the other set the values of this one"},
+    {"Undo", "Click or Ctrl+Z: take the last step back"},
+    {"Redo", "Click or Ctrl+Shift+Z: do that step again"},
+    {"Presets", "Click: choose one from a list"},
+    {"Save", "Click: keep the values as a preset of your own"},
+    meterHelp[3],
+    meterHelp[4],
+    {"Figures, sets and presets", "Click: show or hide them"},
 }};
 
 // Texts
@@ -138,9 +164,11 @@ Strip::Strip(EditorWindow& window, Instance& instance, Options options)
       brightness_(0.25),
       list_(std::make_shared<PresetList>()),
       name_(std::make_shared<ValueField>()),
-      caption_(std::make_shared<CaptionView>()) {
+      caption_(std::make_shared<CaptionView>()),
+      hover_(std::make_shared<HoverView>()) {
     addMeters();
     addButtons();
+    addSubview(hover_);
     for (const std::shared_ptr<UIView>& view :
          std::initializer_list<std::shared_ptr<UIView>>{list_, name_, caption_})
         window_.content().addSubview(view);
@@ -503,7 +531,40 @@ bool Strip::wheel(CGPoint at, int steps) {
 
 bool Strip::hover(std::optional<CGPoint> at) {
     if (at && list_->isOpen()) list_->hover(*at);
+    const auto button = at ? buttonAt(*at) : std::nullopt;
+    hover_->mark(button ? std::optional(buttons_[*button]->frame()) : std::nullopt, false,
+                 style_.ink);
     return isMouseOver_ = at && frame().contains(*at);
+}
+
+std::optional<std::size_t> Strip::buttonAt(CGPoint at) const {
+    const auto own = convertFromWindow(at);
+    const auto found = std::find_if(buttons_.begin(), buttons_.end(), [&](const auto& button) {
+        return !button->isHidden() && button->frame().contains(own);
+    });
+    return found == buttons_.end() ? std::nullopt
+                                   : std::optional(std::size_t(found - buttons_.begin()));
+}
+
+std::optional<std::size_t> Strip::meterAt(CGPoint at) const {
+    for (std::size_t each = 0; isShown() && each < meterPlaces.size(); ++each)
+        if (windowArea(meterPlaces[each].box).contains(at)) return each;
+    return std::nullopt;
+}
+
+std::optional<CGRect> Strip::areaAt(CGPoint at) const {
+    if (name_->isOpen() || list_->isOpen()) return std::nullopt;
+    if (const auto meter = meterAt(at)) return windowArea(meterPlaces[*meter].box);
+    const auto button = buttonAt(at);
+    return button ? std::optional(windowArea(buttons_[*button]->place())) : std::nullopt;
+}
+
+std::vector<CaptionView::Line> Strip::helpAt(CGPoint at) const {
+    const auto meter = meterAt(at);
+    const auto button = buttonAt(at);
+    if (!meter && !button) return {};
+    const auto& help = meter ? meterHelp[*meter] : buttonHelp[*button];
+    return {{help.name, CaptionView::Line::Kind::head}, {help.action}};
 }
 
 bool Strip::takesKeys() const {

@@ -9,6 +9,7 @@
 
 #include "editor/PanelStyle.h"
 #include "hosts/instance/Instance.h"
+#include "hosts/window/CaptionView.h"
 #include "hosts/window/EditSession.h"
 #include "hosts/window/PanelFooter.h"
 #include "hosts/window/PresetList.h"
@@ -16,8 +17,8 @@
 
 namespace qov::hosts {
 
-class CaptionView;
 class EditorWindow;
+class HoverView;
 class StripBar;
 class StripButton;
 class StripItem;
@@ -60,6 +61,8 @@ class Strip : public PanelFooter {
     bool willTouch(platform::CGPoint at) override;
     bool wheel(platform::CGPoint at, int steps) override;
     bool hover(std::optional<platform::CGPoint> at) override;
+    std::optional<platform::CGRect> areaAt(platform::CGPoint at) const override;
+    std::vector<CaptionView::Line> helpAt(platform::CGPoint at) const override;
     void setBrightness(platform::CGFloat brightness) override;
     void layoutSubviews() override;
     void draw(platform::CGRect rect) override;
@@ -80,6 +83,8 @@ class Strip : public PanelFooter {
     void addMeters();
     void addButtons();
     std::vector<StripItem*> items() const;
+    std::optional<std::size_t> buttonAt(platform::CGPoint at) const;
+    std::optional<std::size_t> meterAt(platform::CGPoint at) const;
     platform::CGFloat scale() const;
     platform::CGRect windowArea(const platform::CGRect& place) const;
 
@@ -124,6 +129,7 @@ class Strip : public PanelFooter {
     platform::CGPoint listCorner_;  // of the strip when it was opened
     std::shared_ptr<ValueField> name_;
     std::shared_ptr<CaptionView> caption_;
+    std::shared_ptr<HoverView> hover_;
     bool hasReadUsers_ = false;  // not before no preset of the program's own has the values
     std::vector<Preset> users_;  // as the list was opened, or saved since
     std::string chosen_;         // the preset whose name is shown
