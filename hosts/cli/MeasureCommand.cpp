@@ -77,8 +77,11 @@ void declareMeasure(OptionParser& parser, MeasureOptions& options) {
 /// Throws Failure (2) for options that do not go together.
 void check(const MeasureOptions& options) {
     if (options.isJson && options.isCsv) throw Failure("--json and --csv: take one of them", 2);
-    if (!options.picture.empty() && options.files.size() > 2)
-        throw Failure("--picture: draws one or two files", 2);
+    if (!options.picture.empty()) {
+        if (options.files.empty() || options.files.size() > 2)
+            throw Failure("--picture: draws one or two files", 2);
+        checkField(options.files, options.picture);
+    }
     if (options.every.empty()) return;
     try {
         static_cast<void>(parseTime(options.every, highestRate));

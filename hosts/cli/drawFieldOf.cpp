@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <filesystem>
 #include <functional>
 #include <list>
@@ -51,8 +52,10 @@ std::array<std::vector<std::string>, 2> figureLines(const measure::Figures& figu
         if (!isImage && row.unit.empty()) continue;
         std::string name(row.name);
         std::ranges::replace(name, '-', ' ');
-        lines[isImage ? 0 : 1].push_back(
-            fmt::format("{}  {} {}", name, figureText(row, figures.*row.value), row.unit));
+        const double value = figures.*row.value;
+        lines[isImage ? 0 : 1].push_back(fmt::format("{}  {}", name, figureText(row, value)));
+        if (!std::isnan(value) && !row.unit.empty())
+            lines[isImage ? 0 : 1].back() += fmt::format(" {}", row.unit);
     }
     return lines;
 }
@@ -64,11 +67,8 @@ std::string titleOf(const std::string& path) {
 
 }  // namespace
 
-void drawFieldOf(const std::vector<std::string>& inputs, const std::string& output) {
-    const auto kind = kindOf(output);
-    std::list<StereoField> fields;
-    std::vector<FieldPanel> panels;
-    double scale = smallestScale;
+void checkField(const std::vector<std::string>& inputs, const std::string& output) {
+    static_cast<void>(kindOf(output));
     for (const auto& path : inputs) {
         std::error_code error;
         if (path == "-" || std::filesystem::is_fifo(path, error))
@@ -78,6 +78,15 @@ void drawFieldOf(const std::vector<std::string>& inputs, const std::string& outp
                           2);
         if (hosts::isSameFile(path, output))
             throw Failure(fmt::format("{}: is an input, too; write to another file", output), 2);
+    }
+}
+
+void drawFieldOf(const std::vector<std::string>& inputs, const std::string& output) {
+    checkField(inputs, output);
+    std::list<StereoField> fields;
+    std::vector<FieldPanel> panels;
+    double scale = smallestScale;
+    for (const auto& path : inputs) {
         const SoundReader reader(path, {.rawRate = {}, .upmix = true});
         const auto frames = reader.frames().value_or(0);
         auto& field = fields.emplace_back(frames, fieldSlices, fieldSide);
@@ -97,7 +106,7 @@ void drawFieldOf(const std::vector<std::string>& inputs, const std::string& outp
         readAll(path, [&](auto... chunk) { field->trace(chunk..., scale); });
         ++field;
     }
-    hosts::writeOutput(output, drawField(panels, kind));
+    hosts::writeOutput(output, drawField(panels, kindOf(output)));
 }
 
 }  // namespace qov::cli

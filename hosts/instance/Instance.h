@@ -160,6 +160,7 @@ class Instance {
 
     // Editor
 
+    /// What one editor leaves to the next.
     EditMemory& editMemory() { return editMemory_; }
     /// Reports changes of the audio thread to the editor, then runs what is due on the run loop.
     /// Never blocks.

@@ -14,6 +14,7 @@ struct Settings {
     std::int64_t presetNumber = 0;               ///< the audio unit's
     std::string presetName;
 
+    /// Whether both come from one preset, edited or not.
     bool isOfSamePreset(const Settings& other) const {
         return presetNumber == other.presetNumber && presetName == other.presetName;
     }

@@ -81,6 +81,7 @@ class StripText : public StripItem {
     /// hasLamp: there is a lamp.
     StripText(const platform::CGRect& place, bool hasLamp);
     void show(const std::string& text);
+    /// Turns the lamp on or off.
     void light(bool isLit);
 
  private:

@@ -9,6 +9,7 @@ struct PixelRect {
     int x = 0, y = 0, width = 0, height = 0;
     bool operator==(const PixelRect&) const = default;
 
+    /// In pixels.
     int area() const { return width * height; }
     bool isEmpty() const { return width <= 0 || height <= 0; }
     PixelRect movedBy(int dx, int dy) const { return {x + dx, y + dy, width, height}; }
