@@ -90,7 +90,8 @@ void ValueField::key(const platform::KeyStroke& stroke) {
         default:
             if (stroke.text.empty() || stroke.held.control) return;
             if (isAllSelected_) erase(0, 0);
-            if (std::ranges::count_if(text_, beginsCharacter) == longest) return refuse();
+            if (std::count_if(text_.begin(), text_.end(), beginsCharacter) == longest)
+                return refuse();
             text_.insert(caret_, stroke.text);
             caret_ += stroke.text.size();
             break;
