@@ -58,7 +58,7 @@ MarkStamp::MarkStamp(std::vector<CGPoint> outline) : outline_(std::move(outline)
 }
 
 const std::uint8_t* MarkStamp::copyAt(int phaseX, int phaseY) {
-    auto& copy = copies_[static_cast<std::size_t>(phaseY * phases + phaseX)];
+    auto& copy = copies_[static_cast<unsigned>(phaseY * phases + phaseX)];
     if (!copy.empty()) return copy.data();
     Polygon moved;
     for (const auto& p : outline_)

@@ -60,7 +60,7 @@ bool SharedPicture::share(std::size_t bytes) {
     segment_.shmid = shmget(IPC_PRIVATE, bytes, IPC_CREAT | 0600);
     if (segment_.shmid < 0) return false;
     void* memory = shmat(segment_.shmid, nullptr, 0);
-    if (memory != reinterpret_cast<void*>(-1)) {
+    if (std::bit_cast<std::intptr_t>(memory) != -1) {
         segment_.shmaddr = static_cast<char*>(memory);
         segment_.readOnly = True;
         // A server elsewhere has the extension, but not the memory.
