@@ -174,21 +174,22 @@ std::vector<PixelRect> UIWindow::update() {
     std::vector<Shown> shown;
     collect(*this, 1, shown);
     // What has been quiet for a while, and has nothing restless behind it, is composited once.
-    std::ptrdiff_t quiet = 0;
-    bool isQuiet = true;
+    std::vector<Shown> quiet, restless;
     for (const auto& one : shown) {
-        isQuiet = one.layer->isQuietAt(one.place) && isQuiet;
-        quiet += isQuiet;
+        const bool isQuiet = one.layer->isQuietAt(one.place) &&
+                             std::none_of(restless.begin(), restless.end(), [&](const auto& other) {
+                                 return !other.pixels.intersection(one.pixels).isEmpty();
+                             });
+        (isQuiet ? quiet : restless).push_back(one);
     }
-    const auto above = shown.begin() + quiet;
-    if (!std::equal(shown.begin(), above, quiet_.begin(), quiet_.end())) {
+    if (quiet != quiet_) {
         forgetGround();
-        quiet_.assign(shown.begin(), above);
-        if (quiet) ground_ = makeBitmapContext(whole.width, whole.height, 1);
-        if (ground_) compose(*ground_, whole, nullptr, shown.begin(), above);
+        quiet_ = std::move(quiet);
+        if (!quiet_.empty()) ground_ = makeBitmapContext(whole.width, whole.height, 1);
+        if (ground_) compose(*ground_, whole, nullptr, quiet_);
     }
     for (const auto& rect : damaged)
-        compose(*picture_, rect, ground_.get(), ground_ ? above : shown.begin(), shown.end());
+        compose(*picture_, rect, ground_.get(), ground_ ? restless : shown);
     return damaged;
 }
 
@@ -198,7 +199,7 @@ void UIWindow::forgetGround() {
 }
 
 void UIWindow::compose(CGBitmapContext& picture, const PixelRect& rect,
-                       const CGBitmapContext* ground, ShownAt from, ShownAt end) const {
+                       const CGBitmapContext* ground, const std::vector<Shown>& shown) const {
     const CGRect area(rect.x, rect.y, rect.width, rect.height);
     picture.saveGState();
     picture.clipTo(area);
@@ -210,8 +211,8 @@ void UIWindow::compose(CGBitmapContext& picture, const PixelRect& rect,
         picture.fillRect(area);
     }
     picture.restoreGState();
-    for (; from != end; ++from)
-        if (!from->pixels.intersection(rect).isEmpty()) from->layer->compose(picture, from->place);
+    for (const auto& one : shown)
+        if (!one.pixels.intersection(rect).isEmpty()) one.layer->compose(picture, one.place);
     picture.restoreGState();
 }
 

@@ -95,18 +95,17 @@ class UIWindow : public UIView {
         PixelRect pixels;
         bool operator==(const Shown&) const = default;
     };
-    using ShownAt = std::vector<Shown>::const_iterator;
     /// All that shows, the farthest first.
     void collect(UIView& view, CGFloat alpha, std::vector<Shown>& into) const;
     /// Composites a part anew, on the ground or on the background.
     void compose(CGBitmapContext& picture, const PixelRect& rect, const CGBitmapContext* ground,
-                 ShownAt from, ShownAt end) const;
+                 const std::vector<Shown>& shown) const;
     void forgetGround();
 
     std::shared_ptr<UIViewController> root_;
     std::unique_ptr<CGBitmapContext> picture_;
     std::vector<PixelRect> damage_;
-    /// The farthest drawings, which are quiet, and the picture of them alone.
+    /// The drawings that are quiet, and the picture of them alone.
     std::vector<Shown> quiet_;
     std::unique_ptr<CGBitmapContext> ground_;
     CGColor background_{0, 0, 0, 1};

@@ -63,7 +63,8 @@ void ViewLayer::compose(CGContext& picture, const Place& place) const {
 
 bool ViewLayer::isQuietAt(const Place& place) {
     if (std::exchange(place_, place) != place) updates_ = 0;
-    constexpr int some = 4;
+    // 2 s of the panel's redraws: what moves now and then is not made part of a picture each time.
+    constexpr int some = 40;
     updates_ = std::min(updates_ + 1, some);
     return updates_ == some;
 }

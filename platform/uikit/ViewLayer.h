@@ -29,8 +29,8 @@ class ViewLayer {
     /// Adds the drawing to a picture.
     void compose(CGContext& picture, const Place& place) const;
 
-    /// Counts the updates of a window in which the drawing and its place stay. True from the
-    /// fourth.
+    /// Counts the updates of a window in which the drawing and its place stay. True after some of
+    /// them.
     bool isQuietAt(const Place& place);
 
     /// Calls of draw(), and those that made another drawing, since construction.
