@@ -91,10 +91,11 @@ KELVANE_EXPORT(zoomPanel) void zoomPanel(double x, double y, double factor) {
     window().zoom({x, y}, factor);
 }
 
-/// key: as platform::Key counts; character: what it types, or 0. True if the panel used it.
+/// key: as platform::Key counts; character: the ASCII that it types, or 0. True if the panel used
+/// it.
 KELVANE_EXPORT(keyPanel) bool keyPanel(int key, int character, int held) {
-    return editor->key(
-        {static_cast<platform::Key>(key), modifiers(held), static_cast<char>(character)});
+    const std::string text(character ? 1 : 0, static_cast<char>(character));
+    return editor->key({static_cast<platform::Key>(key), modifiers(held), text});
 }
 
 /// The canvas no longer gets keys.
