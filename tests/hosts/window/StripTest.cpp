@@ -114,7 +114,7 @@ TEST_F(StripWindow, EveryPartHasATooltip) {
         EXPECT_TRUE(window_->hotAreaAt(at).value_or(platform::CGRect{}).contains(at));
         EXPECT_EQ(window_->helpAt(at).at(0).text, head);
     }
-    EXPECT_FALSE(window_->hotAreaAt({5, 445}) || window_->helpAt({5, 445}).size());
+    EXPECT_TRUE(!window_->hotAreaAt({5, 445}) && window_->helpAt({5, 445}).empty());
 }
 
 TEST_F(StripWindow, MeasuresWhatItShowsAndNothingWhileFolded) {
