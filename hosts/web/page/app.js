@@ -78,6 +78,25 @@ function say(what) {
 
 // The settings
 
+/**
+ * Follows a slider. What a finger sets that then scrolls the page is taken back.
+ * @param {HTMLInputElement} slider
+ * @param {() => number} get
+ * @param {(value: number) => void} set
+ */
+function onSlide(slider, get, set) {
+    let before = 0;
+    let isScrolling = false;
+    slider.addEventListener("pointerdown", () => (before = get()));
+    slider.addEventListener("pointercancel", () => {
+        isScrolling = true;
+        set(before);
+    });
+    for (const type of ["touchend", "touchcancel"]) slider.addEventListener(type, () => (isScrolling = false));
+    // Some browsers move the slider on while they scroll.
+    slider.addEventListener("input", () => set(isScrolling ? before : slider.valueAsNumber));
+}
+
 /** @param {typeof parameters[number]} parameter */
 function addControl({ address, name: title, isSwitch, initial, help }) {
     const label = document.createElement("label");
@@ -99,7 +118,8 @@ function addControl({ address, name: title, isSwitch, initial, help }) {
         shown.setAttribute("aria-hidden", "true"); // the slider's own value text is read
         label.append(text, shown, input);
     }
-    input.addEventListener("input", () => change(address, isSwitch ? Number(input.checked) : input.valueAsNumber));
+    if (isSwitch) input.addEventListener("input", () => change(address, Number(input.checked)));
+    else onSlide(input, () => panel.value(address), (value) => change(address, value));
     input.addEventListener("change", record);
     inputs.set(address, input);
     element("controls").append(label);
@@ -391,7 +411,10 @@ play.addEventListener("click", () => {
     if (message.textContent === invitation) say("");
     start().catch(say);
 });
-seek.addEventListener("input", () => player.seek(seek.valueAsNumber));
+onSlide(seek, () => player.position, (seconds) => {
+    player.seek(seconds);
+    showPosition();
+});
 seek.addEventListener("keydown", (event) => {
     const seconds = seekKeys[event.key];
     if (!seconds) return;

@@ -517,6 +517,25 @@ const tests = {
         assert.deepEqual(page.faults, []);
     },
 
+    // Firefox scrolls by no touch of a test.
+    async "scrolls over its sliders without moving them, and shows what it says"() {
+        if (browserName !== "chromium") return;
+        const page = await open({ width: 320, height: 568, touch: true });
+        await says(page, "Play");
+        const swipe = async (dx, dy) => {
+            const { x, y, width, height } = await (await page.$("#parameter-2")).boundingBox();
+            const finger = await page.touchscreen.touchStart(x + width / 2, y + height / 2);
+            for (let part = 1; part <= 10; part++) await finger.move(x + width / 2 + (dx * part) / 10, y + height / 2 + (dy * part) / 10);
+            await finger.end();
+            return page.evaluate(() => [scrollY > 50, document.getElementById("undo").disabled, document.getElementById("parameter-2").value]);
+        };
+        const { y, height } = await (await page.$("#message")).boundingBox();
+        assert.ok(y + height <= 568);
+        assert.deepEqual(await swipe(0, -150), [true, true, "0"]);
+        await page.evaluate(() => scrollTo(0, 0));
+        assert.notEqual((await swipe(60, 0))[2], "0");
+    },
+
     async "says so when it gets no input and no MIDI"() {
         const page = await open();
         await page.evaluate(() => {
