@@ -47,7 +47,7 @@ const patience = 120000; // milliseconds, for a machine that does much else
 const pages = [];
 
 /** A page at the address, whose faults fail the test. before: runs in it ahead of its own scripts. */
-async function open({ width = 800, height = 700, scale = 1, touch = false, at = "", before = () => {}, context = browser } = {}) {
+async function open({ width = 800, height = 700, scale = 1, touch = false, at = "", before = () => {}, shown = "#parameter-7", context = browser } = {}) {
     const page = await context.newPage();
     page.faults = [];
     page.setDefaultTimeout(patience);
@@ -58,7 +58,7 @@ async function open({ width = 800, height = 700, scale = 1, touch = false, at = 
     );
     await page.evaluateOnNewDocument(before);
     await page.goto(address + at);
-    await page.waitForSelector("#parameter-7");
+    await page.waitForSelector(shown);
     return page;
 }
 /** For open(): tells of the page's context, input and drawing, and when it was first drawn, touched and heard. */
@@ -515,6 +515,11 @@ const tests = {
         }
         await until(page, () => document.querySelectorAll("#figures td").length > 30);
         assert.deepEqual(page.faults, []);
+    },
+
+    async "says so where it cannot start"() {
+        for (const name of ["OffscreenCanvas", "AudioContext", "AudioWorkletNode", "WebAssembly"])
+            await says(await open({ before: `delete globalThis.${name}`, shown: "#message" }), "cannot");
     },
 
     // Firefox scrolls by no touch of a test.
