@@ -486,10 +486,10 @@ async function listen() {
 source.addEventListener("change", () => {
     const chosen = source.value;
     showSource();
-    if (chosen === "file") file.click();
-    else if (chosen === "input") listen();
+    if (chosen === "input") listen();
     else choose(chosen === "opened" && opened ? Promise.resolve(opened.sound) : phrase, (sound) => player.use(sound)).catch(say);
 });
+element("open").addEventListener("click", () => file.click());
 // The same file may be chosen again.
 file.addEventListener("click", () => (file.value = ""));
 file.addEventListener("change", () => file.files?.[0] && open(file.files[0]));

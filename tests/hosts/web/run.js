@@ -509,8 +509,9 @@ const tests = {
             assert.equal(await page.$eval("#seek", (seek) => seek.max), "0.2"); // what was there stays
         }
         await page.evaluate(() => (HTMLInputElement.prototype.click = () => {})); // a picker that is cancelled
-        for (const [choice, playing] of [["file", "opened"], ["phrase", "phrase"], ["file", "phrase"], ["opened", "opened"]]) {
-            await page.select("#source", choice);
+        for (const [choice, playing] of [["open", "opened"], ["phrase", "phrase"], ["open", "phrase"], ["opened", "opened"]]) {
+            if (choice === "open") await page.click("#open");
+            else await page.select("#source", choice);
             await until(page, (playing) => document.getElementById("source").value === playing, playing);
         }
         await until(page, () => document.querySelectorAll("#figures td").length > 30);
