@@ -20,7 +20,9 @@ StereoField::StereoField(std::int64_t frames, std::size_t slices, std::size_t si
       side_(side),
       slices_(slices),
       distances_(distanceBins),
-      visits_(side * side) {}
+      visits_(side * side),
+      lastX_(static_cast<double>(side) / 2),
+      lastY_(lastX_) {}
 
 void StereoField::measure(const float* left, const float* right, std::size_t frames) {
     for (std::size_t i = 0; i < frames; ++i) {

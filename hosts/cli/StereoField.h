@@ -43,7 +43,7 @@ class StereoField {
     std::vector<std::int64_t> distances_;  ///< how many frames lie how far out
     std::vector<float> visits_;
     std::int64_t measured_ = 0;
-    double lastX_ = 0, lastY_ = 0;
+    double lastX_, lastY_;  // where the beam is, in cells; at first in the centre
 };
 
 }  // namespace qov::cli

@@ -1,5 +1,6 @@
 #include <chrono>
 #include <cmath>
+#include <numeric>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -59,6 +60,8 @@ TEST(StereoField, MeasuresWidthCorrelationAndBalanceAndTracesMidUpright) {
             EXPECT_NEAR(slice.balance(), c.balance, 0.01);
         }
         field.trace(left.data(), right.data(), frames, 1);
+        const auto from = field.visits().begin();
+        EXPECT_EQ(std::accumulate(from, from + 10 * side, 0.0F), 0) << "nothing near the top";
         const auto brightest = static_cast<std::size_t>(std::ranges::max_element(field.visits()) -
                                                         field.visits().begin());
         EXPECT_NEAR(static_cast<double>(brightest % side), static_cast<double>(c.column), 3);
