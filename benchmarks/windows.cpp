@@ -84,7 +84,7 @@ double processorTime() {
 /// ticks every 20 ms: what share of a core their process takes. The X server's own work is not in
 /// it.
 void draw(benchmark::State& state, const test::Format& format, int count) {
-    constexpr int settling = 50, ticks = 100;
+    constexpr int settling = 150, ticks = 100;  // 3 s, in which what rests becomes one picture
     std::vector<float> left((settling + ticks) * block), right(left.size()), output(2 * block);
     std::minstd_rand random(1);
     std::uniform_real_distribution<float> noise(-0.15F, 0.15F);
