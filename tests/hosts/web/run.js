@@ -535,8 +535,8 @@ const tests = {
             await finger.end();
             return page.evaluate(() => [scrollY > 50, document.getElementById("undo").disabled, document.getElementById("parameter-2").value]);
         };
-        const { y, height } = await (await page.$("#message")).boundingBox();
-        assert.ok(y + height <= 568);
+        const [played, said] = await page.$$eval("#play, #message", (shown) => shown.map((one) => one.getBoundingClientRect().toJSON()));
+        assert.ok(played.bottom <= said.top && said.bottom <= 568);
         assert.deepEqual(await swipe(0, -150), [true, true, "0"]);
         await page.evaluate(() => scrollTo(0, 0));
         assert.notEqual((await swipe(60, 0))[2], "0");
