@@ -465,7 +465,11 @@ async function open(chosen) {
             source.querySelector("[value=opened]")?.remove();
             source.options[0].after(new Option(chosen.name, "opened"));
         });
-        if (isUsed) say(`${chosen.name}: ${player.sound?.rate} Hz, ${player.duration.toFixed(1)} s.`);
+        if (!isUsed || !player.sound) return;
+        const { rate, stated = 0, channels } = player.sound;
+        const seconds = player.duration.toFixed(1);
+        if (stated <= channels[0].length) say(`${chosen.name}: ${rate} Hz, ${seconds} s.`);
+        else say(`${chosen.name} ends early: ${rate} Hz, ${seconds} of ${(stated / rate).toFixed(1)} s are there.`);
     } catch (error) {
         say(error instanceof Error ? `${chosen.name}: ${error.message}` : error);
     }
@@ -505,7 +509,8 @@ for (const type of ["dragover", "dragleave", "drop"])
 
 element("export").addEventListener("click", async () => {
     const rendering = ask(false);
-    if (!rendering) return say("An input cannot be saved; choose a file.");
+    if (!rendering || !player.sound) return say("An input cannot be saved; choose a file.");
+    const { rate, isExact } = player.sound;
     say("Rendering…");
     try {
         const link = document.createElement("a");
@@ -513,7 +518,7 @@ element("export").addEventListener("click", async () => {
         link.href = URL.createObjectURL(new Blob([await rendering], { type: "audio/wav" }));
         link.click();
         setTimeout(() => URL.revokeObjectURL(link.href), 60000);
-        say(`${link.download}: 32-bit float, as \`kelvane render --subtype float\` writes it.`);
+        say(`${link.download}: 32-bit float, ${isExact ? "as `kelvane render --subtype float` writes it" : `${rate} Hz`}.`);
     } catch (error) {
         say(error);
     }

@@ -5,10 +5,13 @@
  * @typedef {object} Sound
  * @property {number} rate frames a second
  * @property {[Float32Array, Float32Array]} channels
+ * @property {number} [stated] frames that a WAV file says it has
+ * @property {boolean} [isExact] whether it is all of a stereo WAV file, to the very sample
  */
 
 const headerSize = 88;
 const largest = 0xfff00000; // bytes of a file
+const unknownSize = 0xffffffff; // of the samples, where a program wrote into a pipe
 
 /**
  * @param {DataView} view
@@ -52,14 +55,16 @@ export function readWav(file) {
         } else if (name === "data") {
             if (!read) return null;
             requireStereo(channels);
-            const frames = Math.floor(Math.min(size, view.byteLength - start) / (channels * bytes));
+            const present = Math.floor((view.byteLength - start) / (channels * bytes));
+            const stated = size === unknownSize ? present : Math.floor(size / (channels * bytes));
+            const frames = Math.min(stated, present);
             if (frames < 1) throw new Error("the file has no sound in it");
             /** @type {[Float32Array, Float32Array]} */
             const sound = [new Float32Array(frames), new Float32Array(frames)];
             for (let i = 0; i < frames; i++)
                 for (const side of [0, 1])
                     sound[side][i] = read(view, start + (i * channels + Math.min(side, channels - 1)) * bytes);
-            return { rate, channels: sound };
+            return { rate, channels: sound, stated, isExact: channels === 2 && frames === stated };
         }
         at = start + size + (size & 1);
     }
