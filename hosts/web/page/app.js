@@ -405,6 +405,7 @@ player.onLost = () => {
     soundChanged();
     say("The input is gone; choose another source.");
 };
+player.onFault = say;
 document.addEventListener("visibilitychange", showPlaying);
 play.addEventListener("click", () => {
     if (player.isPlaying) return player.pause();

@@ -7,6 +7,7 @@ import { readWav, requireStereo } from "./wav.js";
 
 /** @typedef {import("./wav.js").Sound} Sound */
 
+const closed = "The browser has closed the sound output. Reload the page.";
 const largestFile = 1 << 29; // bytes; decoded it is several times as large
 
 /**
@@ -118,9 +119,21 @@ export class Player {
         this.startedAt = 0;
         /** Called when it starts or stops by itself. */
         this.onChange = () => {};
+        /** The output has gone. @type {(what: string) => void} */
+        this.onFault = () => {};
         /** The input has gone; the sound of before is there, and rests. */
         this.onLost = () => {};
-        this.context.onstatechange = () => this.onChange();
+        this.context.onstatechange = () => {
+            if (this.context.state === "closed") {
+                this.stop();
+                this.onFault(closed);
+            }
+            this.onChange();
+        };
+        this.context.addEventListener("error", () => {
+            this.pause();
+            this.onFault("The sound output has failed. Press Play to try again.");
+        });
         this.withNode((node) => node.connect(this.context.destination));
     }
 
@@ -200,6 +213,7 @@ export class Player {
 
     /** From a touch or key, as browsers demand. */
     async play() {
+        if (this.context.state === "closed") throw new Error(closed);
         const resumed = this.context.resume();
         const [node] = await Promise.all([this.node, this.ready]);
         if (this.stream) {

@@ -640,6 +640,11 @@ const tests = {
         });
         await shows(page, "Play");
         assert.ok((await page.evaluate(() => globalThis.context.currentTime)) > from + 0.1 + 2048 / 48000);
+        await page.click("#play");
+        await moves(page);
+        await page.evaluate(() => globalThis.context.close());
+        await says(page, "closed the sound output");
+        await shows(page, "Play");
         assert.deepEqual(page.faults, []);
     },
 
