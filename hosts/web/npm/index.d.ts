@@ -41,7 +41,7 @@ export class KelvaneNode extends AudioWorkletNode {
     onHeard: (address: number, value: number) => void;
     /** Called with the last 2048 frames of the left and then the right output while they are watched. */
     onRing: (ring: Float32Array) => void;
-    /** Sets a parameter, also on the panel. */
+    /** Sets a parameter, also on the panel. Below 0 and above 1 is cut; what is no number is a TypeError. */
     set(address: number, value: number): void;
     /** At a frame of the context: an address and a value, or -1 and the bytes of a MIDI message. */
     schedule(frame: number, ...event: number[]): void;

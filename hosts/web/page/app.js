@@ -3,6 +3,7 @@
 
 import { Figures } from "./figures.js";
 import { moduleBytes, Panel } from "./kelvane.js";
+import { stillInterval, stillMotion } from "./panel.js";
 import { parameters, presets as factoryPresets } from "./parameters.js";
 import { Offline, Player, playPhrase, readSound, stopTracks } from "./sound.js";
 import { UndoHistory } from "./undo.js";
@@ -20,13 +21,11 @@ const file = /** @type {HTMLInputElement} */ (element("file"));
 const presets = /** @type {HTMLSelectElement} */ (element("preset"));
 const message = element("message");
 const keptKey = "kelvane settings";
-const stillMotion = matchMedia("(prefers-reduced-motion: reduce)");
 const invitation = "Press Play to hear it.";
 /** Seconds. @type {Record<string, number>} */
 const seekKeys = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -10, PageUp: 10 };
 const startTimeout = 3000; // milliseconds
 const tickInterval = 500; // milliseconds; each costs the browser a picture of its own
-const stillInterval = 1000; // milliseconds between two pictures of the sound, or figures, where motion is unwanted
 const heardDelay = 250; // milliseconds, more than from the sound to the page
 
 const bytes = await moduleBytes().catch((error) => {
@@ -349,11 +348,8 @@ player.node.then(
             show(address, value);
         };
         node.onprocessorerror = () => say("The effect has ended with a fault. Reload the page.");
-        let last = -Infinity;
         node.onRing = (ring) => {
             figures.hear(ring);
-            if (stillMotion.matches && performance.now() - last < stillInterval) return;
-            last = performance.now();
             panel.show(ring);
         };
         showPlaying();

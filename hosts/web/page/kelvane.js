@@ -110,7 +110,7 @@ export class KelvaneNode extends AudioNodeBase {
      */
     set(address, value) {
         this.send(address, value);
-        this.panel?.setValue(address, value);
+        this.panel?.setValue(address, this.values[address]);
     }
 
     /**
@@ -118,8 +118,10 @@ export class KelvaneNode extends AudioNodeBase {
      * @param {number} value
      */
     send(address, value) {
-        this.port.postMessage({ set: [address, value] });
-        this.note(address, value);
+        if (!parameters[address] || !Number.isFinite(value)) throw new TypeError(`not a value of a parameter: ${address}, ${value}`);
+        const set = Math.min(Math.max(value, 0), 1);
+        this.port.postMessage({ set: [address, set] });
+        this.note(address, set);
     }
 
     /**

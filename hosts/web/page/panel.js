@@ -11,6 +11,8 @@ const pressing = 1 | 32;
 const pressers = [0, 5];
 const wheelNotch = 100; // CSS pixels
 const quietAfter = 1500; // milliseconds without an event, after which nothing on the panel moves
+export const stillMotion = globalThis.matchMedia?.("(prefers-reduced-motion: reduce)");
+export const stillInterval = 1000; // milliseconds between two pictures of the sound, or figures, where motion is unwanted
 
 /** @param {MouseEvent | KeyboardEvent} event */
 function modifiers(event) {
@@ -35,7 +37,7 @@ export class Panel {
         this.isSeen = !document.hidden;
         this.isInView = true;
         this.pumps = 0;
-        this.lastEvent = -Infinity;
+        this.lastEvent = this.lastShown = -Infinity;
         this.wheel = 0;
         /** The pointers that are down. @type {Set<number>} */
         this.down = new Set();
@@ -291,6 +293,8 @@ export class Panel {
      * @param {Float32Array} ring
      */
     show(ring) {
+        if (stillMotion.matches && performance.now() - this.lastShown < stillInterval) return;
+        this.lastShown = performance.now();
         const frames = ring.length / 2;
         for (const channel of [0, 1])
             this.module
