@@ -4,7 +4,7 @@
 import { Figures } from "./figures.js";
 import { moduleBytes, Panel } from "./kelvane.js";
 import { stillInterval, stillMotion } from "./panel.js";
-import { parameters, presets as factoryPresets } from "./parameters.js";
+import { parameters, presets as factoryPresets, presetValues } from "./parameters.js";
 import { Offline, Player, playPhrase, readSound, stopTracks } from "./sound.js";
 import { UndoHistory } from "./undo.js";
 
@@ -257,8 +257,8 @@ function keptSettings() {
 }
 
 const forget = element("forget");
-/** The values of each entry of the list that is kept or was chosen. @type {Map<string, number[]>} */
-const listed = new Map();
+/** The values of each entry of the list. @type {Map<string, number[]>} */
+const listed = new Map(presetValues.map((values, number) => [`factory ${number}`, values]));
 
 /** @param {string} chosen */
 function listPresets(chosen) {
@@ -284,10 +284,7 @@ function showPreset() {
 
 presets.addEventListener("change", () => {
     const [kind, number] = presets.value.split(" ");
-    if (kind === "factory") {
-        panel.module.call.selectPreset(Number(number));
-        listed.set(presets.value, presentValues());
-    }
+    if (kind === "factory") panel.module.call.selectPreset(Number(number)); // the panel shows its name
     goTo(listed.get(presets.value));
     showPreset();
 });

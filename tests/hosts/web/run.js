@@ -447,6 +447,10 @@ const tests = {
         const again = await open({ at: await page.evaluate(() => location.hash.replace(/panorama=[^&]*/, "panorama=")) });
         await again.click("#compare"); // at first the same
         assert.deepEqual(await Promise.all([0, 1, 3].map((parameter) => valueOf(again, parameter))), [1, 0.5, 1]);
+        await again.select("#preset", "factory 5");
+        await until(again, () => !/swap-channels/.test(location.hash));
+        await again.reload();
+        await until(again, () => document.getElementById("preset").value === "factory 5");
     },
 
     async "is pinched by two fingers, and sharp at each scale"() {
