@@ -308,7 +308,8 @@ function keep(kept, chosen, done) {
 addEventListener("storage", () => listPresets(presets.value)); // another tab has kept a setting
 element("keep").addEventListener("click", () => {
     const title = prompt("Name of the setting")?.trim();
-    if (title) keep({ ...keptSettings(), [title]: settings() }, `kept ${title}`, `“${title}” is kept in this browser.`);
+    if (!title || (Object.hasOwn(keptSettings(), title) && !confirm(`Replace “${title}”?`))) return;
+    keep({ ...keptSettings(), [title]: settings() }, `kept ${title}`, `“${title}” is kept in this browser.`);
 });
 forget.addEventListener("click", () => {
     const kept = keptSettings();

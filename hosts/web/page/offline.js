@@ -5,7 +5,7 @@ const worker = /** @type {ServiceWorkerGlobalScope} */ (/** @type {unknown} */ (
 // `./run web` puts the content's checksum here: another build is another store.
 const store = "kelvane-BUILD";
 const files = [
-    "./", "app.js", "canvas.js", "figures.js", "job.js", "kelvane.js", "kelvane.svg", "kelvane.wasm", "manifest.webmanifest",
+    "./", "app.js", "canvas.js", "figures.js", "index.html", "job.js", "kelvane.js", "kelvane.svg", "kelvane.wasm", "manifest.webmanifest",
     "module.js", "panel.js", "parameters.js", "processor.js", "sound.js", "style.css", "undo.js", "wav.js",
 ];
 
