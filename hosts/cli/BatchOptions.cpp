@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <sstream>
 #include <system_error>
 #include <thread>
 
@@ -70,7 +71,7 @@ std::vector<BatchInput> soundsBelow(const std::string& folder) {
     return inputs;
 }
 
-/// The paths of a list, one a line.
+/// The paths of a list, one a line, or with a NUL behind each, as find -print0 writes them.
 std::vector<std::string> listed(const std::string& path) {
     std::ifstream file;
     if (path != "-") {
@@ -79,9 +80,14 @@ std::vector<std::string> listed(const std::string& path) {
         file.open(path);
         if (!file) throw Failure(fmt::format("{}: {}", path, std::strerror(errno)));
     }
+    std::ostringstream bytes;
+    bytes << (path == "-" ? std::cin : file).rdbuf();
+    const auto text = bytes.str();
+    const char end = text.find('\0') == text.npos ? '\n' : '\0';
+    std::istringstream list(text);
     std::vector<std::string> paths;
-    for (std::string line; std::getline(path == "-" ? std::cin : file, line);) {
-        if (line.ends_with('\r')) line.pop_back();
+    for (std::string line; std::getline(list, line, end);) {
+        if (end == '\n' && line.ends_with('\r')) line.pop_back();
         if (!line.empty()) paths.push_back(line);
     }
     if (paths.empty()) throw Failure(fmt::format("{}: names no files", path));

@@ -27,6 +27,7 @@ class Batch : public ProgramTest {
         write(folder / "in/notes.txt", "no sound");
         write(folder / "in/broken.wav", "no sound");
         write(folder / "list", "in/a.wav\r\n\nin/sub/a.wav\n");
+        write(folder / "zeros", {"in/a.wav\0in/a\nb.wav", 20});
     }
     /// The files below a folder, with their sums.
     std::string sums(const std::string& path) const {
@@ -83,6 +84,7 @@ TEST_F(Batch, SaysInOneLineWhatCannotBe) {
           {"measure in/sub other.wav --fail-if 'correlation<1'", 3,
            "in/sub/b.flac: correlation is"},
           {"measure empty other.wav --fail-if 'correlation<1'", 1, "\nkelvane: other.wav: corr"},
+          {"measure --files-from zeros", 1, "kelvane: in/a\nb.wav: there is no such file\n"},
           {"measure --files-from /dev/null", 1, "kelvane: /dev/null: names no files\n"},
           {"measure - other.wav", 2, "-: standard input is a file by itself\n"}}) {
         const auto run = kelvane(arguments);
