@@ -272,10 +272,7 @@ CGRect Strip::windowArea(const CGRect& at) const {
 
 void Strip::layoutSubviews() {
     // The list has the size of the window that it was opened in.
-    if (list_->isOpen() && !(windowArea({}).origin == listCorner_)) {
-        list_->close();
-        updateKeys();
-    }
+    if (!(windowArea({}).origin == listCorner_)) closeList();
     const CGFloat width = panelCanvas.width;
     fold_->setPlace(isShown() ? place(right - 32, firstRow, 36)
                               : CGRect(0, 0, width, foldedHeight));
@@ -426,7 +423,7 @@ std::vector<PresetList::Row> Strip::readUsers() {
 }
 
 void Strip::togglePresets() {
-    if (list_->isOpen()) return list_->close();
+    if (list_->isOpen()) return closeList();
     const auto wrong = readUsers();
     std::vector<PresetList::Row> rows;
     rows.reserve(presetBank.size() + users_.size() + wrong.size());
@@ -441,6 +438,12 @@ void Strip::togglePresets() {
     list_->open(std::move(rows), marked, windowArea({left, secondRow - 4, right - left, 0}),
                 scale());
     listCorner_ = windowArea({}).origin;
+    updateKeys();
+}
+
+void Strip::closeList() {
+    if (!list_->isOpen()) return;
+    list_->close();
     updateKeys();
 }
 
@@ -518,8 +521,7 @@ bool Strip::willTouch(CGPoint at) {
     if (!list_->isOpen() || list_->frame().contains(at) ||
         windowArea(presets_->place()).contains(at))
         return true;
-    list_->close();
-    updateKeys();
+    closeList();
     return false;
 }
 
@@ -573,7 +575,7 @@ bool Strip::takesKeys() const {
 
 void Strip::loseKeys() {
     closeName();
-    list_->close();
+    closeList();
     setFocus(std::nullopt);
 }
 

@@ -98,6 +98,7 @@ class Strip : public PanelFooter {
 
     std::vector<PresetList::Row> readUsers();
     void togglePresets();
+    void closeList();
     void choosePreset(std::size_t row);
     void openName();
     void enterName();
