@@ -8,7 +8,8 @@
 
 namespace qov::hosts {
 
-/// What an editor leaves to the next one of the same instance; no part of the state. Main thread.
+/// What an editor leaves to the next one of the same instance; no part of the state, and empty
+/// after one was restored: its steps are those of another sound. Main thread.
 struct EditMemory {
     EditHistory history;
     std::size_t heardSet = 0;          ///< 0 or 1

@@ -455,8 +455,10 @@ std::string Instance::saveState() const {
 
 bool Instance::restoreState(std::string_view text) {
     const auto state = decodeState(text);
-    if (state) restore(*state);
-    return state.has_value();
+    if (!state) return false;
+    restore(*state);
+    editMemory_ = {};
+    return true;
 }
 
 void Instance::restore(const platform::AUState& state) {

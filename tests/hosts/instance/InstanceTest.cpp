@@ -220,7 +220,9 @@ TEST_F(InstanceTest, StateKeepsThePresetAndRepairsInvalidValues) {
     const auto other = fresh();
     for (std::size_t length = 0; length < saved.size(); ++length)
         EXPECT_FALSE(other->restoreState(saved.substr(0, length))) << length;
+    other->editMemory().history.add({other->settings(), instance_->settings()});
     ASSERT_TRUE(other->restoreState(saved));
+    EXPECT_FALSE(other->editMemory().history.canUndo());
     EXPECT_EQ(other->value(kPanorama), 0.9f);
     EXPECT_EQ(other->audioUnit().currentPreset()->number, -3);
     EXPECT_EQ(other->audioUnit().currentPreset()->name, "Mine end=1");
