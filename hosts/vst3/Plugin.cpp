@@ -187,7 +187,11 @@ v3_result Plugin::setValue(v3_param_id id, double value) {
 }
 
 v3_result Plugin::selectProgram(double value) {
-    program_ = programOf(value);
+    // A user's preset has no program: a host that sends back what it was told does not mean the one
+    // before.
+    const auto program = programOf(value);
+    if (program == program_ && !instance_->presetNumber()) return V3_OK;
+    program_ = program;
     instance_->selectPreset(program_);
     takeValues();
     if (const auto host = handler_)

@@ -80,9 +80,12 @@ TEST(Vst3, ReportsTheHostsValuesBeforeABlockHasThem) {
     effect.set(kBypass, 1);
     EXPECT_EQ(effect.value(kPanorama), 0.25);
     EXPECT_EQ(effect.latency(), 0U);
-    // A program sets all values.
-    effect.set(programId, 1);
-    EXPECT_EQ(effect.value(kPanorama), double{presetBank.back().values[kPanorama]});
+    // A program sets all values, also when it is chosen again.
+    for (const double edited : {0.25, 0.75}) {
+        effect.set(kPanorama, edited);
+        effect.set(programId, 1);
+        EXPECT_EQ(effect.value(kPanorama), double{presetBank.back().values[kPanorama]});
+    }
     EXPECT_EQ(effect.value(programId), 1);
     EXPECT_EQ(effect.latency(), 2048U);
     effect.setActive(false);
@@ -92,6 +95,11 @@ TEST(Vst3, ReportsTheHostsValuesBeforeABlockHasThem) {
     const Loaded again;
     EXPECT_EQ(again.controller(&v3_edit_controller::set_component_state, state.face()), V3_OK);
     EXPECT_EQ(again.value(programId), 1);
+    // A user's preset has no program; the one before, sent back, changes nothing.
+    host::Stream users("QOV Kelvane state 1\npreset=-99\nname=Mine\nvalue.1=0.25\nend\n");
+    EXPECT_EQ(again.component(&v3_component::set_state, users.face()), V3_OK);
+    again.set(programId, 1);
+    EXPECT_EQ(again.value(kPanorama), 0.25);
 }
 
 /// Frames of one level, processed in place.
