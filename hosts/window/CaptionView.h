@@ -25,6 +25,8 @@ class CaptionView : public platform::UIView {
     /// Shows the lines below the anchor if there is room, else above it, inside the superview.
     /// anchor: in the superview's coordinates.
     void show(std::vector<Line> lines, const platform::CGRect& anchor);
+    /// What it shows, or showed last.
+    const std::vector<Line>& lines() const { return lines_; }
     void hide() { setHidden(true); }
 
     void draw(platform::CGRect rect) override;

@@ -280,6 +280,10 @@ void Strip::layoutSubviews() {
         item->setHidden(!isShown() && item != fold_.get());
         item->layOut(scale(), (bounds().width() - width * scale()) / 2);
     }
+    hover(mouse_);
+    if (!name_->isOpen()) return;
+    name_->setFrame(windowArea(presets_->place()));
+    caption_->show(caption_->lines(), name_->frame());
 }
 
 void Strip::setBrightness(CGFloat brightness) {
@@ -532,6 +536,7 @@ bool Strip::wheel(CGPoint at, int steps) {
 }
 
 bool Strip::hover(std::optional<CGPoint> at) {
+    mouse_ = at;
     if (at && list_->isOpen()) list_->hover(*at);
     const auto button = at ? buttonAt(*at) : std::nullopt;
     hover_->mark(button ? std::optional(buttons_[*button]->frame()) : std::nullopt, false,

@@ -123,7 +123,8 @@ class Strip : public PanelFooter {
     // Of them
     std::array<std::shared_ptr<StripButton>, 2> sets_;
     std::shared_ptr<StripButton> copy_, undo_, redo_, presets_, save_, fold_;
-    std::optional<std::size_t> focus_;  // in buttons_
+    std::optional<std::size_t> focus_;        // in buttons_
+    std::optional<platform::CGPoint> mouse_;  // in the window
     bool isMouseOver_ = false;
 
     std::shared_ptr<PresetList> list_;
