@@ -92,12 +92,14 @@ std::string fileText(const PresetsOptions& options) {
 }
 
 void savePreset(const PresetsOptions& options) {
-    const auto path = Preset::pathOf(options.save);
+    const auto path = Preset::pathOf(Preset::nameIn(options.save));
     if (path.empty() && Preset::folder().empty())
         throw Failure("--save: there is no HOME to save in");
     if (path.empty())
         throw Failure(
-            fmt::format("--save {}: is a name of your own, without slashes", options.save), 2);
+            fmt::format("--save {}: takes a name of your own: no number, slash or leading dot",
+                        options.save),
+            2);
     const auto text = fileText(options);
     std::error_code error;
     if (!options.overwrites && std::filesystem::exists(path, error))

@@ -61,9 +61,16 @@ std::vector<std::string> Preset::paths() {
     return paths;
 }
 
+std::string Preset::nameIn(std::string_view typed) {
+    return std::string(trimmed(typed));
+}
+
 std::string Preset::pathOf(const std::string& name) {
     const auto in = folder();
-    const bool isName = !name.empty() && name.find_first_of("/\n") == name.npos && name[0] != '.';
+    const bool isName =
+        !name.empty() && name[0] != '.' && std::none_of(name.begin(), name.end(), [](char letter) {
+            return letter == '/' || (letter >= 0 && letter < ' ') || letter == '\x7F';
+        });
     const bool isNumber = name.find_first_not_of("0123456789") == name.npos;
     const bool isBanks = std::any_of(presetBank.begin(), presetBank.end(), [&](const auto& preset) {
         return strcasecmp(preset.name.data(), name.c_str()) == 0;

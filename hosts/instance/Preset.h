@@ -27,6 +27,8 @@ struct Preset {
     static std::string folder();
     /// The paths of the user's presets, by name.
     static std::vector<std::string> paths();
+    /// A typed name without the blanks around it.
+    static std::string nameIn(std::string_view typed);
     /// Where the user's preset of that name lies or is to lie; empty for a name that no file can
     /// have, one that means a preset of the program's own, or without a home.
     static std::string pathOf(const std::string& name);

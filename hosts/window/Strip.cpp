@@ -489,12 +489,14 @@ void Strip::enterName() {
             {{std::move(why), CaptionView::Line::Kind::warning}, {"Return: save    Esc: leave"}},
             name_->frame());
     };
-    Preset preset{.name = name_->text(), .summary = {}, .values = instance_.values()};
+    Preset preset{
+        .name = Preset::nameIn(name_->text()), .summary = {}, .values = instance_.values()};
     const auto path = Preset::pathOf(preset.name);
     if (preset.name.empty()) return refuse("A preset needs a name");
     if (path.empty())
-        return refuse(Preset::folder().empty() ? "There is no HOME to save in"
-                                               : "A new name, please, and without a slash");
+        return refuse(Preset::folder().empty()
+                          ? "There is no HOME to save in"
+                          : "A new name, please: no number, slash or leading dot");
     for (const auto& each : users_)
         if (each.name == preset.name) preset.summary = each.summary;
     std::error_code error;

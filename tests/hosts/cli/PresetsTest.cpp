@@ -39,10 +39,12 @@ TEST(Presets, SoundAsTheirParametersDoWhereverTheyAreNamed) {
           {"render in.wav a.wav --preset wrong.kelvane", 1,
            "wrong.kelvane: line 2: stereo-width does not take '2'\n"},
           {"render in.wav a.wav --preset in.wav/none", 1, "in.wav/none: Not a directory\n"},
-          {"presets --save Mine --bypass", 1, "exists; -y (--overwrite) replaces it\n"},
+          {"presets --save ' Mine\t' --bypass", 1, "exists; -y (--overwrite) replaces it\n"},
           {"presets --save Other", 2, "--save: needs parameters or --preset"},
-          {"presets --save ../Other --bypass", 2, "is a name of your own, without slashes\n"},
-          {"presets --save 'wider pad' --bypass", 2, "is a name of your own, without"}}) {
+          {"presets --save ../Other --bypass", 2, "of your own: no number, slash or leading dot\n"},
+          {"presets --save ' ' --bypass", 2, "takes a name of your own"},
+          {"presets --save 'a\tb' --bypass", 2, "takes a name of your own"},
+          {"presets --save 'wider pad' --bypass", 2, "takes a name of your own"}}) {
         const auto run = kelvane(arguments);
         EXPECT_EQ(run.code, code) << arguments;
         EXPECT_THAT(run.err, HasSubstr(line));
