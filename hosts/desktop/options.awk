@@ -1,6 +1,6 @@
 # Writes completions for bash, zsh and fish, and the manual page with its lists of options, from lines that options.sh takes
 # from the program's help. -v folder: where they go, and where the page's text is (kelvane.1.text).
-BEGIN { FS = "\t"; q = "\047"; presets = "kelvane presets | sed '1d;s/  .*//'" }
+BEGIN { FS = "\t"; q = "\047"; presets = "kelvane presets 2>/dev/null | sed '1d;s/  .*//'" }
 
 function inShell(text) { gsub(q, q "\\" q q, text); return q text q }
 function inFish(text) { gsub(q, "\\" q, text); return q text q }
