@@ -9,6 +9,7 @@
 
 #include <fmt/format.h>
 
+#include "hosts/cli/BatchOptions.h"
 #include "hosts/cli/Command.h"
 #include "hosts/cli/FieldPicture.h"
 #include "hosts/cli/SoundReader.h"
@@ -69,6 +70,9 @@ std::string titleOf(const std::string& path) {
 
 void checkField(const std::vector<std::string>& inputs, const std::string& output) {
     static_cast<void>(kindOf(output));
+    const auto folder = std::filesystem::path(output).parent_path();
+    if (!folder.empty() && !isFolder(folder.string()))
+        throw Failure(fmt::format("{}: there is no folder {}", output, folder.string()));
     for (const auto& path : inputs) {
         std::error_code error;
         if (path == "-" || std::filesystem::is_fifo(path, error))

@@ -66,6 +66,7 @@ TEST_F(Measure, LimitsAndFilesThatFailHaveTheirExitCodeAndLine) {
           {"mono.wav --fail-if 'peak<low'", 2, "takes a figure, <, <=, > or >=, and a number"},
           {"mono.wav --json --csv", 2, "--json and --csv: take one of them\n"},
           {"mono.wav left.wav right.wav --picture a.png", 2, "--picture: draws one or two files\n"},
+          {"gone.wav --picture gone/a.png", 1, "kelvane: gone/a.png: there is no folder gone\n"},
           {"mono.wav --picture a.xyz", 2, "a.xyz: a picture ends in .png or .svg\n"},
           {"mono.wav >/dev/full", 1, "standard output: cannot write: "}}) {
         const auto run = kelvane(std::string("measure ") + arguments);
