@@ -43,9 +43,11 @@ void EditSession::apply(const std::function<void()>& select) {
 }
 
 void EditSession::copyToOther() {
-    const auto heard = instance_.settings();
-    memory_.history.add({memory_.otherSet.value_or(heard), heard, EditHistory::Kind::copy});
-    memory_.otherSet = heard;
+    edit([&] {
+        const auto heard = instance_.settings();
+        memory_.history.add({memory_.otherSet.value_or(heard), heard, EditHistory::Kind::copy});
+        memory_.otherSet = heard;
+    });
 }
 
 void EditSession::exchangeSets() {
