@@ -163,6 +163,11 @@ void PresetList::draw(CGRect rect) {
             row.summary, labelFace, summarySize, {place.minX() + nameWidth + 6, y, 0, listRow}}
             .draw(*context, summaryColor);
     }
+    const auto count = static_cast<CGFloat>(rows_.size());
+    if (count - shownRows() < 0.01) return;  // all are shown
+    const CGFloat row = (box.height() - 2 * border) / count;
+    const CGRect shown{box.maxX() - border - 4, border + first_ * row, 3, shownRows() * row};
+    fill(*context, CGPath::roundedRect(shown, 1.5), CGColor::gray(0.5));
 }
 
 }  // namespace qov::hosts
