@@ -543,7 +543,7 @@ bool Strip::hover(std::optional<CGPoint> at) {
     const auto button = at ? buttonAt(*at) : std::nullopt;
     hover_->mark(button ? std::optional(buttons_[*button]->frame()) : std::nullopt, false,
                  style_.ink);
-    return isMouseOver_ = at && frame().contains(*at);
+    return isMouseOver();
 }
 
 std::optional<std::size_t> Strip::buttonAt(CGPoint at) const {
@@ -632,7 +632,7 @@ bool Strip::key(const platform::KeyStroke& stroke) {
         showValues();
         return true;
     }
-    if (stroke.key == Key::tab && (focus_ || isMouseOver_ || options_.ownsKeys)) {
+    if (stroke.key == Key::tab && (focus_ || isMouseOver() || options_.ownsKeys)) {
         moveFocus(stroke.held.shift ? -1 : 1);
         return true;
     }

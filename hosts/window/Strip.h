@@ -83,6 +83,7 @@ class Strip : public PanelFooter {
     void addMeters();
     void addButtons();
     std::vector<StripItem*> items() const;
+    bool isMouseOver() const { return mouse_ && frame().contains(*mouse_); }
     std::optional<std::size_t> buttonAt(platform::CGPoint at) const;
     std::optional<std::size_t> meterAt(platform::CGPoint at) const;
     platform::CGFloat scale() const;
@@ -125,7 +126,6 @@ class Strip : public PanelFooter {
     std::shared_ptr<StripButton> copy_, undo_, redo_, presets_, save_, fold_;
     std::optional<std::size_t> focus_;        // in buttons_
     std::optional<platform::CGPoint> mouse_;  // in the window
-    bool isMouseOver_ = false;
 
     std::shared_ptr<PresetList> list_;
     platform::CGPoint listCorner_;  // of the strip when it was opened

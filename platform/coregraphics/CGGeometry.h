@@ -63,6 +63,9 @@ struct CGRect {
     /// The smallest rectangle around both; null() adds nothing.
     CGRect unionWith(const CGRect& other) const;
 
+    /// The smallest one of whole units around it.
+    CGRect integral() const;
+
     /// The left and top edges are inside, the right and bottom ones outside.
     bool contains(CGPoint p) const {
         return !isEmpty() && p.x >= minX() && p.x < maxX() && p.y >= minY() && p.y < maxY();
@@ -87,6 +90,12 @@ inline CGRect CGRect::unionWith(const CGRect& other) const {
     if (other.isNull()) return standardized();
     const CGFloat x = std::min(minX(), other.minX()), y = std::min(minY(), other.minY());
     return {x, y, std::max(maxX(), other.maxX()) - x, std::max(maxY(), other.maxY()) - y};
+}
+
+inline CGRect CGRect::integral() const {
+    if (isNull()) return *this;
+    const CGFloat x = std::floor(minX()), y = std::floor(minY());
+    return {x, y, std::ceil(maxX()) - x, std::ceil(maxY()) - y};
 }
 
 }  // namespace platform

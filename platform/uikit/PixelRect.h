@@ -12,12 +12,12 @@ struct PixelRect {
     /// In pixels.
     int area() const { return width * height; }
     bool isEmpty() const { return width <= 0 || height <= 0; }
-    PixelRect movedBy(int dx, int dy) const { return {x + dx, y + dy, width, height}; }
     PixelRect intersection(const PixelRect& other) const {
         const int left = std::max(x, other.x), top = std::max(y, other.y);
         return {left, top, std::min(x + width, other.x + other.width) - left,
                 std::min(y + height, other.y + other.height) - top};
     }
+    bool touches(const PixelRect& other) const { return !intersection(other).isEmpty(); }
     /// The smallest one around both.
     PixelRect unionWith(const PixelRect& other) const {
         const int left = std::min(x, other.x), top = std::min(y, other.y);

@@ -79,7 +79,7 @@ void UIWindow::addDamage(const PixelRect& rect) {
     needsUpdate_ = true;
     // Those that overlap become one, so that no pixel is composited twice, and so do neighbours.
     const auto areJoined = [](const PixelRect& one, const PixelRect& other) {
-        return !one.intersection(other).isEmpty() ||
+        return one.touches(other) ||
                one.unionWith(other).area() - one.area() - other.area() < kRectCost;
     };
     for (auto old = damage_.begin(); old != damage_.end();) {
@@ -105,19 +105,20 @@ std::optional<ViewLayer::Place> UIWindow::placeOf(const UIView& view) const {
     return ViewLayer::Place{static_cast<int>(x), static_cast<int>(y), 1};
 }
 
+PixelRect UIWindow::pixelsAt(const ViewLayer::Place& place, const ViewLayer& layer) const {
+    const auto whole = wholePicture();
+    const auto rect = layer.painted()
+                          .offsetBy(place.x, place.y)
+                          .intersection(CGRect(0, 0, whole.width, whole.height))
+                          .integral();
+    if (rect.isEmpty()) return {};
+    return {static_cast<int>(rect.minX()), static_cast<int>(rect.minY()),
+            static_cast<int>(rect.width()), static_cast<int>(rect.height())};
+}
+
 PixelRect UIWindow::pixelsOf(const UIView& view) const {
     const auto place = placeOf(view);
-    if (!place) return {};
-    const auto whole = wholePicture();
-    const auto rect = view.layer()
-                          .painted()
-                          .offsetBy(place->x, place->y)
-                          .intersection(CGRect(0, 0, whole.width, whole.height));
-    if (rect.isEmpty()) return {};
-    const int x = static_cast<int>(std::floor(rect.minX()));
-    const int y = static_cast<int>(std::floor(rect.minY()));
-    return {x, y, static_cast<int>(std::ceil(rect.maxX())) - x,
-            static_cast<int>(std::ceil(rect.maxY())) - y};
+    return place ? pixelsAt(*place, view.layer()) : PixelRect{};
 }
 
 void UIWindow::addDamage(const UIView& view) {
@@ -144,11 +145,10 @@ void UIWindow::displayTree(UIView& view) {
 void UIWindow::collect(UIView& view, CGFloat alpha, std::vector<Shown>& into) const {
     if (view.isHidden() || view.alpha() == 0) return;
     alpha *= view.alpha();
-    const auto pixels = pixelsOf(view);
-    if (!pixels.isEmpty()) {
-        auto place = *placeOf(view);
-        place.alpha = alpha;
-        into.push_back({&view.layer(), place, pixels});
+    if (auto place = placeOf(view)) {
+        place->alpha = alpha;
+        const auto pixels = pixelsAt(*place, view.layer());
+        if (!pixels.isEmpty()) into.push_back({&view.layer(), *place, pixels});
     }
     for (const auto& subview : view.subviews()) collect(*subview, alpha, into);
 }
@@ -178,7 +178,7 @@ std::vector<PixelRect> UIWindow::update() {
     for (const auto& one : shown) {
         const bool isQuiet = one.layer->isQuietAt(one.place) &&
                              std::none_of(restless.begin(), restless.end(), [&](const auto& other) {
-                                 return !other.pixels.intersection(one.pixels).isEmpty();
+                                 return other.pixels.touches(one.pixels);
                              });
         (isQuiet ? quiet : restless).push_back(one);
     }
@@ -212,7 +212,7 @@ void UIWindow::compose(CGBitmapContext& picture, const PixelRect& rect,
     }
     picture.restoreGState();
     for (const auto& one : shown)
-        if (!one.pixels.intersection(rect).isEmpty()) one.layer->compose(picture, one.place);
+        if (one.pixels.touches(rect)) one.layer->compose(picture, one.place);
     picture.restoreGState();
 }
 

@@ -15,7 +15,6 @@
 
 namespace platform {
 
-class CGContext;
 class RunLoop;
 
 /// The root of a tree of views, with its picture in memory; touches enter the tree here. It is
@@ -83,7 +82,8 @@ class UIWindow : public UIView {
     PixelRect wholePicture() const;
     /// The pixel of the view's corner; nothing for a view that lies too far away.
     std::optional<ViewLayer::Place> placeOf(const UIView& view) const;
-    /// What of the picture the view's drawing may reach.
+    /// What of the picture a drawing there may reach, or the view's where it is.
+    PixelRect pixelsAt(const ViewLayer::Place& place, const ViewLayer& layer) const;
     PixelRect pixelsOf(const UIView& view) const;
     void addDamage(const PixelRect& rect);
     void displayTree(UIView& view);

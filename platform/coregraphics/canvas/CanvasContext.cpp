@@ -238,18 +238,16 @@ void CanvasBitmap::fillMarks(std::span<const CGPoint> outline, std::span<const C
         visible.push_back(p);
         area = area.unionWith({p, CGSize{}});
     }
-    area = MarkStamp::reaching(area).intersection(clip);
+    area = MarkStamp::reaching(area).intersection(clip).integral();
     if (area.isEmpty()) return;
-    const CGFloat left = std::floor(area.minX()), top = std::floor(area.minY());
-    area = {left, top, std::ceil(area.maxX()) - left, std::ceil(area.maxY()) - top};
 
     const auto columns = static_cast<std::size_t>(area.width());
     static std::vector<float> coverage;
     coverage.assign(columns * static_cast<std::size_t>(area.height()), 0);
     for (const auto& p : visible)
         stamp->put(p, area, [&](int x, int y, std::uint8_t part) {
-            auto& covered = coverage[static_cast<std::size_t>(y - top) * columns +
-                                     static_cast<std::size_t>(x - left)];
+            auto& covered = coverage[static_cast<std::size_t>(y - area.minY()) * columns +
+                                     static_cast<std::size_t>(x - area.minX())];
             covered += (1 - covered) * (static_cast<float>(part) / 255);
         });
     const auto byte = [](double part) {
