@@ -3,7 +3,7 @@
 
 import { Figures } from "./figures.js";
 import { moduleBytes, Panel } from "./kelvane.js";
-import { stillInterval, stillMotion } from "./panel.js";
+import { makeInput, showOn, stillInterval, stillMotion } from "./panel.js";
 import { parameters, presets as factoryPresets, presetValues } from "./parameters.js";
 import { Offline, Player, playPhrase, readSound, stopTracks } from "./sound.js";
 import { UndoHistory } from "./undo.js";
@@ -99,18 +99,15 @@ function onSlide(slider, get, set) {
 /** @param {typeof parameters[number]} parameter */
 function addControl({ address, name: title, isSwitch, initial, help }) {
     const label = document.createElement("label");
-    const input = document.createElement("input");
+    const input = makeInput(isSwitch);
     const text = document.createElement("span");
     const shown = document.createElement("span");
     text.textContent = title;
     label.title = help;
     input.id = `parameter-${address}`;
     if (isSwitch) {
-        input.type = "checkbox";
-        input.setAttribute("role", "switch");
         label.append(input, text);
     } else {
-        Object.assign(input, { type: "range", min: "0", max: "1", step: "0.005", value: String(initial) });
         input.addEventListener("dblclick", () => apply((at) => (at === address ? initial : panel.value(at))));
         label.className = "slider";
         shown.className = "value";
@@ -133,13 +130,9 @@ function show(address, value) {
     const input = inputs.get(address);
     if (!input) return;
     const text = panel.valueText(address, value);
-    if (input.type === "checkbox") input.checked = value > 0.5;
-    else {
-        input.value = String(value);
-        input.setAttribute("aria-valuetext", text);
-        const shown = input.parentElement?.querySelector(".value");
-        if (shown) shown.textContent = text;
-    }
+    showOn(input, value, text);
+    const shown = input.parentElement?.querySelector(".value");
+    if (shown) shown.textContent = text;
     scheduleAddress();
     figures.changed();
 }

@@ -1,7 +1,7 @@
 // @ts-check
 // The effect for Web Audio: a node, and a panel for it.
 
-import { Panel } from "./panel.js";
+import { makeInput, Panel, showOn } from "./panel.js";
 import { parameters, presets, processorName } from "./parameters.js";
 
 export { Panel, parameters, presets };
@@ -244,23 +244,15 @@ export class KelvanePanel extends ElementBase {
         const panel = new Panel(canvas, node.bytes);
         node.show((this.#panel = panel));
         const inputs = parameters.map(({ address, name, isSwitch }) => {
-            const input = document.createElement("input");
-            Object.assign(input, isSwitch ? { type: "checkbox" } : { type: "range", min: 0, max: 1, step: 0.005 });
-            if (isSwitch) input.setAttribute("role", "switch");
+            const input = makeInput(isSwitch);
             input.addEventListener("input", () => node.set(address, isSwitch ? Number(input.checked) : input.valueAsNumber));
             const label = document.createElement("label");
             label.append(name, input);
             this.#root.append(label);
             return input;
         });
-        const show = (/** @type {number} */ address, /** @type {number} */ value) => {
-            const input = inputs[address];
-            if (parameters[address].isSwitch) input.checked = value > 0.5;
-            else {
-                input.value = String(value);
-                input.setAttribute("aria-valuetext", panel.valueText(address, value));
-            }
-        };
+        const show = (/** @type {number} */ address, /** @type {number} */ value) =>
+            showOn(inputs[address], value, panel.valueText(address, value));
         node.values.forEach((value, address) => show(address, value));
         this.#ended = new AbortController();
         const changed = (/** @type {any} */ { detail }) => show(detail.address, detail.value);

@@ -19,6 +19,31 @@ function modifiers(event) {
     return (event.shiftKey ? 1 : 0) | (event.ctrlKey || event.metaKey ? 2 : 0);
 }
 
+/**
+ * A parameter's slider or switch.
+ * @param {boolean} isSwitch
+ */
+export function makeInput(isSwitch) {
+    const input = document.createElement("input");
+    Object.assign(input, isSwitch ? { type: "checkbox" } : { type: "range", min: 0, max: 1, step: 0.005 });
+    if (isSwitch) input.setAttribute("role", "switch");
+    return input;
+}
+
+/**
+ * Shows a value and its text on one of these.
+ * @param {HTMLInputElement} input
+ * @param {number} value
+ * @param {string} text
+ */
+export function showOn(input, value, text) {
+    if (input.type === "checkbox") input.checked = value > 0.5;
+    else {
+        input.value = String(value);
+        input.setAttribute("aria-valuetext", text);
+    }
+}
+
 export class Panel {
     /**
      * @param {HTMLCanvasElement} canvas
