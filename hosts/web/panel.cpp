@@ -36,6 +36,7 @@ constexpr std::size_t ringFrames = 2048;
 constexpr double keptShare = 0.8;  // of the sums, from one ring to the next: a memory of 0.2 s
 
 std::unique_ptr<EditorWindow> editor;
+std::array<float, 2 * ringFrames> heardFrames;  // left and then right
 measure::StereoSums heard;
 std::array<float, 2> peaks;  // of both channels since they were last written
 
@@ -155,15 +156,17 @@ KELVANE_EXPORT(selectPreset) bool selectPreset(int number) {
     return effect().selectPreset(static_cast<std::size_t>(number));
 }
 
-/// Adds the ring to the figures of what is heard.
-KELVANE_EXPORT(hearRing) void hearRing() {
-    auto& unit = effect().audioUnit();
-    const float* const left = unit.getBufferLeft();
-    const float* const right = unit.getBufferRight();
+/// Room for the frames that hear() takes, left and then right.
+KELVANE_EXPORT(heardRing) float* heardRing() {
+    return heardFrames.data();
+}
+
+/// Adds the frames at heardRing() to the figures of what is heard.
+KELVANE_EXPORT(hear) void hear() {
     for (auto* const sum : {&heard.ll, &heard.rr, &heard.lr}) *sum *= keptShare;
     const auto checked = [](float sample) { return std::isfinite(sample) ? sample : 0; };
     for (std::size_t i = 0; i < ringFrames; ++i) {
-        const float l = checked(left[i]), r = checked(right[i]);
+        const float l = checked(heardFrames[i]), r = checked(heardFrames[ringFrames + i]);
         heard.add(l, r);
         peaks = {std::max(peaks[0], std::abs(l)), std::max(peaks[1], std::abs(r))};
     }

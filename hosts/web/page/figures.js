@@ -101,12 +101,8 @@ export class Figures {
     hear(ring) {
         if (this.box.hidden) return;
         const { module } = this.panel;
-        const frames = ring.length / 2;
-        const channels = [0, 1].map((channel) => module.floats(module.call.ring(channel), frames));
-        const shown = channels.map((channel) => channel.slice());
-        channels.forEach((channel, i) => channel.set(ring.subarray(i * frames, (i + 1) * frames)));
-        module.call.hearRing();
-        channels.forEach((channel, i) => channel.set(shown[i]));
+        module.floats(module.call.heardRing(), ring.length).set(ring);
+        module.call.hear();
     }
 
     /** Writes what was heard. With the page's other texts, so that it costs no layout of its own. */

@@ -357,7 +357,8 @@ const tests = {
                 values.forEach((value, address) => panel.setValue(address, value));
                 for (const shown of ring ? [ring.map(() => NaN), ring] : []) {
                     panel.show(new Float32Array(shown));
-                    panel.module.call.hearRing();
+                    panel.module.floats(panel.module.call.heardRing(), shown.length).set(shown);
+                    panel.module.call.hear();
                 }
                 const heard = panel.module.takeText(panel.module.call.heardFigures());
                 await new Promise((done) => setTimeout(done, 300));
