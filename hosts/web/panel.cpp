@@ -38,7 +38,8 @@ constexpr double keptShare = 0.8;  // of the sums, from one ring to the next: a 
 std::unique_ptr<EditorWindow> editor;
 std::array<float, 2 * ringFrames> heardFrames;  // left and then right
 measure::StereoSums heard;
-std::array<float, 2> peaks;  // of both channels since they were last written
+std::array<float, 2> peaks;    // of both channels since they were last written
+double lowestCorrelation = 1;  // since it was last written
 
 CanvasWindow& window() {
     return static_cast<CanvasWindow&>(editor->native());
@@ -170,10 +171,11 @@ KELVANE_EXPORT(hear) void hear() {
         heard.add(l, r);
         peaks = {std::max(peaks[0], std::abs(l)), std::max(peaks[1], std::abs(r))};
     }
+    lowestCorrelation = std::min(lowestCorrelation, heard.correlation());  // not of silence: NaN
 }
 
-/// Correlation, side to mid, balance and both channels' peaks, as `kelvane measure` prints them; of
-/// a JSON array.
+/// Correlation, side to mid, balance and the peaks, as `kelvane measure` prints them, and the
+/// lowest correlation since the last call: a JSON array of texts.
 KELVANE_EXPORT(heardFigures) int heardFigures() {
     measure::Figures figures;
     figures.correlation = heard.correlation();
@@ -184,6 +186,5 @@ KELVANE_EXPORT(heardFigures) int heardFigures() {
         texts += fmt::format("\"{}\",", figureText(row, figures.*row.value));
     for (float& peak : peaks)
         texts += fmt::format("\"{:.1f}\",", 20 * std::log10(std::exchange(peak, 0.0F)));
-    texts.pop_back();
-    return giveText("[" + texts + "]");
+    return giveText(fmt::format("[{}\"{:.2f}\"]", texts, std::exchange(lowestCorrelation, 1)));
 }

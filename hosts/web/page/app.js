@@ -1,7 +1,7 @@
 // @ts-check
 // The page: panel, sliders, sound and what is kept.
 
-import { Figures } from "./figures.js";
+import { Figures, Heard } from "./figures.js";
 import { moduleBytes, Panel } from "./kelvane.js";
 import { makeInput, showOn, stillInterval, stillMotion } from "./panel.js";
 import { parameters, presets as factoryPresets, presetValues } from "./parameters.js";
@@ -42,7 +42,8 @@ const phrase = playPhrase(bytes);
 let opened;
 /** @type {Offline | undefined} */
 let offline;
-const figures = new Figures(element("figures"), panel, () => ask(true));
+const heard = new Heard(element("heard"), panel.module);
+const figures = new Figures(element("figures"), () => ask(true));
 /** A and B, which at first are the same. */
 const sets = [new UndoHistory(presentValues()), new UndoHistory(presentValues())];
 let heardSet = 0;
@@ -340,7 +341,7 @@ player.node.then(
         };
         node.onprocessorerror = () => say("The effect has ended with a fault. Reload the page.");
         node.onRing = (ring) => {
-            figures.hear(ring);
+            heard.hear(ring);
             panel.show(ring);
         };
         showPlaying();
@@ -356,7 +357,7 @@ function showPlaying() {
     player.withNode((node) => node.watch(isPlaying && !document.hidden));
     clearInterval(positionTimer);
     if (isPlaying && !document.hidden) positionTimer = setInterval(tick, stillMotion.matches ? stillInterval : tickInterval);
-    if (!isPlaying) figures.rest();
+    if (!isPlaying) heard.rest();
     showPosition();
     showSource();
 }
@@ -373,7 +374,7 @@ function isOpened() {
 
 function tick() {
     showPosition();
-    figures.tick();
+    heard.tick();
 }
 
 function showPosition() {
@@ -517,7 +518,6 @@ measured.addEventListener("click", () => {
     const isShown = element("figures").hidden;
     measured.setAttribute("aria-expanded", String(isShown));
     figures.show(isShown);
-    if (isShown) element("figures").scrollIntoView({ block: "nearest" });
 });
 
 // MIDI

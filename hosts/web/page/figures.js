@@ -5,14 +5,7 @@
 
 const measureDelay = 400; // milliseconds from the last change of a setting
 const none = "\u2013";
-/** Name, unit, and the range that a meter has to have. @type {[string, string, number, number][]} */
-const heardRows = [
-    ["Correlation", "", -1, 1],
-    ["Side to mid", "dB", -60, 60],
-    ["Balance", "dB", -60, 60],
-    ["Peak L", "dBFS", -120, 20],
-    ["Peak R", "dBFS", -120, 20],
-];
+const heldTicks = 3; // for which the lowest correlation is shown
 
 /**
  * @param {string} tag
@@ -24,37 +17,84 @@ function make(tag, ...content) {
     return made;
 }
 
+/** The figures of what is heard just now, on meters of the page. */
+export class Heard {
+    /**
+     * @param {HTMLElement} box
+     * @param {import("./module.js").Module} module
+     */
+    constructor(box, module) {
+        this.module = module;
+        this.meters = [...box.querySelectorAll("[role=meter]")];
+        this.units = this.meters.map((meter) => meter.parentElement?.querySelector("small")?.textContent ?? "");
+        const [bar, lowest] = box.querySelectorAll("i");
+        this.bar = bar.style;
+        this.lowest = lowest.style;
+        /** The lowest correlation of each of the last ticks. @type {number[]} */
+        this.lows = [];
+    }
+
+    /**
+     * New frames, which the panel need not show.
+     * @param {Float32Array} ring left and then right
+     */
+    hear(ring) {
+        this.module.floats(this.module.call.heardRing(), ring.length).set(ring);
+        this.module.call.hear();
+    }
+
+    /** Writes what was heard. With the page's other texts, so that it costs no picture of its own. */
+    tick() {
+        const texts = JSON.parse(this.module.takeText(this.module.call.heardFigures()));
+        this.lows = [...this.lows, Number(texts.pop())].slice(-heldTicks);
+        this.write(texts);
+    }
+
+    /** Nothing is heard any more. */
+    rest() {
+        this.lows = [];
+        this.write(this.meters.map(() => none));
+    }
+
+    /** @param {string[]} texts */
+    write(texts) {
+        this.meters.forEach((meter, i) => {
+            const text = texts[i].replace("-", "\u2212");
+            if (meter.textContent === text) return;
+            meter.textContent = text;
+            meter.setAttribute("aria-valuetext", `${text} ${this.units[i]}`);
+            if (Number.isFinite(Number(texts[i]))) meter.setAttribute("aria-valuenow", texts[i]);
+        });
+        const correlation = Number(texts[0]);
+        this.bar.transform = `scaleX(${correlation || 0})`;
+        this.lowest.visibility = Number.isFinite(correlation) ? "visible" : "hidden";
+        this.lowest.left = `${50 + 50 * Math.min(...this.lows, 1)}%`;
+    }
+}
+
+/** Those of the whole sound, in a table. */
 export class Figures {
     /**
      * @param {HTMLElement} box what they are shown in
-     * @param {import("./panel.js").Panel} panel
      * @param {() => Promise<FigureTable> | undefined} measure the sound with the present settings; none for an input
      */
-    constructor(box, panel, measure) {
+    constructor(box, measure) {
         this.box = box;
-        this.panel = panel;
         this.measure = measure;
         this.isMeasuring = this.isDue = false;
         /** @type {ReturnType<typeof setTimeout> | undefined} */
         this.timer = undefined;
-        this.meters = heardRows.map(([name, unit, least, most]) => {
-            const meter = make("b", none);
-            for (const [key, value] of Object.entries({ label: name, valuemin: least, valuemax: most, valuenow: least }))
-                meter.setAttribute(`aria-${key}`, String(value));
-            meter.setAttribute("role", "meter");
-            return { meter, name, unit };
-        });
-        const heard = make("div", ...this.meters.map(({ meter, name, unit }) => make("div", unit ? `${name}, ${unit}` : name, meter)));
-        heard.className = "heard";
         this.table = make("table");
         this.remarks = make("div");
-        box.replaceChildren(heard, this.table, this.remarks);
+        box.replaceChildren(this.table, this.remarks);
     }
 
     /** @param {boolean} isShown */
-    show(isShown) {
+    async show(isShown) {
         this.box.hidden = !isShown;
-        if (isShown) this.update();
+        if (!isShown) return;
+        await this.update();
+        this.box.scrollIntoView({ block: "nearest" });
     }
 
     /** A setting or the sound has changed. */
@@ -92,38 +132,5 @@ export class Figures {
             ...before.map((remark) => make("p", `Before: ${remark}`)),
             ...after.map((remark) => make("p", `After: ${remark}`)),
         );
-    }
-
-    /**
-     * New frames, which the panel need not show.
-     * @param {Float32Array} ring left and then right
-     */
-    hear(ring) {
-        if (this.box.hidden) return;
-        const { module } = this.panel;
-        module.floats(module.call.heardRing(), ring.length).set(ring);
-        module.call.hear();
-    }
-
-    /** Writes what was heard. With the page's other texts, so that it costs no layout of its own. */
-    tick() {
-        if (this.box.hidden) return;
-        this.writeHeard(JSON.parse(this.panel.module.takeText(this.panel.module.call.heardFigures())));
-    }
-
-    /** Nothing is heard any more. */
-    rest() {
-        this.writeHeard(this.meters.map(() => none));
-    }
-
-    /** @param {string[]} texts */
-    writeHeard(texts) {
-        this.meters.forEach(({ meter, unit }, i) => {
-            const text = texts[i].replace("-", "\u2212");
-            if (meter.textContent === text) return;
-            meter.textContent = text;
-            meter.setAttribute("aria-valuetext", `${text} ${unit}`);
-            if (Number.isFinite(Number(texts[i]))) meter.setAttribute("aria-valuenow", texts[i]);
-        });
     }
 }
