@@ -5,7 +5,7 @@ import { Figures, Heard } from "./figures.js";
 import { moduleBytes, Panel } from "./kelvane.js";
 import { makeInput, showOn, stillInterval, stillMotion } from "./panel.js";
 import { parameters, presets as factoryPresets, presetValues } from "./parameters.js";
-import { Offline, Player, playPhrase, readSound, stopTracks } from "./sound.js";
+import { Offline, Player, readSound, sourceOf, stopTracks } from "./sound.js";
 import { UndoHistory } from "./undo.js";
 
 /**
@@ -37,8 +37,8 @@ valuesOf(location.hash.slice(1)).forEach((value, address) => panel.setValue(addr
 /** @type {Map<number, HTMLInputElement>} */
 const inputs = new Map();
 const player = new Player((address) => panel.value(address));
-const phrase = playPhrase(bytes);
-/** The file that was opened last. @type {{name: string, sound: import("./sound.js").Sound} | undefined} */
+const phrase = readSound(bytes, player.context);
+/** The file that was opened last. @type {{name: string, sound: import("./sound.js").PlayedSound} | undefined} */
 let opened;
 /** @type {Offline | undefined} */
 let offline;
@@ -60,7 +60,7 @@ function presentValues() {
  */
 function ask(isMeasured) {
     if (!player.sound || player.stream) return;
-    offline ??= new Offline(bytes, player.sound);
+    offline ??= new Offline(bytes, sourceOf(player.sound));
     return offline.ask(presentValues(), isMeasured);
 }
 
@@ -448,16 +448,17 @@ async function choose(found, use) {
 /** @param {File} chosen */
 async function open(chosen) {
     try {
-        const isUsed = await choose(readSound(chosen, player.context), (sound) => {
+        const isUsed = await choose(readSound(bytes, player.context, chosen), (sound) => {
             player.use(sound);
             opened = { name: chosen.name.replace(/\.[^.]*$/, ""), sound };
             source.querySelector("[value=opened]")?.remove();
             source.options[0].after(new Option(chosen.name, "opened"));
         });
         if (!isUsed || !player.sound) return;
-        const { rate, stated = 0, channels } = player.sound;
+        const { stated = 0, buffer } = player.sound;
+        const rate = buffer.sampleRate;
         const seconds = player.duration.toFixed(1);
-        if (stated <= channels[0].length) say(`${chosen.name}: ${rate} Hz, ${seconds} s.`);
+        if (stated <= buffer.length) say(`${chosen.name}: ${rate} Hz, ${seconds} s.`);
         else say(`${chosen.name} ends early: ${rate} Hz, ${seconds} of ${(stated / rate).toFixed(1)} s are there.`);
     } catch (error) {
         say(error instanceof Error ? `${chosen.name}: ${error.message}` : error);
@@ -499,15 +500,15 @@ for (const type of ["dragover", "dragleave", "drop"])
 element("export").addEventListener("click", async () => {
     const rendering = ask(false);
     if (!rendering || !player.sound) return say("An input cannot be saved; choose a file.");
-    const { rate, isExact } = player.sound;
+    const { buffer, isExact } = player.sound;
     say("Rendering…");
     try {
         const link = document.createElement("a");
         link.download = `${(isOpened() && opened?.name) || "phrase"}-kelvane.wav`;
-        link.href = URL.createObjectURL(new Blob([await rendering], { type: "audio/wav" }));
+        link.href = URL.createObjectURL(await rendering);
         link.click();
         setTimeout(() => URL.revokeObjectURL(link.href), 60000);
-        say(`${link.download}: 32-bit float, ${isExact ? "as `kelvane render --subtype float` writes it" : `${rate} Hz`}.`);
+        say(`${link.download}: 32-bit float, ${isExact ? "as `kelvane render --subtype float` writes it" : `${buffer.sampleRate} Hz`}.`);
     } catch (error) {
         say(error);
     }

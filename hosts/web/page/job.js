@@ -1,11 +1,12 @@
 // @ts-check
-// A worker that renders a whole sound as the command `kelvane render --subtype float` does, and measures it before and
-// after as `kelvane measure` does. Without a sound it plays the phrase.
+// A worker with one sound, which it reads from a WAV file, gets, or plays: the phrase. It renders the whole sound as the
+// command `kelvane render --subtype float` does, and measures it before and after as `kelvane measure` does.
 
 import { Module } from "./module.js";
-import { writeWav } from "./wav.js";
+import { readWav, writeWav } from "./wav.js";
 
 const chunk = 8192;
+const partFrames = 1 << 18; // that are passed on at a time: 2 MB
 
 /**
  * @typedef {object} FigureTable
@@ -43,21 +44,57 @@ export function render(module, values, { rate, channels }, isMeasured = false) {
     return { rate, channels: rendered, figures: isMeasured ? JSON.parse(module.takeText(call.jobFigures())) : undefined };
 }
 
-/** @type {{module: Module, sound: import("./wav.js").Sound}} */
+/** @typedef {import("./wav.js").Sound} Sound */
+
+/** @param {Module} module */
+function playPhrase(module) {
+    const frames = module.call.phraseFrames();
+    const channels = [0, 1].map((side) => module.floats(module.call.phraseChannel(side), frames).slice());
+    return /** @type {Sound} */ ({ rate: 44100, channels });
+}
+
+/**
+ * The sound, or the bytes of a file that is left to the browser.
+ * @param {Blob} file
+ */
+async function readFile(file) {
+    const bytes = await file.arrayBuffer().catch((error) => {
+        throw new Error(`the browser cannot load it, which may be for want of memory: ${error.message}`);
+    });
+    return readWav(bytes) ?? bytes;
+}
+
+/** @type {ArrayBuffer} */
+let bytes;
+/** @type {Promise<Sound | ArrayBuffer>} */
 let held;
-self.onmessage = ({ data: { bytes, sound, values, isMeasured } }) => {
+
+/**
+ * The answer to a request: what the sound is, a part of its frames, a file with the rendered sound, or its figures.
+ * @param {{at?: number, values?: number[], isMeasured?: boolean}} request
+ */
+async function answer({ at, values, isMeasured }) {
+    const sound = await held;
+    if (sound instanceof ArrayBuffer) return sound;
+    const { channels, ...about } = sound;
+    if (at !== undefined) return channels.map((frames) => frames.slice(at, at + partFrames));
+    if (!values) return { ...about, frames: channels[0].length };
+    const { figures, ...rendered } = render(new Module(bytes, () => performance.now()), values, sound, isMeasured);
+    return figures ?? new Blob([writeWav(rendered)], { type: "audio/wav" });
+}
+
+/** The first message has what the sound is made from; each other is a request. */
+self.onmessage = async ({ data: { source, ...request } }) => {
     try {
-        if (!sound && bytes) {
-            const module = new Module(bytes, () => performance.now());
-            const { call } = module;
-            const frames = call.phraseFrames();
-            const channels = [0, 1].map((side) => module.floats(call.phraseChannel(side), frames).slice());
-            self.postMessage({ rate: 44100, channels });
-        } else if (sound) held = { module: new Module(bytes, () => performance.now()), sound };
-        else {
-            const { figures, ...rendered } = render(held.module, values, held.sound, isMeasured);
-            self.postMessage(figures ?? writeWav(rendered));
+        if (request.bytes) {
+            bytes = request.bytes;
+            if (source instanceof Blob) held = readFile(source);
+            else held = Promise.resolve(source ?? playPhrase(new Module(bytes, () => performance.now())));
+            return;
         }
+        const made = await answer(request);
+        const transfer = made instanceof ArrayBuffer ? [made] : Array.isArray(made) ? made.map(({ buffer }) => buffer) : [];
+        self.postMessage(made, { transfer });
     } catch (error) {
         self.postMessage(error instanceof Error ? error : new Error(String(error)));
     }

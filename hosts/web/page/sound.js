@@ -3,62 +3,29 @@
 
 import { createKelvane } from "./kelvane.js";
 import { parameters } from "./parameters.js";
-import { readWav, requireStereo } from "./wav.js";
+import { requireStereo } from "./wav.js";
 
 /** @typedef {import("./wav.js").Sound} Sound */
+/**
+ * @typedef {object} PlayedSound
+ * @property {AudioBuffer} buffer of one or two channels
+ * @property {File} [file] the WAV file that it is the sound of
+ * @property {number} [stated] frames that the file says it has
+ * @property {boolean} [isExact] whether it is all of a stereo file, to the very sample
+ */
 
 const closed = "The browser has closed the sound output. Reload the page.";
 const largestFile = 1 << 29; // bytes; decoded it is several times as large
 
-/**
- * A file as sound: WAV to the very samples, others as the browser decodes them. Throws an Error with one line.
- * @param {Blob} file
- * @param {BaseAudioContext} context
- * @returns {Promise<Sound>}
- */
-export async function readSound(file, context) {
-    if (file.size === 0) throw new Error("the file is empty");
-    if (file.size > largestFile) throw new Error("the file is too large for a page; `kelvane render` takes it");
-    const bytes = await file.arrayBuffer().catch((error) => {
-        throw new Error(`the browser cannot load it, which may be for want of memory: ${error.message}`);
-    });
-    const sound = readWav(bytes);
-    if (sound) return sound;
-    const decoded = await context.decodeAudioData(bytes).catch(() => {
-        throw new Error("the browser cannot read this file as sound");
-    });
-    requireStereo(decoded.numberOfChannels);
-    return {
-        rate: decoded.sampleRate,
-        channels: [decoded.getChannelData(0), decoded.getChannelData(decoded.numberOfChannels - 1)],
-    };
-}
-
-/**
- * The built-in phrase, which takes the better part of a second to play, and so a worker.
- * @param {ArrayBuffer} bytes of kelvane.wasm
- * @returns {Promise<Sound>}
- */
-export async function playPhrase(bytes) {
-    const worker = new Worker(new URL("./job.js", import.meta.url), { type: "module" });
-    worker.postMessage({ bytes });
-    const sound = await new Promise((done, fail) => {
-        worker.onmessage = ({ data }) => (data instanceof Error ? fail(data) : done(data));
-        worker.onerror = () => fail(new Error("The phrase could not be played."));
-    });
-    worker.terminate();
-    return sound;
-}
-
-/** Renders and measures a sound in a worker, one job after the other. */
+/** A worker with a sound, which does one job after the other. */
 export class Offline {
     /**
      * @param {ArrayBuffer} bytes of kelvane.wasm
-     * @param {Sound} sound
+     * @param {File | Sound} [source] a WAV file or a sound; without one the built-in phrase
      */
-    constructor(bytes, sound) {
+    constructor(bytes, source) {
         this.worker = new Worker(new URL("./job.js", import.meta.url), { type: "module" });
-        this.worker.postMessage({ bytes, sound });
+        this.worker.postMessage({ bytes, source });
         /** Rejected by end(). @type {Promise<never>} */
         this.ended = new Promise((_, fail) => (this.fail = fail));
         /** @type {Promise<any>} */
@@ -73,19 +40,86 @@ export class Offline {
     }
 
     /**
+     * @param {{at?: number, values?: number[], isMeasured?: boolean}} request
+     * @returns {Promise<any>}
+     */
+    request(request) {
+        const job = () =>
+            new Promise((done, fail) => {
+                this.worker.onmessage = ({ data }) => (data instanceof Error ? fail(data) : done(data));
+                this.worker.onerror = () => fail(new Error("The browser cannot run the page's worker."));
+                this.worker.postMessage(request);
+            });
+        this.last = this.last.then(job, job);
+        return Promise.race([this.last, this.ended]);
+    }
+
+    /**
      * A WAV file of the sound with these values, or its figures.
      * @param {number[]} values of the parameters
      * @param {boolean} isMeasured
      */
     ask(values, isMeasured) {
-        const job = () =>
-            new Promise((done, fail) => {
-                this.worker.onmessage = ({ data }) => (data instanceof Error ? fail(data) : done(data));
-                this.worker.onerror = () => fail(new Error("The sound could not be rendered."));
-                this.worker.postMessage({ values, isMeasured });
-            });
-        this.last = this.last.then(job, job);
-        return Promise.race([this.last, this.ended]);
+        return this.request({ values, isMeasured });
+    }
+
+    /**
+     * The sound as a context plays it, part by part, so that the page goes on; the bytes of a file that is not WAV.
+     * @param {BaseAudioContext} context
+     * @returns {Promise<PlayedSound | ArrayBuffer>}
+     */
+    async load(context) {
+        const about = await this.request({});
+        if (about instanceof ArrayBuffer) return about;
+        const { frames, rate, stated, isExact } = about;
+        let buffer;
+        try {
+            buffer = context.createBuffer(2, frames, rate);
+        } catch {
+            throw new Error(`the browser cannot play ${frames} frames at ${rate} Hz`);
+        }
+        for (let at = 0; at < frames; ) {
+            const channels = await this.request({ at });
+            for (const side of [0, 1]) buffer.copyToChannel(channels[side], side, at);
+            at += channels[0].length;
+        }
+        return { buffer, stated, isExact };
+    }
+}
+
+/**
+ * What a worker gets for a sound.
+ * @param {PlayedSound} sound
+ * @returns {File | Sound}
+ */
+export function sourceOf({ file, buffer }) {
+    if (file) return file;
+    const channel = (/** @type {number} */ side) => buffer.getChannelData(Math.min(side, buffer.numberOfChannels - 1));
+    return { rate: buffer.sampleRate, channels: [channel(0), channel(1)] };
+}
+
+/**
+ * A file as sound: WAV to the very samples, others as the browser decodes them. Throws an Error with one line. Without a
+ * file the built-in phrase, which takes the better part of a second to play.
+ * @param {ArrayBuffer} bytes of kelvane.wasm
+ * @param {BaseAudioContext} context
+ * @param {File} [file]
+ * @returns {Promise<PlayedSound>}
+ */
+export async function readSound(bytes, context, file) {
+    if (file?.size === 0) throw new Error("the file is empty");
+    if (file && file.size > largestFile) throw new Error("the file is too large for a page; `kelvane render` takes it");
+    const offline = new Offline(bytes, file);
+    try {
+        const sound = await offline.load(context);
+        if (!(sound instanceof ArrayBuffer)) return { ...sound, file };
+        const buffer = await context.decodeAudioData(sound).catch(() => {
+            throw new Error("the browser cannot read this file as sound");
+        });
+        requireStereo(buffer.numberOfChannels);
+        return { buffer };
+    } finally {
+        offline.end();
     }
 }
 
@@ -104,10 +138,8 @@ export class Player {
         });
         /** When the first sound is there. @type {Promise<unknown>} */
         this.ready = Promise.resolve();
-        /** @type {Sound | undefined} */
+        /** @type {PlayedSound | undefined} */
         this.sound = undefined;
-        /** The same as the context plays it; a long one takes a while to copy. @type {AudioBuffer | undefined} */
-        this.buffer = undefined;
         /** @type {AudioBufferSourceNode | undefined} */
         this.playing = undefined;
         /** @type {MediaStream | undefined} */
@@ -155,7 +187,7 @@ export class Player {
     }
 
     get duration() {
-        return this.buffer && !this.stream ? this.buffer.duration : 0;
+        return this.sound && !this.stream ? this.sound.buffer.duration : 0;
     }
 
     get position() {
@@ -164,21 +196,12 @@ export class Player {
         return this.isLoop ? at % this.duration : Math.min(at, this.duration);
     }
 
-    /** @param {Sound} sound */
+    /** @param {PlayedSound} sound */
     use(sound) {
-        const frames = sound.channels[0].length;
-        let buffer;
-        try {
-            buffer = this.context.createBuffer(2, frames, sound.rate);
-        } catch {
-            throw new Error(`the browser cannot play ${frames} frames at ${sound.rate} Hz`);
-        }
-        for (const side of [0, 1]) buffer.copyToChannel(/** @type {Float32Array<ArrayBuffer>} */ (sound.channels[side]), side);
         const isWanted = this.isWanted;
         this.closeInput();
         if (isWanted) this.pause(); // Play may have been touched before the first sound
         this.sound = sound;
-        this.buffer = buffer;
         this.offset = 0;
         this.onChange();
     }
@@ -219,10 +242,10 @@ export class Player {
         if (this.stream) {
             this.input ??= this.context.createMediaStreamSource(this.stream);
             this.input.connect(node);
-        } else if (this.buffer) {
+        } else if (this.sound) {
             this.offset = this.position;
             this.stop();
-            const source = new AudioBufferSourceNode(this.context, { buffer: this.buffer, loop: this.isLoop });
+            const source = new AudioBufferSourceNode(this.context, { buffer: this.sound.buffer, loop: this.isLoop });
             source.connect(node);
             source.onended = () => {
                 // What the effect and the browser still hold is heard before the context rests.

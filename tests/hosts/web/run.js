@@ -2,7 +2,7 @@
 import assert from "node:assert";
 import { execFileSync } from "node:child_process";
 import { createHash } from "node:crypto";
-import { existsSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { existsSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
 import { createServer } from "node:http";
 import { createRequire } from "node:module";
 import { tmpdir } from "node:os";
@@ -195,7 +195,7 @@ const tests = {
     async "saves the file of kelvane render and shows the figures of kelvane measure"() {
         const page = await open();
         writeSound("odd.wav", 48000, noise(8192), noise(8192));
-        const left = noise(200000).map((sample, i) => sample * Math.exp(-i / 60000));
+        const left = noise(300000).map((sample, i) => sample * Math.exp(-i / 60000));
         const right = left.map((_, i) => 0.5 * (left[i - 37] ?? 0));
         writeSound("late.wav", 44100, left, right);
         run("render", "odd.wav", "short.wav", "--subtype", "pcm16", "--bypass", "on");
@@ -207,22 +207,26 @@ const tests = {
             ["odd.wav", [0.5, 0.5, 0, 1, 0, 0, 1, 0], "--swap-channels", "on", "--test-mono", "on"],
         ]) {
             run("render", input, "expected.wav", "--subtype", "float", ...options);
-            const { isSame, rows } = await page.evaluate(
+            const { isSame, isPlayed, rows } = await page.evaluate(
                 async (input, values) => {
                     const { render } = await import("/job.js");
+                    const { readSound } = await import("/sound.js");
                     const { Module } = await import("/module.js");
                     const { readWav, writeWav } = await import("/wav.js");
                     const { moduleBytes } = await import("/kelvane.js");
                     const fetched = async (name) => (await fetch(`/scratch/${name}`)).arrayBuffer();
-                    const read = readWav(await fetched(input));
+                    const file = await fetched(input);
+                    const read = readWav(file);
+                    const { buffer } = await readSound(await moduleBytes(), new OfflineAudioContext(2, 1, 44100), new File([file], input));
+                    const isPlayed = read.channels.every((frames, side) => String(frames) === String(buffer.getChannelData(side)));
                     const { figures, ...sound } = render(new Module(await moduleBytes(), () => 0), values, read, true);
                     const [made, wanted] = [new Uint8Array(writeWav(sound)), new Uint8Array(await fetched("expected.wav"))];
-                    return { isSame: read.isExact && made.length === wanted.length && made.every((byte, i) => byte === wanted[i]), rows: figures.rows };
+                    return { isPlayed, isSame: read.isExact && made.length === wanted.length && made.every((byte, i) => byte === wanted[i]), rows: figures.rows };
                 },
                 input,
                 values,
             );
-            assert.ok(isSame, `${input} ${options}`);
+            assert.ok(isSame && isPlayed, `${input} ${options}`);
             const measured = JSON.parse(execFileSync(kelvane, ["measure", "--json", input, "expected.wav"], { cwd: scratch, encoding: "utf8" }));
             for (const [name, , ...texts] of rows)
                 for (const [i, text] of texts.entries()) {
@@ -490,6 +494,13 @@ const tests = {
             bytes.writeUInt16LE(channels, 22);
             return [...bytes];
         };
+        writeFileSync(path.join(scratch, "gone.wav"), "RIFF");
+        await page.evaluate(() => addEventListener("change", (event) => event.stopImmediatePropagation(), { capture: true, once: true }));
+        await (await page.$("#file")).uploadFile(path.join(scratch, "gone.wav"));
+        rmSync(path.join(scratch, "gone.wav"));
+        mkdirSync(path.join(scratch, "gone.wav")); // which no browser reads
+        await page.$eval("#file", (input) => input.dispatchEvent(new Event("change")));
+        await says(page, "gone.wav: the browser cannot load it");
         for (const [what, bytes, answer, size] of [
             ["cut", shape(2, 8000, 8000).slice(0, 88 + 1600 * 8), /ends early: 8000 Hz, 0.2 of 1.0 s/],
             ["mono", shape(1, 4800), /48000 Hz, 0.2 s/],
@@ -500,16 +511,12 @@ const tests = {
             ["still", shape(2, 48, 0), /cannot play 48 frames at 0 Hz/],
             ["silent", shape(2, 0), /no sound/],
             ["huge", shape(2, 48), /too large for a page/, 2 ** 31],
-            ["unloadable", shape(2, 48), /want of memory: no room/, 2 ** 29],
         ]) {
             await page.evaluate(
                 (what, bytes, size) => {
                     const dataTransfer = new DataTransfer();
                     dataTransfer.items.add(new File([new Uint8Array(bytes)], `${what}.wav`));
-                    if (size) {
-                        Object.defineProperty(Blob.prototype, "size", { value: size });
-                        Blob.prototype.arrayBuffer = () => Promise.reject(new Error("no room"));
-                    }
+                    if (size) Object.defineProperty(Blob.prototype, "size", { value: size });
                     document.body.dispatchEvent(new DragEvent("drop", { bubbles: true, cancelable: true, dataTransfer }));
                 },
                 what,
