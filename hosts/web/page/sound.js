@@ -133,8 +133,9 @@ export class Player {
     constructor(valueOf) {
         this.context = new AudioContext({ latencyHint: "interactive" });
         this.node = createKelvane(this.context, { values: parameters.map(({ address }) => valueOf(address)) }).catch((error) => {
-            // Elsewhere browsers have no audio worklets.
-            throw new Error(isSecureContext ? `The browser cannot run the effect: ${error.message}` : "Sound needs an address with https.");
+            if (!isSecureContext) throw new Error("Sound needs an address with https."); // elsewhere there are no worklets
+            if (!this.context.audioWorklet) throw new Error("This browser has no audio worklets; a newer one plays the sound.");
+            throw new Error(`The browser cannot run the effect: ${error.message}`);
         });
         /** When the first sound is there. @type {Promise<unknown>} */
         this.ready = Promise.resolve();

@@ -541,6 +541,7 @@ const tests = {
     async "says so where it cannot start"() {
         for (const name of ["OffscreenCanvas", "AudioContext", "AudioWorkletNode", "WebAssembly"])
             await says(await open({ before: `delete globalThis.${name}`, shown: "#message" }), "cannot");
+        await says(await open({ before: "delete BaseAudioContext.prototype.audioWorklet" }), "no audio worklets");
     },
 
     // Firefox scrolls by no touch of a test.
