@@ -3,6 +3,8 @@
 
 /** @typedef {number[]} Values of the parameters, by address */
 
+const longest = 1000; // steps, as in EditHistory; the oldest are dropped
+
 export class UndoHistory {
     /** @param {Values} values */
     constructor(values) {
@@ -20,6 +22,7 @@ export class UndoHistory {
     record(values) {
         if (values.every((value, address) => value === this.now[address])) return;
         this.past.push(this.now);
+        if (this.past.length > longest) this.past.shift();
         this.future = [];
         this.now = values;
     }
