@@ -456,6 +456,15 @@ const tests = {
         await until(again, () => !/swap-channels/.test(location.hash));
         await again.reload();
         await until(again, () => document.getElementById("preset").value === "factory 5");
+        for (const [button, entry, isThere] of [["keep", "kept mine", true], ["forget", "factory 5", false]]) {
+            again.once("dialog", (dialog) => dialog.accept("mine"));
+            await again.$eval(`#${button}`, (button) => button.click());
+            await until(again, (entry) => document.getElementById("preset").value === entry, entry);
+            assert.deepEqual(
+                await again.evaluate(() => [/"mine"/.test(localStorage.getItem("kelvane settings")), !document.getElementById("forget").hidden]),
+                [isThere, isThere],
+            );
+        }
     },
 
     async "is pinched by two fingers, and sharp at each scale"() {
@@ -631,6 +640,35 @@ const tests = {
         assert.equal(await drawn(), before);
         await hide(false);
         await until(page, (before) => globalThis.drawn > before, before);
+        await page.emulateMediaFeatures([{ name: "prefers-reduced-motion", value: "reduce" }]);
+        const pictures = await page.evaluate(async () => {
+            const times = new Set();
+            for (const end = performance.now() + 2500; performance.now() < end; await new Promise(requestAnimationFrame)) times.add(globalThis.drawn);
+            return times.size - 1;
+        });
+        assert.ok(pictures > 0 && pictures < 6, `${pictures} pictures in 2.5 s of reduced motion`);
+
+        // What is heard late does not undo what was set here since, and is shown otherwise.
+        await page.evaluate(() => {
+            globalThis.keyboard = {};
+            navigator.requestMIDIAccess = async () => ({ inputs: [globalThis.keyboard] });
+            document.getElementById("midi").click();
+        });
+        await says(page, "MIDI: controllers");
+        await page.evaluate(() => {
+            const [panorama, now] = [document.getElementById("parameter-1"), performance.now()];
+            performance.now = () => now; // on a slow machine, too
+            panorama.value = 0.25;
+            panorama.dispatchEvent(new Event("input"));
+            for (const controller of [10, 11]) globalThis.keyboard.onmidimessage({ data: [0xb0, controller, 127] });
+        });
+        await until(page, () => document.getElementById("parameter-0").value === "1");
+        assert.equal(await valueOf(page, 1), 0.25);
+        await page.evaluate(() => {
+            delete performance.now;
+            setTimeout(() => globalThis.keyboard.onmidimessage({ data: [0xb0, 10, 0] }), 300);
+        });
+        await until(page, () => document.getElementById("parameter-1").value === "0");
 
         const other = await open({ before: watch });
         await other.click("#play");
@@ -662,6 +700,11 @@ const tests = {
         });
         await shows(page, "Play");
         assert.ok((await page.evaluate(() => globalThis.context.currentTime)) > from + 0.1 + 2048 / 48000);
+        await page.click("#play");
+        await moves(page);
+        await page.evaluate(() => globalThis.context.dispatchEvent(new Event("error")));
+        await says(page, "output has failed");
+        await shows(page, "Play");
         await page.click("#play");
         await moves(page);
         await page.evaluate(() => globalThis.context.close());
