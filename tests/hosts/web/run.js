@@ -553,6 +553,20 @@ const tests = {
         await says(await open({ before: "delete BaseAudioContext.prototype.audioWorklet" }), "no audio worklets");
     },
 
+    async "shows a large panel, the figures and Play at each size"() {
+        const page = await open();
+        for (const [width, height, least] of [[320, 568, 300], [390, 844, 370], [568, 320, 420], [667, 375, 500], [844, 390, 600], [768, 1024, 750], [800, 700, 760], [1280, 800, 1100]]) {
+            await page.setViewport({ width, height });
+            await until(page, (width, height) => innerWidth === width && innerHeight === height, width, height);
+            const [panel, ...others] = await page.$$eval("#panel, #heard, #play", (shown) => shown.map((one) => one.getBoundingClientRect().toJSON()));
+            const where = `${width} x ${height}: ${JSON.stringify([panel, ...others])}`;
+            assert.ok(panel.width >= least, where);
+            for (const { left, right, top, bottom } of [panel, ...others]) assert.ok(left >= 0 && right < width + 1 && top >= 0 && bottom < height + 1, where);
+            for (const { left, top } of others) assert.ok(left > panel.right - 1 || top > panel.bottom - 1, where);
+            assert.ok((await page.evaluate(() => document.documentElement.scrollWidth)) <= width, where);
+        }
+    },
+
     // Firefox scrolls by no touch of a test.
     async "scrolls over its sliders without moving them, and shows what it says"() {
         if (browserName !== "chromium") return;
