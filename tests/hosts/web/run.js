@@ -25,7 +25,7 @@ const server = createServer((request, answer) => {
     const content = readFileSync(file);
     const etag = `"${createHash("sha1").update(content).digest("hex")}"`;
     if (request.headers["if-none-match"] === etag) return answer.writeHead(304).end();
-    sent += gzipSync(content).length;
+    if (!name.includes("icon")) sent += gzipSync(content).length; // Firefox also takes that of home screens
     answer.writeHead(200, { etag, "content-type": types[file.split(".").pop()] ?? "application/octet-stream" });
     answer.end(content);
 });
