@@ -23,6 +23,27 @@ int pixelSide(CGFloat points, CGFloat scale) {
     return static_cast<int>(std::clamp<CGFloat>(std::round(points * scale), 1, 32767));
 }
 
+/// Those that overlap become one, so that no pixel is composited twice, and so do neighbours.
+void join(std::vector<PixelRect>& rects, PixelRect added) {
+    const auto areJoined = [](const PixelRect& one, const PixelRect& other) {
+        return one.touches(other) ||
+               one.unionWith(other).area() - one.area() - other.area() < kRectCost;
+    };
+    for (auto old = rects.begin(); old != rects.end();) {
+        if (!areJoined(*old, added)) {
+            ++old;
+            continue;
+        }
+        added = added.unionWith(*old);
+        rects.erase(old);
+        old = rects.begin();
+    }
+    rects.push_back(added);
+    if (rects.size() <= kMostRects) return;
+    for (const auto& old : rects) added = added.unionWith(old);
+    rects = {added};
+}
+
 void markAll(UIView& view) {
     view.layer().setNeedsDisplay();
     for (const auto& subview : view.subviews()) markAll(*subview);
@@ -58,7 +79,6 @@ void UIWindow::setScale(CGFloat scale) {
 
 void UIWindow::setBackgroundColor(const CGColor& color) {
     background_ = color.withAlpha(1);
-    forgetGround();
     damageAll();
 }
 
@@ -69,32 +89,16 @@ PixelRect UIWindow::wholePicture() const {
 }
 
 void UIWindow::damageAll() {
+    forgetGround();
     damage_ = {wholePicture()};
     needsUpdate_ = true;
 }
 
 void UIWindow::addDamage(const PixelRect& rect) {
-    auto added = rect.intersection(wholePicture());
+    const auto added = rect.intersection(wholePicture());
     if (added.isEmpty()) return;
     needsUpdate_ = true;
-    // Those that overlap become one, so that no pixel is composited twice, and so do neighbours.
-    const auto areJoined = [](const PixelRect& one, const PixelRect& other) {
-        return one.touches(other) ||
-               one.unionWith(other).area() - one.area() - other.area() < kRectCost;
-    };
-    for (auto old = damage_.begin(); old != damage_.end();) {
-        if (!areJoined(*old, added)) {
-            ++old;
-            continue;
-        }
-        added = added.unionWith(*old);
-        damage_.erase(old);
-        old = damage_.begin();
-    }
-    damage_.push_back(added);
-    if (damage_.size() <= kMostRects) return;
-    for (const auto& old : damage_) added = added.unionWith(old);
-    damage_ = {added};
+    join(damage_, added);
 }
 
 std::optional<ViewLayer::Place> UIWindow::placeOf(const UIView& view) const {
@@ -182,15 +186,36 @@ std::vector<PixelRect> UIWindow::update() {
                              });
         (isQuiet ? quiet : restless).push_back(one);
     }
-    if (quiet != quiet_) {
-        forgetGround();
-        quiet_ = std::move(quiet);
-        if (!quiet_.empty()) ground_ = makeBitmapContext(whole.width, whole.height, 1);
-        if (ground_) compose(*ground_, whole, nullptr, quiet_);
-    }
+    updateGround(std::move(quiet));
     for (const auto& rect : damaged)
         compose(*picture_, rect, ground_.get(), ground_ ? restless : shown);
     return damaged;
+}
+
+/// Only what another drawing is on, or the same one above others than before.
+void UIWindow::updateGround(std::vector<Shown> quiet) {
+    std::vector<PixelRect> changed;
+    auto before = quiet_.begin();
+    for (const auto& one : quiet) {
+        const auto same = std::find(before, quiet_.end(), one);
+        if (same == quiet_.end()) {
+            join(changed, one.pixels);
+            continue;
+        }
+        for (; before != same; ++before) join(changed, before->pixels);
+        ++before;
+    }
+    for (; before != quiet_.end(); ++before) join(changed, before->pixels);
+    if (changed.empty()) return;
+    quiet_ = std::move(quiet);
+    if (quiet_.empty()) return ground_.reset();
+    if (!ground_) {
+        const auto whole = wholePicture();
+        ground_ = makeBitmapContext(whole.width, whole.height, 1);
+        changed = {whole};
+    }
+    if (!ground_) return;
+    for (const auto& rect : changed) compose(*ground_, rect, nullptr, quiet_);
 }
 
 void UIWindow::forgetGround() {

@@ -100,6 +100,7 @@ class UIWindow : public UIView {
     /// Composites a part anew, on the ground or on the background.
     void compose(CGBitmapContext& picture, const PixelRect& rect, const CGBitmapContext* ground,
                  const std::vector<Shown>& shown) const;
+    void updateGround(std::vector<Shown> quiet);
     void forgetGround();
 
     std::shared_ptr<UIViewController> root_;

@@ -94,15 +94,16 @@ TEST_F(Window, ManyChangesInARowLeaveThePictureThatIsCompositedAnew) {
     for (int i = 0; i < 6; ++i) views.push_back(add(place(), {i / 6.0, 0.5, 1, i % 2 ? 1 : 0.7}));
     for (int step = 0; step < 20000; ++step) {
         // The farther a view, the longer it rests.
-        const auto& view = views[static_cast<std::size_t>(std::max(below(6), below(6)))];
+        const auto& view =
+            views[static_cast<std::size_t>(std::max({below(6), below(6), below(6)}))];
         const int what = below(50);
         if (what < 1 || (what < 20 && view == views.back())) view->setFrame(place());
         if (what == 20) view->setHidden(!view->isHidden());
         if (what == 21) view->setAlpha(below(3) / 2.0);
-        if (what == 22) window->addSubview(view);  // to the front
+        if (what > 21 && what < 25) window->addSubview(view);  // to the front
         if (what > 25) view->color.red = below(9) / 8.0, view->setNeedsDisplay();
         window->update();
-        if (step % 10 < 9) continue;
+        if (step % 500 < 499) continue;
         const auto before = window->picture()->makeImage();
         window->setBackgroundColor({0, 0, 0, 1});  // all anew
         window->update();
