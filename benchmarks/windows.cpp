@@ -83,7 +83,10 @@ double processorTime() {
 /// Editors of instances that process two decorrelated channels of a chord, in a host whose timer
 /// ticks every 20 ms: what share of a core their process takes. The X server's own work is not in
 /// it.
-void draw(benchmark::State& state, const test::Format& format, int count) {
+void draw(benchmark::State& state, const test::Format& format, int count, bool isStripShown) {
+    const TemporaryFolder settings;
+    setenv("XDG_CONFIG_HOME", settings.path().c_str(), 1);
+    settings.file("kelvane/plugin-window", isStripShown ? "strip 1" : "strip 0");
     constexpr int settling = 150, ticks = 100;  // 3 s, in which what rests becomes one picture
     std::vector<float> left((settling + ticks) * block), right(left.size()), output(2 * block);
     std::minstd_rand random(1);
@@ -174,9 +177,12 @@ int main(int argc, char** argv) {
                 ->Iterations(1)
                 ->Repetitions(4)
                 ->Unit(benchmark::kMillisecond);
-        benchmark::RegisterBenchmark(("draw/" + name + "/20").c_str(), draw, format, 20)
-            ->UseManualTime()
-            ->Iterations(3);
+        for (const bool isStripShown : {true, false})
+            benchmark::RegisterBenchmark(
+                ("draw/" + name + (isStripShown ? "/20" : "/20/folded")).c_str(), draw, format, 20,
+                isStripShown)
+                ->UseManualTime()
+                ->Iterations(3);
     }
     benchmark::RegisterBenchmark("idle", idle)->UseManualTime()->Iterations(1);
     benchmark::Initialize(&argc, argv);
