@@ -241,28 +241,28 @@ void CanvasBitmap::fillMarks(std::span<const CGPoint> outline, std::span<const C
     area = MarkStamp::reaching(area).intersection(clip).integral();
     if (area.isEmpty()) return;
 
-    const auto columns = static_cast<std::size_t>(area.width());
-    static std::vector<float> coverage;
-    coverage.assign(columns * static_cast<std::size_t>(area.height()), 0);
-    for (const auto& p : visible)
-        stamp->put(p, area, [&](int x, int y, std::uint8_t part) {
-            auto& covered = coverage[static_cast<std::size_t>(y - area.minY()) * columns +
-                                     static_cast<std::size_t>(x - area.minX())];
-            covered += (1 - covered) * (static_cast<float>(part) / 255);
-        });
+    const int left = static_cast<int>(area.minX()), top = static_cast<int>(area.minY());
+    const int columns = static_cast<int>(area.width()), rows = static_cast<int>(area.height());
+    const auto count = static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows);
     const auto byte = [](double part) {
         return static_cast<std::uint32_t>(std::lround(255 * part));
     };
     const auto& fill = state_.fill;
     const std::uint32_t color = byte(fill.blue) << 16 | byte(fill.green) << 8 | byte(fill.red);
     const auto opacity = static_cast<float>(255 * fill.alpha);
+    static std::vector<float> coverage;
     static std::vector<std::uint32_t> painted;
-    painted.clear();
-    for (const float part : coverage)
-        painted.push_back(static_cast<std::uint32_t>(part * opacity + 0.5F) << 24 | color);
+    coverage.assign(count, 0);
+    painted.assign(count, 0);
+    for (const auto& p : visible)
+        stamp->put(p, area, [&](int x, int y, std::uint8_t part) {
+            const auto i = static_cast<std::size_t>((y - top) * columns + x - left);
+            coverage[i] += (1 - coverage[i]) * (static_cast<float>(part) / 255);
+            painted[i] = static_cast<std::uint32_t>(coverage[i] * opacity + 0.5F) << 24 | color;
+        });
     saveGState();
     concatenate(map.inverted());
-    putImage(painted, static_cast<int>(area.width()), static_cast<int>(area.height()), area);
+    putImage(painted, columns, rows, area);
     restoreGState();
 }
 
