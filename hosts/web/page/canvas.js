@@ -30,7 +30,9 @@ function color(red, green, blue, alpha) {
 export class Canvases {
     /** @param {HTMLCanvasElement} window */
     constructor(window) {
-        this.window = /** @type {CanvasRenderingContext2D} */ (window.getContext("2d", { alpha: false }));
+        // Desynchronized, so that a picture needs no frame of the page, which costs as much as the picture.
+        const options = { alpha: false, desynchronized: true };
+        this.window = /** @type {CanvasRenderingContext2D} */ (window.getContext("2d", options));
         window.width = 1; // forgets the state of a panel before this one
         /** @type {Map<number, Context>} */
         this.contexts = new Map();
@@ -113,10 +115,12 @@ export class Canvases {
     drawPixels(w, a) {
         const [address, width, height, x, y, toWidth, toHeight] = w.subarray(a, a + 7);
         const { canvas } = this.pixels;
-        if (canvas.width !== width || canvas.height !== height) Object.assign(canvas, { width, height });
+        // Another size would make the browser allocate it anew.
+        if (canvas.width < width) canvas.width = width;
+        if (canvas.height < height) canvas.height = height;
         const bytes = new Uint8ClampedArray(this.memory, address, 4 * width * height);
         this.pixels.putImageData(new ImageData(bytes, width, height), 0, 0);
-        this.context.drawImage(canvas, x, y, toWidth, toHeight);
+        this.context.drawImage(canvas, 0, 0, width, height, x, y, toWidth, toHeight);
     }
 
     /**

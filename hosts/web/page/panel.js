@@ -186,7 +186,8 @@ export class Panel {
         if (isSeen === this.isSeen) return;
         this.isSeen = isSeen;
         this.onSeen(isSeen);
-        this.wake();
+        // The browser may have dropped the picture.
+        if (isSeen) this.fit();
     }
 
     /** Ends it: the canvas keeps its last picture and may get another panel. */
