@@ -11,6 +11,7 @@ const pressing = 1 | 32;
 const pressers = [0, 5];
 const wheelNotch = 100; // CSS pixels
 const quietAfter = 1500; // milliseconds without an event, after which nothing on the panel moves
+const longestRing = 100; // milliseconds from one picture of the sound to the next, while it plays
 export const stillMotion = globalThis.matchMedia?.("(prefers-reduced-motion: reduce)");
 export const stillInterval = 1000; // milliseconds between two pictures of the sound, or figures, where motion is unwanted
 
@@ -61,8 +62,8 @@ export class Panel {
         this.onSeen = () => {};
         this.isSeen = !document.hidden;
         this.isInView = true;
-        this.pumps = 0;
         this.lastEvent = this.lastShown = -Infinity;
+        this.due = -Infinity; // when pump() next has something to do
         this.wheel = 0;
         /** The pointers that are down. @type {Set<number>} */
         this.down = new Set();
@@ -279,7 +280,6 @@ export class Panel {
 
     pump() {
         clearTimeout(this.timer);
-        this.pumps++;
         const next = this.module.call.pump() * 1000;
         for (let edit = this.module.call.takeEdit(); edit; edit = this.module.call.takeEdit()) {
             const [kind, address, value] = new Float64Array(this.module.memory.buffer, edit, 3);
@@ -287,8 +287,12 @@ export class Panel {
             if (kind === 2) this.onGesture();
         }
         this.timer = undefined;
-        const isQuiet = !this.isSeen || performance.now() - this.lastEvent > quietAfter;
-        if (!isQuiet && Number.isFinite(next)) this.timer = setTimeout(() => this.pump(), Math.ceil(next)); // browsers cut it
+        const now = performance.now();
+        this.due = now + next;
+        if (!this.isSeen || now - this.lastEvent > quietAfter || !Number.isFinite(next)) return;
+        // While the sound plays, its next picture comes soon after, and pumps in a task that is there anyway.
+        const grace = now - this.lastShown < longestRing ? longestRing : 0;
+        this.timer = setTimeout(() => this.pump(), Math.ceil(next) + grace); // browsers cut fractions
     }
 
     /** @param {number} address */
@@ -319,15 +323,14 @@ export class Panel {
      * @param {Float32Array} ring
      */
     show(ring) {
-        if (stillMotion.matches && performance.now() - this.lastShown < stillInterval) return;
-        this.lastShown = performance.now();
+        const now = performance.now();
+        if (stillMotion.matches && now - this.lastShown < stillInterval) return;
+        this.lastEvent = this.lastShown = now;
         const frames = ring.length / 2;
         for (const channel of [0, 1])
             this.module
                 .floats(this.module.call.ring(channel), frames)
                 .set(ring.subarray(channel * frames, (channel + 1) * frames));
-        // The editor's timer draws it; a frame of the browser's own for each ring would be one too many.
-        if (this.timer === undefined) this.wake();
-        else this.lastEvent = performance.now();
+        if (this.isSeen && now >= this.due) this.pump();
     }
 }
