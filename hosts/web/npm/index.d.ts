@@ -18,6 +18,8 @@ export interface Options {
     events?: [frame: number, ...event: number[]][];
     /** Shows the panel, which is then kept in step with the sound. */
     canvas?: HTMLCanvasElement;
+    /** False for a node without AudioParams, which takes a sixth less of the audio thread. */
+    isAutomated?: boolean;
 }
 
 /** Makes the effect. */

@@ -34,6 +34,7 @@ export function moduleBytes() {
  * @property {[frame: number, ...event: number[]][]} [events] of the first frames, sorted: an address and a value each,
  *     or -1 and the bytes of a MIDI message
  * @property {HTMLCanvasElement} [canvas] shows the panel, which is then kept in step with the sound
+ * @property {boolean} [isAutomated] whether the node has AudioParams; it does unless this is false
  * @property {{groupId: string, moduleId: string, instanceId: string}} [wam] as which a Web Audio Module's host knows it
  */
 
@@ -47,9 +48,9 @@ export class KelvaneNode extends AudioNodeBase {
      * @param {ArrayBuffer} bytes
      * @param {Options} options
      */
-    constructor(context, bytes, { values: given = [], events = [], canvas, wam }) {
+    constructor(context, bytes, { values: given = [], events = [], canvas, isAutomated = true, wam }) {
         const values = parameters.map(({ address, initial }) => given[address] ?? initial);
-        super(context, processorName, {
+        super(context, isAutomated ? processorName : `${processorName} fixed`, {
             numberOfInputs: 1,
             numberOfOutputs: 1,
             outputChannelCount: [2],

@@ -208,8 +208,18 @@ class KelvaneProcessor extends AudioWorkletProcessor {
     }
 }
 
+/** Without AudioParams, whose upkeep costs a browser more than the effect does. */
+class FixedProcessor extends KelvaneProcessor {
+    static get parameterDescriptors() {
+        return [];
+    }
+
+    automate() {}
+}
+
 try {
     registerProcessor(processorName, KelvaneProcessor);
+    registerProcessor(`${processorName} fixed`, FixedProcessor);
 } catch {
     // The context has it from another copy of this package.
 }

@@ -132,7 +132,8 @@ export class Player {
     /** @param {(address: number) => number} valueOf the present settings */
     constructor(valueOf) {
         this.context = new AudioContext({ latencyHint: "interactive" });
-        this.node = createKelvane(this.context, { values: parameters.map(({ address }) => valueOf(address)) }).catch((error) => {
+        const values = parameters.map(({ address }) => valueOf(address));
+        this.node = createKelvane(this.context, { values, isAutomated: false }).catch((error) => {
             if (!isSecureContext) throw new Error("Sound needs an address with https."); // elsewhere there are no worklets
             if (!this.context.audioWorklet) throw new Error("This browser has no audio worklets; a newer one plays the sound.");
             throw new Error(`The browser cannot run the effect: ${error.message}`);
