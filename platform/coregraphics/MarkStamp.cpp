@@ -55,21 +55,29 @@ MarkStamp::MarkStamp(std::vector<CGPoint> outline) : outline_(std::move(outline)
     top_ = static_cast<int>(std::floor(bounds.minY()));
     width_ = static_cast<int>(std::ceil(bounds.maxX())) + 1 - left_;
     height_ = static_cast<int>(std::ceil(bounds.maxY())) + 1 - top_;
+    copies_.resize(isMade_.size() * static_cast<std::size_t>(width_ * height_));
 }
 
 const std::uint8_t* MarkStamp::copyAt(int phaseX, int phaseY) {
-    auto& copy = copies_[static_cast<unsigned>(phaseY * phases + phaseX)];
-    if (!copy.empty()) return copy.data();
+    const auto which = static_cast<std::size_t>(phaseY * phases + phaseX);
+    auto* const copy = &copies_[which * static_cast<std::size_t>(width_ * height_)];
+    if (!isMade_[which]) {
+        make(copy, phaseX, phaseY);
+        isMade_.set(which);
+    }
+    return copy;
+}
+
+void MarkStamp::make(std::uint8_t* copy, int phaseX, int phaseY) const {
     Polygon moved;
     for (const auto& p : outline_)
         moved.push_back({p.x + (phaseX + 0.5) / phases, p.y + (phaseY + 0.5) / phases});
     for (int y = top_; y < top_ + height_; ++y) {
         const auto row = cut(cut(moved, &CGPoint::y, y, 1), &CGPoint::y, y + 1, -1);
         for (int x = left_; x < left_ + width_; ++x)
-            copy.push_back(static_cast<std::uint8_t>(
-                std::lround(255 * area(cut(cut(row, &CGPoint::x, x, 1), &CGPoint::x, x + 1, -1)))));
+            *copy++ = static_cast<std::uint8_t>(
+                std::lround(255 * area(cut(cut(row, &CGPoint::x, x, 1), &CGPoint::x, x + 1, -1))));
     }
-    return copy.data();
 }
 
 }  // namespace platform

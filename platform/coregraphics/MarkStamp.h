@@ -1,8 +1,9 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
+#include <bitset>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -54,10 +55,13 @@ class MarkStamp {
 
     explicit MarkStamp(std::vector<CGPoint> outline);
     const std::uint8_t* copyAt(int phaseX, int phaseY);
+    void make(std::uint8_t* copy, int phaseX, int phaseY) const;
 
     const std::vector<CGPoint> outline_;               // in pixels
     int left_ = 0, top_ = 0, width_ = 0, height_ = 0;  // of a copy, from its place's pixel
-    std::array<std::vector<std::uint8_t>, phases * phases> copies_;  // empty until they are used
+    // One after another: those of a whole picture are used at once.
+    std::vector<std::uint8_t> copies_;
+    std::bitset<std::size_t{phases} * phases> isMade_;
 };
 
 }  // namespace platform
