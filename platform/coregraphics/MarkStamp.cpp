@@ -55,12 +55,13 @@ MarkStamp::MarkStamp(std::vector<CGPoint> outline) : outline_(std::move(outline)
     top_ = static_cast<int>(std::floor(bounds.minY()));
     width_ = static_cast<int>(std::ceil(bounds.maxX())) + 1 - left_;
     height_ = static_cast<int>(std::ceil(bounds.maxY())) + 1 - top_;
-    copies_.resize(isMade_.size() * static_cast<std::size_t>(width_ * height_));
+    area_ = static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_);
+    copies_.resize(isMade_.size() * area_);
 }
 
 const std::uint8_t* MarkStamp::copyAt(int phaseX, int phaseY) {
     const auto which = static_cast<std::size_t>(phaseY * phases + phaseX);
-    auto* const copy = &copies_[which * static_cast<std::size_t>(width_ * height_)];
+    auto* const copy = &copies_[which * area_];
     if (!isMade_[which]) {
         make(copy, phaseX, phaseY);
         isMade_.set(which);

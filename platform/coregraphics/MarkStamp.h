@@ -42,8 +42,7 @@ class MarkStamp {
         const int first = std::max(left, static_cast<int>(area.minX()));
         const int last = std::min(left + width_, static_cast<int>(area.maxX()));
         const int bottom = std::min(top + height_, static_cast<int>(area.maxY()));
-        const std::uint8_t* copy = copyAt(static_cast<int>((place.x - column) * phases),
-                                          static_cast<int>((place.y - row) * phases));
+        const std::uint8_t* copy = copyAt(phase(place.x - column), phase(place.y - row));
         for (int y = std::max(top, static_cast<int>(area.minY())); y < bottom; ++y)
             for (int x = first; x < last; ++x)
                 if (const auto coverage = copy[(y - top) * width_ + x - left])
@@ -54,11 +53,14 @@ class MarkStamp {
     static constexpr int phases = 16;  // of places in a pixel, each way
 
     explicit MarkStamp(std::vector<CGPoint> outline);
+    /// Of what is above a whole number, which may be rounded to 1 for a place just below zero.
+    static int phase(CGFloat part) { return std::min(static_cast<int>(part * phases), phases - 1); }
     const std::uint8_t* copyAt(int phaseX, int phaseY);
     void make(std::uint8_t* copy, int phaseX, int phaseY) const;
 
     const std::vector<CGPoint> outline_;               // in pixels
     int left_ = 0, top_ = 0, width_ = 0, height_ = 0;  // of a copy, from its place's pixel
+    std::size_t area_ = 0;                             // of a copy, in pixels
     // One after another: those of a whole picture are used at once.
     std::vector<std::uint8_t> copies_;
     std::bitset<std::size_t{phases} * phases> isMade_;

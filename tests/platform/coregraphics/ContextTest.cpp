@@ -1,11 +1,14 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
+#include <memory>
 
 #include "platform/coregraphics/CGBitmapContext.h"
 #include "platform/coregraphics/CGFont.h"
+#include "platform/coregraphics/MarkStamp.h"
 
 namespace platform {
 namespace {
@@ -117,6 +120,17 @@ TEST(CGFont, MeasuresAsTheEmbeddedFacesTablesDo) {
     EXPECT_NEAR(box.maxY(), 200, 1e-6);
     EXPECT_NEAR(box.height(), 100 * regular->capHeight(), 1e-6);
     EXPECT_GT(box.minX(), 50);
+}
+
+TEST(MarkStamp, CoversTheAreaOfItsOutlineAtAnyPlace) {
+    std::unique_ptr<MarkStamp> kept;
+    auto* const stamp =
+        MarkStamp::of(std::array<CGPoint, 4>{{{0, 0}, {1.5, 0}, {1.5, 1.5}, {0, 1.5}}}, {}, kept);
+    for (const CGFloat at : {0.0, 0.3, 7.99, -1e-20, -3.6}) {  // -1e-20 + 1 is 1
+        double covered = 0;
+        stamp->put({at, at}, {-20, -20, 40, 40}, [&](int, int, int part) { covered += part; });
+        EXPECT_NEAR(covered / 255, 2.25, 0.01) << at;
+    }
 }
 
 }  // namespace
