@@ -564,6 +564,8 @@ const tests = {
             for (const { left, right, top, bottom } of [panel, ...others]) assert.ok(left >= 0 && right < width + 1 && top >= 0 && bottom < height + 1, where);
             for (const { left, top } of others) assert.ok(left > panel.right - 1 || top > panel.bottom - 1, where);
             assert.ok((await page.evaluate(() => document.documentElement.scrollWidth)) <= width, where);
+            const [buttons, said] = await page.$$eval(".transport, #message", (shown) => shown.map((one) => one.getBoundingClientRect().toJSON()));
+            assert.ok(height > 480 || buttons.bottom <= said.top, where);
         }
     },
 
