@@ -33,13 +33,21 @@ using platform::RunLoop;
 namespace {
 
 constexpr std::size_t ringFrames = 2048;
-constexpr double keptShare = 0.8;  // of the sums, from one ring to the next: a memory of 0.2 s
+constexpr double memory = 0.2;      // seconds in which a sum falls to 1/e
+constexpr double silenceAfter = 1;  // seconds without sound, after which no sum is kept
+constexpr double quietest = 1e-6;   // sum of a ring's squares, about -94 dBFS
 
 std::unique_ptr<EditorWindow> editor;
 std::array<float, 2 * ringFrames> heardFrames;  // left and then right
-measure::StereoSums heard;
-std::array<float, 2> peaks;    // of both channels since they were last written
-double lowestCorrelation = 1;  // since it was last written
+
+/// What is heard just now.
+struct Heard {
+    measure::StereoSums sums;
+    std::array<float, 2> peaks{};  // of both channels since they were last written
+    double lowestCorrelation = 1;  // since it was last written
+    double silence = 0;            // seconds since a ring with sound
+};
+Heard heard;
 
 CanvasWindow& window() {
     return static_cast<CanvasWindow&>(editor->native());
@@ -162,29 +170,45 @@ KELVANE_EXPORT(heardRing) float* heardRing() {
     return heardFrames.data();
 }
 
-/// Adds the frames at heardRing() to the figures of what is heard.
-KELVANE_EXPORT(hear) void hear() {
-    for (auto* const sum : {&heard.ll, &heard.rr, &heard.lr}) *sum *= keptShare;
+/// Adds the frames at heardRing(), `rate` a second, to the figures of what is heard.
+KELVANE_EXPORT(hear) void hear(double rate) {
+    const double seconds = ringFrames / rate;
+    const double kept = std::exp(-seconds / memory);
+    measure::StereoSums ring;
     const auto checked = [](float sample) { return std::isfinite(sample) ? sample : 0; };
     for (std::size_t i = 0; i < ringFrames; ++i) {
         const float l = checked(heardFrames[i]), r = checked(heardFrames[ringFrames + i]);
-        heard.add(l, r);
-        peaks = {std::max(peaks[0], std::abs(l)), std::max(peaks[1], std::abs(r))};
+        ring.add(l, r);
+        heard.peaks = {std::max(heard.peaks[0], std::abs(l)),
+                       std::max(heard.peaks[1], std::abs(r))};
     }
-    lowestCorrelation = std::min(lowestCorrelation, heard.correlation());  // not of silence: NaN
+    auto& sums = heard.sums;
+    sums = {.ll = kept * sums.ll + ring.ll,
+            .rr = kept * sums.rr + ring.rr,
+            .lr = kept * sums.lr + ring.lr};
+    heard.silence = ring.ll + ring.rr > quietest ? 0 : heard.silence + seconds;
+    if (sums.isSilent() || heard.silence > silenceAfter) sums = {};
+    // Not of silence: NaN.
+    heard.lowestCorrelation = std::min(heard.lowestCorrelation, sums.correlation());
+}
+
+/// Clears the figures of what is heard.
+KELVANE_EXPORT(forgetHeard) void forgetHeard() {
+    heard = {};
 }
 
 /// Correlation, side to mid, balance and the peaks, as `kelvane measure` prints them, and the
 /// lowest correlation since the last call: a JSON array of texts.
 KELVANE_EXPORT(heardFigures) int heardFigures() {
     measure::Figures figures;
-    figures.correlation = heard.correlation();
-    figures.sideToMid = heard.sideToMid();
-    figures.balance = heard.rightToLeft();
+    figures.correlation = heard.sums.correlation();
+    figures.sideToMid = heard.sums.sideToMid();
+    figures.balance = heard.sums.rightToLeft();
     std::string texts;
     for (const auto& row : std::span(measure::allFigures).first(3))
         texts += fmt::format("\"{}\",", figureText(row, figures.*row.value));
-    for (float& peak : peaks)
+    for (float& peak : heard.peaks)
         texts += fmt::format("\"{:.1f}\",", 20 * std::log10(std::exchange(peak, 0.0F)));
-    return giveText(fmt::format("[{}\"{:.2f}\"]", texts, std::exchange(lowestCorrelation, 1)));
+    return giveText(
+        fmt::format("[{}\"{:.2f}\"]", texts, std::exchange(heard.lowestCorrelation, 1)));
 }

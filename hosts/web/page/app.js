@@ -341,7 +341,7 @@ player.node.then(
         };
         node.onprocessorerror = () => say("The effect has ended with a fault. Reload the page.");
         node.onRing = (ring) => {
-            heard.hear(ring);
+            if (player.isPlaying && !document.hidden) heard.hear(ring, player.context.sampleRate); // it may be late
             panel.show(ring);
         };
         showPlaying();
@@ -357,7 +357,7 @@ function showPlaying() {
     player.withNode((node) => node.watch(isPlaying && !document.hidden));
     clearInterval(positionTimer);
     if (isPlaying && !document.hidden) positionTimer = setInterval(tick, stillMotion.matches ? stillInterval : tickInterval);
-    if (!isPlaying) heard.rest();
+    if (!isPlaying || document.hidden) heard.rest();
     showPosition();
     showSource();
 }

@@ -37,10 +37,11 @@ export class Heard {
     /**
      * New frames, which the panel need not show.
      * @param {Float32Array} ring left and then right
+     * @param {number} rate frames a second
      */
-    hear(ring) {
+    hear(ring, rate) {
         this.module.floats(this.module.call.heardRing(), ring.length).set(ring);
-        this.module.call.hear();
+        this.module.call.hear(rate);
     }
 
     /** Writes what was heard. With the page's other texts, so that it costs no picture of its own. */
@@ -52,6 +53,7 @@ export class Heard {
 
     /** Nothing is heard any more. */
     rest() {
+        this.module.call.forgetHeard();
         this.lows = [];
         this.write(this.meters.map(() => none));
     }
@@ -59,10 +61,10 @@ export class Heard {
     /** @param {string[]} texts */
     write(texts) {
         this.meters.forEach((meter, i) => {
-            const text = texts[i].replace("-", "\u2212");
+            const text = texts[i] === "-" ? none : texts[i].replace("-", "\u2212");
             if (meter.textContent === text) return;
             meter.textContent = text;
-            meter.setAttribute("aria-valuetext", `${text} ${this.units[i]}`);
+            meter.setAttribute("aria-valuetext", text === none ? "no sound" : `${text.replace("inf", "infinity")} ${this.units[i]}`);
             if (Number.isFinite(Number(texts[i]))) meter.setAttribute("aria-valuenow", texts[i]);
         });
         const correlation = Number(texts[0]);

@@ -359,12 +359,29 @@ const tests = {
                 document.body.append(canvas);
                 const panel = new Panel(canvas, await moduleBytes());
                 values.forEach((value, address) => panel.setValue(address, value));
+                const { call } = panel.module;
+                const hear = (frames, rate = 44100) => {
+                    panel.module.floats(call.heardRing(), frames.length).set(frames);
+                    call.hear(rate);
+                };
+                const figures = () => panel.module.takeText(call.heardFigures());
+                const heard = [];
                 for (const shown of ring ? [ring.map(() => NaN), ring] : []) {
                     panel.show(new Float32Array(shown));
-                    panel.module.floats(panel.module.call.heardRing(), shown.length).set(shown);
-                    panel.module.call.hear();
+                    hear(shown);
                 }
-                const heard = panel.module.takeText(panel.module.call.heardFigures());
+                heard.push(figures());
+                // Opposite channels after equal ones, a second of silence, and nothing.
+                for (const rate of ring ? [44100, 192000] : []) {
+                    call.forgetHeard();
+                    for (const sign of [1, -1]) hear(ring.map((_, i) => (i < 2048 ? ring[i] : sign * ring[i - 2048])), rate);
+                    heard.push(figures());
+                    for (let at = 0; at <= rate; at += 2048) hear(ring.map(() => 0), rate);
+                    heard.push(figures());
+                }
+                if (ring) hear(ring);
+                call.forgetHeard();
+                heard.push(figures());
                 await new Promise((done) => setTimeout(done, 300));
                 canvas.getContext("2d").clearRect(0, 0, 680, 440);
                 canvas.dispatchEvent(new Event("contextrestored"));
@@ -377,7 +394,11 @@ const tests = {
                 const apart = ought.map((byte, i) => Math.abs(byte - is[i]));
                 return { heard, mean: apart.reduce((sum, d) => sum + d, 0) / apart.length, far: apart.filter((d) => d > 40).length / apart.length };
             }, values, options[0] === "--signal" ? ring : undefined);
-            if (options[0] === "--signal") assert.match(heard, /^\["0.00",.*,"-?0.00"\]/); // in spite of a ring of NaN
+            if (options[0] === "--signal") {
+                assert.match(heard[0], /^\["0.00",.*,"-?0.00"\]/); // in spite of a ring of NaN
+                const levels = heard.slice(1).map((texts) => JSON.parse(texts)).map(([correlation, , , peak]) => `${correlation} ${peak}`);
+                assert.deepEqual(levels, ["-0.12 -6.0", "- -inf", "-0.03 -6.0", "- -inf", "- -inf"]);
+            }
             assert.ok(mean < 1 && far < 0.001, `${options}: mean ${mean}, far ${far}`);
         }
     },
@@ -497,6 +518,7 @@ const tests = {
 
     async "says in one line what it cannot play"() {
         const page = await open();
+        assert.equal(await page.$$eval("[aria-valuetext='no sound']", ({ length }) => length), 5);
         await page.click("#measure"); // each change finds it at work
         const shape = (channels, frames, rate = 48000) => {
             const bytes = Buffer.from(writeWav({ rate, channels: [new Float32Array(frames), new Float32Array(frames)] }));
