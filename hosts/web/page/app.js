@@ -76,6 +76,15 @@ function say(what) {
     message.textContent = what instanceof Error ? what.message : String(what);
 }
 
+/**
+ * Says something instead of a line, unless another one was said since.
+ * @param {string} line
+ * @param {string} [next]
+ */
+function replaceLine(line, next = "") {
+    if (message.textContent === line) say(next);
+}
+
 // The settings
 
 /**
@@ -397,7 +406,7 @@ player.onFault = say;
 document.addEventListener("visibilitychange", showPlaying);
 play.addEventListener("click", () => {
     if (player.isPlaying) return player.pause();
-    if (message.textContent === invitation) say("");
+    replaceLine(invitation);
     start().catch(say);
 });
 onSlide(seek, () => player.position, (seconds) => {
@@ -425,20 +434,22 @@ function start() {
 let choices = 0;
 let lastUsed = 0;
 /**
- * Changes to another source, and plays on. False if one that was chosen later is used already.
+ * Changes to another source, and plays on. False if one that was chosen later is used already, also if this one fails.
  * @template T
  * @param {Promise<T>} found
  * @param {(found: T) => void} use
  */
 async function choose(found, use) {
     const choice = ++choices;
-    const what = await found;
+    const what = await found.catch((error) => {
+        if (choice > lastUsed) throw error;
+    });
     if (choice < lastUsed) {
         if (what instanceof MediaStream) stopTracks(what);
         return false;
     }
     const wasWanted = player.isWanted;
-    use(what);
+    use(/** @type {T} */ (what));
     lastUsed = choice;
     soundChanged();
     if (wasWanted && !player.stream) start().catch(say); // an input is started by who asked for it
@@ -447,6 +458,8 @@ async function choose(found, use) {
 
 /** @param {File} chosen */
 async function open(chosen) {
+    const reading = `Reading ${chosen.name}…`;
+    say(reading);
     try {
         const isUsed = await choose(readSound(bytes, player.context, chosen), (sound) => {
             player.use(sound);
@@ -454,7 +467,7 @@ async function open(chosen) {
             source.querySelector("[value=opened]")?.remove();
             source.options[0].after(new Option(chosen.name, "opened"));
         });
-        if (!isUsed || !player.sound) return;
+        if (!isUsed || !player.sound) return replaceLine(reading);
         const { stated = 0, buffer } = player.sound;
         const rate = buffer.sampleRate;
         const seconds = player.duration.toFixed(1);
@@ -540,5 +553,5 @@ midi.addEventListener("click", async () => {
     }
 });
 
-if (message.textContent === "Loading…") say(invitation);
+replaceLine("Loading…", invitation);
 navigator.serviceWorker?.register("offline.js").catch(() => {}); // without it the page needs the network

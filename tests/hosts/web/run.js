@@ -543,18 +543,20 @@ const tests = {
             ["silent", shape(2, 0), /no sound/],
             ["huge", shape(2, 48), /too large for a page/, 2 ** 31],
         ]) {
-            await page.evaluate(
+            const reading = await page.evaluate(
                 (what, bytes, size) => {
                     const dataTransfer = new DataTransfer();
                     dataTransfer.items.add(new File([new Uint8Array(bytes)], `${what}.wav`));
                     if (size) Object.defineProperty(Blob.prototype, "size", { value: size });
                     document.body.dispatchEvent(new DragEvent("drop", { bubbles: true, cancelable: true, dataTransfer }));
+                    return document.getElementById("message").textContent;
                 },
                 what,
                 bytes,
                 size,
             );
-            await says(page, `${what}.wav`);
+            assert.equal(reading, `Reading ${what}.wav…`);
+            await until(page, (reading) => document.getElementById("message").textContent !== reading, reading);
             assert.match(await messageOf(page), answer);
             assert.equal(await sourceOf(page), "opened");
             assert.equal(await page.$eval("#seek", (seek) => seek.max), "0.2"); // what was there stays
