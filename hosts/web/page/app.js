@@ -22,6 +22,7 @@ const presets = /** @type {HTMLSelectElement} */ (element("preset"));
 const message = element("message");
 const keptKey = "kelvane settings";
 const invitation = "Press Play to hear it.";
+const rendering = "Rendering…";
 /** Seconds. @type {Record<string, number>} */
 const seekKeys = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -10, PageUp: 10 };
 const startTimeout = 3000; // milliseconds
@@ -43,7 +44,7 @@ let opened;
 /** @type {Offline | undefined} */
 let offline;
 const heard = new Heard(element("heard"), panel.module);
-const figures = new Figures(element("figures"), () => ask(true));
+const figures = new Figures(element("figures"), () => ask(true), (fault) => player.stream || say(fault));
 /** A and B, which at first are the same. */
 const sets = [new UndoHistory(presentValues()), new UndoHistory(presentValues())];
 let heardSet = 0;
@@ -55,13 +56,17 @@ function presentValues() {
 }
 
 /**
- * The sound as a file, or its figures. Undefined for an input.
+ * The sound as a file, or its figures. Undefined if the sound was changed meanwhile.
  * @param {boolean} isMeasured
  */
-function ask(isMeasured) {
-    if (!player.sound || player.stream) return;
-    offline ??= new Offline(bytes, sourceOf(player.sound));
-    return offline.ask(presentValues(), isMeasured);
+async function ask(isMeasured) {
+    await player.ready;
+    if (player.stream) throw new Error(`An input cannot be ${isMeasured ? "measured" : "saved"}; choose a file.`);
+    if (!player.sound) throw new Error("There is no sound; choose a file.");
+    const asked = (offline ??= new Offline(bytes, sourceOf(player.sound)));
+    return asked.ask(presentValues(), isMeasured).catch((error) => {
+        if (asked === offline) throw error;
+    });
 }
 
 function soundChanged() {
@@ -511,14 +516,14 @@ for (const type of ["dragover", "dragleave", "drop"])
     });
 
 element("export").addEventListener("click", async () => {
-    const rendering = ask(false);
-    if (!rendering || !player.sound) return say("An input cannot be saved; choose a file.");
-    const { buffer, isExact } = player.sound;
-    say("Rendering…");
+    say(rendering);
     try {
+        const made = await ask(false);
+        if (!made || !player.sound) return replaceLine(rendering, "The sound was changed while it was rendered.");
+        const { buffer, isExact } = player.sound;
         const link = document.createElement("a");
         link.download = `${(isOpened() && opened?.name) || "phrase"}-kelvane.wav`;
-        link.href = URL.createObjectURL(await rendering);
+        link.href = URL.createObjectURL(made);
         link.click();
         setTimeout(() => URL.revokeObjectURL(link.href), 60000);
         say(`${link.download}: 32-bit float, ${isExact ? "as `kelvane render --subtype float` writes it" : `${buffer.sampleRate} Hz`}.`);

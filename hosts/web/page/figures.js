@@ -78,15 +78,18 @@ export class Heard {
 export class Figures {
     /**
      * @param {HTMLElement} box what they are shown in
-     * @param {() => Promise<FigureTable> | undefined} measure the sound with the present settings; none for an input
+     * @param {() => Promise<FigureTable | undefined>} measure the sound with the present settings; nothing if the sound was
+     * changed meanwhile
+     * @param {(fault: unknown) => void} onFault
      */
-    constructor(box, measure) {
+    constructor(box, measure, onFault) {
         this.box = box;
         this.measure = measure;
+        this.onFault = onFault;
         this.isMeasuring = this.isDue = false;
         /** @type {ReturnType<typeof setTimeout> | undefined} */
         this.timer = undefined;
-        this.table = make("table");
+        this.table = Object.assign(make("table"), { hidden: true });
         this.remarks = make("div");
         box.replaceChildren(this.table, this.remarks);
     }
@@ -95,7 +98,9 @@ export class Figures {
     async show(isShown) {
         this.box.hidden = !isShown;
         if (!isShown) return;
-        await this.update();
+        const updated = this.update();
+        this.box.scrollIntoView({ block: "nearest" }); // with the word that it measures
+        await updated;
         this.box.scrollIntoView({ block: "nearest" });
     }
 
@@ -108,21 +113,32 @@ export class Figures {
     }
 
     async update() {
-        if (this.isMeasuring) {
-            this.isDue = true;
-            return;
-        }
+        clearTimeout(this.timer);
+        this.timer = undefined;
+        this.isDue = true;
+        this.box.setAttribute("aria-busy", "true");
+        if (this.isMeasuring) return;
+        if (this.table.hidden) this.write(undefined, "Measuring…");
         this.isMeasuring = true;
-        do {
+        while (this.isDue) {
             this.isDue = false;
-            this.write(await this.measure()?.catch(() => undefined));
-        } while (this.isDue);
+            try {
+                const figures = await this.measure();
+                if (figures) this.write(figures);
+            } catch (fault) {
+                this.write(undefined, fault instanceof Error ? fault.message : String(fault));
+                this.onFault(fault);
+            }
+        }
         this.isMeasuring = false;
-        this.box.removeAttribute("aria-busy");
+        if (this.timer === undefined) this.box.removeAttribute("aria-busy");
     }
 
-    /** @param {FigureTable | undefined} figures */
-    write(figures) {
+    /**
+     * @param {FigureTable | undefined} figures
+     * @param {string} [line] instead of them
+     */
+    write(figures, line) {
         const head = (/** @type {string} */ text, scope = "col") => Object.assign(make("th", text), { scope });
         const rows = figures?.rows.map(([name, unit, before, after]) =>
             make("tr", head(name, "row"), make("td", before), make("td", after), make("td", unit)),
@@ -131,6 +147,7 @@ export class Figures {
         this.table.hidden = !figures;
         const [before, after] = figures?.remarks ?? [[], []];
         this.remarks.replaceChildren(
+            ...(line ? [make("p", line)] : []),
             ...before.map((remark) => make("p", `Before: ${remark}`)),
             ...after.map((remark) => make("p", `After: ${remark}`)),
         );

@@ -571,6 +571,70 @@ const tests = {
         assert.deepEqual(page.faults, []);
     },
 
+    async "says in order what it measures, saves and opens"() {
+        const page = await open();
+        await until(page, () => !document.getElementById("seek").disabled);
+        const said = await page.evaluate(async () => {
+            const [message, box] = ["message", "figures"].map((id) => document.getElementById(id));
+            const settle = () => new Promise((done) => setTimeout(done));
+            const said = [];
+            const note = async () => {
+                await settle();
+                said.push(`${message.textContent} ${box.textContent}${box.hasAttribute("aria-busy") ? " busy" : ""}`);
+            };
+            const workers = [];
+            globalThis.Worker = class {
+                constructor() {
+                    if (workers.length > 2) throw new Error("It breaks.");
+                    workers.push(this);
+                }
+                postMessage(request) {
+                    this.asked = request;
+                }
+                terminate() {}
+            };
+            const answer = async (number, data) => {
+                await settle();
+                while (!workers[number].asked) await settle();
+                workers[number].asked = undefined;
+                workers[number].onmessage({ data });
+            };
+            document.getElementById("measure").click();
+            await note();
+            document.getElementById("parameter-3").click(); // is measured in 400 ms
+            for (let i = 0; i < 2; i++) {
+                await answer(0, { rows: [], remarks: [["mono"], []] });
+                await note();
+            }
+            // A file is given up for another one while the sound is saved.
+            document.getElementById("export").click();
+            await note();
+            for (const name of ["first", "second"]) {
+                const dataTransfer = new DataTransfer();
+                dataTransfer.items.add(new File(["sound"], name));
+                document.body.dispatchEvent(new DragEvent("drop", { bubbles: true, cancelable: true, dataTransfer }));
+            }
+            await answer(2, { frames: 4800, rate: 48000 });
+            await answer(2, [new Float32Array(4800), new Float32Array(4800)]);
+            await note();
+            await answer(1, new Error("too late"));
+            await note();
+            for (const end = Date.now() + 20000; box.hasAttribute("aria-busy") && Date.now() < end; ) await settle();
+            await note();
+            return said;
+        });
+        const [figures, opened] = ["beforeafterBefore: mono", "second: 48000 Hz, 0.1 s."];
+        assert.deepEqual(said, [
+            "Press Play to hear it. beforeafterMeasuring… busy",
+            `Press Play to hear it. ${figures} busy`,
+            `Press Play to hear it. ${figures}`,
+            `Rendering… ${figures}`,
+            `${opened} ${figures} busy`,
+            `${opened} ${figures} busy`,
+            "It breaks. beforeafterIt breaks.",
+        ]);
+    },
+
     async "says so where it cannot start"() {
         for (const name of ["OffscreenCanvas", "AudioContext", "AudioWorkletNode", "WebAssembly"])
             await says(await open({ before: `delete globalThis.${name}`, shown: "#message" }), "cannot");
@@ -724,6 +788,10 @@ const tests = {
         await page.select("#source", "input");
         await says(page, "headphones");
         assert.equal(await sourceOf(page), "input");
+        await page.click("#measure");
+        await until(page, () => document.getElementById("figures").textContent.endsWith("An input cannot be measured; choose a file."));
+        await page.click("#export");
+        await says(page, "An input cannot be saved; choose a file.");
         await page.evaluate(() => globalThis.stream.getTracks()[0].dispatchEvent(new Event("ended")));
         await shows(page, "Play");
         assert.match(await messageOf(page), /input is gone/);
@@ -832,7 +900,6 @@ const tests = {
         await page.reload();
         await page.waitForSelector("#parameter-7");
         await page.evaluate(() => (HTMLAnchorElement.prototype.click = () => {})); // saves nothing
-        await until(page, () => !document.getElementById("seek").disabled);
         await page.click("#export");
         await says(page, "phrase-kelvane.wav: 32-bit float, 44100 Hz.");
     },
