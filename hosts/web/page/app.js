@@ -476,6 +476,7 @@ async function open(chosen) {
         const { stated = 0, buffer } = player.sound;
         const rate = buffer.sampleRate;
         const seconds = player.duration.toFixed(1);
+        if (player.sound.isUnfinished) return say(`${chosen.name} was never finished: ${rate} Hz, ${seconds} s are there.`);
         if (stated <= buffer.length) say(`${chosen.name}: ${rate} Hz, ${seconds} s.`);
         else say(`${chosen.name} ends early: ${rate} Hz, ${seconds} of ${(stated / rate).toFixed(1)} s are there.`);
     } catch (error) {

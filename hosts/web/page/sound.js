@@ -11,7 +11,8 @@ import { requireStereo } from "./wav.js";
  * @property {AudioBuffer} buffer of one or two channels
  * @property {File} [file] the WAV file that it is the sound of
  * @property {number} [stated] frames that the file says it has
- * @property {boolean} [isExact] whether it is all of a stereo file, to the very sample
+ * @property {boolean} [isUnfinished] whether the file has more than it says, as its recording was never finished
+ * @property {boolean} [isExact] whether it is all of a stereo file without tags and markers, to the very sample
  */
 
 const closed = "The browser has closed the sound output. Reload the page.";
@@ -71,7 +72,7 @@ export class Offline {
     async load(context) {
         const about = await this.request({});
         if (about instanceof ArrayBuffer) return about;
-        const { frames, rate, stated, isExact } = about;
+        const { frames, rate, ...read } = about;
         let buffer;
         try {
             buffer = context.createBuffer(2, frames, rate);
@@ -83,7 +84,7 @@ export class Offline {
             for (const side of [0, 1]) buffer.copyToChannel(channels[side], side, at);
             at += channels[0].length;
         }
-        return { buffer, stated, isExact };
+        return { buffer, ...read };
     }
 }
 

@@ -13,7 +13,7 @@ const [browserName, site, packages, kelvane, chosen = ""] = process.argv.slice(2
 const require = createRequire(path.join(packages, "package.json"));
 const { default: puppeteer } = await import(require.resolve("puppeteer-core"));
 const scratch = mkdtempSync(path.join(tmpdir(), "kelvane-web-"));
-const { writeWav } = await import(`data:text/javascript,${encodeURIComponent(readFileSync(path.join(site, "wav.js"), "utf8"))}`);
+const { readWav, writeWav } = await import(`data:text/javascript,${encodeURIComponent(readFileSync(path.join(site, "wav.js"), "utf8"))}`);
 
 // A static server of the site and of the scratch folder, which counts what it sends.
 const types = { html: "text/html", js: "text/javascript", css: "text/css", wasm: "application/wasm", svg: "image/svg+xml", png: "image/png" };
@@ -199,10 +199,10 @@ const tests = {
         const right = left.map((_, i) => 0.5 * (left[i - 37] ?? 0));
         writeSound("late.wav", 44100, left, right);
         run("render", "odd.wav", "short.wav", "--subtype", "pcm16", "--bypass", "on");
-        run("render", "odd.wav", "middle.wav", "--subtype", "pcm24", "--bypass", "on");
+        run("render", "odd.wav", "middle.rf64", "--subtype", "pcm24", "--bypass", "on");
         for (const [input, values, ...options] of [
             ["late.wav", [0.8, 0.5, 0.3, 0, 0, 0, 0, 0], "--stereo-width", "0.8", "--phase-shift", "0.3"],
-            ["middle.wav", [0.8, 0.4, 0.3, 0, 1, 0, 0, 0], "--stereo-width", "0.8", "--panorama", "0.4", "--phase-shift", "0.3", "--invert-channel", "on"],
+            ["middle.rf64", [0.8, 0.4, 0.3, 0, 1, 0, 0, 0], "--stereo-width", "0.8", "--panorama", "0.4", "--phase-shift", "0.3", "--invert-channel", "on"],
             ["short.wav", [0.5, 0.5, 0, 0, 0, 0, 0, 1], "--bypass", "on"],
             ["odd.wav", [0.5, 0.5, 0, 1, 0, 0, 1, 0], "--swap-channels", "on", "--test-mono", "on"],
         ]) {
@@ -235,6 +235,11 @@ const tests = {
                     assert.equal(text, value === null ? "-" : typeof value === "number" ? value.toFixed(decimals).replace(/^-(?=[0.]*$)/, "") : value, `${input} ${name}`);
                 }
         }
+        // The command carries tags over.
+        const tag = Buffer.from("LIST\x04\0\0\0INFO");
+        const [whole, long] = ["odd.wav", "middle.rf64"].map((name) => readFileSync(path.join(scratch, name)));
+        for (const parts of [[whole.subarray(0, 36), tag, whole.subarray(36)], [long, tag]])
+            assert.ok(!readWav(Uint8Array.from(Buffer.concat(parts)).buffer).isExact);
     },
 
     async "runs the documentation's example"() {
@@ -520,9 +525,13 @@ const tests = {
         const page = await open();
         assert.equal(await page.$$eval("[aria-valuetext='no sound']", ({ length }) => length), 5);
         await page.click("#measure"); // each change finds it at work
-        const shape = (channels, frames, rate = 48000) => {
+        const shape = (channels, frames, rate = 48000, { tag = 3, bits = 32, width = 4, size } = {}) => {
             const bytes = Buffer.from(writeWav({ rate, channels: [new Float32Array(frames), new Float32Array(frames)] }));
+            bytes.writeUInt16LE(tag, 20);
             bytes.writeUInt16LE(channels, 22);
+            bytes.writeUInt16LE(channels * width, 32);
+            bytes.writeUInt16LE(bits, 34);
+            if (size !== undefined) bytes.writeUInt32LE(size, 84);
             return [...bytes];
         };
         writeFileSync(path.join(scratch, "gone.wav"), "RIFF");
@@ -532,9 +541,15 @@ const tests = {
         mkdirSync(path.join(scratch, "gone.wav")); // which no browser reads
         await page.$eval("#file", (input) => input.dispatchEvent(new Event("change")));
         await says(page, "gone.wav: the browser cannot load it");
+        const long = new Uint8Array(2 ** 27 + 89);
+        long.set(shape(1, 0, 8000, { tag: 1, bits: 8, width: 1, size: 2 ** 27 + 1 }));
+        assert.throws(() => readWav(long.buffer), /134217729 frames, a page takes 134217728/);
         for (const [what, bytes, answer, size] of [
             ["cut", shape(2, 8000, 8000).slice(0, 88 + 1600 * 8), /ends early: 8000 Hz, 0.2 of 1.0 s/],
             ["mono", shape(1, 4800), /48000 Hz, 0.2 s/],
+            ["unfinished", shape(2, 1600, 8000, { size: 0 }), /was never finished: 8000 Hz, 0.2 s/],
+            ["open", shape(2, 1600, 8000, { size: 0x7fffffff }), /open.wav: 8000 Hz, 0.2 s/],
+            ["wide", shape(2, 1600, 8000, { tag: 1, bits: 24 }), /8000 Hz, 0.2 s/],
             ["broken", [..."RIFF....WAVEjunk"].map((c) => c.charCodeAt(0)), /cannot read/],
             ["empty", [], /is empty/],
             ["surround", shape(6, 48), /6 channels/],
