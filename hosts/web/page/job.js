@@ -55,26 +55,42 @@ function playPhrase(module) {
 
 /**
  * The sound, or the bytes of a file that is left to the browser.
- * @param {Blob} file
+ * @param {File} file
+ * @param {boolean} isAgain whether it was a WAV file when it was opened
  */
-async function readFile(file) {
+async function readFile(file, isAgain) {
     const bytes = await file.arrayBuffer().catch((error) => {
+        if (isAgain) return new ArrayBuffer(0);
         throw new Error(`the browser cannot load it, which may be for want of memory: ${error.message}`);
     });
-    return readWav(bytes) ?? bytes;
+    const sound = readWav(bytes);
+    if (isAgain && !sound) throw new Error(`${file.name}: the file has changed since it was opened; open it again`);
+    return sound ?? bytes;
 }
 
 /** @type {ArrayBuffer} */
 let bytes;
-/** @type {Promise<Sound | ArrayBuffer>} */
+/** @type {File | Sound | undefined} */
+let source;
+/** @type {Promise<Sound | ArrayBuffer> | undefined} */
 let held;
+
+/** @param {boolean} isAgain */
+async function take(isAgain) {
+    if (source instanceof Blob) return readFile(source, isAgain);
+    return source ?? playPhrase(new Module(bytes, () => performance.now()));
+}
 
 /**
  * The answer to a request: what the sound is, a part of its frames, a file with the rendered sound, or its figures.
  * @param {{at?: number, values?: number[], isMeasured?: boolean}} request
  */
 async function answer({ at, values, isMeasured }) {
-    const sound = await held;
+    held ??= take(values !== undefined);
+    const sound = await held.catch((error) => {
+        held = undefined; // the file may be there again
+        throw error;
+    });
     if (sound instanceof ArrayBuffer) return sound;
     const { channels, ...about } = sound;
     if (at !== undefined) return channels.map((frames) => frames.slice(at, at + partFrames));
@@ -84,18 +100,19 @@ async function answer({ at, values, isMeasured }) {
 }
 
 /** The first message has what the sound is made from; each other is a request. */
-self.onmessage = async ({ data: { source, ...request } }) => {
+self.onmessage = async ({ data: request }) => {
     try {
         if (request.bytes) {
             bytes = request.bytes;
-            if (source instanceof Blob) held = readFile(source);
-            else held = Promise.resolve(source ?? playPhrase(new Module(bytes, () => performance.now())));
+            source = request.source;
             return;
         }
         const made = await answer(request);
         const transfer = made instanceof ArrayBuffer ? [made] : Array.isArray(made) ? made.map(({ buffer }) => buffer) : [];
         self.postMessage(made, { transfer });
     } catch (error) {
-        self.postMessage(error instanceof Error ? error : new Error(String(error)));
+        const isMemory = error instanceof RangeError || error === "out of memory"; // the latter in Firefox
+        if (isMemory) self.postMessage(new Error("there is too little memory for this sound; `kelvane render` takes it"));
+        else self.postMessage(error instanceof Error ? error : new Error(String(error)));
     }
 };

@@ -25,8 +25,13 @@ export class Offline {
      * @param {File | Sound} [source] a WAV file or a sound; without one the built-in phrase
      */
     constructor(bytes, source) {
-        this.worker = new Worker(new URL("./job.js", import.meta.url), { type: "module" });
-        this.worker.postMessage({ bytes, source });
+        this.start = () => {
+            const worker = new Worker(new URL("./job.js", import.meta.url), { type: "module" });
+            worker.postMessage({ bytes, source });
+            return worker;
+        };
+        /** From the first request on. @type {Worker | undefined} */
+        this.worker = undefined;
         /** Rejected by end(). @type {Promise<never>} */
         this.ended = new Promise((_, fail) => (this.fail = fail));
         /** @type {Promise<any>} */
@@ -35,7 +40,7 @@ export class Offline {
 
     /** Stops the worker; what it was asked for and has not answered is rejected. */
     end() {
-        this.worker.terminate();
+        this.worker?.terminate();
         this.ended.catch(() => {}); // nobody may be waiting
         this.fail?.(new Error("The sound was changed while it was rendered."));
     }
@@ -47,9 +52,10 @@ export class Offline {
     request(request) {
         const job = () =>
             new Promise((done, fail) => {
-                this.worker.onmessage = ({ data }) => (data instanceof Error ? fail(data) : done(data));
-                this.worker.onerror = () => fail(new Error("The browser cannot run the page's worker."));
-                this.worker.postMessage(request);
+                const worker = (this.worker ??= this.start());
+                worker.onmessage = ({ data }) => (data instanceof Error ? fail(data) : done(data));
+                worker.onerror = () => fail(new Error("The browser cannot run the page's worker."));
+                worker.postMessage(request);
             });
         this.last = this.last.then(job, job);
         return Promise.race([this.last, this.ended]);
@@ -292,7 +298,7 @@ export class Player {
         const isPlaying = this.playing;
         this.stop();
         this.offset = seconds;
-        if (isPlaying) this.play();
+        if (isPlaying) this.play().catch((error) => this.onFault(error.message));
     }
 
     /** @param {boolean} isLoop */

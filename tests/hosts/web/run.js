@@ -2,7 +2,7 @@
 import assert from "node:assert";
 import { execFileSync } from "node:child_process";
 import { createHash } from "node:crypto";
-import { existsSync, mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from "node:fs";
+import { existsSync, mkdirSync, mkdtempSync, readFileSync, rmSync, utimesSync, writeFileSync } from "node:fs";
 import { createServer } from "node:http";
 import { createRequire } from "node:module";
 import { tmpdir } from "node:os";
@@ -544,6 +544,22 @@ const tests = {
         const long = new Uint8Array(2 ** 27 + 89);
         long.set(shape(1, 0, 8000, { tag: 1, bits: 8, width: 1, size: 2 ** 27 + 1 }));
         assert.throws(() => readWav(long.buffer), /134217729 frames, a page takes 134217728/);
+        const moved = path.join(scratch, "moved.wav");
+        const write = () => (writeFileSync(moved, Buffer.from(shape(2, 1600, 8000))), utimesSync(moved, 1, 1));
+        write();
+        await (await page.$("#file")).uploadFile(moved);
+        await says(page, "moved.wav: 8000 Hz, 0.2 s");
+        rmSync(moved);
+        for (const choice of ["phrase", "opened"]) {
+            await page.select("#source", choice);
+            await until(page, (is) => (document.getElementById("seek").max === "0.2") === is, choice === "opened");
+        }
+        await page.evaluate(() => (HTMLAnchorElement.prototype.click = () => {})); // saves nothing
+        await page.click("#export");
+        await says(page, "moved.wav: the file has changed since it was opened; open it again");
+        write();
+        await page.click("#export");
+        await says(page, "moved-kelvane.wav: 32-bit float");
         for (const [what, bytes, answer, size] of [
             ["cut", shape(2, 8000, 8000).slice(0, 88 + 1600 * 8), /ends early: 8000 Hz, 0.2 of 1.0 s/],
             ["mono", shape(1, 4800), /48000 Hz, 0.2 s/],
@@ -583,6 +599,17 @@ const tests = {
             await until(page, (playing) => document.getElementById("source").value === playing, playing);
         }
         await until(page, () => document.querySelectorAll("#figures td").length > 30);
+        await page.evaluate(() => {
+            globalThis.Worker = class {
+                constructor() {
+                    throw new Error("no worker");
+                }
+            };
+        });
+        await page.select("#source", "phrase");
+        await until(page, () => document.getElementById("source").value === "phrase");
+        await page.click("#export");
+        await says(page, "no worker");
         assert.deepEqual(page.faults, []);
     },
 
@@ -825,6 +852,12 @@ const tests = {
         assert.ok((await page.evaluate(() => globalThis.context.currentTime)) > from + 0.1 + 2048 / 48000);
         await page.click("#play");
         await moves(page);
+        await page.evaluate(() => {
+            globalThis.context.resume = () => Promise.reject(new Error("no output"));
+            document.getElementById("seek").dispatchEvent(new Event("input"));
+            delete globalThis.context.resume;
+        });
+        await says(page, "no output");
         await page.evaluate(() => globalThis.context.dispatchEvent(new Event("error")));
         await says(page, "output has failed");
         await shows(page, "Play");
