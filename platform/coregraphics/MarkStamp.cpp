@@ -60,7 +60,7 @@ MarkStamp::MarkStamp(std::vector<CGPoint> outline) : outline_(std::move(outline)
 }
 
 const std::uint8_t* MarkStamp::copyAt(int phaseX, int phaseY) {
-    const auto which = static_cast<std::size_t>(phaseY * phases + phaseX);
+    const auto which = static_cast<std::size_t>(phaseY) * phases + static_cast<std::size_t>(phaseX);
     auto* const copy = &copies_[which * area_];
     if (!isMade_[which]) {
         make(copy, phaseX, phaseY);
