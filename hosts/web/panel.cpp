@@ -16,6 +16,7 @@
 
 #include "audiounit/parameters.h"
 #include "hosts/instance/presetBank.h"
+#include "hosts/measure/FadingSums.h"
 #include "hosts/measure/Figures.h"
 #include "hosts/measure/StereoSums.h"
 #include "hosts/web/exchange.h"
@@ -33,19 +34,15 @@ using platform::RunLoop;
 namespace {
 
 constexpr std::size_t ringFrames = 2048;
-constexpr double memory = 0.2;      // seconds in which a sum falls to 1/e
-constexpr double silenceAfter = 1;  // seconds without sound, after which no sum is kept
-constexpr double quietest = 1e-6;   // sum of a ring's squares, about -94 dBFS
 
 std::unique_ptr<EditorWindow> editor;
 std::array<float, 2 * ringFrames> heardFrames;  // left and then right
 
 /// What is heard just now.
 struct Heard {
-    measure::StereoSums sums;
-    std::array<float, 2> peaks{};  // of both channels since they were last written
-    double lowestCorrelation = 1;  // since it was last written
-    double silence = 0;            // seconds since a ring with sound
+    measure::FadingSums sums{0.2};  // seconds of memory
+    std::array<float, 2> peaks{};   // of both channels since they were last written
+    double lowestCorrelation = 1;   // since it was last written
 };
 Heard heard;
 
@@ -172,8 +169,6 @@ KELVANE_EXPORT(heardRing) float* heardRing() {
 
 /// Adds the frames at heardRing(), `rate` a second, to the figures of what is heard.
 KELVANE_EXPORT(hear) void hear(double rate) {
-    const double seconds = ringFrames / rate;
-    const double kept = std::exp(-seconds / memory);
     measure::StereoSums ring;
     const auto checked = [](float sample) { return std::isfinite(sample) ? sample : 0; };
     for (std::size_t i = 0; i < ringFrames; ++i) {
@@ -182,14 +177,10 @@ KELVANE_EXPORT(hear) void hear(double rate) {
         heard.peaks = {std::max(heard.peaks[0], std::abs(l)),
                        std::max(heard.peaks[1], std::abs(r))};
     }
-    auto& sums = heard.sums;
-    sums = {.ll = kept * sums.ll + ring.ll,
-            .rr = kept * sums.rr + ring.rr,
-            .lr = kept * sums.lr + ring.lr};
-    heard.silence = ring.ll + ring.rr > quietest ? 0 : heard.silence + seconds;
-    if (sums.isSilent() || heard.silence > silenceAfter) sums = {};
+    heard.sums.add(ring, ringFrames / rate);
+    if (heard.sums.isSilent()) heard.sums.clear();
     // Not of silence: NaN.
-    heard.lowestCorrelation = std::min(heard.lowestCorrelation, sums.correlation());
+    heard.lowestCorrelation = std::min(heard.lowestCorrelation, heard.sums.sums().correlation());
 }
 
 /// Clears the figures of what is heard.
@@ -201,9 +192,10 @@ KELVANE_EXPORT(forgetHeard) void forgetHeard() {
 /// lowest correlation since the last call: a JSON array of texts.
 KELVANE_EXPORT(heardFigures) int heardFigures() {
     measure::Figures figures;
-    figures.correlation = heard.sums.correlation();
-    figures.sideToMid = heard.sums.sideToMid();
-    figures.balance = heard.sums.rightToLeft();
+    const auto& sums = heard.sums.sums();
+    figures.correlation = sums.correlation();
+    figures.sideToMid = sums.sideToMid();
+    figures.balance = sums.rightToLeft();
     std::string texts;
     for (const auto& row : std::span(measure::allFigures).first(3))
         texts += fmt::format("\"{}\",", figureText(row, figures.*row.value));

@@ -5,12 +5,10 @@
 namespace qov::hosts {
 namespace {
 
-constexpr double memory = 0.4;         // seconds in which a sum falls to 1/e
 constexpr double holdTime = 1;         // seconds
 constexpr double peakFall = 20;        // dB a second
 constexpr double correlationRise = 1;  // a second
-constexpr double silenceAfter = 1;     // seconds without a block, or without sound
-constexpr double quietest = 1e-6;      // sum of squares between two looks, about -94 dBFS
+constexpr double absentAfter = 1;      // seconds without a block
 
 }  // namespace
 
@@ -26,7 +24,7 @@ void SignalFigures::follow(Peak& peak, double& heldUntil, float magnitude, doubl
 }
 
 void SignalFigures::clear() {
-    sums_ = {};
+    sums_.clear();
     correlation = lowestCorrelation = sideToMid = balance = NAN;
     input.level = output.level = NAN;
 }
@@ -35,21 +33,18 @@ void SignalFigures::add(const std::optional<SignalMeter::Reading>& reading, doub
     const double passed = now - last_;
     last_ = now;
     if (!reading) {
-        if (now - lastBlock_ > silenceAfter) clear();
+        if (now - lastBlock_ > absentAfter) clear();
         return;
     }
-    const double kept = std::exp(-(now - lastBlock_) / memory);
+    const auto& more = reading->output;
+    const bool isFinite = std::isfinite(more.ll + more.rr);
+    sums_.add(isFinite ? more : measure::StereoSums{}, now - lastBlock_);
     lastBlock_ = now;
     follow(input, inputHeld_, reading->inputPeak, now, passed);
     follow(output, outputHeld_, reading->outputPeak, now, passed);
-    const auto& more = reading->output;
-    if (!std::isfinite(more.ll + more.rr)) return clear();
-    if (more.ll + more.rr > quietest) lastSound_ = now;
-    sums_ = {.ll = kept * sums_.ll + more.ll,
-             .rr = kept * sums_.rr + more.rr,
-             .lr = kept * sums_.lr + more.lr};
-    const auto& sums = sums_;
-    const bool isSilent = sums.isSilent() || now - lastSound_ > silenceAfter;
+    if (!isFinite) return clear();
+    const auto& sums = sums_.sums();
+    const bool isSilent = sums_.isSilent();
     correlation = isSilent ? NAN : sums.correlation();
     sideToMid = isSilent ? NAN : sums.sideToMid();
     balance = isSilent ? NAN : sums.rightToLeft();

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "hosts/instance/SignalMeter.h"
+#include "hosts/measure/FadingSums.h"
 
 namespace qov::hosts {
 
@@ -31,10 +32,9 @@ class SignalFigures {
     static void follow(Peak& peak, double& heldUntil, float magnitude, double now, double passed);
     void clear();
 
-    measure::StereoSums sums_;
-    double last_ = 0;       // call
-    double lastBlock_ = 0;  // call that brought one
-    double lastSound_ = 0;  // call that brought one with sound
+    measure::FadingSums sums_{0.4};  // seconds of memory
+    double last_ = 0;                // call
+    double lastBlock_ = 0;           // call that brought one
     double inputHeld_ = 0, outputHeld_ = 0, lowestHeld_ = 0;
 };
 

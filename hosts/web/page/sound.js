@@ -42,7 +42,7 @@ export class Offline {
     end() {
         this.worker?.terminate();
         this.ended.catch(() => {}); // nobody may be waiting
-        this.fail?.(new Error("The sound was changed while it was rendered."));
+        this.fail?.(new Error("ended")); // the page tells it in its own way
     }
 
     /**
