@@ -34,6 +34,10 @@ URLFetch URLSession::fetch(const URL& url, const Configuration& limits,
     return fetchRemote(url, limits, cancelled);
 }
 
+URLSession::URLSession(const Configuration& configuration) : configuration_(configuration) {
+    prepareRemote();
+}
+
 URLSession& URLSession::shared() {
     static URLSession session;
     return session;

@@ -60,7 +60,7 @@ class URLSession {
     static URLSession& shared();
 
     URLSession() : URLSession(Configuration{}) {}
-    explicit URLSession(const Configuration& configuration) : configuration_(configuration) {}
+    explicit URLSession(const Configuration& configuration);
     /// Cancels pending fetches (NSURLErrorCancelled) and returns after their completions, within
     /// about a second. Not from a completion.
     ~URLSession();

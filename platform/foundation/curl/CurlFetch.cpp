@@ -104,10 +104,14 @@ void prepare(CURL* easy, const URL& url, const URLSession::Configuration& limits
 
 }  // namespace
 
-URLFetch fetchRemote(const URL& url, const URLSession::Configuration& limits,
-                     const std::atomic<bool>* cancelled) {
+void prepareRemote() {
     static std::once_flag once;
     std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
+}
+
+URLFetch fetchRemote(const URL& url, const URLSession::Configuration& limits,
+                     const std::atomic<bool>* cancelled) {
+    prepareRemote();
     const std::unique_ptr<CURL, Cleanup> easy(curl_easy_init());
     if (!easy) return {{}, {}, transferError(CURLE_OUT_OF_MEMORY)};
     Received received{{}, limits.largestResource, cancelled};
