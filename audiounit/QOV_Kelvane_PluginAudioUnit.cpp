@@ -68,6 +68,8 @@ bool QOV_Kelvane_PluginAudioUnit::initWithComponentDescription(
     buildParameterTree();
     const auto format =
         AVAudioFormat::initStandardFormatWithSampleRate(defaultSampleRate, busChannels);
+    // No accessor hands the snapshot out, and its copies would push the rest out of the cache.
+    _kernel.keepsSnapshot = false;
     _kernel.init(static_cast<std::int32_t>(format->channelCount()), format->sampleRate());
 
     _currentFactoryPresetIndex = 0;

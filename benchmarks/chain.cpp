@@ -61,6 +61,7 @@ class Blocks {
 
 std::unique_ptr<Kernel> kernelWith(const Settings& settings) {
     auto kernel = std::make_unique<Kernel>();
+    kernel->keepsSnapshot = false;  // as in the audio unit
     kernel->init(2, 44100);
     kernel->reset();
     for (const auto& [address, value] : settings) kernel->setParameter(address, value);
@@ -192,7 +193,7 @@ void addAll() {
         add("events/" + std::to_string(number), [=](auto& state) { events(state, number); });
     for (const int number : {1, 8, 64, 1000})
         add("instances/" + std::to_string(number), [=](auto& state) { instances(state, number); });
-    // What the memory alone costs there: rings and lines of a thousand, without a snapshot each.
+    // What the memory alone costs there: rings and lines of a thousand.
     add("floors/1000", [](auto& state) { floorOf(state, usualBlock, 1000); });
 }
 

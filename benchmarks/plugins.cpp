@@ -60,6 +60,7 @@ void process(benchmark::State& state, const test::Format& format, const Settings
     for (int i = 0; i < pairs; ++i) {
         gap();
         auto& kernel = *kernels.emplace_back(std::make_unique<Kernel>());
+        kernel.keepsSnapshot = false;  // as in the audio unit
         kernel.init(2, rate);
         kernel.reset();
         for (const auto& [address, value] : settings) kernel.setParameter(address, value);

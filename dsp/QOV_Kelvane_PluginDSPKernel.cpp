@@ -52,7 +52,7 @@ void QOV_Kelvane_PluginDSPKernel::init(std::int32_t channelCount, double rate) {
     storeRelaxed(sampleRate, static_cast<float>(rate));
     nyquist = sampleRate * 0.5f;
     inverseNyquist = 1.0f / nyquist;
-    buffer.allocate(captureFrames);
+    if (keepsSnapshot) buffer.allocate(captureFrames);
     latency.setLength(1);
     latency.prepare(delayFrames(sampleRate, 1.0f));
     circular.allocate(collectorSize);
@@ -283,7 +283,7 @@ void QOV_Kelvane_PluginDSPKernel::renderFused(const Segment& segment, const Chai
 void QOV_Kelvane_PluginDSPKernel::onCaptureFull(void* callee) {
     if (!callee) return;
     auto& kernel = *static_cast<QOV_Kelvane_PluginDSPKernel*>(callee);
-    // Kept as the kernel's last whole capture; the editor reads the ring itself.
+    // Kept as the kernel's last whole capture, for whoever reads it; the editor reads the ring.
     for (std::int32_t c = 0; c < 2; ++c) {
         const float* captured = kernel.circular.getChannel(c);
         float* snapshot = kernel.buffer.getChannel(c);

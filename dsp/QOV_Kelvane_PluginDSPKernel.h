@@ -86,7 +86,8 @@ class QOV_Kelvane_PluginDSPKernel final : public DSPKernel {
     Interpolator stereowidthInterpolator;
     Interpolator panpotInterpolator;
     Interpolator volumeInterpolator;
-    DynaBuffer2 buffer;                 ///< copy of the ring at its last wrap
+    bool keepsSnapshot = true;          ///< whether init() gets storage for `buffer`
+    DynaBuffer2 buffer;                 ///< copy of the ring at its last wrap, if it has storage
     CircularBuffer2 circular;           ///< capture ring; a read by another thread may tear
     std::int32_t collectorSize = 1024;  ///< frames per snapshot
     bool isNewBufferAvailable = false;  ///< shared; the ring wrapped since a reader cleared it
