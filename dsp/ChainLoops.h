@@ -28,10 +28,10 @@ struct ShapeStages {
 
 /// The factors of a shape loop.
 struct Shape {
-    std::uint32_t leftSign, rightSign;  ///< bits to flip in each source: the sign bit, or none
-    float recover;                      ///< half of the amount of recover mono
-    float width;                        ///< width adjustment, -1..+1
-    float pan;                          ///< -1 full left, +1 full right
+    float left, right;  ///< of each source: the gain where it is still due, negative to invert
+    float recover;      ///< half of the amount of recover mono
+    float width;        ///< width adjustment, -1..+1
+    float pan;          ///< -1 full left, +1 full right
 };
 
 /// The hot loops of the chain in one form of the processor. All forms give the same bits, those of

@@ -29,8 +29,6 @@ std::int32_t delayFrames(float sampleRate, float value) {
     return std::max(1, saturate<std::int32_t>(longestDelay(sampleRate) * value));
 }
 
-constexpr std::uint32_t signBit = 0x80000000;
-
 float* samples(const platform::AudioBufferList* list, std::int32_t channel, std::uint32_t offset) {
     return static_cast<float*>(list->mBuffers[channel].mData) + offset;
 }
@@ -248,25 +246,21 @@ void QOV_Kelvane_PluginDSPKernel::renderPlain(const Segment& segment, const Bloc
     circular.exchange(left, right, count);
 }
 
-// The same bits in two passes: into the out blocks through gain and delay, then through all other
-// stages into the ring.
+// The same bits in two passes: the left channel into its out block through gain and delay, then
+// both through all other stages into the ring.
 void QOV_Kelvane_PluginDSPKernel::renderFused(const Segment& segment, const ChainLoops& loops,
                                               const Block& block) {
     const auto [inLeft, inRight, left, right, count] = block;
-    latency.exchange(inLeft, left, count, segment.gain, loops);
     const float* fromLeft = left;
     const float* fromRight = inRight;
-    if (segment.gain != 1.0f) {
-        loops.scale(inRight, right, count, segment.gain);
-        fromRight = right;
-    }
-    Shape shape{segment.inverted ? signBit : 0, 0, segment.amount * 0.5f, segment.width,
+    Shape shape{segment.inverted ? -1.0f : 1.0f, segment.gain, segment.amount * 0.5f, segment.width,
                 segment.pan};
     if (segment.swapped) {
         std::swap(fromLeft, fromRight);
-        std::swap(shape.leftSign, shape.rightSign);
+        std::swap(shape.left, shape.right);
     }
     const auto shapeRun = loops.shape[segment.stages.index()];
+    latency.exchange(inLeft, left, count, segment.gain, loops);
     for (std::int32_t i = 0; i < count;) {
         if (circular.pos >= circular.size) {
             circular.wrap();

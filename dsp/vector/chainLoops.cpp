@@ -48,10 +48,6 @@ inline float fusedMultiplyAdd(float x, float y, float z) {
 }
 #endif
 
-inline float flipped(float value, std::uint32_t sign) {
-    return __builtin_bit_cast(float, __builtin_bit_cast(std::uint32_t, value) ^ sign);
-}
-
 // Frames: as many as this form computes at once.
 #if defined(__AVX512F__)
 #define QOV_VECTORS
@@ -60,9 +56,6 @@ using Frames = __m512;
 inline Frames fusedMultiplyAdd(Frames x, float y, Frames z) {
     return _mm512_fmadd_ps(x, _mm512_set1_ps(y), z);
 }
-inline Frames flipped(Frames value, std::uint32_t sign) {
-    return _mm512_xor_ps(value, _mm512_castsi512_ps(_mm512_set1_epi32(static_cast<int>(sign))));
-}
 #elif defined(__FMA__)
 #define QOV_VECTORS
 using Frames = __m256;
@@ -70,18 +63,12 @@ using Frames = __m256;
 inline Frames fusedMultiplyAdd(Frames x, float y, Frames z) {
     return _mm256_fmadd_ps(x, _mm256_set1_ps(y), z);
 }
-inline Frames flipped(Frames value, std::uint32_t sign) {
-    return _mm256_xor_ps(value, _mm256_castsi256_ps(_mm256_set1_epi32(static_cast<int>(sign))));
-}
 #elif defined(__aarch64__)
 #define QOV_VECTORS
 using Frames = float32x4_t;
 
 inline Frames fusedMultiplyAdd(Frames x, float y, Frames z) {
     return vfmaq_n_f32(z, x, y);
-}
-inline Frames flipped(Frames value, std::uint32_t sign) {
-    return vreinterpretq_f32_u32(veorq_u32(vreinterpretq_u32_f32(value), vdupq_n_u32(sign)));
 }
 #elif defined(__SSE2__)
 #define QOV_VECTORS
@@ -127,10 +114,6 @@ inline Frames fusedMultiplyAdd(Frames x, float y, Frames z) {
     if (_mm_movemask_epi8(_mm_or_si128(isMiddle, isTiny)) == 0) return result;
     return narrowed(sumRoundedToOdd(lowProduct, lowAddend),
                     sumRoundedToOdd(highProduct, highAddend));
-}
-
-inline Frames flipped(Frames value, std::uint32_t sign) {
-    return _mm_xor_ps(value, _mm_castsi128_ps(_mm_set1_epi32(static_cast<int>(sign))));
 }
 #endif
 
@@ -232,8 +215,8 @@ template <int index, class Number>
 [[gnu::always_inline]] inline void shapeFrames(const Shape& shape, Number& l, Number& r) {
     constexpr ShapeStages stages = ShapeStages::at(index);
     static_assert(stages.index() == index);
-    l = flipped(l, shape.leftSign);
-    r = flipped(r, shape.rightSign);
+    l = l * shape.left;
+    r = r * shape.right;
     if constexpr (stages.recover) Formulas::recover(l, r, shape.recover);
     if constexpr (stages.width == ShapeStages::above) Formulas::widen(l, r, shape.width);
     if constexpr (stages.width == ShapeStages::below) Formulas::narrow(l, r, shape.width);

@@ -65,7 +65,7 @@ TEST_P(Forms, RoundAFusedSumOnce) {
             right[i] = left[i] - 2 - static_cast<float>(k) * 0x1p-22f;  // a side of 1 + k 2^-23
         }
         constexpr ShapeStages widened{false, ShapeStages::above, ShapeStages::neutral, false};
-        const Shape shape{0, 0, 0, plain.fAdjust, 0};
+        const Shape shape{1, 1, 0, plain.fAdjust, 0};
         ChainLoops::current()->shape[widened.index()](shape, left.data(), right.data(), none.data(),
                                                       none.data(), ringLeft.data(),
                                                       ringRight.data(), 33);
