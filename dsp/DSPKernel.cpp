@@ -21,6 +21,11 @@ void DSPKernel::processWithEvents(const platform::AudioTimeStamp& timestamp,
                                   std::uint32_t frameCount, const platform::AURenderEvent* events) {
     if (frameCount == 0) return;
     if (!events) return process(frameCount, 0);
+    processInSegments(timestamp, frameCount, events);
+}
+
+void DSPKernel::processInSegments(const platform::AudioTimeStamp& timestamp,
+                                  std::uint32_t frameCount, const platform::AURenderEvent* events) {
     auto now = saturate<std::int64_t>(timestamp.mSampleTime);
     std::uint32_t remaining = frameCount;
     const platform::AURenderEvent* event = events;

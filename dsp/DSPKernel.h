@@ -33,6 +33,10 @@ class DSPKernel {
  protected:
     // Kernels are held by value, never deleted through this class.
     ~DSPKernel() = default;
+
+ private:
+    void processInSegments(const platform::AudioTimeStamp& timestamp, std::uint32_t frameCount,
+                           const platform::AURenderEvent* events);
 };
 
 }  // namespace qov

@@ -59,8 +59,7 @@ void Latency::exchange(const float* in, float* out, std::int32_t count, float ga
     std::int32_t i = 0;
     while (i < count && isReady(out, i)) {
         std::int32_t run = std::min(count - i, end() - pos);
-        if (pos == 0 && end() < shortestRun && end() < count - i &&
-            lSize == loadRelaxed(lNewSize)) {
+        if (run < count - i && run < shortestRun && pos == 0 && lSize == loadRelaxed(lNewSize)) {
             run = count - i;
             shift(in + i, out + i, run, gain, loops);
         } else {
