@@ -67,7 +67,8 @@ std::int64_t VirtualFile::read(std::byte* to, std::int64_t count) {
     while (done < count) {
         auto got = count - done;
         if (position_ < start_ || position_ >= start_ + size_) {
-            if (got >= largeRequest) {
+            // The rest of a large request, too: else all that follow would go through the piece.
+            if (count >= largeRequest) {
                 got = transfer(pread, descriptor_, to + done, got, position_, error_);
                 position_ += got;
                 return done + got;
