@@ -128,8 +128,9 @@ Shard parseShard(const std::string& text) {
 
 void BatchOptions::declare(OptionParser& parser) {
     parser.addOption("-j,--jobs", jobs, "files at a time (all cores)", "N");
-    parser.addOption("--files-from", filesFrom,
-                     "take the files of a list, too, one a line; - for standard input", "LIST");
+    parser.addOption(
+        "--files-from", filesFrom,
+        "take the files of a list, too, one a line or NUL-separated; - for standard input", "LIST");
     parser.addOption("--shard", shard,
                      "only the Ith of N shares of the files, the same on every machine", "I/N");
 }
