@@ -8,6 +8,7 @@
 #include "editor/StereoControls.h"
 #include "platform/coregraphics/CGBitmapContext.h"
 #include "platform/dispatch/RunLoop.h"
+#include "platform/uikit/DrawingRecord.h"
 #include "platform/uikit/UIGraphics.h"
 #include "platform/uikit/UITouch.h"
 #include "platform/uikit/UIWindow.h"
@@ -52,13 +53,17 @@ struct EditorRig {
     }
     float parameter(int address) const { return controller->audioUnit()->getParameter(address); }
 
-    /// A view alone, of a width and height in points, at a number of pixels per point.
+    /// A view alone, of a width and height in points, at a number of pixels per point; recorded and
+    /// played back, as a window does it.
     static std::unique_ptr<platform::CGBitmapContext> draw(platform::UIView& view, double width,
                                                            double height, double scale = 1) {
         auto picture = platform::makeBitmapContext(static_cast<int>(width * scale),
                                                    static_cast<int>(height * scale), scale);
-        const platform::UIGraphicsContextScope scope(*picture);
+        platform::DrawingRecord record;
+        record.begin({width, height}, scale);
+        const platform::UIGraphicsContextScope scope(record);
         view.draw({0, 0, width, height});
+        record.play(*picture);
         return picture;
     }
 
