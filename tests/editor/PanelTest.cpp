@@ -115,27 +115,24 @@ TEST_F(Panel, EachHotspotSwitchesOrStartsItsOwnControl) {
 }
 
 TEST_F(Panel, DragsFollowTheFingerAndStopAtTheEnds) {
-    const struct {
-        double width, scaler;
-        CGPoint from, to;
-        const char* reports;
-    } rows[]{{680, 1, {300, 370}, {300, 310}, "p0=0.6 "},  // 60 units up: a tenth of the range
-             {680, 1, {300, 370}, {330, 370}, "p0=0.55 "},
-             {680, 1, {300, 370}, {300, -4630}, "p0=1 "},
-             {680, 1, {300, 370}, {300, 5370}, "p0=0 "},
-             {680, 2, {200, 50}, {215, 35}, "p1=0.6 "},
-             {680, 1, {460, 60}, {460, 0}, ""},
-             {1360, 1, {1020, 400}, {1020, 160}, "p2=0.6 "}};  // divided by the scale twice
-    for (const auto& row : rows) {
-        show({row.width, row.width * 11 / 17});
-        panel->scaler = row.scaler;
+    const std::tuple<double, double, CGPoint, CGPoint, const char*> rows[]{
+        {680, 1, {300, 370}, {300, 310}, "p0=0.6 "},  // 60 units up: a tenth of the range
+        {680, 1, {300, 370}, {330, 370}, "p0=0.55 "},
+        {680, 1, {300, 370}, {300, -4630}, "p0=1 "},
+        {680, 1, {300, 370}, {300, 5370}, "p0=0 "},
+        {680, 2, {200, 50}, {215, 35}, "p1=0.6 "},
+        {680, 1, {460, 60}, {460, 0}, ""},
+        {1360, 1, {1020, 400}, {1020, 160}, "p2=0.6 "}};  // divided by the scale twice
+    for (const auto& [width, scaler, from, to, expected] : rows) {
+        show({width, width * 11 / 17});
+        panel->scaler = scaler;
         for (const int address : {0, 1, 2}) panel->updateParameter(address, 0.5F);
-        down(row.from);
+        down(from);
         takeReports();
-        move(row.to);
-        EXPECT_EQ(takeReports(), row.reports);
-        up(row.to);
-        EXPECT_EQ(takeReports(), row.reports) << "lifting is a last drag";
+        move(to);
+        EXPECT_EQ(takeReports(), expected);
+        up(to);
+        EXPECT_EQ(takeReports(), expected) << "lifting is a last drag";
         EXPECT_EQ(takeEvents(), "1 4096 4096 64 ");
         EXPECT_TRUE(panel->currentEditingMode.empty() && !controller->touchesLocked);
     }

@@ -1,6 +1,7 @@
 #include <sys/stat.h>
 
 #include <random>
+#include <tuple>
 
 #include <gmock/gmock.h>
 
@@ -110,21 +111,17 @@ TEST(FileTree, ShowsAndPrintsWhatAnIdentifierNames) {
                       tag = "FileTree: ", expanded = "Root node was expanded.";
     tree->setExpanded(true);
     EXPECT_FALSE(tree->root->_expanded);
-    struct Case {
-        void (FileTree::*make)(const std::string& identifier);
-        std::string identifier, list, lines;
-    };
     const auto page = &FileTree::makeExpandedPage, path = &FileTree::makeExpandedPath;
     for (const auto& [make, identifier, list, lines] :
-         {Case{page, top, " a d", tag + expanded},
-          Case{path, top, " a d", tag + "(" + top + ") " + expanded},
-          Case{path, workingSet, " a d", tag + "(" + workingSet + ") " + expanded},
-          Case{page, workingSet, "", notFound},
-          Case{path, "1", " a/b a/b/c", tag + "The following folder was found:  1 b"},
-          Case{page, "2", "",
-               tag + "The following file was found:  2 c|"
-                     "Warning: The file cannot become expanded."},
-          Case{path, "4", "", notFound}}) {
+         {std::tuple{page, top, " a d", tag + expanded},
+          {path, top, " a d", tag + "(" + top + ") " + expanded},
+          {path, workingSet, " a d", tag + "(" + workingSet + ") " + expanded},
+          {page, workingSet, "", notFound},
+          {path, "1", " a/b a/b/c", tag + "The following folder was found:  1 b"},
+          {page, "2", "",
+           tag + "The following file was found:  2 c|"
+                 "Warning: The file cannot become expanded."},
+          {path, "4", "", notFound}}) {
         ((*tree).*make)(identifier);
         EXPECT_EQ(shown(*tree), list) << identifier;
         EXPECT_EQ(console.taken(), lines) << identifier;
