@@ -18,10 +18,7 @@ namespace qov::test {
 
 /// A controller on a run loop whose clock only advances by hand, and a window to show it in.
 struct EditorRig {
-    EditorRig() = default;
     ~EditorRig() { loop->end(); }
-    EditorRig(const EditorRig&) = delete;
-    EditorRig& operator=(const EditorRig&) = delete;
 
     std::shared_ptr<platform::AUAudioUnit> createAudioUnit() {
         return controller->createAudioUnit(componentDescription, nullptr);

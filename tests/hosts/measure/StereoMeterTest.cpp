@@ -96,7 +96,9 @@ TEST(StereoMeter, AgreesWithLibebur128OnNoiseOfChangingLevel) {
         // In the end below the absolute gate.
         const double decibels = i < 30 * signal.rate ? -15 + 15 * std::sin(i / 70000.0) : -55;
         const double level = std::pow(10, decibels / 20);
-        const double left = level * noise(random);
+        // First the EBU's sine whose true peak is 3 dB above its samples.
+        const double sine = 1.41 * std::sin(pi * i / signal.rate) * std::sin(pi / 2 * i + pi / 4);
+        const double left = i < signal.rate ? sine : level * noise(random);
         signal.add(left, 0.6 * left + 0.5 * level * noise(random));
         both.insert(both.end(), {signal.left.back(), signal.right.back()});
         for (int side = 0; side < 2; ++side)
