@@ -3,6 +3,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -92,16 +93,12 @@ class Gestures : public testing::Test {
         std::make_shared<UILongPressGestureRecognizer>();
 };
 
-struct Case {
-    const char *name, *steps, *seen;
-};
-
 // One after the other on one window, so each also shows that the gestures are ready again.
 TEST_F(Gestures, OfOneAndTwoFingersWheelAndTrackpad) {
     for (const auto& [name, steps, expected] : {
-             Case{"a drag begins beyond 10 points and reports the whole way",
-                  "d150 150 m156 157 | m158 158 m250 170 u250 170",
-                  "|pan began 8,8;pan changed 100,20;pan ended 100,20;"},
+             std::tuple{"a drag begins beyond 10 points and reports the whole way",
+                        "d150 150 m156 157 | m158 158 m250 170 u250 170",
+                        "|pan began 8,8;pan changed 100,20;pan ended 100,20;"},
              {"a second finger does not make a drag jump",
               "d150 150 m170 150 D250 190 | M260 190 u170 150 | M261 191 U261 191",
               "pan began 20,0;|pan changed 25,0;|pan changed 26,1;pan ended 26,1;"},
