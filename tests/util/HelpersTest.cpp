@@ -74,11 +74,9 @@ TEST_F(Helpers, PinAViewToItsSuperviewWhateverBecomesOfThat) {
     outer->addSubview(inner);
     qov::pinToSuperviewEdges(*inner);
     EXPECT_FALSE(inner->translatesAutoresizingMaskIntoConstraints());
-    for (const CGRect frame : {CGRect{{10, 20}, {300, 200}}, CGRect{{0, 0}, {1, 7}}}) {
-        outer->setFrame(frame);
-        outer->layoutIfNeeded();
-        EXPECT_EQ(inner->frame(), outer->bounds());
-    }
+    outer->setFrame({{0, 0}, {1, 7}});
+    outer->layoutIfNeeded();
+    EXPECT_EQ(inner->frame(), outer->bounds());
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -86,16 +87,13 @@ TEST_F(LoadImage, FetchesWhateverTheStatusAndRemovesThePictureForOtherData) {
     const std::string lost =
         "Error Domain=NSURLErrorDomain Code=-1005 \"The network connection was lost.\"";
     qov::getImageFromURLString(*view, "not a url");
-    struct Case {
-        std::string address;
-        CGSize size;  // of the picture afterwards; 1 x 1 is the one before, 0 x 0 none
-        std::string lines;
-    };
+    // The picture's size afterwards: 1 x 1 is the one before, 0 x 0 none.
     for (const auto& [address, size, lines] :
-         {Case{server.address("/missing"), {3, 2}, ""}, Case{server.address("/page"), {}, ok},
-          Case{server.address("/red.png"), {3, 2}, ok},
-          Case{files + "red.jpg", {3, 2}, ""},  // a file has no HTTP status: nothing is printed
-          Case{server.address("/cut"), {1, 1}, lost}}) {
+         {std::tuple{server.address("/missing"), CGSize{3, 2}, std::string()},
+          {server.address("/page"), {}, ok},
+          {server.address("/red.png"), {3, 2}, ok},
+          {files + "red.jpg", {3, 2}, ""},  // a file has no HTTP status: nothing is printed
+          {server.address("/cut"), {1, 1}, lost}}) {
         view->setImage(before);
         qov::getImageFromURLString(*view, address);
         turnUntil([&, left = size.width == 1] {

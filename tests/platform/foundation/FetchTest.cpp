@@ -1,6 +1,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <tuple>
+
 #include <gmock/gmock.h>
 
 #include "platform/foundation/Data.h"
@@ -63,20 +65,17 @@ TEST_F(Fetch, AnswersAndFailuresOfServers) {
     const LoopbackServer silent;
     URLSession::Configuration limits;
     limits.largestResource = 100'000;
-    struct Case {
-        URL from;
-        std::string data;
-        int status;
-        long error = 0;
-    };
     for (const auto& [from, data, status, error] :
-         {Case{web("/hello"), "hello", 200}, Case{web("/gone"), "nothing here", 404},
-          Case{web("/moved"), "hello", 200}, Case{web("/cut"), "(none)", 0, -1005},
-          Case{web("/loop"), "(none)", 0, -1007}, Case{web("/local"), "(none)", 0, -1002},
-          Case{web("/large"), "(none)", 0, -1103},
-          Case{url("ftp://127.0.0.1/"), "(none)", 0, -1002},
-          Case{url("relative/a.png"), "(none)", 0, -1002},
-          Case{url(silent.address("/")), "(none)", 0, -1004}}) {
+         {std::tuple{web("/hello"), "hello", 200, 0},
+          {web("/gone"), "nothing here", 404, 0},
+          {web("/moved"), "hello", 200, 0},
+          {web("/cut"), "(none)", 0, -1005},
+          {web("/loop"), "(none)", 0, -1007},
+          {web("/local"), "(none)", 0, -1002},
+          {web("/large"), "(none)", 0, -1103},
+          {url("ftp://127.0.0.1/"), "(none)", 0, -1002},
+          {url("relative/a.png"), "(none)", 0, -1002},
+          {url(silent.address("/")), "(none)", 0, -1004}}) {
         const auto got = URLSession::fetch(from, limits);
         EXPECT_EQ(text(got.data), data) << from.absoluteString();
         EXPECT_EQ(got.error.code(), error) << from.absoluteString();

@@ -5,6 +5,7 @@
 #include <ctime>
 #include <filesystem>
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -23,13 +24,8 @@ using Case = std::pair<std::string, std::string>;
 
 // Instants and wall clocks from Python's datetime and zoneinfo; the POSIX zones by hand.
 TEST(DateFormatter, UsesTheZoneOfTheProcess) {
-    struct Instant {
-        const char* zone;
-        double seconds;  // since 1970
-        const char* text;
-    };
     for (const auto& [zone, seconds, text] :
-         {Instant{"America/New_York", 1767625445, "Jan 5, 2026 at 10:04:05 AM"},
+         {std::tuple{"America/New_York", 1767625445.0, "Jan 5, 2026 at 10:04:05 AM"},
           {"America/New_York", 1783263845, "Jul 5, 2026 at 11:04:05 AM"},
           // One second before and at the change to summer time.
           {"Europe/Berlin", 1774745999, "Mar 29, 2026 at 1:59:59 AM"},
@@ -76,13 +72,11 @@ TEST(Number, IsOneWhateverItWasMadeFrom) {
         EXPECT_EQ(Number(real), Number(whole));
 }
 
-TEST(NSError, DescribesItselfByTextOrCode) {
-    const NSError plain(NSOSStatusErrorDomain, -10875), described("D", 13, "Denied");
+TEST(NSError, DescribesItselfByItsCodeForWantOfAText) {
+    const NSError plain(NSOSStatusErrorDomain, -10875);
     EXPECT_EQ(plain.localizedDescription(),
               "The operation couldn’t be completed. (OSStatus error -10875.)");
     EXPECT_EQ(plain.description(), "Error Domain=NSOSStatusErrorDomain Code=-10875 \"(null)\"");
-    EXPECT_EQ(described.localizedDescription(), "Denied");
-    EXPECT_EQ(described.description(), "Error Domain=D Code=13 \"Denied\"");
     EXPECT_FALSE(NSError());
 }
 
