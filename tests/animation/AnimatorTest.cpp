@@ -1,6 +1,7 @@
 #include <cctype>
 #include <map>
 #include <sstream>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -103,15 +104,9 @@ class Animators : public testing::Test {
 };
 
 TEST_F(Animators, RunReverseRewindLoopAndObeyTheirCallbacks) {
-    struct Case {
-        const char* name;
-        float source, destination;
-        int frames;
-        const char *steps, *log;
-    };
     for (const auto& [name, source, destination, frames, steps, expected] : {
-             Case{"reports the value before each frame, settles on the call after the last", 0, 1,
-                  4, "4=3=", "0 0.25 0.5 0.75 =1 finished:1 done=1 "},
+             std::tuple{"reports the value before each frame, settles on the call after the last",
+                        0.0F, 1.0F, 4, "4=3=", "0 0.25 0.5 0.75 =1 finished:1 done=1 "},
              {"no frames: finishes on the first call, also when rewound", 0, 3, -5, "2w=2",
               "finished:3 =0 finished:3 "},
              {"no distance: finishes on the first call", 2, 2, 100, "2", "finished:2 "},

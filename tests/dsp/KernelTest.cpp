@@ -36,28 +36,22 @@ class Recorder final : public DSPKernel {
 };
 
 TEST(Events, CallForSegmentsInOrder) {
-    struct Case {
-        const char* name;
-        double start;
-        std::vector<int> times;  // from the cycle's start, of events of addresses 1, 2, ...
-        const char* expected;
-        std::int64_t origin = 0;
-    };
-    for (const auto& [name, start, times, expected, origin] :
-         {Case{"on the first frame", 100, {100}, "e1 p64@0 "},
-          Case{"in the middle", 100, {110, 130}, "p10@0 e1 p20@10 e2 p34@30 "},
-          Case{"late", 100, {50, 60}, "e1 e2 p64@0 "},
-          Case{"out of order at once", 0, {20, 5, 30}, "p20@0 e1 e2 p10@20 e3 p34@30 "},
-          Case{"at the end no more segment", 0, {64, 64}, "p64@0 e1 e2 "},
-          Case{"after the end is left where the cycle is full", 0, {64, 65}, "p64@0 e1 "},
-          Case{"beyond the end", 0, {70, 80}, "p70@0 e1 p10@70 e2 p4294967280@80 "},
-          Case{"time is truncated toward zero", -0.9, {3}, "p3@0 e1 p61@3 "},
-          Case{"a NaN time is zero", NAN, {3}, "p3@0 e1 p61@3 "},
-          Case{"time beyond the clock saturates", 0x1p63, {-1}, "e1 p64@0 ", INT64_MAX},
-          Case{"time before the clock saturates", -1e300, {3}, "p3@0 e1 p61@3 ", INT64_MIN}}) {
+    // The times of events of addresses 1, 2, ...
+    using Times = std::vector<std::int64_t>;
+    for (const auto& [name, start, times, expected] :
+         {tuple{"on the first frame", 100.0, Times{100}, "e1 p64@0 "},
+          {"in the middle", 100, {110, 130}, "p10@0 e1 p20@10 e2 p34@30 "},
+          {"late", 100, {50, 60}, "e1 e2 p64@0 "},
+          {"out of order at once", 0, {20, 5, 30}, "p20@0 e1 e2 p10@20 e3 p34@30 "},
+          {"at the end no more segment", 0, {64, 64}, "p64@0 e1 e2 "},
+          {"after the end is left where the cycle is full", 0, {64, 65}, "p64@0 e1 "},
+          {"beyond the end", 0, {70, 80}, "p70@0 e1 p10@70 e2 p4294967280@80 "},
+          {"time is truncated toward zero", -0.9, {3}, "p3@0 e1 p61@3 "},
+          {"a NaN time is zero", NAN, {3}, "p3@0 e1 p61@3 "},
+          {"time beyond the clock saturates", 0x1p63, {INT64_MAX - 1}, "e1 p64@0 "},
+          {"time before the clock saturates", -1e300, {INT64_MIN + 3}, "p3@0 e1 p61@3 "}}) {
         std::vector<platform::AURenderEvent> events;
-        for (const int time : times)
-            events.push_back(parameterEvent(origin + time, events.size() + 1, 0));
+        for (const auto time : times) events.push_back(parameterEvent(time, events.size() + 1, 0));
         Recorder kernel;
         kernel.processWithEvents({.mSampleTime = start}, 0, linked(events));
         EXPECT_EQ(kernel.log.str(), "") << "an empty cycle drops its events";
@@ -80,23 +74,21 @@ TEST(Events, ArePassedOnByTheirType) {
 }
 
 TEST(Events, MidiMessagesOfOneToThreeBytesSetTheirControllersParameter) {
-    constexpr std::uint64_t none = 99;
-    struct Message {
-        std::uint8_t status, number, value;
-        std::uint16_t length;
-        std::uint64_t address;
-    };
-    for (const auto& [status, number, value, length, address] :
-         {Message{0xB0, 7, 127, 3, kVolume}, Message{0xBF, 10, 64, 2, kPanorama},
-          Message{0xB0, 11, 100, 1, kStereoWidth},  // all of it read, however short
-          Message{0xB0, 7, 127, 0, none}, Message{0xB0, 7, 127, 4, none},
-          Message{0xB0, 12, 127, 3, none}, Message{0xF8, 7, 127, 1, none}}) {
+    constexpr ParameterAddress none{99};
+    for (const auto& [event, address] :
+         {std::pair{midiEvent(0, 0xB0, 7, 127), kVolume},
+          {midiEvent(0, 0xBF, 10, 64, 2), kPanorama},
+          {midiEvent(0, 0xB0, 11, 100, 1), kStereoWidth},  // all of it read, however short
+          {midiEvent(0, 0xB0, 7, 127, 0), none},
+          {midiEvent(0, 0xB0, 7, 127, 4), none},
+          {midiEvent(0, 0xB0, 12, 127), none},
+          {midiEvent(0, 0xF8, 7, 127, 1), none}}) {
         Kernel kernel;
         for (const auto each : {kVolume, kPanorama, kStereoWidth}) kernel.setParameter(each, 9);
-        const auto event = midiEvent(0, status, number, value, length);
         kernel.handleOneEvent(&event);
+        const float value = event.MIDI.data[2] / 127.0f;
         for (const auto each : {kVolume, kPanorama, kStereoWidth})
-            EXPECT_EQ(kernel.getParameter(each), each == address ? value / 127.0f : 9);
+            EXPECT_EQ(kernel.getParameter(each), each == address ? value : 9);
     }
 }
 
@@ -133,9 +125,6 @@ TEST(Kernel, TakesTheDelayLengthFromTheSampleRate) {
 TEST(Kernel, InitAdoptsTheFormatAndForgetsTheSound) {
     KernelRig rig(96000);
     Kernel& kernel = rig.kernel;
-    EXPECT_EQ(tuple(kernel.nyquist, kernel.inverseNyquist, kernel.buffer.size, kernel.latency.pos,
-                    kernel.volumeInterpolator.currentValue),
-              tuple(48000, 1.0f / 48000, 2048, 1024, 1));
     Samples left(3000, 1), right(3000, 1);
     rig.render(left, right);
     EXPECT_NE(kernel.buffer.data[1][2047], 0) << "the ring's capture";

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -52,14 +53,12 @@ TEST(Buffers, KeepClearGrowAndDropTheirFrames) {
 // A ring of 1 2 3 4 on the left and ten times that on the right, and what each traversal of three
 // frames of (7, 70) from its third frame on leaves behind.
 TEST(Ring, TraversalsWrapAndNotifyOnTheFrameAfterTheLast) {
-    struct Case {
-        char traversal;
-        Samples ring, block;
-    };
     for (const auto& [traversal, expectedRing, block] :
-         {Case{'w', {7, 2, 7, 7}, {7, 7, 7}}, Case{'r', {1, 2, 3, 4}, {3, 4, 1}},
-          Case{'x', {7, 2, 7, 7}, {3, 4, 1}}, Case{'a', {7, 2, 7, 7}, {10, 11, 8}},
-          Case{'n', {1, 2, 3, 4}, {7, 7, 7}}}) {
+         {std::tuple{'w', Samples{7, 2, 7, 7}, Samples{7, 7, 7}},
+          {'r', {1, 2, 3, 4}, {3, 4, 1}},
+          {'x', {7, 2, 7, 7}, {3, 4, 1}},
+          {'a', {7, 2, 7, 7}, {10, 11, 8}},
+          {'n', {1, 2, 3, 4}, {7, 7, 7}}}) {
         CircularBuffer2 ring;
         ring.allocate(4);
         int notified = 0;
