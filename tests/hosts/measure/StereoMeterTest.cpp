@@ -90,16 +90,18 @@ TEST(StereoMeter, CorrelationSideBalancePeakAndOffsetOfSinesAreThoseOfTheirFormu
 TEST(StereoMeter, AgreesWithLibebur128OnNoiseOfChangingLevel) {
     Signal signal{.rate = 44100, .left = {}, .right = {}};
     std::mt19937 random(1);
-    std::normal_distribution<double> noise(0, 0.1);
+    std::normal_distribution<double> noise(0, 1);
+    double low = 0;
     std::vector<float> both, sum;
     for (int i = 0; i < 45 * signal.rate; ++i) {
         // In the end below the absolute gate.
-        const double decibels = i < 30 * signal.rate ? -15 + 15 * std::sin(i / 70000.0) : -55;
+        const double decibels = i < 30 * signal.rate ? -15 + 15 * std::sin(i / 70000.0) : -70;
         const double level = std::pow(10, decibels / 20);
         // First the EBU's sine whose true peak is 3 dB above its samples.
-        const double sine = 1.41 * std::sin(pi * i / signal.rate) * std::sin(pi / 2 * i + pi / 4);
-        const double left = i < signal.rate ? sine : level * noise(random);
-        signal.add(left, 0.6 * left + 0.5 * level * noise(random));
+        const double sine = 1.41 * std::sin(pi * i / 4410) * std::sin(pi / 2 * i + pi / 4);
+        low += (noise(random) - low) / 8;
+        const double left = i < 4410 ? sine : level * low;
+        signal.add(left, 0.6 * left + 0.1 * level * noise(random));
         both.insert(both.end(), {signal.left.back(), signal.right.back()});
         for (int side = 0; side < 2; ++side)
             sum.push_back((signal.left.back() + signal.right.back()) / 2);
