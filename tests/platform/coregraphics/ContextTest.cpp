@@ -48,15 +48,18 @@ TEST(CGContext, FarPointsDoNotDisturbWhatIsInside) {
     }
 }
 
-TEST(CGContext, ARestoreTakesBackClipAlphaAndASingularScale) {
+TEST(CGContext, LayersAreOneAndARestoreTakesBackClipAlphaAndASingularScale) {
     auto c = makeBitmapContext(40, 40, 2);
     c->restoreGState();  // a no-op: nothing is saved
     c->setFillColor({1, 0, 0, 1});
     c->saveGState();
     c->setAlpha(0.5);
     c->clipTo({10, 10, 4, 4});
-    c->fillRect({0, 0, 20, 20});
+    c->beginTransparencyLayer();
+    for (int twice = 0; twice < 2; ++twice) c->fillRect({0, 0, 20, 20});  // still half
+    c->endTransparencyLayer();
     EXPECT_NEAR(alphaAt(*c, 20, 20), 128, 1);
+    c->setAlpha(0.5);
     c->scaleBy(0, 1);  // singular: draws nothing until the restore
     c->fillRect({0, 0, 20, 20});
     c->restoreGState();

@@ -12,6 +12,7 @@
 #include "platform/uikit/NSLayoutConstraint.h"
 #include "platform/uikit/UIGraphics.h"
 #include "platform/uikit/UITouch.h"
+#include "platform/uikit/UIViewController.h"
 #include "platform/uikit/UIWindow.h"
 #include "platform/uikit/ViewLayer.h"
 
@@ -170,6 +171,14 @@ TEST_F(Window, TheFrontmostVisibleViewShowsAndIsTouchedForAsLongAsItExists) {
     front.reset();
     window->deliverTouch(0, UITouchPhase::moved, {12, 12}, 0);
     window->deliverTouch(0, UITouchPhase::ended, {12, 12}, 0);
+}
+
+TEST_F(Window, TheControllersViewFillsIt) {
+    const auto controller = std::make_shared<UIViewController>();
+    window->setRootViewController(controller);
+    window->setSize({200, 50});
+    window->update();
+    EXPECT_EQ(controller->view()->frame(), CGRect(0, 0, 200, 50));
 }
 
 TEST(Layout, AnEdgeFollowsTheSuperviewsAndOneAloneKeepsTheLength) {
