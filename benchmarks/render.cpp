@@ -158,7 +158,7 @@ void manyFiles(benchmark::State& state) {
     }
     state.counters["ratio_to_copy"] = renderCpu / copyCpu;
 }
-BENCHMARK(manyFiles)->UseManualTime()->Iterations(7)->Unit(benchmark::kMillisecond);
+BENCHMARK(manyFiles)->UseManualTime()->Iterations(15)->Unit(benchmark::kMillisecond);
 
 /// The program's head and first frames are read, then the pipe is closed.
 void start(benchmark::State& state) {
@@ -194,17 +194,17 @@ void start(benchmark::State& state) {
 BENCHMARK(start)->UseManualTime()->Iterations(30)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(render, neutral, {})
     ->UseManualTime()
-    ->Iterations(7)
+    ->Iterations(15)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(render, every_stage,
                   {"--stereo-width=0.8", "--panorama=0.4", "--phase-shift=0.25", "--swap-channels",
                    "--invert-channel", "--recover-mono", "--test-mono", "--volume=0.9"})
     ->UseManualTime()
-    ->Iterations(7)
+    ->Iterations(15)
     ->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(render, bypassed, {"--bypass"})
     ->UseManualTime()
-    ->Iterations(7)
+    ->Iterations(15)
     ->Unit(benchmark::kMillisecond);
 
 }  // namespace
