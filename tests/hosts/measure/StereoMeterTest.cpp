@@ -10,6 +10,7 @@
 
 #include <ebur128.h>
 #include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "hosts/measure/StereoMeter.h"
 
@@ -38,6 +39,10 @@ struct Signal {
         return meter.finish();
     }
 };
+
+double gain(double decibels) {
+    return std::pow(10, decibels / 20);
+}
 
 /// Band-limited noise as a function of time in frames, so that it can be late by parts of one.
 class Noise {
@@ -87,43 +92,91 @@ TEST(StereoMeter, CorrelationSideBalancePeakAndOffsetOfSinesAreThoseOfTheirFormu
     }
 }
 
+TEST(StereoMeter, TheLoudnessTestSignalsOfTheEbuAreWithinItsTolerances) {
+    struct Part {
+        double level, seconds;  ///< dBFS of a sine of 1 kHz on both sides
+    };
+    struct Case {
+        std::vector<Part> parts;
+        double loudness, range;  ///< NaN where Tech 3341 and 3342 name none
+    };
+    for (const auto& [parts, loudness, range] : {
+             Case{{{-23, 20}}, -23, NAN},
+             {{{-33, 20}}, -33, NAN},
+             {{{-36, 10}, {-23, 60}, {-36, 10}}, -23, NAN},
+             {{{-72, 10}, {-36, 10}, {-23, 60}, {-36, 10}, {-72, 10}}, -23, NAN},
+             {{{-26, 20}, {-20, 20.1}, {-26, 20}}, -23, NAN},
+             {{{-20, 20}, {-30, 20}}, NAN, 10},
+             {{{-20, 20}, {-15, 20}}, NAN, 5},
+             {{{-40, 20}, {-20, 20}}, NAN, 20},
+             {{{-50, 20}, {-35, 20}, {-20, 20}, {-35, 20}, {-50, 20}}, NAN, 15},
+         }) {
+        Signal signal{.rate = 16000, .left = {}, .right = {}};  // a third of the usual work
+        for (const auto& [level, seconds] : parts)
+            for (int i = 0; i < seconds * signal.rate; ++i) {
+                const double sample = gain(level) * std::sin(2 * pi * 1000 * i / signal.rate);
+                signal.add(sample, sample);
+            }
+        const auto f = signal.measured();
+        EXPECT_TRUE(std::isnan(loudness) || std::abs(f.loudness - loudness) < 0.1) << f.loudness;
+        EXPECT_TRUE(std::isnan(range) || std::abs(f.range - range) < 1) << f.range;
+        EXPECT_NEAR(f.monoCost, 0, 1e-9);
+    }
+}
+
+TEST(StereoMeter, TheTruePeakTestSignalsOfTheEbuAreWithinItsTolerances) {
+    for (const auto& [period, level, degrees, expected] : {std::tuple{4, 0.5, 0.0, -6.0},
+                                                           {4, 0.5, 45.0, -6.0},
+                                                           {6, 0.5, 60.0, -6.0},
+                                                           {8, 0.5, 67.5, -6.0},
+                                                           {4, 1.41, 45.0, 3.0}}) {
+        Signal signal;
+        for (int i = 0; i < 9600; ++i) {
+            // Faded in and out, as the EBU has it, so that no edge overshoots.
+            const double fade = std::min({1.0, i / 960.0, (9599 - i) / 960.0});
+            signal.add(0, level * fade * std::sin(2 * pi * i / period + degrees * pi / 180));
+        }
+        const double peak = signal.measured().truePeak;
+        EXPECT_LE(peak, expected + 0.2) << period << " " << degrees;
+        EXPECT_GE(peak, expected - 0.4) << period << " " << degrees;
+    }
+}
+
 TEST(StereoMeter, AgreesWithLibebur128OnNoiseOfChangingLevel) {
     Signal signal{.rate = 44100, .left = {}, .right = {}};
     std::mt19937 random(1);
-    std::normal_distribution<double> noise(0, 1);
-    double low = 0;
+    std::normal_distribution<double> noise(0, 0.1);
     std::vector<float> both, sum;
-    for (int i = 0; i < 45 * signal.rate; ++i) {
-        // In the end below the absolute gate.
-        const double decibels = i < 30 * signal.rate ? -15 + 15 * std::sin(i / 70000.0) : -70;
-        const double level = std::pow(10, decibels / 20);
-        // First the EBU's sine whose true peak is 3 dB above its samples.
-        const double sine = 1.41 * std::sin(pi * i / 4410) * std::sin(pi / 2 * i + pi / 4);
-        low += (noise(random) - low) / 8;
-        const double left = i < 4410 ? sine : level * low;
-        signal.add(left, 0.6 * left + 0.1 * level * noise(random));
+    for (int i = 0; i < 30 * signal.rate; ++i) {
+        const double level = gain(-15 + 15 * std::sin(i / 70000.0));
+        const double left = level * noise(random);
+        signal.add(left, 0.6 * left + 0.5 * level * noise(random));
         both.insert(both.end(), {signal.left.back(), signal.right.back()});
         for (int side = 0; side < 2; ++side)
             sum.push_back((signal.left.back() + signal.right.back()) / 2);
     }
-    const auto reference = [](const std::vector<float>& samples) {
-        auto* state =
-            ebur128_init(2, 44100, EBUR128_MODE_I | EBUR128_MODE_LRA | EBUR128_MODE_TRUE_PEAK);
-        ebur128_add_frames_float(state, samples.data(), samples.size() / 2);
-        double loudness = 0, range = 0, left = 0, right = 0;
-        ebur128_loudness_global(state, &loudness);
-        ebur128_loudness_range(state, &range);
-        ebur128_true_peak(state, 0, &left);
-        ebur128_true_peak(state, 1, &right);
-        ebur128_destroy(&state);
-        return std::tuple(loudness, range, 20 * std::log10(std::max(left, right)));
+    struct Reference {
+        double loudness = 0, range = 0, peak = 0;
+
+        Reference(const std::vector<float>& samples, unsigned long rate) {
+            auto* state =
+                ebur128_init(2, rate, EBUR128_MODE_I | EBUR128_MODE_LRA | EBUR128_MODE_TRUE_PEAK);
+            ebur128_add_frames_float(state, samples.data(), samples.size() / 2);
+            double right = 0;
+            ebur128_loudness_global(state, &loudness);
+            ebur128_loudness_range(state, &range);
+            ebur128_true_peak(state, 0, &peak);
+            ebur128_true_peak(state, 1, &right);
+            peak = 20 * std::log10(std::max(peak, right));
+            ebur128_destroy(&state);
+        }
     };
-    const auto [loudness, range, peak] = reference(both);
+    const Reference stereo(both, 44100), mono(sum, 44100);
     const auto f = signal.measured();
-    EXPECT_NEAR(f.loudness, loudness, 0.015);
-    EXPECT_NEAR(f.range, range, 0.05);
-    EXPECT_NEAR(f.monoCost, loudness - std::get<0>(reference(sum)), 0.03);
-    EXPECT_NEAR(f.truePeak, peak, 0.1);
+    EXPECT_NEAR(f.loudness, stereo.loudness, 0.015);
+    EXPECT_NEAR(f.range, stereo.range, 0.05);
+    EXPECT_NEAR(f.monoCost, stereo.loudness - mono.loudness, 0.03);
+    EXPECT_NEAR(f.truePeak, stereo.peak, 0.1);
 }
 
 TEST(StereoMeter, FindsTheDelayOfNoiseAndOfSinesToAHundredthOfAFrame) {
@@ -167,6 +220,10 @@ TEST(StereoMeter, SaysWhatADelayIsAndWhatMendsIt) {
         return remarksOn(signal.measured());
     };
     EXPECT_THAT(remarks(0, 1), ElementsAre("mono: both channels are the same"));
+    EXPECT_THAT(
+        remarks(132, 1),
+        ElementsAre("left late by 132 frames, 2.99 ms; render --swap-channels, and then render "
+                    "--swap-channels --phase-shift 133samples mends it"));
     EXPECT_THAT(
         remarks(-1, 1),
         ElementsAre("right late by 1 frame, 0.02 ms; render --phase-shift 1samples mends it"));
