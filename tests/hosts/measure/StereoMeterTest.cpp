@@ -1,7 +1,6 @@
 // Signals made by formula, and figures that follow from the formula or come from another program.
 #include <array>
 #include <cmath>
-#include <limits>
 #include <numbers>
 #include <random>
 #include <tuple>
@@ -20,8 +19,6 @@ using qov::measure::Figures;
 using std::numbers::pi;
 using testing::ElementsAre;
 using testing::StartsWith;
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 struct Signal {
     int rate = 48000;
@@ -45,23 +42,18 @@ double gain(double decibels) {
 }
 
 /// Band-limited noise as a function of time in frames, so that it can be late by parts of one.
-class Noise {
- public:
-    explicit Noise(unsigned seed = 3) {
-        std::mt19937 random(seed);
-        std::uniform_real_distribution<double> part(0, 1);
-        for (auto& [frequency, phase] : tones_)
-            frequency = 0.8 * pi * part(random), phase = 2 * pi * part(random);
-    }
-    double operator()(double frame) const {
+auto noiseOf(unsigned seed) {
+    std::array<std::pair<double, double>, 60> tones;
+    std::mt19937 random(seed);
+    std::uniform_real_distribution<double> part(0, 1);
+    for (auto& [frequency, phase] : tones)
+        frequency = 0.8 * pi * part(random), phase = 2 * pi * part(random);
+    return [tones](double frame) {
         double sum = 0;
-        for (const auto& [frequency, phase] : tones_) sum += std::sin(frequency * frame + phase);
+        for (const auto& [frequency, phase] : tones) sum += std::sin(frequency * frame + phase);
         return 0.05 * sum;
-    }
-
- private:
-    std::array<std::pair<double, double>, 60> tones_;
-};
+    };
+}
 
 TEST(StereoMeter, CorrelationSideBalancePeakAndOffsetOfSinesAreThoseOfTheirFormula) {
     for (const auto& [rightGain, phase, offset] : {std::tuple{1.0, 0.0, 0.0},
@@ -84,7 +76,7 @@ TEST(StereoMeter, CorrelationSideBalancePeakAndOffsetOfSinesAreThoseOfTheirFormu
             EXPECT_NEAR(f.sideToMid, 10 * std::log10((ll + rr - 2 * lr) / (ll + rr + 2 * lr)),
                         1e-4);
         else
-            EXPECT_EQ(f.sideToMid, -infinity);
+            EXPECT_EQ(f.sideToMid, -INFINITY);
         EXPECT_NEAR(f.peak,
                     20 * std::log10(0.4 * std::max(1.0, rightGain + std::abs(offset) / 0.4)), 0.02);
         EXPECT_NEAR(f.dcLeft, 0, 1e-6);
@@ -180,7 +172,7 @@ TEST(StereoMeter, AgreesWithLibebur128OnNoiseOfChangingLevel) {
 }
 
 TEST(StereoMeter, FindsTheDelayOfNoiseAndOfSinesToAHundredthOfAFrame) {
-    const Noise noise;
+    const auto noise = noiseOf(3);
     for (const int rate : {8000, 44100})
         for (const double delay : {0.0, 1.0, -1.0, 0.37, -132.0, 132.4, -0.019 * rate})
             for (const double polarity : {1.0, -0.5}) {
@@ -207,13 +199,13 @@ TEST(StereoMeter, FindsTheDelayOfNoiseAndOfSinesToAHundredthOfAFrame) {
     }
     // Nothing in common: no delay is made up.
     Signal apart;
-    const Noise other(4);
+    const auto other = noiseOf(4);
     for (int i = 0; i < 24000; ++i) apart.add(noise(i), other(i));
     EXPECT_TRUE(std::isnan(apart.measured().delay)) << apart.measured().delay;
 }
 
 TEST(StereoMeter, SaysWhatADelayIsAndWhatMendsIt) {
-    const Noise noise;
+    const auto noise = noiseOf(3);
     const auto remarks = [&](double delay, double polarity) {
         Signal signal{.rate = 44100, .left = {}, .right = {}};
         for (int i = 0; i < 9000; ++i) signal.add(polarity * noise(i - delay), noise(i));
@@ -242,15 +234,15 @@ TEST(StereoMeter, SilenceIsUndefinedAndWhatIsNotANumberIsCountedAndLeftOut) {
     for (const double figure :
          {f.correlation, f.sideToMid, f.balance, f.monoCost, f.range, f.delay})
         EXPECT_TRUE(std::isnan(figure)) << figure;
-    for (const double figure : {f.peak, f.truePeak, f.loudness}) EXPECT_EQ(figure, -infinity);
+    for (const double figure : {f.peak, f.truePeak, f.loudness}) EXPECT_EQ(figure, -INFINITY);
     EXPECT_THAT(remarksOn(f), ElementsAre(StartsWith("silent: correlation")));
 
     Signal clean, broken;
-    const Noise noise;
+    const auto noise = noiseOf(3);
     for (int i = 0; i < 48000; ++i) {
         const bool isHole = i == 7200 || i == 9000;
         clean.add(isHole ? 0 : noise(i), i == 9000 ? 0 : noise(i - 2));
-        broken.add(isHole ? NAN : noise(i), i == 9000 ? -infinity : noise(i - 2));
+        broken.add(isHole ? NAN : noise(i), i == 9000 ? -INFINITY : noise(i - 2));
     }
     const auto expected = clean.measured(), found = broken.measured();
     for (const auto& row : qov::measure::allFigures)
