@@ -1,7 +1,7 @@
 #include "util/loadImage.h"
 
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <tuple>
 
 #include <gtest/gtest.h>
@@ -17,13 +17,6 @@ using platform::CGSize;
 using platform::RunLoop;
 using platform::UIImageView;
 
-/// red.png and red.jpg have 3 x 2 pixels; they were made without this project's code.
-std::string sample(const std::string& name) {
-    std::ifstream file(std::string(SAMPLES) + name, std::ios::binary);
-    EXPECT_TRUE(file) << SAMPLES << name;
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
 class LoadImage : public testing::Test {
  protected:
     /// Turns the loop until the condition holds.
@@ -36,7 +29,9 @@ class LoadImage : public testing::Test {
     std::shared_ptr<RunLoop> loop = RunLoop::create();
     RunLoop::MakeCurrent makeCurrent{loop};
     ConsoleLines console{loop.get()};
-    const std::string picture = sample("red.png");
+    /// red.png and red.jpg have 3 x 2 pixels; they were made without this project's code.
+    const std::string picture =
+        (std::ostringstream() << std::ifstream(SAMPLES "red.png").rdbuf()).str();
     LoopbackServer server{{{"/red.png", LoopbackServer::answer("200 OK", picture)},
                            {"/slow", LoopbackServer::answer("200 OK", picture)},
                            {"/missing", LoopbackServer::answer("404 Not Found", picture)},
