@@ -19,8 +19,7 @@ namespace qov {
 class RenderingUnit {
  public:
     RenderingUnit() : unit(std::make_shared<QOV_Kelvane_PluginAudioUnit>()) {
-        platform::NSError* const none = nullptr;
-        EXPECT_TRUE(unit->initWithComponentDescription(componentDescription, 0, none));
+        EXPECT_TRUE(unit->initWithComponentDescription(componentDescription, 0, nullptr));
     }
 
     void allocate() {

@@ -192,10 +192,9 @@ TEST(Kernel, OutlivesADelayLengthBeyondAllMemory) {
 TEST(Threads, AStormOfResetsAndParametersLeavesASoundKernel) {
     KernelRig rig(192000);
     auto& kernel = rig.kernel;
-    std::atomic<bool> rendering{true};
     std::atomic<int> turns{0};
-    std::thread other([&] {
-        for (int turn = 0; rendering; turns = ++turn) {
+    const std::jthread other([&](const std::stop_token& stop) {
+        for (int turn = 0; !stop.stop_requested(); turns = ++turn) {
             kernel.setParameter(kBypass, static_cast<float>(turn % 2));
             kernel.setParameter(kPhaseShift, static_cast<float>(turn % 5) / 4);
             kernel.setParameter(static_cast<std::uint64_t>(turn % 7),
@@ -212,8 +211,6 @@ TEST(Threads, AStormOfResetsAndParametersLeavesASoundKernel) {
         for (std::size_t i = 0; i < left.size(); ++i)
             ASSERT_LE(std::max(std::fabs(left[i]), std::fabs(right[i])), 4.0f) << cycle;
     }
-    rendering = false;
-    other.join();
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include <limits>
+#include <cmath>
 #include <numbers>
 
 #include <gtest/gtest.h>
@@ -54,7 +54,7 @@ TEST_F(CorrelographView, IsEmptyWhenHiddenOrWithoutAudioUnit) {
 // The gain of a loud block grows until the points leave the range of a float.
 TEST(CorrelographPoints, OutOfRangeDoNotEmptyThePicture) {
     std::vector<float> left(2048, 0.5f), right(2048, -0.25f);
-    for (const float loud : {1.5f, 1e10f, 1e38f, std::numeric_limits<float>::infinity()})
+    for (const float loud : {1.5f, 1e10f, 1e38f, INFINITY})
         for (const auto* mode : {"points", "ovals", "bezier"}) {
             for (int i = 1024; i < 2048; ++i) left[i] = i % 4 ? loud : -loud;
             CorrelographBaseAU graph;

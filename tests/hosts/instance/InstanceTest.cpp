@@ -124,9 +124,8 @@ TEST_F(InstanceTest, FlushToZeroOfTheHostChangesNoBit) {
 }
 
 TEST_F(InstanceTest, AResetNeverChangesTheBypass) {
-    std::atomic<bool> done{false};
-    std::thread audio([&] {
-        while (!done) instance_->reset();
+    const std::jthread audio([&](const std::stop_token& stop) {
+        while (!stop.stop_requested()) instance_->reset();
     });
     int wrong = 0;
     for (int i = 0; i < 20000; ++i) {
@@ -134,8 +133,6 @@ TEST_F(InstanceTest, AResetNeverChangesTheBypass) {
         instance_->setValue(kBypass, bypass);
         wrong += instance_->value(kBypass) != bypass || instance_->latency() != (bypass ? 0 : late);
     }
-    done = true;
-    audio.join();
     EXPECT_EQ(wrong, 0);
 }
 
@@ -158,12 +155,11 @@ TEST_F(InstanceTest, ChangesOnTheAudioThreadReachObserversOnceAndNotTheHost) {
         [&](std::uint64_t address, float value) {
             observed.push_back(fmt::format("{}={:.2f}", address, value));
         });
-    std::thread audio([&] {
+    std::thread([&] {
         render(*instance_, ramp(64), 64,
                {parameterEvent(0, kPanorama, 0.1f), parameterEvent(9, kPanorama, 0.2f),
                 midiEvent(9, 0xb0, 11, 127)});
-    });
-    audio.join();
+    }).join();
     EXPECT_THAT(observed, IsEmpty());
     instance_->pump();
     // The activation reports the phase shift, whose text names samples of the new rate.
@@ -253,11 +249,10 @@ TEST_F(InstanceTest, RestoringAStateIsOneStepForTheSoundAndForListeners) {
         EXPECT_EQ(instance_->value(kBypass), 1);
     });
     const auto in = noise(64);
-    std::atomic<bool> ends{false};
     std::atomic<int> blocks{0}, wrong{0};
-    std::thread audio([&] {
+    std::jthread audio([&](const std::stop_token& stop) {
         auto out = in;
-        while (!ends) {
+        while (!stop.stop_requested()) {
             instance_->process({in.left.data(), in.right.data()},
                                {out.left.data(), out.right.data()}, 64);
             wrong += out.left != in.left || out.right != in.right;
@@ -266,7 +261,7 @@ TEST_F(InstanceTest, RestoringAStateIsOneStepForTheSoundAndForListeners) {
     });
     for (int i = 0; i < 2000 || blocks < 2000; ++i)
         ASSERT_TRUE(instance_->restoreState(i % 2 ? on : other));
-    ends = true;
+    audio.request_stop();
     audio.join();
     tree->removeParameterObserver(token);
     EXPECT_EQ(wrong, 0) << "of " << blocks << " blocks";
@@ -281,10 +276,10 @@ TEST_F(InstanceTest, RestoringAStateUndoesNoEventOfALaterBlock) {
         events.push_back(parameterEvent(0, address, 1));
     }
     const auto zeros = donor->saveState();
-    std::atomic<int> phase{0}, seen{0};  // odd while blocks are rendered, negative at the end
-    std::thread audio([&] {
+    std::atomic<int> phase{0}, seen{0};  // odd while blocks are rendered
+    const std::jthread audio([&](const std::stop_token& stop) {
         float left = 0, right = 0;
-        while (seen >= 0) {
+        while (!stop.stop_requested()) {
             const int current = phase;
             if (current % 2)
                 test::playBlock(*instance_, {&left, &right}, {&left, &right}, 1, events);
@@ -306,8 +301,6 @@ TEST_F(InstanceTest, RestoringAStateUndoesNoEventOfALaterBlock) {
         for (std::uint64_t address = 1; address < kBypass; ++address)
             undone += instance_->value(address) != instance_->value(0);
     }
-    phase = -2;
-    audio.join();
     EXPECT_EQ(undone, 0);
 }
 

@@ -157,9 +157,8 @@ TEST_F(AUParameterTreeTest, WorkQueuedByAnObserverRunsOnTheLoopItWasAddedOn) {
 }
 
 TEST_F(AUParameterTreeTest, RemovedObserverIsNotRunningAnywhere) {
-    std::atomic<bool> stop{false};
-    std::thread setter([&] {
-        while (!stop) left_->setValue(1);
+    const std::jthread setter([&](const std::stop_token& stop) {
+        while (!stop.stop_requested()) left_->setValue(1);
     });
     for (int round = 0; round < 50; ++round) {
         auto target = std::make_unique<std::atomic<int>>(0);
@@ -169,9 +168,6 @@ TEST_F(AUParameterTreeTest, RemovedObserverIsNotRunningAnywhere) {
         tree_->removeParameterObserver(token);
         target.reset();  // a call that is still under way would touch freed memory
     }
-    stop = true;
-    setter.join();
-    left_->setValue(1);
 }
 
 }  // namespace
