@@ -203,11 +203,14 @@ void drawRest(CGContext& context, CGFloat shift) {
     const std::array<CGGradientStop, 2> stops{{{0, {1, 0, 0, 1}}, {1, {0, 0, 1, 0.5}}}};
     context.translateBy(shift, 1);
     context.drawRadialGradient(stops, {30, 30}, 2, {30, 30}, 10);
+    context.setAlpha(0.5);
+    context.beginTransparencyLayer();
     context.drawImage(CGImage(2, 1, {0xff00ff00, 0xff0000ff}), {40, 40, 10, 10});
     context.moveTo({3, 3});
     context.addCurveTo({40, 10}, {10, 40}, {50, 50});
     context.closePath();
     context.strokePath();
+    context.endTransparencyLayer();
     context.scaleBy(shift, 3);
     context.clipTo({1, 1, 8, 6});
 }
