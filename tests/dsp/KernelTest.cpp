@@ -18,7 +18,6 @@ namespace {
 using namespace qov;
 using namespace qov::test;
 using Kernel = QOV_Kelvane_PluginDSPKernel;
-using std::tuple;
 
 // Writes down what a cycle asks of a kernel: p for process, e for a parameter, m for MIDI.
 class Recorder final : public DSPKernel {
@@ -39,7 +38,7 @@ TEST(Events, CallForSegmentsInOrder) {
     // The times of events of addresses 1, 2, ...
     using Times = std::vector<std::int64_t>;
     for (const auto& [name, start, times, expected] :
-         {tuple{"on the first frame", 100.0, Times{100}, "e1 p64@0 "},
+         {std::tuple{"on the first frame", 100.0, Times{100}, "e1 p64@0 "},
           {"in the middle", 100, {110, 130}, "p10@0 e1 p20@10 e2 p34@30 "},
           {"late", 100, {50, 60}, "e1 e2 p64@0 "},
           {"out of order at once", 0, {20, 5, 30}, "p20@0 e1 e2 p10@20 e3 p34@30 "},

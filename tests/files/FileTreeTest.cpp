@@ -7,7 +7,6 @@
 
 #include "files/FileEnumerator.h"
 #include "files/Folder.h"
-#include "platform/foundation/FileManager.h"
 #include "tests/support/ConsoleLines.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -16,16 +16,13 @@
 
 namespace {
 
-using platform::CGRect;
-using platform::FileManager;
-using platform::RunLoop;
+using namespace platform;
 namespace fs = std::filesystem;
 
 class Helpers : public testing::Test {
  protected:
     bool ensure(const fs::path& path) {
-        const bool exists =
-            qov::ensureDirectoryExists(platform::URL::fileURLWithPath(path.string()));
+        const bool exists = qov::ensureDirectoryExists(URL::fileURLWithPath(path.string()));
         loop->pump();
         return exists;
     }
@@ -56,7 +53,7 @@ TEST_F(Helpers, FindPathsAndPrintThemUnderTheControllersName) {
                                      ->urls(FileManager::SearchPathDirectory::documentDirectory,
                                             FileManager::SearchPathDomain::userDomain)
                                      .front());
-    EXPECT_EQ(qov::resourcesURL, platform::Bundle::main().resourceURL());
+    EXPECT_EQ(qov::resourcesURL, Bundle::main().resourceURL());
     EXPECT_FALSE(qov::sharedURLAudio || qov::sharedURLMIDI);
     EXPECT_EQ(console.taken(), "") << "before the main thread's present work is done";
     qov::debugprint("");
@@ -67,8 +64,8 @@ TEST_F(Helpers, FindPathsAndPrintThemUnderTheControllersName) {
 }
 
 TEST_F(Helpers, PinAViewToItsSuperviewWhateverBecomesOfThat) {
-    const auto outer = std::make_shared<platform::UIView>(CGRect{{10, 20}, {300, 200}});
-    const auto inner = std::make_shared<platform::UIView>(CGRect{{5, 5}, {10, 10}});
+    const auto outer = std::make_shared<UIView>(CGRect{{10, 20}, {300, 200}});
+    const auto inner = std::make_shared<UIView>(CGRect{{5, 5}, {10, 10}});
     qov::pinToSuperviewEdges(*inner);
     EXPECT_TRUE(inner->translatesAutoresizingMaskIntoConstraints()) << "without a superview";
     outer->addSubview(inner);

@@ -13,9 +13,7 @@
 
 namespace {
 
-using platform::CGSize;
-using platform::RunLoop;
-using platform::UIImageView;
+using namespace platform;
 
 class LoadImage : public testing::Test {
  protected:
@@ -39,8 +37,8 @@ class LoadImage : public testing::Test {
                            {"/cut", "HTTP/1.1 200 OK\r\nContent-Length: 1000\r\n\r\n" + picture}}};
     const std::string files = "file://" + std::string(SAMPLES);
     std::shared_ptr<UIImageView> view = std::make_shared<UIImageView>();
-    std::shared_ptr<platform::UIImage> before = std::make_shared<platform::UIImage>(
-        std::make_shared<platform::CGImage>(1, 1, std::vector{0U}));
+    std::shared_ptr<UIImage> before =
+        std::make_shared<UIImage>(std::make_shared<CGImage>(1, 1, std::vector{0U}));
 };
 
 TEST_F(LoadImage, LoadsOnTheMainQueueOrPrintsOneLineAndLeavesThePicture) {

@@ -14,7 +14,6 @@
 
 namespace {
 
-using qov::measure::Figures;
 using std::numbers::pi;
 using testing::ElementsAre;
 using testing::StartsWith;
@@ -28,7 +27,7 @@ struct Signal {
         right.push_back(static_cast<float>(r));
     }
     /// In pieces of uneven length, as a reader may hand them over.
-    Figures measured() const {
+    auto measured() const {
         qov::measure::StereoMeter meter(rate);
         for (std::size_t at = 0, piece = 1; at < left.size(); at += piece, piece = piece * 7 % 9973)
             meter.add(&left[at], &right[at], std::min(piece, left.size() - at));
