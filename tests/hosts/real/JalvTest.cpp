@@ -20,34 +20,13 @@ std::optional<int> menuHeight() {
     return top > 0 && colours.size() > 8 ? std::optional(top) : std::nullopt;
 }
 
-/// As its menu saves them; a message had swapped the channels, past their port.
-constexpr const char* session = R"(@prefix lv2: <http://lv2plug.in/ns/lv2core#> .
-@prefix pset: <http://lv2plug.in/ns/ext/presets#> .
-@prefix state: <http://lv2plug.in/ns/ext/state#> .
-<>
-    a pset:Preset ;
-    lv2:appliesTo <urn:qov:kelvane> ;
-    lv2:port [ lv2:symbol "stereo_width" ; pset:value 1.0 ] ,
-        [ lv2:symbol "swap_channels" ; pset:value 0.0 ] ,
-        [ lv2:symbol "enabled" ; pset:value 1.0 ] ;
-    state:state [
-        <urn:qov:kelvane#state> """QOV Kelvane state 1
-value.0=1
-value.3=1
-end
-""" ;
-        <urn:qov:kelvane#heard_ports> "1 0.5 0 0 0 0 0 1"
-    ] .
-)";
-
 TEST(Jalv, TakesASavedSessionUpShowsTheEditorAndHearsADrag) {
     const Screen screen;
     const Jack jack;
     const TemporaryFolder folder;
-    folder.file("state.ttl", session);
     const Child host({"env", "HOME=" + (folder / ""), "LV2_PATH=" PLUGINS "/lv2",
                       "JACK_DEFAULT_SERVER=" + jack.name, "jalv.gtk3",
-                      "--load=" + (folder / "state.ttl"), "urn:qov:kelvane"});
+                      "--load=" SCRIPTS "/session.ttl", "urn:qov:kelvane"});
     EXPECT_TRUE(jack.playInto("QOV Kelvane:in_left", "QOV Kelvane:in_right"));
     EXPECT_TRUE(jack.listenTo("QOV Kelvane:out_left", "QOV Kelvane:out_right"));
     // Width at its end doubles the side: (3L - R) / 2 and (3R - L) / 2.

@@ -17,24 +17,13 @@ struct Format {
     const char* file;
 };
 
-/// A session that plays its input through the effect to its output.
-std::string sessionWith(const Format& format, const std::string& folder) {
-    return "<!DOCTYPE qtractorSession>\n<session version='0.9' name='kelvane'>"
-           "<properties><directory>" +
-           folder +
-           "</directory><sample-rate>48000</sample-rate></properties>"
-           "<devices><audio-engine><audio-bus mode='duplex' name='Master'>"
-           "<monitor>1</monitor><channels>2</channels><auto-connect>0</auto-connect>"
-           "<output-plugins><plugin type='" +
-           format.type + "'><filename>" + format.file +
-           "</filename><index>0</index><label>QOV Kelvane</label><activated>1</activated>"
-           "<editor-pos>0,540</editor-pos></plugin></output-plugins>"
-           "</audio-bus></audio-engine></devices></session>\n";
-}
-
 class Qtractor : public testing::TestWithParam<Format> {
  protected:
-    Qtractor() { write(session_, sessionWith(GetParam(), folder_.path())); }
+    /// With a session that plays its input through the effect to its output.
+    Qtractor() {
+        shell("sed 's|@FOLDER@|" + folder_.path() + "|; s|@TYPE@|" + GetParam().type +
+              "|; s|@FILE@|" + GetParam().file + "|' " SCRIPTS "/session.qtr >" + session_);
+    }
 
     /// The host with the session, which gets our tone.
     std::unique_ptr<Child> start() {
