@@ -1,5 +1,4 @@
 // kelvane measure as a process.
-#include <tuple>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -47,32 +46,29 @@ TEST_F(Measure, TheSettingsThatItNamesMendTheDelay) {
 }
 
 TEST_F(Measure, LimitsAndFilesThatFailHaveTheirExitCodeAndLine) {
-    for (const auto& [arguments, code, line] :
-         {std::tuple{"mono.wav --fail-if 'correlation<1' --fail-if 'side-to-mid > -60'", 0, ""},
-          {"mono.wav --fail-if 'correlation >= 1'", 3,
-           "kelvane: mono.wav: correlation is 1; it fails --fail-if \"correlation >= 1\"\n"},
-          {"right.wav --fail-if 'delay<-10' mono.wav", 3,
-           "kelvane: right.wav: delay is -100 frames; it fails --fail-if \"delay<-10\"\n"},
-          {"silent.wav --fail-if 'correlation<2'", 0, ""},
-          {"silent.wav --every 0.6s --fail-if 'peak<-60'", 3,
-           "kelvane: silent.wav at 0.600 s: peak is -inf dBFS; it fails --fail-if \"peak<-60\"\n"},
-          {"gone.wav mono.wav --fail-if 'peak>-90'", 1,
-           "kelvane: gone.wav: there is no such file\n"},
-          {"5.1.wav", 1, "kelvane: 5.1.wav: has 6 channels; kelvane takes stereo\n"},
-          {"mono.wav --every 10", 2, "--every 10: is shorter than 0.1 s at 44100 Hz\n"},
-          {"mono.wav --every soon", 2, "--every: 'soon' is not a time"},
-          {"mono.wav --fail-if 'corelation<0'", 2, "did you mean 'correlation'?\n"},
-          {"mono.wav --fail-if 'peak=0'", 2, "'peak=0' is not a figure"},
-          {"mono.wav --fail-if 'peak<low'", 2, "takes a figure, <, <=, > or >=, and a number"},
-          {"mono.wav --json --csv", 2, "--json and --csv: take one of them\n"},
-          {"mono.wav left.wav right.wav --picture a.png", 2, "--picture: draws one or two files\n"},
-          {"gone.wav --picture gone/a.png", 1, "kelvane: gone/a.png: there is no folder gone\n"},
-          {"mono.wav --picture a.xyz", 2, "a.xyz: a picture ends in .png or .svg\n"},
-          {"mono.wav >/dev/full", 1, "standard output: cannot write: "}}) {
-        const auto run = kelvane(std::string("measure ") + arguments);
-        EXPECT_EQ(run.code, code) << arguments << run.err;
-        EXPECT_THAT(run.err, HasSubstr(line)) << arguments;
-    }
+    expectErrors(
+        "measure ",
+        {{"mono.wav --fail-if 'correlation<1' --fail-if 'side-to-mid > -60'", 0, ""},
+         {"mono.wav --fail-if 'correlation >= 1'", 3,
+          "kelvane: mono.wav: correlation is 1; it fails --fail-if \"correlation >= 1\"\n"},
+         {"right.wav --fail-if 'delay<-10' mono.wav", 3,
+          "kelvane: right.wav: delay is -100 frames; it fails --fail-if \"delay<-10\"\n"},
+         {"silent.wav --fail-if 'correlation<2'", 0, ""},
+         {"silent.wav --every 0.6s --fail-if 'peak<-60'", 3,
+          "kelvane: silent.wav at 0.600 s: peak is -inf dBFS; it fails --fail-if \"peak<-60\"\n"},
+         {"gone.wav mono.wav --fail-if 'peak>-90'", 1,
+          "kelvane: gone.wav: there is no such file\n"},
+         {"5.1.wav", 1, "kelvane: 5.1.wav: has 6 channels; kelvane takes stereo\n"},
+         {"mono.wav --every 10", 2, "--every 10: is shorter than 0.1 s at 44100 Hz\n"},
+         {"mono.wav --every soon", 2, "--every: 'soon' is not a time"},
+         {"mono.wav --fail-if 'corelation<0'", 2, "did you mean 'correlation'?\n"},
+         {"mono.wav --fail-if 'peak=0'", 2, "'peak=0' is not a figure"},
+         {"mono.wav --fail-if 'peak<low'", 2, "takes a figure, <, <=, > or >=, and a number"},
+         {"mono.wav --json --csv", 2, "--json and --csv: take one of them\n"},
+         {"mono.wav left.wav right.wav --picture a.png", 2, "--picture: draws one or two files\n"},
+         {"gone.wav --picture gone/a.png", 1, "kelvane: gone/a.png: there is no folder gone\n"},
+         {"mono.wav --picture a.xyz", 2, "a.xyz: a picture ends in .png or .svg\n"},
+         {"mono.wav >/dev/full", 1, "standard output: cannot write: "}});
     // The rest goes on.
     EXPECT_THAT(kelvane("measure gone.wav mono.wav").out, HasSubstr("  mono.wav\n"));
 }

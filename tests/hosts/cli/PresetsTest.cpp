@@ -1,4 +1,3 @@
-#include <tuple>
 #include <utility>
 
 #include <gmock/gmock.h>
@@ -11,11 +10,8 @@ namespace {
 
 using testing::HasSubstr;
 
-TEST(Presets, SoundAsTheirParametersDoWhereverTheyAreNamed) {
-    const TemporaryFolder folder;
-    const auto kelvane = [&](const std::string& arguments) {
-        return shell("cd " + folder.path() + " && XDG_DATA_HOME=$PWD/data $K " + arguments);
-    };
+using Presets = ProgramTest;
+TEST_F(Presets, SoundAsTheirParametersDoWhereverTheyAreNamed) {
     save(folder / "in.wav", {.samples = noise(20000)});
     ASSERT_EQ(kelvane("presets --save Mine --summary 'for me' --preset 'early right 2 ms' "
                       "--panorama L30")
@@ -34,21 +30,18 @@ TEST(Presets, SoundAsTheirParametersDoWhereverTheyAreNamed) {
                                                   "phase-shift 2.0 ms  for me\n"));
 
     write(folder / "wrong.kelvane", "# no\nstereo-width 2\n");
-    for (const auto& [arguments, code, line] :
-         {std::tuple{"render in.wav a.wav --preset 'wider pat'", 2, "did you mean 'Wider pad'?\n"},
-          {"render in.wav a.wav --preset wrong.kelvane", 1,
-           "wrong.kelvane: line 2: stereo-width does not take '2'\n"},
-          {"render in.wav a.wav --preset in.wav/none", 1, "in.wav/none: Not a directory\n"},
-          {"presets --save ' Mine\t' --bypass", 1, "exists; -y (--overwrite) replaces it\n"},
-          {"presets --save Other", 2, "--save: needs parameters or --preset"},
-          {"presets --save ../Other --bypass", 2, "of your own: no number, slash or leading dot\n"},
-          {"presets --save ' ' --bypass", 2, "takes a name of your own"},
-          {"presets --save 'a\tb' --bypass", 2, "takes a name of your own"},
-          {"presets --save 'wider pad' --bypass", 2, "takes a name of your own"}}) {
-        const auto run = kelvane(arguments);
-        EXPECT_EQ(run.code, code) << arguments;
-        EXPECT_THAT(run.err, HasSubstr(line));
-    }
+    expectErrors(
+        "",
+        {{"render in.wav a.wav --preset 'wider pat'", 2, "did you mean 'Wider pad'?\n"},
+         {"render in.wav a.wav --preset wrong.kelvane", 1,
+          "wrong.kelvane: line 2: stereo-width does not take '2'\n"},
+         {"render in.wav a.wav --preset in.wav/none", 1, "in.wav/none: Not a directory\n"},
+         {"presets --save ' Mine\t' --bypass", 1, "exists; -y (--overwrite) replaces it\n"},
+         {"presets --save Other", 2, "--save: needs parameters or --preset"},
+         {"presets --save ../Other --bypass", 2, "of your own: no number, slash or leading dot\n"},
+         {"presets --save ' ' --bypass", 2, "takes a name of your own"},
+         {"presets --save 'a\tb' --bypass", 2, "takes a name of your own"},
+         {"presets --save 'wider pad' --bypass", 2, "takes a name of your own"}});
 }
 
 TEST(Completion, OfBashListsWhatTheProgramLists) {

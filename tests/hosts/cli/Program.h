@@ -1,8 +1,10 @@
 #pragma once
 
 #include <string>
+#include <tuple>
+#include <vector>
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "hosts/cli/Command.h"
 #include "tests/support/TemporaryFolder.h"
@@ -21,8 +23,18 @@ Run shell(const std::string& command);
 /// With a folder of its own, in which the program runs.
 class ProgramTest : public testing::Test {
  protected:
+    /// The presets of its own are in the folder `data`.
     ::Run kelvane(const std::string& arguments) const {
-        return shell("cd " + folder.path() + " && $K " + arguments);
+        return shell("cd " + folder.path() + " && XDG_DATA_HOME=$PWD/data $K " + arguments);
+    }
+    /// Each of these arguments has its exit code and an error with its text.
+    using Rows = std::vector<std::tuple<const char*, int, const char*>>;
+    void expectErrors(const std::string& command, const Rows& rows) const {
+        for (const auto& [arguments, code, text] : rows) {
+            const auto run = kelvane(command + arguments);
+            EXPECT_EQ(run.code, code) << arguments << run.err;
+            EXPECT_THAT(run.err, testing::HasSubstr(text)) << arguments;
+        }
     }
 
     const TemporaryFolder folder;

@@ -1,5 +1,6 @@
 // kelvane render as a process: what a user meets at the shell.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <csignal>
 #include <cstring>
@@ -50,12 +51,9 @@ TEST_F(Render, BypassGivesBackEverySample) {
         Sound sound{.format = format, .samples = noise(20000)};
         for (auto& sample : sound.samples) sample /= 1.5;
         sound.samples[0] = -1;
-        if (const int type = format & SF_FORMAT_SUBMASK;
-            type == SF_FORMAT_FLOAT || type == SF_FORMAT_DOUBLE) {
-            sound.samples[5] = -3.5;
-            sound.samples[6] = 1e-40;
-            sound.samples[7] = std::numeric_limits<double>::quiet_NaN();
-        }
+        const int type = format & SF_FORMAT_SUBMASK;
+        if (type == SF_FORMAT_FLOAT || type == SF_FORMAT_DOUBLE)
+            std::ranges::copy(std::array<double, 3>{-3.5, 1e-40, NAN}, &sound.samples[5]);
         save(in, sound);
         const auto before = load(in).samples;
         EXPECT_EQ(render("in.wav "s + file + " --bypass --stereo-width 1 --volume 0").err, "");
@@ -91,18 +89,16 @@ TEST_F(Render, CopiesWhatIsBypassedThroughout) {
 /// With nothing turned, only the delay line's shortest length is left of the effect: one frame, on
 /// the left.
 TEST_F(Render, EveryFrameStaysInItsPlaceAtAnyLengthAndBlockAndWhenBypassChanges) {
-    struct Case {
-        std::size_t frames;
-        int block;
-        std::vector<std::pair<std::size_t, std::size_t>> bypassed;  ///< [first, end)
-    };
-    std::vector<Case> cases{{20000, 512, {{5000, 9000}}},
-                            {20000, 512, {{100, 101}}},
-                            {20000, 512, {{0, 3000}}},
-                            {20000, 512, {{3000, 3600}, {4000, 20000}, {4000, 20000}}},
-                            {20000, 512, {{3000, 3000}}}};
+    // Frames, the longest block, and [first, end) of what is bypassed.
+    using Stretches = std::vector<std::pair<std::size_t, std::size_t>>;
+    std::vector<std::tuple<std::size_t, int, Stretches>> cases{
+        {20000, 512, {{5000, 9000}}},
+        {20000, 512, {{100, 101}}},
+        {20000, 512, {{0, 3000}}},
+        {20000, 512, {{3000, 3600}, {4000, 20000}, {4000, 20000}}},
+        {20000, 512, {{3000, 3000}}}};
     for (const std::size_t frames : {1, 100, 2047, 2048, 2049, 5000})
-        for (const int block : {1, 64, 512, 1024}) cases.push_back({frames, block, {}});
+        for (const int block : {1, 64, 512, 1024}) cases.emplace_back(frames, block, Stretches{});
     for (const auto& [frames, block, bypassed] : cases) {
         const auto input = noise(2 * frames);
         save(in, {.samples = input});
@@ -145,12 +141,10 @@ TEST_F(Render, NotesClippedSamplesUnlessQuiet) {
     auto loud = noise(2 * 5000);
     for (auto& sample : loud) sample *= 3;
     save(in, {.samples = loud});
-    int count = 0;
-    double peak = 0;
-    for (const double sample : rendered("")) {  // floats do not clip
-        count += std::abs(sample) > 1;
-        peak = std::max(peak, std::abs(sample));
-    }
+    auto sizes = rendered("");  // floats do not clip
+    for (auto& sample : sizes) sample = std::abs(sample);
+    const auto count = std::ranges::count_if(sizes, [](double size) { return size > 1; });
+    const double peak = std::ranges::max(sizes);
     ASSERT_GT(count, 1000);
     const auto note = fmt::format(": {},{:03} samples clipped, peak {:+.1f} dBFS; ", count / 1000,
                                   count % 1000, 20 * std::log10(peak));
@@ -205,13 +199,10 @@ TEST_F(Render, RendersWhatIsThereOfADamagedFileWhenAsked) {
         EXPECT_TRUE(std::ranges::equal(std::span(kept).first(begin.size()), begin)) << message;
         std::filesystem::remove(out);
     };
-    struct Container {
-        int format;
-        // Of each length in the header: a text, its offset from there, its bytes.
-        std::vector<std::tuple<std::string, std::size_t, std::size_t>> lengths;
-    };
-    for (const auto& [container, lengths] : {
-             Container{SF_FORMAT_WAV, {{"RIFF", 4, 4}, {"fact", 8, 4}, {"data", 4, 4}}},
+    // Of each length in the header: a text, its offset from there, its bytes.
+    using Lengths = std::vector<std::tuple<std::string, std::size_t, std::size_t>>;
+    for (const auto& [container, lengths] : std::vector<std::pair<int, Lengths>>{
+             {SF_FORMAT_WAV, {{"RIFF", 4, 4}, {"fact", 8, 4}, {"data", 4, 4}}},
              {SF_FORMAT_RF64, {{"ds64", 8, 24}}},
              {SF_FORMAT_W64, {{"riff", 16, 8}, {"fact", 24, 8}, {"data", 16, 8}}},
              {SF_FORMAT_AIFF, {{"FORM", 4, 4}, {"COMM", 10, 4}, {"SSND", 4, 4}}},

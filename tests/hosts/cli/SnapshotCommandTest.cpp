@@ -9,7 +9,6 @@ namespace {
 
 using qov::cli::Arguments;
 using qov::cli::runSnapshot;
-using testing::HasSubstr;
 
 TEST(Snapshot, SameArgumentsSameBytesAndEachOptionShows) {
     const TemporaryFolder folder;
@@ -40,17 +39,14 @@ TEST(Snapshot, SameArgumentsSameBytesAndEachOptionShows) {
     EXPECT_NE(graph("2048", "0"), graph("2048", "1")) << "80 frames of the left side come later";
 }
 
-TEST(Snapshot, WrongWordsEndWithALineThatSaysWhatWouldBeRight) {
-    const TemporaryFolder folder;
-    for (const auto& [option, value, line] :
-         {std::tuple{"--size", "3", "takes WIDTHxHEIGHT in points, 1 to 16384 each"},
-          {"--draw-mode", "dots", "dots: takes one of points, ovals, bezier"},
-          {"--scale", "nan", "--scale nan: takes a number from 0.25 to 8"},
-          {"--size", "90000x10", "16384"},
-          {"--at", "3", "--signal"}}) {
-        const Arguments options{folder / "out.png", option, value};
-        EXPECT_THAT(failureOf(2, [&] { runSnapshot(options); }), HasSubstr(line));
-    }
+using SnapshotCommand = ProgramTest;
+TEST_F(SnapshotCommand, WrongWordsEndWithALineThatSaysWhatWouldBeRight) {
+    expectErrors("snapshot out.png ",
+                 {{"--size 3", 2, "takes WIDTHxHEIGHT in points, 1 to 16384 each"},
+                  {"--draw-mode dots", 2, "dots: takes one of points, ovals, bezier"},
+                  {"--scale nan", 2, "--scale nan: takes a number from 0.25 to 8"},
+                  {"--size 90000x10", 2, "16384"},
+                  {"--at 3", 2, "--signal"}});
     EXPECT_EQ(folder.files(), std::vector<std::string>{});
 }
 
