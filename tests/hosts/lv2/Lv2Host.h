@@ -16,6 +16,7 @@
 #include <cstring>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <span>
 #include <string>
 #include <utility>
@@ -49,14 +50,6 @@ class UridMap {
     std::map<std::string, LV2_URID> numbers_;
 };
 
-/// A patch message to the plug-in, or its answer.
-struct Patch {
-    std::string kind{};                     // "Set", "Put", "Get"
-    std::string property{};                 // of "Set" and "Get"; empty for all
-    std::map<std::string, float> values{};  // by the parameter's URI
-    int sequenceNumber = 0;
-};
-
 /// An LV2 host's side of one plug-in: memory for every port, features, state. One audio thread, one
 /// main thread, as the format has it; the controls belong to the audio thread.
 class Lv2Host {
@@ -83,7 +76,7 @@ class Lv2Host {
         for (std::uint32_t i = 0; i < controls.size(); ++i)
             connect(hosts::lv2::firstControl + i, &controls[i]);
         connect(hosts::lv2::latencyPort, &latency);
-        connect(hosts::lv2::notifyPort, notify_.data());
+        connect(hosts::lv2::notifyPort, notify.data());
         send({});
         takeAnswers();
     }
@@ -120,7 +113,7 @@ class Lv2Host {
                 const auto* parameter = parameterAt(event.parameter.parameterAddress);
                 const auto uri =
                     hosts::lv2::parameterUri(parameter ? parameter->identifier : "kUnknown");
-                add({"Set", uri, {{uri, event.parameter.value}}}, frame);
+                add(LV2_PATCH__Set, frame, uri, event.parameter.value);
                 continue;
             }
             lv2_atom_forge_frame_time(&forge_, frame);
@@ -128,29 +121,22 @@ class Lv2Host {
             lv2_atom_forge_write(&forge_, midi.data, midi.length);
         }
     }
-    /// One message more.
-    void add(const Patch& patch, std::uint32_t frame) {
-        const auto key = [&](const std::string& text) { lv2_atom_forge_key(&forge_, urids[text]); };
-        const auto value = [&](const std::string& name, float number) {
-            key(name);
-            lv2_atom_forge_float(&forge_, number);
-        };
-        LV2_Atom_Forge_Frame object, body;
+    /// One message more: patch:Set with its value, or patch:Get, of all where there is no property.
+    void add(const char* kind, std::uint32_t frame, const std::string& property,
+             std::optional<float> value = {}, int sequenceNumber = 0) {
+        const auto key = [&](const char* uri) { lv2_atom_forge_key(&forge_, urids[uri]); };
+        LV2_Atom_Forge_Frame object;
         lv2_atom_forge_frame_time(&forge_, frame);
-        lv2_atom_forge_object(&forge_, &object, 0, urids[LV2_PATCH_PREFIX + patch.kind]);
+        lv2_atom_forge_object(&forge_, &object, 0, urids[kind]);
         key(LV2_PATCH__sequenceNumber);
-        lv2_atom_forge_int(&forge_, patch.sequenceNumber);
-        if (!patch.property.empty()) {
+        lv2_atom_forge_int(&forge_, sequenceNumber);
+        if (!property.empty()) {
             key(LV2_PATCH__property);
-            lv2_atom_forge_urid(&forge_, urids[patch.property]);
+            lv2_atom_forge_urid(&forge_, urids[property]);
         }
-        if (patch.kind == "Put") {
-            key(LV2_PATCH__body);
-            lv2_atom_forge_object(&forge_, &body, 0, 0);
-            for (const auto& [parameter, number] : patch.values) value(parameter, number);
-            lv2_atom_forge_pop(&forge_, &body);
-        } else if (!patch.values.empty()) {
-            value(LV2_PATCH__value, patch.values.begin()->second);
+        if (value) {
+            key(LV2_PATCH__value);
+            lv2_atom_forge_float(&forge_, *value);
         }
         lv2_atom_forge_pop(&forge_, &object);
     }
@@ -161,16 +147,13 @@ class Lv2Host {
     }
     /// Allocates nothing.
     void run(std::uint32_t frames) { descriptor_.run(handle, frames); }
-    /// The plug-in's answers of the last run(); prepares the port for the next one.
-    std::vector<Patch> takeAnswers() {
-        std::vector<Patch> answers;
-        auto* sequence = reinterpret_cast<LV2_Atom_Sequence*>(notify_.data());
+    /// The plug-in's answers of the last run(), each in a line; prepares the port for the next one.
+    std::string takeAnswers() {
+        std::string answers;
+        auto* sequence = reinterpret_cast<LV2_Atom_Sequence*>(notify.data());
         if (sequence->atom.type == urids[LV2_ATOM__Sequence]) {
             LV2_ATOM_SEQUENCE_FOREACH(sequence, event) {
-                const auto* object = reinterpret_cast<const LV2_Atom_Object*>(&event->body);
-                auto& patch = answers.emplace_back();
-                patch.kind = urids.uri(object->body.otype).substr(std::strlen(LV2_PATCH_PREFIX));
-                LV2_ATOM_OBJECT_FOREACH(object, each) read(patch, each);
+                answers += textOf(*reinterpret_cast<const LV2_Atom_Object*>(&event->body)) + '\n';
             }
         }
         sequence->atom = {hosts::lv2::notifyBytes, urids[LV2_ATOM__Chunk]};
@@ -213,21 +196,30 @@ class Lv2Host {
     LV2_Handle handle = nullptr;
     std::array<float, parameterCount> controls{0.5F, 0.5F, 0, 0, 0, 0, 0, 1};
     float latency = -1;
+    std::vector<std::uint64_t> notify =  // the port's memory
+        std::vector<std::uint64_t>((sizeof(LV2_Atom) + hosts::lv2::notifyBytes) / 8);
 
  private:
-    template <class Value>
-    static Value contentOf(const LV2_Atom& atom) {
-        return *reinterpret_cast<const Value*>(&atom + 1);
+    std::string nameOf(LV2_URID number) {
+        const auto uri = urids.uri(number);
+        return uri.substr(uri.find('#') + 1);
     }
-    void read(Patch& patch, const LV2_Atom_Property_Body* item) {
-        const auto key = urids.uri(item->key);
-        if (key == LV2_PATCH__property)
-            patch.property = urids.uri(contentOf<LV2_URID>(item->value));
-        if (key == LV2_PATCH__value) patch.values[patch.property] = contentOf<float>(item->value);
-        if (key == LV2_PATCH__sequenceNumber) patch.sequenceNumber = contentOf<int>(item->value);
-        if (key != LV2_PATCH__body) return;
-        LV2_ATOM_OBJECT_FOREACH(reinterpret_cast<const LV2_Atom_Object*>(&item->value), each)
-        patch.values[urids.uri(each->key)] = contentOf<float>(each->value);
+    std::string textOf(const LV2_Atom_Object& object) {
+        auto text = nameOf(object.body.otype);
+        LV2_ATOM_OBJECT_FOREACH(&object, item) {
+            const auto* content = &item->value + 1;
+            const auto type = item->value.type;
+            text += ' ' + nameOf(item->key) + ' ';
+            if (type == urids[LV2_ATOM__Float])
+                text += std::to_string(*reinterpret_cast<const float*>(content));
+            if (type == urids[LV2_ATOM__Int])
+                text += std::to_string(*reinterpret_cast<const int*>(content));
+            if (type == urids[LV2_ATOM__URID])
+                text += nameOf(*reinterpret_cast<const LV2_URID*>(content));
+            if (type == urids[LV2_ATOM__Object])
+                text += textOf(reinterpret_cast<const LV2_Atom_Object&>(item->value));
+        }
+        return text;
     }
     const LV2_State_Interface& state() const {
         return *static_cast<const LV2_State_Interface*>(
@@ -240,8 +232,6 @@ class Lv2Host {
     LV2_Atom_Forge forge_{};
     LV2_Atom_Forge_Frame sequence_{};
     std::vector<std::uint64_t> messages_;
-    std::vector<std::uint64_t> notify_ =
-        std::vector<std::uint64_t>((sizeof(LV2_Atom) + hosts::lv2::notifyBytes) / 8);
 };
 
 }  // namespace qov::test
