@@ -14,9 +14,11 @@
 #include <atomic>
 #include <cstring>
 #include <map>
+#include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "hosts/clap/abi.h"
@@ -51,25 +53,21 @@ inline ClapEvent clapEvent(const platform::AURenderEvent& from) {
                                    CLAP_CORE_EVENT_SPACE_ID, static_cast<std::uint16_t>(type), 0};
     };
     const auto& data = from.MIDI.data;
+    const auto id = static_cast<clap_id>(from.parameter.parameterAddress);
+    const double value = from.parameter.value;
     if (isMidi(from))
         event.midi = {header(sizeof event.midi, CLAP_EVENT_MIDI), 0, {data[0], data[1], data[2]}};
     else
-        event.value = {header(sizeof event.value, CLAP_EVENT_PARAM_VALUE),
-                       static_cast<clap_id>(from.parameter.parameterAddress),
-                       nullptr,
-                       -1,
-                       -1,
-                       -1,
-                       -1,
-                       double{from.parameter.value}};
+        event.value = {
+            header(sizeof event.value, CLAP_EVENT_PARAM_VALUE), id, nullptr, -1, -1, -1, -1, value};
     return event;
 }
 
 /// A CLAP host with one plug-in. It records the plug-in's requests, which tests fulfil.
 class ClapTestHost {
  public:
-    /// Without loops, the plug-in gets neither timers nor descriptors.
-    explicit ClapTestHost(bool hasLoops = true) : hasLoops_(hasLoops) {
+    /// It lacks one extension where that is named.
+    explicit ClapTestHost(std::string lacking = {}) : lacking_(std::move(lacking)) {
         static const auto& factory = clapFactory<clap_plugin_factory_t>(CLAP_PLUGIN_FACTORY_ID);
         plugin = factory.create_plugin(&factory, &table, hosts::product::identifier);
         if (!plugin || !plugin->init(plugin)) throw std::runtime_error("no plug-in");
@@ -97,7 +95,7 @@ class ClapTestHost {
     std::atomic<bool> restart{false}, callback{false}, flush{false};
     // Main thread
     int rescans = 0, dirt = 0, latencyChanges = 0;
-    bool closed = false, wasDestroyed = false;
+    std::optional<bool> closed;  // and destroyed
     std::set<clap_id> timers;
     std::map<int, std::uint32_t> descriptors;
     std::string loadedPreset, presetError;
@@ -169,11 +167,7 @@ class ClapTestHost {
             .request_resize = [](const clap_host_t*, uint32_t, uint32_t) { return true; },
             .request_show = nullptr,
             .request_hide = nullptr,
-            .closed =
-                [](const clap_host_t* host, bool destroyed) {
-                    of(host).closed = true;
-                    of(host).wasDestroyed = destroyed;
-                }};
+            .closed = [](const clap_host_t* host, bool destroyed) { of(host).closed = destroyed; }};
         static const clap_host_timer_support_t timerSupport{
             .register_timer =
                 [](const clap_host_t* host, uint32_t, clap_id* timer) {
@@ -202,12 +196,10 @@ class ClapTestHost {
             {abi::presetLoad, &presetLoad},   {CLAP_EXT_TIMER_SUPPORT, &timerSupport},
             {abi::posixFdSupport, &fdSupport}};
         const auto found = all.find(id);
-        const bool isLoop =
-            id == std::string(CLAP_EXT_TIMER_SUPPORT) || id == std::string(abi::posixFdSupport);
-        return found == all.end() || (isLoop && !hasLoops_) ? nullptr : found->second;
+        return found == all.end() || id == lacking_ ? nullptr : found->second;
     }
 
-    const bool hasLoops_;
+    const std::string lacking_;
 };
 
 }  // namespace qov::test
