@@ -176,16 +176,16 @@ class Vst3View : public testing::Test {
 
     test::Screen screen_;
     std::uint64_t parent_ = test::Screen::makeWindow(680, 536);
+    host::Host offered_;
 };
 
 TEST_F(Vst3View, NeedsARunLoopAndOutlivesThePlugin) {
-    host::Host offered;
     Held<v3_edit_controller> controller;
     Held<v3_plugin_view> view, second;
     {
         const Loaded without;
         EXPECT_NE(attach(makeView(without), parent_), V3_OK);
-        const Loaded effect(offered.face());
+        const Loaded effect(offered_.face());
         view = makeView(effect);
         second = makeView(effect);
         controller = effect.controller;
@@ -200,27 +200,33 @@ TEST_F(Vst3View, NeedsARunLoopAndOutlivesThePlugin) {
     EXPECT_EQ(attach(second, parent_), V3_OK);  // and is released while it is open
 }
 
-TEST_F(Vst3View, TakesTheKeysOfTheControlUnderTheMouse) {
-    host::Host offered;
-    const Loaded effect(offered.face());
-    effect.controller(&v3_edit_controller::set_component_handler, offered.handler());
-    const auto view = makeView(effect);
-    ASSERT_EQ(attach(view, parent_), V3_OK);
+class OpenVst3View : public Vst3View {
+ protected:
+    OpenVst3View() {
+        effect_.controller(&v3_edit_controller::set_component_handler, offered_.handler());
+        EXPECT_EQ(attach(view_, parent_), V3_OK);
+    }
+    void act(const std::string& hands) {
+        test::Screen::xdo(hands);
+        for (int turn = 0; turn < 30; ++turn) poll(nullptr, 0, 20), offered_.turn();
+    }
+
+    const Loaded effect_{offered_.face()};
+    const Held<v3_plugin_view> view_ = makeView(effect_);
+};
+
+TEST_F(OpenVst3View, TakesTheKeysOfTheControlUnderTheMouse) {
     constexpr std::int16_t enter = 4, up = 12, shift = 1;
     const auto isTaken = [&](std::int16_t character, std::int16_t code, std::int16_t modifiers) {
-        return view(&v3_plugin_view::on_key_down, character, code, modifiers) == V3_OK;
-    };
-    const auto pointAt = [&](const std::string& place) {
-        test::Screen::xdo("mousemove " + place);
-        for (int turn = 0; turn < 10; ++turn) poll(nullptr, 0, 20), offered.turn();
+        return view_(&v3_plugin_view::on_key_down, character, code, modifiers) == V3_OK;
     };
     const auto width = [&] {
-        offered.turn();
-        return static_cast<float>(effect.value(kStereoWidth));
+        offered_.turn();
+        return static_cast<float>(effect_.value(kStereoWidth));
     };
-    pointAt("20 20");
+    act("mousemove 20 20");
     EXPECT_FALSE(isTaken(0, up, 0)) << "there is no control";
-    pointAt("300 380");
+    act("mousemove 300 380");
     EXPECT_TRUE(isTaken(0, up, 0) && isTaken(0, up, shift));
     EXPECT_FALSE(isTaken('z', 0, 0));
     EXPECT_FLOAT_EQ(width(), 0.511F);
@@ -229,12 +235,7 @@ TEST_F(Vst3View, TakesTheKeysOfTheControlUnderTheMouse) {
     EXPECT_FLOAT_EQ(width(), 0.475F);
 }
 
-TEST_F(Vst3View, ReportsWhatTheStripChangesTogetherAsAGroup) {
-    host::Host offered;
-    const Loaded effect(offered.face());
-    effect.controller(&v3_edit_controller::set_component_handler, offered.handler());
-    const auto view = makeView(effect);
-    ASSERT_EQ(attach(view, parent_), V3_OK);
+TEST_F(OpenVst3View, ReportsWhatTheStripChangesTogetherAsAGroup) {
     // B with a width and a panorama of its own, then A, then "Wider pad" and back.
     for (const auto& [hands, groups, program] :
          {std::tuple{"mousemove 20 20", 0, 0},
@@ -243,12 +244,11 @@ TEST_F(Vst3View, ReportsWhatTheStripChangesTogetherAsAGroup) {
           {"mousemove 30 510 click 1", 1, 0},
           {"mousemove 400 510 click 1 mousemove 300 156 click 1", 1, 4},
           {"mousemove 181 510 click 1", 1, 0}}) {
-        test::Screen::xdo(hands);
-        for (int turn = 0; turn < 30; ++turn) poll(nullptr, 0, 20), offered.turn();
-        EXPECT_EQ(offered.groups, groups) << hands;
-        EXPECT_EQ(std::lround(effect.value(programId) * (presetBank.size() - 1)), program);
+        act(hands);
+        EXPECT_EQ(offered_.groups, groups) << hands;
+        EXPECT_EQ(std::lround(effect_.value(programId) * (presetBank.size() - 1)), program);
     }
-    EXPECT_EQ(effect.value(kStereoWidth) + effect.value(kPanorama), 1);
+    EXPECT_EQ(effect_.value(kStereoWidth) + effect_.value(kPanorama), 1);
 }
 
 TEST_F(Vst3View, KeepsThePanelsProportionsAndTheHostsScale) {
