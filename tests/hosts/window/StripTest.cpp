@@ -34,20 +34,15 @@ class StripWindow : public testing::Test {
         platform::console::setSink({});
         setenv("XDG_DATA_HOME", folder_.path().c_str(), 1);
         EXPECT_TRUE(instance_->activate(48000, 512, nullptr));
-        window_ = hosts::EditorWindow::open(*instance_,
-                                            {.scale = 1,
-                                             .size = {680, 440 + Strip::shownHeight},
-                                             .makeFooter =
-                                                 [this](hosts::EditorWindow& window) {
-                                                     auto strip = std::make_shared<Strip>(
-                                                         window, *instance_,
-                                                         Strip::Options{.onFold = [&window](bool) {
-                                                             window.setSize(window.wantedSize());
-                                                         }});
-                                                     strip_ = strip.get();
-                                                     return strip;
-                                                 }},
-                                            nullptr);
+        hosts::EditorWindow::Options options{.scale = 1, .size = {680, 440 + Strip::shownHeight}};
+        options.makeFooter = [this](hosts::EditorWindow& window) {
+            const auto fold = [&window](bool) { window.setSize(window.wantedSize()); };
+            auto strip =
+                std::make_shared<Strip>(window, *instance_, Strip::Options{.onFold = fold});
+            strip_ = strip.get();
+            return strip;
+        };
+        window_ = hosts::EditorWindow::open(*instance_, options, nullptr);
         window_->native().show();
         act("mousemove 600 220");
     }
