@@ -1,5 +1,7 @@
 #include "hosts/cli/Automation.h"
 
+#include <tuple>
+
 #include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -11,13 +13,9 @@ namespace {
 using qov::cli::parseAutomation;
 
 TEST(Automation, ReadsTimesValuesAndMessagesAndSortsThemByFrame) {
-    struct Case {
-        const char* text;
-        double rate;
-        const char* events;  // frame, address and value, or frame and bytes
-    };
+    // Of each event: frame, address and value, or frame and bytes.
     for (const auto& [text, rate, events] : {
-             Case{"0 set panorama 1", 44100, "0 1=1, "},
+             std::tuple{"0 set panorama 1", 44100, "0 1=1, "},
              {"4410 set kBypass on", 44100, "4410 7=1, "},
              {"0.1s set panorama L 30 %", 44100, "4410 1=0.35, "},
              {"0.3s set panorama 1", 48000, "14400 1=1, "},
