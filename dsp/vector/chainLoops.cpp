@@ -110,8 +110,8 @@ inline Frames fusedMultiplyAdd(Frames x, float y, Frames z) {
     const __m128i isMiddle = _mm_cmpeq_epi32(_mm_and_si128(lowWords, _mm_set1_epi32(0x1FFFFFFF)),
                                              _mm_set1_epi32(0x10000000));
     const __m128i magnitude = _mm_and_si128(_mm_castps_si128(result), _mm_set1_epi32(0x7FFFFFFF));
-    const __m128i isTiny = _mm_cmplt_epi32(magnitude, _mm_set1_epi32(0x00800001));
-    if (_mm_movemask_epi8(_mm_or_si128(isMiddle, isTiny)) == 0) return result;
+    const __m128i isNormal = _mm_cmpgt_epi32(magnitude, _mm_set1_epi32(0x00800000));
+    if (_mm_movemask_epi8(_mm_andnot_si128(isMiddle, isNormal)) == 0xFFFF) return result;
     return narrowed(sumRoundedToOdd(lowProduct, lowAddend),
                     sumRoundedToOdd(highProduct, highAddend));
 }
