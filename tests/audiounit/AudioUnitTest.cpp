@@ -34,7 +34,12 @@ TEST_F(AudioUnitTest, NewInstanceIsNeutralAndLogsIt) {
         EXPECT_EQ(parameter->value(), parameter->address() < kPhaseShift ? 0.5f : 0.0f);
         EXPECT_EQ(parameter->flags(), 0x80000000u);
     }
+    EXPECT_EQ(unit_.maximumFramesToRender(), 1024u);
     EXPECT_EQ((*unit_.inputBusses())[0]->maximumChannelCount(), 2u);
+    EXPECT_EQ((*unit_.outputBusses())[0]->format()->sampleRate(), 44100);
+    EXPECT_TRUE(unit_.canProcessInPlace());
+    EXPECT_EQ(unit_.latency(), 0);
+    EXPECT_THAT(unit_.MIDIOutputNames(), ElementsAre("QOV Kelvane MIDIOut"));
     EXPECT_THAT(unit_.parametersForOverviewWithCount(2), ElementsAre(0, 1, 2, 3, 4, 5, 6, 7));
 
     QOV_Kelvane_PluginAudioUnit other;
@@ -82,6 +87,9 @@ TEST_F(AudioUnitTest, AllocationFailsWholeForOtherChannelsAndWithoutMemory) {
     }
     EXPECT_TRUE(unit_.allocateRenderResourcesAndReturnError(nullptr));
     EXPECT_EQ(unit_.getSamplerate(), 48000);
+    unit_.deallocateRenderResources();
+    unit_.setMaximumFramesToRender(0);
+    refused();
 }
 
 TEST_F(AudioUnitTest, AllocationAnnouncesAndKeepsTheHostsBlocks) {

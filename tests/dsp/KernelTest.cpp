@@ -106,18 +106,27 @@ TEST(Kernel, StoresValuesAsGivenAndSwitchesAboveOneHalf) {
 }
 
 TEST(Kernel, TakesTheDelayLengthFromTheSampleRate) {
-    for (const auto& [value, frames] :
-         {std::pair{1.0f, 3840}, {-1, 1}, {INFINITY, INT32_MAX}, {-INFINITY, 1}, {NAN, 1}}) {
+    for (const auto& [value, frames] : {std::pair{1.0f, 3840},
+                                        {0.5f, 1920},
+                                        {-1, 1},
+                                        {INFINITY, INT32_MAX},
+                                        {-INFINITY, 1},
+                                        {NAN, 1}}) {
         Kernel kernel;
         kernel.init(2, 384000);
         kernel.setParameter(kPhaseShift, value);
         EXPECT_EQ(kernel.latency.lNewSize, frames) << value;
+        kernel.init(2, 44100);
+        EXPECT_EQ(kernel.latency.lNewSize, 1) << "a new format forgets it";
     }
 }
 
 TEST(Kernel, InitAdoptsTheFormatAndForgetsTheSound) {
     KernelRig rig(96000);
     Kernel& kernel = rig.kernel;
+    EXPECT_EQ(std::tuple(kernel.nyquist, kernel.inverseNyquist, kernel.buffer.size,
+                         kernel.latency.pos, kernel.volumeInterpolator.currentValue),
+              std::tuple(48000, 1.0f / 48000, 2048, 1024, 1));
     Samples left(3000, 1), right(3000, 1);
     rig.render(left, right);
     EXPECT_NE(kernel.buffer.data[1][2047], 0) << "the ring's capture";

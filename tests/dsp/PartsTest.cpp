@@ -46,6 +46,7 @@ TEST(Buffers, KeepClearGrowAndDropTheirFrames) {
     two.allocate(3);
     two.clear();
     EXPECT_EQ(Samples(two.data[0], two.data[0] + 4), (Samples{0, 0, 0, 1})) << "frames in use";
+    EXPECT_EQ(two.getChannel(0), two.getData()[0]);
     for (const int index : {2, -1, INT32_MIN}) EXPECT_EQ(two.getChannel(index), nullptr);
 }
 

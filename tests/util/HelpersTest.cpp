@@ -71,9 +71,11 @@ TEST_F(Helpers, PinAViewToItsSuperviewWhateverBecomesOfThat) {
     outer->addSubview(inner);
     qov::pinToSuperviewEdges(*inner);
     EXPECT_FALSE(inner->translatesAutoresizingMaskIntoConstraints());
-    outer->setFrame({{0, 0}, {1, 7}});
-    outer->layoutIfNeeded();
-    EXPECT_EQ(inner->frame(), outer->bounds());
+    for (const CGRect frame : {CGRect{{10, 20}, {300, 200}}, CGRect{{0, 0}, {1, 7}}}) {
+        outer->setFrame(frame);
+        outer->layoutIfNeeded();
+        EXPECT_EQ(inner->frame(), outer->bounds());
+    }
 }
 
 }  // namespace

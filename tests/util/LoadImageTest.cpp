@@ -50,7 +50,8 @@ TEST_F(LoadImage, LoadsOnTheMainQueueOrPrintsOneLineAndLeavesThePicture) {
           Case{files + "red.jpg", ""}, Case{"", line + "encode url string : "},
           Case{"not a url", line + "encode url string : not a url"},
           Case{"relative/red.png", encode},  // only file:, http: and https:
-          Case{server.address("/missing"), encode}, Case{server.address("/page"), assign},
+          Case{server.address("/missing"), encode}, Case{server.address("/cut"), encode},
+          Case{files + "none.png", encode}, Case{server.address("/page"), assign},
           Case{files + "cut.png", assign}, Case{files + "huge.png", assign}}) {  // 16000 x 16000
         view->setImage(before);
         qov::loadFrom(*view, address);

@@ -222,6 +222,7 @@ TEST_F(InstanceTest, StateKeepsThePresetAndRepairsInvalidValues) {
     EXPECT_EQ(other->audioUnit().currentPreset()->name, "Mine end=1");
 
     other->setValue(kStereoWidth, 0.1f);  // becomes the default
+    EXPECT_FALSE(other->restoreState("QOV Kelvane state 2\nvalue.0=1\nend\n"));
     EXPECT_TRUE(other->restoreState(
         "QOV Kelvane state 1\n=\nvalue.0=nan\nvalue.1=1e-400\nvalue.3=7\nvalue.4=1e999\nvalue.2=x\n"
         "value.99=1\nvalue.=1\npreset=many\nlater=1\nend\nvalue.2=1\n"));

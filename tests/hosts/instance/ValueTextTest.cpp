@@ -18,6 +18,7 @@ TEST(ValueText, ShowsThePanelsFigureAndReadsItBack) {
     for (const auto& [address, value, rate, text] :
          {std::tuple{kStereoWidth, 0.5f, 44100.0, "0 %"},
           {kStereoWidth, 0.6f, 44100, "+20 %"},
+          {kStereoWidth, 0.0f, 44100, "-100 %"},
           {kStereoWidth, NAN, 44100, "-100 %"},
           {kPanorama, 0.35f, 44100, "L 30 %"},
           {kPanorama, 1e30f, 44100, "R 100 %"},
@@ -74,8 +75,10 @@ TEST(ParseValue, ReadsTheFormsThatPeopleWriteAndRefusesOthers) {
           {kSwapChannels, "0", 0, 0, 0},
           {kBypass, "0.7", refused, 0.7, 0.7},
           {kVolume, "80", 0.8, 80, 0.8},
+          {kVolume, "-6dB", 0.501187, 0.501187, 0.501187},
           {kVolume, "+6 dB", 1.995262, 1.995262, 1.995262},
           {kPhaseShift, "220", 220.5 / 480, 220, 220.5 / 480},
+          {kPhaseShift, "5ms", 240.5 / 480, 240.5 / 480, 240.5 / 480},
           {kPhaseShift, "220samples", 220.5 / 480, 220.5 / 480, 220.5 / 480}})
         for (const auto& [number, value] : {std::pair{BareNumber::shown, shown},
                                             {BareNumber::normalized, normalized},

@@ -18,6 +18,7 @@ namespace qov::test {
 namespace {
 
 using platform::AURenderEvent;
+using testing::FieldsAre;
 
 constexpr std::uint32_t frames = 100;
 
@@ -64,13 +65,6 @@ TEST_F(Lv2Plugin, APortSetsItsParameterOnlyWhenItChanges) {
     EXPECT_EQ(playPort(std::numeric_limits<float>::quiet_NaN()), 0.3F);
     EXPECT_EQ(playPort(4), 1);
     EXPECT_EQ(host.value(kPanorama), 0.9F);
-    // The port of the bypass is its opposite, on above 0.
-    for (const auto& [port, bypass] : {std::pair{0.0F, 1}, {0.1F, 0}}) {
-        host.controls[kBypass] = port;
-        host.play();
-        EXPECT_EQ(host.value(kBypass), bypass);
-        EXPECT_EQ(host.latency, bypass ? 0 : 2048);
-    }
 }
 
 TEST_F(Lv2Plugin, TakesPortEventsOfTheEditorWhileNoBlocksAreProcessed) {
@@ -87,6 +81,19 @@ TEST_F(Lv2Plugin, TakesPortEventsOfTheEditorWhileNoBlocksAreProcessed) {
     host.plugin().controls().release(kStereoWidth);
     host.plugin().portChanged(kBypass, 0);
     EXPECT_EQ(host.value(kBypass), 1) << "in the port's sense";
+}
+
+TEST_F(Lv2Plugin, EnabledIsTheOppositeOfBypassAndDecidesTheLatency) {
+    const auto play = [&](float port, const std::vector<AURenderEvent>& events = {}) {
+        host.controls[kBypass] = port;
+        host.play(events);
+        return std::pair(host.value(kBypass), host.latency);
+    };
+    EXPECT_THAT(play(1), FieldsAre(0, 2048));
+    EXPECT_THAT(play(0), FieldsAre(1, 0));
+    EXPECT_THAT(play(0.1F), FieldsAre(0, 2048)) << "on above 0";
+    EXPECT_THAT(play(0.1F, {parameterEvent(3, kBypass, 1)}), FieldsAre(1, 0))
+        << "a message sets the parameter";
 }
 
 TEST_F(Lv2Plugin, AStateAndThePortsThatAHostSavesBesideItAreOneSetting) {

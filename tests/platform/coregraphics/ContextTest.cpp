@@ -46,18 +46,24 @@ TEST(CGContext, FarPointsDoNotDisturbWhatIsInside) {
     }
 }
 
-TEST(CGContext, LayersAreOneAndARestoreTakesBackClipAlphaAndASingularScale) {
+TEST(CGContext, StateLayersAndClipNest) {
     auto c = makeBitmapContext(40, 40, 2);
     c->restoreGState();  // a no-op: nothing is saved
     c->setFillColor({1, 0, 0, 1});
     c->saveGState();
     c->setAlpha(0.5);
-    c->clipTo({10, 10, 4, 4});
     c->beginTransparencyLayer();
-    for (int twice = 0; twice < 2; ++twice) c->fillRect({0, 0, 20, 20});  // still half
+    c->fillRect({0, 0, 10, 10});
+    c->fillRect({5, 0, 10, 10});  // overlaps within the layer: still half
     c->endTransparencyLayer();
-    EXPECT_NEAR(alphaAt(*c, 20, 20), 128, 1);
-    c->setAlpha(0.5);
+    c->restoreGState();
+    EXPECT_NEAR(alphaAt(*c, 12, 12), 128, 1);
+    c->fillRect({0, 15, 5, 5});
+    EXPECT_EQ(alphaAt(*c, 3, 33), 255) << "the alpha went with the state";
+    c->saveGState();
+    c->clipTo({10, 10, 4, 4});
+    c->fillRect({0, 0, 20, 20});
+    EXPECT_EQ(alphaAt(*c, 20, 20), 255);
     c->scaleBy(0, 1);  // singular: draws nothing until the restore
     c->fillRect({0, 0, 20, 20});
     c->restoreGState();
@@ -107,6 +113,11 @@ TEST(CGFont, MeasuresAsTheEmbeddedFacesTablesDo) {
     EXPECT_LT(regular->width("AV"), 2 * 0.667) << "kerned";
     EXPECT_NEAR(regular->width("é"), 0.556, 1e-9);
     EXPECT_GT(regular->width("\xff"), 0) << "a broken sequence draws something";
+    // The outline of an H stands on the base line, upright, as high as a capital.
+    const CGRect box = regular->outlines("H", 100, {50, 200}).boundingBox();
+    EXPECT_NEAR(box.maxY(), 200, 1e-6);
+    EXPECT_NEAR(box.height(), 100 * regular->capHeight(), 1e-6);
+    EXPECT_GT(box.minX(), 50);
 }
 
 TEST(MarkStamp, CoversTheAreaOfItsOutlineAtAnyPlace) {

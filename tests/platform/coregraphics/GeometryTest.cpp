@@ -56,14 +56,23 @@ TEST(CGPath, ContainsFollowsTheOutlineOfEveryFigure) {
 TEST(CGPath, ArcsTakeTheAskedWayRoundAndKeepTheirRadius) {
     CGPath arc;
     arc.addArc({0, 0}, 10, 0, std::numbers::pi / 2, false);  // the long way, over the top
+    EXPECT_TRUE(arc.contains({0, -9}));
+    EXPECT_FALSE(arc.contains({8, 8}));
     CGPath whole;
     whole.addArc({0, 0}, 10, 0, -7, false);  // more than a turn is one turn
-    for (CGFloat angle = 0.005; angle < 6.28; angle += 0.01)
-        for (const CGFloat radius : {9.996, 10.004}) {
-            const CGPoint p{radius * std::cos(angle), radius * std::sin(angle)};
-            EXPECT_EQ(whole.contains(p), radius < 10) << angle;
-            EXPECT_EQ(arc.contains(p), radius < 10 && angle > std::numbers::pi / 2) << angle;
+    for (const CGPoint p : {CGPoint{0, -9}, {-9, 0}, {0, 9}}) EXPECT_TRUE(whole.contains(p));
+    for (const auto& figure : {CGPath::ellipse({-10, -10, 20, 20}), arc, whole}) {
+        const CGPoint* p = &figure.points()[1];
+        CGPoint from = figure.points()[0];
+        for (const auto element : figure.elements()) {
+            if (element != CGPath::Element::curveTo) continue;
+            const CGPoint middle{(from.x + 3 * p[0].x + 3 * p[1].x + p[2].x) / 8,
+                                 (from.y + 3 * p[0].y + 3 * p[1].y + p[2].y) / 8};
+            EXPECT_NEAR(std::hypot(middle.x, middle.y), 10, 0.003);
+            from = p[2];
+            p += 3;
         }
+    }
 }
 
 }  // namespace

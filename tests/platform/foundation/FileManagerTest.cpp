@@ -106,7 +106,7 @@ TEST_F(FileManagerTest, CreatesFoldersAndErrorsNameReasonAndItem) {
     EXPECT_TRUE(manager.createDirectory(folder / "a/b", true, &error));
     EXPECT_TRUE(std::filesystem::is_directory(folder / "a/b/c"));
     folder.file("f");
-    folder.folder("safe");
+    folder.file("safe/file");
     chmod((folder / "safe").c_str(), 0500);
     const WithoutPrivileges nobody;
     // Made, made with those above, or removed: which item.
@@ -117,7 +117,8 @@ TEST_F(FileManagerTest, CreatesFoldersAndErrorsNameReasonAndItem) {
           {"p f/g", NSFileWriteUnknownError, "“g” couldn’t be saved in the folder “f”."},
           {"m no/b", NSFileNoSuchFileError, "The folder “b” doesn’t exist."},
           {"p safe/new", NSFileWriteNoPermissionError, "save the file “new” in the folder “safe”."},
-          {"r none", NSFileNoSuchFileError, "“none” couldn’t be removed."}}) {
+          {"r none", NSFileNoSuchFileError, "“none” couldn’t be removed."},
+          {"r safe/file", NSFileWriteNoPermissionError, "permission to access"}}) {
         const auto path = folder / what.substr(2);
         EXPECT_FALSE(what[0] == 'r' ? manager.removeItem(path, &error)
                                     : manager.createDirectory(path, what[0] == 'p', &error));

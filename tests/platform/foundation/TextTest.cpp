@@ -72,11 +72,13 @@ TEST(Number, IsOneWhateverItWasMadeFrom) {
         EXPECT_EQ(Number(real), Number(whole));
 }
 
-TEST(NSError, DescribesItselfByItsCodeForWantOfAText) {
-    const NSError plain(NSOSStatusErrorDomain, -10875);
+TEST(NSError, DescribesItselfByTextOrCode) {
+    const NSError plain(NSOSStatusErrorDomain, -10875), described("D", 13, "Denied");
     EXPECT_EQ(plain.localizedDescription(),
               "The operation couldn’t be completed. (OSStatus error -10875.)");
     EXPECT_EQ(plain.description(), "Error Domain=NSOSStatusErrorDomain Code=-10875 \"(null)\"");
+    EXPECT_EQ(described.localizedDescription(), "Denied");
+    EXPECT_EQ(described.description(), "Error Domain=D Code=13 \"Denied\"");
     EXPECT_FALSE(NSError());
 }
 

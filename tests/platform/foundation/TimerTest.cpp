@@ -8,23 +8,28 @@ namespace {
 
 using namespace platform;
 
-TEST(Timer, IsValidUntilItHasFiredOrIsInvalidatedInItsBlockOrTheLoopEnds) {
+TEST(Timer, InvalidationInTheBlockOrByTheLoopsEndReleasesTheCaptures) {
     const auto loop = RunLoop::createForTest();
     const RunLoop::MakeCurrent makeCurrent(loop);
     int ticks = 0;
-    const auto once = Timer::scheduledTimer(1, false, [](Timer&) {});
-    const auto repeating = Timer::scheduledTimer(1, true, [](Timer&) {});
-    const auto stopped = Timer::scheduledTimer(1, true, [&](Timer& sender) {
-        sender.invalidate();
-        sender.invalidate();
-        ticks += !sender.isValid();
-    });
-    loop->advance(3);
-    EXPECT_EQ(ticks, 1);
-    EXPECT_FALSE(once->isValid());
-    EXPECT_TRUE(repeating->isValid());
-    loop->end();
-    EXPECT_FALSE(repeating->isValid());
+    for (const bool ends : {false, true}) {
+        auto captured = std::make_shared<std::shared_ptr<Timer>>();
+        const std::weak_ptr<std::shared_ptr<Timer>> weak = captured;
+        *captured = Timer::scheduledTimer(1, true, [&, captured](Timer& sender) {
+            sender.invalidate();
+            sender.invalidate();
+            ticks += captured->get() == &sender;
+        });
+        const auto timer = *captured;
+        captured.reset();
+        EXPECT_FALSE(weak.expired());
+        const auto once = Timer::scheduledTimer(1, false, [](Timer&) {});
+        ends ? loop->end() : loop->advance(3);
+        EXPECT_FALSE(once->isValid() || timer->isValid());
+        EXPECT_EQ(ticks, 1);
+        EXPECT_TRUE(weak.expired());
+        timer->invalidate();
+    }
 }
 
 }  // namespace

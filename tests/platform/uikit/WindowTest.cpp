@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include "platform/coregraphics/CGBitmapContext.h"
+#include "platform/coregraphics/CGFont.h"
 #include "platform/uikit/DrawingRecord.h"
 #include "platform/uikit/NSLayoutConstraint.h"
 #include "platform/uikit/UIGraphics.h"
@@ -48,13 +49,6 @@ class Window : public testing::Test {
         return patch;
     }
 
-    bool isAsCompositedAnew() {
-        const auto before = window->picture()->makeImage();
-        window->setBackgroundColor({0, 0, 0, 1});
-        window->update();
-        return std::ranges::equal(before->pixels(), window->picture()->pixels());
-    }
-
     std::shared_ptr<UIWindow> window = std::make_shared<UIWindow>(CGSize{100, 80});
     const CGColor red{1, 0, 0, 1}, green{0, 1, 0, 1};
 };
@@ -64,6 +58,7 @@ TEST_F(Window, OnlyChangedAreasAreDrawnAndComposited) {
     const auto other = add({60, 20, 10, 10}, green);
     EXPECT_THAT(window->update(), ElementsAre(Rect{0, 0, 100, 80}));
     EXPECT_EQ(pixel(10, 20), kRed);
+    EXPECT_EQ(pixel(9, 20), kBlack);
     EXPECT_THAT(window->update(), IsEmpty());
     patch->setNeedsDisplay();
     EXPECT_THAT(window->update(), IsEmpty()) << "it draws the same";
@@ -76,11 +71,14 @@ TEST_F(Window, OnlyChangedAreasAreDrawnAndComposited) {
 
     other->setFrame({50, 0, 10, 10});
     EXPECT_THAT(window->update(), ElementsAre(Rect{50, 0, 20, 30})) << "neighbours are one";
+    EXPECT_EQ(pixel(60, 20), kBlack);
+    EXPECT_EQ(pixel(50, 0), kGreen);
     other->setAlpha(0.5);
     EXPECT_THAT(window->update(), ElementsAre(Rect{50, 0, 10, 10}));
     EXPECT_NEAR(static_cast<int>(pixel(55, 5) >> 8 & 255), 128, 1);
     other->setHidden(true);
     EXPECT_THAT(window->update(), ElementsAre(Rect{50, 0, 10, 10}));
+    EXPECT_EQ(pixel(55, 5), kBlack);
     other->setNeedsDisplay();
     EXPECT_THAT(window->update(), IsEmpty());
     EXPECT_EQ(other->layer().draws(), 1) << "neither moved nor hidden views draw";
@@ -106,7 +104,10 @@ TEST_F(Window, ManyChangesInARowLeaveThePictureThatIsCompositedAnew) {
         if (what > 25) view->color.red = below(9) / 8.0, view->setNeedsDisplay();
         window->update();
         if (step % 500 < 499) continue;
-        ASSERT_TRUE(isAsCompositedAnew()) << step;
+        const auto before = window->picture()->makeImage();
+        window->setBackgroundColor({0, 0, 0, 1});  // all anew
+        window->update();
+        ASSERT_TRUE(std::ranges::equal(before->pixels(), window->picture()->pixels())) << step;
     }
 }
 
@@ -173,12 +174,20 @@ TEST_F(Window, TheFrontmostVisibleViewShowsAndIsTouchedForAsLongAsItExists) {
     window->deliverTouch(0, UITouchPhase::ended, {12, 12}, 0);
 }
 
-TEST_F(Window, TheControllersViewFillsIt) {
-    const auto controller = std::make_shared<UIViewController>();
+TEST_F(Window, TheControllerLoadsOnceAndIsCalledAfterEachLayout) {
+    struct Logging : UIViewController {
+        void viewDidLoad() override { log += "load "; }
+        void viewDidLayoutSubviews() override { log += "layout "; }
+        std::string log;
+    };
+    const auto controller = std::make_shared<Logging>();
     window->setRootViewController(controller);
+    window->update();
+    window->update();
     window->setSize({200, 50});
     window->update();
-    EXPECT_EQ(controller->view()->frame(), CGRect(0, 0, 200, 50));
+    EXPECT_EQ(controller->log, "load layout layout ");
+    EXPECT_EQ(controller->view()->frame(), CGRect(0, 0, 200, 50)) << "it fills the window";
 }
 
 TEST(Layout, AnEdgeFollowsTheSuperviewsAndOneAloneKeepsTheLength) {
@@ -198,19 +207,42 @@ TEST(Layout, AnEdgeFollowsTheSuperviewsAndOneAloneKeepsTheLength) {
         "superview");
 }
 
-/// What the editor's pictures leave out; a transform and a clip stay.
-void drawRest(CGContext& context, CGFloat shift) {
+/// Makes every call; a transform and a clip stay.
+void drawAll(CGContext& context, CGFloat shift) {
     const std::array<CGGradientStop, 2> stops{{{0, {1, 0, 0, 1}}, {1, {0, 0, 1, 0.5}}}};
+    const std::array<CGFloat, 2> dash{3, 2};
+    context.saveGState();
     context.translateBy(shift, 1);
+    context.scaleBy(0.9, 1.1);
+    context.saveGState();
+    context.clipTo({0, 0, 40, 40});
+    context.drawLinearGradient(stops, {0, 0}, {40, 40});
     context.drawRadialGradient(stops, {30, 30}, 2, {30, 30}, 10);
-    context.setAlpha(0.5);
-    context.beginTransparencyLayer();
-    context.drawImage(CGImage(2, 1, {0xff00ff00, 0xff0000ff}), {40, 40, 10, 10});
+    context.restoreGState();
+    context.setStrokeColor({0, 0.5, 1, 1});
+    context.setFillColor({1, 0.7, 0.2, 0.8});
+    context.setLineWidth(2);
+    context.setLineCap(CGLineCap::round);
+    context.setLineDash(1, dash);
+    context.beginPath();
     context.moveTo({3, 3});
+    context.addLineTo({30, 8});
     context.addCurveTo({40, 10}, {10, 40}, {50, 50});
     context.closePath();
     context.strokePath();
+    context.setLineDash(0, {});
+    context.beginTransparencyLayer();
+    context.setAlpha(0.5);
+    context.addPath(CGPath::roundedRect({5, 30, 30, 20}, 4));
+    context.addRect({10, 35, 10, 10});
+    context.fillPath();
     context.endTransparencyLayer();
+    context.drawImage(CGImage(2, 1, {0xff00ff00, 0xff0000ff}), {40, 40, 10, 10});
+    context.showText("Ag", *CGFont::named("HelveticaNeue"), 14, {5, 60}, 0.5);
+    context.strokePolygon(std::array<CGPoint, 3>{{{5 + shift, 5}, {20, 30}, {50, 8}}});
+    context.fillMarks(std::array<CGPoint, 3>{{{0, 0}, {4, 1}, {1, 4}}},
+                      std::array<CGPoint, 3>{{{shift, 9}, {9, 50}, {-99, 9}}});
+    context.restoreGState();
     context.scaleBy(shift, 3);
     context.clipTo({1, 1, 8, 6});
 }
@@ -219,13 +251,13 @@ TEST(DrawingRecord, PlaysBackTheSamePixelsAndIsEqualOnlyForTheSamePicture) {
     DrawingRecord record, other;
     const auto draw = [](DrawingRecord& into, CGFloat shift, CGFloat scale) {
         into.begin({64, 64}, scale);
-        drawRest(into, shift);
+        drawAll(into, shift);
     };
     for (const CGFloat scale : {1.0, 2.0}) {
         const int side = static_cast<int>(64 * scale);
         const auto direct = makeBitmapContext(side, side, scale);
         const auto played = makeBitmapContext(side, side, scale);
-        drawRest(*direct, 2);
+        drawAll(*direct, 2);
         draw(record, 2, scale);
         EXPECT_EQ(record.ctm().a, direct->ctm().a);
         EXPECT_EQ(record.clipBoundingBox(), direct->clipBoundingBox());
@@ -268,7 +300,15 @@ TEST_F(Window, APicturesChangeIsWhatItsCallsPaintedAndPaint) {
             window->update();
             const auto changed = view->layer().painted();
             EXPECT_LE(changed.width() * changed.height(), 3400);
-            EXPECT_TRUE(isAsCompositedAnew()) << view->kind << " " << turn;
+            const auto anew = makeBitmapContext(100, 80, 1);
+            anew->setFillColor({0, 0, 0, 1});
+            anew->fillRect({0, 0, 100, 80});
+            {
+                const UIGraphicsContextScope scope(*anew);
+                view->draw({});
+            }
+            EXPECT_TRUE(std::ranges::equal(anew->pixels(), window->picture()->pixels()))
+                << view->kind << " " << turn;
         }
 }
 
